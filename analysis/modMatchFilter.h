@@ -1,0 +1,58 @@
+// Cycle analysis: phase and magnitude of the fundamental of valve, pressure and flow, one valve cycle at a time, and over
+// the span between the two time cursors.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "analysis/modComplex.h"
+#include "db/Curves.h"
+#include "db/DatasetRecord.h"
+
+namespace vorela {
+
+/// The three curves of an analysis, attached.
+struct CycleCurves {
+    CurveReader valve;
+    CurveReader pressure;
+    CurveReader flow;
+};
+
+/// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range in whole
+/// seconds. Handed down by the composition (the cursors live in the window, the range in the plot).
+struct CursorSpan {
+    double cursor1 = 33.33;
+    double cursor2 = 66.33;
+    std::int32_t rangeStart = 0;  ///< s
+    std::int32_t rangeEnd = 0;    ///< s
+};
+void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source);
+
+/// N samples in one period for a sampling step in hundredths of a second; 20 when the step is 0.
+std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds);
+/// sin and cos of 2πi/N.
+void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double>& cosine);
+/// N values of the curve from index a (included) to b (excluded) in equal steps; nothing when one is not available.
+std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b, CurveReader& curve);
+/// (Σ x·cos / N, Σ x·sin / N); 1.0 and 1.0 stand before the sums are formed.
+Complex Correlate(std::span<const double> signal, std::span<const double> sine, std::span<const double> cosine,
+                  std::int32_t n);
+
+/// Analyses one cycle: the last one held when `append` is set (which then appends an empty one), else `cycleNumber`
+/// (1-based). 0 on success; otherwise the error number, after a report.
+std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber);
+/// Treats the span between the cursors as one cycle and writes it at count − 1 (`flag` set) or count − 2.
+bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag);
+
+/// Resets the cycles of a dataset / appends an empty one.
+void ResetCycles(std::size_t dataset);
+void AppendCycle(std::size_t dataset);
+
+/// Connects the analysis with the valve reconstruction (SetCycleAnalysis).
+void InstallCycleAnalysis();
+
+}  // namespace vorela

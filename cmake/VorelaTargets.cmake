@@ -1,0 +1,52 @@
+# Functions that make the project's targets alike: warnings on a target, never on the whole tree.
+
+find_program(VORELA_CCACHE ccache)
+if(VORELA_CCACHE)
+    set(CMAKE_C_COMPILER_LAUNCHER ${VORELA_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${VORELA_CCACHE})
+endif()
+
+function(vorela_warnings target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
+    if(VORELA_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+endfunction()
+
+# vorela_module(NAME SOURCES file... [LINK target...]): a module library, without Qt.
+function(vorela_module name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${arg_LINK})
+    vorela_warnings(${name})
+endfunction()
+
+# vorela_forms(NAME SOURCES file... [LINK target...]): the dialogs of a folder, Qt Widgets.
+function(vorela_forms name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} STATIC ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON)
+    target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${arg_LINK} Qt6::Widgets)
+    vorela_warnings(${name})
+endfunction()
+
+# vorela_test(NAME SOURCES file... [LINK target...]): a GoogleTest program; every case becomes a ctest test.
+# Tests find the programs and loadable modules through VORELA_BIN_DIR.
+function(vorela_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK;DEPENDS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest GTest::gtest_main)
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+    target_compile_definitions(${name} PRIVATE VORELA_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
+                                               VORELA_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    if(arg_DEPENDS)
+        add_dependencies(${name} ${arg_DEPENDS})
+    endif()
+    vorela_warnings(${name})
+    include(GoogleTest)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 ENVIRONMENT
+                                                                    "QT_QPA_PLATFORM=offscreen")
+endfunction()

@@ -1,0 +1,164 @@
+// Reading and writing items of the database in blocks: guards for handles, the reader that gives a curve's value at any
+// index, the writer of derived curves. Functions here throw RunTimeError (57 device I/O with the curve and the status
+// text for a failing library call); they are used inside a guarded body.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vorela {
+
+/// An open database. Opening shows the database message box when it fails; closing too, and never throws.
+class Database {
+  public:
+    explicit Database(const std::string& path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    bool IsOpen() const { return handle_ != 0; }
+    std::int32_t Handle() const { return handle_; }
+    /// Closes now; false after the message box.
+    bool Close();
+
+  private:
+    std::int32_t handle_ = 0;
+};
+
+/// One transaction of a database: rolled back unless committed.
+class Transaction {
+  public:
+    explicit Transaction(Database& database);  ///< throws when the writer's lock cannot be had
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+
+  private:
+    std::int32_t database_;
+    bool open_ = true;
+};
+
+/// The item information block, unpacked.
+struct ItemInfo {
+    std::int16_t indexKind = 0;
+    std::int16_t step = 1;
+    std::int16_t kind = 0;
+    std::int32_t unitCode = 0;
+    float scale = 1.0F;
+    float offset = 0.0F;
+    std::int32_t firstIndex = 0;   ///< where the grid begins
+    std::int32_t validFirst = 0;   ///< span of full response of a derived curve; empty when validLast < validFirst
+    std::int32_t validLast = -1;
+    std::int32_t extentFirst = 0;  ///< first and last index written; empty when extentLast < extentFirst
+    std::int32_t extentLast = -1;
+    std::string made;              ///< how a derived curve was made; "" for a recorded curve
+    bool IsEmpty() const { return extentLast < extentFirst; }
+};
+ItemInfo UnpackItemInfo(std::span<const std::byte> block);
+
+/// "LEVEL1" and "ZG" to "LEVEL1/ZG/1".
+std::string ItemPath(const std::string& dataset, const std::string& curve);
+
+/// An attached item. Detaches in the destructor.
+class Item {
+  public:
+    /// Throws RunTimeError naming the path and the status.
+    Item(const Database& database, const std::string& path);
+    Item(Item&& other) noexcept;
+    Item& operator=(Item&&) = delete;
+    Item(const Item&) = delete;
+    Item& operator=(const Item&) = delete;
+    ~Item();
+    /// Nothing when there is no such item; throws on every other failure.
+    static std::optional<Item> Find(const Database& database, const std::string& path);
+    std::int32_t Handle() const { return handle_; }
+    const ItemInfo& Info() const { return info_; }
+    const std::string& Path() const { return path_; }
+    void RefreshInfo();
+
+  private:
+    Item(std::int32_t handle, std::string path, ItemInfo info);
+    std::int32_t handle_ = 0;
+    std::string path_;
+    ItemInfo info_;
+};
+
+/// What a curve's value between two samples is.
+enum class Between { linear, sampleBefore };
+
+/// A curve read in blocks of its grid. Index = hundredths of a second (fractions allowed).
+class CurveReader {
+  public:
+    CurveReader(const Database& database, const std::string& dataset, const std::string& curve, Between between);
+    const ItemInfo& Info() const { return item_.Info(); }
+    const std::string& Path() const { return item_.Path(); }
+
+    /// The value at an index: linear between neighbours, or the sample before; nothing where a sample that it needs is
+    /// a gap, or before the first or beyond the last sample. Values are single-precision samples; the interpolation is
+    /// in double. Any order of indices; neighbouring ones are cheap.
+    std::optional<double> At(double index);
+
+    /// `count` grid samples from index `first` (on the grid) on; present[i] says whether values[i] is a sample.
+    void ReadGrid(std::int32_t first, std::span<float> values, std::span<std::uint8_t> present);
+
+    /// True when the whole span lies inside what was written and, for a derived curve, inside its valid span.
+    bool Covers(double firstIndex, double lastIndex) const;
+
+    /// Forgets the block in memory (the curve was written to) and reads the extents afresh.
+    void Refresh();
+
+  private:
+    bool Load(std::int64_t gridPosition);
+    std::optional<float> Sample(std::int64_t gridPosition);
+
+    Item item_;
+    Between between_;
+    std::int64_t blockStart_ = 0;  ///< grid position of values_[0]
+    std::vector<float> values_;
+    std::vector<std::uint8_t> present_;
+};
+
+/// Attributes of a derived curve when it is created.
+struct DerivedCurve {
+    std::int16_t step = 1;
+    std::int32_t firstIndex = 0;
+    std::string unit;
+    float scale = 1.0F;
+    float offset = 0.0F;
+    std::string made;  ///< "half-period difference, period 240 s, 1 pass"
+};
+
+/// A derived curve being written. Values are buffered and go out in blocks; Flush() before the transaction's commit.
+class CurveWriter {
+  public:
+    /// Starts from an empty item: an older one of that name is deleted first.
+    /// Throws when the name is that of one of the selection's input curves or of another recorded curve: nothing
+    /// recorded is ever overwritten.
+    static CurveWriter Recreate(Database& database, const std::string& dataset, const std::string& curve,
+                                const DerivedCurve& attributes);
+    /// Opens an existing derived curve for extension, or creates it.
+    static CurveWriter OpenOrCreate(Database& database, const std::string& dataset, const std::string& curve,
+                                    const DerivedCurve& attributes);
+    CurveWriter(CurveWriter&&) noexcept = default;
+    const ItemInfo& Info() const { return item_.Info(); }
+
+    /// One sample at a grid index. An index before the curve's first is dropped. Buffered.
+    void Put(std::int32_t index, float value);
+    /// A run of samples from a grid index on.
+    void PutRun(std::int32_t first, std::span<const float> values);
+    /// Writes what is buffered.
+    void Flush();
+    /// States the valid span (and, when not empty, how the curve was made).
+    void Mark(std::int32_t validFirst, std::int32_t validLast, const std::string& made = "");
+
+  private:
+    explicit CurveWriter(Item item) : item_(std::move(item)) {}
+    Item item_;
+    std::int32_t runStart_ = 0;
+    std::vector<float> run_;
+};
+
+}  // namespace vorela

@@ -1,0 +1,82 @@
+// The input parameters: one set for the whole program, kept in the `[Parameters]` section.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "general/RangeCheck.h"
+
+namespace vorela {
+
+struct ParameterSet {
+    double period = 240;             ///< period of test (valve cycle), s
+    std::int16_t usePeriodInMatch = 0;
+    std::int16_t bandPass = 0;
+    std::int16_t filterN = 1;        ///< number of times to apply the filter
+    double casingID = 6;             ///< in
+    double td = 10000;               ///< total open depth, ft
+    double compressibility = 0.01;   ///< of the fluid in the well, 1/psi
+    std::int32_t spinner = 0;        ///< index into SpinnerTypes()
+    double slope = 0.05;             ///< rps/ft/min
+    double b0 = 1;                   ///< formation volume factor, rb/stb
+    double dw = 7.5;                 ///< borehole diameter, in
+    std::vector<std::int32_t> cycleNo;
+    std::vector<double> porosity;    ///< v/v
+    std::vector<double> viscosity;   ///< cP
+    std::vector<double> ct;          ///< total compressibility, 1/psi
+    std::vector<double> height;      ///< ft
+    std::int32_t numInts = 1;
+    std::int16_t dFilt = 0;          ///< index into SpinnerFilterTypes()
+    double dLen = 0;                 ///< s
+};
+ParameterSet& CurrentParameters();
+
+struct SpinnerType {
+    const char* name;
+    const char* slopeText;
+};
+const std::array<SpinnerType, 4>& SpinnerTypes();
+const std::array<const char*, 4>& SpinnerFilterTypes();
+
+/// Fills the set from `[Parameters]`.
+void ReadParameters();
+/// Writes every field back, in the section's order.
+void WriteParameters();
+/// Sizes the interval arrays to the number of selected datasets and reads their entries again.
+void ResizeIntervalArrays();
+/// CycleNo of an interval, 1 where there is no entry yet.
+std::int32_t CycleNumberOf(std::size_t interval);
+
+/// The dialog's controls as values.
+struct ParametersForm {
+    BoxText period, casingID, td, compressibility, slope, b0, dw, dLen;
+    bool periodInMatch = false;
+    bool bandPass = false;
+    std::optional<std::int32_t> spinner;  ///< selected entry, nothing when none is
+    std::optional<std::int32_t> filter;
+};
+/// The controls' contents for the current set.
+ParametersForm ShowParameters();
+/// Checks in the dialog's order and stores as it goes; the refusal names the control's objectName. Nothing when all
+/// is well.
+std::optional<Refusal> ValidateParameters(const ParametersForm& form);
+
+/// Stores one per-interval value edited in a grid and writes the section.
+enum class IntervalField { porosity = 1, viscosity, compressibility, height };
+std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text);
+void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber);
+
+/// The keys that vorela-batch's --set accepts for `[Parameters]`, with their range; nothing for an unknown key. The
+/// message is that of the range check.
+struct SettingRange {
+    double lower;
+    double upper;
+    std::string message;
+    bool integer = false;
+};
+std::optional<SettingRange> ParameterSettingRange(const std::string& key);
+
+}  // namespace vorela

@@ -1,0 +1,110 @@
+#include "general/NumberText.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <limits>
+
+#include "general/CheckedMath.h"
+#include "general/RangeCheck.h"
+
+namespace vorela {
+namespace {
+
+TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
+    const struct {
+        double value;
+        int decimals;
+        const char* text;
+    } cases[] = {
+        {0, 0, "0"},           {0.00000005, 0, "0"},    {0.5, 3, "0.5"},      {0.01, 5, "0.01"},
+        {0.02, 4, "0.02"},     {0.123456, 3, "0.123"},  {2, 0, "2"},          {2.5, 2, "2.5"},
+        {2.0005, 0, "2"},      {250.75, 1, "250.8"},    {1500.7, 0, "1501"},  {-0.123456, 3, "-0.123"},
+        {-1500.7, 0, "-1501"}, {5.001, 2, "5"},         {-0.00000005, 0, "0"}, {9.999, 2, "10"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(DecimalsFor(c.value), c.decimals) << c.value;
+        EXPECT_EQ(FormatNumber(c.value), c.text);
+    }
+}
+
+TEST(NumberFormat, roundsHalvesAwayFromZeroOnTheDecimalText) {
+    // 0.125 and 1.005 as decimal texts: the binary value of 1.005 lies below the half.
+    EXPECT_EQ(FormatByPattern(0.125, "0.00"), "0.13");
+    EXPECT_EQ(FormatByPattern(1.005, "0.##"), "1.01");
+    EXPECT_EQ(FormatByPattern(-2.5, "0"), "-3");
+    EXPECT_EQ(FormatByPattern(-0.4, "0"), "0");
+    EXPECT_EQ(FormatByPattern(99.996, "0.00"), "100.00");
+    EXPECT_EQ(FormatByPattern(0.01, "0.0000000"), "0.0100000");
+    EXPECT_THROW(FormatNumber(std::numeric_limits<double>::quiet_NaN()), RunTimeError);
+}
+
+TEST(NumberText, shortestTextReadsBackToTheSameNumberUnderACommaLocale) {
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    for (const double value : {0.1, 240.0, 2.5, 1e-5, 1.0 / 3.0, 123456789.125, 5e-324, 1.7976931348623157e308}) {
+        const std::string text = ShortestText(value);
+        EXPECT_EQ(text.find(','), std::string::npos);
+        EXPECT_EQ(LeadingNumber(text), value) << text;
+    }
+    EXPECT_EQ(ShortestText(0.5), "0.5");
+    EXPECT_EQ(ShortestText(1e-5), "0.00001");
+    EXPECT_EQ(ShortestText(33.33F), "33.33");
+    EXPECT_EQ(ShortestText(-0.0), "0");
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(NumberText, readsTheLeadingPartOfASettingAndTheWholeOfABox) {
+    EXPECT_EQ(LeadingNumber(" 12abc"), 12);
+    EXPECT_EQ(LeadingNumber("abc"), 0);
+    EXPECT_EQ(LeadingNumber("1e"), 1);
+    EXPECT_EQ(LeadingNumber("-.5e1x"), -5);
+    EXPECT_EQ(LeadingNumber("."), 0);
+    EXPECT_EQ(LeadingNumber("1e400"), 0);
+    EXPECT_EQ(LeadingInteger("-1"), -1);
+    EXPECT_EQ(LeadingInteger("RTC3 SPIN"), 0);
+    EXPECT_EQ(LeadingInteger("99999999999"), std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(LeadingInteger("-99999999999"), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(StrictNumber(" 1.5 "), 1.5);
+    for (const char* refused : {"", " ", "1.5x", "1,5", "nan", "inf", "0x10", "1e400", "1 2"})
+        EXPECT_FALSE(StrictNumber(refused)) << refused;
+}
+
+TEST(RangeCheck, storesAnAcceptedValueAtOnceAndKeepsTheFieldOfARefusedOne) {
+    double field = 7;
+    EXPECT_TRUE(CheckRange({"20", true}, 20, 30, field));
+    EXPECT_EQ(field, 20);
+    EXPECT_FALSE(CheckRange({"19.9", true}, 20, 30, field));
+    EXPECT_FALSE(CheckRange({"", false}, 20, 30, field));
+    EXPECT_EQ(field, 20);
+    // An unchanged box shows a rounded text: the stored value stays, and is still checked.
+    field = 20.004;
+    EXPECT_TRUE(CheckRange({"20.00", false}, 20, 30, field));
+    EXPECT_EQ(field, 20.004);
+    field = 31;
+    EXPECT_FALSE(CheckRange({"31", false}, 20, 30, field));
+}
+
+TEST(CheckedMath, stopsWhereTheClassicRunTimeStops) {
+    EXPECT_EQ(RoundHalfEven(0.5), 0);
+    EXPECT_EQ(RoundHalfEven(1.5), 2);
+    EXPECT_EQ(RoundHalfEven(-0.5), 0);
+    EXPECT_EQ(RoundHalfEven(-1.5), -2);
+    EXPECT_EQ(RoundTo<std::int16_t>(32767.4, "t"), 32767);
+    const auto numberOf = [](auto body) {
+        try {
+            body();
+        } catch (const RunTimeError& error) {
+            return error.number;
+        }
+        return 0;
+    };
+    EXPECT_EQ(numberOf([] { RoundTo<std::int16_t>(32767.5, "t"); }), error_number::overflow);
+    EXPECT_EQ(numberOf([] { RoundTo<std::int32_t>(std::nan(""), "t"); }), error_number::overflow);
+    EXPECT_EQ(numberOf([] { CheckedDivide(1, 0, "t"); }), error_number::divisionByZero);
+    EXPECT_EQ(numberOf([] { CheckedLog(0, "t"); }), error_number::invalidProcedureCall);
+    std::string three = "abc";
+    EXPECT_EQ(numberOf([&] { CheckedAt(three, 3, "t"); }), error_number::subscriptOutOfRange);
+}
+
+}  // namespace
+}  // namespace vorela

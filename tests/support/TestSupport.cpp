@@ -1,0 +1,74 @@
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace vorela::test {
+
+TempFolder::TempFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "vorela-test-XXXXXX").string();
+    path_ = mkdtemp(pattern.data());
+}
+
+TempFolder::~TempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void WriteAll(const std::string& path, const std::string& bytes) {
+    std::ofstream file(path, std::ios::binary);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+CommandResult Run(const std::string& commandLine) {
+    const TempFolder folder;
+    const std::string redirected = "{ " + commandLine + "\n} >'" + folder.File("out") + "' 2>'" + folder.File("err") +
+                                   "' </dev/null";
+    const int status = std::system(redirected.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.File("out")), ReadAll(folder.File("err"))};
+}
+
+ScriptedPorts::ScriptedPorts() : before_(CurrentPorts()) { CurrentPorts() = {this, this, this, this}; }
+ScriptedPorts::~ScriptedPorts() { CurrentPorts() = before_; }
+
+void ScriptedPorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {
+    boxes.push_back({icon, title, text});
+}
+
+bool ScriptedPorts::AskYesNo(const std::string& title, const std::string& text) {
+    questions.push_back({MessageIcon::information, title, text});
+    if (answers.empty()) {
+        ADD_FAILURE() << "question without a scripted answer: " << text;
+        return false;
+    }
+    const bool answer = answers.front();
+    answers.pop_front();
+    return answer;
+}
+
+void ScriptedPorts::SetRange(int newMinimum, int newMaximum) {
+    minimum = newMinimum;
+    maximum = newMaximum;
+}
+
+void ScriptedPorts::SetValue(int newValue) {
+    value = newValue;
+    highestValue = std::max(highestValue, newValue);
+}
+
+std::optional<SaveFileChoice> ScriptedPorts::AskSaveFile(const SaveFileRequest& request) {
+    saveRequests.push_back(request);
+    return saveFileAnswer;
+}
+
+}  // namespace vorela::test

@@ -1,0 +1,78 @@
+// What tests of every room need: scripted ports that record what was shown, and a temporary folder.
+#pragma once
+
+#include <deque>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "general/Ports.h"
+
+namespace vorela::test {
+
+/// A folder of its own for each test, removed afterwards. All files of a test go here.
+class TempFolder {
+  public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::filesystem::path& Path() const { return path_; }
+    std::string File(const std::string& name) const { return (path_ / name).string(); }
+
+  private:
+    std::filesystem::path path_;
+};
+
+std::string ReadAll(const std::string& path);
+void WriteAll(const std::string& path, const std::string& bytes);
+
+/// Runs a command line in the shell; exit status, standard output and standard error.
+struct CommandResult {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+CommandResult Run(const std::string& commandLine);
+
+struct ShownBox {
+    MessageIcon icon;
+    std::string title;
+    std::string text;
+};
+
+/// Ports that record every box, question, tick and text, and answer questions from a script. In place while it
+/// lives; the ports before it come back afterwards. A question without a scripted answer is a test failure (and No).
+class ScriptedPorts final : public MessagePort, public ProgressPort, public StatusPort, public SaveFilePort {
+  public:
+    ScriptedPorts();
+    ~ScriptedPorts() override;
+    ScriptedPorts(const ScriptedPorts&) = delete;
+    ScriptedPorts& operator=(const ScriptedPorts&) = delete;
+
+    void Show(MessageIcon icon, const std::string& title, const std::string& text) override;
+    bool AskYesNo(const std::string& title, const std::string& text) override;
+    void SetRange(int minimum, int maximum) override;
+    int Maximum() const override { return maximum; }
+    int Value() const override { return value; }
+    void SetValue(int newValue) override;
+    void SetText(const std::string& text) override { statusTexts.push_back(text); }
+    std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
+
+    std::deque<bool> answers;                     ///< to come, in order
+    std::optional<SaveFileChoice> saveFileAnswer;  ///< nothing: cancelled
+    std::vector<ShownBox> boxes;
+    std::vector<ShownBox> questions;
+    std::vector<std::string> statusTexts;
+    std::vector<SaveFileRequest> saveRequests;
+    int minimum = 0;
+    int maximum = 0;
+    int value = 0;
+    int highestValue = 0;
+
+  private:
+    Ports before_;
+};
+
+}  // namespace vorela::test
