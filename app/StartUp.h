@@ -1,0 +1,42 @@
+// The start-up sequence, the settings file's version stamp and the cursor settings. No window here.
+#pragma once
+
+#include <string>
+
+namespace vorela {
+
+struct ProgramVersion {
+    int major = 1;
+    int minor = 0;
+    int revision = 5;
+};
+inline constexpr ProgramVersion programVersion{};
+/// Major, point, minor and revision side by side: {1, 0, 5} is "1.05", {2, 1, 12} is "2.112".
+std::string VersionText(const ProgramVersion& version);
+
+/// Stamps the settings file with the running version when it holds another. False after a report.
+bool CheckIniFile(const ProgramVersion& version = programVersion);
+
+/// Absolute path of the help file beside the executable.
+const std::string& HelpFilePath();
+
+/// Positions of the time cursors in percent, as kept in `[Cursors]`. The defaults 33.33 and 66.33 are not symmetric: an
+/// old choice of the field crews, kept.
+struct CursorPositions {
+    float cursor1 = 33.33F;
+    float cursor2 = 66.33F;
+};
+CursorPositions ReadCursorSettings();
+void WriteCursorSettings(const CursorPositions& positions);
+
+/// Everything between the start of the process and the showing of the window, the single instance test left aside: paths,
+/// current directory, settings check, both libraries, empty selection. False when the program has to end (its message
+/// has been shown).
+bool StartUp();
+
+/// Connects the rooms that hand functions down: cycle analysis, selected cycle numbers, plotted range. Called by
+/// StartUp and by vorela-batch; `positions` gives the cursors' place.
+void ComposeRooms();
+CursorPositions& CurrentCursorPositions();
+
+}  // namespace vorela
