@@ -55,11 +55,12 @@ class TemporaryFile {
     }
 
     void RenameIntoPlace() {
-        struct stat old{};
+        struct stat old {};
         const bool replaces = stat(target_.c_str(), &old) == 0;
         const mode_t mask = umask(0);
         umask(mask);
-        if (fchmod(descriptor_, replaces ? old.st_mode & 07777 : 0666 & ~mask) != 0 || fsync(descriptor_) != 0)
+        if (fchmod(descriptor_, replaces ? old.st_mode & 07777 : 0666 & ~mask) != 0 ||
+            fsync(descriptor_) != 0)
             ThrowFor(errno, target_);
         const int closed = close(descriptor_);
         descriptor_ = -1;

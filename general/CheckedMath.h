@@ -1,5 +1,5 @@
-// Arithmetic that stops with a run-time error where the classic run time would: division by zero, a logarithm of
-// a non-positive number, 16-bit and 32-bit overflow. NaN and infinity never travel on silently.
+// Arithmetic that stops with a run-time error where the classic run time would: division by zero, a logarithm
+// of a non-positive number, 16-bit and 32-bit overflow. NaN and infinity never travel on silently.
 #pragma once
 
 #include <cmath>
@@ -20,8 +20,8 @@ inline double CheckedFinite(double value, const char* source) {
     return value;
 }
 
-/// numerator / denominator; throws division by zero (11) when the denominator is exactly 0, overflow (6) when the
-/// quotient is not finite.
+/// numerator / denominator; throws division by zero (11) when the denominator is exactly 0, overflow (6) when
+/// the quotient is not finite.
 inline double CheckedDivide(double numerator, double denominator, const char* source) {
     if (denominator == 0.0)
         throw RunTimeError{error_number::divisionByZero, source, "Division by zero"};

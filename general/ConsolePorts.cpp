@@ -26,7 +26,9 @@ std::string AsLines(const std::string& text) {
 }  // namespace
 
 ConsolePorts::ConsolePorts(bool answer) : answer_(answer), terminal_(isatty(STDERR_FILENO) == 1) {}
-ConsolePorts::~ConsolePorts() { Wipe(); }
+ConsolePorts::~ConsolePorts() {
+    Wipe();
+}
 
 void ConsolePorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {
     Wipe();
@@ -41,7 +43,9 @@ bool ConsolePorts::AskYesNo(const std::string& title, const std::string& text) {
     return answer_;
 }
 
-void ConsolePorts::SetRange(int, int maximum) { maximum_ = maximum; }
+void ConsolePorts::SetRange(int, int maximum) {
+    maximum_ = maximum;
+}
 
 void ConsolePorts::SetValue(int value) {
     if (value_ == value)
@@ -50,9 +54,13 @@ void ConsolePorts::SetValue(int value) {
     Draw();
 }
 
-void ConsolePorts::SetText(const std::string& text) { status_ = text; }
+void ConsolePorts::SetText(const std::string& text) {
+    status_ = text;
+}
 
-std::optional<SaveFileChoice> ConsolePorts::AskSaveFile(const SaveFileRequest&) { return std::nullopt; }
+std::optional<SaveFileChoice> ConsolePorts::AskSaveFile(const SaveFileRequest&) {
+    return std::nullopt;
+}
 
 void ConsolePorts::Draw() {
     if (!terminal_)

@@ -1,5 +1,5 @@
-// The ports of a program without a window: boxes go to standard error, questions get one fixed answer, progress is
-// shown on a terminal only.
+// The ports of a program without a window: boxes go to standard error, questions get one fixed answer,
+// progress is shown on a terminal only.
 #pragma once
 
 #include "general/Ports.h"

@@ -13,7 +13,9 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 template <typename Real>
 std::string ShortestFixed(Real value) {
@@ -23,7 +25,8 @@ std::string ShortestFixed(Real value) {
         return "0";
     // The widest fixed text of a double: 309 digits before the point or about 340 behind it.
     std::array<char, 800> buffer{};
-    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed);
+    const auto result =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed);
     return {buffer.data(), result.ptr};
 }
 
@@ -118,11 +121,16 @@ std::string Trimmed(std::string_view text) {
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char x, char y) { return lower(x) == lower(y); });
 }
 
-std::string ShortestText(double value) { return ShortestFixed(value); }
-std::string ShortestText(float value) { return ShortestFixed(value); }
+std::string ShortestText(double value) {
+    return ShortestFixed(value);
+}
+std::string ShortestText(float value) {
+    return ShortestFixed(value);
+}
 
 double LeadingNumber(std::string_view text) {
     const std::size_t from = text.find_first_not_of(blanks);
@@ -132,8 +140,12 @@ double LeadingNumber(std::string_view text) {
     return Parse<double>(text.substr(0, NumericPrefixLength(text))).value_or(0.0);
 }
 
-std::optional<double> StrictNumber(std::string_view text) { return ParseWhole<double>(text); }
-std::optional<float> StrictFloat(std::string_view text) { return ParseWhole<float>(text); }
+std::optional<double> StrictNumber(std::string_view text) {
+    return ParseWhole<double>(text);
+}
+std::optional<float> StrictFloat(std::string_view text) {
+    return ParseWhole<float>(text);
+}
 
 std::int32_t LeadingInteger(std::string_view text) {
     const std::size_t from = text.find_first_not_of(blanks);
@@ -194,6 +206,8 @@ std::string FormatByPattern(double value, std::string_view pattern) {
     return value < 0 && !isZero ? "-" + text : text;
 }
 
-std::string FormatNumber(double value) { return FormatByPattern(value, NumberPattern(value)); }
+std::string FormatNumber(double value) {
+    return FormatByPattern(value, NumberPattern(value));
+}
 
 }  // namespace vorela

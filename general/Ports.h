@@ -1,5 +1,5 @@
-// What the working modules need from whoever shows things: message boxes, questions, progress, status text and the
-// save dialog. Implementations: Qt (app/), console (ConsolePorts.h), scripted (tests/support/).
+// What the working modules need from whoever shows things: message boxes, questions, progress, status text
+// and the save dialog. Implementations: Qt (app/), console (ConsolePorts.h), scripted (tests/support/).
 #pragma once
 
 #include <optional>
@@ -53,8 +53,8 @@ class SaveFilePort {
     virtual std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) = 0;
 };
 
-/// The set in use. Process-wide; a test puts its own in place. Never null: the initial ports are silent and answer
-/// No, and nothing is shown.
+/// The set in use. Process-wide; a test puts its own in place. Never null: the initial ports are silent and
+/// answer No, and nothing is shown.
 struct Ports {
     MessagePort* messages = nullptr;
     ProgressPort* progress = nullptr;

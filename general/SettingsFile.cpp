@@ -65,14 +65,15 @@ std::optional<std::string> SectionName(const std::string& line) {
     const std::string text = Trimmed(line);
     if (text.empty() || text.front() != '[')
         return std::nullopt;
-    return Trimmed(std::string_view(text).substr(1, text.find(']') == std::string::npos ? std::string::npos
-                                                                                        : text.find(']') - 1));
+    return Trimmed(std::string_view(text).substr(
+        1, text.find(']') == std::string::npos ? std::string::npos : text.find(']') - 1));
 }
 
 bool IsKeyLine(const std::string& line, std::string_view key) {
     const std::size_t equals = line.find('=');
     const std::string name = Trimmed(std::string_view(line).substr(0, equals));
-    return equals != std::string::npos && !name.empty() && name.front() != ';' && EqualIgnoringCase(name, key);
+    return equals != std::string::npos && !name.empty() && name.front() != ';' &&
+           EqualIgnoringCase(name, key);
 }
 
 /// Where a key stands, or where it would go.
@@ -105,8 +106,8 @@ Place Find(const ProfileLines& profile, std::string_view section, std::string_vi
 
 std::string ValueOf(const std::string& line) {
     std::string value = Trimmed(std::string_view(line).substr(line.find('=') + 1));
-    const bool quoted = value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
-                        value.front() == value.back();
+    const bool quoted =
+        value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.front() == value.back();
     if (quoted)
         value = value.substr(1, value.size() - 2);
     if (value.size() > longestIniValue)
@@ -114,7 +115,8 @@ std::string ValueOf(const std::string& line) {
     return value;
 }
 
-std::optional<std::string> ReadValue(std::string_view section, std::string_view key, const std::string& filePath) {
+std::optional<std::string> ReadValue(std::string_view section, std::string_view key,
+                                     const std::string& filePath) {
     if (const auto& overlay = OverlayState()) {
         if (const auto found = overlay->find(OverlayKey(section, key)); found != overlay->end())
             return found->second.substr(0, longestIniValue);
@@ -136,8 +138,12 @@ std::string WithoutLineBreaks(std::string_view text) {
 
 }  // namespace
 
-const std::string& SettingsFilePath() { return PathState(); }
-void SetSettingsFilePath(std::string path) { PathState() = std::move(path); }
+const std::string& SettingsFilePath() {
+    return PathState();
+}
+void SetSettingsFilePath(std::string path) {
+    PathState() = std::move(path);
+}
 
 std::string ReadIniString(std::string_view section, std::string_view key, std::string_view defaultValue,
                           const std::string& filePath) {
@@ -182,8 +188,12 @@ bool WriteIniString(std::string_view section, std::string_view key, std::string_
     return true;
 }
 
-SettingsOverlay::SettingsOverlay() { OverlayState().emplace(); }
-SettingsOverlay::~SettingsOverlay() { OverlayState().reset(); }
+SettingsOverlay::SettingsOverlay() {
+    OverlayState().emplace();
+}
+SettingsOverlay::~SettingsOverlay() {
+    OverlayState().reset();
+}
 
 void SettingsOverlay::Set(std::string_view section, std::string_view key, std::string_view value) {
     (*OverlayState())[OverlayKey(section, key)] = WithoutLineBreaks(value);

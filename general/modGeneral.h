@@ -32,8 +32,8 @@ std::string ErrorReportText(const RunTimeError& error, const std::string& step);
 /// Turns the exception in flight into a RunTimeError. Call inside a catch block only.
 RunTimeError ErrorFromCurrentException(const char* source);
 
-/// The step guard. Runs `body` with a cleared error state; an exception becomes the current error state, is reported
-/// under `step`, and `failureValue` is returned. Nothing propagates.
+/// The step guard. Runs `body` with a cleared error state; an exception becomes the current error state, is
+/// reported under `step`, and `failureValue` is returned. Nothing propagates.
 template <typename Result, typename Body>
 Result Attempt(const std::string& step, Result failureValue, Body&& body) {
     ClearCurrentError();
@@ -48,7 +48,7 @@ Result Attempt(const std::string& step, Result failureValue, Body&& body) {
 
 /// The same for a body without a result; true when it ran to its end.
 template <typename Body>
-    requires std::is_void_v<std::invoke_result_t<Body>>
+requires std::is_void_v<std::invoke_result_t<Body>>
 bool Attempt(const std::string& step, Body&& body) {
     return Attempt(step, false, [&] {
         std::forward<Body>(body)();
@@ -70,7 +70,8 @@ void InitProgressBar(ProgressPort& bar, std::int32_t startCount, std::int32_t en
 /// At most one tick for each call; never beyond the bar's maximum.
 void UpdateProgressBar(ProgressPort& bar, std::int32_t currentCount);
 
-/// Starts a progress bar and puts bar and status text back to rest at the end of the scope, also after an error.
+/// Starts a progress bar and puts bar and status text back to rest at the end of the scope, also after an
+/// error.
 class ProgressScope {
   public:
     ProgressScope(std::int32_t startCount, std::int32_t endCount);

@@ -9,12 +9,12 @@ namespace vorela {
 /// Folder of the running executable, without a trailing separator.
 std::string ApplicationFolder();
 
-/// <application folder>/Vorela.ini when that folder is writable, otherwise Vorela/Vorela.ini in the user's configuration
-/// folder ($XDG_CONFIG_HOME or ~/.config), whose folder is made.
+/// <application folder>/Vorela.ini when that folder is writable, otherwise Vorela/Vorela.ini in the user's
+/// configuration folder ($XDG_CONFIG_HOME or ~/.config), whose folder is made.
 std::string DefaultSettingsFilePath();
 
-/// Held while the program runs; a second instance of the same user does not get it. Released with the object, also
-/// when the process dies.
+/// Held while the program runs; a second instance of the same user does not get it. Released with the object,
+/// also when the process dies.
 class SingleInstance {
   public:
     /// Nothing when another instance holds it.

@@ -14,8 +14,8 @@ using ModuleHandle = void*;
 inline constexpr const char* databaseModule = "DKBase.so";
 inline constexpr const char* filterModule = "Smooth32.so";
 
-/// Loads BinDir & fileName, joined as they stand, with BinDir as the current directory. Null on failure, after the
-/// common error report; the current directory then stays at BinDir.
+/// Loads BinDir & fileName, joined as they stand, with BinDir as the current directory. Null on failure,
+/// after the common error report; the current directory then stays at BinDir.
 ModuleHandle LoadDravikDll(const std::string& fileName);
 /// True when the library was released; otherwise reported.
 bool FreeDravikDll(ModuleHandle handle);
@@ -62,11 +62,13 @@ struct DravikLibraries {
     ModuleHandle filterHandle = nullptr;
     DkBaseApi database;
     Smooth32Api filter;
+    std::string
+        loadDetail;  ///< what the last failed load was about, in words; the report itself has no room for it
 };
 DravikLibraries& LoadedLibraries();
 
-/// LoadDravikDll and the function table; a missing function is named in the report, the module released again and
-/// false returned.
+/// LoadDravikDll and the function table; a missing function is named in the report, the module released again
+/// and false returned.
 bool LoadDatabaseLibrary();
 bool LoadFilterLibrary();
 /// Releases both (database first); a failure is reported and the second is released all the same.

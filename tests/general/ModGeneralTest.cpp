@@ -1,11 +1,10 @@
-#include "general/modGeneral.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <stdexcept>
 
 #include "general/AtomicFile.h"
+#include "general/modGeneral.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
@@ -43,14 +42,13 @@ TEST(ProgressBar, ticksAtEveryTwentiethOfTheWay) {
         if (ports.value != before)
             tickedAt.push_back(count);
     }
-    EXPECT_EQ(tickedAt, (std::vector<int>{0, 5, 10, 15, 20, 25, 30, 35, 40, 45, 50, 55, 60, 65, 70, 75, 80, 85, 90, 95}));
+    EXPECT_EQ(tickedAt, (std::vector<int>{0,  5,  10, 15, 20, 25, 30, 35, 40, 45,
+                                          50, 55, 60, 65, 70, 75, 80, 85, 90, 95}));
 }
 
 TEST(ProgressBar, roundsItsStepHalfToEvenAndFillsAtTheEnd) {
     test::ScriptedPorts ports;
-    const struct {
-        int end, step;
-    } cases[] = {{50, 2}, {70, 4}, {10, 0}, {30, 2}};
+    const struct { int end, step; } cases[] = {{50, 2}, {70, 4}, {10, 0}, {30, 2}};
     for (const auto& c : cases) {
         InitProgressBar(ports, 0, c.end);
         EXPECT_EQ(CurrentProgress().step, c.step) << c.end;

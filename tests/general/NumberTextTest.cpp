@@ -1,11 +1,10 @@
-#include "general/NumberText.h"
-
 #include <gtest/gtest.h>
 
 #include <clocale>
 #include <limits>
 
 #include "general/CheckedMath.h"
+#include "general/NumberText.h"
 #include "general/RangeCheck.h"
 
 namespace vorela {
@@ -17,10 +16,10 @@ TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
         int decimals;
         const char* text;
     } cases[] = {
-        {0, 0, "0"},           {0.00000005, 0, "0"},    {0.5, 3, "0.5"},      {0.01, 5, "0.01"},
-        {0.02, 4, "0.02"},     {0.123456, 3, "0.123"},  {2, 0, "2"},          {2.5, 2, "2.5"},
-        {2.0005, 0, "2"},      {250.75, 1, "250.8"},    {1500.7, 0, "1501"},  {-0.123456, 3, "-0.123"},
-        {-1500.7, 0, "-1501"}, {5.001, 2, "5"},         {-0.00000005, 0, "0"}, {9.999, 2, "10"},
+        {0, 0, "0"},           {0.00000005, 0, "0"},   {0.5, 3, "0.5"},       {0.01, 5, "0.01"},
+        {0.02, 4, "0.02"},     {0.123456, 3, "0.123"}, {2, 0, "2"},           {2.5, 2, "2.5"},
+        {2.0005, 0, "2"},      {250.75, 1, "250.8"},   {1500.7, 0, "1501"},   {-0.123456, 3, "-0.123"},
+        {-1500.7, 0, "-1501"}, {5.001, 2, "5"},        {-0.00000005, 0, "0"}, {9.999, 2, "10"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(DecimalsFor(c.value), c.decimals) << c.value;
@@ -41,7 +40,8 @@ TEST(NumberFormat, roundsHalvesAwayFromZeroOnTheDecimalText) {
 
 TEST(NumberText, shortestTextReadsBackToTheSameNumberUnderACommaLocale) {
     std::setlocale(LC_ALL, "de_DE.UTF-8");
-    for (const double value : {0.1, 240.0, 2.5, 1e-5, 1.0 / 3.0, 123456789.125, 5e-324, 1.7976931348623157e308}) {
+    for (const double value :
+         {0.1, 240.0, 2.5, 1e-5, 1.0 / 3.0, 123456789.125, 5e-324, 1.7976931348623157e308}) {
         const std::string text = ShortestText(value);
         EXPECT_EQ(text.find(','), std::string::npos);
         EXPECT_EQ(LeadingNumber(text), value) << text;

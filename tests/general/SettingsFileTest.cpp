@@ -1,9 +1,8 @@
-#include "general/SettingsFile.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "general/SettingsFile.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
@@ -19,13 +18,15 @@ class SettingsFileTest : public ::testing::Test {
 };
 
 TEST_F(SettingsFileTest, keepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWritten) {
-    WriteAll(path, "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\n\r\n[parameters]\r\n;Period=1\r\nperiod=240\r\n");
+    WriteAll(path,
+             "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\n\r\n[parameters]\r\n;Period=1\r\nperiod=240\r\n");
     EXPECT_TRUE(WriteIniString("Parameters", "PERIOD", "90", path));
     EXPECT_TRUE(WriteIniString("Plot", "Y2", "2", path));
     EXPECT_TRUE(WriteIniString("Cursors", "Cursor1", "33.33", path));
-    EXPECT_EQ(ReadAll(path),
-              "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\nY2=2\r\n\r\n[parameters]\r\n;Period=1\r\nPERIOD=90\r\n"
-              "[Cursors]\r\nCursor1=33.33\r\n");
+    EXPECT_EQ(
+        ReadAll(path),
+        "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\nY2=2\r\n\r\n[parameters]\r\n;Period=1\r\nPERIOD=90\r\n"
+        "[Cursors]\r\nCursor1=33.33\r\n");
     EXPECT_EQ(ReadIniString("PARAMETERS", "Period", "240", path), "90");
 }
 

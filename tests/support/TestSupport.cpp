@@ -32,14 +32,19 @@ void WriteAll(const std::string& path, const std::string& bytes) {
 
 CommandResult Run(const std::string& commandLine) {
     const TempFolder folder;
-    const std::string redirected = "{ " + commandLine + "\n} >'" + folder.File("out") + "' 2>'" + folder.File("err") +
-                                   "' </dev/null";
+    const std::string redirected =
+        "{ " + commandLine + "\n} >'" + folder.File("out") + "' 2>'" + folder.File("err") + "' </dev/null";
     const int status = std::system(redirected.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.File("out")), ReadAll(folder.File("err"))};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.File("out")),
+            ReadAll(folder.File("err"))};
 }
 
-ScriptedPorts::ScriptedPorts() : before_(CurrentPorts()) { CurrentPorts() = {this, this, this, this}; }
-ScriptedPorts::~ScriptedPorts() { CurrentPorts() = before_; }
+ScriptedPorts::ScriptedPorts() : before_(CurrentPorts()) {
+    CurrentPorts() = {this, this, this, this};
+}
+ScriptedPorts::~ScriptedPorts() {
+    CurrentPorts() = before_;
+}
 
 void ScriptedPorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {
     boxes.push_back({icon, title, text});

@@ -42,8 +42,9 @@ struct ShownBox {
     std::string text;
 };
 
-/// Ports that record every box, question, tick and text, and answer questions from a script. In place while it
-/// lives; the ports before it come back afterwards. A question without a scripted answer is a test failure (and No).
+/// Ports that record every box, question, tick and text, and answer questions from a script. In place while
+/// it lives; the ports before it come back afterwards. A question without a scripted answer is a test failure
+/// (and No).
 class ScriptedPorts final : public MessagePort, public ProgressPort, public StatusPort, public SaveFilePort {
   public:
     ScriptedPorts();
@@ -60,7 +61,7 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
     void SetText(const std::string& text) override { statusTexts.push_back(text); }
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
 
-    std::deque<bool> answers;                     ///< to come, in order
+    std::deque<bool> answers;                      ///< to come, in order
     std::optional<SaveFileChoice> saveFileAnswer;  ///< nothing: cancelled
     std::vector<ShownBox> boxes;
     std::vector<ShownBox> questions;

@@ -1,0 +1,10 @@
+/* A filter library without GetSOFilterLag. */
+#include "../../dravik/include/Smooth32.h"
+
+int32_t CreateSOFilter(const char* name, const char* specification, int32_t reserved1, int32_t reserved2) {
+    (void)name;
+    (void)specification;
+    return reserved1 + reserved2;
+}
+
+int32_t InitSOFilter(int32_t filter, int32_t unitsPerSecond, int16_t step) { return filter + unitsPerSecond + step; }
