@@ -1,0 +1,78 @@
+#include "app/ActionQueue.h"
+
+#include <optional>
+
+#include "analysis/modMain.h"
+#include "db/DatasetRecord.h"
+#include "db/modDravik.h"
+#include "general/modGeneral.h"
+#include "signal/modDFilt.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
+
+namespace vorela {
+namespace {
+
+constexpr int firstDatasetTab = 5;
+
+std::optional<std::size_t> FirstPending() {
+    const auto& datasets = CurrentSelection().datasets;
+    for (std::size_t i = 0; i < datasets.size(); ++i)
+        if (datasets[i].pendingFlag != 0)
+            return i;
+    return std::nullopt;
+}
+
+/// All three run even when one fails: a spinner filter that cannot be had must not hold up the valve curve.
+bool ExtendCurves(std::size_t index) {
+    const bool filtered = CreateFilteredCurves(index, true);
+    const bool valve = ReconstructValveCurve(index, true);
+    const bool flow = FilterDatasetFlow(index, true);
+    return filtered && valve && flow;
+}
+
+void RefreshSelectedTab(const ActionQueueView& view) {
+    const int tab = view.selectedTab();
+    if (tab < firstDatasetTab) {
+        view.refreshGrid(tab);
+        return;
+    }
+    const auto dataset = static_cast<std::size_t>(tab - firstDatasetTab);
+    const auto& datasets = CurrentSelection().datasets;
+    if (dataset < datasets.size() && datasets[dataset].pendingFlag != 0)
+        view.redrawPlot(dataset);
+}
+
+}  // namespace
+
+bool ExtendDataset(std::size_t index) {
+    auto& datasets = CurrentSelection().datasets;
+    Presentation presentation;
+    if (!GetPresentationInformation(datasets, index, presentation))
+        return false;
+    const bool grown = UpdateDatasetInformation(datasets, index);
+    DatasetRecord& record = datasets[index];
+    // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
+    if (!grown && !record.extensionOwed)
+        return true;
+    record.extensionOwed = true;
+    record.extensionOwed = !ExtendCurves(index);
+    return !record.extensionOwed;
+}
+
+bool RunActionQueuePass(const ActionQueueView& view) {
+    const std::optional<std::size_t> pending = FirstPending();
+    if (!pending)
+        return true;
+    const bool extended = ExtendDataset(*pending);
+    if (CurrentSelection().datasets[*pending].pendingFlag == 0)
+        view.switchTimer(false);
+    RefreshSelectedTab(view);
+    // The pass switches the timer off with the dataset whose recording ended; another one that is still being recorded
+    // gets its turn from the next tick on.
+    if (FirstPending())
+        view.switchTimer(true);
+    return extended;
+}
+
+}  // namespace vorela

@@ -1,0 +1,93 @@
+#include "app/CurveChecks.h"
+
+#include <string>
+
+#include "db/Curves.h"
+#include "db/DatasetRecord.h"
+#include "db/modDravik.h"
+#include "general/modGeneral.h"
+#include "signal/modDFilt.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* boxTitle = "Corvane Vorela";
+
+bool Ask(const std::string& text) { return CurrentPorts().messages->AskYesNo(boxTitle, text); }
+
+void OfferFilteredCurves(const SelectDataView& view) {
+    if (!FilteredCurvesExist() &&
+        Ask("Vorela filtered spinner and pressure curves don't exist in all of the selected datasets.\r\r"
+            "Do you want to create the filtered curves in the datasets?"))
+        view.showFilteredCurvesDialog();
+}
+
+void OfferValveCurve() {
+    if (!ValveSignalPresent() &&
+        Ask("The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected datasets.\r\r"
+            "Do you want to create the PVLSIG curve in the datasets?"))
+        CreateReconstructedValveCurves(false);
+}
+
+void OfferDravikFilteredFlow() {
+    ResetFilterSlots();
+    if (!FilteredFlowExists() &&
+        Ask("The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets.\r\r"
+            "Do you want to create the curve in the datasets?"))
+        CreateFilteredFlow(false);
+}
+
+void WarnOfDravikFilters() {
+    if (CurvesFilteredByDravik())
+        CurrentPorts().messages->Show(
+            MessageIcon::information, boxTitle,
+            "The selected datasets contain pressure and flow curves that have been filtered by Dravik.\r"
+            "This can adversely effect the phase angle calculation and distort Vorela's calculated outputs.\r\r"
+            "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
+}
+
+/// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same record.
+bool EndsBeforeValvePosition(const DatasetRecord& record, const CurveChoice& choice) {
+    const Database database(record.database);
+    if (!database.IsOpen())
+        return false;
+    const auto lastIndexOf = [&](const std::string& curve) {
+        return Item(database, ItemPath(record.dataset, curve)).Info().extentLast;
+    };
+    const std::int32_t valveEnd = lastIndexOf(curve::valvePosition);
+    return lastIndexOf(choice.pressure) < valveEnd || lastIndexOf(choice.flow) < valveEnd;
+}
+
+}  // namespace
+
+bool CurvesFilteredByDravik() {
+    return Attempt("Checking filters in curves", false, [] {
+        const Selection& selection = CurrentSelection();
+        for (const DatasetRecord& record : selection.datasets)
+            if (EndsBeforeValvePosition(record, selection.choice))
+                return true;
+        return false;
+    });
+}
+
+bool SelectData(const SelectDataView& view) {
+    return Attempt("Selecting data", false, [&] {
+        view.showSelectDialog();
+        if (!view.plotDataCheck())
+            return true;
+        // Filtered curves first: the valve curve's cycles are measured on them.
+        OfferFilteredCurves(view);
+        OfferValveCurve();
+        OfferDravikFilteredFlow();
+        WarnOfDravikFilters();
+        view.updateMainWindow();
+        for (const DatasetRecord& record : CurrentSelection().datasets)
+            if (record.pendingFlag != 0)
+                view.switchTimerOn();
+        return true;
+    });
+}
+
+}  // namespace vorela
