@@ -43,15 +43,18 @@ std::string VersionText(const ProgramVersion& version) {
     return std::to_string(version.major) + "." + std::to_string(version.minor) + std::to_string(version.revision);
 }
 
-bool CheckIniFile(const ProgramVersion& version) {
-    return Attempt("Checking ini file", false, [&] {
+void StampVersion(const ProgramVersion& version, const std::string& filePath) {
+    const std::int32_t stored = Hundredths(ReadIniString("Version", "Version", "", filePath));
+    const std::string current = VersionText(version);
+    if (stored >= 0 && stored != Hundredths(current))
+        WriteIniString("Version", "Version", current, filePath);
+}
+
+bool CheckIniFile() {
+    return Attempt("Checking ini file", false, [] {
         SetSettingsFilePath(DefaultSettingsFilePath());
-        // A missing file is no error: the first write creates it.
-        const std::int32_t stored = Hundredths(ReadIniString("Version", "Version", "", SettingsFilePath()));
-        const std::string current = VersionText(version);
-        // A negative number is no version of ours: the file is left alone.
-        if (stored >= 0 && stored != Hundredths(current))
-            WriteIniString("Version", "Version", current, SettingsFilePath());
+        // Whether the file exists is not asked: a missing one is no error, the first write creates it.
+        StampVersion(programVersion, SettingsFilePath());
         return true;
     });
 }

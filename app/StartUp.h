@@ -14,8 +14,11 @@ inline constexpr ProgramVersion programVersion{};
 /// Major, point, minor and revision side by side: {1, 0, 5} is "1.05", {2, 1, 12} is "2.112".
 std::string VersionText(const ProgramVersion& version);
 
-/// Stamps the settings file with the running version when it holds another. False after a report.
-bool CheckIniFile(const ProgramVersion& version = programVersion);
+/// Writes the version into `[Version]` when the file holds another one; other sections are never touched, and a
+/// negative stored number leaves the file alone.
+void StampVersion(const ProgramVersion& version, const std::string& filePath);
+/// Stamps the program's own settings file. False after a report, which ends the program.
+bool CheckIniFile();
 
 /// Absolute path of the help file beside the executable.
 const std::string& HelpFilePath();
