@@ -1,0 +1,28 @@
+// The strip under the plot: times of both cursors, their difference in seconds and in periods of test, and each plotted
+// curve's value at both cursors with the difference.
+#pragma once
+
+#include <QWidget>
+
+class QTableWidget;
+class QLabel;
+
+namespace vorela {
+
+class PlotWidget;
+
+class PlotReadoutStrip : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// Follows `plot`, which must outlive it or be its sibling.
+    explicit PlotReadoutStrip(PlotWidget* plot, QWidget* parent = nullptr);
+
+  private:
+    void Refresh();
+
+    PlotWidget* plot_;
+    QLabel* text_;
+};
+
+}  // namespace vorela

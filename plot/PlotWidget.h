@@ -1,0 +1,83 @@
+// The plot area `picPlot`: a cached picture of one dataset's plot with the two cursor lines over it, zoom and pan of the
+// time axis. Under it belong the time cursors control and the readout strip:
+//
+//     auto* plot = new PlotWidget(page);
+//     auto* cursors = new TimeCursors(page);
+//     auto* readout = new PlotReadoutStrip(plot, page);
+//     plot->ConnectCursors(cursors);   // both ways: positions, margin, visible part, double-click
+#pragma once
+
+#include <QImage>
+#include <QWidget>
+#include <cstddef>
+#include <memory>
+
+namespace vorela {
+
+class TimeCursors;
+struct PlotReadout;
+
+class PlotWidget : public QWidget {
+    Q_OBJECT
+
+  public:
+    explicit PlotWidget(QWidget* parent = nullptr);
+    ~PlotWidget() override;
+
+    /// The plot driver: gets the plot information of a selected dataset (0-based), shows what it has to say, and draws
+    /// the picture. False, after the message, when nothing can be drawn; the plot area is then empty. A zoom stays only
+    /// while dataset and chosen time scale stay the same.
+    bool ShowDataset(std::size_t dataset);
+    /// An empty plot area.
+    void Clear();
+    /// The timer's redraw: the time range follows the newly logged data unless the plot is zoomed. A message that was
+    /// shown since the last ShowDataset is not shown again. Does what ShowDataset does when another dataset is shown.
+    void Follow(std::size_t dataset);
+
+    /// Cursor positions in percent of the chosen time range.
+    void SetCursors(float cursor1, float cursor2);
+    float Cursor1() const;
+    float Cursor2() const;
+
+    /// Wires the control under this plot with it, both ways.
+    void ConnectCursors(TimeCursors* cursors);
+
+    /// Values at the cursors, as the strip shows them; read from the database when they are not in memory.
+    const PlotReadout& Readout() const;
+
+    bool IsZoomed() const;
+
+  public slots:
+    /// Asks for the position of cursor 1 or 2 in seconds and puts it there.
+    void TypeCursorPosition(int cursor);
+    /// Back to the chosen scales.
+    void ResetZoom();
+
+  signals:
+    /// The user moved a cursor in the plot area; percent of the chosen time range.
+    void CursorDragged(float cursor1, float cursor2);
+    /// Margin of the time cursors control that puts its guide under the time axis.
+    void MarginChanged(int margin);
+    /// The visible part of the chosen time range in percent (0 to 100 when not zoomed).
+    void VisibleSpanChanged(double fromPercent, double toPercent);
+    void ReadoutChanged();
+    /// The user made the zone between the cursors the specific zone: settings are written, the plot needs a redraw.
+    void ScalesChanged();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace vorela
