@@ -1,8 +1,10 @@
-// Reading and writing items of the database in blocks: guards for handles, the reader that gives a curve's value at any
-// index, the writer of derived curves. Functions here throw RunTimeError (57 device I/O with the curve and the status
-// text for a failing library call); they are used inside a guarded body.
+// Reading and writing items of the database in blocks: guards for handles, the reader that gives a curve's
+// value at any index, the writer of derived curves. Functions here throw RunTimeError (57 device I/O with the
+// curve and the status text for a failing library call); they are used inside a guarded body.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -20,10 +22,12 @@ class Database {
     Database& operator=(const Database&) = delete;
     bool IsOpen() const { return handle_ != 0; }
     std::int32_t Handle() const { return handle_; }
+    const std::string& Path() const { return path_; }
     /// Closes now; false after the message box.
     bool Close();
 
   private:
+    std::string path_;
     std::int32_t handle_ = 0;
 };
 
@@ -38,6 +42,7 @@ class Transaction {
 
   private:
     std::int32_t database_;
+    std::string path_;
     bool open_ = true;
 };
 
@@ -49,15 +54,20 @@ struct ItemInfo {
     std::int32_t unitCode = 0;
     float scale = 1.0F;
     float offset = 0.0F;
-    std::int32_t firstIndex = 0;   ///< where the grid begins
-    std::int32_t validFirst = 0;   ///< span of full response of a derived curve; empty when validLast < validFirst
+    std::int32_t firstIndex = 0;  ///< where the grid begins
+    std::int32_t validFirst =
+        0;  ///< span of full response of a derived curve; empty when validLast < validFirst
     std::int32_t validLast = -1;
     std::int32_t extentFirst = 0;  ///< first and last index written; empty when extentLast < extentFirst
     std::int32_t extentLast = -1;
-    std::string made;              ///< how a derived curve was made; "" for a recorded curve
+    std::string made;  ///< how a derived curve was made; "" for a recorded curve
     bool IsEmpty() const { return extentLast < extentFirst; }
 };
 ItemInfo UnpackItemInfo(std::span<const std::byte> block);
+
+/// Throws the run-time error of a failing library call: `what` (an item, a file), the status and the
+/// library's detail.
+[[noreturn]] void ThrowDravikStatus(std::int32_t status, const std::string& what);
 
 /// "LEVEL1" and "ZG" to "LEVEL1/ZG/1".
 std::string ItemPath(const std::string& dataset, const std::string& curve);
@@ -77,31 +87,38 @@ class Item {
     std::int32_t Handle() const { return handle_; }
     const ItemInfo& Info() const { return info_; }
     const std::string& Path() const { return path_; }
+    /// "LEVEL1/ZG/1 in /data/well.vdb": how a message names the item.
+    std::string Name() const { return path_ + " in " + database_; }
     void RefreshInfo();
 
   private:
-    Item(std::int32_t handle, std::string path, ItemInfo info);
+    Item(std::int32_t handle, std::string path, std::string database, ItemInfo info);
     std::int32_t handle_ = 0;
     std::string path_;
+    std::string database_;
     ItemInfo info_;
 };
 
 /// What a curve's value between two samples is.
 enum class Between { linear, sampleBefore };
 
-/// A curve read in blocks of its grid. Index = hundredths of a second (fractions allowed).
+/// A curve read in blocks of its grid. Index = hundredths of a second (fractions allowed). The reader sees
+/// the curve as long as it was when it was attached (or last refreshed), whatever a recorder appends
+/// meanwhile.
 class CurveReader {
   public:
-    CurveReader(const Database& database, const std::string& dataset, const std::string& curve, Between between);
+    CurveReader(const Database& database, const std::string& dataset, const std::string& curve,
+                Between between);
     const ItemInfo& Info() const { return item_.Info(); }
     const std::string& Path() const { return item_.Path(); }
 
-    /// The value at an index: linear between neighbours, or the sample before; nothing where a sample that it needs is
-    /// a gap, or before the first or beyond the last sample. Values are single-precision samples; the interpolation is
-    /// in double. Any order of indices; neighbouring ones are cheap.
+    /// The value at an index: linear between neighbours, or the sample before; nothing where a sample that it
+    /// needs is a gap, or before the first or beyond the last sample. Values are single-precision samples;
+    /// the interpolation is in double. Any order of indices; neighbouring ones are cheap.
     std::optional<double> At(double index);
 
-    /// `count` grid samples from index `first` (on the grid) on; present[i] says whether values[i] is a sample.
+    /// `count` grid samples from index `first` (on the grid) on; present[i] says whether values[i] is a
+    /// sample.
     void ReadGrid(std::int32_t first, std::span<float> values, std::span<std::uint8_t> present);
 
     /// True when the whole span lies inside what was written and, for a derived curve, inside its valid span.
@@ -111,14 +128,32 @@ class CurveReader {
     void Refresh();
 
   private:
-    bool Load(std::int64_t gridPosition);
+    /// Some consecutive samples of the grid. Several are held, so that a walk that looks at a few places of
+    /// the curve at once (a sample and those half a period and a period later) does not load the same blocks
+    /// again and again.
+    struct Block {
+        std::int64_t start = 0;  ///< grid position of values[0]
+        std::vector<float> values;
+        std::vector<std::uint8_t> present;
+        std::uint64_t lastUse = 0;
+        bool Holds(std::int64_t gridPosition) const {
+            return gridPosition >= start && gridPosition - start < static_cast<std::int64_t>(values.size());
+        }
+    };
+    static constexpr std::size_t blocksHeld = 4;
+
+    void FindLastPosition();
+    const Block& BlockOf(std::int64_t gridPosition);
+    void Load(Block& block, std::int64_t gridPosition);
     std::optional<float> Sample(std::int64_t gridPosition);
+    void ReadPresent(std::int64_t gridPosition, std::span<float> values, std::span<std::uint8_t> present);
 
     Item item_;
     Between between_;
-    std::int64_t blockStart_ = 0;  ///< grid position of values_[0]
-    std::vector<float> values_;
-    std::vector<std::uint8_t> present_;
+    std::int64_t lastPosition_ = -1;  ///< grid position of the last sample written
+    std::array<Block, blocksHeld> blocks_;
+    std::size_t current_ = 0;
+    std::uint64_t uses_ = 0;
 };
 
 /// Attributes of a derived curve when it is created.
@@ -131,19 +166,22 @@ struct DerivedCurve {
     std::string made;  ///< "half-period difference, period 240 s, 1 pass"
 };
 
-/// A derived curve being written. Values are buffered and go out in blocks; Flush() before the transaction's commit.
+/// A derived curve being written. Values are buffered and go out in blocks; Flush() before the transaction's
+/// commit.
 class CurveWriter {
   public:
     /// Starts from an empty item: an older one of that name is deleted first.
-    /// Throws when the name is that of one of the selection's input curves or of another recorded curve: nothing
-    /// recorded is ever overwritten.
+    /// Throws when the name is that of one of the selection's input curves or of another recorded curve:
+    /// nothing recorded is ever overwritten.
     static CurveWriter Recreate(Database& database, const std::string& dataset, const std::string& curve,
                                 const DerivedCurve& attributes);
-    /// Opens an existing derived curve for extension, or creates it.
+    /// Opens an existing derived curve for extension, or creates it. Throws as Recreate does, and when the
+    /// existing curve lies on another sample grid than `attributes` states.
     static CurveWriter OpenOrCreate(Database& database, const std::string& dataset, const std::string& curve,
                                     const DerivedCurve& attributes);
     CurveWriter(CurveWriter&&) noexcept = default;
     const ItemInfo& Info() const { return item_.Info(); }
+    const std::string& Path() const { return item_.Path(); }
 
     /// One sample at a grid index. An index before the curve's first is dropped. Buffered.
     void Put(std::int32_t index, float value);

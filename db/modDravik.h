@@ -1,5 +1,5 @@
-// The thin layer over the acquisition system's database library: uniform error reporting, names of items and curves,
-// extents and presentation information of the selected datasets.
+// The thin layer over the acquisition system's database library: uniform error reporting, names of items and
+// curves, extents and presentation information of the selected datasets.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,10 @@
 
 namespace vorela {
 
-/// The message of a status code; a code that the table does not hold (bits combined included) is "Error" & code.
+class Database;
+
+/// The message of a status code; a code that the table does not hold (bits combined included) is "Error" &
+/// code.
 std::string StatusText(std::int32_t status);
 /// The database message box: critical icon, `title`, "Dravik error: " & StatusText.
 void ShowDravikError(std::int32_t status, const std::string& title);
@@ -38,8 +41,14 @@ std::vector<std::string> ItemsOf(std::int32_t database, const std::string& datas
 /// Reads the extent of the dataset's first common curve again; true when it changed.
 bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index);
 
-/// Reads the presentation record, sets PendingFlag from its recording flag. False after a report.
-bool GetPresentationInformation(std::vector<DatasetRecord>& datasets, std::size_t index, Presentation& presentation);
+/// "LEVEL1" to "LEVEL1/_defaults_/1".
+std::string PresentationPath(const std::string& dataset);
+/// Reads the presentation record of an open database's dataset into the record and sets PendingFlag from its
+/// recording flag. False after a report; then the record is as it was.
+bool ReadPresentation(const Database& database, DatasetRecord& record);
+/// The same for one selected dataset, opening and closing its database. False after a report.
+bool GetPresentationInformation(std::vector<DatasetRecord>& datasets, std::size_t index,
+                                Presentation& presentation);
 
 namespace suffix {
 inline constexpr const char* filteredPressure = "_p";

@@ -10,24 +10,27 @@
 
 namespace vorela {
 
-/// Empties the selection: no datasets, no common curves, a new generation; the cycle record of dataset 0 is reset.
+/// Empties the selection: no datasets, no common curves, a new generation; the cycle record of dataset 0 is
+/// reset.
 void InitialiseDatasetVariables();
 
-/// Where the selected cycle number of a level comes from (the parameters own it): handed down by the composition;
-/// 1 until then. Argument: position of the dataset.
+/// Where the selected cycle number of a level comes from (the parameters own it): handed down by the
+/// composition; 1 until then. Argument: position of the dataset.
 void SetSelectedCycleSource(std::function<std::int32_t(std::size_t)> source);
 /// Resets the cycles of dataset `index` with its selected cycle number.
 void ResetDatasetCycles(std::size_t index);
 
-/// Runs the acquisition system's chooser and reads the chosen datasets into new records: time-driven ones only, names
-/// and paths within the record's widths. False when nothing was chosen or one was refused (after its message).
+/// Runs the acquisition system's chooser and reads the chosen datasets into new records: time-driven ones
+/// only, names and paths within the record's widths. False when nothing was chosen or one was refused (after
+/// its message).
 bool SelectDravikData(std::vector<DatasetRecord>& newRecords);
-/// The part behind the chooser: the records of named datasets of one database (vorela-batch chooses by itself).
+/// The part behind the chooser: the records of named datasets of one database (vorela-batch chooses by
+/// itself).
 bool ReadDatasets(const std::string& databasePath, const std::vector<std::string>& names,
                   std::vector<DatasetRecord>& newRecords);
 
-/// Appends `newRecords` after the checks: common curves, valve curve, duplicates. False after its message; then the
-/// selection is as it was.
+/// Appends `newRecords` after the checks: common curves, valve curve, duplicates. False after its message;
+/// then the selection is as it was.
 bool AppendDatasets(std::vector<DatasetRecord> newRecords);
 /// The dialog's "Add": chooser, then AppendDatasets.
 bool AddDatasets();
@@ -46,15 +49,15 @@ bool CurveInCommonList(const std::string& name);
 
 /// Stores the choice by positions in the common curve list (nothing counts as 0).
 void ChooseCurves(std::optional<std::size_t> pressurePosition, std::optional<std::size_t> flowPosition);
-/// The position that the stored choice preselects: the stored position while it is inside the list, else the entry of
-/// the stored name, else the first.
+/// The position that the stored choice preselects: the stored position while it is inside the list, else the
+/// entry of the stored name, else the first.
 std::size_t PreselectedCurve(std::int16_t storedIndex, const std::string& storedName);
 
 /// Deepest first; equal depths keep their order. Selected cycle numbers are copied again afterwards.
 void SortDatasets();
 
-/// After curves were created: reads each dataset's curve names again and rebuilds the common curve list. False after
-/// a report.
+/// After curves were created: reads each dataset's curve names again and rebuilds the common curve list.
+/// False after a report.
 bool RefreshCommonCurves();
 
 /// One line for each chosen input curve whose unit is not psi or rps; empty when all are.

@@ -1,0 +1,367 @@
+#include "db/Curves.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "db/modDravik.h"
+#include "general/CheckedMath.h"
+#include "general/RunTimeError.h"
+#include "platform/DravikLibraries.h"
+
+namespace vorela {
+namespace {
+
+/// Samples in a block: a whole number of the store's chunks, and small against a curve.
+constexpr std::int64_t blockSamples = 16384;
+
+using InfoBlock = std::array<std::byte, DK_INFO_BYTES>;
+
+const DkBaseApi& Api() {
+    return LoadedLibraries().database;
+}
+
+void Check(std::int32_t status, const std::string& what) {
+    if (status != DK_OK)
+        ThrowDravikStatus(status, what);
+}
+
+template <typename Field>
+Field FieldAt(std::span<const std::byte> block, std::size_t at) {
+    Field field{};
+    if (at + sizeof(Field) > block.size())
+        throw RunTimeError{error_number::subscriptOutOfRange, "UnpackItemInfo", "Subscript out of range"};
+    std::memcpy(&field, block.data() + at, sizeof(Field));
+    return field;
+}
+
+bool IsDerivedName(const std::string& curve) {
+    return curve == curve::valveSignal || curve.ends_with(suffix::filteredPressure) ||
+           curve.ends_with(suffix::filteredFlow) || curve.ends_with(suffix::dravikFilteredFlow);
+}
+
+bool IsInputName(const std::string& name) {
+    const CurveChoice& choice = CurrentSelection().choice;
+    return name == choice.pressure || name == choice.flow || name == curve::valvePosition ||
+           name == curve::valveCode || name == curve::valveChangeTimer || name == curve::valveTimer ||
+           name == curve::depth;
+}
+
+[[noreturn]] void Refuse(const Database& database, const std::string& path, const std::string& why) {
+    throw RunTimeError{error_number::permissionDenied, "Vorela",
+                       path + " in " + database.Path() + ": " + why};
+}
+
+/// Nothing recorded is ever overwritten. Throws unless `curve` may be written as a derived curve.
+void RefuseRecordedCurve(const Database& database, const std::string& path, const std::string& curve,
+                         const std::optional<Item>& existing) {
+    if (IsInputName(curve))
+        Refuse(database, path, "The derived curve would take the name of an input curve");
+    if (existing && existing->Info().made.empty() && !IsDerivedName(curve))
+        Refuse(database, path, "The curve was recorded and is not overwritten");
+}
+
+void CreateItem(const Database& database, const std::string& path, const DerivedCurve& attributes) {
+    DBNewItem item{};
+    const std::string made = attributes.made.substr(0, DK_INFO_MADE_BYTES - 1);
+    item.kind = DK_ITEM_CURVE;
+    item.indexKind = DK_INDEX_TIME;
+    item.step = attributes.step;
+    item.firstIndex = attributes.firstIndex;
+    item.scale = attributes.scale;
+    item.offset = attributes.offset;
+    item.unitText = attributes.unit.c_str();
+    item.madeText = made.c_str();
+    Check(Api().DBnewA(database.Handle(), path.c_str(), &item), path + " in " + database.Path());
+}
+
+}  // namespace
+
+[[noreturn]] void ThrowDravikStatus(std::int32_t status, const std::string& what) {
+    const char* said = Api().DBlastdetail == nullptr ? nullptr : Api().DBlastdetail();
+    const std::string detail = said == nullptr ? "" : said;
+    throw RunTimeError{status == DK_NO_MEMORY ? error_number::outOfMemory : error_number::deviceIo, "DKBase",
+                       what + ": " + StatusText(status) + (detail.empty() ? "" : " (" + detail + ")")};
+}
+
+Database::Database(const std::string& path) : path_(path) {
+    OpenDravikDatabase(path, DK_OPEN_EXISTING, handle_);
+}
+
+Database::~Database() {
+    if (handle_ != 0)
+        DetachAndClose(handle_, 0);
+}
+
+bool Database::Close() {
+    if (handle_ == 0)
+        return true;
+    const std::int32_t handle = handle_;
+    handle_ = 0;
+    return CloseDravikDatabase(handle);
+}
+
+Transaction::Transaction(Database& database) : database_(database.Handle()), path_(database.Path()) {
+    Check(Api().DBbegin(database_), path_);
+}
+
+Transaction::~Transaction() {
+    if (open_)
+        Api().DBrollback(database_);
+}
+
+void Transaction::Commit() {
+    open_ = false;  // a commit that fails has rolled back
+    Check(Api().DBcommit(database_), path_);
+}
+
+ItemInfo UnpackItemInfo(std::span<const std::byte> block) {
+    ItemInfo info;
+    info.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
+    info.step = FieldAt<std::int16_t>(block, DK_INFO_STEP);
+    info.unitCode = FieldAt<std::int32_t>(block, DK_INFO_UNIT);
+    info.scale = FieldAt<float>(block, DK_INFO_SCALE);
+    info.offset = FieldAt<float>(block, DK_INFO_OFFSET);
+    info.kind = FieldAt<std::int16_t>(block, DK_INFO_KIND);
+    info.firstIndex = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
+    info.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
+    info.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
+    info.extentFirst = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
+    info.extentLast = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);
+    const auto made = FieldAt<std::array<char, DK_INFO_MADE_BYTES>>(block, DK_INFO_MADE);
+    info.made.assign(made.begin(), std::find(made.begin(), made.end(), '\0'));
+    return info;
+}
+
+std::string ItemPath(const std::string& dataset, const std::string& curve) {
+    return dataset + "/" + curve + "/1";
+}
+
+Item::Item(std::int32_t handle, std::string path, std::string database, ItemInfo info)
+    : handle_(handle), path_(std::move(path)), database_(std::move(database)), info_(std::move(info)) {}
+
+Item::Item(const Database& database, const std::string& path) : path_(path), database_(database.Path()) {
+    InfoBlock block{};
+    Check(Api().DBattachA(database.Handle(), path.c_str(), &handle_, 0, block.data()), Name());
+    info_ = UnpackItemInfo(block);
+}
+
+Item::Item(Item&& other) noexcept
+    : handle_(std::exchange(other.handle_, 0)),
+      path_(std::move(other.path_)),
+      database_(std::move(other.database_)),
+      info_(std::move(other.info_)) {}
+
+Item::~Item() {
+    if (handle_ != 0)
+        Api().DBdetach(handle_);
+}
+
+std::optional<Item> Item::Find(const Database& database, const std::string& path) {
+    InfoBlock block{};
+    std::int32_t handle = 0;
+    const std::int32_t status = Api().DBattachA(database.Handle(), path.c_str(), &handle, 0, block.data());
+    if (status == DK_NOT_AVAILABLE)
+        return std::nullopt;
+    Check(status, path + " in " + database.Path());
+    return Item(handle, path, database.Path(), UnpackItemInfo(block));
+}
+
+void Item::RefreshInfo() {
+    InfoBlock block{};
+    Check(Api().DBinformation(handle_, block.data()), Name());
+    info_ = UnpackItemInfo(block);
+}
+
+// --- Reading ---
+
+CurveReader::CurveReader(const Database& database, const std::string& dataset, const std::string& curve,
+                         Between between)
+    : item_(database, ItemPath(dataset, curve)), between_(between) {
+    if (Info().step <= 0)
+        throw RunTimeError{error_number::internalError, "CurveReader",
+                           item_.Name() + ": The curve has no sampling step"};
+    FindLastPosition();
+}
+
+void CurveReader::FindLastPosition() {
+    const ItemInfo& info = Info();
+    lastPosition_ = info.IsEmpty() ? -1 : (std::int64_t{info.extentLast} - info.firstIndex) / info.step;
+}
+
+void CurveReader::Refresh() {
+    for (Block& block : blocks_)
+        block = Block{};
+    item_.RefreshInfo();
+    FindLastPosition();
+}
+
+void CurveReader::ReadPresent(std::int64_t gridPosition, std::span<float> values,
+                              std::span<std::uint8_t> present) {
+    if (values.empty())
+        return;
+    // Within the extents every index fits into 32 bits.
+    const auto index = static_cast<std::int32_t>(Info().firstIndex + gridPosition * Info().step);
+    Check(Api().DBreadpresent(item_.Handle(), index, static_cast<std::int32_t>(values.size()), values.data(),
+                              present.data()),
+          item_.Name());
+}
+
+void CurveReader::Load(Block& block, std::int64_t gridPosition) {
+    const std::int64_t start = gridPosition / blockSamples * blockSamples;
+    const auto count = static_cast<std::size_t>(std::min(blockSamples, lastPosition_ - start + 1));
+    block.start = start;
+    block.values.clear();  // holds nothing should the read fail
+    std::vector<float> values(count);
+    block.present.resize(count);
+    ReadPresent(start, values, block.present);
+    block.values = std::move(values);
+}
+
+const CurveReader::Block& CurveReader::BlockOf(std::int64_t gridPosition) {
+    if (blocks_[current_].Holds(gridPosition))
+        return blocks_[current_];
+    std::size_t oldest = 0;
+    for (std::size_t i = 0; i < blocksHeld; ++i) {
+        if (blocks_[i].Holds(gridPosition)) {
+            blocks_[i].lastUse = ++uses_;
+            current_ = i;
+            return blocks_[i];
+        }
+        if (blocks_[i].lastUse < blocks_[oldest].lastUse)
+            oldest = i;
+    }
+    Load(blocks_[oldest], gridPosition);
+    blocks_[oldest].lastUse = ++uses_;
+    current_ = oldest;
+    return blocks_[oldest];
+}
+
+std::optional<float> CurveReader::Sample(std::int64_t gridPosition) {
+    if (gridPosition < 0 || gridPosition > lastPosition_)
+        return std::nullopt;
+    const Block& block = BlockOf(gridPosition);
+    const auto at = static_cast<std::size_t>(gridPosition - block.start);
+    if (block.present[at] == 0)
+        return std::nullopt;
+    return block.values[at];
+}
+
+std::optional<double> CurveReader::At(double index) {
+    const ItemInfo& info = Info();
+    if (!(index >= info.extentFirst && index <= info.extentLast))
+        return std::nullopt;
+    const auto position = static_cast<std::int64_t>(std::floor((index - info.firstIndex) / info.step));
+    const std::optional<float> before = Sample(position);
+    if (!before)
+        return std::nullopt;
+    const double beyond = index - static_cast<double>(info.firstIndex + position * info.step);
+    if (between_ == Between::sampleBefore || beyond <= 0.0)
+        return *before;
+    const std::optional<float> after = Sample(position + 1);
+    if (!after)
+        return std::nullopt;
+    return *before + (static_cast<double>(*after) - *before) * (beyond / info.step);
+}
+
+void CurveReader::ReadGrid(std::int32_t first, std::span<float> values, std::span<std::uint8_t> present) {
+    const std::int64_t offset = std::int64_t{first} - Info().firstIndex;
+    if (present.size() != values.size() || offset % Info().step != 0)
+        throw RunTimeError{error_number::invalidProcedureCall, "ReadGrid",
+                           item_.Name() + ": Index " + std::to_string(first) + " is not on the curve's grid"};
+    std::fill(values.begin(), values.end(), 0.0F);
+    std::fill(present.begin(), present.end(), std::uint8_t{0});
+    const std::int64_t position = offset / Info().step;
+    const std::int64_t from = std::clamp<std::int64_t>(-position, 0, std::ssize(values));
+    const std::int64_t to = std::clamp<std::int64_t>(lastPosition_ + 1 - position, from, std::ssize(values));
+    const auto skip = static_cast<std::size_t>(from);
+    const auto count = static_cast<std::size_t>(to - from);
+    ReadPresent(position + from, values.subspan(skip, count), present.subspan(skip, count));
+}
+
+bool CurveReader::Covers(double firstIndex, double lastIndex) const {
+    const ItemInfo& info = Info();
+    if (info.IsEmpty() || !(firstIndex >= info.extentFirst && lastIndex <= info.extentLast))
+        return false;
+    return info.made.empty() || (firstIndex >= info.validFirst && lastIndex <= info.validLast);
+}
+
+// --- Writing ---
+
+CurveWriter CurveWriter::Recreate(Database& database, const std::string& dataset, const std::string& curve,
+                                  const DerivedCurve& attributes) {
+    const std::string path = ItemPath(dataset, curve);
+    bool exists = false;
+    {
+        const std::optional<Item> existing = Item::Find(database, path);
+        RefuseRecordedCurve(database, path, curve, existing);
+        exists = existing.has_value();
+    }
+    if (exists)
+        Check(Api().DBdeleteA(database.Handle(), path.c_str()), path + " in " + database.Path());
+    CreateItem(database, path, attributes);
+    return CurveWriter(Item(database, path));
+}
+
+CurveWriter CurveWriter::OpenOrCreate(Database& database, const std::string& dataset,
+                                      const std::string& curve, const DerivedCurve& attributes) {
+    const std::string path = ItemPath(dataset, curve);
+    std::optional<Item> existing = Item::Find(database, path);
+    RefuseRecordedCurve(database, path, curve, existing);
+    if (!existing) {
+        CreateItem(database, path, attributes);
+        return CurveWriter(Item(database, path));
+    }
+    const ItemInfo& info = existing->Info();
+    if (info.step != attributes.step ||
+        (std::int64_t{info.firstIndex} - attributes.firstIndex) % attributes.step != 0)
+        Refuse(database, path, "The curve was made on another sample grid; it has to be created anew");
+    return CurveWriter(std::move(*existing));
+}
+
+void CurveWriter::Put(std::int32_t index, float value) {
+    PutRun(index, std::span<const float>(&value, 1));
+}
+
+void CurveWriter::PutRun(std::int32_t first, std::span<const float> values) {
+    const std::int64_t step = Info().step;
+    // What lies before the curve's first sample has no place on its grid.
+    if (first < Info().firstIndex) {
+        const std::int64_t before = (Info().firstIndex - std::int64_t{first} + step - 1) / step;
+        if (before >= std::ssize(values))
+            return;
+        values = values.subspan(static_cast<std::size_t>(before));
+        first = static_cast<std::int32_t>(first + before * step);
+    }
+    const std::int64_t offset = std::int64_t{first} - runStart_;
+    const std::int64_t at = offset / step;
+    if (run_.empty() || offset < 0 || offset % step != 0 || at > std::ssize(run_)) {
+        Flush();
+        runStart_ = first;
+        run_.assign(values.begin(), values.end());
+    } else {
+        // Continues the run, or replaces its last samples.
+        const auto start = static_cast<std::size_t>(at);
+        run_.resize(std::max(run_.size(), start + values.size()));
+        std::copy(values.begin(), values.end(), run_.begin() + at);
+    }
+    if (std::ssize(run_) >= blockSamples)
+        Flush();
+}
+
+void CurveWriter::Flush() {
+    if (run_.empty())
+        return;
+    Check(Api().DBwrite(item_.Handle(), runStart_, static_cast<std::int32_t>(run_.size()), run_.data()),
+          item_.Name());
+    run_.clear();
+}
+
+void CurveWriter::Mark(std::int32_t validFirst, std::int32_t validLast, const std::string& made) {
+    const std::string text = made.substr(0, DK_INFO_MADE_BYTES - 1);
+    Check(Api().DBmark(item_.Handle(), validFirst, validLast, text.empty() ? nullptr : text.c_str()),
+          item_.Name());
+}
+
+}  // namespace vorela
