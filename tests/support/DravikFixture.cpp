@@ -1,0 +1,206 @@
+#include "tests/support/DravikFixture.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "general/RunTimeError.h"
+#include "general/SettingsFile.h"
+#include "platform/DravikLibraries.h"
+
+namespace vorela::test {
+namespace {
+
+const DkBaseApi& Api() {
+    return LoadedLibraries().database;
+}
+
+void Check(std::int32_t status, const std::string& what) {
+    if (status != DK_OK)
+        throw RunTimeError{status, "fixture", what + ": " + StatusText(status) + " " + Api().DBlastdetail()};
+}
+
+class OpenForWriting {
+  public:
+    explicit OpenForWriting(const std::string& path) {
+        Check(Api().DBopenA(path.c_str(), DK_OPEN_CREATE, &handle), path);
+    }
+    ~OpenForWriting() { Api().DBclose(handle); }
+    OpenForWriting(const OpenForWriting&) = delete;
+    OpenForWriting& operator=(const OpenForWriting&) = delete;
+    std::int32_t handle = 0;
+};
+
+void WriteSamples(std::int32_t database, const std::string& path, const CurveSpec& curve, std::int32_t first,
+                  std::int32_t count) {
+    std::vector<float> values;
+    std::vector<std::uint8_t> present;
+    for (std::int32_t i = 0; i < count; ++i) {
+        const std::optional<double> value = curve.value(first + i * curve.step);
+        values.push_back(static_cast<float>(value.value_or(0.0)));
+        present.push_back(value ? 1 : 0);
+    }
+    std::int32_t item = 0;
+    Check(Api().DBattachA(database, path.c_str(), &item, 0, nullptr), path);
+    const std::int32_t status = Api().DBwritepresent(item, first, count, values.data(), present.data());
+    Api().DBdetach(item);
+    Check(status, path);
+}
+
+std::int32_t ValveCodeAt(const ValveSpec& valve, std::int32_t index) {
+    if (index < valve.firstBoundary)
+        return 1;
+    return (index - valve.firstBoundary) % valve.period < valve.period / 2 ? 3 : 1;
+}
+
+std::int32_t LastChangeBefore(const ValveSpec& valve, std::int32_t index) {
+    if (index < valve.firstBoundary)
+        return valve.first;
+    return index - (index - valve.firstBoundary) % (valve.period / 2);
+}
+
+/// The tool's 16-bit timer of 4,000,000/1024 ticks per second.
+double TimerAt(std::int32_t index) {
+    const auto ticks = static_cast<std::int64_t>(index * (4000000.0 / 1024 / 100) + 0.5);
+    return static_cast<double>((ticks % 65536 + 65536) % 65536);
+}
+
+/// Nothing selected, and nothing that the modules remember of an earlier test counts any more.
+void PutFreshSelection() {
+    const std::uint64_t generation = CurrentSelection().generation;
+    CurrentSelection() = Selection{};
+    CurrentSelection().generation = generation + 1;
+}
+
+}  // namespace
+
+std::optional<float> StoredCurve::At(std::int32_t index) const {
+    const std::int32_t offset = index - info.extentFirst;
+    if (offset < 0 || offset % info.step != 0 || offset / info.step >= std::ssize(samples))
+        return std::nullopt;
+    return samples[static_cast<std::size_t>(offset / info.step)];
+}
+
+std::vector<CurveSpec> ValveCurves(const ValveSpec& valve) {
+    const auto curve = [&](const char* name, const char* unit,
+                           std::function<std::optional<double>(std::int32_t)> value) {
+        return CurveSpec{name, unit, valve.count, std::move(value), valve.first, valve.step};
+    };
+    return {
+        curve("PVLPOS", "", [valve](std::int32_t t) { return ValveCodeAt(valve, t) == 3 ? -1.0 : 1.0; }),
+        curve("PVLID", "", [valve](std::int32_t t) { return ValveCodeAt(valve, t); }),
+        curve("PVLIDT", "", [valve](std::int32_t t) { return TimerAt(LastChangeBefore(valve, t)); }),
+        curve("PVLT", "", [](std::int32_t t) { return TimerAt(t); }),
+    };
+}
+
+bool LoadBuiltLibraries() {
+    static const bool loaded = [] {
+        setenv("VORELA_REGISTRY", VORELA_BIN_DIR "/vorela.reg", 1);
+        return LoadDatabaseLibrary() && LoadFilterLibrary();
+    }();
+    if (!loaded)
+        ADD_FAILURE() << "DKBase and Smooth32 do not load from " VORELA_BIN_DIR ": "
+                      << LoadedLibraries().loadDetail;
+    return loaded;
+}
+
+void DravikFixture::SetUp() {
+    ASSERT_TRUE(LoadBuiltLibraries());
+    SetSettingsFilePath(folder.File("Vorela.ini"));
+    PutFreshSelection();
+}
+
+void DravikFixture::TearDown() {
+    PutFreshSelection();
+}
+
+void DravikFixture::AddCurve(const std::string& dataset, const CurveSpec& curve) {
+    const OpenForWriting database(DatabasePath());
+    const std::string path = ItemPath(dataset, curve.name);
+    DBNewItem item{};
+    item.kind = DK_ITEM_CURVE;
+    item.indexKind = curve.indexKind;
+    item.step = curve.step;
+    item.firstIndex = curve.first;
+    item.scale = curve.scale;
+    item.offset = curve.offset;
+    item.unitText = curve.unit.c_str();
+    item.madeText = curve.made.empty() ? nullptr : curve.made.c_str();
+    Check(Api().DBnewA(database.handle, path.c_str(), &item), path);
+    if (curve.count > 0)
+        WriteSamples(database.handle, path, curve, curve.first, curve.count);
+}
+
+void DravikFixture::AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves) {
+    for (const CurveSpec& curve : curves)
+        AddCurve(dataset, curve);
+}
+
+void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
+    const ItemInfo info = ReadCurve(dataset, curve.name).info;
+    const OpenForWriting database(DatabasePath());
+    WriteSamples(database.handle, ItemPath(dataset, curve.name), curve,
+                 info.IsEmpty() ? curve.first : info.extentLast + curve.step, count);
+}
+
+void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
+    const OpenForWriting database(DatabasePath());
+    const std::string path = PresentationPath(dataset);
+    DBNewItem item{};
+    item.kind = DK_ITEM_RECORD;
+    item.indexKind = DK_INDEX_TIME;
+    item.step = 1;
+    item.sampleBytes = presentationBytes;
+    const std::int32_t status = Api().DBnewA(database.handle, path.c_str(), &item);
+    if (status != DK_EXISTS)
+        Check(status, path);
+    const auto stored = PackPresentation(presentation);
+    std::int32_t handle = 0;
+    Check(Api().DBattachA(database.handle, path.c_str(), &handle, 0, nullptr), path);
+    Check(Api().DBwrite(handle, 0, 1, stored.data()), path);
+    Api().DBdetach(handle);
+}
+
+void DravikFixture::DeleteItem(const std::string& path) {
+    const OpenForWriting database(DatabasePath());
+    Check(Api().DBdeleteA(database.handle, path.c_str()), path);
+}
+
+StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::string& curve) {
+    const Database database(DatabasePath());
+    CurveReader reader(database, dataset, curve, Between::sampleBefore);
+    StoredCurve stored{reader.Info(), {}};
+    if (stored.info.IsEmpty())
+        return stored;
+    const auto count =
+        static_cast<std::size_t>((stored.info.extentLast - stored.info.extentFirst) / stored.info.step + 1);
+    std::vector<float> values(count);
+    std::vector<std::uint8_t> present(count);
+    reader.ReadGrid(stored.info.extentFirst, values, present);
+    for (std::size_t i = 0; i < count; ++i)
+        stored.samples.push_back(present[i] != 0 ? std::optional<float>(values[i]) : std::nullopt);
+    return stored;
+}
+
+bool DravikFixture::HasCurve(const std::string& dataset, const std::string& curve) {
+    const Database database(DatabasePath());
+    return Item::Find(database, ItemPath(dataset, curve)).has_value();
+}
+
+void DravikFixture::Select(const std::vector<std::string>& datasets, const std::string& pressure,
+                           const std::string& flow) {
+    InitialiseDatasetVariables();
+    std::vector<DatasetRecord> records;
+    ASSERT_TRUE(ReadDatasets(DatabasePath(), datasets, records));
+    ASSERT_TRUE(AppendDatasets(std::move(records)));
+    const auto positionOf = [](const std::string& name) { return PreselectedCurve(0, name); };
+    ASSERT_TRUE(CurveInCommonList(pressure)) << pressure;
+    ASSERT_TRUE(CurveInCommonList(flow)) << flow;
+    ChooseCurves(positionOf(pressure), positionOf(flow));
+    SortDatasets();
+}
+
+}  // namespace vorela::test
