@@ -40,4 +40,8 @@ std::size_t IntervalCount();
 /// Step "Getting interval information". False after a report; records computed before keep their values.
 bool GetIntervalInformation();
 
+namespace step {
+inline constexpr const char* gettingIntervalInformation = "Getting interval information";
+}  // namespace step
+
 }  // namespace vorela

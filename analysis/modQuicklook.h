@@ -24,4 +24,8 @@ std::vector<QuicklookRecord>& CurrentQuicklook();
 /// Step "Getting quicklook information". False after a report.
 bool GetQuicklookInformation();
 
+namespace step {
+inline constexpr const char* gettingQuicklookInformation = "Getting quicklook information";
+}  // namespace step
+
 }  // namespace vorela

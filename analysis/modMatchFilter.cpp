@@ -1,0 +1,452 @@
+#include "analysis/modMatchFilter.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "general/CheckedMath.h"
+#include "general/modGeneral.h"
+#include "signal/modModulator.h"
+#include "signal/modParameters.h"
+
+namespace vorela {
+namespace {
+
+constexpr double indexUnitsPerSecond = 100.0;
+constexpr std::int32_t pointsWithoutStep = 20;
+/// Beyond this (a day at 100 Hz) the points of one period are not a valve test but a slip in the parameters, and the
+/// working arrays would take the machine down.
+constexpr std::int32_t mostPointsPerCycle = 8'640'000;
+
+std::function<CursorSpan(std::size_t)>& CursorSpanSource() {
+    static std::function<CursorSpan(std::size_t)> source;
+    return source;
+}
+
+DatasetRecord& DatasetAt(std::size_t dataset) {
+    return CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), "modMatchFilter");
+}
+
+/// A stretch of the record that is taken as one period: n points from index a (included) to b (excluded).
+struct Span {
+    std::int32_t n = 0;
+    std::int32_t a = 0;
+    std::int32_t b = 0;
+
+    bool operator==(const Span&) const = default;
+    std::int32_t IndexOf(std::int32_t i) const {
+        const double step = CheckedDivide(static_cast<double>(std::int64_t{b} - a), n, "Resample");
+        return RoundTo<std::int32_t>(a + i * step, "Resample");
+    }
+    /// The last index that is read.
+    std::int32_t Last() const { return IndexOf(n - 1); }
+};
+
+struct Reference {
+    std::int32_t n = -1;
+    std::vector<double> sine, cosine;
+
+    /// Rebuilt only when the number of points changes; neighbouring cycles mostly share it.
+    void For(std::int32_t points) {
+        if (n == points)
+            return;
+        MakeReference(points, sine, cosine);
+        n = points;
+    }
+};
+
+/// Phases and magnitudes of one cycle and what follows from them.
+struct EntryResults {
+    Harmonic valve, pressure, flow;
+    double ratio = 0.0;
+    double phaseLag = 0.0;
+};
+
+EntryResults Combine(const Harmonic& valve, const Harmonic& pressure, const Harmonic& flow) {
+    const double relativePressure = valve.phase - pressure.phase;
+    const double relativeFlow = valve.phase - flow.phase;
+    // A level that does not respond at all counts as a response of 1, so that its index is the flow magnitude.
+    const double divisor = pressure.magnitude == 0.0 ? 1.0 : pressure.magnitude;
+    return {valve, pressure, flow, CheckedDivide(flow.magnitude, divisor, "Cycle ratio"),
+            Wrap(relativeFlow - relativePressure + 180.0, -180.0, 180.0)};
+}
+
+void Store(CycleRecord& cycles, std::size_t entry, const EntryResults& results, bool analysed) {
+    CheckedAt(cycles.valve, static_cast<std::int64_t>(entry), "Cycle record") = results.valve;
+    cycles.pressure[entry] = results.pressure;
+    cycles.flow[entry] = results.flow;
+    cycles.ratio[entry] = results.ratio;
+    cycles.phaseLag[entry] = results.phaseLag;
+    cycles.analysed[entry] = analysed ? 1 : 0;
+}
+
+void ClearResults(CycleRecord& cycles, std::size_t entry) { Store(cycles, entry, EntryResults{}, false); }
+
+/// Period of cycle n (1-based), stored at its entry: the distance to the next boundary, or the period of test.
+double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
+    const ParameterSet& parameters = CurrentParameters();
+    const std::int64_t next = CheckedAt(cycles.start, n, "Cycle start");
+    const std::int64_t own = CheckedAt(cycles.start, n - 1, "Cycle start");
+    double period = static_cast<double>(next - own) / indexUnitsPerSecond;
+    if (parameters.usePeriodInMatch != 0 || period < 0.0)
+        period = parameters.period;
+    CheckedAt(cycles.period, n - 1, "Cycle period") = period;
+    return period;
+}
+
+/// What is known about a stretch of a curve.
+enum class Coverage { whole, later, never };
+
+/// `later`: the curve, still growing, ends inside the stretch. `never`: the stretch begins before the curve does.
+Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t last) {
+    if (curve.Covers(first, last))
+        return Coverage::whole;
+    const ItemInfo& info = curve.Info();
+    const bool derived = !info.made.empty();
+    if (info.IsEmpty() || (derived && info.validLast < info.validFirst))
+        return Coverage::later;
+    const std::int32_t begin = derived ? std::max(info.extentFirst, info.validFirst) : info.extentFirst;
+    return first < begin ? Coverage::never : Coverage::later;
+}
+
+Coverage Worse(Coverage a, Coverage b) { return std::max(a, b); }
+
+/// Analyses stretches of one dataset over the same attached curves.
+class Analyser {
+  public:
+    Analyser(CycleCurves& curves, std::int16_t step) : curves_(curves), step_(step) {}
+
+    /// Cycle n (1-based) of the record: period, results where all three curves cover it.
+    Coverage AnalyseEntry(CycleRecord& cycles, std::int64_t n) {
+        const double period = MeasurePeriod(cycles, n);
+        const auto entry = static_cast<std::size_t>(n - 1);
+        ClearResults(cycles, entry);
+        const std::int32_t a = cycles.start[entry];
+        const Span span{PointsPerCycle(step_, period), a,
+                        RoundTo<std::int32_t>(a + period * indexUnitsPerSecond, "Resample")};
+        EntryResults results;
+        const Coverage coverage = AnalyseSpan(span, results);
+        Store(cycles, entry, results, coverage == Coverage::whole);
+        return coverage;
+    }
+
+    /// Results are complete for `whole`; otherwise they hold the valve alone, where it is known.
+    Coverage AnalyseSpan(const Span& span, EntryResults& results) {
+        const std::int32_t last = span.Last();
+        reference_.For(span.n);
+        const Coverage valveCoverage = CoverageOf(curves_.valve, span.a, last);
+        Coverage coverage = Worse(valveCoverage, Worse(CoverageOf(curves_.pressure, span.a, last),
+                                                       CoverageOf(curves_.flow, span.a, last)));
+        std::optional<Harmonic> valve, pressure, flow;
+        if (valveCoverage == Coverage::whole)
+            valve = HarmonicOf(span, curves_.valve);
+        if (coverage == Coverage::whole) {
+            pressure = HarmonicOf(span, curves_.pressure);
+            flow = HarmonicOf(span, curves_.flow);
+            if (valve && pressure && flow) {
+                results = Combine(*valve, *pressure, *flow);
+                return Coverage::whole;
+            }
+            coverage = GapCoverage(span.a, last);
+        }
+        results = EntryResults{};
+        results.valve = valve.value_or(Harmonic{});
+        return coverage;
+    }
+
+  private:
+    std::optional<Harmonic> HarmonicOf(const Span& span, CurveReader& curve) const {
+        const auto signal = Resample(span.n, span.a, span.b, curve);
+        if (!signal)
+            return std::nullopt;
+        const Polar polar = ToPolar(Correlate(*signal, reference_.sine, reference_.cosine, span.n));
+        return Harmonic{polar.phase, polar.magnitude};
+    }
+
+    /// A sample inside the stretch is missing: a gap, which stays, unless it is the one behind the last index, which the
+    /// interpolation needs and which may still come.
+    Coverage GapCoverage(std::int32_t first, std::int32_t last) const {
+        for (const CurveReader* curve : {&curves_.valve, &curves_.pressure, &curves_.flow})
+            if (!curve->Covers(first, static_cast<double>(last) + curve->Info().step))
+                return Coverage::later;
+        return Coverage::never;
+    }
+
+    CycleCurves& curves_;
+    std::int16_t step_;
+    Reference reference_;
+};
+
+/// What the window entry was last calculated from, and its results.
+struct WindowState {
+    bool known = false;
+    Span span;
+    std::string curves;
+    bool covered = false;
+    EntryResults results;
+    bool analysed = false;
+};
+
+/// What the analysis remembers of a dataset between two extensions, so that a tick costs what is new.
+struct RecordState {
+    std::vector<std::int32_t> pending;  ///< cycles (1-based, ascending) that their curves do not cover yet
+    WindowState window;
+};
+
+/// Kept by database and dataset name: survives a re-ordering of the records and dies with the selection.
+RecordState& StateOf(const DatasetRecord& record) {
+    static std::map<std::pair<std::string, std::string>, RecordState> states;
+    static std::uint64_t generation = 0;
+    if (generation != CurrentSelection().generation) {
+        states.clear();
+        generation = CurrentSelection().generation;
+    }
+    const auto [place, isNew] = states.try_emplace({record.database, record.dataset});
+    if (isNew)
+        for (std::int32_t n = 1; n <= record.cycles.RealCycles(); ++n)
+            if (record.cycles.analysed[static_cast<std::size_t>(n) - 1] == 0)
+                place->second.pending.push_back(n);
+    return place->second;
+}
+
+CycleCurves AttachCurves(const Database& database, const DatasetRecord& record, CycleSource source) {
+    const CurveChoice& choice = CurrentSelection().choice;
+    const bool raw = source == CycleSource::unfiltered;
+    const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
+    return {CurveReader(database, record.dataset, valve, Between::linear),
+            CurveReader(database, record.dataset, raw ? choice.pressure : FilteredPressureName(choice),
+                        Between::linear),
+            CurveReader(database, record.dataset, raw ? choice.flow : FilteredFlowName(choice), Between::linear)};
+}
+
+std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
+    const double range = static_cast<double>(std::int64_t{cursors.rangeEnd} - cursors.rangeStart);
+    return RoundTo<std::int32_t>((percent * range / 100.0 + cursors.rangeStart) * indexUnitsPerSecond,
+                                 "Window analysis");
+}
+
+/// The span between the cursors; nothing while nobody tells where they are.
+std::optional<Span> WindowSpan(std::size_t dataset, std::int16_t step) {
+    if (!CursorSpanSource())
+        return std::nullopt;
+    const CursorSpan cursors = CursorSpanSource()(dataset);
+    Span span{PointsPerCycle(step, CurrentParameters().period), CursorIndex(cursors.cursor1, cursors),
+              CursorIndex(cursors.cursor2, cursors)};
+    if (span.a > span.b)
+        std::swap(span.a, span.b);
+    return span;
+}
+
+std::string IdentityOf(const CycleCurves& curves) {
+    std::string identity;
+    for (const CurveReader* curve : {&curves.valve, &curves.pressure, &curves.flow})
+        identity += curve->Path() + "\n" + curve->Info().made + "\n";
+    return identity;
+}
+
+/// Analyses the window unless nothing that it depends on changed since the last time.
+void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& window) {
+    const std::int16_t step = DatasetAt(dataset).step;
+    const std::optional<Span> span = WindowSpan(dataset, step);
+    if (!span || span->a == span->b) {  // no time between the cursors: nothing to analyse
+        window = WindowState{};
+        return;
+    }
+    const std::int32_t last = span->Last();
+    const bool covered = curves.valve.Covers(span->a, last) && curves.pressure.Covers(span->a, last) &&
+                         curves.flow.Covers(span->a, last);
+    const std::string identity = IdentityOf(curves);
+    if (window.known && window.span == *span && window.curves == identity && window.covered == covered &&
+        (window.analysed || !covered))
+        return;
+    window = WindowState{true, *span, identity, covered, {}, false};
+    if (covered)
+        window.analysed = Analyser(curves, step).AnalyseSpan(*span, window.results) == Coverage::whole;
+    if (!window.analysed)
+        window.results = EntryResults{};
+}
+
+void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& window) {
+    if (count > 0)
+        Store(cycles, static_cast<std::size_t>(count) - 1, window.results, window.analysed);
+}
+
+/// Cycles that were waiting for their curves, oldest first. One that still waits ends the pass: those behind it end
+/// later. A cycle that cannot be calculated is reported once and stays without results; one that could not be read is
+/// tried again by the next run. False when either happened.
+bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std::int32_t>& pending) {
+    Analyser analyser(curves, record.step);
+    bool allWell = true;
+    std::size_t done = 0;
+    while (done < pending.size()) {
+        const auto coverage = Attempt(step::analysingCycle, std::optional<Coverage>{}, [&] {
+            return std::optional(analyser.AnalyseEntry(record.cycles, pending[done]));
+        });
+        const int error = CurrentError().number;
+        allWell = allWell && coverage.has_value();
+        if (coverage == Coverage::later || error == error_number::deviceIo || error == error_number::outOfMemory)
+            break;
+        ++done;
+    }
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(done));
+    return allWell;
+}
+
+bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
+    return Attempt(step::analysingCycle, [&] {
+        DatasetRecord& record = DatasetAt(dataset);
+        CycleRecord& cycles = record.cycles;
+        RecordState& state = StateOf(record);
+        if (cycles.count == 0) {
+            state = RecordState{};
+            record.cycleSource = CycleSource::filtered;
+        }
+        CheckedAt(cycles.start, cycles.count, "Cycle start") = boundary;
+        if (cycles.count > 0) {
+            ClearResults(cycles, static_cast<std::size_t>(cycles.count) - 1);
+            MeasurePeriod(cycles, cycles.count);
+            state.pending.push_back(cycles.count);
+        }
+        AppendCycle(dataset);
+    });
+}
+
+// The results wait for the end of the run: the reconstruction holds its transaction open while it walks, so what it
+// wrote cannot be seen from outside before, and one opening of the database serves all cycles of the run.
+bool OnFinished(std::size_t dataset) {
+    return Attempt(step::analysingCycle, false, [&] {
+        DatasetRecord& record = DatasetAt(dataset);
+        if (record.cycles.count == 0)
+            return true;
+        if (record.cycleSource == CycleSource::none)
+            record.cycleSource = CycleSource::filtered;
+        RecordState& state = StateOf(record);
+        const Database database(record.database);
+        if (!database.IsOpen())
+            return false;
+        CycleCurves curves = AttachCurves(database, record, record.cycleSource);
+        const bool allWell = AnalysePending(record, curves, state.pending);
+        UpdateWindowState(dataset, curves, state.window);
+        StoreWindow(record.cycles, record.cycles.count, state.window);
+        return allWell;
+    });
+}
+
+// Works on a copy: an error on the way leaves the record with the results of one source, never a mixture.
+bool Recalculate(std::size_t dataset, CycleSource source) {
+    return Attempt(step::recalculatingCycles, false, [&] {
+        DatasetRecord& record = DatasetAt(dataset);
+        const Database database(record.database);
+        if (!database.IsOpen())
+            return false;
+        CycleCurves curves = AttachCurves(database, record, source);
+        Analyser analyser(curves, record.step);
+        CycleRecord cycles = record.cycles;
+        RecordState state;
+        for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n)
+            if (analyser.AnalyseEntry(cycles, n) == Coverage::later)
+                state.pending.push_back(n);
+        UpdateWindowState(dataset, curves, state.window);
+        StoreWindow(cycles, cycles.count, state.window);
+        record.cycles = std::move(cycles);
+        record.cycleSource = source;
+        StateOf(record) = std::move(state);
+        return true;
+    });
+}
+
+}  // namespace
+
+void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source) {
+    CursorSpanSource() = std::move(source);
+}
+
+std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds) {
+    if (step == 0)
+        return pointsWithoutStep;
+    const double points = indexUnitsPerSecond / std::abs(static_cast<int>(step)) * periodSeconds;
+    const auto n = RoundTo<std::int32_t>(points, "Points per cycle");
+    if (n > mostPointsPerCycle)
+        throw RunTimeError{error_number::overflow, "Points per cycle",
+                           "Overflow: a period of " + std::to_string(periodSeconds) + " s has " +
+                               std::to_string(n) + " samples"};
+    return n;
+}
+
+void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double>& cosine) {
+    const auto count = static_cast<std::size_t>(n > 0 ? n : 0);
+    sine.resize(count);
+    cosine.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double angle = 2.0 * pi * static_cast<double>(i) / n;
+        sine[i] = std::sin(angle);
+        cosine[i] = std::cos(angle);
+    }
+}
+
+std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b, CurveReader& curve) {
+    std::vector<double> signal;
+    signal.reserve(static_cast<std::size_t>(n > 0 ? n : 0));
+    const Span span{n, a, b};
+    for (std::int32_t i = 0; i < n; ++i) {
+        const std::optional<double> value = curve.At(span.IndexOf(i));
+        if (!value)
+            return std::nullopt;
+        signal.push_back(*value);
+    }
+    return signal;
+}
+
+Complex Correlate(std::span<const double> signal, std::span<const double> sine, std::span<const double> cosine,
+                  std::int32_t n) {
+    const auto count = static_cast<std::size_t>(n > 0 ? n : 0);
+    if (signal.size() < count || sine.size() < count || cosine.size() < count)
+        throw RunTimeError{error_number::subscriptOutOfRange, "Correlate", "Subscript out of range"};
+    double c = 0.0;
+    double s = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        c += signal[i] * cosine[i];
+        s += signal[i] * sine[i];
+    }
+    return {CheckedDivide(c, n, "Correlate"), CheckedDivide(s, n, "Correlate")};
+}
+
+std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber) {
+    const bool done = Attempt(step::analysingCycle, [&] {
+        DatasetRecord& record = DatasetAt(dataset);
+        const std::int64_t n = append ? record.cycles.count : cycleNumber;
+        if (n > 0)
+            Analyser(curves, record.step).AnalyseEntry(record.cycles, n);
+    });
+    const std::int32_t status = done ? 0 : CurrentError().number;
+    if (append && dataset < CurrentSelection().datasets.size())
+        AppendCycle(dataset);
+    return status;
+}
+
+bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag) {
+    return Attempt(step::analysingWindow, [&] {
+        CycleRecord& cycles = DatasetAt(dataset).cycles;
+        const std::int32_t count = flag ? cycles.count : cycles.count - 1;
+        if (count <= 0)
+            return;
+        WindowState window;
+        UpdateWindowState(dataset, curves, window);
+        StoreWindow(cycles, count, window);
+    });
+}
+
+void ResetCycles(std::size_t dataset) {
+    ResetDatasetCycles(dataset);
+    DatasetAt(dataset).cycleSource = CycleSource::none;
+}
+
+void AppendCycle(std::size_t dataset) { AppendCycle(DatasetAt(dataset).cycles); }
+
+void InstallCycleAnalysis() { SetCycleAnalysis({OnBoundary, OnFinished, Recalculate}); }
+
+}  // namespace vorela
