@@ -21,12 +21,16 @@ Complex Multiply(const Complex& a, const Complex& b) {
     return CheckedComplex(a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re, "Multiply");
 }
 
-double Magnitude(const Complex& z) { return CheckedFinite(std::sqrt(z.re * z.re + z.im * z.im), "Magnitude"); }
+double Magnitude(const Complex& z) {
+    return CheckedFinite(std::sqrt(z.re * z.re + z.im * z.im), "Magnitude");
+}
 
-double ArgumentDegrees(const Complex& z) { return RadiansToDegrees(FourQuadrantArgument(z.im, z.re)); }
+double ArgumentDegrees(const Complex& z) {
+    return RadiansToDegrees(FourQuadrantArgument(z.im, z.re));
+}
 
-// Octant by octant, so that the arctangent only sees quotients of magnitude up to 1. The negative real axis belongs to
-// the lower half plane here: its argument is −π.
+// Octant by octant, so that the arctangent only sees quotients of magnitude up to 1. The negative real axis
+// belongs to the lower half plane here: its argument is −π.
 double FourQuadrantArgument(double y, double x) {
     CheckedFinite(x, "FourQuadrantArgument");
     CheckedFinite(y, "FourQuadrantArgument");
@@ -46,8 +50,12 @@ double FourQuadrantArgument(double y, double x) {
     return std::atan(y / x) + pi;
 }
 
-double DegreesToRadians(double degrees) { return degrees * (pi / 180.0); }
-double RadiansToDegrees(double radians) { return radians * (180.0 / pi); }
+double DegreesToRadians(double degrees) {
+    return degrees * (pi / 180.0);
+}
+double RadiansToDegrees(double radians) {
+    return radians * (180.0 / pi);
+}
 
 double Wrap(double x, double lo, double hi) {
     const double width = hi - lo;

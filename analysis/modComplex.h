@@ -19,11 +19,12 @@ struct Polar {
 Complex Subtract(const Complex& a, const Complex& b);
 Complex Multiply(const Complex& a, const Complex& b);
 double Magnitude(const Complex& z);
-double ArgumentDegrees(const Complex& z);              ///< −180 … 180
-double FourQuadrantArgument(double y, double x);       ///< radians, −π … π
+double ArgumentDegrees(const Complex& z);         ///< −180 … 180
+double FourQuadrantArgument(double y, double x);  ///< radians, −π … π
 double DegreesToRadians(double degrees);
 double RadiansToDegrees(double radians);
-/// Into [lo, hi) for x ≥ lo; a value below lo stays below it: the truncation goes toward zero, kept on purpose.
+/// Into [lo, hi) for x ≥ lo; a value below lo stays below it: the truncation goes toward zero, kept on
+/// purpose.
 double Wrap(double x, double lo, double hi);
 Polar ToPolar(const Complex& z);
 

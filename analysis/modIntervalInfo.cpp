@@ -36,9 +36,10 @@ struct EntryPair {
     std::int64_t level2 = 0;
 };
 
-// The limit is crosswise: when the selected cycle of level 2 lies beyond its record, it is level 1 that is put at level
-// 2's count, while level 2 stays outside and ends the computation with a subscript error. An interval with a level whose
-// choice does not exist is meant to be told, not to be shown with numbers of another cycle.
+// The limit is crosswise: when the selected cycle of level 2 lies beyond its record, it is level 1 that is
+// put at level 2's count, while level 2 stays outside and ends the computation with a subscript error. An
+// interval with a level whose choice does not exist is meant to be told, not to be shown with numbers of
+// another cycle.
 EntryPair LimitedEntries(const CycleRecord& level1, const CycleRecord& level2) {
     EntryPair entries{std::int64_t{level1.selectedCycle} - 1, std::int64_t{level2.selectedCycle} - 1};
     if (entries.level1 > level1.count)
@@ -87,8 +88,8 @@ void ComputeIntervalOutputs(IntervalRecord& interval) {
     interval.intervalPhase = ArgumentDegrees(difference);
 }
 
-/// Factor from rps/psi to bbl/day/psi. HVX readings need no area; the others turn a velocity into a rate through the
-/// annulus between casing and tool.
+/// Factor from rps/psi to bbl/day/psi. HVX readings need no area; the others turn a velocity into a rate
+/// through the annulus between casing and tool.
 double FlowConversion(int spinnerType, double casingID, double slope) {
     constexpr double hvx = 75.19;
     constexpr double rtc = 28.0;
@@ -109,7 +110,8 @@ double FlowConversion(int spinnerType, double casingID, double slope) {
 /// Storage of the well below a level, bbl/psi.
 double WellboreStorage(const IntervalRecord& interval, double depth) {
     const double radius = interval.casingID / inchesDiameterToFeetRadius;
-    return barrelsPerCubicFoot * pi * interval.compressibility * (interval.totalDepth - depth) * radius * radius;
+    return barrelsPerCubicFoot * pi * interval.compressibility * (interval.totalDepth - depth) * radius *
+           radius;
 }
 
 void ComputeReservoirOutputs(IntervalRecord& interval) {
@@ -155,7 +157,9 @@ std::vector<IntervalRecord>& CurrentIntervals() {
     return intervals;
 }
 
-std::size_t IntervalCount() { return CurrentIntervals().empty() ? 0 : CurrentIntervals().size() - 1; }
+std::size_t IntervalCount() {
+    return CurrentIntervals().empty() ? 0 : CurrentIntervals().size() - 1;
+}
 
 bool GetIntervalInformation() {
     return Attempt(step::gettingIntervalInformation, [] {

@@ -17,22 +17,23 @@ LevelOutputs GetLevelOutputs(std::size_t dataset);
 /// Array index of the dataset's selected cycle; nothing when the record is empty or the number is outside it.
 std::optional<std::size_t> SelectedEntry(std::size_t dataset);
 
-/// Interval between level 1 (dataset i) and level 2 (dataset i − 1). Outputs are empty where an error kept them from
-/// being reached.
+/// Interval between level 1 (dataset i) and level 2 (dataset i − 1). Outputs are empty where an error kept
+/// them from being reached.
 struct IntervalRecord {
-    std::string label;  ///< "depth2 to depth1"
-    double hpi1 = 0, hpi2 = 0;      ///< rps/psi
-    double phase1 = 0, phase2 = 0;  ///< degrees
+    std::string label;                                 ///< "depth2 to depth1"
+    double hpi1 = 0, hpi2 = 0;                         ///< rps/psi
+    double phase1 = 0, phase2 = 0;                     ///< degrees
     std::optional<double> intervalHpi, intervalPhase;  ///< rps/psi, degrees −180 … 180
-    double casingID = 0;            ///< in
-    double totalDepth = 0;          ///< ft
-    double depth1 = 0, depth2 = 0;  ///< ft
-    double period = 0;              ///< s
-    double compressibility = 0;     ///< 1/psi
+    double casingID = 0;                               ///< in
+    double totalDepth = 0;                             ///< ft
+    double depth1 = 0, depth2 = 0;                     ///< ft
+    double period = 0;                                 ///< s
+    double compressibility = 0;                        ///< 1/psi
     int spinnerType = 0;
     std::optional<double> reservoirHpi, reservoirPhase;  ///< bbl/day/psi, degrees −180 … 180
 };
-/// Entry 0 is blank and never shown: interval i pairs datasets i and i − 1, i = 1 … count − 1. Empty list: no intervals.
+/// Entry 0 is blank and never shown: interval i pairs datasets i and i − 1, i = 1 … count − 1. Empty list: no
+/// intervals.
 std::vector<IntervalRecord>& CurrentIntervals();
 /// Number of intervals (entries 1 …).
 std::size_t IntervalCount();

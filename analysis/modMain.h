@@ -15,7 +15,8 @@ struct Colour {
 };
 inline constexpr Colour paleOrange{255, 224, 192};
 
-/// A grid: texts by row and column, one shade for each row, column widths in twips (1/1440 inch; 0: as wide as is left).
+/// A grid: texts by row and column, one shade for each row, column widths in twips (1/1440 inch; 0: as wide
+/// as is left).
 struct ResultGrid {
     std::vector<std::vector<std::string>> cells;
     std::vector<RowShade> shades;
@@ -50,8 +51,8 @@ bool FillLevelGrid();
 bool FillIntervalGrid();
 bool FillQuicklookGrid();
 bool FillSummaryGrid();
-/// All four, in that order.
-void RefreshGrids();
+/// All four, in that order; the results are computed once. False when a report was shown.
+bool RefreshGrids();
 
 /// Header codes of the summary grid and their long meanings, in the same order ("Depth Interval" has none).
 const std::array<const char*, 8>& SummaryCodes();
@@ -72,5 +73,12 @@ std::string InterpretationText(char separator);
 bool WriteInterpretation(const std::string& path, int filterIndex);
 /// The File menu's entry: save dialog, write, message.
 bool SaveInterpretation();
+
+namespace step {
+inline constexpr const char* settingUpLevelGrid = "Setting up level flexgrid";
+inline constexpr const char* settingUpSignalGrid = "Setting up signal flexgrid";
+inline constexpr const char* settingUpSummaryGrid = "Setting up summary flexgrid";
+inline constexpr const char* savingData = "Saving data";
+}  // namespace step
 
 }  // namespace vorela

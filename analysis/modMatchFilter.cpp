@@ -18,8 +18,8 @@ namespace {
 
 constexpr double indexUnitsPerSecond = 100.0;
 constexpr std::int32_t pointsWithoutStep = 20;
-/// Beyond this (a day at 100 Hz) the points of one period are not a valve test but a slip in the parameters, and the
-/// working arrays would take the machine down.
+/// Beyond this (a day at 100 Hz) the points of one period are not a valve test but a slip in the parameters,
+/// and the working arrays would take the machine down.
 constexpr std::int32_t mostPointsPerCycle = 8'640'000;
 
 std::function<CursorSpan(std::size_t)>& CursorSpanSource() {
@@ -69,7 +69,8 @@ struct EntryResults {
 EntryResults Combine(const Harmonic& valve, const Harmonic& pressure, const Harmonic& flow) {
     const double relativePressure = valve.phase - pressure.phase;
     const double relativeFlow = valve.phase - flow.phase;
-    // A level that does not respond at all counts as a response of 1, so that its index is the flow magnitude.
+    // A level that does not respond at all counts as a response of 1, so that its index is the flow
+    // magnitude.
     const double divisor = pressure.magnitude == 0.0 ? 1.0 : pressure.magnitude;
     return {valve, pressure, flow, CheckedDivide(flow.magnitude, divisor, "Cycle ratio"),
             Wrap(relativeFlow - relativePressure + 180.0, -180.0, 180.0)};
@@ -84,9 +85,12 @@ void Store(CycleRecord& cycles, std::size_t entry, const EntryResults& results, 
     cycles.analysed[entry] = analysed ? 1 : 0;
 }
 
-void ClearResults(CycleRecord& cycles, std::size_t entry) { Store(cycles, entry, EntryResults{}, false); }
+void ClearResults(CycleRecord& cycles, std::size_t entry) {
+    Store(cycles, entry, EntryResults{}, false);
+}
 
-/// Period of cycle n (1-based), stored at its entry: the distance to the next boundary, or the period of test.
+/// Period of cycle n (1-based), stored at its entry: the distance to the next boundary, or the period of
+/// test.
 double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
     const ParameterSet& parameters = CurrentParameters();
     const std::int64_t next = CheckedAt(cycles.start, n, "Cycle start");
@@ -101,7 +105,8 @@ double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
 /// What is known about a stretch of a curve.
 enum class Coverage { whole, later, never };
 
-/// `later`: the curve, still growing, ends inside the stretch. `never`: the stretch begins before the curve does.
+/// `later`: the curve, still growing, ends inside the stretch. `never`: the stretch begins before the curve
+/// does.
 Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t last) {
     if (curve.Covers(first, last))
         return Coverage::whole;
@@ -113,7 +118,9 @@ Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t l
     return first < begin ? Coverage::never : Coverage::later;
 }
 
-Coverage Worse(Coverage a, Coverage b) { return std::max(a, b); }
+Coverage Worse(Coverage a, Coverage b) {
+    return std::max(a, b);
+}
 
 /// Analyses stretches of one dataset over the same attached curves.
 class Analyser {
@@ -167,8 +174,8 @@ class Analyser {
         return Harmonic{polar.phase, polar.magnitude};
     }
 
-    /// A sample inside the stretch is missing: a gap, which stays, unless it is the one behind the last index, which the
-    /// interpolation needs and which may still come.
+    /// A sample inside the stretch is missing: a gap, which stays, unless it is the one behind the last
+    /// index, which the interpolation needs and which may still come.
     Coverage GapCoverage(std::int32_t first, std::int32_t last) const {
         for (const CurveReader* curve : {&curves_.valve, &curves_.pressure, &curves_.flow})
             if (!curve->Covers(first, static_cast<double>(last) + curve->Info().step))
@@ -217,10 +224,11 @@ CycleCurves AttachCurves(const Database& database, const DatasetRecord& record, 
     const CurveChoice& choice = CurrentSelection().choice;
     const bool raw = source == CycleSource::unfiltered;
     const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
-    return {CurveReader(database, record.dataset, valve, Between::linear),
-            CurveReader(database, record.dataset, raw ? choice.pressure : FilteredPressureName(choice),
-                        Between::linear),
-            CurveReader(database, record.dataset, raw ? choice.flow : FilteredFlowName(choice), Between::linear)};
+    return {
+        CurveReader(database, record.dataset, valve, Between::linear),
+        CurveReader(database, record.dataset, raw ? choice.pressure : FilteredPressureName(choice),
+                    Between::linear),
+        CurveReader(database, record.dataset, raw ? choice.flow : FilteredFlowName(choice), Between::linear)};
 }
 
 std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
@@ -275,9 +283,9 @@ void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& win
         Store(cycles, static_cast<std::size_t>(count) - 1, window.results, window.analysed);
 }
 
-/// Cycles that were waiting for their curves, oldest first. One that still waits ends the pass: those behind it end
-/// later. A cycle that cannot be calculated is reported once and stays without results; one that could not be read is
-/// tried again by the next run. False when either happened.
+/// Cycles that were waiting for their curves, oldest first. One that still waits ends the pass: those behind
+/// it end later. A cycle that cannot be calculated is reported once and stays without results; one that could
+/// not be read is tried again by the next run. False when either happened.
 bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std::int32_t>& pending) {
     Analyser analyser(curves, record.step);
     bool allWell = true;
@@ -288,7 +296,8 @@ bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std:
         });
         const int error = CurrentError().number;
         allWell = allWell && coverage.has_value();
-        if (coverage == Coverage::later || error == error_number::deviceIo || error == error_number::outOfMemory)
+        if (coverage == Coverage::later || error == error_number::deviceIo ||
+            error == error_number::outOfMemory)
             break;
         ++done;
     }
@@ -315,8 +324,9 @@ bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
     });
 }
 
-// The results wait for the end of the run: the reconstruction holds its transaction open while it walks, so what it
-// wrote cannot be seen from outside before, and one opening of the database serves all cycles of the run.
+// The results wait for the end of the run: the reconstruction holds its transaction open while it walks, so
+// what it wrote cannot be seen from outside before, and one opening of the database serves all cycles of the
+// run.
 bool OnFinished(std::size_t dataset) {
     return Attempt(step::analysingCycle, false, [&] {
         DatasetRecord& record = DatasetAt(dataset);
@@ -388,7 +398,8 @@ void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double
     }
 }
 
-std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b, CurveReader& curve) {
+std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b,
+                                            CurveReader& curve) {
     std::vector<double> signal;
     signal.reserve(static_cast<std::size_t>(n > 0 ? n : 0));
     const Span span{n, a, b};
@@ -401,8 +412,8 @@ std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std:
     return signal;
 }
 
-Complex Correlate(std::span<const double> signal, std::span<const double> sine, std::span<const double> cosine,
-                  std::int32_t n) {
+Complex Correlate(std::span<const double> signal, std::span<const double> sine,
+                  std::span<const double> cosine, std::int32_t n) {
     const auto count = static_cast<std::size_t>(n > 0 ? n : 0);
     if (signal.size() < count || sine.size() < count || cosine.size() < count)
         throw RunTimeError{error_number::subscriptOutOfRange, "Correlate", "Subscript out of range"};
@@ -445,8 +456,12 @@ void ResetCycles(std::size_t dataset) {
     DatasetAt(dataset).cycleSource = CycleSource::none;
 }
 
-void AppendCycle(std::size_t dataset) { AppendCycle(DatasetAt(dataset).cycles); }
+void AppendCycle(std::size_t dataset) {
+    AppendCycle(DatasetAt(dataset).cycles);
+}
 
-void InstallCycleAnalysis() { SetCycleAnalysis({OnBoundary, OnFinished, Recalculate}); }
+void InstallCycleAnalysis() {
+    SetCycleAnalysis({OnBoundary, OnFinished, Recalculate});
+}
 
 }  // namespace vorela

@@ -1,5 +1,5 @@
-// Cycle analysis: phase and magnitude of the fundamental of valve, pressure and flow, one valve cycle at a time, and over
-// the span between the two time cursors.
+// Cycle analysis: phase and magnitude of the fundamental of valve, pressure and flow, one valve cycle at a
+// time, and over the span between the two time cursors.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +22,8 @@ struct CycleCurves {
     CurveReader flow;
 };
 
-/// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range in whole
-/// seconds. Handed down by the composition (the cursors live in the window, the range in the plot).
+/// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range
+/// in whole seconds. Handed down by the composition (the cursors live in the window, the range in the plot).
 struct CursorSpan {
     double cursor1 = 33.33;
     double cursor2 = 66.33;
@@ -32,23 +32,25 @@ struct CursorSpan {
 };
 void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source);
 
-/// N samples in one period for a sampling step in hundredths of a second (its sign does not count); 20 when the step is 0.
-/// Throws overflow (6) beyond 8,640,000.
+/// N samples in one period for a sampling step in hundredths of a second (its sign does not count); 20 when
+/// the step is 0. Throws overflow (6) beyond 8,640,000.
 std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds);
 /// sin and cos of 2πi/N.
 void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double>& cosine);
-/// N values of the curve from index a (included) to b (excluded) in equal steps; nothing when one is not available.
-std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b, CurveReader& curve);
-/// (Σ x·cos / N, Σ x·sin / N), the sums over i = 0 … n − 1. Throws division by zero (11) for n = 0 and subscript out of
-/// range (9) when an array is shorter than n.
-Complex Correlate(std::span<const double> signal, std::span<const double> sine, std::span<const double> cosine,
-                  std::int32_t n);
+/// N values of the curve from index a (included) to b (excluded) in equal steps; nothing when one is not
+/// available.
+std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b,
+                                            CurveReader& curve);
+/// (Σ x·cos / N, Σ x·sin / N), the sums over i = 0 … n − 1. Throws division by zero (11) for n = 0 and
+/// subscript out of range (9) when an array is shorter than n.
+Complex Correlate(std::span<const double> signal, std::span<const double> sine,
+                  std::span<const double> cosine, std::int32_t n);
 
-/// Analyses one cycle: the last one held when `append` is set (which then appends an empty one), else `cycleNumber`
-/// (1-based). 0 on success; otherwise the error number, after a report.
+/// Analyses one cycle: the last one held when `append` is set (which then appends an empty one), else
+/// `cycleNumber` (1-based). 0 on success; otherwise the error number, after a report.
 std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber);
-/// Treats the span between the cursors as one cycle and writes it at count − 1 (`flag` set) or count − 2. An entry without
-/// results where the curves do not cover the span.
+/// Treats the span between the cursors as one cycle and writes it at count − 1 (`flag` set) or count − 2. An
+/// entry without results where the curves do not cover the span.
 bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag);
 
 /// Resets the cycles of a dataset / appends an empty one.
@@ -56,9 +58,9 @@ void ResetCycles(std::size_t dataset);
 void AppendCycle(std::size_t dataset);
 
 /// Connects the analysis with the valve reconstruction (SetCycleAnalysis).
-/// A boundary records start and period of the cycle that it completes; the results follow when the run ends and its curves
-/// can be read, for every cycle that they cover by then. The others are analysed at the end of a later run. Live cycles
-/// are analysed from the source that the record was last calculated from.
+/// A boundary records start and period of the cycle that it completes; the results follow when the run ends
+/// and its curves can be read, for every cycle that they cover by then. The others are analysed at the end of
+/// a later run. Live cycles are analysed from the source that the record was last calculated from.
 void InstallCycleAnalysis();
 
 namespace step {

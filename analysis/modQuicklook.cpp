@@ -33,8 +33,8 @@ QuicklookRecord RecordOf(std::size_t interval) {
     return record;
 }
 
-// Closed-form fit to the response of a homogeneous layer. The tangent enters the skin factor with a plus sign; that is
-// the field's quicklook formula and is kept, although a physical model would subtract it.
+// Closed-form fit to the response of a homogeneous layer. The tangent enters the skin factor with a plus
+// sign; that is the field's quicklook formula and is kept, although a physical model would subtract it.
 void ComputeOutputs(QuicklookRecord& record) {
     const double hpi = *record.reservoirHpi;
     const double theta = DegreesToRadians(*record.reservoirPhase);
