@@ -2,18 +2,19 @@
 // position is a percentage of the guide's width.
 #pragma once
 
+#include <QVariantMap>
 #include <QWidget>
+#include <array>
 #include <cstdint>
 
-class QLabel;
 class QMouseEvent;
 
 namespace vorela {
 
 class TimeCursors : public QWidget {
     Q_OBJECT
-    Q_PROPERTY(float Cursor1 READ cursor1 WRITE setCursor1 NOTIFY CursorMoved)
-    Q_PROPERTY(float Cursor2 READ cursor2 WRITE setCursor2 NOTIFY CursorMoved)
+    Q_PROPERTY(float cursor1 READ cursor1 WRITE setCursor1)
+    Q_PROPERTY(float cursor2 READ cursor2 WRITE setCursor2)
     Q_PROPERTY(int Margin READ Margin WRITE setMargin)
 
   public:
@@ -28,45 +29,49 @@ class TimeCursors : public QWidget {
 
     /// Left and right distance of the guide from the control's edges, in pixels of this widget.
     std::int16_t Margin() const { return margin_; }
-    /// Throws RunTimeError overflow (6) beyond 16 bits, and where twice the margin is; the former guide then stands.
+    /// Throws RunTimeError overflow (6) for a margin beyond 16 bits (nothing is stored) and for one whose double is beyond
+    /// 16 bits (it is stored, the guide stays where it was). Raises no event.
     void setMargin(int margin);
 
-    /// The part of 0 … 100 % that the guide shows: 0 to 100 unless the plot above is zoomed. Positions keep their
-    /// meaning, the markers move on screen. Raises no event.
+    /// The part of 0 … 100 % that the guide shows: all of it unless the plot above is zoomed. Positions keep their
+    /// values, the markers move on screen; a marker outside the part is hidden. Raises no event.
     void SetVisibleSpan(double fromPercent, double toPercent);
 
-    /// Names and values of the properties as they are persisted ("Cursor1", "Cursor2", "Margin").
+    /// The properties under the names by which they are persisted: "Cursor1", "Cursor2", "Margin".
     QVariantMap SavedProperties() const;
-    /// Properties that are absent get their defaults 33.33, 66.66 and 0.
+    /// Properties that are absent get their defaults 33.33, 66.66 and 0. Raises CursorMoved.
     void RestoreProperties(const QVariantMap& saved);
 
     QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
   signals:
     /// Both positions in percent, cursor 1 first: after a property set and on every move that moves a marker.
     void CursorMoved(float cursor1, float cursor2);
-    /// A marker (1 or 2) was double-clicked.
+    /// A property was set; its persisted name.
+    void PropertyMarked(const QString& name);
+    /// Marker 1 or 2 was double-clicked.
     void CursorDoubleClicked(int cursor);
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
 
   private:
-    class Marker;
-    void SetPosition(int cursor, float percent);
+    void SetPosition(std::size_t marker, float percent);
     void LayOut();
-    void Place(int cursor);
-    bool MoveMarker(int cursor, int proposedLeft);
-    bool HandleMouse(int cursor, QMouseEvent* event);
+    void Place(std::size_t marker);
+    /// Moves a marker when its centre stays on the guide; otherwise nothing happens.
+    bool MoveMarker(std::size_t marker, int proposedLeft);
+    bool HandleMouse(std::size_t marker, const QMouseEvent& event);
+    bool HandleKey(std::size_t marker, int key, bool tenfold);
 
     QWidget* guide_ = nullptr;
     std::array<QWidget*, 2> markers_{};
     std::array<float, 2> position_{33.33F, 66.66F};
     std::int16_t margin_ = 0;
-    std::int16_t dragOffset_ = 0;
+    std::int16_t dragOffset_ = 0;  ///< x inside the marker at which the button went down
+    int guideWidth_ = 0;           ///< may be negative while the control is narrower than its margins
     double visibleFrom_ = 0;
     double visibleTo_ = 100;
 };

@@ -1,18 +1,16 @@
-// Plot data: what is plotted, over which range, with which sampling step.
+// The plot driver's questions about a dataset's plot that need no drawing.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "plot/modPlotScales.h"
+
 namespace vorela {
 
-/// Range in whole seconds.
-struct PlottedRange {
-    std::int32_t start = 0;
-    std::int32_t end = 0;
-};
-/// The range that a plot of this dataset has under the current presentation options, without changing them.
+/// The range that a plot of this dataset has under the current presentation options, without changing them. Reported
+/// ("Getting x-axis range") and empty when it cannot be had.
 PlottedRange PlottedRangeOf(std::size_t dataset);
 
 /// At least one dataset is selected and the datasets share a curve; otherwise false and the message.

@@ -1,0 +1,141 @@
+#include "plot/TimeCursors.h"
+
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+#include <QTest>
+#include <limits>
+
+#include "general/RunTimeError.h"
+
+namespace vorela {
+namespace {
+
+constexpr int controlWidth = 1000;
+
+class TimeCursorsTest : public ::testing::Test {
+  protected:
+    TimeCursorsTest() {
+        control_.resize(controlWidth, 24);
+        control_.show();
+    }
+    QWidget* Child(const char* name) { return control_.findChild<QWidget*>(name); }
+    int Centre(const char* name) { return Child(name)->x() + Child(name)->width() / 2; }
+    /// One drag of marker 1 by `pixels` in a single mouse move.
+    void Drag(int pixels) {
+        QWidget* marker = Child("imgCursor1");
+        QTest::mousePress(marker, Qt::LeftButton, {}, {5, 5});
+        QMouseEvent move(QEvent::MouseMove, QPointF(5 + pixels, 5), QPointF(), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(marker, &move);
+        QTest::mouseRelease(marker, Qt::LeftButton, {}, {5, 5});
+    }
+
+    TimeCursors control_;
+};
+
+TEST_F(TimeCursorsTest, aNewControlShowsItsMarkersAtTheDefaults) {
+    EXPECT_EQ(control_.objectName(), "cursors");
+    EXPECT_FLOAT_EQ(control_.cursor1(), 33.33F);
+    EXPECT_FLOAT_EQ(control_.cursor2(), 66.66F);
+    EXPECT_EQ(Child("imgGuide")->geometry().x(), 0);
+    EXPECT_EQ(Child("imgGuide")->width(), controlWidth);
+    EXPECT_EQ(Centre("imgCursor1"), 333);
+    EXPECT_EQ(Centre("imgCursor2"), 667);
+}
+
+TEST_F(TimeCursorsTest, aPositionOutsideTheGuideIsStoredUnchanged) {
+    QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
+    control_.setCursor1(150);
+    EXPECT_EQ(control_.cursor1(), 150);
+    EXPECT_EQ(Centre("imgCursor1"), 1500);
+    control_.setCursor2(-std::numeric_limits<float>::infinity());
+    control_.setCursor2(std::numeric_limits<float>::quiet_NaN());
+    EXPECT_TRUE(std::isnan(control_.cursor2()));
+    ASSERT_EQ(moved.count(), 3);
+    EXPECT_EQ(moved[0][0].toFloat(), 150);
+    // Only a move that brings the centre back onto the guide is accepted.
+    Drag(-400);
+    EXPECT_EQ(control_.cursor1(), 150);
+    Drag(-500);
+    EXPECT_FLOAT_EQ(control_.cursor1(), 100);
+}
+
+TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
+    QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
+    Drag(668);
+    EXPECT_EQ(Centre("imgCursor1"), 333);
+    EXPECT_EQ(moved.count(), 0);
+    Drag(667);
+    EXPECT_FLOAT_EQ(control_.cursor1(), 100);  // past cursor 2: there is no order
+    Drag(-1000);
+    EXPECT_FLOAT_EQ(control_.cursor1(), 0);
+    Drag(-1);
+    EXPECT_FLOAT_EQ(control_.cursor1(), 0);
+    EXPECT_EQ(moved.count(), 2);
+}
+
+TEST_F(TimeCursorsTest, movingWithoutAButtonDoesNothing) {
+    QMouseEvent move(QEvent::MouseMove, QPointF(50, 5), QPointF(), Qt::NoButton, Qt::NoButton, {});
+    QApplication::sendEvent(Child("imgCursor1"), &move);
+    EXPECT_EQ(Centre("imgCursor1"), 333);
+}
+
+TEST_F(TimeCursorsTest, arrowKeysMoveByOneOrTenPixelsUnderTheSameRule) {
+    control_.setCursor2(99.5F);  // 5 pixels short of the end
+    QWidget* marker = Child("imgCursor2");
+    QTest::keyClick(marker, Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_FLOAT_EQ(control_.cursor2(), 99.5F);
+    QTest::keyClick(marker, Qt::Key_Right);
+    EXPECT_FLOAT_EQ(control_.cursor2(), 99.6F);
+    QTest::keyClick(marker, Qt::Key_Left, Qt::ControlModifier);
+    EXPECT_FLOAT_EQ(control_.cursor2(), 98.6F);
+}
+
+TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
+    QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
+    control_.setMargin(100);
+    EXPECT_EQ(Child("imgGuide")->x(), 100);
+    EXPECT_EQ(Child("imgGuide")->width(), 800);
+    EXPECT_EQ(Centre("imgCursor1"), 367);
+    EXPECT_EQ(moved.count(), 0);
+    control_.setMargin(16383);
+    for (const int margin : {16384, 40000, -16385}) {
+        try {
+            control_.setMargin(margin);
+            ADD_FAILURE() << margin;
+        } catch (const RunTimeError& error) {
+            EXPECT_EQ(error.number, error_number::overflow);
+        }
+    }
+    control_.resize(500, 24);  // a control that cannot be laid out stays as it is
+    EXPECT_EQ(Child("imgGuide")->x(), 16383);
+}
+
+TEST_F(TimeCursorsTest, propertiesPersistUnderTheirNamesWithTheirDefaults) {
+    QSignalSpy marked(&control_, &TimeCursors::PropertyMarked);
+    control_.setCursor1(12.5F);
+    control_.setMargin(7);
+    EXPECT_EQ(marked[0][0].toString(), "Cursor1");
+    EXPECT_EQ(marked[1][0].toString(), "Margin");
+    const QVariantMap saved = control_.SavedProperties();
+    TimeCursors other;
+    other.RestoreProperties(saved);
+    EXPECT_FLOAT_EQ(other.cursor1(), 12.5F);
+    EXPECT_EQ(other.Margin(), 7);
+    other.RestoreProperties({});
+    EXPECT_FLOAT_EQ(other.cursor1(), 33.33F);
+    EXPECT_FLOAT_EQ(other.cursor2(), 66.66F);
+    EXPECT_EQ(other.Margin(), 0);
+}
+
+TEST_F(TimeCursorsTest, onAZoomedPlotMarkersKeepTheirTimes) {
+    control_.SetVisibleSpan(20, 40);
+    EXPECT_FLOAT_EQ(control_.cursor1(), 33.33F);
+    EXPECT_NEAR(Centre("imgCursor1"), 667, 1);
+    Drag(-67);
+    EXPECT_NEAR(control_.cursor1(), 32.0F, 0.03F);
+    EXPECT_GT(Centre("imgCursor2"), controlWidth);
+}
+
+}  // namespace
+}  // namespace vorela

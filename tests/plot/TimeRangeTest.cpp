@@ -1,0 +1,77 @@
+#include "plot/TimeRange.h"
+
+#include <gtest/gtest.h>
+
+#include "general/RunTimeError.h"
+
+namespace vorela {
+namespace {
+
+PresentationOptions AllData() {
+    PresentationOptions options;
+    options.timeAuto = true;
+    return options;
+}
+
+TEST(TimeRange, allDataGainsAStepAtItsEndAlsoOnAMultiple) {
+    EXPECT_EQ(ChosenSpan(AllData(), 1234, 9500), (TimeSpan{1000, 10000}));
+    EXPECT_EQ(ChosenSpan(AllData(), 1000, 10000), (TimeSpan{1000, 11000}));
+    EXPECT_EQ(ChosenSpan(AllData(), -3, 0), (TimeSpan{-1000, 1000}));
+}
+
+TEST(TimeRange, fixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
+    PresentationOptions options;  // 240 s
+    EXPECT_EQ(ChosenSpan(options, 0, 180000 - 1), (TimeSpan{180000 - 24000, 180000}));
+    EXPECT_EQ(ChosenSpan(options, 500, 10400), (TimeSpan{0, 24000}));
+    EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000}));  // exactly as wide: the start is not before the data
+}
+
+TEST(TimeRange, specificZoneIsRoundedToTheEvenHundredth) {
+    PresentationOptions options;
+    options.fixed = false;
+    options.start = 0.125;
+    options.end = 10.375;
+    EXPECT_EQ(ChosenSpan(options, 0, 999999), (TimeSpan{12, 1038}));
+}
+
+TEST(TimeRange, whatLeaves32BitsIsAnOverflow) {
+    PresentationOptions options;
+    options.timeRange = 30000000;
+    EXPECT_THROW(ChosenSpan(options, 0, 1000), RunTimeError);
+    std::int32_t t = 2147483647;
+    EXPECT_THROW(RoundUpTime(t, 1000), RunTimeError);
+    EXPECT_EQ(t, 2147483647);
+    t = -2147483647;
+    EXPECT_THROW(RoundDownTime(t, 1000), RunTimeError);
+    options.timeAuto = true;
+    EXPECT_THROW(ChosenSpan(options, 0, 2147483640), RunTimeError);
+}
+
+TEST(TimeRange, followingMovesByTheRangeOnlyWhenDataLieBeyondIt) {
+    PresentationOptions options;
+    options.rangeStart = 100;
+    options.rangeEnd = 340;
+    EXPECT_EQ(FollowingSpan(options, 34000), std::nullopt);
+    EXPECT_EQ(FollowingSpan(options, 34001), (TimeSpan{34000, 58000}));
+}
+
+TEST(TimeRange, samplingStepIsNeverFinerThanTheCurve) {
+    EXPECT_EQ(SamplingStep({0, 24000}, 1000, 10), 24);
+    EXPECT_EQ(SamplingStep({0, 24000}, 1000, 50), 50);
+    EXPECT_EQ(SamplingStep({0, 2500}, 1000, 1), 2);  // 2.5 goes to the even 2
+    EXPECT_EQ(SamplingStep({24000, 0}, 1000, 10), 24);
+    EXPECT_EQ(SamplingStep({0, 100}, 1000, 0), 100);
+    EXPECT_EQ(SamplingStep({-2147483647, 2147483647}, 100, 1), 42949673);
+}
+
+TEST(TimeRange, cursorPercentAndSecondsAreEachOthersInverse) {
+    const PlottedRange range{100, 340};
+    EXPECT_DOUBLE_EQ(SecondsAt(range, 25), 160);
+    EXPECT_DOUBLE_EQ(SecondsAt(range, 150), 460);
+    for (const double percent : {-20.0, 0.0, 33.33, 100.0, 212.5})
+        EXPECT_NEAR(PercentAt(range, SecondsAt(range, percent)), percent, 1e-12);
+    EXPECT_EQ(ElapsedOrigin(1234), 1000);
+}
+
+}  // namespace
+}  // namespace vorela
