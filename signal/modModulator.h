@@ -1,5 +1,5 @@
-// The valve signal: exact times of the valve's position changes from the tool's timer, the reconstructed signal PVLSIG,
-// and the cycle boundaries that start the cycle analysis.
+// The valve signal: exact times of the valve's position changes from the tool's timer, the reconstructed
+// signal PVLSIG, and the cycle boundaries that start the cycle analysis.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,11 @@
 
 namespace vorela {
 
-/// The cycle analysis as the reconstruction calls it; handed down by the composition (it lives a room higher).
+/// The cycle analysis as the reconstruction calls it; handed down by the composition (it lives a room
+/// higher).
 struct CycleAnalysis {
-    /// A boundary was found at `boundary` (hundredths of a second): opens or completes a cycle and analyses it.
+    /// A boundary was found at `boundary` (hundredths of a second): opens or completes a cycle and analyses
+    /// it.
     std::function<bool(std::size_t dataset, std::int32_t boundary)> onBoundary;
     /// After the boundaries of a run: cycles that were not covered before, then the window.
     std::function<bool(std::size_t dataset)> onFinished;
@@ -21,11 +23,12 @@ struct CycleAnalysis {
 };
 void SetCycleAnalysis(CycleAnalysis analysis);
 
-/// Time from a position change to a sample in hundredths of a second, from the timer at the change (c) and at the
-/// sample (m); 16-bit timer of 4,000,000/1024 ticks per second that wraps.
+/// Time from a position change to a sample in hundredths of a second, from the timer at the change (c) and at
+/// the sample (m); 16-bit timer of 4,000,000/1024 ticks per second that wraps.
 std::int32_t ElapsedTicks(double changeTimer, double sampleTimer);
 
-/// +1 or −1 for a position code; a code that is neither keeps what was returned last, which `remembered` holds.
+/// +1 or −1 for a position code; a code that is neither keeps what was returned last, which `remembered`
+/// holds.
 double ValveState(std::int32_t code, double& remembered);
 /// The signal at t between a change at t1 (code1) and the next at t2 (code2).
 float RampValue(double t, double t1, double t2, std::int32_t code1, std::int32_t code2, double& remembered);

@@ -12,25 +12,25 @@
 namespace vorela {
 
 struct ParameterSet {
-    double period = 240;             ///< period of test (valve cycle), s
+    double period = 240;  ///< period of test (valve cycle), s
     std::int16_t usePeriodInMatch = 0;
     std::int16_t bandPass = 0;
-    std::int16_t filterN = 1;        ///< number of times to apply the filter
-    double casingID = 6;             ///< in
-    double td = 10000;               ///< total open depth, ft
-    double compressibility = 0.01;   ///< of the fluid in the well, 1/psi
-    std::int32_t spinner = 0;        ///< index into SpinnerTypes()
-    double slope = 0.05;             ///< rps/ft/min
-    double b0 = 1;                   ///< formation volume factor, rb/stb
-    double dw = 7.5;                 ///< borehole diameter, in
+    std::int16_t filterN = 1;       ///< number of times to apply the filter
+    double casingID = 6;            ///< in
+    double td = 10000;              ///< total open depth, ft
+    double compressibility = 0.01;  ///< of the fluid in the well, 1/psi
+    std::int32_t spinner = 0;       ///< index into SpinnerTypes()
+    double slope = 0.05;            ///< rps/ft/min
+    double b0 = 1;                  ///< formation volume factor, rb/stb
+    double dw = 7.5;                ///< borehole diameter, in
     std::vector<std::int32_t> cycleNo;
-    std::vector<double> porosity;    ///< v/v
-    std::vector<double> viscosity;   ///< cP
-    std::vector<double> ct;          ///< total compressibility, 1/psi
-    std::vector<double> height;      ///< ft
+    std::vector<double> porosity;   ///< v/v
+    std::vector<double> viscosity;  ///< cP
+    std::vector<double> ct;         ///< total compressibility, 1/psi
+    std::vector<double> height;     ///< ft
     std::int32_t numInts = 1;
-    std::int16_t dFilt = 0;          ///< index into SpinnerFilterTypes()
-    double dLen = 0;                 ///< s
+    std::int16_t dFilt = 0;  ///< index into SpinnerFilterTypes()
+    double dLen = 0;         ///< s
 };
 ParameterSet& CurrentParameters();
 
@@ -39,6 +39,8 @@ struct SpinnerType {
     const char* slopeText;
 };
 const std::array<SpinnerType, 4>& SpinnerTypes();
+/// The entry of SpinnerTypes() whose slope the user states.
+inline constexpr std::int32_t userDefinedSpinner = 3;
 const std::array<const char*, 4>& SpinnerFilterTypes();
 
 /// Fills the set from `[Parameters]`.
@@ -60,8 +62,8 @@ struct ParametersForm {
 };
 /// The controls' contents for the current set.
 ParametersForm ShowParameters();
-/// Checks in the dialog's order and stores as it goes; the refusal names the control's objectName. Nothing when all
-/// is well.
+/// Checks in the dialog's order and stores as it goes; the refusal names the control's objectName. Nothing
+/// when all is well.
 std::optional<Refusal> ValidateParameters(const ParametersForm& form);
 
 /// Stores one per-interval value edited in a grid and writes the section.
@@ -69,8 +71,8 @@ enum class IntervalField { porosity = 1, viscosity, compressibility, height };
 std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text);
 void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber);
 
-/// The keys that vorela-batch's --set accepts for `[Parameters]`, with their range; nothing for an unknown key. The
-/// message is that of the range check.
+/// The keys that vorela-batch's --set accepts for `[Parameters]`, with their range; nothing for an unknown
+/// key. The message is that of the range check.
 struct SettingRange {
     double lower;
     double upper;
