@@ -13,7 +13,8 @@ static_assert(std::endian::native == std::endian::little,
 
 constexpr std::uint32_t curveSamplesPerChunk = 8192;
 constexpr std::uint32_t recordChunkBytes = 32768;
-constexpr int chunkCountAt = 136;  // free in the published layout
+constexpr int chunkCountAt = 136;  // both free in the published layout
+constexpr int chunkSumAt = 144;
 
 template <typename Field>
 void Put(InfoBlock& block, int at, Field value) {
@@ -54,6 +55,7 @@ InfoBlock ItemInfo::Encode() const {
     std::memcpy(block.data() + DK_INFO_MADE, made.data(),
                 std::min<std::size_t>(made.size(), DK_INFO_MADE_BYTES - 1));
     Put(block, chunkCountAt, chunkCount);
+    Put(block, chunkSumAt, chunkSum);
     Put(block, DK_INFO_EXTENT_FIRST, extentFirst);
     Put(block, DK_INFO_EXTENT_LAST, extentLast);
     return block;
@@ -76,6 +78,7 @@ std::optional<ItemInfo> ItemInfo::Decode(std::span<const unsigned char> block) {
     const auto* text = reinterpret_cast<const char*>(block.data()) + DK_INFO_MADE;
     info.made.assign(text, strnlen(text, DK_INFO_MADE_BYTES - 1));
     Get(block, chunkCountAt, info.chunkCount);
+    Get(block, chunkSumAt, info.chunkSum);
     Get(block, DK_INFO_EXTENT_FIRST, info.extentFirst);
     Get(block, DK_INFO_EXTENT_LAST, info.extentLast);
     const bool curve = info.kind == DK_ITEM_CURVE && info.sampleBytes == 4;

@@ -66,7 +66,7 @@ struct Database::Statements {
     Statement chunkRange{
         "SELECT place, crc, present, samples FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place"};
     Statement nextPlace{"SELECT place FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place LIMIT 1"};
-    Statement countChunks{"SELECT count(*) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
+    Statement countChunks{"SELECT count(*), coalesce(sum(place - ?1), 0) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
     Statement insertChunk{"INSERT INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};
     Statement updateChunk{"UPDATE chunks SET crc = ?2, present = ?3, samples = ?4 WHERE place = ?1"};
     Statement deleteChunks{"DELETE FROM chunks WHERE place BETWEEN ?1 AND ?2"};

@@ -1,0 +1,150 @@
+// Whatever the pieces in which a recording grows, what was followed is what one run over the final data
+// gives.
+#include <random>
+
+#include "app/ActionQueue.h"
+#include "tests/live/LiveSupport.h"
+
+namespace vorela {
+namespace {
+
+using test::Outcome;
+using test::Recording;
+using test::TestPlan;
+using test::Way;
+
+/// Piece sizes in samples; 0: drawn at random.
+constexpr int randomPieces = 0;
+constexpr int periodLessOne = 79;
+
+struct Case {
+    Way way;
+    int piece = 1;
+    bool gaps = false;
+    int restartAfter = -1;  ///< samples; the program is started again there
+    int createdAfter = -1;  ///< samples; there the curves are created interactively, then followed
+};
+
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << (c.way.bandPass ? "band pass" : "difference") << " N " << c.way.filterN << ", spinner filter "
+         << c.way.spinnerFilter << ", pieces of " << c.piece << (c.gaps ? ", gaps" : "") << ", restart "
+         << c.restartAfter << ", created " << c.createdAfter;
+}
+
+class LiveEqualsBatchTest : public test::LiveFixture {
+  protected:
+    int NextPiece(int piece) { return piece == randomPieces ? 1 + static_cast<int>(random_() % 150) : piece; }
+    void ExpectSame(const Outcome& live, const std::vector<test::CurveSpec>& curves) {
+        const Outcome whole = OneRunOver(curves);
+        EXPECT_EQ(Difference(live, whole), "");
+        EXPECT_GE(whole.cycles.RealCycles(), 4);
+        EXPECT_EQ(whole.cycles.analysed.at(0), 1);
+        for (const auto& box : ports.boxes)
+            ADD_FAILURE() << box.text;
+    }
+
+  private:
+    std::mt19937 random_{7};
+};
+
+class LiveEqualsBatch : public LiveEqualsBatchTest, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
+    const Case& c = GetParam();
+    TestPlan plan;
+    plan.gaps = c.gaps;
+    Use(c.way, plan.periodSeconds);
+    const auto curves = CurvesOf(plan);
+    Recording recording(DatabasePath(), "LEVEL1", curves);
+    recording.Append(1);
+    Select({"LEVEL1"});
+    bool restarted = false;
+    bool created = false;
+    while (recording.Left() > 0) {
+        recording.Append(NextPiece(c.piece));
+        const int written = plan.samples - recording.Left();
+        if (c.restartAfter >= 0 && written >= c.restartAfter && !restarted) {
+            Select({"LEVEL1"});
+            restarted = true;
+        }
+        if (written < c.createdAfter)
+            continue;
+        if (c.createdAfter >= 0 && !created) {
+            EXPECT_TRUE(CreateAll(0));
+            created = true;
+        }
+        EXPECT_TRUE(ExtendDataset(0));
+    }
+    EXPECT_EQ(CurrentSelection().datasets[0].pendingFlag, 0);
+    ExpectSame(Observe("LEVEL1"), curves);
+}
+
+constexpr Way difference1{1, false, 0, 0.0};
+constexpr Way difference3{3, false, 1, 1.7};
+constexpr Way bandPass1{1, true, 2, 2.5};
+constexpr Way bandPass3{3, true, 3, 4.0};
+
+INSTANTIATE_TEST_SUITE_P(
+    Pieces, LiveEqualsBatch,
+    ::testing::Values(Case{difference1, 1}, Case{difference1, 2}, Case{difference1, 7},
+                      Case{difference1, periodLessOne}, Case{difference1, randomPieces}, Case{difference3, 1},
+                      Case{difference3, 2}, Case{difference3, 7}, Case{difference3, periodLessOne},
+                      Case{difference3, randomPieces}, Case{bandPass1, 1}, Case{bandPass1, 2},
+                      Case{bandPass1, 7}, Case{bandPass1, periodLessOne}, Case{bandPass1, randomPieces},
+                      Case{bandPass3, 1}, Case{bandPass3, 2}, Case{bandPass3, 7},
+                      Case{bandPass3, periodLessOne}, Case{bandPass3, randomPieces},
+                      // The spinner filters with the other pieces, gaps, a restart in the middle, curves
+                      // created before following.
+                      Case{{3, false, 2, 2.5}, 7}, Case{{3, false, 3, 2.5}, 1},
+                      Case{{1, true, 1, 0.9}, randomPieces}, Case{difference3, 7, true},
+                      Case{bandPass3, randomPieces, true}, Case{bandPass1, 1, true},
+                      Case{difference1, 7, true, 250}, Case{difference3, randomPieces, false, 300},
+                      Case{bandPass3, 7, false, 301}, Case{bandPass1, periodLessOne, true, 200},
+                      Case{difference3, 7, false, -1, 260}, Case{bandPass3, randomPieces, false, -1, 260},
+                      Case{bandPass1, 2, true, 400, 260}, Case{difference1, 1, false, 400, 100}));
+
+/// Levels recorded one after the other, or side by side: each pass advances the first pending one only.
+TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
+    for (const int levels : {2, 3}) {
+        for (const bool sideBySide : {false, true}) {
+            Use(levels == 2 ? difference3 : bandPass1, TestPlan{}.periodSeconds);
+            std::vector<Recording> recordings;
+            std::vector<std::vector<test::CurveSpec>> plans;
+            std::vector<std::string> names;
+            for (int i = 0; i < levels; ++i) {
+                TestPlan plan;
+                plan.depth = 5000 - 100 * i;
+                plan.seed = i;
+                plan.first = 240 + 30 * i;
+                plan.samples -= 37 * i;
+                plans.push_back(CurvesOf(plan));
+                names.push_back("L" + std::to_string(levels) + (sideBySide ? "S" : "T") + std::to_string(i));
+                recordings.emplace_back(DatabasePath(), names.back(), plans.back());
+                recordings.back().Append(1);
+            }
+            Select(names);
+            bool timer = true;
+            const ActionQueueView view{[] { return 1; }, [](int) {}, [](std::size_t) {},
+                                       [&](bool on) { timer = on; }};
+            for (int pass = 0; timer && pass < 1000; ++pass) {
+                for (Recording& recording : recordings) {
+                    if (recording.Left() > 0) {
+                        recording.Append(NextPiece(randomPieces));
+                        if (!sideBySide)
+                            break;
+                    }
+                }
+                EXPECT_TRUE(RunActionQueuePass(view));
+            }
+            EXPECT_FALSE(timer);
+            std::vector<Outcome> live;
+            for (const std::string& name : names)
+                live.push_back(Observe(name));
+            for (std::size_t i = 0; i < live.size(); ++i)
+                ExpectSame(live[i], plans[i]);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vorela
