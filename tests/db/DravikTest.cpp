@@ -1,0 +1,166 @@
+// The layer over the database library.
+#include <gmock/gmock.h>
+
+#include "db/modDravik.h"
+#include "general/modGeneral.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela {
+namespace {
+
+TEST(DravikNames, EveryStatusCodeHasItsText) {
+    const std::vector<std::pair<int, std::string>> texts{
+        {1, "The requested item or sample is not available"},
+        {2, "The item already exists"},
+        {4, "The request wasn't understood"},
+        {8, "The file isn't a database"},
+        {16, "An internal maximum was reached"},
+        {32, "The data to be read hasn't been written yet"},
+        {64, "Unable to allocate memory"},
+        {128, "Operating system disk error"},
+        {256, "Unspecified error"},
+        {512, "Error512"},
+        {3, "Error3"},
+        {-7, "Error-7"},
+    };
+    for (const auto& [status, text] : texts)
+        EXPECT_EQ(StatusText(status), text);
+}
+
+TEST(DravikNames, CurveMnemonicKeepsTenCharactersAndTheSuffixWhereItCan) {
+    EXPECT_EQ(MakeCurveMnemonic("PRES", "_p"), "PRES_p");
+    EXPECT_EQ(MakeCurveMnemonic("PRESSURE", "_qs"), "PRESSUR_qs");
+    EXPECT_EQ(MakeCurveMnemonic("", "_f"), "ERROR_f");
+    EXPECT_EQ(MakeCurveMnemonic("  ", " _f "), "ERROR_f");
+    EXPECT_EQ(MakeCurveMnemonic("PRESSURE12", "_p"), "PRESSURE_p");
+    EXPECT_EQ(MakeCurveMnemonic("ZG", "_12345678901"), "_123456789");
+}
+
+TEST(DravikNames, MnemonicOfAnOverlongNameLosesItsSuffix) {
+    EXPECT_EQ(MakeCurveMnemonic("PRESSURE123", "_p"), "PRESSURE12");
+}
+
+TEST(DravikNames, OnlyCurvesAreSelectable) {
+    for (const char* name : {"/PRES/1", "/FLOW_p/1", "/A/RAW/1", "/RA/1"})
+        EXPECT_TRUE(IsSelectableCurve(name)) << name;
+    for (const char* name : {"/RAWPRES/1", "/a_vars_b/1", "/x_zsc_y/1", "/PRES/2", "/PRES", ""})
+        EXPECT_FALSE(IsSelectableCurve(name)) << name;
+    EXPECT_EQ(CurveNameOfItem("/ZG/1"), "ZG");
+}
+
+TEST(DravikRecords, PresentationFieldsLieAtTheirPackedOffsets) {
+    std::array<std::byte, presentationBytes> stored{};
+    const auto put = [&](std::size_t at, std::initializer_list<int> bytes) {
+        for (const int byte : bytes)
+            stored[at++] = static_cast<std::byte>(byte);
+    };
+    put(0, {1, 0});                     // recording flag
+    put(2, {1, 0});                     // index kind
+    put(4, {3, 0});                     // tracks
+    put(6, {0x78, 0x56, 0x34, 0x12});   // start of recording
+    put(10, {10, 0, 0, 0});             // range start
+    put(14, {0xFE, 0xFF, 0xFF, 0xFF});  // range end -2
+    put(18, {'P', 'V', 'L', ' ', '7', ' '});
+    const Presentation presentation = UnpackPresentation(stored);
+    EXPECT_EQ(presentation.recordingFlag, 1);
+    EXPECT_EQ(presentation.indexKind, 1);
+    EXPECT_EQ(presentation.trackCount, 3);
+    EXPECT_EQ(presentation.recordingStart, 0x12345678);
+    EXPECT_EQ(presentation.rangeStart, 10);
+    EXPECT_EQ(presentation.rangeEnd, -2);
+    EXPECT_EQ(presentation.toolString, "PVL 7");
+    EXPECT_EQ(UnpackPresentation(PackPresentation(presentation)).rangeEnd, -2);
+}
+
+TEST(DravikRecords, CycleArraysHoldOneElementMoreThanTheCountAndFollowTheWindow) {
+    CycleRecord cycles;
+    ResetCycles(cycles, 3);
+    EXPECT_EQ(cycles.selectedCycle, 3);
+    EXPECT_EQ(cycles.start.size(), 1U);
+    AppendCycle(cycles);
+    AppendCycle(cycles);
+    EXPECT_EQ(cycles.RealCycles(), 1);
+    EXPECT_EQ(cycles.analysed.size(), 3U);
+    EXPECT_EQ(cycles.phaseLag.size(), 3U);
+    EXPECT_EQ(cycles.selectedCycle, 3);
+    cycles.windowSelected = true;
+    AppendCycle(cycles);
+    EXPECT_EQ(cycles.selectedCycle, 3);
+    AppendCycle(cycles);
+    EXPECT_EQ(cycles.selectedCycle, 4);
+    EXPECT_TRUE(cycles.IsWindow(4));
+}
+
+class Dravik : public test::DravikFixture {
+  protected:
+    void SetUp() override {
+        DravikFixture::SetUp();
+        curve = {"ZG", "psi", 100, [](std::int32_t t) { return t; }};
+        AddCurve("L1", curve);
+        CurrentSelection().commonCurves = {{"ZG", "psi"}};
+        DatasetRecord record;
+        record.database = DatabasePath();
+        record.dataset = "L1  ";
+        CurrentSelection().datasets = {record};
+    }
+    std::vector<DatasetRecord>& Datasets() { return CurrentSelection().datasets; }
+    test::CurveSpec curve;
+};
+
+TEST_F(Dravik, ExtentIsReadAndAChangeOfItTold) {
+    EXPECT_TRUE(UpdateDatasetInformation(Datasets(), 0));
+    EXPECT_EQ(Datasets()[0].dataset, "L1");
+    EXPECT_EQ(Datasets()[0].extentB, 990);
+    EXPECT_FALSE(UpdateDatasetInformation(Datasets(), 0));
+    Append("L1", curve, 1);
+    EXPECT_TRUE(UpdateDatasetInformation(Datasets(), 0));
+    EXPECT_EQ(Datasets()[0].extentB, 1000);
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(Dravik, AMissingCurveIsReportedWithoutRunTimeError) {
+    CurrentSelection().commonCurves = {{"NONE", ""}};
+    EXPECT_FALSE(UpdateDatasetInformation(Datasets(), 0));
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].text, "Error #0 was generated by \rUpdating Dataset Information: ");
+}
+
+TEST_F(Dravik, ADatabaseThatDoesNotOpenGivesOneDatabaseBox) {
+    Datasets()[0].database = folder.File("missing.vdb");
+    EXPECT_FALSE(UpdateDatasetInformation(Datasets(), 0));
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::critical);
+    EXPECT_EQ(ports.boxes[0].title, "Error opening Dravik database");
+    EXPECT_EQ(ports.boxes[0].text, "Dravik error: Operating system disk error");
+    EXPECT_FALSE(CloseDravikDatabase(12345));
+    EXPECT_EQ(ports.boxes.back().title, "Error closing Dravik database");
+}
+
+TEST_F(Dravik, RecordingFlagOfThePresentationBecomesThePendingFlag) {
+    Presentation presentation;
+    EXPECT_FALSE(GetPresentationInformation(Datasets(), 0, presentation));
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].text,
+              "Error #0 was generated by \rError attaching to Dravik presentation information: ");
+    Presentation stored;
+    stored.recordingFlag = 1;
+    stored.toolString = "PVL";
+    SetPresentation("L1", stored);
+    EXPECT_TRUE(GetPresentationInformation(Datasets(), 0, presentation));
+    EXPECT_EQ(presentation.toolString, "PVL");
+    EXPECT_EQ(Datasets()[0].presentation.toolString, "PVL");
+    EXPECT_NE(Datasets()[0].pendingFlag, 0);
+    stored.recordingFlag = 0;
+    SetPresentation("L1", stored);
+    EXPECT_TRUE(GetPresentationInformation(Datasets(), 0, presentation));
+    EXPECT_EQ(Datasets()[0].pendingFlag, 0);
+}
+
+TEST_F(Dravik, ItemsComeInOrderOfCreation) {
+    AddCurve("L1", {"A", "", 1, [](std::int32_t) { return 0; }});
+    const Database database(DatabasePath());
+    EXPECT_THAT(ItemsOf(database.Handle(), "L1"), testing::ElementsAre("/ZG/1", "/A/1"));
+}
+
+}  // namespace
+}  // namespace vorela

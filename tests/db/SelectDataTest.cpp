@@ -1,0 +1,253 @@
+// Selecting datasets and curves.
+#include <gmock/gmock.h>
+
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "general/SettingsFile.h"
+#include "general/modGeneral.h"
+#include "platform/DravikLibraries.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela {
+namespace {
+
+using test::CurveSpec;
+using testing::ElementsAre;
+
+CurveSpec Constant(const std::string& name, double value, const std::string& unit = "") {
+    return {name, unit, 50, [value](std::int32_t) { return value; }};
+}
+
+class SelectData : public test::DravikFixture {
+  protected:
+    void TearDown() override {
+        LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
+        SetSelectedCycleSource(nullptr);
+        DravikFixture::TearDown();
+    }
+    void AddLevel(const std::string& name, double depth) {
+        AddCurves(name, {Constant("ADPTH", depth, "ft"), Constant("ZG", 1, "psi"), Constant("RTC", 2, "rps"),
+                         Constant("PVLPOS", 1)});
+    }
+    std::vector<DatasetRecord> Read(const std::vector<std::string>& names) {
+        std::vector<DatasetRecord> records;
+        EXPECT_TRUE(ReadDatasets(DatabasePath(), names, records));
+        return records;
+    }
+    void Choose(std::vector<std::string> paths) {
+        chosen = std::move(paths);
+        LoadedLibraries().database.DBsetchooser(
+            [](void* context, DBMultiSelect* selection) {
+                for (const std::string& path : *static_cast<std::vector<std::string>*>(context))
+                    LoadedLibraries().database.DBselectionadd(selection, path.c_str());
+                return selection->count;
+            },
+            &chosen);
+    }
+    static std::vector<std::string> Names() {
+        std::vector<std::string> names;
+        for (const DatasetRecord& record : CurrentSelection().datasets)
+            names.push_back(record.dataset);
+        return names;
+    }
+    static std::vector<std::string> CommonNames() {
+        std::vector<std::string> names;
+        for (const CommonCurve& common : CurrentSelection().commonCurves)
+            names.push_back(common.name);
+        return names;
+    }
+    /// The selection's own contents, to see that a refusal changed nothing.
+    static auto Snapshot() { return std::pair(Names(), CommonNames()); }
+    void ExpectOneBox(MessageIcon icon, const std::string& text) {
+        ASSERT_EQ(ports.boxes.size(), 1U);
+        EXPECT_EQ(ports.boxes[0].icon, icon);
+        EXPECT_EQ(ports.boxes[0].title, "Corvane Vorela Utilities");
+        EXPECT_EQ(ports.boxes[0].text, text);
+        ports.boxes.clear();
+    }
+    std::vector<std::string> chosen;
+};
+
+TEST_F(SelectData, ChosenDatasetsComeWithCurvesDepthExtentAndRecordingFlag) {
+    AddLevel("TOP", 1000.5);
+    Presentation presentation;
+    presentation.recordingFlag = 1;
+    SetPresentation("TOP", presentation);
+    Choose({DatabasePath() + "\\TOP"});
+    ASSERT_TRUE(AddDatasets());
+    ASSERT_EQ(CurrentSelection().datasets.size(), 1U);
+    const DatasetRecord& record = CurrentSelection().datasets[0];
+    EXPECT_EQ(record.database, DatabasePath());
+    EXPECT_EQ(record.dataset, "TOP");
+    EXPECT_EQ(record.sortKey, 1000.5);
+    EXPECT_EQ(record.extentA, 0);
+    EXPECT_EQ(record.extentB, 490);
+    EXPECT_EQ(record.step, 10);
+    EXPECT_EQ(record.index.name, "Time");
+    EXPECT_EQ(record.index.unit, "sec");
+    EXPECT_NE(record.pendingFlag, 0);
+    EXPECT_THAT(CommonNames(), ElementsAre("ZG", "RTC", "PVLPOS", "ADPTH"));
+    EXPECT_EQ(CurrentSelection().commonCurves[0].unit, "psi");
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(SelectData, NothingChosenChangesNothing) {
+    AddLevel("TOP", 1);
+    Choose({});
+    EXPECT_FALSE(AddDatasets());
+    EXPECT_TRUE(CurrentSelection().datasets.empty());
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(SelectData, RefusedDatasetsLeaveTheSelectionAsItWas) {
+    AddLevel("A", 1);
+    AddLevel("B", 2);
+    CurveSpec deep = Constant("ZG", 1);
+    deep.indexKind = 0;
+    AddCurve("DEEP", deep);
+    AddCurves("NOVALVE", {Constant("ZG", 1)});
+    AddCurves("OTHER", {Constant("XX", 1)});
+    ASSERT_TRUE(AppendDatasets(Read({"A"})));
+    const auto before = Snapshot();
+    std::vector<DatasetRecord> records;
+
+    EXPECT_FALSE(ReadDatasets(DatabasePath(), {"B", "DEEP"}, records));
+    ExpectOneBox(MessageIcon::exclamation, "Selected datasets must be recorded against time (DEEP)");
+    EXPECT_FALSE(ReadDatasets(DatabasePath(), {"GONE"}, records));
+    ExpectOneBox(MessageIcon::critical, "Error attaching to Dravik dataset: GONE");
+    EXPECT_TRUE(records.empty());
+    EXPECT_FALSE(AppendDatasets(Read({"B", "OTHER"})));
+    ExpectOneBox(MessageIcon::information, "There are no common curves in the selected datasets");
+    EXPECT_FALSE(AppendDatasets(Read({"B", "NOVALVE"})));
+    ExpectOneBox(MessageIcon::information, "Vorela valve curve is not in all datasets");
+    EXPECT_FALSE(AppendDatasets(Read({"B", "A"})));
+    ExpectOneBox(MessageIcon::exclamation,
+                 "This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: A");
+    EXPECT_FALSE(AppendDatasets(Read({"B", "B"})));
+    ExpectOneBox(MessageIcon::exclamation,
+                 "This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: B");
+    EXPECT_EQ(Snapshot(), before);
+}
+
+TEST_F(SelectData, TextsTooLongForTheRecordAreRefusedNotCut) {
+    std::vector<DatasetRecord> records;
+    const std::string longPath(145, 'p');
+    const std::string longName(67, 'n');
+    EXPECT_FALSE(ReadDatasets(longPath, {"A"}, records));
+    ExpectOneBox(MessageIcon::exclamation, "The database path is longer than 144 characters:\r" + longPath);
+    EXPECT_FALSE(ReadDatasets(DatabasePath(), {longName}, records));
+    ExpectOneBox(MessageIcon::exclamation, "The dataset name is longer than 66 characters:\r" + longName);
+}
+
+TEST_F(SelectData, DepthIsConvertedByScaleAndOffsetAndNullWhenThereIsNone) {
+    CurveSpec metres = Constant("ADPTH", 100);
+    metres.scale = 3.28125F;
+    metres.offset = 10.0F;
+    AddCurves("M", {metres, Constant("ZG", 1), Constant("PVLPOS", 1)});
+    AddCurves("NONE", {Constant("ZG", 1), Constant("PVLPOS", 1)});
+    CurveSpec empty = Constant("ADPTH", 1);
+    empty.count = 0;
+    AddCurves("EMPTY", {empty, Constant("ZG", 1), Constant("PVLPOS", 1)});
+    const std::vector<DatasetRecord> records = Read({"M", "NONE", "EMPTY"});
+    EXPECT_EQ(records[0].sortKey, 338.125);
+    EXPECT_EQ(records[1].sortKey, -999.25);
+    EXPECT_EQ(records[2].sortKey, -999.25);
+}
+
+TEST_F(SelectData, LevelsComeOutDeepestFirstWithTheirOwnCycleNumbers) {
+    AddLevel("SHALLOW", 1000);
+    AddLevel("DEEP", 3000);
+    AddCurves("NODEPTH", {Constant("ZG", 1), Constant("RTC", 1), Constant("PVLPOS", 1)});
+    AddLevel("MIDDLE", 2000);
+    AddLevel("MIDDLE2", 2000);
+    SetSelectedCycleSource([](std::size_t i) { return static_cast<std::int32_t>(10 + i); });
+    ASSERT_TRUE(AppendDatasets(Read({"SHALLOW", "NODEPTH", "DEEP", "MIDDLE", "MIDDLE2"})));
+    SortDatasets();
+    EXPECT_THAT(Names(), ElementsAre("DEEP", "MIDDLE", "MIDDLE2", "SHALLOW", "NODEPTH"));
+    for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_EQ(CurrentSelection().datasets[i].cycles.selectedCycle, static_cast<std::int32_t>(10 + i));
+}
+
+TEST_F(SelectData, RemovingKeepsTheOthersAndTheLastOneEmptiesAll) {
+    AddLevel("A", 1);
+    AddLevel("B", 2);
+    AddCurve("B", Constant("ONLYB", 1));
+    AddLevel("C", 3);
+    ASSERT_TRUE(AppendDatasets(Read({"A", "B", "C"})));
+    const std::uint64_t generation = CurrentSelection().generation;
+    RemoveDatasets({0, 2});
+    EXPECT_THAT(Names(), ElementsAre("B"));
+    EXPECT_THAT(CommonNames(), testing::Contains("ONLYB"));
+    EXPECT_NE(CurrentSelection().generation, generation);
+    RemoveDatasets({0});
+    EXPECT_TRUE(CurrentSelection().datasets.empty());
+    EXPECT_TRUE(CurrentSelection().commonCurves.empty());
+}
+
+TEST_F(SelectData, ChoiceIsByPositionAndDefaultsWithoutCommonCurves) {
+    ChooseCurves(4, 5);
+    EXPECT_EQ(CurrentSelection().choice.pressure, "ZG");
+    EXPECT_EQ(CurrentSelection().choice.flow, "RTC");
+    EXPECT_EQ(CurrentSelection().choice.flowIndex, 0);
+    AddLevel("A", 1);
+    ASSERT_TRUE(AppendDatasets(Read({"A"})));
+    CurrentSelection().datasets[0].cycles.count = 7;
+    ChooseCurves(std::nullopt, 1);
+    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 7);
+    const std::uint64_t generation = CurrentSelection().generation;
+    ChooseCurves(2, 1);
+    EXPECT_EQ(CurrentSelection().choice.pressure, "PVLPOS");
+    EXPECT_EQ(CurrentSelection().choice.pressureIndex, 2);
+    EXPECT_NE(CurrentSelection().generation, generation);
+    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 0) << "cycles of other curves";
+}
+
+TEST_F(SelectData, TheStoredNameIsPreselectedWhereverItStands) {
+    CurrentSelection().commonCurves = {{"ZG", ""}, {"RTC", ""}, {"X", ""}};
+    EXPECT_EQ(PreselectedCurve(0, "RTC"), 1U);
+    EXPECT_EQ(PreselectedCurve(2, "X"), 2U);
+    EXPECT_EQ(PreselectedCurve(2, "GONE"), 2U);
+    EXPECT_EQ(PreselectedCurve(3, "GONE"), 0U);
+    EXPECT_EQ(PreselectedCurve(-1, "GONE"), 0U);
+}
+
+TEST_F(SelectData, FlowCurveNameIsKeptUnderTheKeyOfItsNumber) {
+    CurveChoice& choice = CurrentSelection().choice;
+    ReadDatasetSettings();
+    EXPECT_EQ(choice.pressure, "ZG");
+    EXPECT_EQ(choice.flow, "RTC");
+    choice = {3, 4, "PRES", "RTC3 SPIN"};
+    WriteDatasetSettings();
+    EXPECT_EQ(ReadIniString("Dataset", "FlowCurveNum", "", SettingsFilePath()), "RTC3 SPIN");
+    choice = {};
+    ReadDatasetSettings();
+    EXPECT_EQ(choice.pressureIndex, 3);
+    EXPECT_EQ(choice.pressure, "PRES");
+    EXPECT_EQ(choice.flowIndex, 0);
+    EXPECT_EQ(choice.flow, "RTC3 SPIN");
+}
+
+TEST_F(SelectData, CurvesMadeSinceAreFoundByARefreshAndTheChoiceStays) {
+    AddLevel("A", 1);
+    AddLevel("B", 2);
+    Select({"A", "B"});
+    AddCurve("A", Constant("NEW", 1));
+    ASSERT_TRUE(RefreshCommonCurves());
+    EXPECT_FALSE(CurveInCommonList("NEW"));
+    AddCurve("B", Constant("NEW", 1));
+    ASSERT_TRUE(RefreshCommonCurves());
+    EXPECT_TRUE(CurveInCommonList("NEW"));
+    EXPECT_FALSE(CurveInCommonList("new"));
+    EXPECT_EQ(CurrentSelection().choice.flow, "RTC");
+    EXPECT_EQ(CurrentSelection().choice.flowIndex, 1);
+}
+
+TEST_F(SelectData, ForeignUnitsAreTold) {
+    AddCurves("A", {Constant("ZG", 1, "bar"), Constant("RTC", 1, "rps"), Constant("PVLPOS", 1)});
+    Select({"A"});
+    EXPECT_THAT(UnitWarnings(),
+                ElementsAre("Pressure curve ZG is in \"bar\", not in psi; nothing is converted"));
+}
+
+}  // namespace
+}  // namespace vorela
