@@ -123,8 +123,8 @@ std::optional<FilterSpecification> ParseFilterSpecification(std::string_view tex
     return specification;
 }
 
-std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification, std::int32_t unitsPerSecond,
-                                              std::int16_t step) {
+std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification,
+                                              std::int32_t unitsPerSecond, std::int16_t step) {
     if (specification.shape == FilterShape::none)
         return 1;
     const double steps = std::round(specification.lengthSeconds * unitsPerSecond / step);

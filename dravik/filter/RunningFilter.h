@@ -18,16 +18,17 @@ struct FilterSpecification {
     double lengthSeconds = 0.0;  ///< finite, 0 or more
 };
 
-/// Nothing for an unknown type, a missing, negative or not finite length, or anything left over. Type names are
-/// written as the list of spinner filters writes them.
+/// Nothing for an unknown type, a missing, negative or not finite length, or anything left over. Type names
+/// are written as the list of spinner filters writes them.
 std::optional<FilterSpecification> ParseFilterSpecification(std::string_view text);
 
 inline constexpr std::int64_t longestFilter = 10'000'000;
 
-/// Samples of a filter: length in steps, rounded, then the next odd number; at least 1; 1 for FilterShape::none.
-/// Nothing when it exceeds longestFilter. `unitsPerSecond` and `step` (index units) are positive.
-std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification, std::int32_t unitsPerSecond,
-                                              std::int16_t step);
+/// Samples of a filter: length in steps, rounded, then the next odd number; at least 1; 1 for
+/// FilterShape::none. Nothing when it exceeds longestFilter. `unitsPerSecond` and `step` (index units) are
+/// positive.
+std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification,
+                                              std::int32_t unitsPerSecond, std::int16_t step);
 
 /// An unevaluated sum of two doubles: about 32 decimal digits.
 struct DoubleDouble {
@@ -35,9 +36,9 @@ struct DoubleDouble {
     double low = 0.0;
 };
 
-/// Sum of the last n values in O(1) a value (amortised), without ever subtracting one: rounding cannot pile up,
-/// however long it runs. The window is kept as suffix sums of the older part and a running sum of the newer part;
-/// every n values the parts change places.
+/// Sum of the last n values in O(1) a value (amortised), without ever subtracting one: rounding cannot pile
+/// up, however long it runs. The window is kept as suffix sums of the older part and a running sum of the
+/// newer part; every n values the parts change places.
 class SlidingSum {
   public:
     explicit SlidingSum(std::size_t n) : slots_(n) {}
@@ -47,7 +48,8 @@ class SlidingSum {
   private:
     void SumSuffixes();
 
-    /// [0, position_): the newer values themselves; [position_, n): sums from there to the end of the older values.
+    /// [0, position_): the newer values themselves; [position_, n): sums from there to the end of the older
+    /// values.
     std::vector<DoubleDouble> slots_;
     std::size_t position_ = 0;
     DoubleDouble newer_;

@@ -92,4 +92,6 @@ int32_t ApplySOFilter(int32_t filter, double* value) {
     return 1;
 }
 
-void DestroySOFilter(int32_t filter) { Slots().erase(filter); }
+void DestroySOFilter(int32_t filter) {
+    Slots().erase(filter);
+}

@@ -1,0 +1,231 @@
+#include "dravik/tool/Commands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+
+#include "dravik/tool/Database.h"
+#include "dravik/tool/TableWriter.h"
+#include "dravik/tool/TextTable.h"
+#include "dravik/tool/ToolError.h"
+#include "dravik/tool/ValveSchedule.h"
+#include "general/NumberText.h"
+
+namespace vorela {
+namespace {
+
+/// A simulated recording starts on 1 January 2026: the same options give the same bytes.
+constexpr std::int32_t simulatedStart = 1767225600;
+constexpr const char* simulatedTools = "PVL-ZG-RTC";
+
+std::string IndexText(const ItemInformation& information, std::int32_t index) {
+    std::string text;
+    AppendHundredths(text, index);
+    return text + (information.indexKind == DK_INDEX_TIME ? " s" : " ft");
+}
+
+std::string KindText(const ItemInformation& information) {
+    return information.indexKind == DK_INDEX_TIME ? "time" : "depth";
+}
+
+void WriteJson(const std::string& target, const std::string& json) {
+    if (target == "-") {
+        WriteStandardOutput(json);
+        return;
+    }
+    OutputFile file(target);
+    file.Write(json);
+    file.Commit();
+}
+
+}  // namespace
+
+void Simulate(const SimulateRequest& request) {
+    const Simulation& simulation = request.simulation;
+    Database database(request.database, OpenMode::create);
+    Transaction transaction(database);
+    for (std::size_t i = 0; i < simulation.levels.size(); ++i) {
+        SimulatedLevel level(simulation, i);
+        CreateDataset(database, LevelDataset(i), level,
+                      PresentationOf(level.Grid(), simulatedStart, simulatedTools), request.replace);
+        DatasetWriter(database, LevelDataset(i), level).WriteRows(0, level.Grid().rowCount);
+    }
+    transaction.Commit();
+    database.Keep();
+    const Truth truth = TruthOf(simulation);
+    if (!request.json.empty())
+        WriteJson(request.json, TruthJson(simulation, truth));
+    if (request.json != "-")
+        WriteStandardOutput(TruthText(simulation, truth));
+}
+
+void AddValveCurves(const ValveRequest& request) {
+    Database database(request.database, OpenMode::existing);
+    Transaction transaction(database);
+    const std::vector<NamedItem> curves = database.Curves(request.dataset);
+    const std::string where = request.database + ": dataset \"" + request.dataset + "\"";
+    const auto leading = std::find_if(curves.begin(), curves.end(),
+                                      [](const NamedItem& curve) { return !curve.information.IsEmpty(); });
+    if (leading == curves.end())
+        throw ToolError(where + " holds no samples");
+    const ItemInformation& information = leading->information;
+    if (information.indexKind != DK_INDEX_TIME)
+        throw ToolError(where + " is recorded against depth; a valve schedule needs time");
+    for (const CurveDescription& curve : ValveCurves()) {
+        const bool exists = std::any_of(curves.begin(), curves.end(),
+                                        [&](const NamedItem& item) { return item.name == curve.name; });
+        if (exists && !request.replace)
+            throw ToolError(where + " has a curve " + curve.name + " already; --replace replaces it");
+        if (exists)
+            database.Delete(CurvePath(request.dataset, curve.name));
+    }
+    CurveGrid grid{information.indexKind, information.step, information.first, information.RowCount()};
+    const double first =
+        request.firstSeconds ? *request.firstSeconds * 100.0 : static_cast<double>(grid.firstIndex);
+    const ValveSchedule schedule(first, request.periodSeconds * 100.0, grid);
+    CreateCurves(database, request.dataset, grid, ValveCurves());
+    std::vector<float> values(static_cast<std::size_t>(blockRows));
+    for (std::size_t curve = 0; curve < ValveCurves().size(); ++curve) {
+        Item item(database, CurvePath(request.dataset, ValveCurves()[curve].name));
+        for (std::int64_t row = 0; row < grid.rowCount; row += blockRows) {
+            const std::int64_t count = std::min(blockRows, grid.rowCount - row);
+            for (std::int64_t i = 0; i < count; ++i)
+                values[static_cast<std::size_t>(i)] = ValveValue(schedule.At(grid.IndexOf(row + i)), curve);
+            item.Write(grid.IndexOf(row), count, values.data());
+        }
+    }
+    transaction.Commit();
+}
+
+void List(const std::string& path, const std::string& dataset) {
+    const Database database(path, OpenMode::readOnly);
+    TextTable table({});
+    const auto span = [](const ItemInformation& information, bool first) {
+        return information.IsEmpty() ? "-" : std::to_string(first ? information.first : information.last);
+    };
+    if (dataset.empty()) {
+        for (const NamedItem& item : database.Datasets())
+            table.Add({item.name, KindText(item.information),
+                       std::to_string(database.Curves(item.name).size()) + " curves",
+                       std::to_string(item.information.step), span(item.information, true),
+                       span(item.information, false),
+                       IsRecording(database, item.name) ? "recording" : "complete"});
+    } else {
+        for (const NamedItem& item : database.Curves(dataset)) {
+            const std::string& unit = item.information.unit;
+            table.Add({item.name, unit.empty() ? "-" : unit, std::to_string(item.information.step),
+                       span(item.information, true), span(item.information, false)});
+        }
+    }
+    WriteStandardOutput(table.Text());
+}
+
+namespace {
+
+struct CurveStatistics {
+    std::int64_t count = 0;
+    double least = std::numeric_limits<double>::infinity();
+    double greatest = -std::numeric_limits<double>::infinity();
+    double sum = 0.0;
+};
+
+CurveStatistics StatisticsOf(const Item& item) {
+    CurveStatistics statistics;
+    const ItemInformation& information = item.Information();
+    std::vector<float> values(static_cast<std::size_t>(blockRows));
+    std::vector<std::uint8_t> present(static_cast<std::size_t>(blockRows));
+    for (std::int64_t row = 0; row < information.RowCount(); row += blockRows) {
+        const std::int64_t count = std::min(blockRows, information.RowCount() - row);
+        item.ReadPresent(static_cast<std::int32_t>(information.first + row * information.step), count,
+                         values.data(), present.data());
+        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+            if (present[i] == 0)
+                continue;
+            ++statistics.count;
+            statistics.least = std::min<double>(statistics.least, values[i]);
+            statistics.greatest = std::max<double>(statistics.greatest, values[i]);
+            statistics.sum += values[i];
+        }
+    }
+    return statistics;
+}
+
+}  // namespace
+
+void Info(const std::string& path, const std::string& dataset, const std::string& curve) {
+    const Database database(path, OpenMode::readOnly);
+    const std::vector<NamedItem> curves = database.Curves(dataset);
+    if (std::none_of(curves.begin(), curves.end(), [&](const NamedItem& item) { return item.name == curve; }))
+        throw ToolError(path + ": dataset \"" + dataset + "\" has no curve \"" + curve + "\"");
+    const Item item(database, CurvePath(dataset, curve));
+    const ItemInformation& information = item.Information();
+    TextTable table({});
+    std::string text;
+    const auto add = [&](const std::string& name, const std::string& value) {
+        text += name + std::string(name.size() < 16 ? 16 - name.size() : 1, ' ') + value + "\n";
+    };
+    add("curve", dataset + "/" + curve);
+    add("index", KindText(information));
+    add("step", IndexText(information, information.step));
+    add("unit", information.unit.empty() ? "-" : information.unit);
+    add("scale", ShortestText(information.scale));
+    add("offset", ShortestText(information.offset));
+    if (information.IsEmpty()) {
+        add("samples", "0");
+    } else {
+        const CurveStatistics statistics = StatisticsOf(item);
+        add("first", IndexText(information, information.first));
+        add("last", IndexText(information, information.last));
+        add("samples", std::to_string(statistics.count));
+        add("gaps", std::to_string(information.RowCount() - statistics.count));
+        add("least", ShortestText(static_cast<float>(statistics.least)));
+        add("greatest", ShortestText(static_cast<float>(statistics.greatest)));
+        add("mean", ShortestText(static_cast<float>(statistics.sum / static_cast<double>(statistics.count))));
+    }
+    if (!information.made.empty()) {
+        add("made by", information.made);
+        add("valid from", IndexText(information, information.validFirst));
+        add("valid to", IndexText(information, information.validLast));
+    }
+    WriteStandardOutput(text);
+}
+
+void Export(const ExportRequest& request) {
+    const bool isLas = request.output.ends_with(".las") || request.output.ends_with(".LAS");
+    const bool isCsv =
+        request.output.empty() || request.output.ends_with(".csv") || request.output.ends_with(".CSV");
+    if (!isLas && !isCsv)
+        throw UsageError("-o " + request.output + ": the name must end in .csv or .las");
+    const Database database(request.database, OpenMode::readOnly);
+    DatasetSource source(database, request.dataset, request.curves);
+    const auto write = [&](const TextSink& sink) {
+        if (isLas)
+            WriteLas(source, request.dataset, request.wrapped, sink);
+        else
+            WriteCsv(source, sink);
+    };
+    if (request.output.empty()) {
+        write(WriteStandardOutput);
+        return;
+    }
+    OutputFile file(request.output);
+    write([&](std::string_view text) { file.Write(text); });
+    file.Commit();
+}
+
+bool Check(const std::string& path) {
+    const Database database(path, OpenMode::readOnly);
+    std::string lines;
+    const auto collect = [](void* context, const char* item, std::int32_t first, std::int32_t last) {
+        *static_cast<std::string*>(context) += std::string(item) + ": samples " + std::to_string(first) +
+                                               " to " + std::to_string(last) + " are damaged\n";
+    };
+    const std::int32_t status = DBverify(database.Handle(), collect, &lines);
+    WriteStandardOutput(lines);
+    if (lines.empty())
+        database.Check(status, "cannot be verified");
+    return status == DK_OK;
+}
+
+}  // namespace vorela

@@ -1,0 +1,58 @@
+// What each command of the tool does. Results go to standard output; failures are ToolError or UsageError.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dravik/tool/Simulator.h"
+
+namespace vorela {
+
+struct SimulateRequest {
+    std::string database;
+    Simulation simulation;
+    bool replace = false;
+    std::string json;  ///< file, or "-" for standard output (then nothing else is printed); empty: none
+};
+void Simulate(const SimulateRequest& request);
+
+struct ImportRequest {
+    std::string database;
+    std::vector<std::string> files;
+    std::string dataset;  ///< empty: the file's base name
+    bool replace = false;
+    std::optional<double> depth;  ///< ft
+    std::optional<std::int16_t> step;
+    std::optional<std::int16_t> indexKind;
+};
+/// One transaction for each file: of a refused file nothing is left, the files before it stay.
+void Import(const ImportRequest& request);
+
+struct ValveRequest {
+    std::string database;
+    std::string dataset;
+    double periodSeconds = 0.0;
+    std::optional<double> firstSeconds;  ///< time of the first boundary; nothing: the record's first sample
+    bool replace = false;
+};
+void AddValveCurves(const ValveRequest& request);
+
+/// A dataset a line, or with a dataset a curve a line.
+void List(const std::string& database, const std::string& dataset);
+
+void Info(const std::string& database, const std::string& dataset, const std::string& curve);
+
+struct ExportRequest {
+    std::string database;
+    std::string dataset;
+    std::vector<std::string> curves;  ///< empty: all
+    std::string output;               ///< .csv or .las; empty: CSV to standard output
+    bool wrapped = false;             ///< LAS only
+};
+void Export(const ExportRequest& request);
+
+/// True when every chunk is sound; otherwise one line for each bad chunk is printed.
+bool Check(const std::string& database);
+
+}  // namespace vorela

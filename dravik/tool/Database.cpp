@@ -1,0 +1,325 @@
+#include "dravik/tool/Database.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include "dravik/tool/ToolError.h"
+
+namespace vorela {
+namespace {
+
+constexpr std::size_t longestDatasetName = 66;
+constexpr const char* presentationItem = "_defaults_";
+
+std::string StatusMessage(std::int32_t status) {
+    switch (status) {
+        case DK_NOT_AVAILABLE:
+            return "there is no such item or sample";
+        case DK_EXISTS:
+            return "it exists already";
+        case DK_NOT_UNDERSTOOD:
+            return "the request was not understood";
+        case DK_NOT_DATABASE:
+            return "not a database file of this version";
+        case DK_MAXIMUM:
+            return "an internal maximum was reached";
+        case DK_NOT_WRITTEN:
+            return "the sample has not been written yet";
+        case DK_NO_MEMORY:
+            return "out of memory";
+        case DK_DISK_ERROR:
+            return "disk error";
+        default:
+            return "error " + std::to_string(status);
+    }
+}
+
+template <typename Value>
+Value FieldAt(const void* block, std::size_t offset) {
+    Value value;
+    std::memcpy(&value, static_cast<const char*>(block) + offset, sizeof value);
+    return value;
+}
+
+/// "/ZG/1" as "ZG"; other items keep their number.
+std::string ShownName(std::string_view itemName) {
+    if (itemName.starts_with('/'))
+        itemName.remove_prefix(1);
+    if (itemName.ends_with("/1"))
+        itemName.remove_suffix(2);
+    return std::string(itemName);
+}
+
+std::int32_t CollectItem(void* context, const char* name, const void* information) {
+    static_cast<std::vector<NamedItem>*>(context)->push_back(
+        {ShownName(name), UnpackInformation(information)});
+    return 0;
+}
+
+std::int32_t WholeUnits(double index) {
+    return static_cast<std::int32_t>(std::clamp(index, -2147483648.0, 2147483647.0));
+}
+
+}  // namespace
+
+ItemInformation UnpackInformation(const void* block) {
+    ItemInformation information;
+    information.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
+    information.step = FieldAt<std::int16_t>(block, DK_INFO_STEP);
+    information.unit = GetUnitTextA(FieldAt<std::int32_t>(block, DK_INFO_UNIT));
+    information.scale = FieldAt<float>(block, DK_INFO_SCALE);
+    information.offset = FieldAt<float>(block, DK_INFO_OFFSET);
+    information.kind = FieldAt<std::int16_t>(block, DK_INFO_KIND);
+    information.gridFirst = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
+    information.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
+    information.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
+    const auto* made = static_cast<const char*>(block) + DK_INFO_MADE;
+    information.made.assign(made, strnlen(made, DK_INFO_MADE_BYTES));
+    information.first = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
+    information.last = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);
+    return information;
+}
+
+Database::Database(std::string path, OpenMode mode) : path_(std::move(path)) {
+    std::error_code ignored;
+    const bool wasThere = std::filesystem::exists(std::filesystem::symlink_status(path_, ignored));
+    remove_ = mode == OpenMode::create && !wasThere;
+    const std::int32_t status = DBopenA(path_.c_str(), static_cast<std::int16_t>(mode), &handle_);
+    if (status == DK_OK)
+        return;
+    if (remove_)
+        std::filesystem::remove(path_, ignored);
+    if (!wasThere && mode != OpenMode::create)
+        throw ToolError(path_ + ": there is no such file");
+    Check(status, "cannot be opened");
+}
+
+Database::~Database() {
+    DBclose(handle_);
+    if (remove_) {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+        std::filesystem::remove(path_ + "-journal", ignored);
+    }
+}
+
+void Database::Check(std::int32_t status, const std::string& what) const {
+    if (status == DK_OK)
+        return;
+    std::string detail = DBlastdetail();
+    if (detail.starts_with(path_ + ": "))
+        detail.erase(0, path_.size() + 2);
+    throw ToolError(path_ + ": " + what + ": " + StatusMessage(status) +
+                    (detail.empty() ? "" : " (" + detail + ")"));
+}
+
+std::vector<NamedItem> Database::Enumerate(const char* dataset) const {
+    std::vector<NamedItem> items;
+    Check(DBenumA(handle_, dataset, CollectItem, &items), "cannot be listed");
+    return items;
+}
+
+std::vector<NamedItem> Database::Datasets() const {
+    return Enumerate(nullptr);
+}
+
+bool Database::HasDataset(const std::string& dataset) const {
+    const std::vector<NamedItem> datasets = Datasets();
+    return std::any_of(datasets.begin(), datasets.end(),
+                       [&](const NamedItem& item) { return item.name == dataset; });
+}
+
+std::vector<NamedItem> Database::Items(const std::string& dataset) const {
+    if (dataset.empty() || !HasDataset(dataset))
+        throw ToolError(path_ + ": there is no dataset \"" + dataset + "\"");
+    return Enumerate(dataset.c_str());
+}
+
+std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
+    std::vector<NamedItem> items = Items(dataset);
+    std::erase_if(items, [](const NamedItem& item) { return item.information.kind != DK_ITEM_CURVE; });
+    return items;
+}
+
+void Database::Create(const std::string& itemPath, const DBNewItem& attributes) {
+    Check(DBnewA(handle_, itemPath.c_str(), &attributes), itemPath + " cannot be created");
+}
+
+void Database::Delete(const std::string& itemPath) {
+    Check(DBdeleteA(handle_, itemPath.c_str()), itemPath + " cannot be deleted");
+}
+
+Transaction::Transaction(Database& database) : database_(database) {
+    database.Check(DBbegin(database.Handle()), "cannot be written");
+}
+
+Transaction::~Transaction() {
+    if (open_)
+        DBrollback(database_.Handle());
+}
+
+void Transaction::Commit() {
+    open_ = false;
+    database_.Check(DBcommit(database_.Handle()), "cannot be written");
+}
+
+Item::Item(const Database& database, const std::string& path) : database_(database), path_(path) {
+    std::array<unsigned char, DK_INFO_BYTES> block{};
+    database.Check(DBattachA(database.Handle(), path.c_str(), &handle_, 0, block.data()), path);
+    information_ = UnpackInformation(block.data());
+}
+
+Item::~Item() {
+    if (handle_ != 0)
+        DBdetach(handle_);
+}
+
+Item::Item(Item&& other) noexcept
+    : database_(other.database_),
+      path_(std::move(other.path_)),
+      handle_(std::exchange(other.handle_, 0)),
+      information_(std::move(other.information_)) {}
+
+void Item::ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const {
+    database_.Check(DBreadpresent(handle_, first, static_cast<std::int32_t>(count), values, present),
+                    path_ + " cannot be read");
+}
+
+void Item::WritePresent(std::int32_t first, std::int64_t count, const float* values,
+                        const std::uint8_t* present) {
+    database_.Check(DBwritepresent(handle_, first, static_cast<std::int32_t>(count), values, present),
+                    path_ + " cannot be written");
+}
+
+void Item::Write(std::int32_t first, std::int64_t count, const void* samples) {
+    database_.Check(DBwrite(handle_, first, static_cast<std::int32_t>(count), samples),
+                    path_ + " cannot be written");
+}
+
+std::string CurvePath(const std::string& dataset, const std::string& curve) {
+    return dataset + "/" + curve + (curve.find('/') == std::string::npos ? "/1" : "");
+}
+
+std::array<unsigned char, 32> PackPresentation(const PresentationRecord& record) {
+    std::array<unsigned char, 32> bytes{};
+    const auto put = [&](std::size_t offset, auto value) {
+        std::memcpy(bytes.data() + offset, &value, sizeof value);
+    };
+    put(0, static_cast<std::int16_t>(record.recording ? 1 : 0));
+    put(2, record.indexKind);
+    put(4, record.trackCount);
+    put(6, record.recordingStart);
+    put(10, record.rangeStart);
+    put(14, record.rangeEnd);
+    constexpr std::size_t toolOffset = 18;
+    constexpr std::size_t toolLength = 14;
+    std::memset(bytes.data() + toolOffset, ' ', toolLength);
+    std::memcpy(bytes.data() + toolOffset, record.toolString.data(),
+                std::min(record.toolString.size(), toolLength));
+    return bytes;
+}
+
+PresentationRecord PresentationOf(const CurveGrid& grid, std::int32_t recordingStart,
+                                  std::string toolString) {
+    PresentationRecord record;
+    record.indexKind = grid.indexKind;
+    record.recordingStart = recordingStart;
+    record.rangeStart = WholeUnits(std::floor(grid.firstIndex / 100.0));
+    record.rangeEnd = WholeUnits(std::ceil(grid.IndexOf(grid.rowCount - 1) / 100.0));
+    record.toolString = std::move(toolString);
+    return record;
+}
+
+void WritePresentation(Database& database, const std::string& dataset, const PresentationRecord& record) {
+    const std::array<unsigned char, 32> bytes = PackPresentation(record);
+    Item(database, CurvePath(dataset, presentationItem)).Write(0, 1, bytes.data());
+}
+
+bool IsRecording(const Database& database, const std::string& dataset) {
+    std::int32_t item = 0;
+    if (DBattachA(database.Handle(), CurvePath(dataset, presentationItem).c_str(), &item, 0, nullptr) !=
+        DK_OK)
+        return false;
+    std::array<unsigned char, 32> bytes{};
+    const std::int32_t status = DBread(item, 0, 1, bytes.data());
+    DBdetach(item);
+    return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
+}
+
+void CheckDatasetName(const std::string& dataset) {
+    const std::string shown = "dataset name \"" + dataset.substr(0, 80) + "\"";
+    if (dataset.empty())
+        throw ToolError("the dataset's name is empty");
+    if (dataset.size() > longestDatasetName)
+        throw ToolError(shown + " is longer than " + std::to_string(longestDatasetName) + " characters");
+    if (std::any_of(dataset.begin(), dataset.end(),
+                    [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20; }))
+        throw ToolError(shown + " holds a slash or a control character");
+}
+
+void CreateCurves(Database& database, const std::string& dataset, const CurveGrid& grid,
+                  const std::vector<CurveDescription>& curves) {
+    for (const CurveDescription& curve : curves) {
+        DBNewItem attributes{};
+        attributes.kind = DK_ITEM_CURVE;
+        attributes.indexKind = grid.indexKind;
+        attributes.step = grid.step;
+        attributes.firstIndex = grid.firstIndex;
+        attributes.scale = curve.scale;
+        attributes.offset = curve.offset;
+        attributes.unitText = curve.unit.c_str();
+        database.Create(CurvePath(dataset, curve.name), attributes);
+    }
+}
+
+void CreateDataset(Database& database, const std::string& dataset, const CurveSource& source,
+                   const PresentationRecord& presentation, bool replace) {
+    CheckDatasetName(dataset);
+    if (database.HasDataset(dataset)) {
+        if (!replace)
+            throw ToolError(database.Path() + ": dataset \"" + dataset +
+                            "\" exists already; --replace replaces it");
+        if (IsRecording(database, dataset))
+            throw ToolError(database.Path() + ": dataset \"" + dataset + "\" is being recorded");
+        database.Delete(dataset);
+    }
+    std::vector<CurveDescription> curves = source.Curves();
+    std::stable_partition(curves.begin(), curves.end(),
+                          [](const CurveDescription& curve) { return curve.name != depthCurveName; });
+    CreateCurves(database, dataset, source.Grid(), curves);
+    DBNewItem record{};
+    record.kind = DK_ITEM_RECORD;
+    record.indexKind = source.Grid().indexKind;
+    record.step = 1;
+    record.sampleBytes = 32;
+    database.Create(CurvePath(dataset, presentationItem), record);
+    WritePresentation(database, dataset, presentation);
+}
+
+DatasetWriter::DatasetWriter(Database& database, const std::string& dataset, CurveSource& source)
+    : source_(source), values_(blockRows), present_(blockRows) {
+    items_.reserve(source.Curves().size());
+    for (const CurveDescription& curve : source.Curves())
+        items_.emplace_back(database, CurvePath(dataset, curve.name));
+}
+
+void DatasetWriter::WriteRows(std::int64_t first, std::int64_t end) {
+    for (std::int64_t row = source_.NextRow(first); row < end; row = source_.NextRow(row)) {
+        const std::int64_t count = std::min(blockRows, end - row);
+        for (std::size_t curve = 0; curve < items_.size(); ++curve) {
+            source_.Read(curve, row, count, values_.data(), present_.data());
+            // A block without a single value would only cost a call.
+            if (std::find(present_.begin(), present_.begin() + count, 1) != present_.begin() + count)
+                items_[curve].WritePresent(source_.Grid().IndexOf(row), count, values_.data(),
+                                           present_.data());
+        }
+        row += count;
+    }
+}
+
+}  // namespace vorela

@@ -1,0 +1,297 @@
+#include "dravik/tool/TableWriter.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+#include "dravik/tool/ToolError.h"
+#include "general/NumberText.h"
+
+namespace vorela {
+namespace {
+
+constexpr std::int64_t exportRows = 4096;
+
+/// Reads all curves of a source block by block and hands over row by row.
+class RowWalker {
+  public:
+    explicit RowWalker(CurveSource& source)
+        : source_(source),
+          values_(source.Curves().size(), std::vector<float>(exportRows)),
+          present_(source.Curves().size(), std::vector<std::uint8_t>(exportRows)) {}
+
+    /// `block(count, firstRow)` after each block has been read.
+    template <typename Block>
+    void Walk(Block&& block) {
+        for (std::int64_t row = 0; row < source_.Grid().rowCount; row += exportRows) {
+            const std::int64_t count = std::min(exportRows, source_.Grid().rowCount - row);
+            for (std::size_t curve = 0; curve < values_.size(); ++curve)
+                source_.Read(curve, row, count, values_[curve].data(), present_[curve].data());
+            block(row, count);
+        }
+    }
+    bool Has(std::size_t curve, std::int64_t i) const {
+        return present_[curve][static_cast<std::size_t>(i)] != 0;
+    }
+    float Value(std::size_t curve, std::int64_t i) const {
+        return values_[curve][static_cast<std::size_t>(i)];
+    }
+
+  private:
+    CurveSource& source_;
+    std::vector<std::vector<float>> values_;
+    std::vector<std::vector<std::uint8_t>> present_;
+};
+
+std::string HeaderLine(const std::string& first, const CurveSource& source,
+                       std::string CurveDescription::*field) {
+    std::string line = first;
+    for (const CurveDescription& curve : source.Curves()) {
+        const std::string& cell = curve.*field;
+        if (cell.find_first_of(",\r\n") != std::string::npos)
+            throw ToolError("curve " + curve.name + ": a CSV file cannot hold its name or unit \"" + cell +
+                            "\"");
+        line += "," + cell;
+    }
+    return line + "\n";
+}
+
+/// A NULL value that is no sample of the source.
+float FreeNullValue(CurveSource& source) {
+    constexpr std::array<float, 4> candidates{-999.25F, -9999.25F, -999999.25F, -1e30F};
+    std::array<bool, candidates.size()> taken{};
+    RowWalker rows(source);
+    rows.Walk([&](std::int64_t, std::int64_t count) {
+        for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
+            for (std::int64_t i = 0; i < count; ++i) {
+                for (std::size_t c = 0; c < candidates.size(); ++c)
+                    taken[c] = taken[c] || (rows.Has(curve, i) && rows.Value(curve, i) == candidates[c]);
+            }
+        }
+    });
+    const auto free = std::find(taken.begin(), taken.end(), false);
+    if (free == taken.end())
+        throw ToolError("every NULL value of a LAS file occurs among the samples; export as CSV");
+    return candidates[static_cast<std::size_t>(free - taken.begin())];
+}
+
+std::string LasLine(const std::string& mnemonic, const std::string& unit, const std::string& data,
+                    const std::string& description) {
+    return mnemonic + "." + unit + " " + data + " : " + description + "\n";
+}
+
+std::string LasHeader(const CurveSource& source, const std::string& dataset, bool wrapped, float nullValue) {
+    const CurveGrid& grid = source.Grid();
+    const bool isTime = grid.indexKind == DK_INDEX_TIME;
+    const std::string unit = isTime ? "S" : "FT";
+    const auto index = [](std::int64_t hundredths) {
+        std::string text;
+        AppendHundredths(text, hundredths);
+        return text;
+    };
+    std::string nullText;
+    AppendSample(nullText, nullValue);
+    std::string text = "~Version\n" + LasLine("VERS", "", "2.0", "CWLS LOG ASCII STANDARD - VERSION 2.0") +
+                       LasLine("WRAP", "", wrapped ? "YES" : "NO",
+                               wrapped ? "several lines for each step" : "one line for each step") +
+                       "~Well\n" + LasLine("STRT", unit, index(grid.firstIndex), "first index") +
+                       LasLine("STOP", unit, index(grid.IndexOf(grid.rowCount - 1)), "last index") +
+                       LasLine("STEP", unit, index(grid.step), "step") +
+                       LasLine("NULL", "", nullText, "no sample") + LasLine("WELL", "", dataset, "dataset") +
+                       "~Curve\n" + LasLine(isTime ? "TIME" : "DEPT", unit, "", "index");
+    for (const CurveDescription& curve : source.Curves()) {
+        if (curve.name.find_first_of(".: \t") != std::string::npos ||
+            curve.unit.find_first_of(": \t\r\n") != std::string::npos)
+            throw ToolError("curve " + curve.name + ": a LAS file cannot hold its name or unit \"" +
+                            curve.unit + "\"");
+        text += LasLine(curve.name, curve.unit, "", "");
+    }
+    return text + "~A\n";
+}
+
+}  // namespace
+
+DatasetSource::DatasetSource(const Database& database, const std::string& dataset,
+                             const std::vector<std::string>& names) {
+    std::vector<NamedItem> all = database.Curves(dataset);
+    std::vector<NamedItem> chosen;
+    for (const std::string& name : names) {
+        const auto found =
+            std::find_if(all.begin(), all.end(), [&](const NamedItem& item) { return item.name == name; });
+        if (found == all.end())
+            throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has no curve \"" + name + "\"");
+        chosen.push_back(*found);
+    }
+    FitGrid(database, dataset, names.empty() ? all : chosen);
+}
+
+void DatasetSource::FitGrid(const Database& database, const std::string& dataset,
+                            const std::vector<NamedItem>& curves) {
+    const NamedItem* leading = nullptr;
+    std::int64_t first = std::numeric_limits<std::int64_t>::max();
+    std::int64_t last = std::numeric_limits<std::int64_t>::min();
+    for (const NamedItem& curve : curves) {
+        const ItemInformation& info = curve.information;
+        if (!info.IsEmpty()) {
+            leading = leading == nullptr ? &curve : leading;
+            const ItemInformation& lead = leading->information;
+            if (info.step != lead.step || info.indexKind != lead.indexKind ||
+                (std::int64_t{info.first} - lead.first) % lead.step != 0)
+                throw ToolError(database.Path() + ": dataset \"" + dataset + "\": curves " + leading->name +
+                                " and " + curve.name +
+                                " lie on different grids; --curves exports them one by one");
+            first = std::min<std::int64_t>(first, info.first);
+            last = std::max<std::int64_t>(last, info.last);
+        }
+        curves_.push_back({curve.name, info.unit, info.scale, info.offset});
+        items_.emplace_back(database, CurvePath(dataset, curve.name));
+    }
+    if (leading == nullptr)
+        throw ToolError(database.Path() + ": dataset \"" + dataset + "\" holds no sample of these curves");
+    grid_.indexKind = leading->information.indexKind;
+    grid_.step = leading->information.step;
+    grid_.firstIndex = static_cast<std::int32_t>(first);
+    grid_.rowCount = (last - first) / grid_.step + 1;
+}
+
+void DatasetSource::Read(std::size_t curve, std::int64_t firstRow, std::int64_t count, float* values,
+                         std::uint8_t* present) {
+    if (items_[curve].Information().IsEmpty()) {
+        std::fill_n(values, count, 0.0F);
+        std::fill_n(present, count, std::uint8_t{0});
+        return;
+    }
+    items_[curve].ReadPresent(grid_.IndexOf(firstRow), count, values, present);
+}
+
+void AppendSample(std::string& text, float value) {
+    if (std::isnan(value)) {
+        text += "NaN";
+        return;
+    }
+    std::array<char, 64> buffer{};
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    text.append(buffer.data(), result.ptr);
+}
+
+void AppendHundredths(std::string& text, std::int64_t hundredths) {
+    if (hundredths < 0)
+        text += '-';
+    const std::int64_t size = std::abs(hundredths);
+    text += std::to_string(size / 100);
+    text += '.';
+    text += static_cast<char>('0' + size % 100 / 10);
+    text += static_cast<char>('0' + size % 10);
+}
+
+void WriteCsv(CurveSource& source, const TextSink& sink) {
+    const bool isTime = source.Grid().indexKind == DK_INDEX_TIME;
+    sink(HeaderLine(isTime ? "TIME" : "DEPTH", source, &CurveDescription::name));
+    sink(HeaderLine(isTime ? "s" : "ft", source, &CurveDescription::unit));
+    RowWalker rows(source);
+    std::string text;
+    rows.Walk([&](std::int64_t firstRow, std::int64_t count) {
+        text.clear();
+        for (std::int64_t i = 0; i < count; ++i) {
+            AppendHundredths(text, source.Grid().IndexOf(firstRow + i));
+            for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
+                text += ',';
+                if (rows.Has(curve, i))
+                    AppendSample(text, rows.Value(curve, i));
+            }
+            text += '\n';
+        }
+        sink(text);
+    });
+}
+
+void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, const TextSink& sink) {
+    constexpr std::size_t lineValues = 5;  // keeps wrapped lines below the format's 80 characters
+    const float nullValue = FreeNullValue(source);
+    sink(LasHeader(source, dataset, wrapped, nullValue));
+    RowWalker rows(source);
+    std::string text;
+    rows.Walk([&](std::int64_t firstRow, std::int64_t count) {
+        text.clear();
+        for (std::int64_t i = 0; i < count; ++i) {
+            AppendHundredths(text, source.Grid().IndexOf(firstRow + i));
+            for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
+                text += wrapped && curve % lineValues == 0 ? '\n' : ' ';
+                const bool has = rows.Has(curve, i) && !std::isnan(rows.Value(curve, i));
+                AppendSample(text, has ? rows.Value(curve, i) : nullValue);
+            }
+            text += '\n';
+        }
+        sink(text);
+    });
+}
+
+OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
+    struct stat status {};
+    const bool exists = ::stat(path_.c_str(), &status) == 0;
+    if (exists && !S_ISREG(status.st_mode)) {
+        descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
+    } else {
+        // A symbolic link keeps pointing at the file that it names.
+        std::error_code ignored;
+        if (exists)
+            path_ = std::filesystem::canonical(path_, ignored).string();
+        temporary_ = path_ + ".XXXXXX";
+        descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        if (descriptor_ >= 0 && ::fchmod(descriptor_, exists ? status.st_mode & 07777U : 0666U & ~mask) != 0)
+            Fail();
+    }
+    if (descriptor_ < 0) {
+        temporary_.clear();
+        Fail();
+    }
+}
+
+OutputFile::~OutputFile() {
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
+    if (!temporary_.empty())
+        ::unlink(temporary_.c_str());
+}
+
+void OutputFile::Fail() const {
+    throw ToolError(path_ + ": cannot be written: " + std::strerror(errno));
+}
+
+void OutputFile::Write(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor_, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+            Fail();
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+}
+
+void OutputFile::Commit() {
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    if (::close(descriptor) != 0)
+        Fail();
+    if (!temporary_.empty() && ::rename(temporary_.c_str(), path_.c_str()) != 0)
+        Fail();
+    temporary_.clear();
+}
+
+void WriteStandardOutput(std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
+        throw ToolError(std::string("standard output: cannot be written: ") + std::strerror(errno));
+}
+
+}  // namespace vorela

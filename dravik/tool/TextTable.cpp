@@ -1,0 +1,31 @@
+#include "dravik/tool/TextTable.h"
+
+#include <algorithm>
+
+namespace vorela {
+
+TextTable::TextTable(Row captions) {
+    if (!captions.empty())
+        rows_.push_back(std::move(captions));
+}
+
+std::string TextTable::Text() const {
+    std::vector<std::size_t> widths;
+    for (const Row& row : rows_) {
+        widths.resize(std::max(widths.size(), row.size()), 0);
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
+    }
+    std::string text;
+    for (const Row& row : rows_) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::string padding(widths[i] - row[i].size(), ' ');
+            const bool last = i + 1 == row.size();
+            text += i == 0 ? row[i] + (last ? "" : padding) : "  " + padding + row[i];
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+}  // namespace vorela

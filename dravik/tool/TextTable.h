@@ -1,0 +1,22 @@
+// Columns of text for the terminal: the first aligned left, the others right.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vorela {
+
+class TextTable {
+  public:
+    using Row = std::vector<std::string>;
+    /// With captions, or without (an empty row).
+    explicit TextTable(Row captions);
+    void Add(Row row) { rows_.push_back(std::move(row)); }
+    /// Every row as a line; nothing trails a line's last cell.
+    std::string Text() const;
+
+  private:
+    std::vector<Row> rows_;
+};
+
+}  // namespace vorela

@@ -1,0 +1,78 @@
+#include "dravik/tool/ValveSchedule.h"
+
+#include <cmath>
+
+#include "dravik/tool/ToolError.h"
+#include "general/NumberText.h"
+
+namespace vorela {
+namespace {
+
+constexpr double ticksPerHundredth = 4000000.0 / 1024.0 / 100.0;
+constexpr double timerRange = 65536.0;
+constexpr float boundaryCode = 3.0F;
+constexpr float halfWayCode = 1.0F;
+
+float TimerAt(double time) {
+    const double ticks = std::floor(time * ticksPerHundredth);
+    return static_cast<float>(ticks - std::floor(ticks / timerRange) * timerRange);
+}
+
+}  // namespace
+
+const std::vector<CurveDescription>& ValveCurves() {
+    static const std::vector<CurveDescription> curves{
+        {"PVLPOS", ""}, {"PVLID", ""}, {"PVLIDT", ""}, {"PVLT", ""}};
+    return curves;
+}
+
+float ValveValue(const ValveSample& sample, std::size_t curve) {
+    switch (curve) {
+        case 0:
+            return sample.position;
+        case 1:
+            return sample.code;
+        case 2:
+            return sample.changeTimer;
+        default:
+            return sample.timer;
+    }
+}
+
+ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGrid& grid)
+    : first_(firstBoundary), halfPeriod_(period / 2.0), firstIndex_(grid.firstIndex), step_(grid.step) {
+    if (!(period >= 4.0 * step_))
+        throw ToolError("a period of " + ShortestText(period / 100.0) + " s needs samples at least every " +
+                        ShortestText(period / 400.0) + " s; the step is " + ShortestText(step_ / 100.0) +
+                        " s");
+    if (step_ * ticksPerHundredth >= timerRange)
+        throw ToolError("the valve's timer wraps every 16.78 s; samples every " +
+                        ShortestText(step_ / 100.0) + " s cannot carry its times");
+}
+
+std::optional<ValveSchedule::Change> ValveSchedule::LastChange(double time) const {
+    if (time < first_)
+        return std::nullopt;
+    const double number = std::floor((time - first_) / halfPeriod_);
+    return Change{first_ + number * halfPeriod_, static_cast<std::int64_t>(number)};
+}
+
+ValveSample ValveSchedule::At(std::int32_t index) const {
+    ValveSample sample;
+    sample.timer = TimerAt(index);
+    std::optional<Change> change = LastChange(index);
+    if (!change)
+        return sample;
+    sample.position = change->number % 2 == 0 ? -1.0F : 1.0F;
+    const double shownAt = static_cast<double>(firstIndex_) + step_;
+    if (index == firstIndex_ && (shownAt - change->time) * ticksPerHundredth < timerRange - 1.0) {
+        if (change->number == 0)
+            return sample;
+        change = Change{change->time - halfPeriod_, change->number - 1};
+    }
+    sample.code = change->number % 2 == 0 ? boundaryCode : halfWayCode;
+    sample.changeTimer = TimerAt(change->time);
+    return sample;
+}
+
+}  // namespace vorela
