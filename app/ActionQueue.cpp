@@ -14,6 +14,8 @@ namespace vorela {
 namespace {
 
 constexpr int firstDatasetTab = 5;
+/// Passes that take up again what failed when the recording had ended already.
+constexpr int mostPassesAfterTheEnd = 10;
 
 std::optional<std::size_t> FirstPending() {
     const auto& datasets = CurrentSelection().datasets;
@@ -31,6 +33,25 @@ bool ExtendCurves(std::size_t index) {
     return filtered && valve && flow;
 }
 
+/// The presentation is read before the extent: when it says that the recording has ended, the extent is the
+/// last one.
+bool ExtendToRecorded(std::size_t index) {
+    auto& datasets = CurrentSelection().datasets;
+    Presentation presentation;
+    if (!GetPresentationInformation(datasets, index, presentation))
+        return false;
+    const Growth growth = ReadGrowth(datasets, index);
+    DatasetRecord& record = datasets[index];
+    // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
+    if (growth == Growth::none && !record.extensionOwed)
+        return true;
+    record.extensionOwed = true;
+    if (growth == Growth::failed)
+        return false;
+    record.extensionOwed = !ExtendCurves(index);
+    return !record.extensionOwed;
+}
+
 void RefreshSelectedTab(const ActionQueueView& view) {
     const int tab = view.selectedTab();
     if (tab < firstDatasetTab) {
@@ -46,18 +67,16 @@ void RefreshSelectedTab(const ActionQueueView& view) {
 }  // namespace
 
 bool ExtendDataset(std::size_t index) {
-    auto& datasets = CurrentSelection().datasets;
-    Presentation presentation;
-    if (!GetPresentationInformation(datasets, index, presentation))
+    const bool extended = ExtendToRecorded(index);
+    if (index >= CurrentSelection().datasets.size())
         return false;
-    const bool grown = UpdateDatasetInformation(datasets, index);
-    DatasetRecord& record = datasets[index];
-    // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
-    if (!grown && !record.extensionOwed)
-        return true;
-    record.extensionOwed = true;
-    record.extensionOwed = !ExtendCurves(index);
-    return !record.extensionOwed;
+    DatasetRecord& record = CurrentSelection().datasets[index];
+    record.failedPasses = extended ? 0 : record.failedPasses + 1;
+    // The last samples are owed like all others: a dataset whose recording has ended stays pending until it
+    // has them, or until it is plain that the fault does not pass.
+    if (!extended && record.pendingFlag == 0 && record.failedPasses < mostPassesAfterTheEnd)
+        record.pendingFlag = 1;
+    return extended;
 }
 
 bool RunActionQueuePass(const ActionQueueView& view) {
@@ -68,8 +87,8 @@ bool RunActionQueuePass(const ActionQueueView& view) {
     if (CurrentSelection().datasets[*pending].pendingFlag == 0)
         view.switchTimer(false);
     RefreshSelectedTab(view);
-    // The pass switches the timer off with the dataset whose recording ended; another one that is still being recorded
-    // gets its turn from the next tick on.
+    // The pass switches the timer off with the dataset whose recording ended; another one that is still being
+    // recorded gets its turn from the next tick on.
     if (FirstPending())
         view.switchTimer(true);
     return extended;

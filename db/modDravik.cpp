@@ -149,33 +149,37 @@ std::vector<std::string> ItemsOf(std::int32_t database, const std::string& datas
     return std::move(enumeration.names);
 }
 
-bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index) {
-    return Attempt(updatingInformation, false, [&] {
+Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
+    return Attempt(updatingInformation, Growth::failed, [&] {
         DatasetRecord& record =
-            CheckedAt(datasets, static_cast<std::int64_t>(index), "UpdateDatasetInformation");
+            CheckedAt(datasets, static_cast<std::int64_t>(index), "ReadGrowth");
         const std::int32_t extentA = record.extentA;
         const std::int32_t extentB = record.extentB;
         record.database = Trimmed(record.database);
         Database database(record.database);
         if (!database.IsOpen())
-            return false;
+            return Growth::failed;
         record.dataset = Trimmed(record.dataset);
-        const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "UpdateDatasetInformation");
+        const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "ReadGrowth");
         const std::string path = ItemPath(record.dataset, first.name);
         std::array<std::byte, DK_INFO_BYTES> block{};
         std::int32_t item = 0;
         if (Api().DBattachA(database.Handle(), path.c_str(), &item, 0, block.data()) != DK_OK) {
             database.Close();
             ReportError(updatingInformation);
-            return false;
+            return Growth::failed;
         }
         const ItemInfo info = UnpackItemInfo(block);
         record.extentA = info.extentFirst;
         record.extentB = info.extentLast;
         Api().DBdetach(item);
         database.Close();
-        return record.extentA != extentA || record.extentB != extentB;
+        return record.extentA != extentA || record.extentB != extentB ? Growth::grown : Growth::none;
     });
+}
+
+bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index) {
+    return ReadGrowth(datasets, index) == Growth::grown;
 }
 
 bool ReadPresentation(const Database& database, DatasetRecord& record) {

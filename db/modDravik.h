@@ -38,7 +38,11 @@ std::string MakeCurveMnemonic(const std::string& name, const std::string& suffix
 /// Names of a dataset's items ("/ZG/1", …) in order of creation. Throws RunTimeError.
 std::vector<std::string> ItemsOf(std::int32_t database, const std::string& dataset);
 
-/// Reads the extent of the dataset's first common curve again; true when it changed.
+/// What became of a dataset's extent; `failed` after a report.
+enum class Growth { none, grown, failed };
+/// Reads the extent of the dataset's first common curve again.
+Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index);
+/// The same as a yes or no: true when it changed.
 bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index);
 
 /// "LEVEL1" to "LEVEL1/_defaults_/1".
