@@ -1,0 +1,94 @@
+#include "signal/BandPassCurve.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace vorela {
+
+BandPassCurve::BandPassCurve(std::shared_ptr<const OverlapAddKernel> kernel) : filter_(std::move(kernel)) {}
+
+std::int64_t BandPassCurve::FinalEnd() const {
+    // The output before the pair in progress is kept back: with no sample after it it is blanked.
+    return std::max<std::int64_t>(filter_.FirstProvisional() - 1 - Delay(), 0);
+}
+
+CurveFilter::Span BandPassCurve::ValidSpan() const {
+    const Blanking blanked = BlankedEnds(Fed(), static_cast<std::int64_t>(filter_.Kernel().Length()));
+    return {blanked.head, blanked.tail - 1};
+}
+
+void BandPassCurve::NoteGaps(std::span<const std::uint8_t> present) {
+    const auto length = static_cast<std::int64_t>(filter_.Kernel().Length());
+    for (std::size_t i = 0; i < present.size(); ++i) {
+        if (present[i] != 0)
+            continue;
+        const std::int64_t gap = Fed() + static_cast<std::int64_t>(i);
+        if (!blocked_.empty() && gap <= blocked_.back().end)
+            blocked_.back().end = gap + length;
+        else
+            blocked_.push_back({gap, gap + length});
+    }
+}
+
+void BandPassCurve::Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) {
+    NoteGaps(present);
+    filled_.resize(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        filled_[i] = held_ = present[i] != 0 ? values[i] : held_;
+    filter_.Feed(filled_, [&](std::int64_t first, std::span<const float> outputs) {
+        HandOut(first, outputs.first(outputs.size() - 1), sink);
+        lastOfPair_ = outputs.back();
+        while (!blocked_.empty() && blocked_.front().end < first + std::ssize(outputs))
+            blocked_.pop_front();
+    });
+}
+
+void BandPassCurve::Finish(const Sink& sink) {
+    const Blanking blanked = BlankedEnds(Fed(), static_cast<std::int64_t>(filter_.Kernel().Length()));
+    filter_.Provisional([&](std::int64_t first, std::span<const float> outputs) {
+        HandOut(first, outputs.first(outputs.size() - 1), sink);
+    });
+    if (zeroEnd_.last < 0)
+        HandOutZeros(0, blanked.head, sink);
+    else if (zeroEnd_.first < blanked.head)
+        HandOutZeros(zeroEnd_.first, blanked.head, sink);
+    HandOutZeros(std::max(blanked.tail, blanked.head), Fed(), sink);
+    zeroEnd_ = {std::max(blanked.tail, blanked.head), Fed() - 1};
+}
+
+void BandPassCurve::HandOut(std::int64_t firstOutput, std::span<const float> outputs, const Sink& sink) {
+    if (firstOutput > 0)
+        HandOutUnblocked(firstOutput - 1, std::span(&lastOfPair_, 1), sink);
+    HandOutUnblocked(firstOutput, outputs, sink);
+}
+
+void BandPassCurve::HandOutUnblocked(std::int64_t firstOutput, std::span<const float> outputs, const Sink& sink) {
+    // An output is a full response, and outside the blanked start, from twice the delay on.
+    std::int64_t at = std::max(firstOutput, 2 * Delay());
+    const std::int64_t end = firstOutput + std::ssize(outputs);
+    const auto handOut = [&](std::int64_t runEnd) {
+        if (at < runEnd)
+            sink(at - Delay(), outputs.subspan(static_cast<std::size_t>(at - firstOutput),
+                                               static_cast<std::size_t>(runEnd - at)));
+    };
+    for (const Blocked& blocked : blocked_) {
+        const std::int64_t from = std::max(blocked.begin, at);
+        const std::int64_t to = std::min(blocked.end, end);
+        if (from >= to)
+            continue;
+        handOut(from);
+        if (from - Delay() <= zeroEnd_.last && to - Delay() > zeroEnd_.first)
+            needsFreshStart_ = true;
+        at = to;
+    }
+    handOut(end);
+}
+
+void BandPassCurve::HandOutZeros(std::int64_t begin, std::int64_t end, const Sink& sink) const {
+    constexpr std::array<float, 1024> zeros{};
+    for (std::int64_t at = begin; at < end; at += std::ssize(zeros))
+        sink(at, std::span(zeros).first(static_cast<std::size_t>(std::min(end - at, std::ssize(zeros)))));
+}
+
+}  // namespace vorela

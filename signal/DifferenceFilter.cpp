@@ -1,0 +1,184 @@
+#include "signal/DifferenceFilter.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "general/CheckedMath.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* source = "DifferenceFilter";
+/// Index units in a second.
+constexpr double unitsPerSecond = 100.0;
+/// An offset this near to a whole number of samples is one: the period's decimal fraction is not exact in binary.
+constexpr double onGrid = 1e-9;
+constexpr std::int64_t blockSamples = 4096;
+
+float Combined(double a, double b, double c) { return static_cast<float>((a - 2.0 * b + c) / 4.0); }
+
+double Between(double before, double after, double fraction) { return before + (after - before) * fraction; }
+
+}  // namespace
+
+void DifferenceFilter::Stretch::Append(std::span<const float> moreValues, std::span<const std::uint8_t> morePresent) {
+    values.insert(values.end(), moreValues.begin(), moreValues.end());
+    present.insert(present.end(), morePresent.begin(), morePresent.end());
+}
+
+void DifferenceFilter::Stretch::DropBefore(std::int64_t position) {
+    const std::int64_t count = std::clamp<std::int64_t>(position - begin, 0, std::ssize(values));
+    values.erase(values.begin(), values.begin() + count);
+    present.erase(present.begin(), present.begin() + count);
+    begin += count;
+}
+
+DifferenceFilter::Offset DifferenceFilter::OffsetOf(double indexUnits, std::int16_t step) {
+    const double samples = indexUnits / step;
+    const double nearest = RoundHalfEven(samples);
+    const bool whole = std::abs(samples - nearest) <= onGrid;
+    const double below = whole ? nearest : std::floor(samples);
+    return {static_cast<std::int64_t>(below), whole ? 0.0 : samples - below};
+}
+
+DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, double periodSeconds, int passes)
+    : firstIndex_(firstIndex), step_(step), length_(passes * periodSeconds * unitsPerSecond) {
+    // Periods beyond any index would not even count in samples.
+    if (!(periodSeconds > 0.0 && periodSeconds < 1e12) || step <= 0)
+        throw RunTimeError{error_number::invalidProcedureCall, source,
+                           "The period of test and the sampling step have to be positive"};
+    half_ = OffsetOf(periodSeconds / 2 * unitsPerSecond, step);
+    full_ = OffsetOf(periodSeconds * unitsPerSecond, step);
+    reach_ = full_.whole + (full_.fraction > 0.0 ? 1 : 0);
+    const auto count = static_cast<std::size_t>(std::max(passes, 1));
+    layers_.resize(count);
+    finalEnd_.resize(count);
+}
+
+std::int64_t DifferenceFilter::LastPosition() const {
+    const std::int64_t count = Fed();
+    if (count == 0)
+        return -1;
+    const double last = static_cast<double>(firstIndex_ + (count - 1) * step_);
+    const auto end = RoundTo<std::int32_t>(last - length_, source);
+    return std::min(count - 1, end < firstIndex_ ? 0 : (std::int64_t{end} - firstIndex_) / step_);
+}
+
+void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) {
+    layers_.front().Append(values, present);
+    std::int64_t end = std::min(LastPosition() + 1, Fed() - reach_);
+    for (std::size_t j = 0; j < layers_.size(); ++j) {
+        end = std::max(end, finalEnd_[j]);
+        const Stretch settled = Pass(layers_[j], finalEnd_[j], end, j > 0);
+        if (j + 1 < layers_.size())
+            layers_[j + 1].Append(settled.values, settled.present);
+        else
+            PutPresent(settled, sink);
+        layers_[j].DropBefore(end);
+        finalEnd_[j] = end;
+        end -= reach_;
+    }
+}
+
+void DifferenceFilter::Finish(const Sink& sink) {
+    const std::int64_t end = LastPosition() + 1;
+    Stretch tail = Pass(layers_[0], finalEnd_[0], std::max(end, finalEnd_[0]), false);
+    for (std::size_t j = 1; j < layers_.size(); ++j) {
+        Stretch before = layers_[j];
+        before.Append(tail.values, tail.present);
+        tail = Pass(before, finalEnd_[j], std::max(end, finalEnd_[j]), true);
+    }
+    // Only what has changed since the last time: a long tail costs no writing for every new sample.
+    Stretch changed = tail;
+    for (std::int64_t at = std::max(tail.begin, tail_.begin); at < std::min(tail.End(), tail_.End()); ++at) {
+        const auto now = static_cast<std::size_t>(at - tail.begin);
+        const auto then = static_cast<std::size_t>(at - tail_.begin);
+        if (tail_.present[then] != 0 &&
+            std::bit_cast<std::uint32_t>(tail.values[now]) == std::bit_cast<std::uint32_t>(tail_.values[then]))
+            changed.present[now] = 0;
+    }
+    PutPresent(changed, sink);
+    tail_ = std::move(tail);
+}
+
+void DifferenceFilter::PutPresent(const Stretch& stretch, const Sink& sink) {
+    const auto there = [](std::uint8_t flag) { return flag != 0; };
+    for (auto from = stretch.present.begin();;) {
+        from = std::find_if(from, stretch.present.end(), there);
+        if (from == stretch.present.end())
+            return;
+        const auto to = std::find_if_not(from, stretch.present.end(), there);
+        const std::int64_t at = from - stretch.present.begin();
+        sink(stretch.begin + at,
+             std::span(stretch.values).subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(to - from)));
+        from = to;
+    }
+}
+
+DifferenceFilter::Stretch DifferenceFilter::Pass(const Stretch& from, std::int64_t begin, std::int64_t end,
+                                                 bool keepWithoutInputs) const {
+    Stretch result;
+    result.begin = begin;
+    result.values.resize(static_cast<std::size_t>(end - begin));
+    result.present.assign(result.values.size(), 1);
+    for (std::int64_t at = begin; at < end; at += blockSamples) {
+        const std::int64_t blockEnd = std::min(at + blockSamples, end);
+        const auto offset = static_cast<std::size_t>(at - begin);
+        if (AllThere(from, at, blockEnd)) {
+            PassBlock(from, at, std::span(result.values).subspan(offset, static_cast<std::size_t>(blockEnd - at)));
+            continue;
+        }
+        for (std::int64_t k = at; k < blockEnd; ++k) {
+            const auto here = static_cast<std::size_t>(k - begin);
+            const auto there = static_cast<std::size_t>(k - from.begin);
+            if (PassSample(from, k, result.values[here]))
+                continue;
+            // In place: the value of the pass before stays where it is, if there is one.
+            const bool kept = keepWithoutInputs && from.present[there] != 0;
+            result.values[here] = kept ? from.values[there] : 0.0F;
+            result.present[here] = kept ? 1 : 0;
+        }
+    }
+    for (const float value : result.values)
+        CheckedFinite(value, source);
+    return result;
+}
+
+bool DifferenceFilter::AllThere(const Stretch& from, std::int64_t begin, std::int64_t end) const {
+    const auto range = [&](std::int64_t first, std::int64_t last) {
+        return last <= from.End() && std::memchr(from.present.data() + (first - from.begin), 0,
+                                                 static_cast<std::size_t>(last - first)) == nullptr;
+    };
+    const auto next = [](const Offset& offset) { return offset.fraction > 0.0 ? 1 : 0; };
+    return range(begin, end) && range(begin + half_.whole, end + half_.whole + next(half_)) &&
+           range(begin + full_.whole, end + full_.whole + next(full_));
+}
+
+void DifferenceFilter::PassBlock(const Stretch& from, std::int64_t begin, std::span<float> result) const {
+    const float* const a = from.values.data() + (begin - from.begin);
+    const float* const b = a + half_.whole;
+    const float* const c = a + full_.whole;
+    const std::size_t count = result.size();
+    if (half_.fraction == 0.0 && full_.fraction == 0.0) {
+        for (std::size_t k = 0; k < count; ++k)
+            result[k] = Combined(a[k], b[k], c[k]);
+        return;
+    }
+    // A neighbour is looked at only where it counts: at the end of the stretch there may be none.
+    const std::size_t afterB = half_.fraction > 0.0 ? 1 : 0;
+    const std::size_t afterC = full_.fraction > 0.0 ? 1 : 0;
+    for (std::size_t k = 0; k < count; ++k)
+        result[k] = Combined(a[k], Between(b[k], b[k + afterB], half_.fraction),
+                             Between(c[k], c[k + afterC], full_.fraction));
+}
+
+bool DifferenceFilter::PassSample(const Stretch& from, std::int64_t position, float& result) const {
+    if (!AllThere(from, position, position + 1))
+        return false;
+    PassBlock(from, position, std::span(&result, 1));
+    return true;
+}
+
+}  // namespace vorela
