@@ -31,7 +31,8 @@ void BandPassCurve::NoteGaps(std::span<const std::uint8_t> present) {
     }
 }
 
-void BandPassCurve::Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) {
+void BandPassCurve::Feed(std::span<const float> values, std::span<const std::uint8_t> present,
+                         const Sink& sink) {
     NoteGaps(present);
     filled_.resize(values.size());
     for (std::size_t i = 0; i < values.size(); ++i)
@@ -63,7 +64,8 @@ void BandPassCurve::HandOut(std::int64_t firstOutput, std::span<const float> out
     HandOutUnblocked(firstOutput, outputs, sink);
 }
 
-void BandPassCurve::HandOutUnblocked(std::int64_t firstOutput, std::span<const float> outputs, const Sink& sink) {
+void BandPassCurve::HandOutUnblocked(std::int64_t firstOutput, std::span<const float> outputs,
+                                     const Sink& sink) {
     // An output is a full response, and outside the blanked start, from twice the delay on.
     std::int64_t at = std::max(firstOutput, 2 * Delay());
     const std::int64_t end = firstOutput + std::ssize(outputs);

@@ -11,16 +11,18 @@
 
 namespace vorela {
 
-/// The delay is taken out; the first D positions and the last D + 1 are zero (D = half the kernel). An output whose kernel
-/// span touches a gap has no value. What is handed out for the transform in progress and the zeros of the end are replaced
-/// as the recording grows: each Finish() costs one transform, however long the curve is.
+/// The delay is taken out; the first D positions and the last D + 1 are zero (D = half the kernel). An output
+/// whose kernel span touches a gap has no value. What is handed out for the transform in progress and the
+/// zeros of the end are replaced as the recording grows: each Finish() costs one transform, however long the
+/// curve is.
 class BandPassCurve final : public CurveFilter {
   public:
     explicit BandPassCurve(std::shared_ptr<const OverlapAddKernel> kernel);
 
     std::unique_ptr<CurveFilter> Clone() const override { return std::make_unique<BandPassCurve>(*this); }
     /// Throws overflow (6) where an output is not finite.
-    void Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) override;
+    void Feed(std::span<const float> values, std::span<const std::uint8_t> present,
+              const Sink& sink) override;
     void Finish(const Sink& sink) override;
     std::int64_t Fed() const override { return filter_.SamplesFed(); }
     std::int64_t FinalEnd() const override;
@@ -42,11 +44,11 @@ class BandPassCurve final : public CurveFilter {
     };
 
     OverlapAddFilter filter_;
-    float held_ = 0.0F;             ///< the last sample that was there: stands in for missing ones
-    std::vector<float> filled_;     ///< work space: samples without gaps
-    std::deque<Blocked> blocked_;   ///< ascending; those before the pair in progress are forgotten
-    float lastOfPair_ = 0.0F;       ///< the output before the pair in progress: the blanked end may begin with it
-    Span zeroEnd_;                  ///< the zeros handed out at the end last time
+    float held_ = 0.0F;            ///< the last sample that was there: stands in for missing ones
+    std::vector<float> filled_;    ///< work space: samples without gaps
+    std::deque<Blocked> blocked_;  ///< ascending; those before the pair in progress are forgotten
+    float lastOfPair_ = 0.0F;  ///< the output before the pair in progress: the blanked end may begin with it
+    Span zeroEnd_;             ///< the zeros handed out at the end last time
     bool needsFreshStart_ = false;
 };
 

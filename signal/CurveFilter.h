@@ -1,5 +1,5 @@
-// What the two filters of pressure and flow have in common: they take a curve's samples in order, in pieces of any size,
-// and give the filtered curve as it stands for a recording that ends there.
+// What the two filters of pressure and flow have in common: they take a curve's samples in order, in pieces
+// of any size, and give the filtered curve as it stands for a recording that ends there.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,12 @@
 
 namespace vorela {
 
-/// A filter over one curve. Positions count the curve's grid from its first sample (0); input and output share the grid.
+/// A filter over one curve. Positions count the curve's grid from its first sample (0); input and output
+/// share the grid.
 ///
-/// Feed() any number of pieces, then Finish(): what has been handed out by then, later values replacing earlier ones at the
-/// same position, is what one run over the same samples gives, bit for bit. Feeding may go on afterwards.
+/// Feed() any number of pieces, then Finish(): what has been handed out by then, later values replacing
+/// earlier ones at the same position, is what one run over the same samples gives, bit for bit. Feeding may
+/// go on afterwards.
 class CurveFilter {
   public:
     /// Takes outputs: the position of the first and a run of values. The span lives during the call.
@@ -29,8 +31,10 @@ class CurveFilter {
     virtual ~CurveFilter() = default;
     virtual std::unique_ptr<CurveFilter> Clone() const = 0;
 
-    /// The next samples; present[i] == 0 where there is none (a gap in the recording). Hands out what is final.
-    virtual void Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) = 0;
+    /// The next samples; present[i] == 0 where there is none (a gap in the recording). Hands out what is
+    /// final.
+    virtual void Feed(std::span<const float> values, std::span<const std::uint8_t> present,
+                      const Sink& sink) = 0;
     /// Hands out what a recording that ends here has beyond that.
     virtual void Finish(const Sink& sink) = 0;
 

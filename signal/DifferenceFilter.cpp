@@ -13,17 +13,23 @@ namespace {
 constexpr const char* source = "DifferenceFilter";
 /// Index units in a second.
 constexpr double unitsPerSecond = 100.0;
-/// An offset this near to a whole number of samples is one: the period's decimal fraction is not exact in binary.
-constexpr double onGrid = 1e-9;
+/// Offsets are taken to a millionth of an index unit: a period's decimal fraction is not exact in binary, and
+/// a half period of 2.05 s is 205 units.
+constexpr double offsetsPerUnit = 1e6;
 constexpr std::int64_t blockSamples = 4096;
 
-float Combined(double a, double b, double c) { return static_cast<float>((a - 2.0 * b + c) / 4.0); }
+float Combined(double a, double b, double c) {
+    return static_cast<float>((a - 2.0 * b + c) / 4.0);
+}
 
-double Between(double before, double after, double fraction) { return before + (after - before) * fraction; }
+double Between(double before, double after, double fraction) {
+    return before + (after - before) * fraction;
+}
 
 }  // namespace
 
-void DifferenceFilter::Stretch::Append(std::span<const float> moreValues, std::span<const std::uint8_t> morePresent) {
+void DifferenceFilter::Stretch::Append(std::span<const float> moreValues,
+                                       std::span<const std::uint8_t> morePresent) {
     values.insert(values.end(), moreValues.begin(), moreValues.end());
     present.insert(present.end(), morePresent.begin(), morePresent.end());
 }
@@ -36,14 +42,13 @@ void DifferenceFilter::Stretch::DropBefore(std::int64_t position) {
 }
 
 DifferenceFilter::Offset DifferenceFilter::OffsetOf(double indexUnits, std::int16_t step) {
-    const double samples = indexUnits / step;
-    const double nearest = RoundHalfEven(samples);
-    const bool whole = std::abs(samples - nearest) <= onGrid;
-    const double below = whole ? nearest : std::floor(samples);
-    return {static_cast<std::int64_t>(below), whole ? 0.0 : samples - below};
+    const double samples = RoundHalfEven(indexUnits * offsetsPerUnit) / offsetsPerUnit / step;
+    const double below = std::floor(samples);
+    return {static_cast<std::int64_t>(below), samples - below};
 }
 
-DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, double periodSeconds, int passes)
+DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, double periodSeconds,
+                                   int passes)
     : firstIndex_(firstIndex), step_(step), length_(passes * periodSeconds * unitsPerSecond) {
     // Periods beyond any index would not even count in samples.
     if (!(periodSeconds > 0.0 && periodSeconds < 1e12) || step <= 0)
@@ -57,16 +62,21 @@ DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, d
     finalEnd_.resize(count);
 }
 
+double DifferenceFilter::LastIndex() const {
+    return static_cast<double>(firstIndex_ + (Fed() - 1) * step_);
+}
+
 std::int64_t DifferenceFilter::LastPosition() const {
     const std::int64_t count = Fed();
     if (count == 0)
         return -1;
-    const double last = static_cast<double>(firstIndex_ + (count - 1) * step_);
-    const auto end = RoundTo<std::int32_t>(last - length_, source);
-    return std::min(count - 1, end < firstIndex_ ? 0 : (std::int64_t{end} - firstIndex_) / step_);
+    const double end = RoundHalfEven(LastIndex() - length_);
+    return end < firstIndex_ ? 0
+                             : std::min(count - 1, (static_cast<std::int64_t>(end) - firstIndex_) / step_);
 }
 
-void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::uint8_t> present, const Sink& sink) {
+void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::uint8_t> present,
+                            const Sink& sink) {
     layers_.front().Append(values, present);
     std::int64_t end = std::min(LastPosition() + 1, Fed() - reach_);
     for (std::size_t j = 0; j < layers_.size(); ++j) {
@@ -83,6 +93,7 @@ void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::
 }
 
 void DifferenceFilter::Finish(const Sink& sink) {
+    RoundTo<std::int32_t>(LastIndex() - length_, source);
     const std::int64_t end = LastPosition() + 1;
     Stretch tail = Pass(layers_[0], finalEnd_[0], std::max(end, finalEnd_[0]), false);
     for (std::size_t j = 1; j < layers_.size(); ++j) {
@@ -95,8 +106,8 @@ void DifferenceFilter::Finish(const Sink& sink) {
     for (std::int64_t at = std::max(tail.begin, tail_.begin); at < std::min(tail.End(), tail_.End()); ++at) {
         const auto now = static_cast<std::size_t>(at - tail.begin);
         const auto then = static_cast<std::size_t>(at - tail_.begin);
-        if (tail_.present[then] != 0 &&
-            std::bit_cast<std::uint32_t>(tail.values[now]) == std::bit_cast<std::uint32_t>(tail_.values[then]))
+        if (tail_.present[then] != 0 && std::bit_cast<std::uint32_t>(tail.values[now]) ==
+                                            std::bit_cast<std::uint32_t>(tail_.values[then]))
             changed.present[now] = 0;
     }
     PutPresent(changed, sink);
@@ -112,7 +123,8 @@ void DifferenceFilter::PutPresent(const Stretch& stretch, const Sink& sink) {
         const auto to = std::find_if_not(from, stretch.present.end(), there);
         const std::int64_t at = from - stretch.present.begin();
         sink(stretch.begin + at,
-             std::span(stretch.values).subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(to - from)));
+             std::span(stretch.values)
+                 .subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(to - from)));
         from = to;
     }
 }
@@ -127,7 +139,8 @@ DifferenceFilter::Stretch DifferenceFilter::Pass(const Stretch& from, std::int64
         const std::int64_t blockEnd = std::min(at + blockSamples, end);
         const auto offset = static_cast<std::size_t>(at - begin);
         if (AllThere(from, at, blockEnd)) {
-            PassBlock(from, at, std::span(result.values).subspan(offset, static_cast<std::size_t>(blockEnd - at)));
+            PassBlock(from, at,
+                      std::span(result.values).subspan(offset, static_cast<std::size_t>(blockEnd - at)));
             continue;
         }
         for (std::int64_t k = at; k < blockEnd; ++k) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,11 +12,26 @@ namespace vorela {
 /// True when both filtered curves are in every selected dataset.
 bool FilteredCurvesExist();
 
-/// Creates (incremental false) or extends (true) both filtered curves of dataset `index`. False after a report.
+/// Creates (incremental false) or extends (true) both filtered curves of dataset `index`. False after a
+/// report.
+///
+/// A first run, one with other filter settings than last time and one after the curve was changed from
+/// elsewhere make the curve anew from an empty item; an extension goes on where the last run of this program
+/// stopped. Either way the curve is, bit for bit, what one run over the samples recorded by now gives.
+/// Samples that are missing or are no numbers are not available to the filters.
 bool CreateFilteredCurves(std::size_t index, bool incremental);
 
-/// The dialog's create step: stores FilterN (nothing selected: 1), writes the parameters, creates the curves of every
-/// selected dataset. False at the first that fails.
+/// First time index at which a sample of the dataset's filtered curves may still change when the recording
+/// grows: values that lack later inputs, and last bits in the band pass's transform in progress. Samples
+/// before it are final. The first index of 32 bits when this program has not made the curves for the current
+/// selection.
+std::int32_t FirstProvisionalIndex(std::size_t index);
+
+/// Shows the share of processed time indices of an interactive run: "0%" … "100%". Nothing takes it away.
+void SetPercentageDisplay(std::function<void(const std::string& text)> show);
+
+/// The dialog's create step: stores FilterN (nothing selected: 1), writes the parameters, creates the curves
+/// of every selected dataset. False at the first that fails.
 bool CreateFilteredCurvesInAll(int filterN);
 /// The same with the stored FilterN: what the valve reconstruction's prompt runs.
 bool CreateFilteredCurvesInAll();
@@ -23,8 +40,8 @@ bool CreateFilteredCurvesInAll();
 struct FilterInformation {
     std::string inputPressure, inputFlow, outputPressure, outputFlow;
     std::vector<std::string> passChoices;  ///< entries of cboFilter, entry i = i + 1 passes
-    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the difference
-    /// filter its gain. One or more lines.
+    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
+    /// difference filter its gain. One or more lines.
     std::string passBand;
     bool warning = false;
 };

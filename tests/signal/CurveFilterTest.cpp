@@ -1,0 +1,241 @@
+// The two filters by themselves: against plain slow references, and fed in pieces against one run.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "general/RunTimeError.h"
+#include "signal/BandPassCurve.h"
+#include "signal/DifferenceFilter.h"
+
+namespace vorela {
+namespace {
+
+using Samples = std::vector<std::optional<float>>;
+using MakeFilter = std::function<std::unique_ptr<CurveFilter>()>;
+
+constexpr std::int16_t step = 10;
+
+Samples Noise(std::size_t count, unsigned seed = 11) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> values(99.0F, 101.0F);
+    Samples samples(count);
+    for (std::optional<float>& sample : samples)
+        sample = values(random);
+    return samples;
+}
+
+void CutGap(Samples& samples, std::size_t from, std::size_t count) {
+    for (std::size_t k = from; k < from + count; ++k)
+        samples[k].reset();
+}
+
+/// A curve as the filters fill it, made anew when they ask for it.
+class Curve {
+  public:
+    explicit Curve(MakeFilter make) : make_(std::move(make)), filter_(make_()) {}
+    /// One extension to the first `end` samples.
+    void Extend(const Samples& samples, std::size_t end) {
+        Run(samples, end);
+        if (!filter_->NeedsFreshStart())
+            return;
+        ++freshStarts;
+        filter_ = make_();
+        values.clear();
+        Run(samples, end);
+    }
+    const CurveFilter& Filter() const { return *filter_; }
+
+    Samples values;
+    int freshStarts = 0;
+
+  private:
+    void Run(const Samples& samples, std::size_t end) {
+        std::vector<float> piece;
+        std::vector<std::uint8_t> present;
+        for (auto k = static_cast<std::size_t>(filter_->Fed()); k < end; ++k) {
+            piece.push_back(samples[k].value_or(-1.0F));
+            present.push_back(samples[k] ? 1 : 0);
+        }
+        const auto put = [&](std::int64_t position, std::span<const float> run) {
+            const auto at = static_cast<std::size_t>(position);
+            values.resize(std::max(values.size(), at + run.size()));
+            std::copy(run.begin(), run.end(), values.begin() + position);
+        };
+        filter_->Feed(piece, present, put);
+        filter_->Finish(put);
+    }
+
+    MakeFilter make_;
+    std::unique_ptr<CurveFilter> filter_;
+};
+
+Samples OneRun(const MakeFilter& make, const Samples& samples, std::size_t end) {
+    Curve curve(make);
+    curve.Extend(samples, end);
+    return curve.values;
+}
+
+/// The passes as they are defined: each over the whole curve and in place, sample by sample in ascending
+/// order.
+Samples SlowDifference(const Samples& input, double periodSamples, int passes) {
+    const auto at = [](const Samples& curve, double position) -> std::optional<double> {
+        const auto below = static_cast<std::size_t>(std::floor(position));
+        const double fraction = position - std::floor(position);
+        if (below >= curve.size() || !curve[below])
+            return std::nullopt;
+        if (fraction == 0.0)
+            return *curve[below];
+        if (below + 1 >= curve.size() || !curve[below + 1])
+            return std::nullopt;
+        return *curve[below] + (double{*curve[below + 1]} - *curve[below]) * fraction;
+    };
+    const auto count = static_cast<double>(input.size());
+    // E is rounded to whole index units, not to samples.
+    const double last = std::nearbyint((count - 1 - passes * periodSamples) * step) / step;
+    const auto end = static_cast<std::size_t>(std::floor(std::max(last, 0.0)));
+    Samples output(end + 1);
+    for (int pass = 0; pass < passes; ++pass) {
+        const Samples& from = pass == 0 ? input : output;
+        for (std::size_t k = 0; k <= end; ++k) {
+            const auto here = static_cast<double>(k);
+            const auto a = at(from, here);
+            const auto b = at(from, here + periodSamples / 2);
+            const auto c = at(from, here + periodSamples);
+            if (a && b && c)
+                output[k] = static_cast<float>((*a - 2 * *b + *c) / 4);
+        }
+    }
+    while (!output.empty() && !output.back())
+        output.pop_back();
+    return output;
+}
+
+MakeFilter Difference(double periodSamples, int passes, std::int32_t first = 0) {
+    return
+        [=] { return std::make_unique<DifferenceFilter>(first, step, periodSamples * step / 100, passes); };
+}
+
+MakeFilter BandPass(std::int16_t kernelLength) {
+    const auto kernel = std::make_shared<const OverlapAddKernel>(BandPassKernel(0.01F, 0.04F, kernelLength));
+    return [kernel] { return std::make_unique<BandPassCurve>(kernel); };
+}
+
+TEST(DifferenceFilter, EqualsThePassesInPlaceWithGapsAndEnds) {
+    for (const int passes : {1, 2, 3, 5}) {
+        for (const double period : {40.0, 41.0, 40.5, 0.5}) {
+            for (const std::size_t count :
+                 {std::size_t{1}, std::size_t{2}, std::size_t{41}, std::size_t{90}, std::size_t{10000}}) {
+                Samples samples = Noise(count);
+                if (count == 10000) {
+                    CutGap(samples, 4090, 10);
+                    CutGap(samples, 9000, 1);
+                    CutGap(samples, 9920, 30);
+                }
+                EXPECT_EQ(OneRun(Difference(period, passes), samples, count),
+                          SlowDifference(samples, period, passes))
+                    << passes << " passes, period " << period << ", " << count << " samples";
+            }
+        }
+    }
+}
+
+TEST(DifferenceFilter, PassesThePeriodOfTestAndRemovesConstantAndStraightLine) {
+    constexpr double period = 60;
+    Samples samples(400);
+    for (std::size_t k = 0; k < samples.size(); ++k)
+        samples[k] = static_cast<float>(2 * std::sin(2 * 3.14159265358979 * static_cast<double>(k) / period) +
+                                        7.0 + 0.01 * static_cast<double>(k));
+    Curve curve(Difference(period, 2, -5000));
+    curve.Extend(samples, samples.size());
+    EXPECT_EQ(curve.values.size(), 400 - 2 * 60) << "to the end less two periods";
+    EXPECT_EQ(curve.Filter().ValidSpan().last, 400 - 3 * 60 - 1) << "the last period has had one pass only";
+    for (std::size_t k = 0; k < 220; ++k)
+        EXPECT_NEAR(*curve.values[k], 2 * std::sin(2 * 3.14159265358979 * static_cast<double>(k) / period),
+                    2e-6);
+}
+
+TEST(DifferenceFilter, RefusesAPeriodThatIsNone) {
+    for (const double period : {0.0, -240.0, std::nan("")})
+        EXPECT_THROW(DifferenceFilter(0, step, period, 1), RunTimeError);
+    DifferenceFilter endless(0, step, 3e7, 1);
+    EXPECT_THROW(endless.Finish([](std::int64_t, std::span<const float>) {}), RunTimeError)
+        << "E beyond 32 bits";
+}
+
+TEST(BandPassCurve, EqualsTheDirectSumBlanksTheEndsAndLeavesGapsOut) {
+    for (const std::int16_t length : {std::int16_t{64}, std::int16_t{65}}) {
+        Samples samples = Noise(1500);
+        CutGap(samples, 700, 3);
+        CutGap(samples, 1480, 5);
+        const std::vector<float> kernel = BandPassKernel(0.01F, 0.04F, length);
+        const Samples result = OneRun(BandPass(length), samples, samples.size());
+        ASSERT_EQ(result.size(), samples.size());
+        for (std::size_t k = 0; k < result.size(); ++k) {
+            if (k < 32 || k >= 1500 - 33) {
+                EXPECT_EQ(result[k], 0.0F) << k;
+                continue;
+            }
+            std::optional<double> sum = 0.0;
+            for (std::size_t m = 0; m < kernel.size(); ++m) {
+                const std::optional<float> sample = samples[k + 32 - m];
+                sum = sum && sample ? std::optional(*sum + double{kernel[m]} * *sample) : std::nullopt;
+            }
+            ASSERT_EQ(result[k].has_value(), sum.has_value()) << k;
+            EXPECT_NEAR(result[k].value_or(0.0F), sum.value_or(0.0), 2e-6) << k;
+        }
+    }
+}
+
+TEST(BandPassCurve, OfARecordingShorterThanTheKernelIsAllZeros) {
+    for (const std::size_t count : {1U, 31U, 33U, 65U}) {
+        Curve curve(BandPass(64));
+        curve.Extend(Noise(count), count);
+        EXPECT_THAT(curve.values, testing::Each(std::optional(0.0F)));
+        EXPECT_EQ(curve.values.size(), count);
+        EXPECT_LT(curve.Filter().ValidSpan().last, curve.Filter().ValidSpan().first);
+    }
+}
+
+struct Extension {
+    std::string name;
+    MakeFilter make;
+};
+class CurveFilterExtension : public testing::TestWithParam<Extension> {};
+
+TEST_P(CurveFilterExtension, InPiecesOfAnySizeGivesTheBitsOfOneRun) {
+    Samples samples = Noise(1400);
+    CutGap(samples, 420, 3);
+    CutGap(samples, 1301, 1);
+    std::mt19937 random(5);
+    for (const std::size_t piece :
+         {std::size_t{1}, std::size_t{2}, std::size_t{7}, std::size_t{59}, std::size_t{0}}) {
+        Curve curve(GetParam().make);
+        std::size_t end = 0;
+        for (std::size_t settled = 0; end < samples.size();) {
+            end = std::min(samples.size(), end + (piece != 0 ? piece : 1 + random() % 200));
+            const Samples before = curve.values;
+            curve.Extend(samples, end);
+            ASSERT_EQ(curve.values, OneRun(GetParam().make, samples, end))
+                << "pieces of " << piece << " to " << end;
+            for (std::size_t k = 0; k < settled && curve.freshStarts == 0; ++k)
+                ASSERT_EQ(curve.values[k], before[k]) << "said to be final";
+            settled = std::min(curve.values.size(), static_cast<std::size_t>(curve.Filter().FinalEnd()));
+        }
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Filters, CurveFilterExtension,
+                         testing::Values(Extension{"one_pass", Difference(60, 1)},
+                                         Extension{"three_passes", Difference(60, 3)},
+                                         Extension{"off_grid", Difference(60.3, 3)},
+                                         Extension{"band_pass_even", BandPass(60)},
+                                         Extension{"band_pass_odd", BandPass(61)}),
+                         [](const auto& extension) { return extension.param.name; });
+
+}  // namespace
+}  // namespace vorela
