@@ -99,7 +99,8 @@ Database::Database(const std::string& path, std::int16_t mode)
     sqlite3_db_config(connection_.Handle(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     // Reading goes through few pages that stay in the processor's cache. A transaction may hold 64 MiB of
     // changed pages before it must write some of them early, which would keep readers out until its commit.
-    connection_.Execute("PRAGMA cache_size = 64; PRAGMA cache_spill = 4096");
+    // (Not 4096: SQLite takes the number's low byte for a yes or no, and 0 would switch the early writing off.)
+    connection_.Execute("PRAGMA cache_size = 64; PRAGMA cache_spill = 4095");
     if (HasOurMarks())
         return;
     if (mode != DK_OPEN_CREATE)
