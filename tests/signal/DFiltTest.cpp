@@ -1,0 +1,191 @@
+// The acquisition system's filtered flow, made again.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <random>
+
+#include "db/modSelectData.h"
+#include "signal/modDFilt.h"
+#include "signal/modParameters.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela {
+namespace {
+
+using test::CurveSpec;
+
+constexpr std::int32_t samples = 700;
+enum FilterType : std::int16_t { none, square, gaussian, triangle };
+
+class SpinnerFilter : public test::DravikFixture {
+  protected:
+    void TearDown() override {
+        ReleaseAllFilters();
+        CurrentParameters() = ParameterSet{};
+        DravikFixture::TearDown();
+    }
+    static CurveSpec Flow(std::int32_t count = samples, bool gaps = false) {
+        return {"RTC", "rps", count,
+                [gaps](std::int32_t t) {
+                    return gaps && t % 630 < 50 ? std::nullopt
+                                                : std::optional(3.0 + std::sin(t * 0.01) + (t % 70) * 0.01);
+                },
+                200};
+    }
+    void MakeLevel(const std::string& name, const CurveSpec& flow) {
+        AddCurves(name, {{"ZG", "psi", 1, [](std::int32_t) { return 1.0; }, 200},
+                         flow,
+                         {"PVLPOS", "", 1, [](std::int32_t) { return 1.0; }, 200}});
+        Select({name});
+    }
+    static void SetFilter(FilterType type, double seconds) {
+        CurrentParameters().dFilt = type;
+        CurrentParameters().dLen = seconds;
+    }
+};
+
+/// True when every sample lies within one unit in the last place of the other curve's.
+bool SameToOneUnit(const test::StoredCurve& a, const test::StoredCurve& b) {
+    if (a.info.extentFirst != b.info.extentFirst || a.samples.size() != b.samples.size())
+        return false;
+    for (std::size_t i = 0; i < a.samples.size(); ++i) {
+        if (a.samples[i].has_value() != b.samples[i].has_value())
+            return false;
+        if (a.samples[i] && std::abs(*a.samples[i] - *b.samples[i]) >
+                                std::nextafter(std::abs(*a.samples[i]), INFINITY) - std::abs(*a.samples[i]))
+            return false;
+    }
+    return true;
+}
+
+TEST(FilterSpecifications, AreTypeAndShortestLength) {
+    EXPECT_EQ(FilterSpecification(gaussian, 2.5), "Gaussian,2.5");
+    EXPECT_EQ(FilterSpecification(none, 0), "None,0");
+    EXPECT_EQ(FilterSpecification(triangle, 0.1), "Triangle,0.1");
+}
+
+TEST_F(SpinnerFilter, NoneWritesEveryValueAtItsOwnIndex) {
+    MakeLevel("L", Flow(samples, true));
+    SetFilter(none, 0);
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    EXPECT_EQ(ReadCurve("L", "RTC_f").samples, ReadCurve("L", "RTC").samples);
+}
+
+TEST_F(SpinnerFilter, OutputIsMovedBackByTheLagAndItsEndStaysUnwritten) {
+    MakeLevel("L", Flow());
+    SetFilter(square, 0.9);  // nine samples, lag 40
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    const test::StoredCurve flow = ReadCurve("L", "RTC");
+    const test::StoredCurve filtered = ReadCurve("L", "RTC_f");
+    EXPECT_EQ(filtered.info.extentFirst, 200);
+    EXPECT_EQ(filtered.info.extentLast, flow.info.extentLast - 40);
+    EXPECT_EQ(filtered.info.validFirst, 240);
+    EXPECT_EQ(filtered.info.validLast, filtered.info.extentLast);
+    for (std::int32_t t = 240; t <= filtered.info.extentLast; t += 10) {
+        double mean = 0;
+        for (std::int32_t i = -40; i <= 40; i += 10)
+            mean += *flow.At(t + i) / 9.0;
+        ASSERT_NEAR(*filtered.At(t), mean, 1e-6) << t;
+    }
+    double first = 5 * *flow.At(200);  // the first value stands for those before it
+    for (const std::int32_t t : {210, 220, 230, 240})
+        first += *flow.At(t);
+    EXPECT_NEAR(*filtered.At(200), first / 9, 1e-6);
+}
+
+TEST_F(SpinnerFilter, ExtendingInAnyPiecesIsOneRun) {
+    std::mt19937 random(3);
+    int dataset = 0;
+    for (const FilterType type : {none, square, gaussian, triangle}) {
+        SetFilter(type, type == none ? 0 : 2.5);
+        const std::string whole = "W" + std::to_string(type);
+        MakeLevel(whole, Flow(samples, true));
+        ASSERT_TRUE(FilterDatasetFlow(0, false));
+        for (const int piece : {1, 7, 0}) {
+            const std::string name = "P" + std::to_string(++dataset);
+            const CurveSpec flow = Flow(1, true);
+            MakeLevel(name, flow);
+            ASSERT_TRUE(FilterDatasetFlow(0, piece != 7)) << "begun by hand or by the timer";
+            for (std::int32_t have = 1; have < samples;) {
+                const std::int32_t more = piece > 0 ? piece : std::uniform_int_distribution(1, 90)(random);
+                Append(name, flow, std::min(more, samples - have));
+                have = std::min(samples, have + more);
+                ASSERT_TRUE(FilterDatasetFlow(0, true));
+                if (piece == 0)
+                    ResetFilterSlots();  // as after a look at the selection: the filter starts in mid-curve
+            }
+            EXPECT_TRUE(SameToOneUnit(ReadCurve(name, "RTC_f"), ReadCurve(whole, "RTC_f")))
+                << type << " " << piece;
+        }
+    }
+}
+
+TEST_F(SpinnerFilter, AFilterBehindAnInteractiveRunJoinsWithoutAStep) {
+    SetFilter(gaussian, 3);
+    MakeLevel("W", Flow());
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    MakeLevel("L", Flow(400));
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    Append("L", Flow(), samples - 400);
+    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    EXPECT_TRUE(SameToOneUnit(ReadCurve("L", "RTC_f"), ReadCurve("W", "RTC_f")));
+}
+
+TEST_F(SpinnerFilter, AnotherFilterStartsTheCurveAnew) {
+    MakeLevel("L", Flow(400));
+    SetFilter(square, 1);
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    SetFilter(triangle, 9);
+    Append("L", Flow(), samples - 400);
+    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    const test::StoredCurve extended = ReadCurve("L", "RTC_f");
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    const test::StoredCurve anew = ReadCurve("L", "RTC_f");
+    EXPECT_EQ(extended.samples, anew.samples);
+    EXPECT_EQ(extended.info.made, "Triangle,9 by Smooth32");
+}
+
+TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwriting) {
+    MakeLevel("L", Flow());
+    SetFilter(square, 1);
+    EXPECT_FALSE(FilteredFlowExists());
+    ASSERT_TRUE(CreateFilteredFlow(true));
+    EXPECT_TRUE(FilteredFlowExists());
+    ports.answers = {false};
+    SetFilter(square, 5);
+    EXPECT_FALSE(CreateFilteredFlow(true));
+    ASSERT_EQ(ports.questions.size(), 1U);
+    EXPECT_EQ(ports.questions[0].title, "Vorela");
+    EXPECT_EQ(
+        ports.questions[0].text,
+        "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?");
+    EXPECT_EQ(ReadCurve("L", "RTC_f").info.made, "Square,1 by Smooth32");
+    ASSERT_TRUE(CreateFilteredFlow(false));
+    EXPECT_EQ(ReadCurve("L", "RTC_f").info.made, "Square,5 by Smooth32");
+    EXPECT_EQ(ReadCurve("L", "RTC").samples.size(), static_cast<std::size_t>(samples));
+}
+
+TEST_F(SpinnerFilter, ALengthThatTheLibraryRefusesIsToldAndLeavesTheCurve) {
+    MakeLevel("L", Flow());
+    SetFilter(square, 1);
+    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    const auto before = ReadCurve("L", "RTC_f").samples;
+    SetFilter(square, -1);
+    EXPECT_FALSE(FilterDatasetFlow(0, false));
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::information);
+    EXPECT_EQ(ports.boxes[0].title, "Vorela");
+    EXPECT_EQ(ports.boxes[0].text, "Error creating filtered flow");
+    EXPECT_EQ(ReadCurve("L", "RTC_f").samples, before);
+}
+
+TEST_F(SpinnerFilter, AnErrorOfTheEntryCarriesItsKeptLabel) {
+    MakeLevel("L", Flow());
+    CurrentParameters().dFilt = 9;
+    EXPECT_FALSE(CreateFilteredFlow(true));
+    ASSERT_FALSE(ports.boxes.empty());
+    EXPECT_THAT(ports.boxes[0].text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
+}
+
+}  // namespace
+}  // namespace vorela
