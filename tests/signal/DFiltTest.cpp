@@ -14,7 +14,7 @@ namespace {
 
 using test::CurveSpec;
 
-constexpr std::int32_t samples = 700;
+constexpr std::int32_t samples = 250;
 enum FilterType : std::int16_t { none, square, gaussian, triangle };
 
 class SpinnerFilter : public test::DravikFixture {
@@ -32,10 +32,12 @@ class SpinnerFilter : public test::DravikFixture {
                 },
                 200};
     }
+    static std::vector<CurveSpec> Level(const CurveSpec& flow) {
+        const auto one = [](std::int32_t) { return 1.0; };
+        return {{"ZG", "psi", 1, one, 200}, flow, {"PVLPOS", "", 1, one, 200}};
+    }
     void MakeLevel(const std::string& name, const CurveSpec& flow) {
-        AddCurves(name, {{"ZG", "psi", 1, [](std::int32_t) { return 1.0; }, 200},
-                         flow,
-                         {"PVLPOS", "", 1, [](std::int32_t) { return 1.0; }, 200}});
+        AddCurves(name, Level(flow));
         Select({name});
     }
     static void SetFilter(FilterType type, double seconds) {
@@ -101,15 +103,15 @@ TEST_F(SpinnerFilter, ExtendingInAnyPiecesIsOneRun) {
         const std::string whole = "W" + std::to_string(type);
         MakeLevel(whole, Flow(samples, true));
         ASSERT_TRUE(FilterDatasetFlow(0, false));
-        for (const int piece : {1, 7, 0}) {
+        for (const int piece : {type == square ? 1 : 13, 7, 0}) {
             const std::string name = "P" + std::to_string(++dataset);
-            const CurveSpec flow = Flow(1, true);
-            MakeLevel(name, flow);
+            test::Recorder recorder(DatabasePath(), name, Level(Flow(samples, true)));
+            recorder.Record(1);
+            Select({name});
             ASSERT_TRUE(FilterDatasetFlow(0, piece != 7)) << "begun by hand or by the timer";
-            for (std::int32_t have = 1; have < samples;) {
-                const std::int32_t more = piece > 0 ? piece : std::uniform_int_distribution(1, 90)(random);
-                Append(name, flow, std::min(more, samples - have));
-                have = std::min(samples, have + more);
+            while (recorder.Recorded() < samples) {
+                const std::int32_t more = piece > 0 ? piece : std::uniform_int_distribution(1, 60)(random);
+                recorder.Record(std::min(more, samples - recorder.Recorded()));
                 ASSERT_TRUE(FilterDatasetFlow(0, true));
                 if (piece == 0)
                     ResetFilterSlots();  // as after a look at the selection: the filter starts in mid-curve
@@ -124,19 +126,19 @@ TEST_F(SpinnerFilter, AFilterBehindAnInteractiveRunJoinsWithoutAStep) {
     SetFilter(gaussian, 3);
     MakeLevel("W", Flow());
     ASSERT_TRUE(FilterDatasetFlow(0, false));
-    MakeLevel("L", Flow(400));
+    MakeLevel("L", Flow(150));
     ASSERT_TRUE(FilterDatasetFlow(0, false));
-    Append("L", Flow(), samples - 400);
+    Append("L", Flow(), samples - 150);
     ASSERT_TRUE(FilterDatasetFlow(0, true));
     EXPECT_TRUE(SameToOneUnit(ReadCurve("L", "RTC_f"), ReadCurve("W", "RTC_f")));
 }
 
 TEST_F(SpinnerFilter, AnotherFilterStartsTheCurveAnew) {
-    MakeLevel("L", Flow(400));
+    MakeLevel("L", Flow(150));
     SetFilter(square, 1);
     ASSERT_TRUE(FilterDatasetFlow(0, false));
     SetFilter(triangle, 9);
-    Append("L", Flow(), samples - 400);
+    Append("L", Flow(), samples - 150);
     ASSERT_TRUE(FilterDatasetFlow(0, true));
     const test::StoredCurve extended = ReadCurve("L", "RTC_f");
     ASSERT_TRUE(FilterDatasetFlow(0, false));

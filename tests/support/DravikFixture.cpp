@@ -154,6 +154,26 @@ void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, s
                  info.IsEmpty() ? curve.first : info.extentLast + curve.step, count);
 }
 
+Recorder::Recorder(const std::string& databasePath, std::string dataset, std::vector<CurveSpec> curves)
+    : dataset_(std::move(dataset)), curves_(std::move(curves)) {
+    Check(Api().DBopenA(databasePath.c_str(), DK_OPEN_CREATE, &database_), databasePath);
+    for (const CurveSpec& curve : curves_)
+        CreateItem(database_, ItemPath(dataset_, curve.name), curve);
+}
+
+Recorder::~Recorder() {
+    Api().DBclose(database_);
+}
+
+void Recorder::Record(std::int32_t count) {
+    Check(Api().DBbegin(database_), dataset_);
+    for (const CurveSpec& curve : curves_)
+        WriteSamples(database_, ItemPath(dataset_, curve.name), curve, curve.first + recorded_ * curve.step,
+                     count);
+    Check(Api().DBcommit(database_), dataset_);
+    recorded_ += count;
+}
+
 void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
     const OpenForWriting database(DatabasePath());
     const std::string path = PresentationPath(dataset);

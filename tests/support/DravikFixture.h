@@ -50,8 +50,26 @@ struct ValveSpec {
 };
 std::vector<CurveSpec> ValveCurves(const ValveSpec& valve);
 
-/// Loads DKBase and Smooth32 (where it is built) from the build's bin folder, once for the process. False after a failure is
-/// added.
+/// A recording: makes the curves of a dataset and appends to them, all in one transaction, the database kept
+/// open.
+class Recorder {
+  public:
+    Recorder(const std::string& databasePath, std::string dataset, std::vector<CurveSpec> curves);
+    ~Recorder();
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+    void Record(std::int32_t count);
+    std::int32_t Recorded() const { return recorded_; }
+
+  private:
+    std::int32_t database_ = 0;
+    std::string dataset_;
+    std::vector<CurveSpec> curves_;
+    std::int32_t recorded_ = 0;
+};
+
+/// Loads DKBase and Smooth32 (where it is built) from the build's bin folder, once for the process. False
+/// after a failure is added.
 bool LoadBuiltLibraries();
 
 /// Libraries loaded, a folder, scripted ports, an empty selection, default parameters' settings file in the
@@ -66,7 +84,7 @@ class DravikFixture : public ::testing::Test {
     /// Creates the database when it is not there, the dataset with it.
     void AddCurve(const std::string& dataset, const CurveSpec& curve);
     void AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves);
-    /// Writes further samples behind those that are there, as a recorder would.
+    /// Writes further samples behind the last one that is there.
     void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count);
     void SetPresentation(const std::string& dataset, const Presentation& presentation);
     void DeleteItem(const std::string& path);
