@@ -73,6 +73,7 @@ bool FillInputs(IntervalRecord& interval, const CycleRecord& level1, const Cycle
     interval.period = parameters.period;
     interval.compressibility = parameters.compressibility;
     interval.spinnerType = parameters.spinner;
+    interval.hasInputs = true;
     return true;
 }
 

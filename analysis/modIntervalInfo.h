@@ -20,9 +20,10 @@ std::optional<std::size_t> SelectedEntry(std::size_t dataset);
 /// Interval between level 1 (dataset i) and level 2 (dataset i − 1). Outputs are empty where an error kept
 /// them from being reached.
 struct IntervalRecord {
-    std::string label;                                 ///< "depth2 to depth1"
-    double hpi1 = 0, hpi2 = 0;                         ///< rps/psi
-    double phase1 = 0, phase2 = 0;                     ///< degrees
+    std::string label;              ///< "depth2 to depth1"
+    bool hasInputs = false;         ///< the values below hold; false where an error came before them
+    double hpi1 = 0, hpi2 = 0;      ///< rps/psi
+    double phase1 = 0, phase2 = 0;  ///< degrees
     std::optional<double> intervalHpi, intervalPhase;  ///< rps/psi, degrees −180 … 180
     double casingID = 0;                               ///< in
     double totalDepth = 0;                             ///< ft

@@ -202,8 +202,8 @@ std::string SpinnerTypeText(int type) {
 }
 
 void FillInterval(ResultGrid& grid, const IntervalRecord& interval) {
-    if (!interval.intervalHpi && !interval.reservoirHpi && interval.casingID == 0)
-        return;  // an error ended the computation before this interval's inputs were gathered
+    if (!interval.hasInputs)
+        return;
     PutValues(grid, 2,
               {CellText(interval.hpi1), CellText(interval.hpi2), CellText(interval.phase1),
                CellText(interval.phase2)});

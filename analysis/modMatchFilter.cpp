@@ -1,8 +1,8 @@
 #include "analysis/modMatchFilter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <map>
 #include <string>
 #include <utility>
 
@@ -10,6 +10,8 @@
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/modGeneral.h"
+#include "signal/SelectedDatasets.h"
+#include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 #include "signal/modParameters.h"
 
@@ -102,11 +104,15 @@ double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
     return period;
 }
 
-/// What is known about a stretch of a curve.
-enum class Coverage { whole, later, never };
+/// What is known about a stretch of a curve, from best to worst. `provisional`: all of it, but samples in it
+/// may still change with what is recorded next. `later`: the curve, still growing, ends inside the stretch.
+/// `never`: the stretch begins before the curve does, or holds a gap.
+enum class Coverage { whole, provisional, later, never };
 
-/// `later`: the curve, still growing, ends inside the stretch. `never`: the stretch begins before the curve
-/// does.
+bool HasResults(Coverage coverage) {
+    return coverage <= Coverage::provisional;
+}
+
 Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t last) {
     if (curve.Covers(first, last))
         return Coverage::whole;
@@ -116,10 +122,6 @@ Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t l
         return Coverage::later;
     const std::int32_t begin = derived ? std::max(info.extentFirst, info.validFirst) : info.extentFirst;
     return first < begin ? Coverage::never : Coverage::later;
-}
-
-Coverage Worse(Coverage a, Coverage b) {
-    return std::max(a, b);
 }
 
 /// Analyses stretches of one dataset over the same attached curves.
@@ -137,32 +139,32 @@ class Analyser {
                         RoundTo<std::int32_t>(a + period * indexUnitsPerSecond, "Resample")};
         EntryResults results;
         const Coverage coverage = AnalyseSpan(span, results);
-        Store(cycles, entry, results, coverage == Coverage::whole);
+        Store(cycles, entry, results, HasResults(coverage));
         return coverage;
     }
 
-    /// Results are complete for `whole`; otherwise they hold the valve alone, where it is known.
+    /// Results are complete where HasResults; otherwise they hold the valve alone, where it is known.
     Coverage AnalyseSpan(const Span& span, EntryResults& results) {
         const std::int32_t last = span.Last();
         reference_.For(span.n);
         const Coverage valveCoverage = CoverageOf(curves_.valve, span.a, last);
-        Coverage coverage = Worse(valveCoverage, Worse(CoverageOf(curves_.pressure, span.a, last),
-                                                       CoverageOf(curves_.flow, span.a, last)));
+        const Coverage coverage = std::max({valveCoverage, CoverageOf(curves_.pressure, span.a, last),
+                                            CoverageOf(curves_.flow, span.a, last)});
         std::optional<Harmonic> valve, pressure, flow;
         if (valveCoverage == Coverage::whole)
             valve = HarmonicOf(span, curves_.valve);
         if (coverage == Coverage::whole) {
             pressure = HarmonicOf(span, curves_.pressure);
             flow = HarmonicOf(span, curves_.flow);
-            if (valve && pressure && flow) {
-                results = Combine(*valve, *pressure, *flow);
-                return Coverage::whole;
-            }
-            coverage = GapCoverage(span.a, last);
         }
         results = EntryResults{};
+        if (valve && pressure && flow) {
+            results = Combine(*valve, *pressure, *flow);
+            const bool isFinal = std::int64_t{last} + curves_.pressure.Info().step <= curves_.provisionalFrom;
+            return isFinal ? Coverage::whole : Coverage::provisional;
+        }
         results.valve = valve.value_or(Harmonic{});
-        return coverage;
+        return coverage == Coverage::whole ? GapCoverage(span.a, last) : coverage;
     }
 
   private:
@@ -190,12 +192,10 @@ class Analyser {
 
 /// What the window entry was last calculated from, and its results.
 struct WindowState {
-    bool known = false;
     Span span;
     std::string curves;
-    bool covered = false;
+    Coverage coverage = Coverage::later;
     EntryResults results;
-    bool analysed = false;
 };
 
 /// What the analysis remembers of a dataset between two extensions, so that a tick costs what is new.
@@ -206,29 +206,27 @@ struct RecordState {
 
 /// Kept by database and dataset name: survives a re-ordering of the records and dies with the selection.
 RecordState& StateOf(const DatasetRecord& record) {
-    static std::map<std::pair<std::string, std::string>, RecordState> states;
-    static std::uint64_t generation = 0;
-    if (generation != CurrentSelection().generation) {
-        states.clear();
-        generation = CurrentSelection().generation;
-    }
-    const auto [place, isNew] = states.try_emplace({record.database, record.dataset});
-    if (isNew)
-        for (std::int32_t n = 1; n <= record.cycles.RealCycles(); ++n)
-            if (record.cycles.analysed[static_cast<std::size_t>(n) - 1] == 0)
-                place->second.pending.push_back(n);
-    return place->second;
+    static PerDataset<RecordState> states;
+    if (RecordState* known = states.Find(record))
+        return *known;
+    RecordState& state = states.Of(record);
+    for (std::int32_t n = 1; n <= record.cycles.RealCycles(); ++n)
+        if (record.cycles.analysed[static_cast<std::size_t>(n) - 1] == 0)
+            state.pending.push_back(n);
+    return state;
 }
 
-CycleCurves AttachCurves(const Database& database, const DatasetRecord& record, CycleSource source) {
+CycleCurves AttachCurves(const Database& database, std::size_t dataset, CycleSource source) {
+    const std::string& name = DatasetAt(dataset).dataset;
     const CurveChoice& choice = CurrentSelection().choice;
     const bool raw = source == CycleSource::unfiltered;
     const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
-    return {
-        CurveReader(database, record.dataset, valve, Between::linear),
-        CurveReader(database, record.dataset, raw ? choice.pressure : FilteredPressureName(choice),
-                    Between::linear),
-        CurveReader(database, record.dataset, raw ? choice.flow : FilteredFlowName(choice), Between::linear)};
+    const std::string pressure = raw ? choice.pressure : FilteredPressureName(choice);
+    const std::string flow = raw ? choice.flow : FilteredFlowName(choice);
+    return {CurveReader(database, name, valve, Between::linear),
+            CurveReader(database, name, pressure, Between::linear),
+            CurveReader(database, name, flow, Between::linear),
+            raw ? noIndex : FirstProvisionalIndex(dataset)};
 }
 
 std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
@@ -256,7 +254,7 @@ std::string IdentityOf(const CycleCurves& curves) {
     return identity;
 }
 
-/// Analyses the window unless nothing that it depends on changed since the last time.
+/// Analyses the window unless it has been analysed over the same span of the same curves already.
 void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& window) {
     const std::int16_t step = DatasetAt(dataset).step;
     const std::optional<Span> span = WindowSpan(dataset, step);
@@ -264,23 +262,18 @@ void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& wi
         window = WindowState{};
         return;
     }
-    const std::int32_t last = span->Last();
-    const bool covered = curves.valve.Covers(span->a, last) && curves.pressure.Covers(span->a, last) &&
-                         curves.flow.Covers(span->a, last);
     const std::string identity = IdentityOf(curves);
-    if (window.known && window.span == *span && window.curves == identity && window.covered == covered &&
-        (window.analysed || !covered))
+    if (window.coverage == Coverage::whole && window.span == *span && window.curves == identity)
         return;
-    window = WindowState{true, *span, identity, covered, {}, false};
-    if (covered)
-        window.analysed = Analyser(curves, step).AnalyseSpan(*span, window.results) == Coverage::whole;
-    if (!window.analysed)
+    window = WindowState{*span, identity, Coverage::later, {}};
+    window.coverage = Analyser(curves, step).AnalyseSpan(*span, window.results);
+    if (!HasResults(window.coverage))
         window.results = EntryResults{};
 }
 
 void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& window) {
     if (count > 0)
-        Store(cycles, static_cast<std::size_t>(count) - 1, window.results, window.analysed);
+        Store(cycles, static_cast<std::size_t>(count) - 1, window.results, HasResults(window.coverage));
 }
 
 /// Cycles that were waiting for their curves, oldest first. One that still waits ends the pass: those behind
@@ -288,9 +281,10 @@ void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& win
 /// not be read is tried again by the next run. False when either happened.
 bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std::int32_t>& pending) {
     Analyser analyser(curves, record.step);
+    std::vector<std::int32_t> left;
     bool allWell = true;
     std::size_t done = 0;
-    while (done < pending.size()) {
+    for (; done < pending.size(); ++done) {
         const auto coverage = Attempt(step::analysingCycle, std::optional<Coverage>{}, [&] {
             return std::optional(analyser.AnalyseEntry(record.cycles, pending[done]));
         });
@@ -299,9 +293,11 @@ bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std:
         if (coverage == Coverage::later || error == error_number::deviceIo ||
             error == error_number::outOfMemory)
             break;
-        ++done;
+        if (coverage == Coverage::provisional)
+            left.push_back(pending[done]);
     }
-    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(done));
+    left.insert(left.end(), pending.begin() + static_cast<std::ptrdiff_t>(done), pending.end());
+    pending = std::move(left);
     return allWell;
 }
 
@@ -338,7 +334,7 @@ bool OnFinished(std::size_t dataset) {
         const Database database(record.database);
         if (!database.IsOpen())
             return false;
-        CycleCurves curves = AttachCurves(database, record, record.cycleSource);
+        CycleCurves curves = AttachCurves(database, dataset, record.cycleSource);
         const bool allWell = AnalysePending(record, curves, state.pending);
         UpdateWindowState(dataset, curves, state.window);
         StoreWindow(record.cycles, record.cycles.count, state.window);
@@ -353,13 +349,15 @@ bool Recalculate(std::size_t dataset, CycleSource source) {
         const Database database(record.database);
         if (!database.IsOpen())
             return false;
-        CycleCurves curves = AttachCurves(database, record, source);
+        CycleCurves curves = AttachCurves(database, dataset, source);
         Analyser analyser(curves, record.step);
         CycleRecord cycles = record.cycles;
         RecordState state;
-        for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n)
-            if (analyser.AnalyseEntry(cycles, n) == Coverage::later)
+        for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n) {
+            const Coverage coverage = analyser.AnalyseEntry(cycles, n);
+            if (coverage == Coverage::later || coverage == Coverage::provisional)
                 state.pending.push_back(n);
+        }
         UpdateWindowState(dataset, curves, state.window);
         StoreWindow(cycles, cycles.count, state.window);
         record.cycles = std::move(cycles);
@@ -453,7 +451,6 @@ bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag) {
 
 void ResetCycles(std::size_t dataset) {
     ResetDatasetCycles(dataset);
-    DatasetAt(dataset).cycleSource = CycleSource::none;
 }
 
 void AppendCycle(std::size_t dataset) {

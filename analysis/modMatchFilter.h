@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -15,11 +16,16 @@
 
 namespace vorela {
 
-/// The three curves of an analysis, attached.
+/// Behind every index: no sample there can change any more.
+inline constexpr std::int32_t noIndex = std::numeric_limits<std::int32_t>::max();
+
+/// The three curves of an analysis, attached. Pressure and flow samples from index `provisionalFrom` on may
+/// still change with what is recorded next: cycles that reach there have results and are analysed again.
 struct CycleCurves {
     CurveReader valve;
     CurveReader pressure;
     CurveReader flow;
+    std::int32_t provisionalFrom = noIndex;
 };
 
 /// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range

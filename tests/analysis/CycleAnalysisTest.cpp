@@ -1,0 +1,261 @@
+// Cycles of signals of known phase and amplitude, in real databases.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "analysis/modMatchFilter.h"
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "general/RunTimeError.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
+#include "signal/modParameters.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela::test {
+namespace {
+
+constexpr double phaseTolerance = 1e-4;  // degrees; samples are single precision
+constexpr double relativeTolerance = 1e-6;
+constexpr std::int32_t firstBoundary = 1000;  // hundredths of a second
+
+using Signal = std::function<std::optional<double>(std::int32_t)>;
+
+/// amplitude · cos(2πt/T − phase): its phase in the record is `phase`.
+Signal Cosine(double amplitude, double phaseDegrees, double periodCs, double offset = 0.0) {
+    return [=](std::int32_t t) {
+        return offset + amplitude * std::cos(2 * pi * t / periodCs - DegreesToRadians(phaseDegrees));
+    };
+}
+
+class CycleAnalysis : public DravikFixture {
+  protected:
+    void SetUp() override {
+        DravikFixture::SetUp();
+        CurrentParameters() = ParameterSet{};
+        SetCursorSpanSource(nullptr);
+        SetSelectedCycleSource(nullptr);
+        InstallCycleAnalysis();
+    }
+
+    /// A dataset with these pressure and flow signals and a valve of this period whose first boundary is at
+    /// 10 s.
+    void MakeLevel(const std::string& name, const Signal& pressure, const Signal& flow, std::int32_t periodCs,
+                   std::int32_t samples, std::int16_t step = 10) {
+        AddCurve(name, {"ZG", "psi", samples, pressure, 0, step});
+        AddCurve(name, {"RTC", "rps", samples, flow, 0, step});
+        AddCurves(name, ValveCurves({firstBoundary, periodCs, samples, 0, step}));
+    }
+
+    CycleRecord& Cycles(std::size_t dataset = 0) { return CurrentSelection().datasets[dataset].cycles; }
+
+    /// One cycle from a to b, raw pressure, flow and PVLPOS.
+    std::int32_t AnalyseOne(std::int32_t a, std::int32_t b, bool append = false) {
+        ResetCycles(0);
+        Cycles().start[0] = a;
+        AppendCycle(0);
+        Cycles().start[1] = b;
+        const Database database(DatabasePath());
+        CycleCurves curves{CurveReader(database, "L1", "PVLPOS", Between::linear),
+                           CurveReader(database, "L1", "ZG", Between::linear),
+                           CurveReader(database, "L1", "RTC", Between::linear)};
+        return AnalyseCycle(0, curves, append, 1);
+    }
+};
+
+TEST_F(CycleAnalysis, CosineIsAt0SineAt90AndMinusSineAt270WithHalfTheAmplitude) {
+    for (const double phase : {0.0, 90.0, 270.0, 33.25, 359.5}) {
+        MakeLevel("L1", Cosine(7.5, phase, 24000, 1000), Cosine(0.25, 0, 24000), 24000, 2401);
+        Select({"L1"});
+        ASSERT_EQ(AnalyseOne(0, 24000), 0);
+        const double measured = Cycles().pressure[0].phase;
+        EXPECT_NEAR(std::remainder(measured - phase, 360), 0, phaseTolerance) << phase;
+        EXPECT_GE(measured, 0);
+        EXPECT_NEAR(Cycles().pressure[0].magnitude, 3.75, 3.75e-5);
+        EXPECT_NEAR(Cycles().flow[0].magnitude, 0.125, 0.125 * relativeTolerance);
+        EXPECT_NEAR(Cycles().ratio[0], 0.125 / 3.75, 1e-6);
+        EXPECT_DOUBLE_EQ(Cycles().period[0], 240);
+        DeleteItem("L1");
+    }
+}
+
+TEST_F(CycleAnalysis, PhaseLagIsPressurePhaseLessFlowPhasePlus180AndEqualPhasesGiveMinus180) {
+    MakeLevel("L1", Cosine(2, 70, 24000), Cosine(1, 20, 24000), 24000, 2401);
+    Select({"L1"});
+    ASSERT_EQ(AnalyseOne(0, 24000), 0);
+    EXPECT_NEAR(Cycles().phaseLag[0], 70 - 20 + 180 - 360, phaseTolerance);
+    DeleteItem("L1/RTC/1");
+    AddCurve("L1", {"RTC", "rps", 2401, Cosine(2, 70, 24000)});
+    ASSERT_EQ(AnalyseOne(0, 24000), 0);
+    EXPECT_EQ(Cycles().phaseLag[0], -180);
+}
+
+TEST_F(CycleAnalysis, LevelWithoutPressureResponseHasTheFlowMagnitudeAsRatio) {
+    MakeLevel(
+        "L1", [](std::int32_t) { return 0.0; }, Cosine(1, 0, 24000), 24000, 2401);
+    Select({"L1"});
+    ASSERT_EQ(AnalyseOne(0, 24000), 0);
+    EXPECT_EQ(Cycles().pressure[0].magnitude, 0);
+    EXPECT_EQ(Cycles().ratio[0], Cycles().flow[0].magnitude);
+}
+
+TEST_F(CycleAnalysis, CycleOffTheSampleGridIsInterpolatedBetweenNeighbours) {
+    MakeLevel("L1", Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 3000);
+    Select({"L1"});
+    constexpr std::int32_t a = 1003;
+    constexpr std::int32_t b = 25317;
+    ASSERT_EQ(AnalyseOne(a, b), 0);
+    const double period = (b - a) / 100.0;
+    const int n = static_cast<int>(std::lround(period * 10));
+    double c = 0, s = 0;
+    const auto sample = [](int t) {
+        return static_cast<double>(static_cast<float>(std::cos(2 * pi * t / 24000.0)));
+    };
+    for (int i = 0; i < n; ++i) {
+        const int t = static_cast<int>(std::nearbyint(a + i * (static_cast<double>(b - a) / n)));
+        const int before = t / 10 * 10;
+        const double value = sample(before) + (sample(before + 10) - sample(before)) * (t - before) / 10.0;
+        c += value * std::cos(2 * pi * i / n);
+        s += value * std::sin(2 * pi * i / n);
+    }
+    EXPECT_NEAR(Cycles().pressure[0].magnitude, std::hypot(c, s) / n, 1e-12);
+    EXPECT_NEAR(Cycles().pressure[0].phase, ToPolar({c, s}).phase, 1e-9);
+}
+
+TEST_F(CycleAnalysis, PeriodOfTestReplacesAMeasuredPeriodThatIsNegativeOrNotWanted) {
+    MakeLevel("L1", Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 6000);
+    Select({"L1"});
+    CurrentParameters().period = 120;
+    EXPECT_EQ(AnalyseOne(0, 24300), 0);
+    EXPECT_DOUBLE_EQ(Cycles().period[0], 243);
+    EXPECT_EQ(AnalyseOne(24000, 12000), 0);
+    EXPECT_DOUBLE_EQ(Cycles().period[0], 120);
+    CurrentParameters().usePeriodInMatch = 1;
+    EXPECT_EQ(AnalyseOne(0, 24300), 0);
+    EXPECT_DOUBLE_EQ(Cycles().period[0], 120);
+    CurrentParameters().usePeriodInMatch = 0;
+    EXPECT_EQ(AnalyseOne(500, 500), error_number::divisionByZero) << "no samples in a cycle without length";
+    EXPECT_EQ(Cycles().analysed[0], 0);
+}
+
+TEST(PointsPerCycle, IsTheNumberOfSamplesWhateverTheSignOfTheStepAndTwentyWithoutOne) {
+    EXPECT_EQ(PointsPerCycle(10, 240), 2400);
+    EXPECT_EQ(PointsPerCycle(-10, 240), 2400);
+    EXPECT_EQ(PointsPerCycle(0, 240), 20);
+    EXPECT_EQ(PointsPerCycle(100, 2.5), 2) << "halves go to the even neighbour";
+    EXPECT_EQ(PointsPerCycle(100, 3.5), 4);
+    EXPECT_THROW(PointsPerCycle(1, 2147483647), RunTimeError);
+}
+
+TEST_F(CycleAnalysis, GapInACycleLeavesThatCycleAloneWithoutResults) {
+    const Signal gapped = [](std::int32_t t) { return t == 30000 ? std::nullopt : Cosine(1, 0, 24000)(t); };
+    MakeLevel("L1", gapped, Cosine(1, 0, 24000), 24000, 12000);
+    CurrentParameters().bandPass = 0;
+    Select({"L1"});
+    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(RecalculateWithUnfilteredCurves());
+    ASSERT_EQ(Cycles().RealCycles(), 4);
+    EXPECT_EQ(Cycles().analysed[0], 1);
+    EXPECT_EQ(Cycles().analysed[1], 0);
+    EXPECT_EQ(Cycles().pressure[1].magnitude, 0);
+    EXPECT_GT(Cycles().valve[1].magnitude, 0) << "the valve is known";
+    EXPECT_EQ(Cycles().analysed[2], 1);
+}
+
+// B boundaries: count B, B − 1 real cycles, the window entry and a blank one behind them.
+TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLastRealOne) {
+    MakeLevel("L1", Cosine(5, 40, 24300), Cosine(1, 250, 24300), 24300, 24300 * 6 / 10 + 1);
+    CurrentParameters().period = 243;
+    Select({"L1"});
+    SetCursorSpanSource([](std::size_t) { return CursorSpan{75, 25, 0, 486}; });
+    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    const CycleRecord& cycles = Cycles();
+    ASSERT_EQ(cycles.count, 6) << "boundaries at 10, 253, … 1225 s";
+    EXPECT_EQ(cycles.RealCycles(), 5);
+    for (const std::size_t size :
+         {cycles.start.size(), cycles.period.size(), cycles.valve.size(), cycles.pressure.size(),
+          cycles.flow.size(), cycles.ratio.size(), cycles.phaseLag.size(), cycles.analysed.size()})
+        EXPECT_EQ(size, 7U);
+    EXPECT_EQ(cycles.start[5], 122500) << "start of the cycle in progress";
+    EXPECT_EQ(cycles.start[6], 0);
+    for (std::size_t n = 1; n < 5; ++n)
+        EXPECT_DOUBLE_EQ(cycles.period[n], 243.00) << n;
+    // The window: 121.5 s to 364.5 s, cursors in either order; its own phases turn with its start, the lag
+    // does not.
+    EXPECT_EQ(cycles.analysed[5], 1);
+    EXPECT_NEAR(std::remainder(cycles.pressure[5].phase - (40 - 180), 360), 0, 1e-3);
+    EXPECT_NEAR(cycles.phaseLag[5], cycles.phaseLag[1], 1e-3);
+    EXPECT_DOUBLE_EQ(cycles.period[5], 0) << "the window has no measured period";
+}
+
+/// Everything that is shown of two records is the same, to the last bit.
+void ExpectSame(const CycleRecord& a, const CycleRecord& b) {
+    ASSERT_EQ(a.count, b.count);
+    EXPECT_EQ(a.start, b.start);
+    EXPECT_EQ(a.period, b.period);
+    EXPECT_EQ(a.ratio, b.ratio);
+    EXPECT_EQ(a.phaseLag, b.phaseLag);
+    EXPECT_EQ(a.analysed, b.analysed);
+    for (std::size_t i = 0; i < a.valve.size(); ++i) {
+        EXPECT_EQ(a.valve[i].phase, b.valve[i].phase) << i;
+        EXPECT_EQ(a.pressure[i].phase, b.pressure[i].phase) << i;
+        EXPECT_EQ(a.flow[i].magnitude, b.flow[i].magnitude) << i;
+    }
+}
+
+TEST_F(CycleAnalysis, GrowingRecordGivesWhatOneRunOverTheWholeGivesAndWaitsForItsFilteredCurves) {
+    const std::int32_t samples = 3050;  // nine cycles of 30 s and a bit
+    const Signal pressure = Cosine(5, 40, 3000, 12);
+    const Signal flow = Cosine(1, 250, 3000);
+    CurrentParameters().period = 30;
+    SetCursorSpanSource([](std::size_t) { return CursorSpan{10, 90, 30, 60}; });
+    MakeLevel("WHOLE", pressure, flow, 3000, samples);
+    Select({"WHOLE"});
+    ASSERT_TRUE(CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false));
+    const CycleRecord whole = Cycles();
+    ASSERT_EQ(whole.RealCycles(), 9);
+    EXPECT_EQ(whole.analysed[8], 0) << "the ninth cycle ends behind the filtered curves";
+    EXPECT_EQ(whole.analysed[7], 1);
+    EXPECT_EQ(whole.analysed[9], 1) << "the window";
+
+    MakeLevel("PIECES", pressure, flow, 3000, 301);
+    Select({"PIECES"});
+    ASSERT_TRUE(CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false));
+    Cycles().windowSelected = true;
+    for (std::int32_t have = 301; have < samples;) {
+        const std::int32_t piece = std::min<std::int32_t>(have % 2 == 0 ? 7 : 299, samples - have);
+        Append("PIECES", {"ZG", "psi", 0, pressure}, piece);
+        Append("PIECES", {"RTC", "rps", 0, flow}, piece);
+        for (const CurveSpec& curve : ValveCurves({firstBoundary, 3000, 0}))
+            Append("PIECES", curve, piece);
+        have += piece;
+        UpdateDatasetInformation(CurrentSelection().datasets, 0);
+        ASSERT_TRUE(CreateFilteredCurves(0, true) && ReconstructValveCurve(0, true)) << have;
+        EXPECT_EQ(Cycles().selectedCycle, Cycles().count) << "the selected window stays the window";
+    }
+    ExpectSame(Cycles(), whole);
+}
+
+TEST_F(CycleAnalysis, RecalculationsUseTheirCurvesAndAreRefusedWithoutCycles) {
+    MakeLevel("L1", Cosine(5, 40, 24000, 1000), Cosine(1, 250, 24000), 24000, 24000);
+    Select({"L1"});
+    EXPECT_FALSE(RecalculateWithUnfilteredCurves());
+    EXPECT_FALSE(RecalculateWithMotorPosition());
+    ports.boxes.clear();
+    ASSERT_TRUE(CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false));
+    const CycleRecord filtered = Cycles();
+    ASSERT_TRUE(RecalculateWithUnfilteredCurves());
+    EXPECT_NEAR(Cycles().pressure[1].magnitude, 2.5, 1e-4);
+    EXPECT_EQ(Cycles().valve[1].magnitude, filtered.valve[1].magnitude);
+    ASSERT_TRUE(RecalculateWithMotorPosition());
+    EXPECT_EQ(Cycles().pressure[1].phase, filtered.pressure[1].phase);
+    // A square wave of ±1 has a fundamental of 4/π, a triangle one of 8/π².
+    EXPECT_NEAR(Cycles().valve[1].magnitude, 2 / pi, 1e-3);
+    EXPECT_NEAR(filtered.valve[1].magnitude, 4 / (pi * pi), 1e-3);
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+}  // namespace
+}  // namespace vorela::test
