@@ -1,0 +1,145 @@
+#include "batch/BatchOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+
+#include "general/NumberText.h"
+#include "general/RangeCheck.h"
+
+namespace vorela {
+namespace {
+
+/// A command line that is refused; the text names the option.
+struct UsageFault {
+    std::string text;
+};
+
+/// The values as they stand on the command line.
+struct RawOptions {
+    std::vector<std::string> settings;
+    std::string cycle, cursors;
+    std::string level, interval;
+};
+
+std::string Absolute(const std::string& path) {
+    return path.empty() ? path : std::filesystem::absolute(path).string();
+}
+
+std::int32_t WholeNumber(const char* option, const std::string& text) {
+    const auto number = NumberInRange(text, 1, std::numeric_limits<std::int32_t>::max());
+    if (!number || std::trunc(*number) != *number)
+        throw UsageFault{std::string(option) + " " + text + ": a whole number from 1 is needed"};
+    return static_cast<std::int32_t>(*number);
+}
+
+CycleWish ParseCycle(const std::string& text) {
+    if (EqualIgnoringCase(text, "window"))
+        return {true, 0};
+    const auto number = NumberInRange(text, 1, std::numeric_limits<std::int32_t>::max());
+    if (!number || std::trunc(*number) != *number)
+        throw UsageFault{"--cycle " + text + ": a cycle number or \"window\" is needed"};
+    return {false, static_cast<std::int32_t>(*number)};
+}
+
+CursorWish ParseCursors(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    const auto first = NumberInRange(text.substr(0, comma), 0, 100);
+    const auto second =
+        comma == std::string::npos ? std::nullopt : NumberInRange(text.substr(comma + 1), 0, 100);
+    if (!first || !second)
+        throw UsageFault{"--cursors " + text +
+                         ": two positions from 0 to 100 percent are needed, as in 20,80"};
+    return {*first, *second};
+}
+
+bool HasEnding(const std::string& path, const char* ending) {
+    return EqualIgnoringCase(std::filesystem::path(path).extension().string(), ending);
+}
+
+void CheckDatasetNames(const std::vector<std::string>& names) {
+    for (const std::string& name : names)
+        if (Trimmed(name).empty())
+            throw UsageFault{"an empty dataset name"};
+}
+
+void Digest(const RawOptions& raw, BatchOptions& options) {
+    for (const std::string& text : raw.settings) {
+        std::string fault;
+        const auto setting = ParseSetting(text, fault);
+        if (!setting)
+            throw UsageFault{fault};
+        options.settings.push_back(*setting);
+    }
+    if (!raw.cycle.empty())
+        options.cycle = ParseCycle(raw.cycle);
+    if (!raw.cursors.empty())
+        options.cursors = ParseCursors(raw.cursors);
+    if (!raw.level.empty())
+        options.level = static_cast<std::size_t>(WholeNumber("--level", raw.level));
+    if (!raw.interval.empty())
+        options.interval = static_cast<std::size_t>(WholeNumber("--interval", raw.interval));
+    if (options.exportFile && !HasEnding(*options.exportFile, ".csv") &&
+        !HasEnding(*options.exportFile, ".txt"))
+        throw UsageFault{"--export " + *options.exportFile + ": the name must end in .csv or .txt"};
+    if (options.jsonFile && options.jsonFile->empty())
+        throw UsageFault{"--json: a file name or - is needed"};
+    CheckDatasetNames(options.datasets);
+    options.database = Absolute(options.database);
+    for (std::optional<std::string>* path : {&options.settingsFile, &options.exportFile, &options.jsonFile})
+        if (*path && **path != "-")
+            *path = Absolute(**path);
+}
+
+void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
+    app.add_option("DB", options.database, "Database")->required();
+    app.add_option("DATASET", options.datasets,
+                   "Datasets (levels); every one that qualifies when none is named");
+    app.add_option("--pressure", options.pressure, "Pressure curve (default: the stored choice, else ZG)");
+    app.add_option("--flow", options.flow, "Flow meter curve (default: the stored choice, else RTC)");
+    app.add_option("--settings", options.settingsFile,
+                   "Settings file, read only (default: the program's own)");
+    app.add_option("--set", raw.settings, "Section.Key=Value in place of a setting; may be repeated")
+        ->allow_extra_args(false);
+    app.add_flag("--recreate", options.recreate, "Make the derived curves anew");
+    CLI::Option* unfiltered = app.add_flag("--unfiltered", options.unfiltered,
+                                           "Cycle information from the unfiltered pressure and flow curves");
+    app.add_flag("--pvlpos", options.motorPosition, "Cycle information from the valve motor position PVLPOS")
+        ->excludes(unfiltered);
+    app.add_option("--cycle", raw.cycle, "Selected cycle of every level: a number, or window");
+    app.add_option("--cursors", raw.cursors, "Time cursors in percent of the plotted range, as in 20,80");
+    app.add_option("--level", raw.level, "Level that the export's level grid shows (1: the deepest)");
+    app.add_option("--interval", raw.interval, "Interval that the export's single-value grids show, from 1");
+    app.add_option("--export", options.exportFile, "Writes the interpretation (.csv or .txt)");
+    app.add_option("--json", options.jsonFile, "Writes the results in full precision; - is standard output");
+    app.add_flag("--follow", options.follow, "Goes on until no dataset is being recorded");
+}
+
+}  // namespace
+
+ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
+    CLI::App app{
+        "Analyses the harmonic tests of a database: derived curves, cycles, level, interval and "
+        "quicklook results.\nSettings are read, never written.",
+        "vorela-batch"};
+    RawOptions raw;
+    BatchOptions options;
+    Declare(app, raw, options);
+    try {
+        app.parse(argc, argv);
+        Digest(raw, options);
+    } catch (const CLI::CallForHelp& help) {
+        return {std::nullopt, app.exit(help)};
+    } catch (const CLI::Error& error) {
+        std::fprintf(stderr, "vorela-batch: %s\nTry vorela-batch --help\n", error.what());
+        return {std::nullopt, exit_status::badUsage};
+    } catch (const UsageFault& fault) {
+        std::fprintf(stderr, "vorela-batch: %s\n", fault.text.c_str());
+        return {std::nullopt, exit_status::badUsage};
+    }
+    return {std::move(options), exit_status::done};
+}
+
+}  // namespace vorela

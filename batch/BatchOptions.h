@@ -1,0 +1,59 @@
+// The command line of vorela-batch.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "batch/BatchSettings.h"
+
+namespace vorela {
+
+namespace exit_status {
+inline constexpr int done = 0;
+inline constexpr int failed = 1;
+inline constexpr int badUsage = 2;
+}  // namespace exit_status
+
+/// The cycle that every level shows: a number from 1, or the window between the cursors.
+struct CycleWish {
+    bool window = false;
+    std::int32_t number = 1;
+};
+
+struct CursorWish {
+    double cursor1 = 0;  ///< %
+    double cursor2 = 0;
+};
+
+/// Paths are absolute: loading the acquisition system's libraries changes the current directory.
+struct BatchOptions {
+    std::string database;
+    std::vector<std::string> datasets;  ///< empty: every one that qualifies
+    std::optional<std::string> pressure, flow;
+    std::optional<std::string> settingsFile;
+    std::vector<SettingValue> settings;
+    bool recreate = false;
+    bool unfiltered = false;
+    bool motorPosition = false;
+    std::optional<CycleWish> cycle;
+    std::optional<CursorWish> cursors;
+    std::optional<std::size_t> level, interval;  ///< 1-based
+    std::optional<std::string> exportFile;
+    std::optional<std::string> jsonFile;  ///< "-": standard output
+    bool follow = false;
+
+    bool JsonToStandardOutput() const { return jsonFile == "-"; }
+};
+
+/// Options, or the status to end with: 0 after the help text, 2 after a line on standard error that says what
+/// is wrong.
+struct ParsedCommandLine {
+    std::optional<BatchOptions> options;
+    int exitStatus = exit_status::done;
+};
+ParsedCommandLine ParseCommandLine(int argc, const char* const* argv);
+
+}  // namespace vorela

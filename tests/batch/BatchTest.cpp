@@ -1,0 +1,285 @@
+// The programs as a user runs them: databases by dravik, results by vorela-batch.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <numbers>
+
+#include "tests/support/TestSupport.h"
+
+namespace vorela::test {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+const std::string bin = VORELA_BIN_DIR;
+const std::string measuredData = "/../shared/data/sinusoidal-pumping-90s/test.csv";
+
+class Batch : public ::testing::Test {
+  protected:
+    std::string File(const std::string& name) const { return folder.File(name); }
+
+    CommandResult Dravik(const std::string& arguments) const {
+        return test::Run("'" + bin + "/dravik' " + arguments);
+    }
+    /// Runs vorela-batch on the test's database with a settings file of its own and the well's parameters.
+    CommandResult RunBatch(const std::string& arguments, const std::string& before = "") const {
+        return test::Run(before + " '" + bin + "/vorela-batch' '" + database + "' --settings '" +
+                         File("Vorela.ini") + "' " + wellSettings + arguments);
+    }
+    Json Results(const std::string& arguments) const {
+        const CommandResult result = RunBatch(arguments + " --json -");
+        EXPECT_EQ(result.status, 0) << result.err;
+        return Json::parse(result.out);
+    }
+    /// A simulated well; the parameters that belong to it.
+    void Simulate(const std::string& arguments) {
+        const CommandResult result = Dravik("simulate '" + database + "' " + arguments);
+        ASSERT_EQ(result.status, 0) << result.err;
+        const std::size_t from = result.out.find("--set");
+        wellSettings = result.out.substr(from, result.out.find('\n', from) - from) + " ";
+    }
+    void ExpectOneClearMessage(const CommandResult& result, int status, const std::string& named) const {
+        EXPECT_EQ(result.status, status) << result.err;
+        EXPECT_THAT(result.err, HasSubstr(named));
+        EXPECT_LE(std::count(result.err.begin(), result.err.end(), '\n'), 5) << result.err;
+        EXPECT_EQ(result.out, "");
+    }
+
+    TempFolder folder;
+    std::string database = folder.File("well.dkb");
+    std::string wellSettings;
+};
+
+/// The quicklook formulae on a true index and phase: what is left between them and the result is the
+/// measurement.
+double FormulaPermeability(double hpi, double phase, double height) {
+    return 111 * hpi / (std::sin(phase * std::numbers::pi / 180) * height);
+}
+
+TEST_F(Batch, SimulatedFourLevelWellComesBackWithTheTruthDeepestLevelFirst) {
+    Simulate("--levels 4");
+    const Json results = Results("LEVEL2 LEVEL4 LEVEL1 LEVEL3");
+    struct Level {
+        const char* name;
+        double depth, hpi, lag;
+    };
+    const std::vector<Level> levels{{"LEVEL4", 9900, 0.000945294912, 11.9359405},
+                                    {"LEVEL3", 9800, 0.00473698303, 12.2971022},
+                                    {"LEVEL2", 9700, 0.00546900804, 12.6506353},
+                                    {"LEVEL1", 9600, 0.00636224646, 12.3635066}};
+    ASSERT_EQ(results["levels"].size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Json& level = results["levels"][i];
+        EXPECT_EQ(level["dataset"], levels[i].name);
+        EXPECT_EQ(level["depth"], levels[i].depth);
+        EXPECT_EQ(level["recording"], false);
+        EXPECT_EQ(level["step"], 10);
+        EXPECT_NEAR(level["hpi"], levels[i].hpi, levels[i].hpi * 1e-3);
+        EXPECT_NEAR(level["phaseLag"], levels[i].lag, 0.05);
+        EXPECT_EQ(level["cycles"].size(), level["cycleCount"]);
+        EXPECT_TRUE(level["cycles"].back()["pressure"].is_null()) << "the last cycle is not covered";
+        EXPECT_TRUE(level["cycles"].back()["valve"].is_object());
+    }
+    // Interval 3 is the layer of 100 mD, skin 5 between LEVEL2 and LEVEL1.
+    ASSERT_EQ(results["intervals"].size(), 3U);
+    const Json& interval = results["intervals"][2];
+    EXPECT_EQ(interval["label"], "9700 to 9600");
+    EXPECT_EQ(interval["dataset1"], "LEVEL1");
+    EXPECT_EQ(interval["dataset2"], "LEVEL2");
+    EXPECT_NEAR(interval["reservoirHpi"], 0.81758664, 0.001);
+    EXPECT_NEAR(interval["reservoirPhase"], 5.15247922, 0.05);
+    EXPECT_NEAR(results["quicklook"][2]["permeability"], FormulaPermeability(0.81758664, 5.15247922, 10), 1);
+    EXPECT_NEAR(results["quicklook"][2]["skin"], -3.5525, 0.02);
+    EXPECT_NEAR(results["quicklook"][1]["permeability"], FormulaPermeability(0.663207872, 8.32320209, 10), 1);
+}
+
+TEST_F(Batch, RepeatedRunReadsTheCurvesThatStandAndChangesNothingRecorded) {
+    Simulate("--levels 2 --cycles 6");
+    const std::string recorded =
+        "export '" + database + "' LEVEL1 --curves ZG,RTC,PVLPOS,PVLID,PVLIDT,PVLT,ADPTH";
+    const std::string before = Dravik(recorded).out;
+    ASSERT_GT(before.size(), 10000U);
+    const Json first = Results("");
+    const std::string bytes = ReadAll(database);
+    EXPECT_EQ(Results(""), first);
+    EXPECT_TRUE(ReadAll(database) == bytes) << "nothing was missing, nothing is written";
+    EXPECT_EQ(Results("--recreate"), first);
+    for (const char* more : {"--unfiltered", "--pvlpos", "--cycle window --cursors 20,80"})
+        Results(more);
+    EXPECT_EQ(Dravik(recorded).out, before);
+    EXPECT_THAT(
+        Dravik("list '" + database + "' LEVEL1").out,
+        testing::AllOf(HasSubstr("ZG_p"), HasSubstr("RTC_qs"), HasSubstr("PVLSIG"), HasSubstr("RTC_f")));
+    EXPECT_FALSE(std::filesystem::exists(File("Vorela.ini"))) << "settings are read, never written";
+}
+
+TEST_F(Batch, ValvePeriodIsMeasuredWhateverThePeriodOfTestSays) {
+    Simulate("--levels 2 --period 243 --cycles 6");
+    for (const Json& level : Results("--set Parameters.Period=240")["levels"])
+        for (const Json& cycle : level["cycles"])
+            EXPECT_NEAR(cycle["period"], 243.00, 0.011)
+                << "a timer tick is a quarter of a millisecond, indices 10 ms";
+}
+
+TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
+    Simulate("--levels 2 --cycles 8");
+    const Json window = Results("--cycle window --cursors 30,60 --set Presentation.TimeAuto=-1");
+    const Json& level = window["levels"][0];
+    EXPECT_EQ(level["selectedCycle"], level["cycleCount"].get<int>() + 1);
+    ASSERT_TRUE(level["window"].is_object());
+    EXPECT_EQ(level["hpi"], level["window"]["ratio"]);
+    const Json second = Results("--cycle 2");
+    EXPECT_EQ(second["levels"][1]["hpi"], second["levels"][1]["cycles"][1]["ratio"]);
+    const Json raw = Results("--unfiltered");
+    EXPECT_FALSE(raw["levels"][0]["cycles"].back()["pressure"].is_null()) << "raw curves reach further";
+    const Json motor = Results("--pvlpos");
+    EXPECT_NEAR(motor["levels"][0]["cycles"][1]["valve"]["magnitude"], 2 / std::numbers::pi, 0.01);
+    ExpectOneClearMessage(RunBatch("--cycle 99"), 1, "LEVEL");
+}
+
+TEST_F(Batch, ExportShowsTheChosenLevelAndIntervalAndTheTableTheRest) {
+    Simulate("--levels 3 --cycles 6");
+    const CommandResult result = RunBatch("--level 3 --interval 2 --export '" + File("out.csv") +
+                                          "' --json '" + File("out.json") + "'");
+    ASSERT_EQ(result.status, 0) << result.err;
+    const std::string text = ReadAll(File("out.csv"));
+    EXPECT_THAT(text, HasSubstr("Dataset,LEVEL1\r\r\n"));
+    EXPECT_THAT(text, HasSubstr("Level depth 1 (ft),9700\r\r\n"));
+    EXPECT_THAT(result.out,
+                testing::AllOf(HasSubstr("LEVEL3"), HasSubstr("9800 to 9700"), HasSubstr("k (mD)")));
+    EXPECT_EQ(Json::parse(ReadAll(File("out.json")))["levels"].size(), 3U);
+    ASSERT_EQ(RunBatch("--level 3 --interval 2 --export '" + File("out.txt") + "'").status, 0);
+    std::string tabs = ReadAll(File("out.txt"));
+    std::replace(tabs.begin(), tabs.end(), '\t', ',');
+    EXPECT_EQ(tabs, text);
+}
+
+TEST_F(Batch, MeasuredPumpingTestGivesTheReferenceFigures) {
+    const std::string csv = VORELA_SOURCE_DIR + measuredData;
+    if (!std::filesystem::exists(csv))
+        GTEST_SKIP() << csv << " is not on this machine";
+    ASSERT_EQ(Dravik("import '" + database + "' '" + csv + "' --dataset MEASURED").status, 0);
+    const std::string curves = Dravik("list '" + database + "' MEASURED").out;
+    ASSERT_EQ(Dravik("valve '" + database + "' MEASURED --period 90 --first 0").status, 0);
+    const Json results =
+        Results("--set Parameters.Period=90 --pressure " +
+                std::string(curves.find("PRES") != std::string::npos ? "PRESSURE" : "P") + " --flow " +
+                std::string(curves.find("FLOW") != std::string::npos ? "FLOW" : "Q"));
+    double lag = 0, flowPhase = 0, ratio = 0;
+    int cycles = 0;
+    for (const Json& cycle : results["levels"][0]["cycles"]) {
+        if (cycle["ratio"].is_null())
+            continue;
+        ++cycles;
+        lag += cycle["phaseLag"].get<double>();
+        flowPhase += cycle["flow"]["phase"].get<double>();
+        ratio += cycle["ratio"].get<double>();
+    }
+    EXPECT_EQ(cycles, 16);
+    EXPECT_NEAR(lag / cycles, 164.5, 1.5);
+    EXPECT_NEAR(flowPhase / cycles, 283.25, 0.3);
+    EXPECT_NEAR(ratio / cycles, 0.01894, 0.01894 * 0.03);
+}
+
+TEST_F(Batch, SelectionThatCannotBeIsRefusedBeforeAnythingIsWritten) {
+    Simulate("--levels 2 --cycles 4");
+    const std::string bytes = ReadAll(database);
+    ExpectOneClearMessage(RunBatch("LEVEL7"), 1, "LEVEL7");
+    ExpectOneClearMessage(RunBatch("LEVEL1 LEVEL1"), 2, "LEVEL1");
+    ExpectOneClearMessage(RunBatch("--pressure PX"), 1, "PX");
+    ExpectOneClearMessage(RunBatch("--flow QX"), 1, "QX");
+    ExpectOneClearMessage(RunBatch("--level 3"), 2, "--level 3");
+    ExpectOneClearMessage(RunBatch("--interval 2"), 2, "--interval 2");
+    ExpectOneClearMessage(RunBatch("--set Parameters.2Porosity=0.2"), 2, "2Porosity");
+    ExpectOneClearMessage(RunBatch("--set Presentation.PresMin=30 --set Presentation.PresAuto=0"), 2,
+                          "Pressure Axis");
+    ExpectOneClearMessage(test::Run("'" + bin + "/vorela-batch' '" + database + "' --settings '" +
+                                    folder.Path().string() + "'"),
+                          1, folder.Path().string());
+    EXPECT_TRUE(ReadAll(database) == bytes);
+}
+
+TEST_F(Batch, DatabaseThatIsMissingForeignTruncatedOrDamagedIsNamedWithStatus1) {
+    ExpectOneClearMessage(RunBatch(""), 1, database);
+    EXPECT_FALSE(std::filesystem::exists(database)) << "never created by reading";
+    for (const std::string& content :
+         {std::string(), std::string("not a database"), std::string(40000, 'x')}) {
+        WriteAll(database, content);
+        ExpectOneClearMessage(RunBatch(""), 1, database);
+        EXPECT_TRUE(ReadAll(database) == content);
+    }
+    std::filesystem::remove(database);
+    Simulate("--levels 1 --cycles 8");
+    const std::string sound = ReadAll(database);
+    WriteAll(database, sound.substr(0, sound.size() / 2));
+    EXPECT_EQ(RunBatch("").status, 1);
+    // One bit, somewhere in the pressure curve.
+    constexpr std::size_t places = 20;
+    std::string report;
+    for (std::size_t i = 1; i < places && report.find("/ZG/") == std::string::npos; ++i) {
+        std::string flipped = sound;
+        flipped[sound.size() * i / places] = static_cast<char>(flipped[sound.size() * i / places] ^ 0x10);
+        WriteAll(database, flipped);
+        report = Dravik("check '" + database + "'").out;
+    }
+    ASSERT_THAT(report, HasSubstr("/ZG/"));
+    const CommandResult damaged = RunBatch("");
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(damaged.err, HasSubstr("LEVEL1/ZG/1"));
+    EXPECT_EQ(damaged.out, "");
+}
+
+TEST_F(Batch, ReadOnlyDatabaseIsAnalysedWhenItHasAllDerivedCurvesAndRefusedWhenItLacksOne) {
+    Simulate("--levels 2 --cycles 4");
+    // Root may write everything: the run is somebody else's then.
+    const std::string asOther = geteuid() == 0 ? "setpriv --reuid 65534 --regid 65534 --clear-groups" : "";
+    if (!asOther.empty() && test::Run(asOther + " test -x '" + bin + "/vorela-batch'").status != 0)
+        GTEST_SKIP() << "the programs cannot be reached by another user";
+    const auto readOnly = [&](bool on) {
+        chmod(database.c_str(), on ? 0444 : 0644);
+        chmod(folder.Path().c_str(), on ? 0555 : 0755);
+    };
+    readOnly(true);
+    ExpectOneClearMessage(RunBatch("", asOther), 1, "read only");
+    readOnly(false);
+    const Json results = Results("");
+    const std::string bytes = ReadAll(database);
+    readOnly(true);
+    const CommandResult again = RunBatch("--json -", asOther);
+    ASSERT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(Json::parse(again.out), results);
+    ExpectOneClearMessage(RunBatch("--recreate", asOther), 1, "read only");
+    readOnly(false);
+    EXPECT_TRUE(ReadAll(database) == bytes);
+}
+
+TEST_F(Batch, ResultFileThatCannotBeWrittenIsStatus1) {
+    Simulate("--levels 1 --cycles 4");
+    const CommandResult result =
+        RunBatch("--export '" + File("absent/out.csv") + "' --json '" + File("absent/o.json") + "'");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("absent/out.csv"), HasSubstr("absent/o.json")));
+    EXPECT_EQ(RunBatch(">/dev/full").status, 1);
+}
+
+TEST_F(Batch, UnitsThatAreNotPsiAndRpsAndThePassBandAreToldOnStandardError) {
+    const std::string csv = File("LEVEL.csv");
+    std::string text = "TIME,ZG,RTC\ns,kPa,rps\n";
+    for (int t = 0; t < 400; ++t)
+        text += std::to_string(t) + "," + std::to_string(std::cos(t * 2 * std::numbers::pi / 40)) + ",1.5\n";
+    WriteAll(csv, text);
+    ASSERT_EQ(Dravik("import '" + database + "' '" + csv + "'").status, 0);
+    ASSERT_EQ(Dravik("valve '" + database + "' LEVEL --period 40").status, 0);
+    const CommandResult result = RunBatch("--set Parameters.Period=40 --set Parameters.BandPass=1");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("kPa"), HasSubstr("gain")));
+}
+
+}  // namespace
+}  // namespace vorela::test

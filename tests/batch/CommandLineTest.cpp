@@ -1,0 +1,121 @@
+// What the command line accepts and refuses, before anything is done.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "batch/BatchOptions.h"
+
+namespace vorela {
+namespace {
+
+ParsedCommandLine Parse(std::vector<const char*> arguments, std::string* message = nullptr) {
+    arguments.insert(arguments.begin(), "vorela-batch");
+    testing::internal::CaptureStderr();
+    const ParsedCommandLine parsed = ParseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+    const std::string text = testing::internal::GetCapturedStderr();
+    if (message != nullptr)
+        *message = text;
+    return parsed;
+}
+
+TEST(CommandLine, TakesEveryOptionInAnyOrder) {
+    const auto options = Parse({"--set",
+                                "Parameters.Period=90",
+                                "well.dkb",
+                                "LEVEL2",
+                                "--cycle",
+                                "Window",
+                                "LEVEL1",
+                                "--cursors",
+                                "12.5,80",
+                                "--level",
+                                "2",
+                                "--interval",
+                                "1",
+                                "--export",
+                                "a.TXT",
+                                "--json",
+                                "-",
+                                "--set",
+                                "Plot.NPlots=1",
+                                "--pvlpos",
+                                "--recreate",
+                                "--follow"})
+                             .options;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->datasets, (std::vector<std::string>{"LEVEL2", "LEVEL1"}));
+    EXPECT_TRUE(options->database.starts_with("/"));
+    EXPECT_TRUE(options->cycle->window);
+    EXPECT_EQ(options->cursors->cursor1, 12.5);
+    EXPECT_EQ(options->cursors->cursor2, 80);
+    EXPECT_EQ(options->level, 2U);
+    EXPECT_TRUE(options->JsonToStandardOutput());
+    EXPECT_TRUE(options->motorPosition && options->recreate && options->follow && !options->unfiltered);
+    ASSERT_EQ(options->settings.size(), 2U);
+    EXPECT_EQ(options->settings[1].key, "NPlots");
+}
+
+TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
+    struct Case {
+        std::vector<const char*> arguments;
+        const char* named;
+    };
+    const std::vector<Case> cases{
+        {{}, "DB"},
+        {{"a.dkb", "--frobnicate"}, "--frobnicate"},
+        {{"a.dkb", "--plot", "p.png"}, "--plot"},
+        {{"a.dkb", "--unfiltered", "--pvlpos"}, "--pvlpos"},
+        {{"a.dkb", "--cycle", "0"}, "--cycle 0"},
+        {{"a.dkb", "--cycle", "1.5"}, "--cycle 1.5"},
+        {{"a.dkb", "--cycle", "last"}, "--cycle last"},
+        {{"a.dkb", "--cursors", "20"}, "--cursors 20"},
+        {{"a.dkb", "--cursors", "20,101"}, "--cursors 20,101"},
+        {{"a.dkb", "--level", "-1"}, "--level"},
+        {{"a.dkb", "--interval", "x"}, "--interval x"},
+        {{"a.dkb", "--export", "out.xlsx"}, "out.xlsx"},
+        {{"a.dkb", "--export", "out"}, ".csv or .txt"},
+        {{"a.dkb", "--export"}, "--export"},
+        {{"a.dkb", ""}, "empty dataset name"},
+        {{"a.dkb", "--set", "Parameters.Period"}, "--set Parameters.Period"},
+        {{"a.dkb", "--set", "Period=90"}, "--set Period=90"},
+        {{"a.dkb", "--set", "Parameter.Period=90"}, "\"Parameter\""},
+        {{"a.dkb", "--set", "Version.Version=2"}, "\"Version\""},
+        {{"a.dkb", "--set", "Parameters.Peroid=90"}, "\"Peroid\""},
+        {{"a.dkb", "--set", "Parameters.Period=19.9"}, "Period of test: Out of range"},
+        {{"a.dkb", "--set", "Parameters.Period="}, "Period of test: Out of range"},
+        {{"a.dkb", "--set", "Parameters.Period=9O"}, "Period of test: Out of range"},
+        {{"a.dkb", "--set", "Parameters.FilterN=1.5"}, "whole number"},
+        {{"a.dkb", "--set", "Parameters.1Porosity=x"}, "Porosity: Out of range"},
+        {{"a.dkb", "--set", "Parameters.Porosity=1"}, "\"Porosity\""},
+        {{"a.dkb", "--set", "Presentation.PresMin=-2000.5"}, "Pressure Axis"},
+        {{"a.dkb", "--set", "Presentation.Nonsense=1"}, "\"Nonsense\""},
+        {{"a.dkb", "--set", "Plot.Y1=5"}, "--set Plot.Y1=5"},
+        {{"a.dkb", "--set", "Cursors.Cursor1=-1"}, "Cursor position"},
+        {{"a.dkb", "--set", "Dataset.PresCurve="}, "curve name"},
+        {{"a.dkb", "--set", "Dataset.PresCurveNum=abc"}, "Curve number"},
+    };
+    for (const Case& c : cases) {
+        std::string message;
+        const ParsedCommandLine parsed = Parse(c.arguments, &message);
+        EXPECT_FALSE(parsed.options) << c.named;
+        EXPECT_EQ(parsed.exitStatus, exit_status::badUsage) << c.named;
+        EXPECT_THAT(message, testing::HasSubstr(c.named));
+        EXPECT_LE(std::count(message.begin(), message.end(), '\n'), 5) << message;
+    }
+}
+
+TEST(CommandLine, SettingsAreTakenUnderTheRangesOfTheDialogs) {
+    for (const char* text :
+         {"Parameters.Period=20", "parameters.period=90", "Parameters.1CycleNo=3", "Parameters.0Porosity=0.2",
+          "Parameters.DLen=1000", "Presentation.PresMin=-2000", "Presentation.TimeAuto=-1", "Plot.Valve=1",
+          "Cursors.Cursor2=100", "Dataset.FlowCurveNum=RTC", "Dataset.PresCurve=A=B"}) {
+        std::string fault;
+        EXPECT_TRUE(ParseSetting(text, fault)) << fault;
+    }
+    std::string fault;
+    EXPECT_EQ(ParseSetting("Dataset.PresCurve=A=B", fault)->value, "A=B");
+    EXPECT_EQ(LevelOfSetting(*ParseSetting("Parameters.12Height=1", fault)), 12U);
+    EXPECT_FALSE(LevelOfSetting(*ParseSetting("Parameters.Period=90", fault)));
+}
+
+}  // namespace
+}  // namespace vorela
