@@ -1,5 +1,6 @@
 // Whatever the pieces in which a recording grows, what was followed is what one run over the final data
 // gives.
+#include <algorithm>
 #include <random>
 
 #include "app/ActionQueue.h"
@@ -34,11 +35,12 @@ void PrintTo(const Case& c, std::ostream* out) {
 class LiveEqualsBatchTest : public test::LiveFixture {
   protected:
     int NextPiece(int piece) { return piece == randomPieces ? 1 + static_cast<int>(random_() % 150) : piece; }
-    void ExpectSame(const Outcome& live, const std::vector<test::CurveSpec>& curves) {
+    void ExpectSame(const Outcome& live, const std::vector<test::CurveSpec>& curves, bool gaps = false) {
         const Outcome whole = OneRunOver(curves);
         EXPECT_EQ(Difference(live, whole), "");
         EXPECT_GE(whole.cycles.RealCycles(), 4);
-        EXPECT_EQ(whole.cycles.analysed.at(0), 1);
+        const auto& analysed = whole.cycles.analysed;
+        EXPECT_TRUE(gaps || std::count(analysed.begin(), analysed.end(), 1) > 0);
         for (const auto& box : ports.boxes)
             ADD_FAILURE() << box.text;
     }
@@ -54,6 +56,8 @@ TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
     TestPlan plan;
     plan.gaps = c.gaps;
     Use(c.way, plan.periodSeconds);
+    plan.samples +=
+        c.way.bandPass && c.way.filterN > 1 ? 400 : 0;  // the long kernel leaves little of a short test
     const auto curves = CurvesOf(plan);
     Recording recording(DatabasePath(), "LEVEL1", curves);
     recording.Append(1);
@@ -76,7 +80,7 @@ TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
         EXPECT_TRUE(ExtendDataset(0));
     }
     EXPECT_EQ(CurrentSelection().datasets[0].pendingFlag, 0);
-    ExpectSame(Observe("LEVEL1"), curves);
+    ExpectSame(Observe("LEVEL1"), curves, c.gaps);
 }
 
 constexpr Way difference1{1, false, 0, 0.0};
@@ -116,7 +120,7 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
                 plan.depth = 5000 - 100 * i;
                 plan.seed = i;
                 plan.first = 240 + 30 * i;
-                plan.samples -= 37 * i;
+                plan.samples += 240 - 37 * i;
                 plans.push_back(CurvesOf(plan));
                 names.push_back("L" + std::to_string(levels) + (sideBySide ? "S" : "T") + std::to_string(i));
                 recordings.emplace_back(DatabasePath(), names.back(), plans.back());

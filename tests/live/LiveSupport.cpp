@@ -40,7 +40,7 @@ CurveSpec Signal(const TestPlan& plan, const char* name, const char* unit, doubl
     const auto value = [=](std::int32_t index) -> std::optional<double> {
         // Single samples, a run, and a sample just before the end are missing.
         const std::int32_t n = (index - plan.first) / 10;
-        if (plan.gaps && (n % 97 == 13 || (n >= 200 && n < 204) || n == plan.samples - 3))
+        if (plan.gaps && (n == 13 || n == 97 || (n >= 200 && n < 204) || n == plan.samples - 3))
             return std::nullopt;
         const double t = index / 100.0;
         const double angle = 2 * std::numbers::pi * (t - delaySeconds) / plan.periodSeconds;

@@ -1,0 +1,150 @@
+#include "analysis/modMain.h"
+#include "app/ActionQueue.h"
+#include "platform/DravikLibraries.h"
+#include "tests/live/LiveSupport.h"
+
+namespace vorela {
+namespace {
+
+using test::Recording;
+using test::TestPlan;
+
+/// Writing calls of the database library that fail from now on; the next ones go through again.
+int writesToFail = 0;
+decltype(&::DBwrite) writeThrough = nullptr;
+std::int32_t FailingWrite(std::int32_t item, std::int32_t first, std::int32_t count, const void* buffer) {
+    return writesToFail > 0 && writesToFail-- > 0 ? DK_DISK_ERROR : writeThrough(item, first, count, buffer);
+}
+
+class ActionQueueTest : public test::LiveFixture {
+  protected:
+    void SetUp() override {
+        LiveFixture::SetUp();
+        test::Use({1, false, 1, 1.0}, TestPlan{}.periodSeconds);
+        writesToFail = 0;
+        writeThrough = LoadedLibraries().database.DBwrite;
+        LoadedLibraries().database.DBwrite = FailingWrite;
+    }
+    void TearDown() override {
+        LoadedLibraries().database.DBwrite = writeThrough;
+        LiveFixture::TearDown();
+    }
+    /// LEVEL0 … LEVEL2, deepest first; those that are not `pending` have ended before they are selected.
+    void SelectThree(std::array<bool, 3> pending) {
+        std::vector<std::string> names;
+        for (int i = 0; i < 3; ++i) {
+            TestPlan plan;
+            plan.depth = 5000 - 100 * i;
+            names.push_back("LEVEL" + std::to_string(i));
+            recordings.emplace_back(DatabasePath(), names.back(), CurvesOf(plan));
+            recordings.back().Append(pending[static_cast<std::size_t>(i)] ? 300 : plan.samples);
+        }
+        Select(names);
+    }
+    bool Pass(int shownTab) {
+        tab = shownTab;
+        calls.clear();
+        return RunActionQueuePass(view);
+    }
+
+    std::vector<Recording> recordings;
+    int tab = 1;
+    std::vector<std::string> calls;
+    const ActionQueueView view{
+        [this] { return tab; }, [this](int grid) { calls.push_back("grid " + std::to_string(grid)); },
+        [this](std::size_t dataset) { calls.push_back("plot " + std::to_string(dataset)); },
+        [this](bool on) { calls.push_back(on ? "timer on" : "timer off"); }};
+};
+
+using Calls = std::vector<std::string>;
+
+TEST_F(ActionQueueTest, doesNothingWithoutADatasetOrWithoutOneThatIsRecorded) {
+    EXPECT_TRUE(Pass(1));
+    EXPECT_EQ(calls, Calls{});
+    SelectThree({false, false, false});
+    EXPECT_TRUE(Pass(1));
+    EXPECT_EQ(calls, Calls{});
+    EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
+}
+
+TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisibleTabOnly) {
+    SelectThree({false, true, true});
+    const struct {
+        int tab;
+        Calls calls;
+    } cases[] = {{1, {"grid 1"}}, {2, {"grid 2"}}, {3, {"grid 3"}}, {4, {"grid 4"}},
+                 {5, {}},         {6, {"plot 1"}}, {7, {"plot 2"}}, {8, {}}};
+    for (const auto& c : cases) {
+        recordings[1].Append(5);
+        EXPECT_TRUE(Pass(c.tab));
+        Calls expected = c.calls;
+        expected.emplace_back("timer on");
+        EXPECT_EQ(calls, expected) << c.tab;
+    }
+    EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
+    EXPECT_TRUE(HasCurve("LEVEL1", "PVLSIG"));
+    EXPECT_FALSE(HasCurve("LEVEL2", "PVLSIG"));
+}
+
+TEST_F(ActionQueueTest, switchesTheTimerOffWhenTheLastRecordingEndsAndStillExtendsAndRefreshes) {
+    SelectThree({false, true, true});
+    recordings[1].AppendAll();
+    EXPECT_TRUE(Pass(6));
+    EXPECT_EQ(calls, (Calls{"timer off", "timer on"}));  // its plot is that of a dataset no longer pending
+    EXPECT_GT(CurrentSelection().datasets[1].cycles.RealCycles(), 4);
+    recordings[2].AppendAll();
+    EXPECT_TRUE(Pass(2));
+    EXPECT_EQ(calls, (Calls{"timer off", "grid 2"}));
+    EXPECT_TRUE(HasCurve("LEVEL2", "PVLSIG"));
+    EXPECT_TRUE(Pass(2));
+    EXPECT_EQ(calls, Calls{});
+}
+
+TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordingHasEnded) {
+    SelectThree({true, false, false});
+    EXPECT_TRUE(Pass(1));
+    recordings[0].AppendAll();
+    writesToFail = 4;
+    EXPECT_FALSE(Pass(1));
+    EXPECT_FALSE(ports.boxes.empty());
+    EXPECT_NE(CurrentSelection().datasets[0].pendingFlag, 0);
+    writesToFail = 0;
+    ports.boxes.clear();
+    EXPECT_TRUE(Pass(1));
+    EXPECT_EQ(calls, (Calls{"timer off", "grid 1"}));
+    EXPECT_TRUE(ports.boxes.empty());
+    const test::Outcome followed = Observe("LEVEL0");
+    EXPECT_EQ(Difference(followed, OneRunOver(CurvesOf(TestPlan{}))), "");
+}
+
+TEST_F(ActionQueueTest, givesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) {
+    SelectThree({true, false, false});
+    recordings[0].AppendAll();
+    writesToFail = 1000;
+    int passes = 0;
+    while (CurrentSelection().datasets[0].pendingFlag != 0 && ++passes < 100)
+        EXPECT_FALSE(Pass(1));
+    EXPECT_GT(passes, 3);
+    EXPECT_LT(passes, 20);
+    EXPECT_EQ(calls.front(), "timer off");
+}
+
+TEST_F(ActionQueueTest, keepsTheWindowSelectedAsCyclesAreAdded) {
+    SelectThree({true, false, false});
+    EXPECT_TRUE(Pass(1));
+    CycleRecord& cycles = CurrentSelection().datasets[0].cycles;
+    const std::int32_t before = cycles.count;
+    ASSERT_GT(before, 2);
+    ASSERT_TRUE(ChooseCycle(0, static_cast<std::size_t>(before) - 1));
+    recordings[0].Append(90);
+    EXPECT_TRUE(Pass(1));
+    EXPECT_GT(cycles.count, before);
+    EXPECT_TRUE(cycles.IsWindow(cycles.selectedCycle));
+    ASSERT_TRUE(ChooseCycle(0, 1));
+    recordings[0].AppendAll();
+    EXPECT_TRUE(Pass(1));
+    EXPECT_EQ(cycles.selectedCycle, 2);
+}
+
+}  // namespace
+}  // namespace vorela
