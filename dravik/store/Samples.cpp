@@ -324,6 +324,7 @@ void Database::VerifyItem(std::int64_t number, std::vector<Damage>& damages, std
     const ItemRow row = LoadItem(number);
     const ItemInfo& info = row.info;
     const std::string path = DatasetName(row.dataset) + row.name;
+    UnitText(info.unit);
     const std::int64_t perChunk = info.SamplesPerChunk();
     const std::int64_t chunks = info.IsEmpty() ? 0 : info.LastOrdinal() / perChunk + 1;
     const auto report = [&](std::int64_t chunk) {
@@ -355,6 +356,7 @@ std::vector<Damage> Database::Verify(std::string& fault) {
     const ReadScope scope(*this);
     std::vector<Damage> damages;
     std::vector<std::int64_t> numbers;
+    unitTexts_.clear();  // read afresh what the file holds
     {
         Query items(connection_, sql_->items);
         while (items.Step())
