@@ -97,10 +97,11 @@ Database::Database(const std::string& path, std::int16_t mode)
     RefuseForeignHeader(mode);
     sqlite3_db_config(connection_.Handle(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(connection_.Handle(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    // Reading goes through few pages that stay in the processor's cache. A transaction may hold 64 MiB of
-    // changed pages before it must write some of them early, which would keep readers out until its commit.
-    // (Not 4096: SQLite takes the number's low byte for a yes or no, and 0 would switch the early writing off.)
-    connection_.Execute("PRAGMA cache_size = 64; PRAGMA cache_spill = 4095");
+    // Reading goes through few pages that stay in the processor's cache. A transaction may hold 4 MB of
+    // changed pages before some are written early, which keeps readers out until its commit; more would cost
+    // more to fetch from the operating system than the writing itself. (Not a multiple of 256: SQLite takes
+    // that for "never spill".)
+    connection_.Execute("PRAGMA cache_size = 64; PRAGMA cache_spill = 250");
     if (HasOurMarks())
         return;
     if (mode != DK_OPEN_CREATE)
@@ -122,6 +123,7 @@ void Database::RefuseForeignHeader(std::int16_t mode) {
     constexpr unsigned char rollbackJournal = 1;
     if (header[18] != rollbackJournal || header[19] != rollbackJournal)
         throw StoreError{DK_NOT_DATABASE, "the file is in write-ahead mode"};
+    plainPages_ = header[16] == 0x40 && header[17] == 0 && header[20] == 0;
 }
 
 /// False for a file without content; throws for a foreign one. Rolls back what a killed writer left.

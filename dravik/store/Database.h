@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dravik/include/DKBase.h"
+#include "dravik/store/ChunkScan.h"
 #include "dravik/store/ItemInfo.h"
 #include "dravik/store/Sqlite.h"
 
@@ -77,6 +78,7 @@ class Database {
   private:
     class ReadScope;
     class WriteScope;
+    class SampleOutput;
     struct Chunk;
     struct ItemRow {
         std::int64_t dataset = 0;
@@ -101,13 +103,20 @@ class Database {
     const std::string& UnitText(std::int32_t fileCode);
     std::int32_t FileUnitCode(const std::string& text);
 
+    std::uint32_t ChunkRootPage();
+    void ReadChunks(std::int64_t item, const ItemInfo& info, std::int64_t begin, std::int64_t end,
+                    std::size_t offset, SampleOutput& output);
     bool LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo& info, Chunk& chunk);
-    void StoreChunk(std::int64_t item, std::int64_t number, const Chunk& chunk, bool exists);
+    void StoreChunk(std::int64_t place, std::span<const unsigned char> present,
+                    std::span<const unsigned char> samples, bool exists);
     void ExpectNoChunkLost(std::int64_t item, const ItemInfo& info);
     std::int64_t NextChunk(std::int64_t item, std::int64_t from);
     void VerifyItem(std::int64_t number, std::vector<Damage>& damages, std::string& fault);
 
     Connection connection_;
+    ChunkScan scan_{connection_};
+    bool plainPages_ = false;  ///< pages as ChunkScan knows them
+    std::uint32_t chunkRootPage_ = 0;
     bool readOnly_ = false;
     bool writePrepared_ = false;
     bool explicitTransaction_ = false;

@@ -11,7 +11,7 @@ namespace {
 static_assert(std::endian::native == std::endian::little,
               "blocks and samples are stored as this machine holds them");
 
-constexpr std::uint32_t curveSamplesPerChunk = 8192;
+constexpr std::uint32_t curveSamplesPerChunk = 16384;
 constexpr std::uint32_t recordChunkBytes = 32768;
 constexpr int chunkCountAt = 136;  // both free in the published layout
 constexpr int chunkSumAt = 144;

@@ -42,7 +42,7 @@ struct ItemInfo {
     std::int64_t LastOrdinal() const { return IsEmpty() ? -1 : OrdinalAtOrBefore(extentLast); }
     /// May exceed 32 bits: for the caller to check.
     std::int64_t IndexOf(std::int64_t ordinal) const { return firstIndex + ordinal * step; }
-    /// A power of two; 8192 for a curve, about 32 KiB of a record.
+    /// A power of two; 16384 for a curve, up to 32 KiB of a record.
     std::uint32_t SamplesPerChunk() const;
 
     InfoBlock Encode() const;

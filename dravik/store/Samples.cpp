@@ -1,4 +1,4 @@
-// The samples of items: chunks of up to 32 KiB, each with a checksum over its place, its validity bits and
+// The samples of items: chunks of up to 64 KiB, each with a checksum over its place, its validity bits and
 // its samples.
 #include <algorithm>
 #include <bit>
@@ -51,43 +51,40 @@ bool AllSet(std::span<const unsigned char> bits, std::size_t begin, std::size_t 
     return true;
 }
 
-/// A chunk row as it lies in the file, not copied.
-struct ChunkView {
-    std::span<const unsigned char> present;  ///< empty: all are there
-    std::span<const unsigned char> samples;
-};
-
 /// The place belongs to what is summed, so that a chunk that has strayed to another place does not pass.
-std::uint32_t ChunkCrc(std::int64_t place, const ChunkView& chunk) {
-    const std::uint64_t head[3] = {static_cast<std::uint64_t>(place), chunk.present.size(),
-                                   chunk.samples.size()};
+std::uint32_t ChunkCrc(std::int64_t place, std::span<const unsigned char> present,
+                       std::span<const std::span<const unsigned char>> samples, std::size_t sampleBytes) {
+    const std::uint64_t head[3] = {static_cast<std::uint64_t>(place), present.size(), sampleBytes};
     std::uint32_t crc = Crc32c(head, sizeof head);
-    crc = Crc32c(chunk.present.data(), chunk.present.size(), crc);
-    return Crc32c(chunk.samples.data(), chunk.samples.size(), crc);
+    crc = Crc32c(present.data(), present.size(), crc);
+    for (const auto piece : samples)
+        crc = Crc32c(piece.data(), piece.size(), crc);
+    return crc;
 }
 
-[[noreturn]] void DamagedChunk(std::int64_t place) {
-    throw StoreError{
-        DK_DISK_ERROR,
-        "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1)) + " is damaged"};
-}
-
-/// Columns `column`, +1, +2 of the row: crc, present, samples. Throws DK_DISK_ERROR unless they are as
-/// written.
-ChunkView CheckedView(const Query& query, int column, std::int64_t place, const ItemInfo& info) {
-    const auto crc = query.Blob(column);
-    const ChunkView view{query.Blob(column + 1), query.Blob(column + 2)};
+/// Whether the row is as it was written.
+bool IsSound(const ChunkView& view, std::int64_t place, const ItemInfo& info) {
     const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
-    const std::size_t capacity = view.samples.size() / sampleBytes;
-    const bool shapeSound = crc.size() == sizeof(std::uint32_t) && capacity > 0 &&
-                            view.samples.size() % sampleBytes == 0 && capacity <= info.SamplesPerChunk() &&
-                            (query.IsNull(column + 1) || view.present.size() == (capacity + 7) / 8);
+    const std::size_t capacity = view.sampleBytes / sampleBytes;
     std::uint32_t stored = 0;
-    if (shapeSound)
-        std::memcpy(&stored, crc.data(), sizeof stored);
-    if (!shapeSound || stored != ChunkCrc(place, view))
-        DamagedChunk(place);
-    return view;
+    if (view.crc.size() != sizeof stored || capacity == 0 || view.sampleBytes % sampleBytes != 0 ||
+        capacity > info.SamplesPerChunk() ||
+        (!view.present.empty() && view.present.size() != (capacity + 7) / 8))
+        return false;
+    std::memcpy(&stored, view.crc.data(), sizeof stored);
+    return stored == ChunkCrc(place, view.present, view.samples, view.sampleBytes);
+}
+
+/// Columns 0, 1, 2 of the query: crc, present, samples. Throws DK_DISK_ERROR unless they are as written.
+void TakeView(const Query& query, std::int64_t place, const ItemInfo& info, ChunkView& view) {
+    view.crc = query.Blob(0);
+    view.present = query.Blob(1);
+    view.samples.assign(1, query.Blob(2));
+    view.sampleBytes = view.samples.front().size();
+    if (!(query.IsNull(1) || query.IsBlob(1)) || !IsSound(view, place, info))
+        throw StoreError{
+            DK_DISK_ERROR,
+            "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1)) + " is damaged"};
 }
 
 /// The part of a request that falls into one chunk.
@@ -111,6 +108,91 @@ void ForEachChunk(std::int64_t firstOrdinal, std::int64_t count, std::int64_t pe
 }
 
 }  // namespace
+
+/// What a reading call gives. Nothing reaches the caller before Deliver: a call that fails leaves its outputs
+/// alone.
+class Database::SampleOutput {
+  public:
+    SampleOutput(unsigned char* buffer, std::uint8_t* present, std::size_t count, std::size_t sampleBytes,
+                 std::vector<unsigned char>& staging)
+        : buffer_(buffer), present_(present), count_(count), sampleBytes_(sampleBytes), staging_(staging) {
+        if (present_ != nullptr)
+            flags_.resize(count);
+    }
+
+    /// Samples [begin, end) of a chunk, to lie from `offset` on. The view must live until Stage or Deliver.
+    /// Null: the chunk is a gap.
+    void Take(std::size_t offset, std::size_t begin, std::size_t end, const ChunkView* view) {
+        const std::size_t capacity = view != nullptr ? view->sampleBytes / sampleBytes_ : 0;
+        const std::size_t stop = std::min(end, capacity);
+        const bool allThere = stop == end && (view->present.empty() || AllSet(view->present, begin, end));
+        if (present_ == nullptr && !allThere)
+            throw StoreError{DK_NOT_AVAILABLE, "a gap"};
+        if (begin >= stop)
+            return;
+        std::size_t pieceBegin = 0;
+        for (const auto piece : view->samples) {
+            const std::size_t from = std::clamp(begin * sampleBytes_, pieceBegin, pieceBegin + piece.size());
+            const std::size_t to = std::clamp(stop * sampleBytes_, pieceBegin, pieceBegin + piece.size());
+            if (from < to)
+                pieces_.push_back({offset * sampleBytes_ + from - begin * sampleBytes_,
+                                   piece.subspan(from - pieceBegin, to - from)});
+            pieceBegin += piece.size();
+        }
+        samplesTaken_ += stop - begin;
+        if (present_ == nullptr)
+            return;
+        if (allThere)
+            std::memset(flags_.data() + offset, 1, stop - begin);
+        else
+            for (std::size_t i = begin; i < stop; ++i)
+                flags_[offset + i - begin] = view->present.empty() || BitAt(view->present, i) ? 1 : 0;
+    }
+
+    /// Copies what was taken, because the views are about to go.
+    void Stage() {
+        if (!staged_ && staging_.size() < count_ * sampleBytes_)
+            staging_.resize(count_ * sampleBytes_);
+        if (!staged_ && present_ != nullptr)
+            std::memset(staging_.data(), 0, count_ * sampleBytes_);
+        staged_ = true;
+        CopyPieces(staging_.data());
+    }
+
+    void Deliver() {
+        if (staged_)
+            Stage();
+        else if (samplesTaken_ < count_)
+            std::memset(buffer_, 0, count_ * sampleBytes_);
+        if (staged_)
+            std::memcpy(buffer_, staging_.data(), count_ * sampleBytes_);
+        else
+            CopyPieces(buffer_);
+        if (present_ != nullptr)
+            std::memcpy(present_, flags_.data(), count_);
+    }
+
+  private:
+    struct Piece {
+        std::size_t offset;
+        std::span<const unsigned char> bytes;
+    };
+    void CopyPieces(unsigned char* into) {
+        for (const Piece& piece : pieces_)
+            std::memcpy(into + piece.offset, piece.bytes.data(), piece.bytes.size());
+        pieces_.clear();
+    }
+
+    unsigned char* buffer_;
+    std::uint8_t* present_;
+    std::size_t count_;
+    std::size_t sampleBytes_;
+    std::vector<unsigned char>& staging_;
+    std::vector<std::uint8_t> flags_;
+    std::vector<Piece> pieces_;
+    std::size_t samplesTaken_ = 0;
+    bool staged_ = false;
+};
 
 /// A chunk being changed.
 struct Database::Chunk {
@@ -140,6 +222,52 @@ void Database::ExpectNoChunkLost(std::int64_t item, const ItemInfo& info) {
         throw StoreError{DK_DISK_ERROR, "chunks are missing"};
 }
 
+std::uint32_t Database::ChunkRootPage() {
+    if (chunkRootPage_ == 0) {
+        Query query(connection_, sql_->chunkRoot);
+        if (query.Step())
+            chunkRootPage_ = static_cast<std::uint32_t>(query.Integer(0));
+    }
+    return chunkRootPage_;
+}
+
+/// Ordinals [begin, end). `offset` is where `begin` lies in the output.
+void Database::ReadChunks(std::int64_t item, const ItemInfo& info, std::int64_t begin, std::int64_t end,
+                          std::size_t offset, SampleOutput& output) {
+    // Inside DBbegin the newest pages may be in SQLite's cache only.
+    const bool direct = plainPages_ && !explicitTransaction_;
+    const auto bytesFrom = [&](std::size_t done) {
+        return (static_cast<std::size_t>(end - begin) - done) * static_cast<std::size_t>(info.sampleBytes);
+    };
+    if (direct && begin < end)
+        scan_.Begin(ChunkRootPage(), bytesFrom(0));
+    bool lossChecked = false;
+    ChunkView view;
+    ForEachChunk(begin, end - begin, info.SamplesPerChunk(), [&](const Span& span) {
+        const std::int64_t place = PlaceOf(item, span.chunk);
+        const std::size_t at = offset + span.offset;
+        if (direct && !scan_.HasRoom()) {
+            output.Stage();
+            scan_.Begin(ChunkRootPage(), bytesFrom(span.offset));
+        }
+        if (direct && scan_.Find(place, view) && IsSound(view, place, info)) {
+            output.Take(at, span.begin, span.end, &view);
+            return;
+        }
+        Query query(connection_, sql_->chunk);
+        if (query.Bind(1, place).Step()) {
+            TakeView(query, place, info, view);
+            output.Take(at, span.begin, span.end, &view);
+            output.Stage();
+            return;
+        }
+        if (!lossChecked)
+            ExpectNoChunkLost(item, info);
+        lossChecked = true;
+        output.Take(at, span.begin, span.end, nullptr);
+    });
+}
+
 void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, unsigned char* buffer,
                     std::uint8_t* present) {
     const ReadScope scope(*this);
@@ -156,53 +284,12 @@ void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, 
     if (present == nullptr && from + count - 1 > info.LastOrdinal())
         throw StoreError{DK_NOT_WRITTEN, "beyond the last sample"};
 
-    // The caller's buffer is touched when everything has been read and found sound.
-    const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
-    const std::size_t bytes = static_cast<std::size_t>(count) * sampleBytes;
-    const std::size_t total = bytes + (present != nullptr ? static_cast<std::size_t>(count) : 0);
-    if (staging_.size() < total)
-        staging_.resize(total);
-    unsigned char* const samples = staging_.data();
-    unsigned char* const flags = samples + bytes;
-    if (present != nullptr)
-        std::memset(samples, 0, total);
-
-    const std::int64_t begin = present == nullptr ? from : std::max<std::int64_t>(from, 0);
+    const std::int64_t begin = std::max<std::int64_t>(from, 0);
     const std::int64_t end = std::min(from + count, info.LastOrdinal() + 1);
-    const std::int64_t perChunk = info.SamplesPerChunk();
-    Query rows(connection_, sql_->chunkRange);
-    rows.Bind(1, PlaceOf(key.number, begin / perChunk))
-        .Bind(2, PlaceOf(key.number, std::max(begin, end - 1) / perChunk));
-    bool haveRow = begin < end && rows.Step();
-    bool lossChecked = false;
-    ForEachChunk(begin, end - begin, perChunk, [&](const Span& span) {
-        const std::int64_t place = PlaceOf(key.number, span.chunk);
-        if (!haveRow || rows.Integer(0) != place) {
-            if (!lossChecked)
-                ExpectNoChunkLost(key.number, info);
-            lossChecked = true;
-            if (present == nullptr)
-                throw StoreError{DK_NOT_AVAILABLE, "a gap"};
-            return;
-        }
-        const ChunkView view = CheckedView(rows, 1, place, info);
-        const std::size_t capacity = view.samples.size() / sampleBytes;
-        const std::size_t stop = std::min(span.end, capacity);
-        const std::size_t offset = span.offset + static_cast<std::size_t>(begin - from);
-        if (present == nullptr &&
-            (stop < span.end || (!view.present.empty() && !AllSet(view.present, span.begin, stop))))
-            throw StoreError{DK_NOT_AVAILABLE, "a gap"};
-        if (span.begin < stop)
-            std::memcpy(samples + offset * sampleBytes, view.samples.data() + span.begin * sampleBytes,
-                        (stop - span.begin) * sampleBytes);
-        if (present != nullptr)
-            for (std::size_t i = span.begin; i < stop; ++i)
-                flags[offset + i - span.begin] = view.present.empty() || BitAt(view.present, i) ? 1 : 0;
-        haveRow = rows.Step();
-    });
-    std::memcpy(buffer, samples, bytes);
-    if (present != nullptr)
-        std::memcpy(present, flags, static_cast<std::size_t>(count));
+    SampleOutput output(buffer, present, static_cast<std::size_t>(count),
+                        static_cast<std::size_t>(info.sampleBytes), staging_);
+    ReadChunks(key.number, info, begin, end, static_cast<std::size_t>(begin - from), output);
+    output.Deliver();
     if (staging_.size() > keptStaging)
         std::vector<unsigned char>().swap(staging_);
 }
@@ -212,9 +299,10 @@ bool Database::LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo&
     Query query(connection_, sql_->chunk);
     if (!query.Bind(1, place).Step())
         return false;
-    const ChunkView view = CheckedView(query, 0, place, info);
-    chunk.capacity = view.samples.size() / static_cast<std::size_t>(info.sampleBytes);
-    chunk.samples.assign(view.samples.begin(), view.samples.end());
+    ChunkView view;
+    TakeView(query, place, info, view);
+    chunk.capacity = view.sampleBytes / static_cast<std::size_t>(info.sampleBytes);
+    chunk.samples.assign(view.samples.front().begin(), view.samples.front().end());
     chunk.present.assign(view.present.begin(), view.present.end());
     if (view.present.empty()) {
         chunk.present.assign((chunk.capacity + 7) / 8, 0);
@@ -225,19 +313,17 @@ bool Database::LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo&
 
 // --- Writing ---
 
-void Database::StoreChunk(std::int64_t item, std::int64_t number, const Chunk& chunk, bool exists) {
-    const std::int64_t place = PlaceOf(item, number);
-    const bool complete = chunk.IsComplete();
-    const ChunkView view{complete ? std::span<const unsigned char>() : chunk.present, chunk.samples};
-    const std::uint32_t crc = ChunkCrc(place, view);
+void Database::StoreChunk(std::int64_t place, std::span<const unsigned char> present,
+                          std::span<const unsigned char> samples, bool exists) {
+    const std::uint32_t crc = ChunkCrc(place, present, {&samples, 1}, samples.size());
     Query query(connection_, exists ? sql_->updateChunk : sql_->insertChunk);
     query.Bind(1, place);
     query.Bind(2, std::span(reinterpret_cast<const unsigned char*>(&crc), sizeof crc));
-    if (complete)
+    if (present.empty())
         query.BindNull(3);
     else
-        query.Bind(3, view.present);
-    query.Bind(4, view.samples).Run();
+        query.Bind(3, present);
+    query.Bind(4, samples).Run();
 }
 
 void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count, const unsigned char* buffer,
@@ -271,6 +357,13 @@ void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count,
     Chunk chunk;
     ForEachChunk(from + leading, end - leading, perChunk, [&](const Span& span) {
         const std::size_t offset = span.offset + static_cast<std::size_t>(leading);
+        const std::int64_t place = PlaceOf(key.number, span.chunk);
+        if (present == nullptr && span.chunk > lastChunk && span.end - span.begin == info.SamplesPerChunk()) {
+            StoreChunk(place, {}, {buffer + offset * sampleBytes, (span.end - span.begin) * sampleBytes},
+                       false);
+            ++info.chunkCount;
+            return;
+        }
         chunk.present.clear();
         chunk.samples.clear();
         chunk.capacity = 0;
@@ -293,7 +386,8 @@ void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count,
         if (std::none_of(chunk.present.begin(), chunk.present.end(),
                          [](unsigned char bits) { return bits != 0; }))
             return;
-        StoreChunk(key.number, span.chunk, chunk, exists);
+        StoreChunk(place, chunk.IsComplete() ? std::span<const unsigned char>() : chunk.present,
+                   chunk.samples, exists);
         info.chunkCount += exists ? 0 : 1;
         info.chunkSum += exists ? 0 : span.chunk;
     });

@@ -63,8 +63,7 @@ struct Database::Statements {
     Statement insertUnit{"INSERT INTO units(code, text, crc) VALUES(?1, ?2, ?3)"};
 
     Statement chunk{"SELECT crc, present, samples FROM chunks WHERE place = ?1"};
-    Statement chunkRange{
-        "SELECT place, crc, present, samples FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place"};
+    Statement chunkRoot{"SELECT rootpage FROM sqlite_master WHERE type = 'table' AND name = 'chunks'"};
     Statement nextPlace{"SELECT place FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place LIMIT 1"};
     Statement countChunks{"SELECT count(*), coalesce(sum(place - ?1), 0) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
     Statement insertChunk{"INSERT INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};

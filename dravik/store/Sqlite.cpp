@@ -73,18 +73,35 @@ void Connection::TryExecute(const char* sql) noexcept {
     sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
 }
 
-std::size_t Connection::ReadRaw(std::span<unsigned char> bytes) {
+sqlite3_file* Connection::File() {
     sqlite3_file* file = nullptr;
+    const int code = sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    if (code != SQLITE_OK)
+        Fail(code);
+    return file;
+}
+
+std::size_t Connection::ReadRaw(std::span<unsigned char> bytes) {
+    sqlite3_file* const file = File();
     sqlite3_int64 size = 0;
-    int code = sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
-    if (code == SQLITE_OK)
-        code = file->pMethods->xFileSize(file, &size);
+    int code = file->pMethods->xFileSize(file, &size);
     const auto count = std::min(bytes.size(), static_cast<std::size_t>(std::max<sqlite3_int64>(size, 0)));
     if (code == SQLITE_OK && count > 0)
         code = file->pMethods->xRead(file, bytes.data(), static_cast<int>(count), 0);
-    if (code != SQLITE_OK && code != SQLITE_IOERR_SHORT_READ)
+    if (code != SQLITE_OK)
         throw StoreError{StatusFor(code), path_ + ": " + sqlite3_errstr(code)};
     return count;
+}
+
+bool Connection::ReadAt(std::span<unsigned char> bytes, std::int64_t offset) {
+    sqlite3_file* const file = File();
+    return file->pMethods->xRead(file, bytes.data(), static_cast<int>(bytes.size()), offset) == SQLITE_OK;
+}
+
+std::int64_t Connection::FileBytes() {
+    sqlite3_file* const file = File();
+    sqlite3_int64 size = 0;
+    return file->pMethods->xFileSize(file, &size) == SQLITE_OK ? size : 0;
 }
 
 void Connection::Fail(int code) const {

@@ -45,10 +45,15 @@ class Connection {
     /// the file is shorter. Goes through SQLite's own descriptor: closing a second one would drop the locks
     /// of this process.
     std::size_t ReadRaw(std::span<unsigned char> bytes);
+    /// Fills `bytes` from an offset of the file, likewise; false when that fails.
+    bool ReadAt(std::span<unsigned char> bytes, std::int64_t offset);
+    /// The length of the file; 0 when it cannot be told.
+    std::int64_t FileBytes();
     [[noreturn]] void Fail(int code) const;
     sqlite3* Handle() const { return handle_; }
 
   private:
+    sqlite3_file* File();
     sqlite3* handle_ = nullptr;
     std::string path_;
     std::chrono::steady_clock::time_point waitBegin_;
