@@ -93,7 +93,7 @@ void ChunkScan::Begin(std::uint32_t rootPage, std::size_t expectedBytes) {
     if (arena_ == nullptr)
         arena_ = std::make_unique_for_overwrite<unsigned char[]>(arenaPages * pageBytes);
     rootPage_ = rootPage;
-    expectedPages_ = expectedBytes / (pageBytes - 4) + 2;
+    expectedPages_ = expectedBytes / (pageBytes - 4) + 1;
     arenaUsed_ = 0;
     runs_.clear();
     std::uint32_t version = 0;

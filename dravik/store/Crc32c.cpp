@@ -114,25 +114,18 @@ __attribute__((target("sse4.2"))) Word ByInstruction(const unsigned char* at, st
 
 }  // namespace
 
-bool HasHardwareCrc32c() {
+std::vector<Crc32cWay> Crc32cWays() {
+    std::vector<Crc32cWay> ways{{"table", SlicedBy8}};
 #if defined(__x86_64__)
-    return __builtin_cpu_supports("sse4.2") != 0;
-#else
-    return false;
+    if (__builtin_cpu_supports("sse4.2") != 0)
+        ways.push_back({"instruction", ByInstruction});
 #endif
-}
-
-Word Crc32cPortable(const void* bytes, std::size_t count, Word crc) {
-    return ~SlicedBy8(static_cast<const unsigned char*>(bytes), count, ~crc);
+    return ways;
 }
 
 Word Crc32c(const void* bytes, std::size_t count, Word crc) {
-#if defined(__x86_64__)
-    static const bool hardware = HasHardwareCrc32c();
-    if (hardware)
-        return ~ByInstruction(static_cast<const unsigned char*>(bytes), count, ~crc);
-#endif
-    return Crc32cPortable(bytes, count, crc);
+    static const auto advance = Crc32cWays().back().advance;
+    return ~advance(static_cast<const unsigned char*>(bytes), count, ~crc);
 }
 
 }  // namespace vorela::store

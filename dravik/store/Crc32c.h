@@ -3,17 +3,21 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace vorela::store {
 
 /// The checksum of `bytes` continued from `crc` (0 to begin), so that Crc32c(a + b) = Crc32c(b, Crc32c(a)).
-/// Uses the processor's CRC instruction where there is one, chosen on the first call.
+/// Takes the fastest way of this processor, chosen on the first call.
 std::uint32_t Crc32c(const void* bytes, std::size_t count, std::uint32_t crc = 0);
 
-/// The same by table, on any processor.
-std::uint32_t Crc32cPortable(const void* bytes, std::size_t count, std::uint32_t crc = 0);
+/// One way to compute it; all give the same. `advance` works on the inverted checksum.
+struct Crc32cWay {
+    const char* name;
+    std::uint32_t (*advance)(const unsigned char* at, std::size_t count, std::uint32_t state);
+};
 
-/// Whether this processor has the CRC instruction.
-bool HasHardwareCrc32c();
+/// The ways that this processor has, the slowest (a table, always there) first.
+std::vector<Crc32cWay> Crc32cWays();
 
 }  // namespace vorela::store

@@ -169,8 +169,13 @@ Database::ReadScope::ReadScope(Database& database)
 }
 
 Database::ReadScope::~ReadScope() {
-    if (own_)
-        database_.connection_.TryExecute("COMMIT");
+    if (!own_)
+        return;
+    try {
+        Query(database_.connection_, database_.sql_->commit).Run();
+    } catch (const StoreError&) {
+        database_.connection_.TryExecute("ROLLBACK");
+    }
 }
 
 void Database::PrepareForWriting() {

@@ -43,6 +43,18 @@ struct Damage {
     std::int32_t last = -1;
 };
 
+/// Bytes without a first value: filling them with zeros would cost as much as reading them.
+struct StagingBuffer {
+    std::unique_ptr<unsigned char[]> bytes;
+    std::size_t size = 0;
+    void Reserve(std::size_t wanted) {
+        if (wanted <= size)
+            return;
+        bytes = std::make_unique_for_overwrite<unsigned char[]>(wanted);
+        size = wanted;
+    }
+};
+
 /// All functions throw StoreError with a status of DKBase.h; then the file and every output are as they were.
 class Database {
   public:
@@ -121,7 +133,7 @@ class Database {
     bool writePrepared_ = false;
     bool explicitTransaction_ = false;
     std::map<std::int32_t, std::string> unitTexts_;  ///< of the file, by its codes, as far as asked for
-    std::vector<unsigned char> staging_;
+    StagingBuffer staging_;
 
     struct Statements;
     std::unique_ptr<Statements> sql_;

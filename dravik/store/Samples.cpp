@@ -114,7 +114,7 @@ void ForEachChunk(std::int64_t firstOrdinal, std::int64_t count, std::int64_t pe
 class Database::SampleOutput {
   public:
     SampleOutput(unsigned char* buffer, std::uint8_t* present, std::size_t count, std::size_t sampleBytes,
-                 std::vector<unsigned char>& staging)
+                 StagingBuffer& staging)
         : buffer_(buffer), present_(present), count_(count), sampleBytes_(sampleBytes), staging_(staging) {
         if (present_ != nullptr)
             flags_.resize(count);
@@ -151,12 +151,12 @@ class Database::SampleOutput {
 
     /// Copies what was taken, because the views are about to go.
     void Stage() {
-        if (!staged_ && staging_.size() < count_ * sampleBytes_)
-            staging_.resize(count_ * sampleBytes_);
+        if (!staged_)
+            staging_.Reserve(count_ * sampleBytes_);
         if (!staged_ && present_ != nullptr)
-            std::memset(staging_.data(), 0, count_ * sampleBytes_);
+            std::memset(staging_.bytes.get(), 0, count_ * sampleBytes_);
         staged_ = true;
-        CopyPieces(staging_.data());
+        CopyPieces(staging_.bytes.get());
     }
 
     void Deliver() {
@@ -165,7 +165,7 @@ class Database::SampleOutput {
         else if (samplesTaken_ < count_)
             std::memset(buffer_, 0, count_ * sampleBytes_);
         if (staged_)
-            std::memcpy(buffer_, staging_.data(), count_ * sampleBytes_);
+            std::memcpy(buffer_, staging_.bytes.get(), count_ * sampleBytes_);
         else
             CopyPieces(buffer_);
         if (present_ != nullptr)
@@ -187,7 +187,7 @@ class Database::SampleOutput {
     std::uint8_t* present_;
     std::size_t count_;
     std::size_t sampleBytes_;
-    std::vector<unsigned char>& staging_;
+    StagingBuffer& staging_;
     std::vector<std::uint8_t> flags_;
     std::vector<Piece> pieces_;
     std::size_t samplesTaken_ = 0;
@@ -290,8 +290,8 @@ void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, 
                         static_cast<std::size_t>(info.sampleBytes), staging_);
     ReadChunks(key.number, info, begin, end, static_cast<std::size_t>(begin - from), output);
     output.Deliver();
-    if (staging_.size() > keptStaging)
-        std::vector<unsigned char>().swap(staging_);
+    if (staging_.size > keptStaging)
+        staging_ = {};
 }
 
 bool Database::LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo& info, Chunk& chunk) {
