@@ -107,6 +107,7 @@ Database::Database(const std::string& path, std::int16_t mode)
     if (mode != DK_OPEN_CREATE)
         throw StoreError{DK_NOT_DATABASE, path + ": the file is empty"};
     CreateTables();
+    plainPages_ = true;
 }
 
 Database::~Database() = default;

@@ -31,8 +31,8 @@ struct ItemInfo {
     std::int32_t extentLast = -1;
     /// Chunks that the item has in the file: a chunk that has vanished is told from a gap by it.
     std::uint32_t chunkCount = 0;
-    std::int64_t chunkSum =
-        0;  ///< of their numbers: a chunk whose place was damaged is told from a gap by it
+    /// The sum of their numbers: a chunk whose place was damaged is told from a gap by it.
+    std::int64_t chunkSum = 0;
 
     bool IsEmpty() const { return extentLast < extentFirst; }
     /// The ordinal of the sample at or before `index`; negative before the grid.

@@ -362,6 +362,7 @@ void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count,
             StoreChunk(place, {}, {buffer + offset * sampleBytes, (span.end - span.begin) * sampleBytes},
                        false);
             ++info.chunkCount;
+            info.chunkSum += span.chunk;
             return;
         }
         chunk.present.clear();
