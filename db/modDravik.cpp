@@ -151,8 +151,7 @@ std::vector<std::string> ItemsOf(std::int32_t database, const std::string& datas
 
 Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
     return Attempt(updatingInformation, Growth::failed, [&] {
-        DatasetRecord& record =
-            CheckedAt(datasets, static_cast<std::int64_t>(index), "ReadGrowth");
+        DatasetRecord& record = CheckedAt(datasets, static_cast<std::int64_t>(index), "ReadGrowth");
         const std::int32_t extentA = record.extentA;
         const std::int32_t extentB = record.extentB;
         record.database = Trimmed(record.database);

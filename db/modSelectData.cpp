@@ -136,11 +136,16 @@ bool FillIndexDescription(const Item& dataset, DatasetRecord& record) {
 bool ReadDataset(const Database& database, const std::string& name, DatasetRecord& record) {
     record.database = database.Path();
     record.dataset = name;
-    const std::optional<Item> dataset = Item::Find(database, name);
-    if (!dataset) {
-        Tell(MessageIcon::critical, "Error attaching to Dravik dataset: " + name);
+    const std::string attachFailed = "Error attaching to Dravik dataset: " + name;
+    std::optional<Item> dataset;
+    const bool looked = Attempt(attachFailed, [&] {
+        if (std::optional<Item> found = Item::Find(database, name))
+            dataset.emplace(std::move(*found));
+    });
+    if (looked && !dataset)
+        Tell(MessageIcon::critical, attachFailed);
+    if (!dataset)
         return false;
-    }
     if (!FillIndexDescription(*dataset, record))
         return false;
     ReadCurves(database, record);

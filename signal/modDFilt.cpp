@@ -212,6 +212,15 @@ void FilterToTheEnd(Database& database, CurveReader& flow, CurveWriter& writer, 
     }
 }
 
+/// Flow and filtered curve are as the filter left them, but for growth. They are not when the dataset was
+/// imported again.
+bool CanGoOnFrom(const FilterSlot& slot, const CurveReader& flow, const Database& database,
+                 const DatasetRecord& record) {
+    const std::string name = DravikFilteredFlowName(CurrentSelection().choice);
+    return slot.resumeMark && *slot.resumeMark <= flow.Info().extentLast &&
+           Item::Find(database, ItemPath(record.dataset, name)).has_value();
+}
+
 bool FilterDataset(std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
     Database database(record.database);
@@ -219,7 +228,7 @@ bool FilterDataset(std::size_t index, bool incremental) {
         return false;
     CurveReader flow(database, record.dataset, CurrentSelection().choice.flow, Between::sampleBefore);
     FilterSlot& slot = Slots().Of(record);
-    if (!incremental)
+    if (!incremental || !CanGoOnFrom(slot, flow, database, record))
         slot = FilterSlot{};
     if (!ReadyFilter(slot, flow)) {
         Slots().Forget(record);

@@ -222,9 +222,9 @@ void StartAfresh(std::size_t index) {
 
 /// Walks to the end of what is recorded. Where it stands is kept with every commit, so an error on the way
 /// costs nothing that was done.
-bool WalkAndWrite(std::size_t index, Database& database, WalkState state, bool incremental) {
+bool WalkAndWrite(std::size_t index, Database& database, ToolCurves& tool, WalkState state,
+                  bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    ToolCurves tool(database, record.dataset);
     SignalCurve signal(database, record, GridOf(database, record), incremental);
     RunProgress progress(!incremental, creatingStatus, tool.First(), tool.Last());
     for (bool more = true; more;) {
@@ -241,16 +241,26 @@ bool WalkAndWrite(std::size_t index, Database& database, WalkState state, bool i
     return true;
 }
 
+/// Tool curves and signal are as the walk left them, but for growth. They are not when the dataset was
+/// imported again.
+bool CanGoOnFrom(const WalkState& state, const ToolCurves& tool, const Database& database,
+                 const DatasetRecord& record) {
+    return (!state.lastSample || *state.lastSample <= tool.Last()) &&
+           Item::Find(database, ItemPath(record.dataset, curve::valveSignal)).has_value();
+}
+
 bool ReconstructDataset(std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
     Database database(record.database);
     if (!database.IsOpen())
         return false;
+    ToolCurves tool(database, record.dataset);
     const WalkState* kept = incremental ? States().Find(record) : nullptr;
-    const WalkState state = kept != nullptr ? *kept : WalkState{};
-    if (kept == nullptr)
+    const bool goesOn = kept != nullptr && CanGoOnFrom(*kept, tool, database, record);
+    const WalkState state = goesOn ? *kept : WalkState{};
+    if (!goesOn)
         StartAfresh(index);
-    return WalkAndWrite(index, database, state, incremental) && database.Close() && FinishCycles(index);
+    return WalkAndWrite(index, database, tool, state, incremental) && database.Close() && FinishCycles(index);
 }
 
 bool FindCycles(std::size_t index) {
