@@ -179,6 +179,7 @@ bool ReadDatasetsOf(const std::string& path, const std::vector<std::string>& nam
                     std::vector<DatasetRecord>& newRecords) {
     const std::string databasePath = Trimmed(path);
     std::vector<std::string> trimmed;
+    trimmed.reserve(names.size());
     for (const std::string& name : names)
         trimmed.push_back(Trimmed(name));
     if (trimmed.empty() || !FitsTheRecord(databasePath, trimmed))

@@ -214,6 +214,35 @@ TEST_F(Modulator, ANewSelectionStartsTheCyclesAfresh) {
         << "no boundary lost, none twice";
 }
 
+TEST_F(Modulator, ADatasetImportedAgainIsWalkedFromItsStart) {
+    MakeLevel("L", Level());
+    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    DeleteItem("L");
+    AddCurves("L", Level(90));
+    boundaries.clear();
+    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    EXPECT_EQ(boundaries.size(), 3U);
+    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 3);
+}
+
+TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
+    std::vector<CurveSpec> curves = Level();
+    for (CurveSpec& curve : curves) {
+        if (curve.name.starts_with("PVL")) {
+            curve.step = 40;
+            curve.count = samples / 4;
+        }
+    }
+    MakeLevel("L", curves);
+    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    EXPECT_EQ(boundaries.size(), cycleBoundaries);
+    EXPECT_NEAR(boundaries[1], 941, 1);
+    const test::StoredCurve signal = ReadCurve("L", "PVLSIG");
+    EXPECT_EQ(signal.info.step, 10);
+    EXPECT_NEAR(*signal.At(640), 1.0 - 2.0 * (941 - 193 - 640) / 193, 0.02);
+    EXPECT_NEAR(*signal.At(850), 1.0 - 2.0 * (850 - 748) / 193.0, 0.02);
+}
+
 TEST_F(Modulator, CyclesAreFoundWithoutWritingWhereTheSignalExists) {
     MakeLevel("L", Level());
     ASSERT_TRUE(ReconstructValveCurve(0, false));

@@ -1,5 +1,6 @@
 #include "tests/support/DravikFixture.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -76,7 +77,7 @@ std::int32_t LastChangeBefore(const ValveSpec& valve, std::int32_t index) {
 
 /// The tool's 16-bit timer of 4,000,000/1024 ticks per second.
 double TimerAt(std::int32_t index) {
-    const auto ticks = static_cast<std::int64_t>(index * (4000000.0 / 1024 / 100) + 0.5);
+    const std::int64_t ticks = std::llround(index * (4000000.0 / 1024 / 100));
     return static_cast<double>((ticks % 65536 + 65536) % 65536);
 }
 
@@ -204,7 +205,9 @@ StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::stri
     if (stored.info.IsEmpty())
         return stored;
     const auto count =
-        static_cast<std::size_t>((stored.info.extentLast - stored.info.extentFirst) / stored.info.step + 1);
+        static_cast<std::size_t>((std::int64_t{stored.info.extentLast} - stored.info.extentFirst) /
+                                 stored.info.step) +
+        1;
     std::vector<float> values(count);
     std::vector<std::uint8_t> present(count);
     reader.ReadGrid(stored.info.extentFirst, values, present);
