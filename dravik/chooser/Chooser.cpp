@@ -1,0 +1,47 @@
+#include "dravik/chooser/Chooser.h"
+
+#include <QApplication>
+#include <exception>
+
+#include "dravik/chooser/DatasetListing.h"
+#include "dravik/chooser/frmChooser.h"
+
+namespace vorela {
+namespace {
+
+std::int32_t Choose(const DkBaseApi& api, DBMultiSelect* selection) {
+    frmChooser dialog(api, QApplication::activeWindow());
+    const bool busy = QApplication::overrideCursor() != nullptr;
+    if (busy)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    if (busy)
+        QApplication::restoreOverrideCursor();
+    if (!accepted)
+        return 0;
+    std::int32_t chosen = 0;
+    for (const std::string& name : dialog.ChosenDatasets()) {
+        if (api.DBselectionadd(selection, (dialog.Database() + "/" + name).c_str()) == DK_OK)
+            ++chosen;
+    }
+    if (chosen > 0)
+        RememberDatabase(dialog.Database());
+    return chosen;
+}
+
+/// Called by the library, which is C: nothing may be thrown through it.
+std::int32_t ChooseForLibrary(void* context, DBMultiSelect* selection) {
+    try {
+        return Choose(*static_cast<const DkBaseApi*>(context), selection);
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+}  // namespace
+
+void RegisterChooser(const DkBaseApi& api) {
+    api.DBsetchooser(ChooseForLibrary, const_cast<DkBaseApi*>(&api));
+}
+
+}  // namespace vorela
