@@ -1,0 +1,201 @@
+#include "analysis/ResultGridView.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QStringList>
+#include <algorithm>
+
+namespace vorela {
+namespace {
+
+constexpr int twipsPerInch = 1440;
+constexpr int lineMargin = 7;
+constexpr int darkestLightBackground = 128;  // lightness from which black text is used
+
+QColor LegibleOn(const QColor& background) {
+    return background.lightness() >= darkestLightBackground ? QColor(Qt::black) : QColor(Qt::white);
+}
+
+}  // namespace
+
+int PixelsFromTwips(int twips, int dotsPerInch) {
+    return (twips * dotsPerInch + twipsPerInch / 2) / twipsPerInch;
+}
+
+ResultGridView::ResultGridView(QWidget* parent) : QTableWidget(parent) {
+    setEditTriggers(NoEditTriggers);
+    setTabKeyNavigation(false);
+    setWordWrap(false);
+    setTextElideMode(Qt::ElideMiddle);
+    setHorizontalScrollMode(ScrollPerPixel);
+    verticalHeader()->hide();
+    verticalHeader()->setMinimumSectionSize(1);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + lineMargin);
+    horizontalHeader()->hide();
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setStretchLastSection(true);
+}
+
+void ResultGridView::ShowGrid(const ResultGrid& grid) {
+    setRowCount(static_cast<int>(grid.Rows()));
+    setColumnCount(static_cast<int>(grid.Columns()));
+    for (int row = 0; row < rowCount(); ++row) {
+        const auto& cells = grid.cells[static_cast<std::size_t>(row)];
+        for (int column = 0; column < columnCount(); ++column) {
+            const auto position = static_cast<std::size_t>(column);
+            SetCell(row, column,
+                    position < cells.size() ? QString::fromStdString(cells[position]) : QString());
+        }
+    }
+    shades_ = grid.shades;
+    widths_ = grid.widths;
+    ApplyShades();
+    ApplyWidths();
+}
+
+void ResultGridView::ShowTable(const std::vector<std::vector<std::string>>& rows) {
+    setRowCount(rows.empty() ? 0 : static_cast<int>(rows.size()) - 1);
+    setColumnCount(rows.empty() ? 0 : static_cast<int>(rows.front().size()));
+    if (rows.empty())
+        return;
+    horizontalHeader()->show();
+    horizontalHeader()->setStretchLastSection(false);
+    for (int column = 0; column < columnCount(); ++column) {
+        setHorizontalHeaderItem(
+            column,
+            new QTableWidgetItem(QString::fromStdString(rows.front()[static_cast<std::size_t>(column)])));
+        for (int row = 0; row < rowCount(); ++row)
+            SetCell(row, column,
+                    QString::fromStdString(
+                        rows[static_cast<std::size_t>(row) + 1][static_cast<std::size_t>(column)]));
+    }
+    resizeColumnsToContents();
+}
+
+void ResultGridView::SetColumnMeanings(const std::vector<QString>& meanings) {
+    meanings_ = meanings;
+}
+
+void ResultGridView::SetCell(int row, int column, const QString& text) {
+    QTableWidgetItem* cell = item(row, column);
+    if (cell == nullptr) {
+        cell = new QTableWidgetItem;
+        cell->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
+        setItem(row, column, cell);
+    }
+    const auto position = static_cast<std::size_t>(column);
+    const bool meaning = row == 0 && position < meanings_.size() && !meanings_[position].isEmpty();
+    if (cell->text() != text || meaning) {
+        cell->setText(text);
+        cell->setToolTip(meaning ? meanings_[position] : text);
+    }
+}
+
+void ResultGridView::ApplyShades() {
+    const QColor orange(paleOrange.red, paleOrange.green, paleOrange.blue);
+    const QPalette colours = palette();
+    for (int row = 0; row < rowCount(); ++row) {
+        const auto position = static_cast<std::size_t>(row);
+        const RowShade shade = position < shades_.size() ? shades_[position] : RowShade::none;
+        for (int column = 0; column < columnCount(); ++column) {
+            const bool fixed = column == 0 || (row == 0 && headerRow_);
+            QColor background = colours.color(fixed ? QPalette::Button : QPalette::Base);
+            QColor text = colours.color(fixed ? QPalette::ButtonText : QPalette::Text);
+            if (shade != RowShade::none) {
+                background = shade == RowShade::paleOrange ? orange : colours.color(QPalette::Mid);
+                text = LegibleOn(background);
+            }
+            QTableWidgetItem* cell = item(row, column);
+            if (cell->background().color() != background || cell->background().style() == Qt::NoBrush)
+                cell->setBackground(background);
+            if (cell->foreground().color() != text || cell->foreground().style() == Qt::NoBrush)
+                cell->setForeground(text);
+        }
+    }
+}
+
+// The widths are those of the form's design; a column becomes wider only where a caption in the screen's font
+// would be cut.
+void ResultGridView::ApplyWidths() {
+    for (int column = 0; column < columnCount(); ++column) {
+        const int twips = widths_[static_cast<std::size_t>(column)];
+        if (twips > 0)
+            setColumnWidth(column,
+                           std::max(PixelsFromTwips(twips, logicalDpiX()), sizeHintForColumn(column) + 4));
+    }
+    const bool lastIsFree = !widths_.empty() && widths_.back() == 0;
+    horizontalHeader()->setStretchLastSection(lastIsFree);
+}
+
+QString ResultGridView::BlockText(const QItemSelectionRange& block, bool withHeader) const {
+    QStringList lines;
+    QStringList cells;
+    if (withHeader) {
+        for (int column = block.left(); column <= block.right(); ++column)
+            cells << horizontalHeaderItem(column)->text();
+        lines << cells.join(QLatin1Char('\t'));
+    }
+    for (int row = block.top(); row <= block.bottom(); ++row) {
+        cells.clear();
+        for (int column = block.left(); column <= block.right(); ++column) {
+            const QTableWidgetItem* cell = item(row, column);
+            cells << (cell != nullptr ? cell->text() : QString());
+        }
+        lines << cells.join(QLatin1Char('\t'));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString ResultGridView::WholeText() const {
+    if (rowCount() == 0 || columnCount() == 0)
+        return {};
+    const QItemSelectionRange all(model()->index(0, 0), model()->index(rowCount() - 1, columnCount() - 1));
+    return BlockText(all, !horizontalHeader()->isHidden());
+}
+
+QString ResultGridView::SelectedText() const {
+    const QItemSelection selection = selectionModel()->selection();
+    if (selection.isEmpty())
+        return WholeText();
+    QItemSelectionRange block = selection.first();
+    for (const QItemSelectionRange& range : selection)
+        block = QItemSelectionRange(
+            model()->index(std::min(block.top(), range.top()), std::min(block.left(), range.left())),
+            model()->index(std::max(block.bottom(), range.bottom()), std::max(block.right(), range.right())));
+    const bool single = block.width() == 1 && block.height() == 1;
+    return BlockText(block, !single && !horizontalHeader()->isHidden());
+}
+
+void ResultGridView::CopySelection() const {
+    QApplication::clipboard()->setText(SelectedText());
+}
+
+void ResultGridView::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Copy)) {
+        CopySelection();
+        event->accept();
+        return;
+    }
+    QTableWidget::keyPressEvent(event);
+}
+
+void ResultGridView::contextMenuEvent(QContextMenuEvent* event) {
+    QMenu menu(this);
+    menu.addAction(tr("&Copy"), QKeySequence::Copy, this, &ResultGridView::CopySelection);
+    menu.addAction(tr("Select &All"), QKeySequence::SelectAll, this, &QTableWidget::selectAll);
+    menu.exec(event->globalPos());
+}
+
+void ResultGridView::changeEvent(QEvent* event) {
+    QTableWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && !shades_.empty() && rowCount() > 0)
+        ApplyShades();
+    if (event->type() == QEvent::FontChange && !widths_.empty())
+        ApplyWidths();
+}
+
+}  // namespace vorela

@@ -1,0 +1,54 @@
+// A result grid on the screen: fixed first column, shaded rows, widths in twips, copied as tab-separated
+// text.
+#pragma once
+
+#include <QTableWidget>
+#include <string>
+#include <vector>
+
+#include "analysis/modMain.h"
+
+namespace vorela {
+
+class ResultGridView : public QTableWidget {
+    Q_OBJECT
+  public:
+    explicit ResultGridView(QWidget* parent = nullptr);
+
+    /// Shows the grid as it stands. Cells that did not change are left alone, so that a live refresh keeps
+    /// selection, scroll position and an open editor.
+    void ShowGrid(const ResultGrid& grid);
+    /// A plain table: the first row becomes the header.
+    void ShowTable(const std::vector<std::vector<std::string>>& rows);
+    /// The first row is a header: shown as fixed as the first column is.
+    void SetHeaderRow(bool on) { headerRow_ = on; }
+    /// Long meanings of the columns' codes, shown as tool tips of the header row.
+    void SetColumnMeanings(const std::vector<QString>& meanings);
+
+    /// The selected block (the whole grid when nothing is selected): cells by tabs, rows by line feeds. The
+    /// header of a plain table goes along with more than one cell.
+    QString SelectedText() const;
+    QString WholeText() const;
+    void CopySelection() const;
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void SetCell(int row, int column, const QString& text);
+    void ApplyShades();
+    void ApplyWidths();
+    QString BlockText(const QItemSelectionRange& block, bool withHeader) const;
+
+    std::vector<RowShade> shades_;
+    std::vector<int> widths_;
+    std::vector<QString> meanings_;
+    bool headerRow_ = false;
+};
+
+/// Device-independent pixels of a length in twips (1/1440 inch) at a resolution in dots per inch.
+int PixelsFromTwips(int twips, int dotsPerInch);
+
+}  // namespace vorela

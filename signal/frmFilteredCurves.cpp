@@ -1,0 +1,113 @@
+#include "signal/frmFilteredCurves.h"
+
+#include <QApplication>
+#include <QFont>
+#include <string>
+
+#include "general/NumberText.h"
+#include "general/Ports.h"
+#include "general/modGeneral.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modParameters.h"
+#include "ui_frmFilteredCurves.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* stepInformation = "Getting filter information";
+constexpr const char* statusStart = "Initialising information";
+constexpr const char* statusEnd = "Updating Information";
+
+/// While the curves are made, progress and status go to the dialog's own controls as well as to the main
+/// window's.
+class DialogProgress final : public ProgressPort, public StatusPort {
+  public:
+    explicit DialogProgress(Ui::frmFilteredCurves& controls) : ui_(controls), window_(CurrentPorts()) {
+        CurrentPorts().progress = this;
+        CurrentPorts().status = this;
+    }
+    ~DialogProgress() override { CurrentPorts() = window_; }
+    DialogProgress(const DialogProgress&) = delete;
+    DialogProgress& operator=(const DialogProgress&) = delete;
+
+    void SetRange(int minimum, int maximum) override {
+        ui_.progFilter->setRange(minimum, maximum);
+        window_.progress->SetRange(minimum, maximum);
+    }
+    int Maximum() const override { return window_.progress->Maximum(); }
+    int Value() const override { return window_.progress->Value(); }
+    void SetValue(int value) override {
+        ui_.progFilter->setValue(value);
+        if (Maximum() > 0)
+            ui_.lblPercentage->setText(QString::number(value * 100 / Maximum()) + QLatin1Char('%'));
+        window_.progress->SetValue(value);
+    }
+    void SetText(const std::string& text) override {
+        ui_.lblStatus->setText(QString::fromStdString(text));
+        window_.status->SetText(text);
+    }
+
+  private:
+    Ui::frmFilteredCurves& ui_;
+    Ports window_;
+};
+
+}  // namespace
+
+frmFilteredCurves::frmFilteredCurves(QWidget* parent)
+    : QDialog(parent), ui_(std::make_unique<Ui::frmFilteredCurves>()) {
+    ui_->setupUi(this);
+    connect(ui_->cmdCreate, &QPushButton::clicked, this, &frmFilteredCurves::Create);
+    connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmFilteredCurves::reject);
+    LoadInformation();
+}
+
+frmFilteredCurves::~frmFilteredCurves() = default;
+
+void frmFilteredCurves::LoadInformation() {
+    Attempt(stepInformation, [&] {
+        const FilterInformation information = GetFilterInformation();
+        ui_->lblPeriod->setText(QString::fromStdString(FormatNumber(CurrentParameters().period)));
+        ui_->lblInputPressure->setText(QString::fromStdString(information.inputPressure));
+        ui_->lblInputFlow->setText(QString::fromStdString(information.inputFlow));
+        ui_->lblOutputPressure->setText(QString::fromStdString(information.outputPressure));
+        ui_->lblOutputFlow->setText(QString::fromStdString(information.outputFlow));
+        ui_->lblInformation->setText(QString::fromStdString(information.passBand));
+        QFont font = ui_->lblInformation->font();
+        font.setBold(information.warning);
+        ui_->lblInformation->setFont(font);
+        for (const std::string& choice : information.passChoices)
+            ui_->cboFilter->addItem(QString::fromStdString(choice));
+        ui_->cboFilter->setCurrentIndex(CurrentParameters().filterN - 1);
+    });
+}
+
+void frmFilteredCurves::Create() {
+    creating_ = true;
+    ui_->cmdCreate->setEnabled(false);
+    ui_->cmdCancel->setEnabled(false);
+    ui_->cboFilter->setEnabled(false);
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    {
+        DialogProgress progress(*ui_);
+        progress.SetRange(0, 1);
+        progress.SetValue(0);
+        progress.SetText(statusStart);
+        const int passes = ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentIndex() + 1;
+        if (CreateFilteredCurvesInAll(passes)) {
+            ui_->lblPercentage->setText(QStringLiteral("100%"));
+            progress.SetText(statusEnd);
+        }
+        progress.SetText("");
+    }
+    QApplication::restoreOverrideCursor();
+    creating_ = false;
+    accept();
+}
+
+void frmFilteredCurves::reject() {
+    if (!creating_)
+        QDialog::reject();
+}
+
+}  // namespace vorela
