@@ -1,0 +1,63 @@
+#include "app/WindowPlace.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "general/SettingsFile.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* section = "Window";
+constexpr int smallestSide = 100;
+constexpr int largestSide = 100000;
+
+int Read(const char* key) {
+    return ReadIniInteger(section, key, 0, SettingsFilePath());
+}
+void Write(const char* key, int value) {
+    WriteIniString(section, key, std::to_string(value), SettingsFilePath());
+}
+
+std::int64_t Area(const QRect& rect) {
+    return rect.isValid() ? std::int64_t{rect.width()} * rect.height() : 0;
+}
+
+}  // namespace
+
+std::optional<WindowPlace> ReadWindowPlace() {
+    const int width = Read("Width");
+    const int height = Read("Height");
+    const int left = Read("Left");
+    const int top = Read("Top");
+    const auto sound = [](int value, int lower) { return value >= lower && value <= largestSide; };
+    if (!sound(width, smallestSide) || !sound(height, smallestSide) || !sound(left, -largestSide) ||
+        !sound(top, -largestSide))
+        return std::nullopt;
+    return WindowPlace{QRect(left, top, width, height), Read("Maximized") != 0};
+}
+
+void WriteWindowPlace(const WindowPlace& place) {
+    Write("Left", place.normal.left());
+    Write("Top", place.normal.top());
+    Write("Width", place.normal.width());
+    Write("Height", place.normal.height());
+    Write("Maximized", place.maximized ? -1 : 0);
+}
+
+QRect PlaceOnScreens(const QRect& window, const std::vector<QRect>& screens) {
+    if (screens.empty())
+        return window;
+    const auto shared = [&window](const QRect& screen) { return Area(screen.intersected(window)); };
+    const QRect screen =
+        *std::max_element(screens.begin(), screens.end(),
+                          [&](const QRect& a, const QRect& b) { return shared(a) < shared(b); });
+    QRect placed(window.topLeft(), window.size().boundedTo(screen.size()));
+    placed.moveLeft(
+        std::clamp(placed.left(), screen.left(), screen.left() + screen.width() - placed.width()));
+    placed.moveTop(std::clamp(placed.top(), screen.top(), screen.top() + screen.height() - placed.height()));
+    return placed;
+}
+
+}  // namespace vorela

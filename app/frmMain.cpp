@@ -1,0 +1,549 @@
+#include "app/frmMain.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDialog>
+#include <QLabel>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QScreen>
+#include <QShortcut>
+#include <QStatusBar>
+#include <QVBoxLayout>
+#include <vector>
+
+#include "analysis/ResultGridView.h"
+#include "analysis/modIntervalInfo.h"
+#include "analysis/modMain.h"
+#include "app/ActionQueue.h"
+#include "app/GridEditors.h"
+#include "app/QtPorts.h"
+#include "app/StartUp.h"
+#include "app/WindowPlace.h"
+#include "app/dlgHelp.h"
+#include "db/DatasetRecord.h"
+#include "db/modSelectData.h"
+#include "general/NumberText.h"
+#include "general/modGeneral.h"
+#include "platform/DravikLibraries.h"
+#include "plot/PlotReadoutStrip.h"
+#include "plot/PlotWidget.h"
+#include "plot/TimeCursors.h"
+#include "plot/modPlot.h"
+#include "plot/modPlotFormat.h"
+#include "plot/modPlotScales.h"
+#include "signal/modDFilt.h"
+#include "signal/modParameters.h"
+#include "ui_frmMain.h"
+
+// The resources of a static library have to be asked for, outside any namespace.
+static void InitialiseResources() {
+    Q_INIT_RESOURCE(vorela);
+}
+
+namespace vorela {
+namespace {
+
+constexpr int firstDatasetTab = 5;
+constexpr int levelTab = 1;
+constexpr int intervalTab = 2;
+constexpr int quicklookTab = 3;
+constexpr int summaryTab = 4;
+constexpr double largestFirstShare = 0.9;  // of the screen, before the user chose a size
+constexpr int plotPage = 4;                // position in the stack of pages
+
+constexpr const char* stepLoad = "Load Failed";
+constexpr const char* stepUpdate = "Updating main window";
+constexpr const char* stepTab = "Spinner Tab";
+constexpr const char* stepCursorValues = "Displaying cursor values";
+constexpr const char* stepUnload = "Unloading main window";
+
+QString Text(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+QString LevelText(const DatasetRecord& record) {
+    return QStringLiteral("%1 (%2 ft)").arg(Text(record.dataset), Text(FormatNumber(record.sortKey)));
+}
+
+/// Fills a chooser when its entries changed, without telling anybody.
+void FillChooser(QComboBox& box, const QStringList& entries, int current) {
+    const QSignalBlocker quiet(box);
+    QStringList shown;
+    for (int i = 0; i < box.count(); ++i)
+        shown << box.itemText(i);
+    if (shown != entries) {
+        box.clear();
+        box.addItems(entries);
+    }
+    box.setCurrentIndex(current);
+    box.setEnabled(box.count() > 0);
+}
+
+/// Keys and mouse clicks that arrived while an action ran are not meant for what the window shows afterwards.
+class InputDropper final : public QObject {
+  public:
+    InputDropper() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        switch (event->type()) {
+            case QEvent::KeyPress:
+            case QEvent::KeyRelease:
+            case QEvent::Shortcut:
+            case QEvent::ShortcutOverride:
+            case QEvent::MouseButtonPress:
+            case QEvent::MouseButtonRelease:
+            case QEvent::MouseButtonDblClick:
+            case QEvent::Wheel:
+                return true;
+            default:
+                return false;
+        }
+    }
+};
+
+}  // namespace
+
+frmMain::frmMain(QtPorts& ports, QWidget* parent)
+    : QMainWindow(parent), ports_(ports), ui_(std::make_unique<Ui::frmMain>()) {
+    InitialiseResources();
+    ui_->setupUi(this);
+    setWindowIcon(QIcon(QStringLiteral(":/vorela.svg")));
+    BuildMenus();
+    BuildGrids();
+    BuildPlotPage();
+    lblSelection_ = new QLabel(this);
+    lblSelection_->setObjectName(QStringLiteral("lblSelection"));
+    progBar_ = new QProgressBar(this);
+    progBar_->setObjectName(QStringLiteral("progBar"));
+    progBar_->setTextVisible(false);
+    progBar_->setFixedWidth(180);
+    ui_->statBar->addPermanentWidget(lblSelection_);
+    ui_->statBar->addPermanentWidget(progBar_);
+    ports_.Attach(this, progBar_, ui_->statBar);
+    connect(ui_->tsMain, &QTabBar::currentChanged, this, &frmMain::TabClicked);
+    connect(ui_->cboLevel, &QComboBox::activated, this, &frmMain::LevelChosen);
+    connect(ui_->cboInterval, &QComboBox::activated, this, &frmMain::IntervalChosen);
+    BuildKeys();
+    tmrMain_.setParent(this);
+    tmrMain_.setObjectName(QStringLiteral("tmrMain"));
+    tmrMain_.setInterval(actionQueueIntervalMs);
+    connect(&tmrMain_, &QTimer::timeout, this, &frmMain::TimerTick);
+    RestorePlace();
+}
+
+frmMain::~frmMain() {
+    ports_.Attach(nullptr, nullptr, nullptr);
+    tmrMain_.setParent(nullptr);
+}
+
+void frmMain::BuildGrids() {
+    editors_ = new GridEditors(
+        ui_->fgLevel, ui_->fgQuicklook,
+        {[](int row) {
+             const auto position = static_cast<std::size_t>(row);
+             return IntervalCount() > 0 &&
+                    (position == quicklookPorosityRow || position == quicklookViscosityRow ||
+                     position == quicklookCompressibilityRow || position == quicklookHeightRow);
+         },
+         [this](int row, const std::string& text) { return CommitIntervalValue(row, text); },
+         [] {
+             return CurrentSelection().datasets.empty() ? std::vector<std::string>{}
+                                                        : CycleChoices(ShownChoice().dataset);
+         },
+         [this](std::size_t entry) { CommitCycle(entry); }});
+    std::vector<QString> meanings;
+    for (const char* meaning : SummaryMeanings())
+        meanings.push_back(QString::fromUtf8(meaning));
+    ui_->fgSummary->SetHeaderRow(true);
+    ui_->fgSummary->SetColumnMeanings(meanings);
+    // The meaning of a code for those who do not use the mouse.
+    connect(ui_->fgSummary, &QTableWidget::currentCellChanged, this, [this, meanings](int, int column) {
+        if (column > 0 && static_cast<std::size_t>(column) < meanings.size())
+            ui_->statBar->showMessage(meanings[static_cast<std::size_t>(column)]);
+    });
+}
+
+void frmMain::BuildPlotPage() {
+    auto* page = new QVBoxLayout(ui_->pagePlot);
+    picPlot_ = new PlotWidget(ui_->pagePlot);
+    picPlot_->setObjectName(QStringLiteral("picPlot"));
+    picPlot_->setFocusPolicy(Qt::StrongFocus);
+    cursors_ = new TimeCursors(ui_->pagePlot);
+    cursors_->setObjectName(QStringLiteral("cursors"));
+    lblCursors_ = new QLabel(ui_->pagePlot);
+    lblCursors_->setObjectName(QStringLiteral("lblCursors"));
+    lblCursors_->setToolTip(tr("Times of cursor 1 and cursor 2 in seconds"));
+    lblCursors_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    page->setContentsMargins(0, 0, 0, 0);
+    page->setSpacing(2);
+    page->addWidget(picPlot_, 1);
+    page->addWidget(cursors_);
+    page->addWidget(lblCursors_, 0, Qt::AlignHCenter);
+    page->addWidget(new PlotReadoutStrip(picPlot_, ui_->pagePlot));
+    picPlot_->ConnectCursors(cursors_);
+    connect(cursors_, &TimeCursors::CursorMoved, this, &frmMain::CursorsMoved);
+    connect(picPlot_, &PlotWidget::ScalesChanged, this, [this] { Run([this] { UpdateMainWindow(); }); });
+}
+
+void frmMain::BuildKeys() {
+    const auto key = [this](const QKeySequence& sequence, auto action) {
+        connect(new QShortcut(sequence, this), &QShortcut::activated, this, action);
+    };
+    key(Qt::Key_PageUp, [this] { StepChoice(-1); });
+    key(Qt::Key_PageDown, [this] { StepChoice(1); });
+    // The tabs from anywhere in the window.
+    const auto stepTab = [this](int by) {
+        const int count = ui_->tsMain->count();
+        ui_->tsMain->setCurrentIndex((ui_->tsMain->currentIndex() + by + count) % count);
+    };
+    key(QKeySequence(Qt::CTRL | Qt::Key_Tab), [stepTab] { stepTab(1); });
+    key(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab), [stepTab] { stepTab(-1); });
+    key(QKeySequence(Qt::CTRL | Qt::Key_PageDown), [stepTab] { stepTab(1); });
+    key(QKeySequence(Qt::CTRL | Qt::Key_PageUp), [stepTab] { stepTab(-1); });
+}
+
+bool frmMain::Load() {
+    loading_ = true;
+    const bool loaded = Attempt(stepLoad, [&] {
+        // Pens live with each drawing, and the lists of spinner and filter types are tables of the
+        // parameters.
+        for (const GridKind kind :
+             {GridKind::level, GridKind::interval, GridKind::summary, GridKind::quicklook})
+            SetUpGrid(kind);
+        UpdateMainWindow();
+        ReadPresentationOptions();
+        ReadPlotFormat();
+        ReadParameters();
+        ReadDatasetSettings();
+        const CursorPositions positions = ReadCursorSettings();
+        CurrentCursorPositions() = positions;
+        cursors_->setCursor1(positions.cursor1);
+        cursors_->setCursor2(positions.cursor2);
+        ResetFilterSlots();
+        UpdateMainWindow();
+    });
+    loading_ = false;
+    ui_->statBar->showMessage(tr("Choose File, Select Data... to begin"));
+    return loaded;
+}
+
+void frmMain::Unload() {
+    if (unloaded_)
+        return;
+    unloaded_ = true;
+    tmrMain_.stop();
+    Attempt(stepUnload, [&] {
+        // The filters live in the library: they go first.
+        ReleaseAllFilters();
+        FreeLibraries();
+        WriteCursorSettings({cursors_->cursor1(), cursors_->cursor2()});
+        KeepPlace();
+    });
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    if (running_) {
+        closeWanted_ = true;  // as soon as the action has ended
+        event->ignore();
+        return;
+    }
+    if (help_)
+        help_->close();
+    Unload();
+    event->accept();
+}
+
+// --- The update ---
+
+int frmMain::SelectedTab() const {
+    return ui_->tsMain->currentIndex() + 1;
+}
+
+void frmMain::UpdateMainWindow() {
+    const OnceOnly quiet(repeated_);
+    Attempt(stepUpdate, [&] {
+        RebuildTabs();
+        RefreshGrids();
+        FillChoosers();
+        ShowGrids();
+        LayOutForTab();
+        ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
+    });
+}
+
+void frmMain::RebuildTabs() {
+    QStringList names;
+    for (const char* name : TabNames())
+        names << QString::fromUtf8(name);
+    const auto& datasets = CurrentSelection().datasets;
+    for (const DatasetRecord& record : datasets)
+        names << Text(record.dataset).replace(QLatin1Char('&'), QLatin1String("&&"));
+    QTabBar& strip = *ui_->tsMain;
+    const QSignalBlocker quiet(strip);
+    while (strip.count() > names.size())
+        strip.removeTab(strip.count() - 1);
+    for (int i = 0; i < names.size(); ++i) {
+        if (i >= strip.count())
+            strip.addTab(names[i]);
+        else if (strip.tabText(i) != names[i])
+            strip.setTabText(i, names[i]);
+        const int dataset = i - (firstDatasetTab - 1);
+        strip.setTabToolTip(
+            i, dataset >= 0 ? LevelText(datasets[static_cast<std::size_t>(dataset)]) : QString());
+    }
+}
+
+void frmMain::FillChoosers() {
+    CurrentChoice& shown = ShownChoice();
+    const auto& datasets = CurrentSelection().datasets;
+    if (shown.dataset >= datasets.size())
+        shown.dataset = 0;
+    const std::size_t intervals = IntervalCount();
+    if (shown.interval < 1 || shown.interval > intervals)
+        shown.interval = 1;
+    QStringList levels;
+    for (const DatasetRecord& record : datasets)
+        levels << LevelText(record);
+    QStringList labels;
+    for (std::size_t i = 1; i <= intervals; ++i)
+        labels << Text(CurrentIntervals()[i].label);
+    FillChooser(*ui_->cboLevel, levels, static_cast<int>(shown.dataset));
+    FillChooser(*ui_->cboInterval, labels, static_cast<int>(shown.interval) - 1);
+    QString selected = tr("No data selected");
+    if (!datasets.empty())
+        selected = tr("%n level(s)", nullptr, static_cast<int>(datasets.size())) + QStringLiteral(", ") +
+                   Text(CurrentSelection().choice.pressure) + QStringLiteral(" / ") +
+                   Text(CurrentSelection().choice.flow);
+    lblSelection_->setText(selected);
+}
+
+void frmMain::ShowGrids() {
+    for (int tab = levelTab; tab <= summaryTab; ++tab)
+        ShowGrid(tab);
+}
+
+void frmMain::ShowGrid(int tab) {
+    const auto kind = static_cast<GridKind>(tab);
+    ResultGridView* views[] = {ui_->fgLevel, ui_->fgInterval, ui_->fgQuicklook, ui_->fgSummary};
+    views[tab - 1]->ShowGrid(Grid(kind));
+}
+
+void frmMain::LayOutForTab() {
+    const int tab = SelectedTab();
+    ui_->pages->setCurrentIndex(tab < firstDatasetTab ? tab - 1 : plotPage);
+    const bool level = tab == levelTab;
+    const bool interval = tab == intervalTab || tab == quicklookTab;
+    ui_->lblLevel->setVisible(level);
+    ui_->cboLevel->setVisible(level);
+    ui_->lblInterval->setVisible(interval);
+    ui_->cboInterval->setVisible(interval);
+    ui_->rowChoosers->setVisible(level || interval);
+}
+
+bool frmMain::PlotDataCheck() {
+    std::string message;
+    if (PlotDataAvailable(message))
+        return true;
+    CurrentPorts().messages->Show(MessageIcon::critical, applicationTitle, message);
+    return false;
+}
+
+// The grids stand for themselves when there is nothing to plot; a plot that was asked for says why it is
+// empty.
+void frmMain::ShowSelectedPlot(bool askedFor) {
+    std::string message;
+    if (!PlotDataAvailable(message)) {
+        picPlot_->Clear();
+        if (askedFor && !loading_)
+            CurrentPorts().messages->Show(MessageIcon::critical, applicationTitle, message);
+        return;
+    }
+    const int tab = SelectedTab();
+    if (tab < firstDatasetTab)
+        return;
+    Attempt(stepTab, [&] {
+        picPlot_->ShowDataset(static_cast<std::size_t>(tab - firstDatasetTab));
+        ShowCursorValues();
+    });
+}
+
+void frmMain::ShowCursorValues() {
+    Attempt(stepCursorValues, [&] {
+        const double start = PrsOpt().rangeStart;
+        const double width = static_cast<double>(PrsOpt().rangeEnd) - start;
+        const auto value = [&](float percent) {
+            return "[" + FormatNumber(start + static_cast<double>(percent) / 100 * width) + "]";
+        };
+        lblCursors_->setText(Text(value(cursors_->cursor1()) + " " + value(cursors_->cursor2())));
+    });
+}
+
+void frmMain::CursorsMoved(float cursor1, float cursor2) {
+    CurrentCursorPositions() = {cursor1, cursor2};
+    if (!loading_)
+        ShowCursorValues();
+}
+
+// --- The user's choices ---
+
+void frmMain::TabClicked() {
+    editors_->Close();
+    if (running_)
+        return;
+    running_ = true;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    UpdateMainWindow();
+    QApplication::restoreOverrideCursor();
+    running_ = false;
+}
+
+void frmMain::LevelChosen(int position) {
+    if (position < 0 || running_)
+        return;
+    ShownChoice().dataset = static_cast<std::size_t>(position);
+    FillLevelGrid();
+    ShowGrid(levelTab);
+}
+
+void frmMain::IntervalChosen(int position) {
+    if (position < 0 || running_)
+        return;
+    ShownChoice().interval = static_cast<std::size_t>(position) + 1;
+    FillIntervalGrid();
+    FillQuicklookGrid();
+    ShowGrid(intervalTab);
+    ShowGrid(quicklookTab);
+}
+
+void frmMain::StepChoice(int by) {
+    const int tab = SelectedTab();
+    QComboBox* box = tab == levelTab                             ? ui_->cboLevel
+                     : tab == intervalTab || tab == quicklookTab ? ui_->cboInterval
+                                                                 : nullptr;
+    if (box == nullptr || box->currentIndex() + by < 0 || box->currentIndex() + by >= box->count())
+        return;
+    editors_->Close();
+    box->setCurrentIndex(box->currentIndex() + by);
+    box == ui_->cboLevel ? LevelChosen(box->currentIndex()) : IntervalChosen(box->currentIndex());
+}
+
+bool frmMain::CommitIntervalValue(int row, const std::string& text) {
+    static const std::vector<std::pair<std::size_t, IntervalField>> fields{
+        {quicklookPorosityRow, IntervalField::porosity},
+        {quicklookViscosityRow, IntervalField::viscosity},
+        {quicklookCompressibilityRow, IntervalField::compressibility},
+        {quicklookHeightRow, IntervalField::height}};
+    for (const auto& [fieldRow, field] : fields) {
+        if (static_cast<int>(fieldRow) != row)
+            continue;
+        if (const auto refusal = SetIntervalValue(field, ShownChoice().interval, text)) {
+            ShowRefusal(*refusal);
+            return false;
+        }
+        FillQuicklookGrid();
+        ShowGrid(quicklookTab);
+    }
+    return true;
+}
+
+void frmMain::CommitCycle(std::size_t entry) {
+    ChooseCycle(ShownChoice().dataset, entry);
+    ShowGrid(levelTab);
+}
+
+// --- Actions ---
+
+void frmMain::Run(const std::function<void()>& action) {
+    if (running_)
+        return;
+    running_ = true;
+    EnableActions(false);
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    ports_.TakeRepainted();
+    repeated_.Forget();
+    action();
+    if (ports_.TakeRepainted()) {
+        InputDropper dropper;
+        QApplication::processEvents();
+    }
+    QApplication::restoreOverrideCursor();
+    EnableActions(true);
+    running_ = false;
+    if (closeWanted_)
+        close();
+}
+
+void frmMain::EnableActions(bool on) {
+    for (QAction* entry : menuBar()->actions())
+        entry->setEnabled(on);
+    for (QMenu* menu : menuBar()->findChildren<QMenu*>()) {
+        for (QAction* entry : menu->actions())
+            entry->setEnabled(on);
+    }
+}
+
+void frmMain::TimerTick() {
+    if (running_)
+        return;
+    running_ = true;
+    const OnceOnly quiet(repeated_);
+    RunActionQueuePass({[this] { return SelectedTab(); },
+                        [this](int tab) {
+                            static bool (*const fill[])() = {FillLevelGrid, FillIntervalGrid,
+                                                             FillQuicklookGrid, FillSummaryGrid};
+                            fill[tab - 1]();
+                            ShowGrid(tab);
+                        },
+                        [this](std::size_t dataset) {
+                            picPlot_->Follow(dataset);
+                            ShowCursorValues();
+                        },
+                        [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
+    running_ = false;
+    if (closeWanted_)
+        close();
+}
+
+int frmMain::ShowModal(QDialog& dialog) {
+    const ArrowCursor arrow;
+    dialog.adjustSize();
+    const QRect available = screen()->availableGeometry();
+    QRect place(QPoint(), dialog.frameSize());
+    place.moveCenter(frameGeometry().center());
+    dialog.move(PlaceOnScreens(place, {available}).topLeft());
+    return dialog.exec();
+}
+
+// --- Place on the screen ---
+
+void frmMain::RestorePlace() {
+    std::vector<QRect> screens;
+    for (const QScreen* one : QGuiApplication::screens())
+        screens.push_back(one->availableGeometry());
+    const std::optional<WindowPlace> kept = ReadWindowPlace();
+    const QSize first = geometry().size().boundedTo(screen()->availableSize() * largestFirstShare);
+    normalPlace_ = PlaceOnScreens(kept ? kept->normal : QRect(pos(), first), screens);
+    resize(normalPlace_.size());
+    if (kept)
+        move(normalPlace_.topLeft());
+    if (kept && kept->maximized)
+        setWindowState(Qt::WindowMaximized);
+}
+
+void frmMain::KeepPlace() {
+    WriteWindowPlace({normalPlace_, isMaximized()});
+}
+
+void frmMain::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    if (isVisible() && !isMaximized() && !isMinimized())
+        normalPlace_.setSize(size());
+}
+
+void frmMain::moveEvent(QMoveEvent* event) {
+    QMainWindow::moveEvent(event);
+    if (isVisible() && !isMaximized() && !isMinimized())
+        normalPlace_.moveTopLeft(pos());
+}
+
+}  // namespace vorela

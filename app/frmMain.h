@@ -1,0 +1,142 @@
+// The main window: menus, tab strip, result grids, plot with its time cursors, progress and status bars, and
+// the timer that drives the action queue. Its handlers only route what the user does to the rooms that do the
+// work.
+#pragma once
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QTimer>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/RepeatedMessages.h"
+
+class QDialog;
+class QLabel;
+class QMenu;
+class QProgressBar;
+
+namespace Ui {
+class frmMain;
+}
+
+namespace vorela {
+
+class GridEditors;
+class PlotWidget;
+class QtPorts;
+class TimeCursors;
+class dlgHelp;
+
+class frmMain : public QMainWindow {
+    Q_OBJECT
+  public:
+    explicit frmMain(QtPorts& ports, QWidget* parent = nullptr);
+    ~frmMain() override;
+
+    /// What has to be done once before the window is shown: grids, settings, cursors. Step "Load Failed".
+    bool Load();
+
+    /// Tab strip, grids, and what belongs to the selected tab. Step "Updating main window". A tab of a
+    /// dataset that cannot be plotted says why.
+    void UpdateMainWindow();
+    /// One pass of the action queue; nothing while an action runs.
+    void TimerTick();
+
+    /// Tabs count from 1: 1 … 4 the grids, k ≥ 5 dataset k − 5.
+    int SelectedTab() const;
+    bool ActionRunning() const { return running_; }
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+
+  private:
+    struct MenuEntry;
+    using Handler = void (frmMain::*)();
+
+    // Construction
+    void BuildMenus();
+    void BuildPlotPage();
+    void BuildGrids();
+    void BuildKeys();
+    static const std::vector<MenuEntry>& MenuEntries();
+
+    // Menu entries
+    void SelectDataEntry();
+    void SaveInterpretationEntry();
+    void ExitEntry();
+    void SavePlotEntry();
+    void PrintPlotEntry();
+    void ParametersEntry();
+    void CycleInformationEntry();
+    void FilteredCurvesEntry();
+    void ReconstructValveEntry();
+    void DravikFilteredFlowEntry();
+    void CalculateCyclesEntry();
+    void RecalculateMotorPositionEntry();
+    void RecalculateUnfilteredEntry();
+    void PlotScalesEntry();
+    void PlotFormatEntry();
+    void HelpEntry();
+    void AboutEntry();
+
+    /// Dataset of the selected tab; on the grid tabs the level that is shown.
+    std::size_t PlotDataset() const;
+    /// False after "No data selected".
+    bool DataSelected();
+    void ShowNewCycles();
+
+    // The update
+    void RebuildTabs();
+    void FillChoosers();
+    void ShowGrids();
+    void ShowGrid(int tab);
+    void LayOutForTab();
+    void ShowSelectedPlot(bool askedFor);
+    void ShowCursorValues();
+    bool PlotDataCheck();
+    void ShowSelectionHints();
+
+    // The user's choices
+    void TabClicked();
+    void LevelChosen(int position);
+    void IntervalChosen(int position);
+    void StepChoice(int by);
+    void CursorsMoved(float cursor1, float cursor2);
+    bool CommitIntervalValue(int row, const std::string& text);
+    void CommitCycle(std::size_t entry);
+
+    /// Runs one action: the menus are disabled, the cursor is the wait cursor, a second action and the timer
+    /// wait, and keys pressed meanwhile are dropped. Refused while another action runs.
+    void Run(const std::function<void()>& action);
+    void EnableActions(bool on);
+    /// The dialog, modal over the window, on screen wholly.
+    int ShowModal(QDialog& dialog);
+    void KeepPlace();
+    void RestorePlace();
+    void Unload();
+
+    QtPorts& ports_;
+    std::unique_ptr<Ui::frmMain> ui_;
+    PlotWidget* picPlot_ = nullptr;
+    TimeCursors* cursors_ = nullptr;
+    QLabel* lblCursors_ = nullptr;
+    QLabel* lblSelection_ = nullptr;
+    QProgressBar* progBar_ = nullptr;
+    GridEditors* editors_ = nullptr;
+    QTimer tmrMain_;
+    QPointer<dlgHelp> help_;
+    RepeatedMessages repeated_;
+    QRect normalPlace_;
+    bool running_ = false;
+    bool loading_ = false;
+    bool closeWanted_ = false;
+    bool unloaded_ = false;
+};
+
+}  // namespace vorela

@@ -1,0 +1,318 @@
+// The menus of the main window and what their entries do.
+#include <QAction>
+#include <QDialog>
+#include <QFileDialog>
+#include <QMenuBar>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QStatusBar>
+#include <QTabBar>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "analysis/frmCycleInfo.h"
+#include "analysis/modMain.h"
+#include "app/CurveChecks.h"
+#include "app/QtPorts.h"
+#include "app/StartUp.h"
+#include "app/dlgHelp.h"
+#include "app/frmAbout.h"
+#include "app/frmMain.h"
+#include "app/frmSavePlot.h"
+#include "db/DatasetRecord.h"
+#include "db/frmSelectData.h"
+#include "db/modSelectData.h"
+#include "general/modGeneral.h"
+#include "plot/PlotFile.h"
+#include "plot/PlotWidget.h"
+#include "plot/TimeCursors.h"
+#include "plot/frmPlotFormat.h"
+#include "plot/frmPlotScales.h"
+#include "signal/frmFilteredCurves.h"
+#include "signal/frmParameters.h"
+#include "signal/modDFilt.h"
+#include "signal/modModulator.h"
+#include "ui_frmMain.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* shortTitle = "Vorela";
+constexpr const char* noData = "No data selected";
+constexpr int levelTab = 1;
+constexpr int firstDatasetTab = 5;
+
+}  // namespace
+
+/// One entry of a menu; its place among the entries of the same menu is its index.
+struct frmMain::MenuEntry {
+    const char* menu;     ///< "File": the menu's objectName is "mnuFile", the entry's "mnuFile" & index
+    const char* caption;  ///< null for a separator
+    Handler handler;
+    const char* shortcut;
+};
+
+// The indices are part of the field manuals: new entries go behind the old ones, Exit or not.
+const std::vector<frmMain::MenuEntry>& frmMain::MenuEntries() {
+    static const std::vector<MenuEntry> entries{
+        {"File", "Select &Data...", &frmMain::SelectDataEntry, "Ctrl+D"},
+        {"File", nullptr, nullptr, ""},
+        {"File", "&Save Interpretation Data to File...", &frmMain::SaveInterpretationEntry, "Ctrl+S"},
+        {"File", nullptr, nullptr, ""},
+        {"File", "E&xit", &frmMain::ExitEntry, "Ctrl+Q"},
+        {"File", nullptr, nullptr, ""},
+        {"File", "Save &Plot to File...", &frmMain::SavePlotEntry, "Ctrl+Shift+S"},
+        {"File", "&Print Plot...", &frmMain::PrintPlotEntry, "Ctrl+P"},
+        {"Edit", "&Parameters...", &frmMain::ParametersEntry, "Ctrl+E"},
+        {"View", "&Cycle information...", &frmMain::CycleInformationEntry, "Ctrl+I"},
+        {"Action", "&Create filtered P and QS curves...", &frmMain::FilteredCurvesEntry, ""},
+        {"Action", "&Reconstruct valve signal PVLSIG...", &frmMain::ReconstructValveEntry, ""},
+        {"Action", "Re-calculate &Dravik filtered flow...", &frmMain::DravikFilteredFlowEntry, ""},
+        {"Action", nullptr, nullptr, ""},
+        {"Action", "Calculate cycle i&nfo...", &frmMain::CalculateCyclesEntry, ""},
+        {"Action", "Re-calculate cycle info using &PVLPOS...", &frmMain::RecalculateMotorPositionEntry, ""},
+        {"Action", "Re-calculate cycle inf&o using unfiltered pressure and flow...",
+         &frmMain::RecalculateUnfilteredEntry, ""},
+        {"Plot", "&Scales...", &frmMain::PlotScalesEntry, ""},
+        {"Plot", "&Format...", &frmMain::PlotFormatEntry, ""},
+        {"Help", "&Contents...", &frmMain::HelpEntry, "F1"},
+        {"Help", nullptr, nullptr, ""},
+        {"Help", "&About...", &frmMain::AboutEntry, ""},
+    };
+    return entries;
+}
+
+void frmMain::BuildMenus() {
+    QMenu* menu = nullptr;
+    for (const MenuEntry& entry : MenuEntries()) {
+        const QString name = QStringLiteral("mnu") + QString::fromUtf8(entry.menu);
+        if (menu == nullptr || menu->objectName() != name) {
+            menu = menuBar()->addMenu(QLatin1Char('&') + QString::fromUtf8(entry.menu));
+            menu->setObjectName(name);
+        }
+        QAction* action = menu->addAction(QString::fromUtf8(entry.caption));
+        action->setObjectName(name + QString::number(menu->actions().size() - 1));
+        action->setSeparator(entry.caption == nullptr);
+        action->setShortcut(QKeySequence(QString::fromUtf8(entry.shortcut)));
+        if (entry.handler != nullptr)
+            connect(action, &QAction::triggered, this, entry.handler);
+    }
+}
+
+// --- File ---
+
+void frmMain::SelectDataEntry() {
+    Run([this] {
+        tmrMain_.stop();
+        SelectData({[this] {
+                        frmSelectData dialog(this);
+                        ShowModal(dialog);
+                    },
+                    [this] { return PlotDataCheck(); },
+                    [this] {
+                        frmFilteredCurves dialog(this);
+                        ShowModal(dialog);
+                    },
+                    [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
+        // After a cancelled selection the old tabs and values must not stay.
+        if (CurrentSelection().datasets.empty())
+            UpdateMainWindow();
+        ShowSelectionHints();
+    });
+}
+
+// What an engineer would otherwise find out late: foreign units, and curves that are there while no cycle was
+// measured.
+void frmMain::ShowSelectionHints() {
+    QStringList hints;
+    for (const std::string& line : UnitWarnings())
+        hints << QString::fromStdString(line);
+    const auto& datasets = CurrentSelection().datasets;
+    const bool unmeasured = std::any_of(datasets.begin(), datasets.end(), [](const DatasetRecord& record) {
+        return record.cycleSource == CycleSource::none;
+    });
+    if (unmeasured)
+        hints << tr("No cycles yet: choose Action, Calculate cycle info...");
+    ui_->statBar->showMessage(hints.join(QStringLiteral("; ")));
+}
+
+void frmMain::SaveInterpretationEntry() {
+    Run([] { SaveInterpretation(); });
+}
+
+void frmMain::ExitEntry() {
+    close();
+}
+
+std::size_t frmMain::PlotDataset() const {
+    return SelectedTab() >= firstDatasetTab ? static_cast<std::size_t>(SelectedTab() - firstDatasetTab)
+                                            : ShownChoice().dataset;
+}
+
+bool frmMain::DataSelected() {
+    if (!CurrentSelection().datasets.empty())
+        return true;
+    CurrentPorts().messages->Show(MessageIcon::information, shortTitle, noData);
+    return false;
+}
+
+void frmMain::SavePlotEntry() {
+    Run([this] {
+        if (!DataSelected())
+            return;
+        frmSavePlot dialog(this);
+        if (ShowModal(dialog) != QDialog::Accepted)
+            return;
+        PlotFileOptions options = dialog.Options();
+        options.dataset = PlotDataset();
+        options.width = picPlot_->width();
+        options.height = picPlot_->height();
+        if (dialog.WithCursors())
+            options.cursors = {cursors_->cursor1(), cursors_->cursor2()};
+        const auto choice = CurrentPorts().saveFile->AskSaveFile(
+            {"Save Vorela Plot",
+             "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1});
+        if (choice && SavePlot(choice->path, options))
+            ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
+    });
+}
+
+void frmMain::PrintPlotEntry() {
+    Run([this] {
+        if (!DataSelected())
+            return;
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setPageOrientation(QPageLayout::Landscape);
+        QPrintDialog dialog(&printer, this);
+        dialog.setObjectName(QStringLiteral("dlgPrint"));
+        const ArrowCursor arrow;
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        PlotFileOptions options;
+        options.dataset = PlotDataset();
+        options.monochrome = printer.colorMode() == QPrinter::GrayScale;
+        options.cursors = {cursors_->cursor1(), cursors_->cursor2()};
+        if (PrintPlot(printer, options))
+            ui_->statBar->showMessage(tr("Plot printed"));
+    });
+}
+
+// --- Edit, View ---
+
+void frmMain::ParametersEntry() {
+    Run([this] {
+        frmParameters dialog(this);
+        if (ShowModal(dialog) == QDialog::Accepted)
+            UpdateMainWindow();
+    });
+}
+
+void frmMain::CycleInformationEntry() {
+    Run([this] {
+        if (!DataSelected())
+            return;
+        frmCycleInfo dialog(PlotDataset(), this);
+        ShowModal(dialog);
+    });
+}
+
+// --- Action ---
+
+void frmMain::FilteredCurvesEntry() {
+    Run([this] {
+        if (!DataSelected())
+            return;
+        frmFilteredCurves dialog(this);
+        if (ShowModal(dialog) == QDialog::Accepted)
+            UpdateMainWindow();
+    });
+}
+
+// The level grid first: it is what the engineer waits for. The rest of the window follows.
+void frmMain::ShowNewCycles() {
+    FillLevelGrid();
+    ShowGrid(levelTab);
+    UpdateMainWindow();
+}
+
+void frmMain::ReconstructValveEntry() {
+    Run([this] {
+        CreateReconstructedValveCurves(true);
+        ShowNewCycles();
+    });
+}
+
+void frmMain::CalculateCyclesEntry() {
+    Run([this] {
+        CreateReconstructedValveCurves(false);
+        ShowNewCycles();
+    });
+}
+
+void frmMain::DravikFilteredFlowEntry() {
+    Run([this] {
+        CreateFilteredFlow(true);
+        UpdateMainWindow();
+    });
+}
+
+void frmMain::RecalculateMotorPositionEntry() {
+    Run([this] {
+        RecalculateWithMotorPosition();
+        ShowNewCycles();
+    });
+}
+
+void frmMain::RecalculateUnfilteredEntry() {
+    Run([this] {
+        RecalculateWithUnfilteredCurves();
+        ShowNewCycles();
+    });
+}
+
+// --- Plot ---
+
+void frmMain::PlotScalesEntry() {
+    Run([this] {
+        frmPlotScales dialog(this);
+        connect(&dialog, &frmPlotScales::Applied, this, &frmMain::UpdateMainWindow);
+        if (ShowModal(dialog) == QDialog::Accepted)
+            UpdateMainWindow();
+    });
+}
+
+void frmMain::PlotFormatEntry() {
+    Run([this] {
+        frmPlotFormat dialog(this);
+        connect(&dialog, &frmPlotFormat::Applied, this, &frmMain::UpdateMainWindow);
+        if (ShowModal(dialog) == QDialog::Accepted)
+            UpdateMainWindow();
+    });
+}
+
+// --- Help ---
+
+void frmMain::HelpEntry() {
+    Run([this] {
+        if (!help_)
+            help_ = new dlgHelp(this);
+        QString problem;
+        if (!help_->Open(QString::fromStdString(HelpFilePath()), problem)) {
+            CurrentPorts().messages->Show(MessageIcon::exclamation, shortTitle, problem.toStdString());
+            return;
+        }
+        help_->show();
+        help_->raise();
+        help_->activateWindow();
+    });
+}
+
+void frmMain::AboutEntry() {
+    Run([this] {
+        frmAbout dialog(this);
+        ShowModal(dialog);
+    });
+}
+
+}  // namespace vorela

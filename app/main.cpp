@@ -1,0 +1,32 @@
+#include <QApplication>
+#include <cstdio>
+#include <optional>
+
+#include "app/QtPorts.h"
+#include "app/StartUp.h"
+#include "app/frmMain.h"
+#include "dravik/chooser/Chooser.h"
+#include "platform/Application.h"
+#include "platform/DravikLibraries.h"
+
+int main(int argc, char* argv[]) {
+    const std::optional<vorela::SingleInstance> instance = vorela::SingleInstance::Acquire("Vorela");
+    if (!instance)
+        return 0;
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Vorela"));
+    QApplication::setDesktopFileName(QStringLiteral("vorela"));
+    if (QApplication::arguments().size() > 1) {
+        std::fputs("Vorela takes no arguments.\n", stderr);
+        return 2;
+    }
+    vorela::QtPorts ports;
+    vorela::CurrentPorts() = ports.AsPorts();
+    if (!vorela::StartUp())
+        return 1;
+    vorela::RegisterChooser(vorela::LoadedLibraries().database);
+    vorela::frmMain window(ports);
+    window.Load();
+    window.show();
+    return QApplication::exec();
+}
