@@ -1,0 +1,230 @@
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTextBrowser>
+#include <QTreeWidget>
+#include <filesystem>
+
+#include "analysis/ResultGridView.h"
+#include "analysis/frmCycleInfo.h"
+#include "app/dlgHelp.h"
+#include "app/frmAbout.h"
+#include "dravik/chooser/Chooser.h"
+#include "dravik/chooser/DatasetListing.h"
+#include "dravik/chooser/frmChooser.h"
+#include "general/SettingsFile.h"
+#include "general/modGeneral.h"
+#include "platform/DravikLibraries.h"
+#include "signal/frmParameters.h"
+#include "tests/app/GuiSupport.h"
+
+namespace vorela::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class Parameters : public WindowFixture {};
+
+struct RangeRow {
+    const char* box;
+    const char* refused;
+    const char* message;
+};
+
+TEST_F(Parameters, EachBoxRefusesWithItsMessageAndKeepsTheFocus) {
+    const RangeRow rows[] = {
+        {"txtPeriod", "19.9", "Period of test: Out of range"},
+        {"txtCasingID", "0.5", "Casing ID: Out of range"},
+        {"txtTD", "", "Total depth: Out of range"},
+        {"txtCompressibility", "thick", "Compressibility: Out of range"},
+        {"txtSlope", "0", "Spinner slope: Out of range"},
+        {"txtB0", "2147483648", "Formation volume factor: Out of range"},
+        {"txtDW", "10000.5", "Borehole diameter: Out of range"},
+        {"txtDLen", "1000.01", "Dravik filter length: Out of range"},
+    };
+    for (const RangeRow& row : rows) {
+        frmParameters dialog;
+        Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(3);
+        dialog.show();
+        auto& box = Find<QLineEdit>(dialog, row.box);
+        box.selectAll();
+        QTest::keyClick(&box, Qt::Key_Delete);
+        QTest::keyClicks(&box, row.refused);
+        ports.boxes.clear();
+        Click(dialog, "cmdOK");
+        ASSERT_EQ(ports.boxes.size(), 1U) << row.box;
+        EXPECT_EQ(ports.boxes[0].icon, MessageIcon::exclamation);
+        EXPECT_EQ(ports.boxes[0].text, row.message);
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_EQ(dialog.focusWidget(), &box);
+        EXPECT_EQ(box.selectedText(), row.refused);
+    }
+}
+
+TEST_F(Parameters, OkStoresWhatWasTypedAndLeavesWhatWasOnlyRounded) {
+    CurrentParameters().compressibility = 3.00000001e-6;
+    frmParameters dialog;
+    EXPECT_EQ(Find<QLineEdit>(dialog, "txtCompressibility").text(), "0.0000030");
+    EXPECT_FALSE(Find<QLineEdit>(dialog, "txtSlope").isEnabled());
+    Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(1);
+    EXPECT_EQ(Find<QLabel>(dialog, "lblSlope").text(), "0.05 rps/ft/min");
+    Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(3);
+    EXPECT_TRUE(Find<QLineEdit>(dialog, "txtSlope").isEnabled());
+    auto& box = Find<QLineEdit>(dialog, "txtPeriod");
+    box.selectAll();
+    QTest::keyClicks(&box, "120.5");
+    Find<QCheckBox>(dialog, "chkBandPass").setChecked(true);
+    Click(dialog, "cmdOK");
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(CurrentParameters().period, 120.5);
+    EXPECT_EQ(CurrentParameters().compressibility, 3.00000001e-6);
+    EXPECT_EQ(ReadIniString("Parameters", "BandPass", "", SettingsFilePath()), "1");
+    EXPECT_EQ(ReadIniString("Parameters", "Spinner", "", SettingsFilePath()), "3");
+}
+
+class Chooser : public WindowFixture {
+  protected:
+    void SetUp() override {
+        WindowFixture::SetUp();
+        qputenv("XDG_CONFIG_HOME", folder.File("config").c_str());
+        qunsetenv("DRAVIK_DATABASE");
+        MakeLevel("ALPHA", 6000.5, 1);
+        MakeLevel("BETA", 6100, 1);
+        Presentation recording;
+        recording.recordingFlag = 1;
+        recording.recordingStart = 1700000000;
+        SetPresentation("BETA", recording);
+        AddCurve("DEPTHRUN", {"ZG", "psi", 11, [](std::int32_t) { return 1.0; }, 0, 50, 1.0F, 0.0F, 0});
+    }
+    const DkBaseApi& Api() { return LoadedLibraries().database; }
+};
+
+TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
+    std::string problem;
+    const auto listed = ListDatasets(Api(), DatabasePath(), problem);
+    ASSERT_TRUE(listed) << problem;
+    ASSERT_EQ(listed->size(), 3U);
+    const DatasetListing& beta = (*listed)[1];
+    EXPECT_EQ(beta.name, "BETA");
+    EXPECT_EQ(beta.indexKind, DK_INDEX_TIME);
+    EXPECT_EQ(beta.depth, 6100.0);
+    EXPECT_EQ(beta.started, 1700000000);
+    EXPECT_EQ(beta.length, 1999.9);
+    EXPECT_TRUE(beta.recording);
+    EXPECT_FALSE((*listed)[0].recording);
+    EXPECT_EQ((*listed)[2].indexKind, DK_INDEX_DEPTH);
+    EXPECT_EQ((*listed)[2].length, 5.0);
+}
+
+TEST_F(Chooser, FileThatIsNoDatabaseIsNamedAndNotMade) {
+    std::string problem;
+    EXPECT_FALSE(ListDatasets(Api(), folder.File("absent.dkb"), problem));
+    EXPECT_THAT(problem, ::testing::HasSubstr(folder.File("absent.dkb")));
+    EXPECT_FALSE(std::filesystem::exists(folder.File("absent.dkb")));
+    WriteAll(folder.File("text.dkb"), "no database");
+    EXPECT_FALSE(ListDatasets(Api(), folder.File("text.dkb"), problem));
+    EXPECT_THAT(problem, ::testing::StartsWith("This file is not a Dravik database"));
+}
+
+TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
+    RegisterChooser(Api());
+    ModalScript script;
+    script.Then("frmChooser", [this](QDialog& dialog) {
+        EXPECT_FALSE(Find<QPushButton>(dialog, "cmdOK").isEnabled());
+        auto& file = Find<QComboBox>(dialog, "cboFile");
+        file.setEditText(QString::fromStdString(DatabasePath()));
+        QTest::keyClick(file.lineEdit(), Qt::Key_Return);
+        auto& list = Find<QTreeWidget>(dialog, "lstDatasets");
+        ASSERT_EQ(list.topLevelItemCount(), 3);
+        list.selectAll();
+        Find<QLineEdit>(dialog, "txtFind").setText("eta");
+        Click(dialog, "cmdOK");
+    });
+    DBMultiSelect* chosen = nullptr;
+    ASSERT_EQ(Api().DBselectA(&chosen), DK_OK);
+    ASSERT_EQ(chosen->count, 1);
+    EXPECT_EQ(std::string(chosen->paths[0]), PathOf("BETA"));
+    Api().DBreleaseMS(chosen);
+    EXPECT_THAT(RecentDatabases(), ElementsAre(DatabasePath()));
+}
+
+TEST_F(Chooser, RemembersTheLatestFirstAndForgetsFilesThatAreGone) {
+    const std::string other = folder.File("other.dkb");
+    WriteAll(other, "x");
+    RememberDatabase(other);
+    RememberDatabase(DatabasePath());
+    RememberDatabase(folder.File("gone.dkb"));
+    EXPECT_THAT(RecentDatabases(), ElementsAre(DatabasePath(), other));
+    qputenv("DRAVIK_DATABASE", other.c_str());
+    EXPECT_THAT(RecentDatabases(), ElementsAre(other, DatabasePath()));
+    qunsetenv("DRAVIK_DATABASE");
+}
+
+class QtBoxes : public WindowFixture {};
+
+TEST_F(QtBoxes, ShowTitleTextWithLineBreaksAndAnswerYesOrNo) {
+    ModalScript script;
+    const auto box = [](QDialog& dialog) -> QMessageBox& { return static_cast<QMessageBox&>(dialog); };
+    script.Then("msgBox", [&](QDialog& dialog) {
+        EXPECT_EQ(box(dialog).text(), "one\ntwo <b>");
+        EXPECT_EQ(box(dialog).icon(), QMessageBox::Critical);
+        EXPECT_EQ(box(dialog).standardButtons(), QMessageBox::Ok);
+        dialog.accept();
+    });
+    for (const auto button : {QMessageBox::Yes, QMessageBox::No})
+        script.Then("msgBox", [&box, button](QDialog& dialog) { box(dialog).button(button)->click(); });
+    script.Then("msgBox", [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    qtPorts.Show(MessageIcon::critical, "Vorela", "one\rtwo <b>");
+    EXPECT_TRUE(qtPorts.AskYesNo("Vorela", "?"));
+    EXPECT_FALSE(qtPorts.AskYesNo("Vorela", "?"));
+    EXPECT_FALSE(qtPorts.AskYesNo("Vorela", "?"));
+}
+
+TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
+    ModalScript script;
+    script.Then("CDlg", [this](QDialog& dialog) {
+        auto& files = static_cast<QFileDialog&>(dialog);
+        EXPECT_THAT(files.nameFilters(), ElementsAre("CSV File (*.csv)", "Text File (*.txt)"));
+        EXPECT_FALSE(files.testOption(QFileDialog::DontConfirmOverwrite));
+        files.selectNameFilter("Text File (*.txt)");
+        emit files.filterSelected("Text File (*.txt)");
+        files.setDirectory(QString::fromStdString(folder.Path().string()));
+        Find<QLineEdit>(dialog, "fileNameEdit").setText("result");
+        dialog.accept();
+    });
+    const auto choice = qtPorts.AskSaveFile({"Save", "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|", 1});
+    ASSERT_TRUE(choice);
+    EXPECT_EQ(choice->path, folder.File("result.txt"));
+    EXPECT_EQ(choice->filterIndex, 2);
+}
+
+TEST_F(QtBoxes, HelpShowsTheHelpFileAndEveryLinkOfItsContentsLeadsSomewhere) {
+    dlgHelp help;
+    QString problem;
+    EXPECT_FALSE(help.Open(QString::fromStdString(folder.File("absent.hlp")), problem));
+    EXPECT_TRUE(problem.contains("absent.hlp"));
+    ASSERT_TRUE(help.Open(VORELA_SOURCE_DIR "/docs/help/Vorela.hlp", problem));
+    const QString page = QString::fromStdString(ReadAll(VORELA_SOURCE_DIR "/docs/help/Vorela.hlp"));
+    int links = 0;
+    for (qsizetype at = page.indexOf("href=\"#"); at >= 0; at = page.indexOf("href=\"#", at + 1), ++links) {
+        const QString name = page.mid(at + 7, page.indexOf('"', at + 7) - at - 7);
+        EXPECT_TRUE(page.contains("<a name=\"" + name + "\">")) << name.toStdString();
+    }
+    EXPECT_GT(links, 15);
+}
+
+TEST_F(QtBoxes, AboutNamesTheVersion) {
+    frmAbout about;
+    EXPECT_EQ(Find<QLabel>(about, "lblVersion").text(), "Version 1.05");
+}
+
+}  // namespace
+}  // namespace vorela::test

@@ -1,0 +1,175 @@
+#include "tests/app/GuiSupport.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTest>
+#include <cmath>
+
+#include "app/StartUp.h"
+#include "db/modSelectData.h"
+#include "general/SettingsFile.h"
+#include "platform/DravikLibraries.h"
+#include "plot/modPlotFormat.h"
+#include "plot/modPlotScales.h"
+#include "signal/modParameters.h"
+
+namespace vorela::test {
+namespace {
+
+constexpr int lookEveryMs = 5;
+constexpr int patienceTicks = 2000;
+constexpr const char* drivenMark = "driven";
+
+class ApplicationEnvironment final : public ::testing::Environment {
+  public:
+    void SetUp() override {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        application_ = std::make_unique<QApplication>(count_, arguments_);
+    }
+    void TearDown() override { application_.reset(); }
+
+  private:
+    char name_[5] = "test";
+    char* arguments_[2] = {name_, nullptr};
+    int count_ = 1;
+    std::unique_ptr<QApplication> application_;
+};
+
+const auto* const environment = ::testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
+
+std::int32_t Answer(void* context, DBMultiSelect* selection) {
+    auto& answers = static_cast<FakeChooser*>(context)->answers;
+    if (answers.empty())
+        return 0;
+    for (const std::string& path : answers.front())
+        LoadedLibraries().database.DBselectionadd(selection, path.c_str());
+    answers.pop_front();
+    return 1;
+}
+
+}  // namespace
+
+ModalScript::ModalScript() {
+    QObject::connect(&timer_, &QTimer::timeout, [this] { Look(); });
+    timer_.start(lookEveryMs);
+}
+
+ModalScript::~ModalScript() {
+    for (const Expected& step : steps_)
+        ADD_FAILURE() << "dialog did not come: " << step.name;
+}
+
+ModalScript& ModalScript::Then(const std::string& dialogName, Step step) {
+    steps_.push_back({dialogName, std::move(step)});
+    return *this;
+}
+
+// A dialog that has been driven carries a mark: the next one may lie at the same address.
+void ModalScript::Look() {
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (dialog == nullptr)
+        return;
+    const bool driven = dialog->property(drivenMark).toBool();
+    ticksInLast_ = driven ? ticksInLast_ + 1 : 0;
+    if (driven && ticksInLast_ < patienceTicks)
+        return;
+    const std::string name = dialog->objectName().toStdString();
+    if (driven || steps_.empty() || steps_.front().name != name) {
+        ADD_FAILURE() << (driven ? "dialog stayed: " : "dialog was not expected: ") << name;
+        dialog->done(QDialog::Rejected);
+        return;
+    }
+    dialog->setProperty(drivenMark, true);
+    const Step step = std::move(steps_.front().step);
+    steps_.pop_front();
+    step(*dialog);
+}
+
+void Click(QWidget& window, const char* button) {
+    Find<QPushButton>(window, button).click();
+}
+
+std::string TextOf(QWidget& grid, int row, int column) {
+    return static_cast<QTableWidget&>(grid).item(row, column)->text().toStdString();
+}
+
+FakeChooser::FakeChooser() {
+    if (LoadBuiltLibraries())
+        LoadedLibraries().database.DBsetchooser(Answer, this);
+}
+
+FakeChooser::~FakeChooser() {
+    if (LoadedLibraries().database.DBsetchooser != nullptr)
+        LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
+}
+
+void WindowFixture::SetUp() {
+    DravikFixture::SetUp();
+    // Water in the well: with the default compressibility its storage would hide the reservoir.
+    WriteIniString("Parameters", "Compressibility", "0.000003", SettingsFilePath());
+    CurrentParameters() = ParameterSet{};
+    PrsOpt() = PresentationOptions{};
+    PlotFormat() = PlotFormatOptions{};
+    ComposeRooms();
+    InitialiseDatasetVariables();
+    window = std::make_unique<frmMain>(qtPorts);
+    CurrentPorts().progress = &qtPorts;  // boxes, questions and the save dialog stay scripted
+    CurrentPorts().status = &qtPorts;
+    ASSERT_TRUE(window->Load());
+    window->show();
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+}
+
+void WindowFixture::TearDown() {
+    window.reset();
+    DravikFixture::TearDown();
+}
+
+void WindowFixture::MakeLevel(const std::string& dataset, double depth, double flowAmplitude) {
+    constexpr std::int32_t count = 20000;
+    constexpr double radiansPerIndex = 2 * 3.14159265358979 / period;
+    std::vector<CurveSpec> curves{
+        {"ZG", "psi", count, [](std::int32_t t) { return 3000 + 20 * std::sin(radiansPerIndex * t); }},
+        {"RTC", "rps", count,
+         [flowAmplitude](std::int32_t t) { return 5 - flowAmplitude * std::cos(radiansPerIndex * t); }},
+        {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }}};
+    for (CurveSpec& curve : ValveCurves({6000, period, count}))
+        curves.push_back(std::move(curve));
+    AddCurves(dataset, curves);
+    SetPresentation(dataset, Presentation{});
+}
+
+void WindowFixture::MakeLevels() {
+    MakeLevel("LEVEL1", 6000, 2.0);
+    MakeLevel("LEVEL2", 6100, 1.0);
+    MakeLevel("LEVEL3", 6050, 1.5);
+}
+
+void WindowFixture::Trigger(const char* menuEntry) {
+    auto* action = window->findChild<QAction*>(QString::fromUtf8(menuEntry));
+    ASSERT_NE(action, nullptr) << menuEntry;
+    action->trigger();
+}
+
+void WindowFixture::SetTab(int tab) {
+    Find<QTabBar>(*window, "tsMain").setCurrentIndex(tab - 1);
+}
+
+void WindowFixture::SelectThroughDialog(const std::vector<std::string>& datasets) {
+    std::vector<std::string> paths;
+    for (const std::string& dataset : datasets)
+        paths.push_back(PathOf(dataset));
+    chooser.answers.push_back(paths);
+    ModalScript script;
+    script.Then("frmSelectData", [](QDialog& dialog) {
+        Click(dialog, "cmdAdd");
+        Click(dialog, "cmdOK");
+    });
+    Trigger("mnuFile0");
+}
+
+}  // namespace vorela::test

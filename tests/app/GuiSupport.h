@@ -1,0 +1,84 @@
+// What tests of the window need: the application, modal dialogs driven by name, a chooser that answers by
+// itself.
+#pragma once
+
+#include <QDialog>
+#include <QTimer>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/QtPorts.h"
+#include "app/frmMain.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela::test {
+
+/// Drives the modal dialogs to come, one after the other, while it lives. A dialog of another name, one too
+/// many, or one that does not come is a failure; a dialog that stays for ten seconds is closed.
+class ModalScript {
+  public:
+    using Step = std::function<void(QDialog&)>;
+    ModalScript();
+    ~ModalScript();
+    ModalScript(const ModalScript&) = delete;
+    ModalScript& operator=(const ModalScript&) = delete;
+    ModalScript& Then(const std::string& dialogName, Step step);
+
+  private:
+    void Look();
+    struct Expected {
+        std::string name;
+        Step step;
+    };
+    std::deque<Expected> steps_;
+    QTimer timer_;
+    int ticksInLast_ = 0;
+};
+
+/// A control by its name; a failure is added and the test ends (throws) when it is not there.
+template <typename Control>
+Control& Find(QWidget& window, const char* name) {
+    auto* control = window.findChild<Control*>(QString::fromUtf8(name));
+    if (control == nullptr)
+        throw std::runtime_error(std::string("no control named ") + name);
+    return *control;
+}
+
+void Click(QWidget& window, const char* button);
+std::string TextOf(QWidget& grid, int row, int column);
+
+/// Answers DBselectA with these datasets, once for each call.
+class FakeChooser {
+  public:
+    FakeChooser();
+    ~FakeChooser();
+    FakeChooser(const FakeChooser&) = delete;
+    FakeChooser& operator=(const FakeChooser&) = delete;
+    std::deque<std::vector<std::string>> answers;  ///< paths "file/dataset"
+};
+
+/// The main window over real databases with scripted boxes. Three levels LEVEL1 … LEVEL3 are made on demand.
+class WindowFixture : public DravikFixture {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Pressure and flow of known amplitude and phase at the period of test, with the valve curves.
+    void MakeLevel(const std::string& dataset, double depth, double flowAmplitude);
+    void MakeLevels();
+    std::string PathOf(const std::string& dataset) const { return DatabasePath() + "/" + dataset; }
+    /// Through File, Select Data..., Add, OK. Questions are answered by `ports.answers`.
+    void SelectThroughDialog(const std::vector<std::string>& datasets);
+    void Trigger(const char* menuEntry);
+    void SetTab(int tab);  // from 1
+
+    static constexpr std::int32_t period = 24000;  ///< hundredths of a second
+    QtPorts qtPorts;
+    FakeChooser chooser;
+    std::unique_ptr<frmMain> window;
+};
+
+}  // namespace vorela::test

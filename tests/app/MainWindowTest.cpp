@@ -1,0 +1,343 @@
+#include <gmock/gmock.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QScreen>
+#include <QStackedWidget>
+#include <QTabBar>
+#include <QTest>
+
+#include "analysis/ResultGridView.h"
+#include "analysis/modMain.h"
+#include "app/StartUp.h"
+#include "app/WindowPlace.h"
+#include "general/SettingsFile.h"
+#include "platform/DravikLibraries.h"
+#include "plot/TimeCursors.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
+#include "signal/modParameters.h"
+#include "tests/app/GuiSupport.h"
+
+namespace vorela::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class MainWindow : public WindowFixture {
+  protected:
+    /// Levels with all derived curves and cycles, selected: what the window shows of a finished job.
+    void FinishedJob(const std::vector<std::string>& datasets) {
+        ports.answers = {true, true, true};
+        std::vector<std::string> paths;
+        for (const std::string& dataset : datasets)
+            paths.push_back(PathOf(dataset));
+        chooser.answers.push_back(paths);
+        ModalScript script;
+        script.Then("frmSelectData", [](QDialog& dialog) {
+            Click(dialog, "cmdAdd");
+            Click(dialog, "cmdOK");
+        });
+        script.Then("frmFilteredCurves", [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+        Trigger("mnuFile0");
+        EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
+    }
+    ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
+    std::string Cell(const char* grid, int row, int column = 1) { return TextOf(GridOf(grid), row, column); }
+    void EditCell(const char* grid, int row) {
+        GridOf(grid).setCurrentCell(row, 1);
+        QTest::keyClick(&GridOf(grid), Qt::Key_F2);
+    }
+};
+
+struct MenuRow {
+    const char* name;
+    const char* caption;  // "" for a separator
+};
+
+TEST_F(MainWindow, MenusHaveTheirCaptionsAtTheirIndices) {
+    const MenuRow rows[] = {
+        {"mnuFile0", "Select &Data..."},
+        {"mnuFile1", ""},
+        {"mnuFile2", "&Save Interpretation Data to File..."},
+        {"mnuFile3", ""},
+        {"mnuFile4", "E&xit"},
+        {"mnuFile5", ""},
+        {"mnuFile6", "Save &Plot to File..."},
+        {"mnuFile7", "&Print Plot..."},
+        {"mnuEdit0", "&Parameters..."},
+        {"mnuView0", "&Cycle information..."},
+        {"mnuAction0", "&Create filtered P and QS curves..."},
+        {"mnuAction1", "&Reconstruct valve signal PVLSIG..."},
+        {"mnuAction2", "Re-calculate &Dravik filtered flow..."},
+        {"mnuAction3", ""},
+        {"mnuAction4", "Calculate cycle i&nfo..."},
+        {"mnuAction5", "Re-calculate cycle info using &PVLPOS..."},
+        {"mnuAction6", "Re-calculate cycle inf&o using unfiltered pressure and flow..."},
+        {"mnuPlot0", "&Scales..."},
+        {"mnuPlot1", "&Format..."},
+        {"mnuHelp0", "&Contents..."},
+        {"mnuHelp1", ""},
+        {"mnuHelp2", "&About..."},
+    };
+    std::vector<std::string> titles;
+    std::vector<std::string> shown;
+    std::vector<std::string> expected;
+    for (const QAction* menu : window->menuBar()->actions()) {
+        titles.push_back(menu->text().toStdString());
+        for (const QAction* entry : menu->menu()->actions())
+            shown.push_back(entry->objectName().toStdString() + " " +
+                            (entry->isSeparator() ? "" : entry->text()).toStdString());
+    }
+    for (const MenuRow& row : rows)
+        expected.push_back(std::string(row.name) + " " + row.caption);
+    EXPECT_THAT(titles, ElementsAre("&File", "&Edit", "&View", "&Action", "&Plot", "&Help"));
+    EXPECT_EQ(shown, expected);
+}
+
+TEST_F(MainWindow, WithoutDataOnlyWhatAsksForDataSaysSo) {
+    for (int tab = 1; tab <= 4; ++tab)
+        SetTab(tab);
+    EXPECT_TRUE(ports.boxes.empty());
+    for (const char* entry : {"mnuView0", "mnuAction0", "mnuFile6", "mnuFile7"}) {
+        ports.boxes.clear();
+        Trigger(entry);
+        ASSERT_EQ(ports.boxes.size(), 1U) << entry;
+        EXPECT_EQ(ports.boxes[0].title, "Vorela");
+        EXPECT_EQ(ports.boxes[0].text, "No data selected");
+    }
+}
+
+TEST_F(MainWindow, TabsStandForGridsThenDatasetsDeepestFirst) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2", "LEVEL3"});
+    const auto& strip = Find<QTabBar>(*window, "tsMain");
+    std::vector<std::string> names;
+    for (int i = 0; i < strip.count(); ++i)
+        names.push_back(strip.tabText(i).toStdString());
+    EXPECT_THAT(names,
+                ElementsAre("Level", "Interval", "Quicklook", "Summary", "LEVEL2", "LEVEL3", "LEVEL1"));
+    SetTab(4);
+    EXPECT_TRUE(GridOf("fgSummary").isVisible());
+    EXPECT_EQ(GridOf("fgSummary").item(0, 1)->toolTip(),
+              "Harmonic productivity index for interval (rps/psi)");
+    EXPECT_EQ(GridOf("fgSummary").rowCount(), 3);
+    SetTab(6);
+    EXPECT_TRUE(Find<QWidget>(*window, "picPlot").isVisible());
+    EXPECT_THAT(Find<QLabel>(*window, "lblCursors").text().toStdString(),
+                ::testing::MatchesRegex("\\[[0-9.]+\\] \\[[0-9.]+\\]"));
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(MainWindow, PageKeysStepThroughLevelsAndIntervalsAndStopAtTheEnds) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2", "LEVEL3"});
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    EXPECT_EQ(Cell("fgLevel", 3), "LEVEL2");
+    QTest::keyClick(window.get(), Qt::Key_PageDown);
+    EXPECT_EQ(Cell("fgLevel", 3), "LEVEL3");
+    QTest::keyClick(window.get(), Qt::Key_PageUp);
+    QTest::keyClick(window.get(), Qt::Key_PageUp);
+    EXPECT_EQ(Cell("fgLevel", 3), "LEVEL2");
+    SetTab(2);
+    QTest::keyClick(window.get(), Qt::Key_PageDown);
+    EXPECT_EQ(Cell("fgInterval", 13), "6000");
+    EXPECT_EQ(Find<QComboBox>(*window, "cboInterval").currentText(), "6050 to 6000");
+}
+
+TEST_F(MainWindow, TextEditorCommitsOnEnterLeavesOnEscapeAndStaysWhenRefused) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    SetTab(3);
+    auto& editor = Find<QLineEdit>(*window, "txtEdit");
+    EditCell("fgQuicklook", quicklookPorosityRow);
+    ASSERT_TRUE(editor.isVisible());
+    editor.setText("0.25");
+    QTest::keyClick(&editor, Qt::Key_Escape);
+    EXPECT_FALSE(editor.isVisible());
+    EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "1");
+
+    EditCell("fgQuicklook", quicklookPorosityRow);
+    editor.setText("0.25");
+    QTest::keyClick(&editor, Qt::Key_Return);
+    EXPECT_FALSE(editor.isVisible());
+    EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "0.25");
+    EXPECT_EQ(ReadIniString("Parameters", "1Porosity", "", SettingsFilePath()), "0.25");
+
+    const std::pair<std::size_t, const char*> refusals[] = {
+        {quicklookPorosityRow, "Porosity: Out of range"},
+        {quicklookViscosityRow, "Viscosity: Out of range"},
+        {quicklookCompressibilityRow, "Compressibility: Out of range"},
+        {quicklookHeightRow, "Height: Out of range"}};
+    for (const auto& [row, message] : refusals) {
+        ports.boxes.clear();
+        EditCell("fgQuicklook", static_cast<int>(row));
+        editor.setText("much");
+        QTest::keyClick(&editor, Qt::Key_Enter);
+        ASSERT_EQ(ports.boxes.size(), 1U);
+        EXPECT_EQ(ports.boxes[0].text, message);
+        EXPECT_TRUE(editor.isVisible());
+        EXPECT_EQ(editor.selectedText(), "much");
+        QTest::keyClick(&editor, Qt::Key_Escape);
+    }
+    // A cell that is computed opens nothing; typing into one that is entered begins with what was typed.
+    EditCell("fgQuicklook", 13);
+    EXPECT_FALSE(editor.isVisible());
+    GridOf("fgQuicklook").setCurrentCell(quicklookHeightRow, 1);
+    QTest::keyClick(&GridOf("fgQuicklook"), Qt::Key_7);
+    EXPECT_EQ(editor.text(), "7");
+}
+
+TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    auto& box = Find<QComboBox>(*window, "cboCycle");
+    EditCell("fgLevel", levelCycleNumberRow);
+    ASSERT_TRUE(box.isVisible());
+    EXPECT_EQ(box.itemText(box.count() - 1), "Window");
+    emit box.activated(box.count() - 1);
+    EXPECT_FALSE(box.isVisible());
+    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
+    EditCell("fgLevel", levelCycleNumberRow);
+    box.hidePopup();
+    QTest::keyClick(&box, Qt::Key_Escape);
+    EXPECT_FALSE(box.isVisible());
+    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
+}
+
+TEST_F(MainWindow, ControlCCopiesTheSelectedCellsByTabs) {
+    ResultGridView& grid = GridOf("fgLevel");
+    grid.setRangeSelected(QTableWidgetSelectionRange(2, 0, 3, 1), true);
+    QTest::keyClick(&grid, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->text(), "Database\t\nDataset\t");
+}
+
+TEST_F(MainWindow, SectionRowsKeepDarkTextInADarkTheme) {
+    QPalette dark;
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::white);
+    dark.setColor(QPalette::Button, Qt::darkGray);
+    dark.setColor(QPalette::Mid, QColor(40, 40, 40));
+    ResultGridView& grid = GridOf("fgLevel");
+    grid.setPalette(dark);
+    EXPECT_EQ(grid.item(1, 0)->background().color(), QColor(255, 224, 192));
+    EXPECT_EQ(grid.item(1, 0)->foreground().color(), QColor(Qt::black));
+    EXPECT_EQ(grid.item(0, 0)->foreground().color(), QColor(Qt::white));
+    EXPECT_EQ(grid.item(2, 1)->foreground().color(), QColor(Qt::white));
+}
+
+TEST_F(MainWindow, ColumnsAreAsWideAsDesignedOrAsTheirCaptionsNeed) {
+    EXPECT_EQ(PixelsFromTwips(2800, 96), 187);
+    EXPECT_EQ(PixelsFromTwips(2800, 192), 373);
+    for (const char* name : {"fgLevel", "fgInterval", "fgQuicklook", "fgSummary"}) {
+        const ResultGridView& grid = GridOf(name);
+        for (int row = 0; row < grid.rowCount(); ++row)
+            EXPECT_LE(grid.fontMetrics().horizontalAdvance(grid.item(row, 0)->text()), grid.columnWidth(0))
+                << name;
+    }
+    EXPECT_EQ(GridOf("fgSummary").columnWidth(3), PixelsFromTwips(1200, GridOf("fgSummary").logicalDpiX()));
+}
+
+TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
+    EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor1, 33.33F);
+    EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor2, 66.33F);
+    Find<TimeCursors>(*window, "cursors").setCursor1(12.5F);
+    EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor1, 12.5F);
+    window->close();
+    EXPECT_EQ(ReadIniString("Cursors", "Cursor1", "", SettingsFilePath()), "12.5");
+    EXPECT_EQ(ReadIniString("Cursors", "Cursor2", "", SettingsFilePath()), "66.33");
+    EXPECT_EQ(LoadedLibraries().databaseHandle, nullptr);
+    ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
+}
+
+TEST_F(MainWindow, TickAdvancesTheFirstPendingDatasetOnlyAndNeverDuringAnAction) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2", "LEVEL3"});
+    auto& datasets = CurrentSelection().datasets;
+    const std::int32_t before = datasets[2].extentB;
+    Presentation recording;
+    recording.recordingFlag = 1;
+    for (const char* dataset : {"LEVEL3", "LEVEL1"}) {
+        SetPresentation(dataset, recording);
+        Append(dataset, {"ZG", "psi", 0, [](std::int32_t) { return 1.0; }}, 50);
+    }
+    datasets[1].pendingFlag = datasets[2].pendingFlag = 1;
+    {
+        ModalScript script;
+        script.Then("frmParameters", [this](QDialog& dialog) {
+            window->TimerTick();
+            Click(dialog, "cmdCancel");
+        });
+        const std::int32_t extent = datasets[1].extentB;
+        Trigger("mnuEdit0");
+        EXPECT_EQ(datasets[1].extentB, extent);
+        window->TimerTick();
+        EXPECT_GT(datasets[1].extentB, extent);
+    }
+    EXPECT_EQ(datasets[2].extentB, before);
+}
+
+TEST_F(MainWindow, VanishedDatabaseIsReportedAndTheWindowGoesOn) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    ASSERT_TRUE(
+        QFile::rename(QString::fromStdString(DatabasePath()), QString::fromStdString(folder.File("away"))));
+    ports.answers = {true, true};
+    for (const char* entry : {"mnuAction1", "mnuAction2", "mnuAction4", "mnuAction5", "mnuAction6"}) {
+        ports.boxes.clear();
+        Trigger(entry);
+        EXPECT_FALSE(ports.boxes.empty()) << entry;
+    }
+    SetTab(5);
+    SetTab(1);
+    EXPECT_EQ(Cell("fgLevel", 3), "LEVEL2");
+    EXPECT_FALSE(window->ActionRunning());
+}
+
+TEST_F(MainWindow, GarbageInEverySettingStillOpensTheWindow) {
+    std::string garbage;
+    for (const char* section : {"Presentation", "Plot", "Parameters", "Dataset", "Cursors", "Window"}) {
+        garbage += std::string("[") + section + "]\n";
+        for (const char* key :
+             {"Period", "NumInts", "0CycleNo", "FilterN", "Spinner", "DFilt", "TimeRange", "Horizontal",
+              "NPlots", "Y1", "Cursor1", "Left", "Width", "Height", "PresCurveNum", "Fixed"})
+            garbage += std::string(key) + "=1e999 \xff\xfe;=\n";
+    }
+    WriteAll(SettingsFilePath(), garbage);
+    frmMain second(qtPorts);
+    EXPECT_TRUE(second.Load());
+    second.show();
+    const QRect screen = second.screen()->availableGeometry();
+    EXPECT_TRUE(screen.contains(second.geometry()))
+        << second.width() << " x " << second.height() << " on " << screen.width() << " x " << screen.height();
+}
+
+TEST(WindowPlace, StaysWhollyOnAScreen) {
+    const std::vector<QRect> screens{{0, 0, 1000, 800}, {1000, 0, 500, 600}};
+    EXPECT_EQ(PlaceOnScreens({100, 100, 300, 200}, screens), QRect(100, 100, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({5000, -900, 300, 200}, screens), QRect(700, 0, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({1100, 500, 300, 200}, screens), QRect(1100, 400, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({-50, -50, 4000, 3000}, screens), QRect(0, 0, 1000, 800));
+}
+
+TEST(WindowPlace, IsReadBackAsWritten) {
+    const TempFolder folder;
+    SetSettingsFilePath(folder.File("Vorela.ini"));
+    EXPECT_FALSE(ReadWindowPlace());
+    WriteWindowPlace({{-20, 30, 640, 480}, true});
+    const auto place = ReadWindowPlace();
+    ASSERT_TRUE(place);
+    EXPECT_EQ(place->normal, QRect(-20, 30, 640, 480));
+    EXPECT_TRUE(place->maximized);
+}
+
+}  // namespace
+}  // namespace vorela::test

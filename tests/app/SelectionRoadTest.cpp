@@ -1,0 +1,199 @@
+#include <gmock/gmock.h>
+
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTest>
+
+#include "analysis/modMain.h"
+#include "app/CurveChecks.h"
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "general/SettingsFile.h"
+#include "signal/modDFilt.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
+#include "tests/app/GuiSupport.h"
+
+namespace vorela::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class SelectionRoad : public WindowFixture {
+  protected:
+    /// Opens the dialog, presses Add once for each answer of the chooser, then does `rest`.
+    void InDialog(int adds, const ModalScript::Step& rest) {
+        ModalScript script;
+        script.Then("frmSelectData", [adds, rest](QDialog& dialog) {
+            for (int i = 0; i < adds; ++i)
+                Click(dialog, "cmdAdd");
+            rest(dialog);
+        });
+        Trigger("mnuFile0");
+    }
+    static std::vector<std::string> Lines(QDialog& dialog) {
+        const auto& list = Find<QListWidget>(dialog, "lstPasses");
+        std::vector<std::string> lines;
+        for (int i = 0; i < list.count(); ++i)
+            lines.push_back(list.item(i)->text().toStdString());
+        return lines;
+    }
+};
+
+TEST_F(SelectionRoad, DialogAddsRemovesAndCancelDiscardsTheWholeSelection) {
+    MakeLevels();
+    chooser.answers = {{PathOf("LEVEL1")}, {PathOf("LEVEL2"), PathOf("LEVEL3")}};
+    InDialog(2, [this](QDialog& dialog) {
+        EXPECT_THAT(Lines(dialog), ElementsAre("LEVEL1", "LEVEL2", "LEVEL3"));
+        EXPECT_EQ(Find<QLabel>(dialog, "lblDatabase").toolTip().toStdString(), DatabasePath());
+        EXPECT_EQ(Find<QComboBox>(dialog, "cboPressureCurve").currentText(), "ZG");
+        EXPECT_EQ(Find<QLabel>(dialog, "lblPresUnits").text(), "psi");
+        Find<QComboBox>(dialog, "cboFlowCurve").setCurrentText("RTC");
+        EXPECT_EQ(Find<QLabel>(dialog, "lblFlowUnits").text(), "rps");
+        auto& list = Find<QListWidget>(dialog, "lstPasses");
+        list.item(0)->setSelected(true);
+        list.item(2)->setSelected(true);
+        Click(dialog, "cmdRemove");
+        EXPECT_THAT(Lines(dialog), ElementsAre("LEVEL2"));
+        Click(dialog, "cmdCancel");
+    });
+    EXPECT_TRUE(CurrentSelection().datasets.empty());
+    EXPECT_EQ(Find<QTabBar>(*window, "tsMain").count(), 4);
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].text, "No data selected");
+    EXPECT_TRUE(ports.questions.empty());
+}
+
+TEST_F(SelectionRoad, RefusedDatasetsAreToldAndDoNotEnterTheSelection) {
+    MakeLevel("GOOD", 6000, 1);
+    AddCurve("DEPTHRUN", {"ZG", "psi", 10, [](std::int32_t) { return 1.0; }, 0, 10, 1.0F, 0.0F, 0});
+    AddCurve("NOVALVE", {"ZG", "psi", 10, [](std::int32_t) { return 1.0; }});
+    AddCurve("STRANGER", {"XX", "psi", 10, [](std::int32_t) { return 1.0; }});
+    chooser.answers = {
+        {PathOf("GOOD")}, {PathOf("GOOD")}, {PathOf("DEPTHRUN")}, {PathOf("NOVALVE")}, {PathOf("STRANGER")}};
+    InDialog(5, [](QDialog& dialog) {
+        EXPECT_THAT(Lines(dialog), ElementsAre("GOOD"));
+        Click(dialog, "cmdCancel");
+    });
+    std::vector<std::string> texts;
+    for (const ShownBox& box : ports.boxes)
+        texts.push_back(box.text);
+    EXPECT_THAT(
+        texts,
+        ElementsAre("This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: GOOD",
+                    "Selected datasets must be recorded against time (DEPTHRUN)",
+                    "Vorela valve curve is not in all datasets",
+                    "There are no common curves in the selected datasets", "No data selected"));
+}
+
+struct MissingCurves {
+    bool filtered;
+    bool valve;
+    bool dravikFlow;
+};
+
+TEST_F(SelectionRoad, QuestionsComeInTheirOrderForEveryCombinationOfMissingCurves) {
+    const auto line = [](std::int32_t t) { return t; };
+    for (int mask = 0; mask < 8; ++mask) {
+        const std::string name = "SET" + std::to_string(mask);
+        MakeLevel(name, 6000 + mask, 1);
+        if ((mask & 1) == 0)
+            AddCurves(name, {{"ZG_p", "psi", 20000, line}, {"RTC_qs", "rps", 20000, line}});
+        if ((mask & 2) == 0)
+            AddCurve(name, {"PVLSIG", "", 20000, line});
+        if ((mask & 4) == 0)
+            AddCurve(name, {"RTC_f", "rps", 20000, line});
+        InitialiseDatasetVariables();
+        ports.questions.clear();
+        ports.answers = {false, false, false};
+        SelectThroughDialog({name});
+        std::vector<std::string> asked;
+        for (const ShownBox& question : ports.questions) {
+            EXPECT_EQ(question.title, "Corvane Vorela");
+            asked.push_back(question.text);
+        }
+        std::vector<std::string> expected;
+        if ((mask & 1) != 0)
+            expected.emplace_back(
+                "Vorela filtered spinner and pressure curves don't exist in all of the selected "
+                "datasets.\r\rDo you want to create the filtered curves in the datasets?");
+        if ((mask & 2) != 0)
+            expected.emplace_back(
+                "The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected "
+                "datasets.\r\rDo you want to create the PVLSIG curve in the datasets?");
+        if ((mask & 4) != 0)
+            expected.emplace_back(
+                "The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets."
+                "\r\rDo you want to create the curve in the datasets?");
+        EXPECT_EQ(asked, expected) << name;
+        EXPECT_TRUE(ports.boxes.empty());
+    }
+}
+
+TEST_F(SelectionRoad, CurvesFilteredByTheAcquisitionSystemAreWarnedOf) {
+    MakeLevel("LONGVALVE", 6000, 1);
+    Append("LONGVALVE", ValveCurves({6000, period, 20000})[0], 10);
+    ports.answers = {false, false, false};
+    SelectThroughDialog({"LONGVALVE"});
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::information);
+    EXPECT_EQ(
+        ports.boxes[0].text,
+        "The selected datasets contain pressure and flow curves that have been filtered by Dravik.\r"
+        "This can adversely effect the phase angle calculation and distort Vorela's calculated outputs.\r\r"
+        "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
+}
+
+TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
+    MakeLevels();
+    ports.answers = {true, true, true};
+    chooser.answers.push_back({PathOf("LEVEL1"), PathOf("LEVEL2")});
+    ModalScript script;
+    script.Then("frmSelectData", [](QDialog& dialog) {
+        Click(dialog, "cmdAdd");
+        Click(dialog, "cmdOK");
+    });
+    script.Then("frmFilteredCurves", [](QDialog& dialog) {
+        EXPECT_EQ(Find<QLabel>(dialog, "lblOutputPressure").text(), "ZG_p");
+        EXPECT_EQ(Find<QLabel>(dialog, "lblOutputFlow").text(), "RTC_qs");
+        EXPECT_EQ(Find<QLabel>(dialog, "lblPercentage").text(), "0%");
+        Click(dialog, "cmdCreate");
+    });
+    Trigger("mnuFile0");
+    SetTab(3);
+    auto& grid = Find<QTableWidget>(*window, "fgQuicklook");
+    auto& editor = Find<QLineEdit>(*window, "txtEdit");
+    grid.setCurrentCell(quicklookPorosityRow, 1);
+    QTest::keyClick(&grid, Qt::Key_Return);
+    editor.setText("0.2");
+    QTest::keyClick(&editor, Qt::Key_Return);
+    SetTab(1);
+    auto& level = Find<QTableWidget>(*window, "fgLevel");
+    level.setCurrentCell(levelCycleNumberRow, 1);
+    QTest::keyClick(&level, Qt::Key_Return);
+    emit Find<QComboBox>(*window, "cboCycle").activated(1);
+    ports.saveFileAnswer = SaveFileChoice{folder.File("window.csv"), 1};
+    Trigger("mnuFile2");
+    ASSERT_EQ(ports.boxes.size(), 1U) << ports.boxes[0].text;
+    EXPECT_EQ(ports.boxes[0].text, "Created " + folder.File("window.csv"));
+    const std::string written = ReadAll(folder.File("window.csv"));
+    EXPECT_THAT(written, HasSubstr("Porosity (v/v),0.2\r\r\n"));
+    EXPECT_THAT(written, HasSubstr("Cycle number,2\r\r\n"));
+
+    WriteAll(folder.File("batch.ini"), "[Parameters]\nCompressibility=0.000003\n");
+    const CommandResult batch = test::Run(
+        std::string(VORELA_BIN_DIR "/vorela-batch '") + DatabasePath() + "' LEVEL1 LEVEL2 --settings '" +
+        folder.File("batch.ini") + "' --set Parameters.1Porosity=0.2 --set Parameters.0CycleNo=2 --export '" +
+        folder.File("batch.csv") + "'");
+    ASSERT_EQ(batch.status, 0) << batch.err;
+    EXPECT_EQ(ReadAll(folder.File("batch.csv")), written);
+}
+
+}  // namespace
+}  // namespace vorela::test
