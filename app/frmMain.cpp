@@ -50,7 +50,8 @@ constexpr int intervalTab = 2;
 constexpr int quicklookTab = 3;
 constexpr int summaryTab = 4;
 constexpr double largestFirstShare = 0.9;  // of the screen, before the user chose a size
-constexpr int plotPage = 4;                // position in the stack of pages
+constexpr int statusMargin = 8;
+constexpr int plotPage = 4;  // position in the stack of pages
 
 constexpr const char* stepLoad = "Load Failed";
 constexpr const char* stepUpdate = "Updating main window";
@@ -113,6 +114,7 @@ frmMain::frmMain(QtPorts& ports, QWidget* parent)
     BuildPlotPage();
     lblSelection_ = new QLabel(this);
     lblSelection_->setObjectName(QStringLiteral("lblSelection"));
+    lblSelection_->setContentsMargins(statusMargin, 0, statusMargin, 0);
     progBar_ = new QProgressBar(this);
     progBar_->setObjectName(QStringLiteral("progBar"));
     progBar_->setTextVisible(false);
@@ -311,8 +313,8 @@ void frmMain::FillChoosers() {
     FillChooser(*ui_->cboInterval, labels, static_cast<int>(shown.interval) - 1);
     QString selected = tr("No data selected");
     if (!datasets.empty())
-        selected = tr("%n level(s)", nullptr, static_cast<int>(datasets.size())) + QStringLiteral(", ") +
-                   Text(CurrentSelection().choice.pressure) + QStringLiteral(" / ") +
+        selected = (datasets.size() == 1 ? tr("1 level") : tr("%1 levels").arg(datasets.size())) +
+                   QStringLiteral(", ") + Text(CurrentSelection().choice.pressure) + QStringLiteral(" / ") +
                    Text(CurrentSelection().choice.flow);
     lblSelection_->setText(selected);
 }

@@ -101,8 +101,10 @@ void frmSelectData::resizeEvent(QResizeEvent* event) {
 
 void frmSelectData::Add() {
     ui_->lstPasses->setCurrentRow(-1);
-    if (AddDatasets())
-        PopulateControls();
+    if (!AddDatasets())
+        return;
+    PopulateControls();
+    ui_->cmdOK->setFocus();
 }
 
 void frmSelectData::Remove() {

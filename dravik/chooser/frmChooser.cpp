@@ -51,6 +51,11 @@ void SetNumber(Line& line, int column, const QString& text, double value) {
     line.setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
 }
 
+QString CountText(std::size_t count) {
+    return count == 1 ? QObject::tr("1 dataset.")
+                      : QObject::tr("%1 datasets; several can be chosen.").arg(count);
+}
+
 std::unique_ptr<Line> MakeLine(const DatasetListing& listing, bool metres) {
     auto line = std::make_unique<Line>();
     const QString unit = metres ? QStringLiteral(" m") : QStringLiteral(" ft");
@@ -99,6 +104,8 @@ frmChooser::frmChooser(const DkBaseApi& api, QWidget* parent)
         OpenFile(ui_->cboFile->itemText(0));
     else
         List();
+    if (list.topLevelItemCount() > 0)
+        list.setFocus();
 }
 
 frmChooser::~frmChooser() = default;
@@ -142,9 +149,7 @@ void frmChooser::List() {
         if (listings) {
             for (const DatasetListing& listing : *listings)
                 list.addTopLevelItem(MakeLine(listing, metres).release());
-            hint = listings->empty() ? tr("The database holds no datasets.")
-                                     : tr("%n dataset(s); several can be chosen.", nullptr,
-                                          static_cast<int>(listings->size()));
+            hint = listings->empty() ? tr("The database holds no datasets.") : CountText(listings->size());
         }
     }
     for (int column = 0; column < columnCount; ++column)
