@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "plot/TimeRange.h"
+
 class QPrinter;
 
 namespace vorela {
@@ -16,13 +18,14 @@ struct PlotFileOptions {
     int height = 800;
     int resolution = 96;       ///< dots per inch: a PNG has width × resolution / 96 pixels
     bool monochrome = false;
-    std::optional<std::pair<float, float>> cursors;  ///< cursor lines, percent of the time range; none when empty
+    std::optional<std::pair<double, double>> cursors;  ///< cursor lines, seconds; none when empty
+    std::optional<TimeSpan> span;  ///< what is shown, where it is not the span that the time options choose
 };
 
 /// The ending is one of .png, .svg, .pdf (any case).
 bool IsPlotFileName(const std::string& path);
 
-/// Writes the plot; the format follows from the ending. The file appears complete or not at all. False after a message
+/// Writes the plot; the presentation options stay as they are. The format follows from the ending. The file appears complete or not at all. False after a message
 /// box or report that names the file or what is wrong with the data.
 bool SavePlot(const std::string& path, const PlotFileOptions& options);
 

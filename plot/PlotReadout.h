@@ -8,6 +8,8 @@
 
 namespace vorela {
 
+struct PlotDrawing;
+
 /// One plotted curve at both cursors; nothing where there is no sample (gap, outside the record).
 struct CursorValue {
     std::string curve;
@@ -20,12 +22,19 @@ struct PlotReadout {
     bool valid = false;  ///< a plot is shown
     double time1 = 0;    ///< s, on the plot's time axis
     double time2 = 0;
-    double difference = 0;  ///< cursor 2 less cursor 1, s
+    double difference = 0;          ///< cursor 2 less cursor 1, s
     std::optional<double> periods;  ///< the difference in periods of test
     std::vector<CursorValue> values;
 };
 
-/// A value as the strip shows it: six significant digits at least, so that neighbouring samples differ.
+/// Reads the shown curves of the drawing's first dataset at two times (hundredths of a second), from the database where
+/// they are not in memory. Values that cannot be read are left empty, after a report.
+PlotReadout ReadCursors(const PlotDrawing& drawing, double time1, double time2);
+
+/// A value as the strip shows it: seven significant digits, so that neighbouring single-precision samples differ, "-" for
+/// none.
 std::string ReadoutText(const std::optional<double>& value);
+/// Times as they are typed and read: at least to the hundredth of a second.
+std::string ReadoutTimeText(double seconds);
 
 }  // namespace vorela

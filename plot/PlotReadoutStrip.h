@@ -4,7 +4,6 @@
 
 #include <QWidget>
 
-class QTableWidget;
 class QLabel;
 
 namespace vorela {
@@ -15,7 +14,7 @@ class PlotReadoutStrip : public QWidget {
     Q_OBJECT
 
   public:
-    /// Follows `plot`, which must outlive it or be its sibling.
+    /// Follows `plot` as long as that lives.
     explicit PlotReadoutStrip(PlotWidget* plot, QWidget* parent = nullptr);
 
   private:

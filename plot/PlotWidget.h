@@ -7,10 +7,12 @@
 //     plot->ConnectCursors(cursors);   // both ways: positions, margin, visible part, double-click
 #pragma once
 
-#include <QImage>
 #include <QWidget>
 #include <cstddef>
 #include <memory>
+
+#include "plot/PlotData.h"
+#include "plot/PlotFile.h"
 
 namespace vorela {
 
@@ -42,10 +44,16 @@ class PlotWidget : public QWidget {
     /// Wires the control under this plot with it, both ways.
     void ConnectCursors(TimeCursors* cursors);
 
-    /// Values at the cursors, as the strip shows them; read from the database when they are not in memory.
+    /// Values at the cursors, as the strip shows them; up to date when ReadoutChanged is raised.
     const PlotReadout& Readout() const;
 
+    /// True while another part of the time axis is seen than the time options choose.
     bool IsZoomed() const;
+    /// How to save or print what is seen now (size, span, dataset, cursors).
+    PlotFileOptions FileOptions() const;
+
+    QSize sizeHint() const override { return {800, 480}; }
+    QSize minimumSizeHint() const override { return {80, 60}; }
 
   public slots:
     /// Asks for the position of cursor 1 or 2 in seconds and puts it there.
@@ -61,10 +69,11 @@ class PlotWidget : public QWidget {
     /// The visible part of the chosen time range in percent (0 to 100 when not zoomed).
     void VisibleSpanChanged(double fromPercent, double toPercent);
     void ReadoutChanged();
-    /// The user made the zone between the cursors the specific zone: settings are written, the plot needs a redraw.
+    /// The user made the zone between the cursors the specific zone: settings are written, the plot is drawn anew.
     void ScalesChanged();
 
   protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -77,6 +86,23 @@ class PlotWidget : public QWidget {
 
   private:
     struct State;
+    enum class Drag { none, cursor1, cursor2, zoom, pan };
+
+    bool Draw(TimeMode mode, TimeSpan span, bool verify);
+    void Redraw();
+    void ClearPicture();
+    void View(TimeSpan span);
+    void AnnounceLayout();
+    void RefreshReadout();
+    TimeSpan ViewLimits() const;
+    double CursorTime(int cursor) const;
+    double CursorX(int cursor) const;
+    int CursorNear(const QPoint& position) const;
+    bool PutCursor(int cursor, double time);
+    void DragCursor(int cursor, double x);
+    void SetSpecificZoneFromCursors();
+    void BringCursorsIntoView();
+
     std::unique_ptr<State> state_;
 };
 

@@ -4,6 +4,10 @@
 #include <QDialog>
 #include <memory>
 
+#include "plot/modPlotFormat.h"
+
+class QButtonGroup;
+
 namespace Ui {
 class frmPlotFormat;
 }
@@ -23,7 +27,16 @@ class frmPlotFormat : public QDialog {
     void Applied();
 
   private:
+    /// The option buttons `name`0, `name`1, … as a group whose ids are their indices.
+    QButtonGroup* Group(const QString& name);
+    void Fill();
+    PlotFormatForm Read() const;
+
     std::unique_ptr<Ui::frmPlotFormat> ui_;
+    QButtonGroup* y1_;
+    QButtonGroup* y2_;
+    QButtonGroup* mod_;
+    QButtonGroup* flow_;
 };
 
 }  // namespace vorela

@@ -2,7 +2,14 @@
 #pragma once
 
 #include <QDialog>
+#include <array>
 #include <memory>
+
+#include "plot/modPlotScales.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
 
 namespace Ui {
 class frmPlotScales;
@@ -23,10 +30,21 @@ class frmPlotScales : public QDialog {
     void Applied();
 
   private:
+    /// The controls of one axis frame.
+    struct AxisControls {
+        QCheckBox* autoscale;
+        QLineEdit* minimum;
+        QLineEdit* maximum;
+        QLabel* units;
+    };
+
+    void Fill();
+    ScalesForm Read() const;
     bool Validate();
     void EnableTimeControls();
 
     std::unique_ptr<Ui::frmPlotScales> ui_;
+    std::array<AxisControls, quantityCount> axes_{};  ///< by quantity code
 };
 
 }  // namespace vorela

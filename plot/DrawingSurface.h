@@ -1,0 +1,84 @@
+// What the plot is drawn on. Coordinates are device units of 1/96 inch from the top left corner of the picture, whatever
+// the resolution; a surface with finer pixels says so.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace vorela {
+
+struct Colour {
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    bool operator==(const Colour&) const = default;
+};
+
+enum class LineStyle { solid, dotted, none };
+
+struct PenDescription {
+    LineStyle style = LineStyle::solid;
+    int width = 1;  ///< device units
+    Colour colour;
+    bool operator==(const PenDescription&) const = default;
+};
+
+struct FontDescription {
+    std::string typeface = "Arial";
+    int height = 16;   ///< device units
+    int weight = 400;  ///< normal
+    int escapement = 0;
+    bool italic = false;
+    bool underline = false;
+};
+
+/// Where the given point lies on a text; values of the classic graphics device interface.
+enum class TextAlignment { topLeft = 0, bottomLeft = 8, bottomRight = 10, bottomCentre = 14 };
+
+struct DevicePoint {
+    double x = 0;
+    double y = 0;
+    bool operator==(const DevicePoint&) const = default;
+};
+
+struct PictureSize {
+    double width = 0;
+    double height = 0;
+};
+
+/// A pen, brush or font of a surface; 0 is none.
+using DrawingObject = int;
+enum class StockObject { systemFont };
+
+class DrawingSurface {
+  public:
+    virtual ~DrawingSurface() = default;
+
+    /// Readies the surface; false when there is nothing to draw on. End() follows a Begin() that succeeded.
+    virtual bool Begin() = 0;
+    virtual void End() = 0;
+    virtual PictureSize Size() const = 0;  ///< device units
+    /// Device pixels per device unit, at least 1 for everything finer than 96 dots per inch.
+    virtual double PixelsPerUnit() const = 0;
+
+    virtual DrawingObject CreatePen(const PenDescription& pen) = 0;
+    virtual DrawingObject CreateBrush(Colour colour) = 0;
+    virtual DrawingObject CreateFont(const FontDescription& font) = 0;
+    virtual DrawingObject GetStockObject(StockObject object) = 0;
+    virtual void SelectObject(DrawingObject object) = 0;
+    virtual void DeleteObject(DrawingObject object) = 0;
+
+    virtual void MoveTo(DevicePoint point) = 0;
+    virtual void LineTo(DevicePoint point) = 0;
+    virtual void Polyline(std::span<const DevicePoint> points) = 0;
+    /// Smooth edges for the lines that follow. Off for dense data: smoothing a zig-zag costs a hundred times more and
+    /// shows less.
+    virtual void SetSmooth(bool smooth) = 0;
+    virtual void SetTextAlign(TextAlignment alignment) = 0;
+    virtual void TextOut(DevicePoint point, const std::string& text) = 0;
+    /// Width of a text in the selected font, device units.
+    virtual double TextWidth(const std::string& text) = 0;
+};
+
+}  // namespace vorela

@@ -1,0 +1,157 @@
+#include "plot/PainterSurface.h"
+
+#include <QFontMetricsF>
+#include <QPainterPath>
+#include <algorithm>
+
+namespace vorela {
+namespace {
+
+/// What is behind a text: bright enough to read it, clear enough to see the curve under it.
+const QColor textGround(255, 255, 255, 170);
+
+QColor ToQColor(Colour colour) { return {colour.red, colour.green, colour.blue}; }
+QPointF ToQPoint(DevicePoint point) { return {point.x, point.y}; }
+
+/// The font whose line (ascent and descent) is `height` units high, the same on every device.
+QFont FontOfHeight(const FontDescription& description) {
+    QFont font(QString::fromStdString(description.typeface));
+    font.setStyleHint(QFont::SansSerif);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setWeight(static_cast<QFont::Weight>(description.weight));
+    font.setItalic(description.italic);
+    font.setUnderline(description.underline);
+    constexpr int trial = 100;
+    font.setPixelSize(trial);
+    const double share = QFontMetricsF(font).height() / trial;
+    font.setPixelSize(std::max(1, static_cast<int>(description.height / share)));
+    return font;
+}
+
+}  // namespace
+
+QPen ToQPen(const PenDescription& pen) {
+    QPen result(ToQColor(pen.colour), pen.width);
+    if (pen.style == LineStyle::none)
+        result.setStyle(Qt::NoPen);
+    if (pen.style == LineStyle::dotted) {
+        result.setStyle(Qt::DotLine);
+        result.setCapStyle(Qt::FlatCap);
+    }
+    return result;
+}
+
+bool PainterSurface::Begin() {
+    if (target_.device == nullptr || !(target_.size.width >= 1) || !(target_.size.height >= 1) ||
+        !painter_.begin(target_.device))
+        return false;
+    painter_.scale(target_.painterScale, target_.painterScale);
+    painter_.fillRect(QRectF(0, 0, target_.size.width, target_.size.height), Qt::white);
+    return true;
+}
+
+void PainterSurface::End() {
+    Flush();
+    painter_.end();
+}
+
+DrawingObject PainterSurface::CreatePen(const PenDescription& pen) {
+    pens_[++last_] = ToQPen(pen);
+    return last_;
+}
+
+DrawingObject PainterSurface::CreateBrush(Colour colour) {
+    brushes_[++last_] = QBrush(ToQColor(colour));
+    return last_;
+}
+
+DrawingObject PainterSurface::CreateFont(const FontDescription& font) {
+    fonts_[++last_] = FontOfHeight(font);
+    return last_;
+}
+
+DrawingObject PainterSurface::GetStockObject(StockObject) {
+    fonts_[++last_] = QFont();
+    return last_;
+}
+
+void PainterSurface::SelectObject(DrawingObject object) {
+    if (const auto pen = pens_.find(object); pen != pens_.end()) {
+        if (object == selectedPen_)
+            return;
+        Flush();
+        selectedPen_ = object;
+        painter_.setPen(pen->second);
+    } else if (const auto font = fonts_.find(object); font != fonts_.end()) {
+        Flush();
+        painter_.setFont(font->second);
+    } else if (const auto brush = brushes_.find(object); brush != brushes_.end()) {
+        painter_.setBackground(brush->second);
+    }
+}
+
+void PainterSurface::DeleteObject(DrawingObject object) {
+    Flush();
+    pens_.erase(object);
+    brushes_.erase(object);
+    fonts_.erase(object);
+}
+
+void PainterSurface::MoveTo(DevicePoint point) { position_ = ToQPoint(point); }
+
+void PainterSurface::LineTo(DevicePoint point) {
+    lines_.emplace_back(position_, ToQPoint(point));
+    position_ = ToQPoint(point);
+}
+
+void PainterSurface::Polyline(std::span<const DevicePoint> points) {
+    for (std::size_t i = 1; i < points.size(); ++i)
+        lines_.emplace_back(ToQPoint(points[i - 1]), ToQPoint(points[i]));
+}
+
+void PainterSurface::SetSmooth(bool smooth) {
+    Flush();
+    painter_.setRenderHint(QPainter::Antialiasing, smooth);
+}
+
+void PainterSurface::Flush() {
+    if (lines_.empty())
+        return;
+    if (target_.isVector) {
+        QPainterPath path;
+        for (const QLineF& line : lines_) {
+            if (path.elementCount() == 0 || path.currentPosition() != line.p1())
+                path.moveTo(line.p1());
+            path.lineTo(line.p2());
+        }
+        painter_.setBrush(Qt::NoBrush);
+        painter_.drawPath(path);
+    } else {
+        painter_.drawLines(lines_.data(), static_cast<int>(lines_.size()));
+    }
+    lines_.clear();
+}
+
+void PainterSurface::TextOut(DevicePoint point, const std::string& text) {
+    Flush();
+    const QString string = QString::fromStdString(text);
+    const QFontMetricsF metrics(painter_.font());
+    const double width = metrics.horizontalAdvance(string);
+    double left = point.x;
+    if (alignment_ == TextAlignment::bottomCentre)
+        left -= width / 2;
+    else if (alignment_ == TextAlignment::bottomRight)
+        left -= width;
+    const double top = alignment_ == TextAlignment::topLeft ? point.y : point.y - metrics.height();
+    painter_.fillRect(QRectF(left, top, width, metrics.height()), textGround);
+    const QPen pen = painter_.pen();
+    painter_.setPen(Qt::black);
+    painter_.drawText(QPointF(left, top + metrics.ascent()), string);
+    painter_.setPen(pen);
+}
+
+double PainterSurface::TextWidth(const std::string& text) {
+    return QFontMetricsF(painter_.font()).horizontalAdvance(QString::fromStdString(text));
+}
+
+}  // namespace vorela

@@ -1,0 +1,88 @@
+// Plot data assembly: which curve stands for which quantity, over which time range, with which values and vertical ranges.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plot/CurveSamples.h"
+#include "plot/TimeRange.h"
+#include "plot/modPlotFormat.h"
+#include "plot/modPlotScales.h"
+
+namespace vorela {
+
+/// A sample (low = high), the minimum and maximum of a dense column, or a break of the line.
+struct CurvePoint {
+    double time = 0;  ///< hundredths of a second; of a column its middle
+    float low = 0;
+    float high = 0;
+    bool IsBreak() const { return std::isnan(low); }
+};
+
+/// The values of one curve over the span, one break at most between two runs.
+struct CurvePoints {
+    std::int32_t step = 0;
+    bool dense = false;  ///< columns of minima and maxima, else the samples themselves
+    std::vector<CurvePoint> points;
+    DataExtent extent;
+};
+/// Reads the points of a span (hundredths of a second) every SamplingStep. Between samples that lie on both sides of an
+/// end of the span the line goes on to that end.
+CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted);
+
+struct PlottedCurve {
+    Quantity quantity = Quantity::pressure;
+    std::string name;  ///< "ZG"
+    std::string unit;  ///< "psi"
+    CurvePoints values;
+};
+
+struct DatasetPlot {
+    std::size_t dataset = 0;  ///< position in the selection
+    std::vector<PlottedCurve> curves;  ///< those that exist, by quantity code
+    const PlottedCurve* Find(Quantity quantity) const;
+};
+
+struct AxisRange {
+    double minimum = 0;
+    double maximum = 1;
+};
+
+/// All that a drawing needs to know of the data.
+struct PlotInformation {
+    TimeSpan span;                  ///< plotted
+    std::int32_t elapsedOrigin = 0; ///< hundredths of a second; what the time axis counts from
+    std::array<AxisRange, quantityCount> axes;  ///< by quantity code
+    std::string title;              ///< of the single plot
+    std::vector<DatasetPlot> datasets;
+};
+
+enum class TimeMode {
+    chosen,  ///< as the time options say
+    follow,  ///< the same, but a fixed range moves forward page by page once data lie beyond it
+    zoomed,  ///< a span of the viewer's; the presentation options stay as they are
+};
+
+struct PlotRequest {
+    std::vector<std::size_t> datasets;
+    std::int32_t pointsWanted = 1000;  ///< width of the plot area in device pixels
+    TimeMode mode = TimeMode::chosen;
+    TimeSpan zoom;        ///< of TimeMode::zoomed
+    bool verify = true;   ///< look whether curves in memory were made anew
+};
+
+/// True when the plot can be drawn. Otherwise false with a message for the plot driver's box; the message is empty when the
+/// failure was reported already. Shows the messages about curves that another one stands in for. Sets the plotted range
+/// and the plotted axis ranges of the presentation options, unless zoomed.
+bool GetPlotInformation(const PlotRequest& request, PlotInformation& information, std::string& message);
+
+/// The curve that stands for each quantity under this format, whether it exists or not; `fallbacks` gets the messages
+/// about curves that are not there.
+std::array<std::string, quantityCount> ChooseCurveNames(const PlotFormatOptions& format,
+                                                        std::vector<std::string>& fallbacks);
+
+}  // namespace vorela
