@@ -10,6 +10,9 @@ namespace {
 /// What is behind a text: bright enough to read it, clear enough to see the curve under it.
 const QColor textGround(255, 255, 255, 170);
 
+/// Kept free above and below, for the lines that a text stands on; device units.
+constexpr double textInset = 2;
+
 QColor ToQColor(Colour colour) { return {colour.red, colour.green, colour.blue}; }
 QPointF ToQPoint(DevicePoint point) { return {point.x, point.y}; }
 
@@ -143,7 +146,7 @@ void PainterSurface::TextOut(DevicePoint point, const std::string& text) {
     else if (alignment_ == TextAlignment::bottomRight)
         left -= width;
     const double top = alignment_ == TextAlignment::topLeft ? point.y : point.y - metrics.height();
-    painter_.fillRect(QRectF(left, top, width, metrics.height()), textGround);
+    painter_.fillRect(QRectF(left, top, width, metrics.height()).adjusted(0, textInset, 0, -textInset), textGround);
     const QPen pen = painter_.pen();
     painter_.setPen(Qt::black);
     painter_.drawText(QPointF(left, top + metrics.ascent()), string);

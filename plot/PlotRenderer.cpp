@@ -72,15 +72,15 @@ struct Cell {
     int Vertical() const { return DrawnGridlines(format.vertical); }
     double GridlineY(int i) const { return i == Horizontal() ? area.bottom : area.top + i * area.rowSpacing; }
     double GridlineX(int i) const { return i == Vertical() ? area.right : area.left + i * area.columnSpacing; }
-    /// The value that stands at a gridline of an axis.
+    /// The value that a gridline stands for: exact parts of the range, which the rounded place of the line is nearest to.
     std::string ValueText(Quantity quantity, int i) const {
         const AxisRange& axis = information.axes[IndexOf(quantity)];
-        const double share = (area.bottom - GridlineY(i)) / (area.bottom - area.top);
-        return FormatNumber(axis.minimum + share * (axis.maximum - axis.minimum));
+        return FormatNumber(axis.maximum - (axis.maximum - axis.minimum) * i / Horizontal());
     }
     std::string TimeText(int i) const {
-        const PlotScale scale(area, information.span, {});
-        return FormatNumber((scale.Time(GridlineX(i)) - information.elapsedOrigin) / 100.0);
+        const TimeSpan& span = information.span;
+        const double time = span.start + (static_cast<double>(span.end) - span.start) * i / Vertical();
+        return FormatNumber((time - information.elapsedOrigin) / 100.0);
     }
     double TopTextWidth(const std::optional<Quantity>& quantity) const {
         return quantity ? surface.TextWidth(ValueText(*quantity, 0)) + 2 * layout.gap : 0;
