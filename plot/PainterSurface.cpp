@@ -1,8 +1,11 @@
 #include "plot/PainterSurface.h"
 
 #include <QFontMetricsF>
+#include <QImage>
 #include <QPainterPath>
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace vorela {
 namespace {
@@ -30,6 +33,48 @@ QFont FontOfHeight(const FontDescription& description) {
     font.setPixelSize(std::max(1, static_cast<int>(description.height / share)));
     return font;
 }
+
+/// Fills level and upright lines of one pen into a picture.
+class PixelFiller {
+  public:
+    PixelFiller(QImage& picture, const QPen& pen, double scale)
+        : bits_(reinterpret_cast<QRgb*>(picture.bits())),
+          stride_(picture.bytesPerLine() / static_cast<qsizetype>(sizeof(QRgb))),
+          width_(picture.width()),
+          height_(picture.height()),
+          colour_(pen.color().rgb()),
+          scale_(scale),
+          thickness_(std::max(1, static_cast<int>(std::lround(pen.widthF() * scale)))) {}
+
+    void Fill(const QLineF& line) {
+        const bool upright = line.x1() == line.x2();
+        const auto [left, right] = Pixels(line.x1(), line.x2(), upright ? thickness_ : 1, width_);
+        const auto [top, bottom] = Pixels(line.y1(), line.y2(), upright ? 1 : thickness_, height_);
+        for (qsizetype y = top; y < bottom; ++y)
+            for (qsizetype x = left; x < right; ++x)
+                bits_[y * stride_ + x] = colour_;
+    }
+
+  private:
+    /// First pixel and the one behind the last, inside the picture.
+    std::pair<int, int> Pixels(double a, double b, int thickness, int extent) const {
+        const double half = (thickness - 1) / 2.0;
+        const double first = std::min(a, b) * scale_ - half;
+        const double last = std::max(a, b) * scale_ - half;
+        const auto inside = [&](double pixel) {
+            return static_cast<int>(std::lround(std::clamp(pixel, -1.0, static_cast<double>(extent))));
+        };
+        return {std::max(inside(first), 0), std::min(inside(last) + thickness, extent)};
+    }
+
+    QRgb* bits_;
+    qsizetype stride_;
+    int width_;
+    int height_;
+    QRgb colour_;
+    double scale_;
+    int thickness_;
+};
 
 }  // namespace
 
@@ -120,19 +165,36 @@ void PainterSurface::SetSmooth(bool smooth) {
 void PainterSurface::Flush() {
     if (lines_.empty())
         return;
+    const bool solid = painter_.pen().style() == Qt::SolidLine;
     if (target_.isVector) {
-        QPainterPath path;
-        for (const QLineF& line : lines_) {
-            if (path.elementCount() == 0 || path.currentPosition() != line.p1())
-                path.moveTo(line.p1());
-            path.lineTo(line.p2());
-        }
-        painter_.setBrush(Qt::NoBrush);
-        painter_.drawPath(path);
+        PaintAsPath();
     } else {
+        if (target_.pixels != nullptr && solid && !painter_.testRenderHint(QPainter::Antialiasing))
+            FillStraightLines();
         painter_.drawLines(lines_.data(), static_cast<int>(lines_.size()));
     }
     lines_.clear();
+}
+
+void PainterSurface::PaintAsPath() {
+    QPainterPath path;
+    for (const QLineF& line : lines_) {
+        if (path.elementCount() == 0 || path.currentPosition() != line.p1())
+            path.moveTo(line.p1());
+        path.lineTo(line.p2());
+    }
+    painter_.setBrush(Qt::NoBrush);
+    painter_.drawPath(path);
+}
+
+void PainterSurface::FillStraightLines() {
+    PixelFiller filler(*target_.pixels, painter_.pen(), target_.painterScale);
+    std::erase_if(lines_, [&](const QLineF& line) {
+        if (line.x1() != line.x2() && line.y1() != line.y2())
+            return false;
+        filler.Fill(line);
+        return true;
+    });
 }
 
 void PainterSurface::TextOut(DevicePoint point, const std::string& text) {

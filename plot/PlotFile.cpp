@@ -73,6 +73,7 @@ bool DrawPng(QIODevice& file, const PlotFileOptions& options) {
         throw RunTimeError{error_number::outOfMemory, source, "The picture is too large"};
     PainterSurface::Target target = TargetOf(options);
     target.device = &image;
+    target.pixels = &image;
     target.painterScale = scale;
     if (!DrawOn(target, options))
         return false;

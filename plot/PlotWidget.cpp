@@ -170,7 +170,7 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     {
         const OnceMessages once(s.told);
         PainterSurface surface({picture.isNull() ? nullptr : &picture,
-                                {static_cast<double>(width()), static_cast<double>(height())}, ratio, ratio, false});
+                                {static_cast<double>(width()), static_cast<double>(height())}, ratio, ratio, false, &picture});
         drawn = RunPlotDriver(surface, request, {}, next);
     }
     s.drawing = false;

@@ -92,7 +92,7 @@ class Record {
 
 void DrawOnce(TimeMode mode, const TimeSpan& span) {
     QImage picture(pictureWidth, pictureHeight, QImage::Format_RGB32);
-    PainterSurface surface({&picture, {pictureWidth, pictureHeight}, 1, 1, false});
+    PainterSurface surface({&picture, {pictureWidth, pictureHeight}, 1, 1, false, &picture});
     PlotRequest request;
     request.datasets = {0};
     request.mode = mode;
@@ -157,10 +157,11 @@ void CursorDrag(benchmark::State& state) {
     plot.show();
     if (!plot.ShowDataset(0))
         throw std::runtime_error("the plot was not drawn");
+    QImage window(pictureWidth, pictureHeight, QImage::Format_RGB32);
     float percent = 10;
     for (auto _ : state) {
         plot.SetCursors(percent, 90);
-        plot.repaint();
+        plot.render(&window);
         percent = percent < 80 ? percent + 0.1F : 10;
     }
 }
@@ -170,7 +171,7 @@ void CursorReadout(benchmark::State& state) {
     const Record record(state.range(0));
     PlotDrawing drawing;
     QImage picture(pictureWidth, pictureHeight, QImage::Format_RGB32);
-    PainterSurface surface({&picture, {pictureWidth, pictureHeight}, 1, 1, false});
+    PainterSurface surface({&picture, {pictureWidth, pictureHeight}, 1, 1, false, &picture});
     PlotRequest request;
     request.datasets = {0};
     RunPlotDriver(surface, request, {}, drawing);
