@@ -19,6 +19,13 @@ namespace {
 
 enum ExitStatus { done = 0, failed = 1, badUsage = 2 };
 
+void AddStepOption(CLI::App& command, std::optional<std::int16_t>& step) {
+    command
+        .add_option("--step", step,
+                    "Put samples on an even grid of so many hundredths, each at its nearest point")
+        ->check(CLI::Range(1, 32767));
+}
+
 void AddSimulate(CLI::App& app) {
     struct Arguments {
         SimulateRequest request;
@@ -38,6 +45,83 @@ void AddSimulate(CLI::App& app) {
     command->callback([arguments] {
         arguments->request.simulation = MakeSimulation(arguments->simulation);
         Simulate(arguments->request);
+    });
+}
+
+void AddImport(CLI::App& app) {
+    auto request = std::make_shared<ImportRequest>();
+    CLI::App* command = app.add_subcommand(
+        "import",
+        "Import CSV or LAS 2.0 files, each as a dataset; of a file with a fault nothing is imported");
+    command->add_option("DB", request->database, "Database file; created when absent")->required();
+    command->add_option("FILE", request->files, "FILE.csv or FILE.las ...")->required();
+    command->add_option("--dataset", request->dataset, "Name of the dataset (default: the file's base name)");
+    command->add_flag("--replace", request->replace, "Replace a dataset that exists");
+    command->add_option("--depth", request->depth, "Depth of the level, ft (for files without ADPTH)");
+    AddStepOption(*command, request->step);
+    command
+        ->add_option("--index", request->indexKind,
+                     "What the first column is, where the file does not tell: time or depth")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, std::int16_t>{{"time", DK_INDEX_TIME}, {"depth", DK_INDEX_DEPTH}}))
+        ->type_name("time|depth");
+    command->callback([request] { Import(*request); });
+}
+
+void AddRecord(CLI::App& app) {
+    struct Arguments {
+        RecordRequest request;
+        std::string file;
+        bool simulate = false;
+        int level = 1;
+        std::optional<double> depth;
+        SimulationArguments simulation;
+    };
+    auto arguments = std::make_shared<Arguments>();
+    Arguments& a = *arguments;
+    CLI::App* command = app.add_subcommand("record",
+                                           "Play a file or a simulated level into a database as a live "
+                                           "recording; continues one that was broken off");
+    command->add_option("DB", a.request.database, "Database file; created when absent")->required();
+    command->add_option("DATASET", a.request.dataset, "Dataset to record")->required();
+    CLI::Option_group* origin = command->add_option_group("Source");
+    origin->add_option("--from", a.file, "Play FILE.csv or FILE.las")->type_name("FILE");
+    origin->add_flag("--simulate", a.simulate,
+                     "Play a simulated level, made by the options of `dravik simulate`");
+    origin->require_option(1);
+    command->add_option("--level", a.level, "With --simulate: which level")
+        ->check(CLI::Range(1, 64))
+        ->capture_default_str();
+    command->add_option("--depth", a.depth, "With --from: depth of the level, ft (for files without ADPTH)");
+    command->add_option("--speed", a.request.speed, "Times real time; 0: as fast as it goes")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command->add_option("--commit", a.request.commitSeconds, "Seconds of data in one transaction")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    command
+        ->add_option("--patience", a.request.patienceSeconds,
+                     "Seconds for which a failed transaction is tried again")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command->add_flag("--ack", a.request.acknowledge, "Print the last index of each commit once it is safe");
+    command->add_flag("--replace", a.request.replace, "Start anew instead of continuing");
+    AddSimulationOptions(*command, a.simulation);
+    command->callback([arguments, command] {
+        if (arguments->simulate) {
+            const Simulation simulation = MakeSimulation(arguments->simulation);
+            const auto level = static_cast<std::size_t>(arguments->level);
+            if (level > simulation.levels.size())
+                throw UsageError("--level " + std::to_string(level) + ": there are " +
+                                 std::to_string(simulation.levels.size()) + " levels");
+            SimulatedLevel source(simulation, level - 1);
+            return Record(arguments->request, source, simulatedTools);
+        }
+        ParseOptions options;
+        if (command->count("--step") > 0)
+            options.step = static_cast<std::int16_t>(arguments->simulation.step);
+        LogTable table = ReadLogFile(arguments->file, options, arguments->depth);
+        Record(arguments->request, table, "PLAYBACK");
     });
 }
 
@@ -105,7 +189,9 @@ int RunDravik(int argc, const char* const* argv) {
     app.set_help_all_flag("--help-all", "Help for every command");
     int status = done;
     AddSimulate(app);
+    AddImport(app);
     AddValve(app);
+    AddRecord(app);
     AddReaders(app, status);
     AddExport(app);
     try {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "dravik/tool/LogTable.h"
+#include "dravik/tool/Recorder.h"
 #include "dravik/tool/Simulator.h"
 
 namespace vorela {
@@ -26,6 +28,10 @@ struct ImportRequest {
     std::optional<std::int16_t> step;
     std::optional<std::int16_t> indexKind;
 };
+/// A log file as a table. Throws ToolError naming file and line; UsageError for an ending other than .csv and
+/// .las.
+LogTable ReadLogFile(const std::string& path, const ParseOptions& options, std::optional<double> depth);
+
 /// One transaction for each file: of a refused file nothing is left, the files before it stay.
 void Import(const ImportRequest& request);
 
@@ -51,6 +57,9 @@ struct ExportRequest {
     bool wrapped = false;             ///< LAS only
 };
 void Export(const ExportRequest& request);
+
+/// Plays a source into a database; SIGINT and SIGTERM end it cleanly.
+void Record(const RecordRequest& request, CurveSource& source, const std::string& toolString);
 
 /// True when every chunk is sound; otherwise one line for each bad chunk is printed.
 bool Check(const std::string& database);

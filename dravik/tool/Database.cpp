@@ -196,6 +196,11 @@ void Item::WritePresent(std::int32_t first, std::int64_t count, const float* val
                     path_ + " cannot be written");
 }
 
+void Item::Read(std::int32_t first, std::int64_t count, void* samples) const {
+    database_.Check(DBread(handle_, first, static_cast<std::int32_t>(count), samples),
+                    path_ + " cannot be read");
+}
+
 void Item::Write(std::int32_t first, std::int64_t count, const void* samples) {
     database_.Check(DBwrite(handle_, first, static_cast<std::int32_t>(count), samples),
                     path_ + " cannot be written");
@@ -249,6 +254,15 @@ bool IsRecording(const Database& database, const std::string& dataset) {
     const std::int32_t status = DBread(item, 0, 1, bytes.data());
     DBdetach(item);
     return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
+}
+
+void SetRecording(Database& database, const std::string& dataset, bool recording) {
+    Item item(database, CurvePath(dataset, presentationItem));
+    std::array<unsigned char, 32> bytes{};
+    item.Read(0, 1, bytes.data());
+    const std::int16_t flag = recording ? 1 : 0;
+    std::memcpy(bytes.data(), &flag, sizeof flag);
+    item.Write(0, 1, bytes.data());
 }
 
 void CheckDatasetName(const std::string& dataset) {

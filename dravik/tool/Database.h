@@ -106,6 +106,7 @@ class Item {
     void ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const;
     void WritePresent(std::int32_t first, std::int64_t count, const float* values,
                       const std::uint8_t* present);
+    void Read(std::int32_t first, std::int64_t count, void* samples) const;
     void Write(std::int32_t first, std::int64_t count, const void* samples);
 
   private:
@@ -136,6 +137,9 @@ PresentationRecord PresentationOf(const CurveGrid& grid, std::int32_t recordingS
 void WritePresentation(Database& database, const std::string& dataset, const PresentationRecord& record);
 /// The recording flag of a dataset that has a presentation record; false without one.
 bool IsRecording(const Database& database, const std::string& dataset);
+
+/// Sets or clears the flag and leaves the rest of the record as it is.
+void SetRecording(Database& database, const std::string& dataset, bool recording);
 
 /// Throws ToolError for a name that is empty, over 66 characters, or holds a slash or control characters.
 void CheckDatasetName(const std::string& dataset);

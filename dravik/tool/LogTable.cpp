@@ -240,12 +240,6 @@ std::int64_t LogTable::NextRow(std::int64_t row) const {
     return found == rows_.end() ? grid_.rowCount : *found;
 }
 
-void LogTable::MoveToEnd(std::size_t curve) {
-    const auto at = static_cast<std::ptrdiff_t>(curve);
-    std::rotate(curves_.begin() + at, curves_.begin() + at + 1, curves_.end());
-    std::rotate(values_.begin() + at, values_.begin() + at + 1, values_.end());
-}
-
 void LogTable::AddSingleValue(const CurveDescription& description, float value) {
     curves_.push_back(description);
     values_.emplace_back(rows_.size(), gap).front() = value;

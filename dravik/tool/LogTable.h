@@ -45,8 +45,6 @@ class LogTable final : public CurveSource {
               std::uint8_t* present) override;
     std::int64_t NextRow(std::int64_t row) const override;
 
-    /// Moves a curve behind all others.
-    void MoveToEnd(std::size_t curve);
     /// Adds a curve with the single value `value` at the first row.
     void AddSingleValue(const CurveDescription& description, float value);
 

@@ -27,6 +27,9 @@ struct Simulation {
     std::uint64_t seed = 1;
 };
 
+/// The tool string of a simulated recording.
+inline constexpr const char* simulatedTools = "PVL-ZG-RTC";
+
 /// "LEVEL1", "LEVEL2" ... in the user's order.
 std::string LevelDataset(std::size_t level);
 
