@@ -13,6 +13,7 @@
 #include "dravik/tool/Commands.h"
 #include "dravik/tool/SimulationArguments.h"
 #include "dravik/tool/ToolError.h"
+#include "general/RunTimeError.h"
 
 namespace vorela {
 namespace {
@@ -200,7 +201,10 @@ int RunDravik(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
-        std::cerr << "dravik: " << error.what() << " (--help explains)\n";
+        const bool unknownCommand = app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-';
+        std::cerr << "dravik: "
+                  << (unknownCommand ? "there is no command \"" + std::string(argv[1]) + "\"" : error.what())
+                  << " (--help explains)\n";
         return badUsage;
     } catch (const UsageError& error) {
         std::cerr << "dravik: " << error.what() << "\n";
@@ -209,6 +213,8 @@ int RunDravik(int argc, const char* const* argv) {
         std::cerr << "dravik: out of memory\n";
     } catch (const std::exception& error) {
         std::cerr << "dravik: " << error.what() << "\n";
+    } catch (const RunTimeError& error) {
+        std::cerr << "dravik: " << error.source << ": " << error.description << "\n";
     }
     return failed;
 }

@@ -112,8 +112,11 @@ void Database::Check(std::int32_t status, const std::string& what) const {
     if (status == DK_OK)
         return;
     std::string detail = DBlastdetail();
-    if (detail.starts_with(path_ + ": "))
-        detail.erase(0, path_.size() + 2);
+    // The library names the file too, a relative one from the current folder.
+    for (const std::string& prefix : {path_ + ": ", "./" + path_ + ": "}) {
+        if (detail.starts_with(prefix))
+            detail.erase(0, prefix.size());
+    }
     throw ToolError(path_ + ": " + what + ": " + StatusMessage(status) +
                     (detail.empty() ? "" : " (" + detail + ")"));
 }

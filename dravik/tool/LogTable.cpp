@@ -35,6 +35,30 @@ std::string IndexText(double indexUnits) {
     return ShortestText(std::round(indexUnits) / indexUnitsPerOne);
 }
 
+double MedianDifference(const std::vector<double>& indices) {
+    std::vector<double> differences(indices.size() - 1);
+    for (std::size_t i = 0; i < differences.size(); ++i)
+        differences[i] = indices[i + 1] - indices[i];
+    const auto middle = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 2);
+    std::nth_element(differences.begin(), middle, differences.end());
+    return *middle;
+}
+
+/// Whether every difference lies within half a step of the step.
+bool OnlyJitters(const std::vector<double>& indices, double step) {
+    for (std::size_t i = 1; i < indices.size(); ++i) {
+        if (std::abs(indices[i] - indices[i - 1] - step) > 0.5 * step)
+            return false;
+    }
+    return true;
+}
+
+/// Whether a row lies within half a step of its place on the even grid that the first row begins.
+bool LiesNear(const LogTable::Columns& columns, std::size_t row, double step) {
+    const double offset = columns.indices[row] - columns.indices.front();
+    return std::abs(offset - static_cast<double>(row) * step) <= 0.5 * step;
+}
+
 enum class Parsed { number, notNumber, outOfRange };
 
 template <typename Real>
@@ -167,18 +191,24 @@ LogTable::LogTable(Columns columns, std::int16_t indexKind, const ParseOptions& 
     grid_.rowCount = rows_.back() + 1;
 }
 
-std::int16_t LogTable::StepOfRows(const Columns& columns, const ParseOptions& options) const {
+std::int16_t LogTable::StepOfRows(const Columns& columns, const ParseOptions& options) {
     if (options.step)
         return *options.step;
-    if (columns.indices.size() < 2)
+    const std::vector<double>& indices = columns.indices;
+    if (indices.size() < 2)
         throw ParseError{columns.lines.front(), "a single row tells no sampling step; --step states it"};
-    // The median of the differences: a bad cell does not decide what the others are measured by.
-    std::vector<double> differences(columns.indices.size() - 1);
-    for (std::size_t i = 0; i < differences.size(); ++i)
-        differences[i] = columns.indices[i + 1] - columns.indices[i];
-    const auto middle = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 2);
-    std::nth_element(differences.begin(), middle, differences.end());
-    const double step = std::round(*middle);
+    // The median of the differences is right even where rows are missing or doubled: those are then found
+    // out. Where the rows only jitter, it is a little off and the mean is right.
+    const double mean =
+        std::round((indices.back() - indices.front()) / static_cast<double>(indices.size() - 1));
+    double step = std::round(MedianDifference(indices));
+    for (std::size_t row = 0; row < indices.size() && step != mean; ++row) {
+        if (LiesNear(columns, row, step))
+            continue;
+        if (!OnlyJitters(indices, mean))
+            break;
+        step = mean;
+    }
     if (step < 1.0)
         throw ParseError{columns.lines[1],
                          columns.indexName + " does not rise by at least 0.01 from row to row"};
@@ -192,7 +222,7 @@ void LogTable::PlaceRow(const Columns& columns, std::size_t row, bool nearest) {
     const double offset = columns.indices[row] - columns.indices.front();
     const std::size_t line = columns.lines[row];
     if (!nearest) {
-        if (std::abs(offset - static_cast<double>(row) * grid_.step) > 0.5 * grid_.step)
+        if (!LiesNear(columns, row, grid_.step))
             throw ParseError{line, columns.indexName + " " + IndexText(columns.indices[row]) +
                                        " lies more than half a step off the even grid (step " +
                                        IndexText(grid_.step) +

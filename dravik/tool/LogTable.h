@@ -49,7 +49,7 @@ class LogTable final : public CurveSource {
     void AddSingleValue(const CurveDescription& description, float value);
 
   private:
-    std::int16_t StepOfRows(const Columns& columns, const ParseOptions& options) const;
+    static std::int16_t StepOfRows(const Columns& columns, const ParseOptions& options);
     void PlaceRow(const Columns& columns, std::size_t row, bool nearest);
 
     std::vector<std::vector<float>> values_;

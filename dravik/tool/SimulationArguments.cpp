@@ -57,6 +57,8 @@ std::vector<double> LevelValues(const std::string& text, const std::string& opti
 }
 
 void CheckRange(double value, double lowest, double highest, const std::string& option) {
+    if (!std::isfinite(value))
+        throw UsageError(option + " is not a finite number");
     if (!(value >= lowest && value <= highest))
         throw UsageError(option + ": " + ShortestText(value) + " lies outside " + ShortestText(lowest) +
                          " to " + ShortestText(highest));

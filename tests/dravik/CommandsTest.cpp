@@ -1,0 +1,267 @@
+// The tool as its users run it: exit status, output, and what is in the database afterwards.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "dravik/tool/Database.h"
+#include "tests/support/TestSupport.h"
+
+namespace vorela {
+namespace {
+
+using test::CommandResult;
+using test::ReadAll;
+using test::WriteAll;
+
+class Dravik : public testing::Test {
+  protected:
+    /// Runs the tool in the test's folder.
+    CommandResult Run(const std::string& arguments) const {
+        return test::Run("cd '" + folder.Path().string() + "' && " VORELA_BIN_DIR "/dravik " + arguments);
+    }
+    void Succeeds(const std::string& arguments) const {
+        const CommandResult result = Run(arguments);
+        EXPECT_EQ(result.status, 0) << arguments << "\n" << result.err;
+        EXPECT_EQ(result.err, "") << arguments;
+    }
+    /// One line on standard error that holds `words`, nothing on standard output.
+    void Fails(const std::string& arguments, const std::string& words, int status = 1) const {
+        const CommandResult result = Run(arguments);
+        EXPECT_EQ(result.status, status) << arguments;
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << arguments << "\n"
+                                                                             << result.err;
+        EXPECT_NE(result.err.find(words), std::string::npos) << arguments << "\n" << result.err;
+        EXPECT_EQ(result.out, "") << arguments;
+    }
+    bool Exists(const std::string& name) const { return std::filesystem::exists(folder.Path() / name); }
+    std::string Bytes(const std::string& name) const { return ReadAll(folder.File(name)); }
+    std::string Exported(const std::string& database, const std::string& dataset) const {
+        return Run("export " + database + " " + dataset).out;
+    }
+
+    test::TempFolder folder;
+};
+
+constexpr const char* smallCsv = "TIME,ADPTH,ZG,RTC\ns,ft,psi,rps\n0.00,9000,1,0.5\n0.10,,2,\n0.20,,3,0.7\n";
+
+TEST_F(Dravik, SimulatedDatabaseListsItsLevelsAndPrintsTheirTruth) {
+    const CommandResult result = Run("simulate a.dk --levels 3 --cycles 2 --json truth.json");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("0.81758664"), std::string::npos) << result.out;
+    const auto truth = nlohmann::json::parse(Bytes("truth.json"));
+    EXPECT_EQ(truth["levels"].size(), 3U);
+    const std::string list = Run("list a.dk").out;
+    EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 3);
+    EXPECT_EQ(Run("list a.dk LEVEL2").out,
+              "ZG      psi  10  0  72000\nRTC     rps  10  0  72000\nPVLPOS    -  10  0  72000\n"
+              "PVLID     -  10  0  72000\nPVLIDT    -  10  0  72000\nPVLT      -  10  0  72000\n"
+              "ADPTH    ft  10  0      0\n");
+    EXPECT_NE(Run("info a.dk LEVEL2 ADPTH").out.find("9800"), std::string::npos);
+    Succeeds("check a.dk");
+    EXPECT_TRUE(nlohmann::json::accept(Run("simulate b.dk --cycles 1 --json -").out));
+}
+
+TEST_F(Dravik, ImportMakesADatasetThatExportsTheSameText) {
+    WriteAll(folder.File("pass.csv"), smallCsv);
+    Succeeds("import a.dk pass.csv");
+    EXPECT_EQ(Run("list a.dk pass").out,
+              "ZG     psi  10  0  20\nRTC    rps  10  0  20\nADPTH   ft  10  0   0\n");
+    Succeeds("export a.dk pass -o again.csv");
+    Succeeds("export a.dk pass -o again.las --wrap");
+    Succeeds("import b.dk again.csv");
+    Succeeds("import c.dk again.las");
+    EXPECT_EQ(Exported("b.dk", "again"), Bytes("again.csv"));
+    EXPECT_EQ(Exported("c.dk", "again"), Bytes("again.csv"));
+    EXPECT_EQ(Run("export a.dk pass --curves RTC").out, "TIME,RTC\ns,rps\n0.00,0.5\n0.10,\n0.20,0.7\n");
+}
+
+TEST_F(Dravik, DepthOptionAddsTheDepthCurveLast) {
+    WriteAll(folder.File("pass.csv"), "TIME,ZG\n5,1\n6,2\n");
+    Succeeds("import a.dk pass.csv --dataset deep --depth 9123.5");
+    EXPECT_EQ(Exported("a.dk", "deep"), "TIME,ZG,ADPTH\ns,,ft\n5.00,1,9123.5\n6.00,2,\n");
+    WriteAll(folder.File("own.csv"), smallCsv);
+    Fails("import a.dk own.csv --depth 9000", "ADPTH");
+}
+
+TEST_F(Dravik, PresentationRecordHasItsFieldsAtTheirOffsets) {
+    WriteAll(folder.File("pass.csv"), "TIME,ZG\n-1.5,1\n100,2\n");
+    Succeeds("import a.dk pass.csv --step 50");
+    const Database database(folder.File("a.dk"), OpenMode::readOnly);
+    unsigned char bytes[32] = {};
+    Item(database, "pass/_defaults_/1").Read(0, 1, bytes);
+    EXPECT_EQ(bytes[0] + 256 * bytes[1], 0) << "recording flag";
+    EXPECT_EQ(bytes[2] + 256 * bytes[3], DK_INDEX_TIME);
+    EXPECT_GT(bytes[9], 0x50) << "start of recording: top byte of Unix seconds, this century";
+    EXPECT_EQ(static_cast<std::int8_t>(bytes[13]), -1) << "range from -2 s";
+    EXPECT_EQ(bytes[10], 0xFE);
+    EXPECT_EQ(bytes[14], 100) << "range to 100 s";
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(bytes) + 18, 14), "IMPORT        ");
+}
+
+TEST_F(Dravik, RefusedInputLeavesTheDatabaseByteIdenticalOrAbsent) {
+    WriteAll(folder.File("good.csv"), smallCsv);
+    WriteAll(folder.File("bad.csv"), "TIME,ZG\n0,1\n1,2\n2,x\n");
+    WriteAll(folder.File("foreign.dk"),
+             "this is no database, though it is long enough to hold a header" + std::string(200, ' '));
+    Fails("import new.dk bad.csv", "bad.csv, line 4: curve ZG");
+    Fails("import new.dk missing.csv", "missing.csv: cannot be read");
+    Fails("import new.dk good.csv --dataset a/b", "slash");
+    Fails("import new.dk good.csv --dataset " + std::string(67, 'x'), "longer than 66");
+    Fails("simulate new.dk --depths 9000,9000", "9000");
+    Fails("record new.dk LIVE --from bad.csv", "line 4");
+    EXPECT_FALSE(Exists("new.dk"));
+    Succeeds("import a.dk good.csv");
+    const std::string before = Bytes("a.dk");
+    Fails("import a.dk good.csv", "\"good\" exists already");
+    Fails("import a.dk bad.csv --replace --dataset good", "line 4");
+    Fails("valve a.dk good --period 0.3", "0.3 s");
+    Fails("valve a.dk nosuch --period 90", "no dataset \"nosuch\"");
+    Fails("list a.dk nosuch", "nosuch");
+    Fails("info a.dk good NOSUCH", "NOSUCH");
+    Fails("export a.dk good --curves ZG,NOSUCH", "NOSUCH");
+    Fails("export a.dk good -o no/such/folder.csv", "no/such/folder.csv");
+    Fails("record a.dk good --simulate", "is no recording of this");
+    EXPECT_EQ(Bytes("a.dk"), before);
+    for (const char* command :
+         {"list foreign.dk", "import foreign.dk good.csv", "check foreign.dk", "simulate foreign.dk"})
+        Fails(command, "foreign.dk");
+    Fails("list missing.dk", "missing.dk: there is no such file");
+    Fails("check missing.dk", "missing.dk");
+    EXPECT_FALSE(Exists("missing.dk"));
+}
+
+TEST_F(Dravik, OfSeveralFilesTheSoundOnesBeforeABadOneStay) {
+    WriteAll(folder.File("one.csv"), smallCsv);
+    WriteAll(folder.File("two.csv"), "TIME,ZG\n");
+    Fails("import a.dk one.csv two.csv", "two.csv: no data rows");
+    EXPECT_EQ(Run("list a.dk").out, "one  time  3 curves  10  0  20  complete\n");
+    Succeeds("import a.dk one.csv --replace");
+}
+
+TEST_F(Dravik, BadUsageIsStatusTwo) {
+    WriteAll(folder.File("one.csv"), smallCsv);
+    for (const char* arguments :
+         {"", "nosuch", "list", "simulate a.dk --bogus", "simulate a.dk --skin 1,2", "simulate a.dk --skin x",
+          "simulate a.dk --levels 2 --depths 1", "simulate a.dk --period 240.001",
+          "simulate a.dk --porosity 0", "simulate a.dk --period nan", "import a.dk one.txt",
+          "import a.dk one.csv two.csv --dataset x", "import a.dk one.csv --index up", "valve a.dk one",
+          "export a.dk one -o x.pdf", "record a.dk one", "record a.dk one --simulate --level 5",
+          "record a.dk one --simulate --from one.csv"})
+        Fails(arguments, "", 2);
+    EXPECT_FALSE(Exists("a.dk"));
+    EXPECT_EQ(Run("--help").status, 0);
+    EXPECT_NE(Run("simulate --help").out.find("--well-compressibility"), std::string::npos);
+}
+
+TEST_F(Dravik, FullDevicesAndReadOnlyFilesAreReportedAndLeaveThingsAsTheyWere) {
+    WriteAll(folder.File("one.csv"), smallCsv);
+    Succeeds("import a.dk one.csv");
+    const CommandResult full = Run("export a.dk one >/dev/full");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_NE(full.err.find("standard output"), std::string::npos);
+    WriteAll(folder.File("x.csv"), "old");
+    const std::string limited = test::Run("cd '" + folder.Path().string() +
+                                          "' && trap '' XFSZ; ulimit -f 64; " VORELA_BIN_DIR
+                                          "/dravik simulate small.dk; echo status $?")
+                                    .out;
+    EXPECT_EQ(limited, "status 1\n") << "the file may grow to 64 blocks only";
+    EXPECT_FALSE(Exists("small.dk"));
+    EXPECT_FALSE(Exists("small.dk-journal"));
+    if (geteuid() != 0) {
+        std::filesystem::permissions(folder.File("a.dk"), std::filesystem::perms::owner_read);
+        Fails("import a.dk one.csv --dataset two", "a.dk");
+    }
+}
+
+TEST_F(Dravik, CheckNamesEachDamagedChunkAndExportNeverShowsOne) {
+    Succeeds("simulate a.dk --levels 1 --cycles 30 >/dev/null");
+    std::string bytes = Bytes("a.dk");
+    const std::string ones("\x00\x00\x80\x3f\x00\x00\x80\x3f", 8);  // samples of a valve curve
+    const std::size_t at = bytes.find(ones, bytes.size() / 4);
+    ASSERT_NE(at, std::string::npos);
+    bytes[at + 2] ^= 1;
+    WriteAll(folder.File("a.dk"), bytes);
+    const CommandResult result = Run("check a.dk");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1) << result.out;
+    EXPECT_NE(result.out.find("LEVEL1/PVL"), std::string::npos) << result.out;
+    EXPECT_EQ(Run("export a.dk LEVEL1 -o x.csv").status, 1);
+    EXPECT_FALSE(Exists("x.csv"));
+}
+
+TEST_F(Dravik, ValveCurvesFollowTheSchedule) {
+    WriteAll(folder.File("p.csv"), "TIME,ZG\n0,1\n1,2\n2,3\n3,4\n4,5\n5,6\n6,7\n7,8\n8,9\n");
+    Succeeds("import a.dk p.csv");
+    Succeeds("valve a.dk p --period 6 --first 0");
+    EXPECT_EQ(Run("export a.dk p --curves PVLPOS,PVLID,PVLIDT,PVLT").out,
+              "TIME,PVLPOS,PVLID,PVLIDT,PVLT\ns,,,,\n0.00,-1,1,0,0\n1.00,-1,3,0,3906\n2.00,-1,3,0,7812\n3.00,"
+              "1,1,11718,11718\n"
+              "4.00,1,1,11718,15625\n5.00,1,1,11718,19531\n6.00,-1,3,23437,23437\n7.00,-1,3,23437,27343\n8."
+              "00,-1,3,23437,31250\n");
+    Fails("valve a.dk p --period 6", "PVLPOS already");
+    Succeeds("valve a.dk p --period 4 --first 2 --replace");
+}
+
+// --- Recording ---
+
+TEST_F(Dravik, RecordedFileEqualsTheImportedOne) {
+    Succeeds("simulate a.dk --levels 1 --cycles 1 >/dev/null");
+    Succeeds("export a.dk LEVEL1 -o l.csv");
+    const CommandResult recorded = Run("record b.dk LIVE --from l.csv --speed 0 --commit 100 --ack");
+    EXPECT_EQ(recorded.out, "9990\n19990\n29990\n39990\n48000\n") << recorded.err;
+    EXPECT_EQ(Exported("b.dk", "LIVE"), Bytes("l.csv"));
+    EXPECT_EQ(Run("list b.dk").out, "LIVE  time  7 curves  10  0  48000  complete\n");
+    Succeeds("record c.dk LIVE --simulate --levels 1 --cycles 1 --speed 0 --commit 60");
+    EXPECT_EQ(Exported("c.dk", "LIVE"), Bytes("l.csv"));
+}
+
+TEST_F(Dravik, StoppedRecorderClearsTheFlagAndContinuesWhereItStopped) {
+    Succeeds("simulate a.dk --levels 1 --cycles 1 >/dev/null");
+    const std::string record =
+        VORELA_BIN_DIR "/dravik record b.dk LIVE --simulate --levels 1 --cycles 1 --ack";
+    const CommandResult stopped =
+        test::Run("cd '" + folder.Path().string() + "' && timeout --preserve-status -s TERM 1 " + record +
+                  " --speed 20");
+    EXPECT_EQ(stopped.status, 0) << stopped.err;
+    EXPECT_NE(stopped.out, "");
+    const std::string list = Run("list b.dk").out;
+    EXPECT_NE(list.find("complete"), std::string::npos) << list;
+    EXPECT_EQ(list.find("48000"), std::string::npos) << list;
+    Succeeds("record b.dk LIVE --simulate --levels 1 --cycles 1 --speed 0 --commit 100");
+    EXPECT_EQ(Exported("b.dk", "LIVE"), Exported("a.dk", "LEVEL1"));
+}
+
+TEST_F(Dravik, KilledRecorderLosesNothingAcknowledgedAndResumes) {
+    Succeeds("simulate a.dk --levels 1 --cycles 1 >/dev/null");
+    const std::string record =
+        VORELA_BIN_DIR "/dravik record b.dk LIVE --simulate --levels 1 --cycles 1 --ack --speed 40";
+    for (int kill = 1; kill <= 6; ++kill) {
+        const CommandResult killed = test::Run("cd '" + folder.Path().string() + "' && timeout -s KILL 0." +
+                                               std::to_string(kill) + "3 " + record);
+        const std::vector<NamedItem> curves =
+            Database(folder.File("b.dk"), OpenMode::readOnly).Curves("LIVE");
+        ASSERT_EQ(curves.size(), 7U);
+        std::istringstream lines(killed.out);
+        std::int32_t acknowledged = -1;
+        while (lines >> acknowledged) {
+        }
+        EXPECT_GE(curves[0].information.last, acknowledged);
+        EXPECT_EQ(curves[0].information.last, curves[5].information.last) << "all curves of a commit or none";
+        EXPECT_NE(Run("list b.dk").out.find("recording"), std::string::npos);
+        Succeeds("check b.dk");
+    }
+    Succeeds("record b.dk LIVE --simulate --levels 1 --cycles 1 --speed 0 --commit 100");
+    EXPECT_EQ(Exported("b.dk", "LIVE"), Exported("a.dk", "LEVEL1"));
+    EXPECT_NE(Run("list b.dk").out.find("complete"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vorela

@@ -1,0 +1,227 @@
+// Simulated curves against the truth that is printed with them, and the valve's log against cells computed by
+// hand.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "dravik/tool/Simulator.h"
+#include "dravik/tool/ToolError.h"
+
+namespace vorela {
+namespace {
+
+using Complex = std::complex<double>;
+constexpr double pi = std::numbers::pi;
+constexpr double degrees = 180.0 / pi;
+
+Simulation TwoLevels() {
+    Simulation simulation;
+    simulation.levels = {{9800.0, {100.0, 5.0}}, {9900.0, {40.0, 1.0}}};
+    simulation.cycles = 3;
+    return simulation;
+}
+
+std::vector<float> ReadCurve(CurveSource& source, std::size_t curve) {
+    const auto rows = static_cast<std::size_t>(source.Grid().rowCount);
+    std::vector<float> values(rows);
+    std::vector<std::uint8_t> present(rows);
+    source.Read(curve, 0, source.Grid().rowCount, values.data(), present.data());
+    return values;
+}
+
+/// Complex amplitude of the fundamental over `count` samples from `from` on.
+Complex Fundamental(const std::vector<float>& values, std::size_t from, std::size_t count) {
+    Complex sum;
+    for (std::size_t i = 0; i < count; ++i)
+        sum += static_cast<double>(values[from + i]) *
+               std::polar(1.0, -2.0 * pi * static_cast<double>(i) / static_cast<double>(count));
+    return 2.0 * sum / static_cast<double>(count);
+}
+
+/// Minus flow over pressure: the level's index in rps/psi.
+Complex MeasuredIndex(SimulatedLevel& level, std::size_t from, std::size_t count) {
+    return -Fundamental(ReadCurve(level, 1), from, count) / Fundamental(ReadCurve(level, 0), from, count);
+}
+
+TEST(Simulator, FundamentalOfTheCurvesIsThePrintedTruthAtEveryLevel) {
+    constexpr double ratioTolerance = 1e-6;  // singles near 4,000 psi with an amplitude of 50 psi
+    constexpr double phaseTolerance = 1e-4;  // degrees
+    for (const std::int32_t period : {24000, 24300, 9070}) {
+        Simulation simulation = TwoLevels();
+        simulation.period = period;
+        const Truth truth = TruthOf(simulation);
+        for (std::size_t i = 0; i < 2; ++i) {
+            SimulatedLevel level(simulation, i);
+            for (const std::size_t from : {std::size_t{0}, std::size_t{1234}}) {
+                const Complex index = MeasuredIndex(level, from, static_cast<std::size_t>(period / 10));
+                EXPECT_NEAR(std::abs(index) / truth.levels[i].hpi, 1.0, ratioTolerance) << period;
+                EXPECT_NEAR(std::arg(index) * degrees, truth.levels[i].phaseLag, phaseTolerance) << period;
+            }
+            EXPECT_NEAR(std::abs(Fundamental(ReadCurve(level, 0), 0, static_cast<std::size_t>(period / 10))),
+                        truth.levels[i].pressureAmplitude, 1e-4);
+        }
+    }
+}
+
+TEST(Simulator, InterpretationOfTwoLevelsGivesTheLayerBetweenThem) {
+    const Simulation simulation = TwoLevels();
+    SimulatedLevel upper(simulation, 0);
+    SimulatedLevel lower(simulation, 1);
+    const double factor = 0.445 * pi / 0.05 * (36.0 - 1.6875 * 1.6875);
+    const double omegaPerDay = 2.0 * pi * 24.0 * 3600.0 / 240.0;
+    const auto storage = [](double depth) { return 0.178 * pi * 1e-5 * (10000.0 - depth) * 0.0625; };
+    const Complex reservoir = factor * (MeasuredIndex(upper, 0, 2400) - MeasuredIndex(lower, 0, 2400)) -
+                              Complex{0.0, (storage(9800.0) - storage(9900.0)) * omegaPerDay};
+    const LayerTruth truth = TruthOf(simulation).layers[0];
+    EXPECT_TRUE(truth.isInterval);
+    EXPECT_EQ(truth.label, "9900 to 9800");
+    EXPECT_NEAR(std::abs(reservoir), truth.hpi, 2e-6);
+    EXPECT_NEAR(std::arg(reservoir) * degrees, 5.152479, 2e-4);
+    EXPECT_NEAR(111.0 * std::abs(reservoir) / (std::sin(std::arg(reservoir)) * 10.0), 101.053, 0.01);
+}
+
+TEST(Simulator, PeriodsOffTheSampleGridAndNegativeSkinKeepTheFundamental) {
+    Simulation simulation = TwoLevels();
+    simulation.period = 10007;  // prime: the wave repeats after 10007 samples
+    simulation.step = 30;
+    simulation.cycles = 40;
+    simulation.levels[0].layer.skin = -3.0;
+    SimulatedLevel level(simulation, 0);
+    const std::vector<float> pressure = ReadCurve(level, 0);
+    // Correlated over thirty periods, which are a whole number of samples.
+    Complex sum;
+    for (std::size_t i = 0; i < 10007; ++i)
+        sum += static_cast<double>(pressure[i]) *
+               std::polar(1.0, -2.0 * pi * 30.0 * static_cast<double>(i) / 10007.0);
+    EXPECT_NEAR(2.0 * std::abs(sum) / 10007.0, 50.0, 1e-4);
+}
+
+TEST(Simulator, ReadingInAnyPiecesGivesTheSameNoisySamples) {
+    Simulation simulation = TwoLevels();
+    simulation.noise = 0.1;
+    simulation.drift = 0.2;
+    SimulatedLevel whole(simulation, 0);
+    SimulatedLevel pieces(simulation, 0);
+    const std::vector<float> expected = ReadCurve(whole, 0);
+    for (std::int64_t row = pieces.Grid().rowCount - 7; row >= 0; row -= 997) {
+        std::vector<float> values(7);
+        std::vector<std::uint8_t> present(7);
+        pieces.Read(0, row, 7, values.data(), present.data());
+        for (std::size_t i = 0; i < 7; ++i)
+            ASSERT_EQ(values[i], expected[static_cast<std::size_t>(row) + i]);
+    }
+    simulation.noise = 0.0;
+    SimulatedLevel quiet(simulation, 0);
+    const std::vector<float> smooth = ReadCurve(quiet, 0);
+    double squares = 0.0;
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        squares += std::pow(static_cast<double>(expected[i]) - static_cast<double>(smooth[i]), 2);
+    EXPECT_NEAR(std::sqrt(squares / static_cast<double>(expected.size())), 5.0, 0.2);
+    EXPECT_NEAR(smooth[2400] - smooth[0], 0.2 * 50.0 * 240.0 / 3600.0, 1e-3);
+    simulation.noise = 0.1;
+    simulation.seed = 2;
+    SimulatedLevel other(simulation, 0);
+    EXPECT_NE(ReadCurve(other, 0), expected);
+}
+
+TEST(Simulator, RefusesWhatNoTestCouldHave) {
+    const auto refuses = [](auto change) {
+        Simulation simulation = TwoLevels();
+        change(simulation);
+        EXPECT_THROW(CheckSimulation(simulation), ToolError);
+    };
+    EXPECT_NO_THROW(CheckSimulation(TwoLevels()));
+    refuses([](Simulation& s) { s.levels[1].depth = s.levels[0].depth; });
+    refuses([](Simulation& s) { s.well.totalDepth = 9850.0; });
+    refuses([](Simulation& s) { s.levels[0].layer.skin = -4.0; });
+    refuses([](Simulation& s) { s.cycles = 100000; });
+    refuses([](Simulation& s) { s.step = 6001; });
+    refuses([](Simulation& s) { s.period = 1000000, s.step = 1700; });
+}
+
+TEST(Simulator, JsonTruthHoldsFullPrecision) {
+    const Simulation simulation = TwoLevels();
+    const Truth truth = TruthOf(simulation);
+    const auto json = nlohmann::json::parse(TruthJson(simulation, truth));
+    EXPECT_EQ(json["levels"][1]["hpi"].get<double>(), truth.levels[1].hpi);
+    EXPECT_EQ(json["layers"][0]["phase"].get<double>(), truth.layers[0].phase);
+    EXPECT_FALSE(json["layers"][1]["isInterval"].get<bool>());
+}
+
+// --- The valve ---
+
+struct Cells {
+    float position, code, changeTimer, timer;
+};
+
+void ExpectCells(const ValveSchedule& schedule, const std::map<std::int32_t, Cells>& expected) {
+    for (const auto& [index, cells] : expected) {
+        const ValveSample sample = schedule.At(index);
+        EXPECT_EQ(sample.position, cells.position) << index;
+        EXPECT_EQ(sample.code, cells.code) << index;
+        EXPECT_EQ(sample.changeTimer, cells.changeTimer) << index;
+        EXPECT_EQ(sample.timer, cells.timer) << index;
+    }
+}
+
+constexpr CurveGrid everySecond{1, 100, 0, 1000};
+
+TEST(ValveSchedule, HasTheCellsComputedByHand) {
+    // 90 s from 0: 3906.25 ticks a second, modulo 65536. Boundary at 0 shows from the second sample on.
+    ExpectCells(ValveSchedule(0.0, 9000.0, everySecond), {{0, {-1, 1, 0, 0}},
+                                                          {100, {-1, 3, 0, 3906}},
+                                                          {1700, {-1, 3, 0, 870}},
+                                                          {4400, {-1, 3, 0, 40803}},
+                                                          {4500, {1, 1, 44709, 44709}},
+                                                          {9000, {-1, 3, 23882, 23882}},
+                                                          {9100, {-1, 3, 23882, 27788}}});
+    // Changes between samples: 10.25 s and 55.25 s.
+    ExpectCells(ValveSchedule(1025.0, 9000.0, everySecond), {{0, {1, 1, 0, 0}},
+                                                             {1000, {1, 1, 0, 39062}},
+                                                             {1100, {-1, 3, 40039, 42968}},
+                                                             {5600, {1, 1, 19212, 22142}}});
+}
+
+TEST(ValveSchedule, AChangeBeforeTheRecordShowsFromTheSecondSampleWhileTheTimerReachesIt) {
+    // Boundaries at -90 s and 0 s; half-way at -45 s is the earlier state.
+    ExpectCells(ValveSchedule(-9000.0, 9000.0, everySecond),
+                {{0, {-1, 1, 20826, 0}}, {100, {-1, 3, 0, 3906}}});
+    // A boundary 10 s before the record: 65536 - 39062.5, downwards.
+    ExpectCells(ValveSchedule(-1000.0, 9000.0, everySecond),
+                {{0, {-1, 1, 0, 0}}, {100, {-1, 3, 26473, 3906}}});
+    // One 20 s before: longer than the timer takes to wrap, so no time can be told; the code stands from the
+    // start.
+    ExpectCells(ValveSchedule(-2000.0, 9000.0, everySecond),
+                {{0, {-1, 3, 52947, 0}}, {100, {-1, 3, 52947, 3906}}});
+}
+
+TEST(ValveSchedule, DecodedChangesLieAtTheBoundaries) {
+    const CurveGrid grid{1, 50, 40, 20000};
+    const ValveSchedule schedule(40.0, 24330.0, grid);
+    const auto hundredths = [](float ticks) {
+        return std::nearbyint(static_cast<double>(ticks) * 1024.0 / 4e6 * 100.0);
+    };
+    std::vector<double> boundaries;
+    float last = schedule.At(40).code;
+    for (std::int64_t row = 1; row < grid.rowCount; ++row) {
+        const ValveSample sample = schedule.At(grid.IndexOf(row));
+        if (sample.code != last && sample.code == 3.0F) {
+            const float change =
+                sample.changeTimer > sample.timer ? sample.changeTimer - 65536.0F : sample.changeTimer;
+            boundaries.push_back(grid.IndexOf(row) - (hundredths(sample.timer) - hundredths(change)));
+        }
+        last = sample.code;
+    }
+    ASSERT_EQ(boundaries.size(), 42U);
+    for (std::size_t i = 0; i < boundaries.size(); ++i)
+        EXPECT_NEAR(boundaries[i], 40.0 + 24330.0 * static_cast<double>(i), 1.0);  // the timer's own rounding
+}
+
+}  // namespace
+}  // namespace vorela

@@ -1,0 +1,89 @@
+// The physics against values computed elsewhere and against its own limits.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <numbers>
+
+#include "dravik/tool/WellModel.h"
+
+namespace vorela {
+namespace {
+
+using Complex = std::complex<double>;
+constexpr double pi = std::numbers::pi;
+
+void ExpectNear(Complex got, Complex expected, double relative) {
+    EXPECT_LE(std::abs(got - expected), relative * std::abs(expected)) << got << " for " << expected;
+}
+
+Complex K0(double x) {
+    return BesselKOnDiagonal(x).k0 * std::exp(-std::polar(x, pi / 4.0));
+}
+
+TEST(BesselK, EqualsTabulatedValues) {
+    constexpr double tabulated = 3e-13;  // thirteen digits are given
+    ExpectNear(K0(0.01), {4.721121335629, -0.7852551357322}, tabulated);
+    ExpectNear(K0(0.1), {2.420473981038, -0.7768506465367}, tabulated);
+    ExpectNear(K0(1.0), {0.2867062087283, -0.4949946365187}, tabulated);
+    ExpectNear(K0(5.0), {-0.01151172719949, 0.01118758650987}, tabulated);
+    ExpectNear(WellFunction(0.01), {4.721511412825, -0.7840533456279}, tabulated);
+    ExpectNear(WellFunction(1.0), {0.6158001556541, -0.4002355768522}, tabulated);
+}
+
+TEST(BesselK, FollowsItsSeriesForSmallAndItsAsymptoteForLargeArguments) {
+    const Complex small = std::polar(1e-5, pi / 4.0);
+    ExpectNear(
+        K0(1e-5),
+        -(std::log(small / 2.0) + std::numbers::egamma) * (1.0 + small * small / 4.0) + small * small / 4.0,
+        1e-13);
+    for (const double x : {30.0, 300.0, 1e5}) {
+        const Complex z = std::polar(x, pi / 4.0);
+        Complex k0 = 1.0;
+        Complex k1 = 1.0;
+        Complex term0 = 1.0;
+        Complex term1 = 1.0;
+        for (int n = 1; n < 20; ++n) {
+            const double odd = (2.0 * n - 1.0) * (2.0 * n - 1.0);
+            term0 *= -odd / (8.0 * n * z);
+            term1 *= (4.0 - odd) / (8.0 * n * z);
+            k0 += term0;
+            k1 += term1;
+        }
+        const ScaledBesselK k = BesselKOnDiagonal(x);
+        ExpectNear(k.k0, std::sqrt(pi / (2.0 * z)) * k0, 1e-12);
+        ExpectNear(k.k1, std::sqrt(pi / (2.0 * z)) * k1, 1e-12);
+    }
+}
+
+TEST(WellModel, SingleLayerHasTheKnownIndexAndPhase) {
+    const Layer layer{100.0, 5.0, 10.0, 0.2, 1.0, 1e-5, 8.5};
+    const double omega = 2.0 * pi * 3600.0 / 240.0;
+    const Complex index = LayerIndex(layer, omega);
+    EXPECT_NEAR(std::abs(index), 0.817586640, 5e-10);
+    const double theta = std::arg(index);
+    EXPECT_NEAR(theta * 180.0 / pi, 5.152479, 5e-7);
+    // What the quicklook formulae make of it.
+    const double k = 111.0 * std::abs(index) / (std::sin(theta) * 10.0);
+    EXPECT_NEAR(k, 101.053, 5e-4);
+    const double x = 0.16 * k * 240.0 / (0.2 * 1e-5 * 8.5 * 8.5);
+    EXPECT_NEAR(4.92 - 1.15 * std::log10(x) + pi * std::tan(theta) / 4.0, -3.5525, 5e-5);
+}
+
+TEST(WellModel, FlowPastALevelIsThatOfTheLayersBelowItAndOfTheWellsStorage) {
+    const double omega = 94.0;
+    const Wellbore well{6.0, 10000.0, 2e-5};
+    const std::vector<Level> levels{{9000.0, {}}, {9500.0, {50.0}}, {9200.0, {20.0}}};
+    const auto storage = [&](double depth) {
+        return Complex{0.0, omega * 24.0 * 0.178 * pi * 2e-5 * (10000.0 - depth) * 0.0625};
+    };
+    ExpectNear(LevelIndex(levels, 1, well, omega), LayerIndex(levels[1].layer, omega) + storage(9500.0),
+               1e-14);
+    ExpectNear(LevelIndex(levels, 2, well, omega),
+               LayerIndex(levels[1].layer, omega) + LayerIndex(levels[2].layer, omega) + storage(9200.0),
+               1e-14);
+    EXPECT_NEAR(1.0 / SpinnerResponse(0.05, 6.0), 0.445 * pi / 0.05 * (36.0 - 1.6875 * 1.6875), 1e-9);
+}
+
+}  // namespace
+}  // namespace vorela
