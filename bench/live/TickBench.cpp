@@ -2,11 +2,13 @@
 // same run: the cost of a pass may not depend on what was recorded before.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
+#include <time.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "app/ActionQueue.h"
 #include "app/StartUp.h"
@@ -35,6 +37,12 @@ class Folder {
     std::filesystem::path path_;
 };
 
+double CpuSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 /// A recording of some hours, selected and extended to its end.
 class Followed {
   public:
@@ -52,12 +60,17 @@ class Followed {
         recording_.Append(samplesPerSecond);
         return TimedPass();
     }
-    double TimedPass() const {
+    double TimedPass() {
         const auto begin = std::chrono::steady_clock::now();
+        const double cpuBegin = CpuSeconds();
         if (!ExtendDataset(index_))
             throw std::runtime_error("the pass failed");
+        cpu_ += CpuSeconds() - cpuBegin;
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     }
+    /// Processor time of the passes since the last call: what is left of the time when the machine does other
+    /// work.
+    double TakeCpu() { return std::exchange(cpu_, 0.0); }
 
   private:
     static std::vector<test::CurveSpec> Curves(std::int32_t hours) {
@@ -69,6 +82,7 @@ class Followed {
     std::string path_;
     test::Recording recording_;
     std::size_t index_ = 0;
+    double cpu_ = 0;
 };
 
 void TickBesideShortRecording(benchmark::State& state, test::Way way) {
@@ -80,6 +94,8 @@ void TickBesideShortRecording(benchmark::State& state, test::Way way) {
     Followed lengthy(folder, 100);
     const double first = brief.TimedPass();
     const double firstLong = lengthy.TimedPass();
+    brief.TakeCpu();
+    lengthy.TakeCpu();
     double sum = 0;
     double sumLong = 0;
     std::vector<double> all;
@@ -94,6 +110,8 @@ void TickBesideShortRecording(benchmark::State& state, test::Way way) {
     const auto count = static_cast<double>(state.iterations());
     state.counters["ms_1h"] = sum / count * 1e3;
     state.counters["ms_100h"] = sumLong / count * 1e3;
+    state.counters["cpu_ms_1h"] = brief.TakeCpu() / count * 1e3;
+    state.counters["cpu_ms_100h"] = lengthy.TakeCpu() / count * 1e3;
     state.counters["ratio"] = sumLong / sum;
     state.counters["median_ms"] = all[all.size() / 2] * 1e3;
     state.counters["p99_ms"] = all[all.size() * 99 / 100] * 1e3;
