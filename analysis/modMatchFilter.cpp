@@ -40,12 +40,27 @@ struct Span {
     std::int32_t b = 0;
 
     bool operator==(const Span&) const = default;
-    std::int32_t IndexOf(std::int32_t i) const {
-        const double step = CheckedDivide(static_cast<double>(std::int64_t{b} - a), n, "Resample");
-        return RoundTo<std::int32_t>(a + i * step, "Resample");
+};
+
+/// The indices of a span's points: a + i·step, to the nearest index.
+class PointIndices {
+  public:
+    /// Throws division by zero for a span without points.
+    explicit PointIndices(const Span& span)
+        : a_(span.a),
+          step_(CheckedDivide(static_cast<double>(std::int64_t{span.b} - span.a), span.n, "Resample")),
+          wholeStep_(step_ == std::floor(step_) ? static_cast<std::int32_t>(step_) : 0),
+          last_(RoundTo<std::int32_t>(a_ + (span.n - 1) * step_, "Resample")) {}
+    std::int32_t At(std::int32_t i) const {
+        return wholeStep_ > 0 ? a_ + i * wholeStep_ : RoundTo<std::int32_t>(a_ + i * step_, "Resample");
     }
-    /// The last index that is read.
-    std::int32_t Last() const { return IndexOf(n - 1); }
+    std::int32_t Last() const { return last_; }
+
+  private:
+    std::int32_t a_;
+    double step_;
+    std::int32_t wholeStep_;  ///< the step where it is a whole number, else 0
+    std::int32_t last_;
 };
 
 struct Reference {
@@ -145,7 +160,7 @@ class Analyser {
 
     /// Results are complete where HasResults; otherwise they hold the valve alone, where it is known.
     Coverage AnalyseSpan(const Span& span, EntryResults& results) {
-        const std::int32_t last = span.Last();
+        const std::int32_t last = PointIndices(span).Last();
         reference_.For(span.n);
         const Coverage valveCoverage = CoverageOf(curves_.valve, span.a, last);
         const Coverage coverage = std::max({valveCoverage, CoverageOf(curves_.pressure, span.a, last),
@@ -398,15 +413,13 @@ void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double
 
 std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b,
                                             CurveReader& curve) {
-    std::vector<double> signal;
-    signal.reserve(static_cast<std::size_t>(n > 0 ? n : 0));
-    const Span span{n, a, b};
-    for (std::int32_t i = 0; i < n; ++i) {
-        const std::optional<double> value = curve.At(span.IndexOf(i));
-        if (!value)
+    std::vector<double> signal(static_cast<std::size_t>(n > 0 ? n : 0));
+    if (signal.empty())
+        return signal;
+    const PointIndices indices({n, a, b});
+    for (std::int32_t i = 0; i < n; ++i)
+        if (!curve.Fetch(indices.At(i), signal[static_cast<std::size_t>(i)]))
             return std::nullopt;
-        signal.push_back(*value);
-    }
     return signal;
 }
 

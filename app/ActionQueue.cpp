@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "analysis/modMain.h"
-#include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
 #include "general/modGeneral.h"
@@ -68,7 +67,6 @@ void RefreshSelectedTab(const ActionQueueView& view) {
 }  // namespace
 
 bool ExtendDataset(std::size_t index) {
-    const DatabaseReuse onePass;
     const bool extended = ExtendToRecorded(index);
     if (index >= CurrentSelection().datasets.size())
         return false;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,17 +30,6 @@ class Database {
   private:
     std::string path_;
     std::int32_t handle_ = 0;
-};
-
-/// While it lives, a database that is closed after use stays open for the next use of the same path, and is
-/// closed with it: the steps of one pass over a dataset open the same file again and again. Nothing is kept
-/// after an error.
-class DatabaseReuse {
-  public:
-    DatabaseReuse();
-    ~DatabaseReuse();
-    DatabaseReuse(const DatabaseReuse&) = delete;
-    DatabaseReuse& operator=(const DatabaseReuse&) = delete;
 };
 
 /// One transaction of a database: rolled back unless committed.
@@ -127,6 +117,19 @@ class CurveReader {
     /// needs is a gap, or before the first or beyond the last sample. Values are single-precision samples;
     /// the interpolation is in double. Any order of indices; neighbouring ones are cheap.
     std::optional<double> At(double index);
+    /// The same at a whole index.
+    std::optional<double> At(std::int32_t index) {
+        double value = 0.0;
+        return Fetch(index, value) ? std::optional(value) : std::nullopt;
+    }
+    /// The same for walks along the grid, which cost a few instructions a sample: false, and `value` as it
+    /// was, where there is nothing.
+    bool Fetch(std::int32_t index, double& value) {
+        const std::int64_t beyond = std::int64_t{index} - cell_.index;
+        if (beyond < 0 || beyond >= Info().step)
+            return MoveCell(index) && FetchInCell(std::int64_t{index} - cell_.index, value);
+        return index <= Info().extentLast && FetchInCell(beyond, value);
+    }
 
     /// `count` grid samples from index `first` (on the grid) on; present[i] says whether values[i] is a
     /// sample.
@@ -153,6 +156,46 @@ class CurveReader {
     };
     static constexpr std::size_t blocksHeld = 4;
 
+    /// The sample at or before the index that was asked for last.
+    struct Cell {
+        std::int64_t index = noCell;
+        std::int64_t position = 0;
+        float value = 0.0F;
+        bool present = false;
+    };
+    static constexpr std::int64_t noCell = std::numeric_limits<std::int64_t>::min() / 2;
+
+    /// Puts the cell at `index`; false outside of what was written.
+    bool MoveCell(std::int32_t index) {
+        const ItemInfo& info = Info();
+        if (index < info.extentFirst || index > info.extentLast)
+            return false;
+        const std::int64_t ahead = std::int64_t{index} - cell_.index;
+        Cell cell{cell_.index + info.step, cell_.position + 1};
+        if (ahead < info.step || ahead >= 2 * std::int64_t{info.step}) {
+            cell.position = (std::int64_t{index} - info.firstIndex) / info.step;
+            cell.index = info.firstIndex + cell.position * info.step;
+        }
+        const Block& block =
+            blocks_[current_].Holds(cell.position) ? blocks_[current_] : BlockOf(cell.position);
+        const auto at = static_cast<std::size_t>(cell.position - block.start);
+        cell.value = block.values[at];
+        cell.present = block.present[at] != 0;
+        cell_ = cell;
+        return true;
+    }
+    /// The value `beyond` index units behind the cell's sample.
+    bool FetchInCell(std::int64_t beyond, double& value) {
+        if (!cell_.present)
+            return false;
+        if (between_ == Between::sampleBefore || beyond == 0) {
+            value = cell_.value;
+            return true;
+        }
+        return Interpolate(static_cast<double>(beyond), value);
+    }
+    bool Interpolate(double beyond, double& value);
+
     void FindLastPosition();
     const Block& BlockOf(std::int64_t gridPosition);
     void Load(Block& block, std::int64_t gridPosition);
@@ -163,6 +206,7 @@ class CurveReader {
     Between between_;
     std::int64_t lastPosition_ = -1;  ///< grid position of the last sample written
     std::array<Block, blocksHeld> blocks_;
+    Cell cell_;
     std::size_t current_ = 0;
     std::uint64_t uses_ = 0;
 };

@@ -32,7 +32,7 @@ constexpr const char* caption = "Vorela";
 constexpr std::int32_t indexUnitsPerSecond = 100;
 
 /// Samples filtered between two commits.
-constexpr std::int64_t samplesPerCommit = 65536;
+constexpr std::int64_t samplesPerCommit = 262144;
 
 const Smooth32Api& Api() {
     return LoadedLibraries().filter;

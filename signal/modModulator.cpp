@@ -33,7 +33,7 @@ constexpr double timerWrap = 65536.0;
 
 /// Tool samples walked between two commits: bounds what a transaction holds and how long it locks out the
 /// recorder.
-constexpr std::int64_t samplesPerCommit = 65536;
+constexpr std::int64_t samplesPerCommit = 262144;
 
 CycleAnalysis& Analysis() {
     static CycleAnalysis analysis;
@@ -93,13 +93,13 @@ class ToolCurves {
         double timer = 0;
     };
     std::optional<Sample> At(std::int32_t index) {
-        const std::optional<double> code = code_.At(index);
-        const std::optional<double> changeTimer = changeTimer_.At(index);
-        const std::optional<double> timer = timer_.At(index);
-        if (!code || !changeTimer || !timer || !std::isfinite(*code) || !std::isfinite(*changeTimer) ||
-            !std::isfinite(*timer))
+        double code = 0;
+        double changeTimer = 0;
+        double timer = 0;
+        if (!code_.Fetch(index, code) || !changeTimer_.Fetch(index, changeTimer) || !timer_.Fetch(index, timer) ||
+            !std::isfinite(code) || !std::isfinite(changeTimer) || !std::isfinite(timer))
             return std::nullopt;
-        return Sample{RoundTo<std::int32_t>(*code, "Valve position code"), *changeTimer, *timer};
+        return Sample{RoundTo<std::int32_t>(code, "Valve position code"), changeTimer, timer};
     }
 
   private:
@@ -169,19 +169,31 @@ class SignalCurve {
         if (changes.empty())
             return;
         Transaction transaction(database_);
-        for (const Change& change : changes) {
-            for (std::int64_t t = grid_.AtOrAfter(change.previous); t <= change.at; t += grid_.step) {
-                const float value = RampValue(static_cast<double>(t), change.previous, change.at,
-                                              change.oldCode, change.newCode, state.valveState);
-                writer_.Put(static_cast<std::int32_t>(t), value);
-            }
-        }
+        for (const Change& change : changes)
+            PutLine(change, state.valveState);
         writer_.Flush();
         writer_.Mark(grid_.first, changes.back().at, madeText);
         transaction.Commit();
     }
 
   private:
+    void PutLine(const Change& change, double& valveState) {
+        constexpr std::size_t samplesAtOnce = 4096;
+        std::vector<float> line;
+        std::int64_t first = grid_.AtOrAfter(change.previous);
+        for (std::int64_t t = first; t <= change.at; t += grid_.step) {
+            line.push_back(RampValue(static_cast<double>(t), change.previous, change.at, change.oldCode,
+                                     change.newCode, valveState));
+            if (line.size() == samplesAtOnce) {
+                writer_.PutRun(static_cast<std::int32_t>(first), line);
+                first = t + grid_.step;
+                line.clear();
+            }
+        }
+        if (!line.empty())
+            writer_.PutRun(static_cast<std::int32_t>(first), line);
+    }
+
     static CurveWriter Open(Database& database, const DatasetRecord& record, const SampleGrid& grid,
                             bool incremental) {
         const DerivedCurve attributes{grid.step, grid.origin, "", 1.0F, 0.0F, madeText};
