@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QScrollBar>
 #include <QStringList>
 #include <algorithm>
 
@@ -38,6 +39,44 @@ ResultGridView::ResultGridView(QWidget* parent) : QTableWidget(parent) {
     horizontalHeader()->hide();
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setStretchLastSection(true);
+
+    fixedColumn_ = new QTableView(this);
+    fixedColumn_->setObjectName(QStringLiteral("fixedColumn"));
+    fixedColumn_->setModel(model());
+    fixedColumn_->setSelectionModel(selectionModel());
+    fixedColumn_->setFocusPolicy(Qt::NoFocus);
+    fixedColumn_->setFrameShape(NoFrame);
+    fixedColumn_->setEditTriggers(NoEditTriggers);
+    fixedColumn_->setWordWrap(false);
+    fixedColumn_->verticalHeader()->hide();
+    fixedColumn_->verticalHeader()->setMinimumSectionSize(1);
+    fixedColumn_->verticalHeader()->setDefaultSectionSize(verticalHeader()->defaultSectionSize());
+    fixedColumn_->horizontalHeader()->hide();
+    fixedColumn_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    fixedColumn_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    fixedColumn_->setVerticalScrollMode(verticalScrollMode());
+    fixedColumn_->hide();
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, fixedColumn_->verticalScrollBar(),
+            &QScrollBar::setValue);
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, &ResultGridView::PlaceFixedColumn);
+}
+
+void ResultGridView::PlaceFixedColumn() {
+    const bool scrolled = horizontalScrollBar()->value() > 0 && columnCount() > 1;
+    fixedColumn_->setVisible(scrolled);
+    if (!scrolled)
+        return;
+    for (int column = 1; column < columnCount(); ++column)
+        fixedColumn_->setColumnHidden(column, true);
+    fixedColumn_->setColumnWidth(0, columnWidth(0));
+    fixedColumn_->setGeometry(viewport()->x(), viewport()->y(), columnWidth(0), viewport()->height());
+    fixedColumn_->verticalScrollBar()->setValue(verticalScrollBar()->value());
+    fixedColumn_->raise();
+}
+
+void ResultGridView::resizeEvent(QResizeEvent* event) {
+    QTableWidget::resizeEvent(event);
+    PlaceFixedColumn();
 }
 
 void ResultGridView::ShowGrid(const ResultGrid& grid) {

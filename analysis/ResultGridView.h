@@ -35,13 +35,17 @@ class ResultGridView : public QTableWidget {
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     void SetCell(int row, int column, const QString& text);
     void ApplyShades();
     void ApplyWidths();
+    /// The first column stays in place while the others are scrolled sideways.
+    void PlaceFixedColumn();
     QString BlockText(const QItemSelectionRange& block, bool withHeader) const;
 
+    QTableView* fixedColumn_ = nullptr;
     std::vector<RowShade> shades_;
     std::vector<int> widths_;
     std::vector<QString> meanings_;

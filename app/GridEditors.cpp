@@ -13,6 +13,7 @@ namespace vorela {
 namespace {
 
 constexpr int valueColumn = 1;
+constexpr int widestEditor = 240;
 
 bool IsEnter(int key) {
     return key == Qt::Key_Return || key == Qt::Key_Enter;
@@ -166,7 +167,7 @@ void GridEditors::Place(QWidget* editor, ResultGridView* grid, int row) {
     // The chooser is a little taller than a line of the grid in most styles.
     const int height = std::max(cell.height(), editor->sizeHint().height());
     editor->setGeometry(cell.left(), cell.top() - (height - cell.height()) / 2,
-                        std::min(cell.width(), std::max(grid->viewport()->width() - cell.left(), 1)), height);
+                        std::clamp(grid->viewport()->width() - cell.left(), 1, widestEditor), height);
     if (editor->isHidden()) {
         editor->show();
         editor->setFocus();

@@ -57,6 +57,7 @@ constexpr const char* stepLoad = "Load Failed";
 constexpr const char* stepUpdate = "Updating main window";
 constexpr const char* stepTab = "Spinner Tab";
 constexpr const char* stepCursorValues = "Displaying cursor values";
+constexpr const char* stepAction = "Running an action of the main window";
 constexpr const char* stepUnload = "Unloading main window";
 
 QString Text(const std::string& text) {
@@ -463,7 +464,7 @@ void frmMain::Run(const std::function<void()>& action) {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     ports_.TakeRepainted();
     repeated_.Forget();
-    action();
+    Attempt(stepAction, action);
     if (ports_.TakeRepainted()) {
         InputDropper dropper;
         QApplication::processEvents();

@@ -115,6 +115,10 @@ void frmMain::SelectDataEntry() {
                         ShowModal(dialog);
                     },
                     [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
+        // Also when the sequence broke off: what was selected is followed.
+        const auto& datasets = CurrentSelection().datasets;
+        if (std::any_of(datasets.begin(), datasets.end(), [](const auto& record) { return record.pendingFlag != 0; }))
+            tmrMain_.start();
         // After a cancelled selection the old tabs and values must not stay.
         if (CurrentSelection().datasets.empty())
             UpdateMainWindow();

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QTest>
@@ -246,6 +247,20 @@ TEST_F(MainWindow, ColumnsAreAsWideAsDesignedOrAsTheirCaptionsNeed) {
     EXPECT_EQ(GridOf("fgSummary").columnWidth(3), PixelsFromTwips(1200, GridOf("fgSummary").logicalDpiX()));
 }
 
+TEST_F(MainWindow, FirstColumnStaysWhileTheOthersAreScrolled) {
+    SetTab(4);
+    ResultGridView& grid = GridOf("fgSummary");
+    window->resize(500, 400);
+    QApplication::processEvents();
+    auto& fixed = Find<QTableView>(grid, "fixedColumn");
+    EXPECT_FALSE(fixed.isVisible());
+    ASSERT_GT(grid.horizontalScrollBar()->maximum(), 0);
+    grid.horizontalScrollBar()->setValue(grid.horizontalScrollBar()->maximum());
+    EXPECT_TRUE(fixed.isVisible());
+    EXPECT_EQ(fixed.width(), grid.columnWidth(0));
+    EXPECT_EQ(fixed.indexAt({1, 1}).data(), "Depth Interval");
+}
+
 TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
     EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor1, 33.33F);
     EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor2, 66.33F);
@@ -299,6 +314,23 @@ TEST_F(MainWindow, VanishedDatabaseIsReportedAndTheWindowGoesOn) {
     SetTab(5);
     SetTab(1);
     EXPECT_EQ(Cell("fgLevel", 3), "LEVEL2");
+    EXPECT_FALSE(window->ActionRunning());
+}
+
+TEST_F(MainWindow, DatasetDeletedUnderTheSelectionIsReportedOnceForEachAction) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    DeleteItem("LEVEL2");
+    SetTab(5);
+    const std::size_t told = ports.boxes.size();
+    EXPECT_GE(told, 1U);
+    SetTab(1);
+    SetTab(5);
+    EXPECT_EQ(ports.boxes.size(), told);
+    ports.answers = {true};
+    Trigger("mnuAction2");
+    EXPECT_GT(ports.boxes.size(), told);
+    SetTab(6);
     EXPECT_FALSE(window->ActionRunning());
 }
 
