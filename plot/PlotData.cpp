@@ -47,8 +47,7 @@ class PointCollector {
 void CollectSamples(PlotCurveReader& curve, TimeSpan span, PointCollector& collector) {
     const std::int64_t first = std::max<std::int64_t>(curve.PositionAtOrAfter(span.start), 0);
     const auto value = [&](double time) {
-        const std::optional<double> at = curve.At(time);
-        if (at)
+        if (const std::optional<double> at = curve.At(time))
             collector.Sample(time, *at);
     };
     if (curve.IndexOf(first) > span.start)
@@ -236,6 +235,8 @@ CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t 
         CollectColumns(curve, span, result.step, collector);
     else
         CollectSamples(curve, span, collector);
+    if (!result.points.empty() && result.points.back().IsBreak())
+        result.points.pop_back();
     return result;
 }
 

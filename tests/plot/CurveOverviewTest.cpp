@@ -1,0 +1,90 @@
+#include "plot/CurveOverview.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace vorela {
+namespace {
+
+constexpr float gap = std::numeric_limits<float>::quiet_NaN();
+constexpr std::int64_t bucket = CurveOverview::bucketSamples;
+
+std::vector<float> Noise(std::size_t count, unsigned seed) {
+    std::mt19937 random(seed);
+    std::normal_distribution<float> normal;
+    std::vector<float> samples(count);
+    for (float& sample : samples)
+        sample = random() % 5 == 0 ? gap : normal(random);
+    for (std::size_t i = 1000; i < std::min<std::size_t>(2000, count); ++i)
+        samples[i] = gap;
+    return samples;
+}
+
+MinMax Plain(const std::vector<float>& samples, std::int64_t first, std::int64_t end) {
+    MinMax result;
+    for (std::int64_t i = first; i < std::min<std::int64_t>(end, std::ssize(samples)); ++i)
+        if (!std::isnan(samples[static_cast<std::size_t>(i)]))
+            result.Add(samples[static_cast<std::size_t>(i)]);
+    return result;
+}
+
+void ExpectAgreement(const CurveOverview& overview, const std::vector<float>& samples) {
+    const std::int64_t buckets = (std::ssize(samples) + bucket - 1) / bucket;
+    std::mt19937 random(7);
+    for (int i = 0; i < 300; ++i) {
+        std::int64_t a = random() % (static_cast<unsigned>(buckets) + 1);
+        std::int64_t b = random() % (static_cast<unsigned>(buckets) + 1);
+        if (a > b)
+            std::swap(a, b);
+        ASSERT_EQ(overview.OfBuckets(a, b), Plain(samples, a * bucket, b * bucket)) << a << " to " << b;
+    }
+    EXPECT_EQ(overview.OfBuckets(0, buckets), Plain(samples, 0, std::ssize(samples)));
+}
+
+TEST(CurveOverview, agreesWithTheSamplesHoweverItGrew) {
+    const std::vector<float> samples = Noise(100'003, 1);
+    for (const std::size_t piece : {1UL, 7UL, 128UL, 1000UL, 100'003UL}) {
+        CurveOverview overview;
+        for (std::size_t at = 0; at < samples.size(); at += piece)
+            overview.Append(std::span(samples).subspan(at, std::min(piece, samples.size() - at)));
+        EXPECT_EQ(overview.Size(), 100'003);
+        ExpectAgreement(overview, samples);
+    }
+}
+
+TEST(CurveOverview, forgetsATailThatIsWrittenAgain) {
+    std::vector<float> samples = Noise(90'000, 2);
+    CurveOverview overview;
+    overview.Append(samples);
+    for (const std::int64_t keep : {89'999, 70'000, 2048, 128, 127, 0}) {
+        overview.Truncate(keep);
+        EXPECT_LE(overview.Size(), keep);
+        EXPECT_GT(overview.Size(), keep - bucket);
+        const std::vector<float> other = Noise(90'000, static_cast<unsigned>(keep));
+        const auto from = static_cast<std::size_t>(overview.Size());
+        std::copy(other.begin() + overview.Size(), other.end(), samples.begin() + overview.Size());
+        overview.Append(std::span(samples).subspan(from));
+        ExpectAgreement(overview, samples);
+    }
+}
+
+TEST(CurveOverview, takesASmallPartOfTheSamplesMemory) {
+    CurveOverview overview;
+    const std::vector<float> samples(1 << 20, 1.0F);
+    overview.Append(samples);
+    EXPECT_LT(overview.Bytes(), samples.size() * sizeof(float) / 20);
+}
+
+TEST(CurveOverview, onlyGapsAreEmpty) {
+    const std::vector<float> gaps(1000, gap);
+    EXPECT_TRUE(MinMaxOf(gaps).IsEmpty());
+    CurveOverview overview;
+    overview.Append(gaps);
+    EXPECT_TRUE(overview.OfBuckets(0, 8).IsEmpty());
+    EXPECT_TRUE(overview.OfBuckets(5, 5).IsEmpty());
+}
+
+}  // namespace
+}  // namespace vorela

@@ -1,0 +1,254 @@
+#include "plot/PlotData.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "plot/PlotReadout.h"
+#include "plot/PlotRenderer.h"
+#include "plot/modPlot.h"
+#include "signal/modParameters.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela {
+namespace {
+
+using test::CurveSpec;
+
+class PlotDataTest : public test::DravikFixture {
+  protected:
+    void SetUp() override {
+        DravikFixture::SetUp();
+        PrsOpt() = PresentationOptions{};
+        PlotFormat() = PlotFormatOptions{};
+        PrsOpt().timeAuto = true;
+        ForgetKeptCurves();
+    }
+
+    /// LEVEL1 with ZG(t) as given, RTC = 1 and PVLPOS = 0.
+    void MakeDataset(std::int32_t count, std::function<std::optional<double>(std::int32_t)> pressure,
+                     std::int32_t first = 0, std::int16_t step = 10) {
+        AddCurves("LEVEL1", {{"ZG", "psi", count, std::move(pressure), first, step},
+                             {"RTC", "rps", count, [](std::int32_t) { return 1.0; }, first, step},
+                             {"PVLPOS", "cps", count, [](std::int32_t) { return 0.0; }, first, step}});
+        Select({"LEVEL1"});
+    }
+    PlotInformation Get(PlotRequest request = {}) {
+        request.datasets = {0};
+        PlotInformation information;
+        EXPECT_TRUE(GetPlotInformation(request, information, message));
+        return information;
+    }
+    static const CurvePoints& Pressure(const PlotInformation& information) {
+        return information.datasets.at(0).Find(Quantity::pressure)->values;
+    }
+
+    std::string message;
+};
+
+double Wave(std::int32_t t) { return std::sin(t / 700.0) + static_cast<double>(std::int64_t{t} * 7919 % 1000) / 1000.0; }
+
+TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
+    PlotInformation information;
+    EXPECT_FALSE(GetPlotInformation({}, information, message));
+    EXPECT_EQ(message, "No data selected");
+    CurrentSelection().datasets.resize(1);
+    EXPECT_FALSE(GetPlotInformation({}, information, message));
+    EXPECT_EQ(message, "There are no common curves in the selected datasets");
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
+    MakeDataset(4134, [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; }, 1234, 2);
+    const PlottedRange before = PlottedRangeOf(0);
+    EXPECT_EQ(PrsOpt().rangeEnd, 0);
+    const PlotInformation information = Get();
+    EXPECT_EQ(information.span, (TimeSpan{1000, 10000}));
+    EXPECT_EQ(PrsOpt().rangeStart, 10);
+    EXPECT_EQ(PrsOpt().rangeEnd, 100);
+    EXPECT_EQ(PrsOpt().timeRange, 90);
+    EXPECT_EQ(before, (PlottedRange{10, 100}));
+    EXPECT_EQ(information.axes[0].minimum, 10);
+    EXPECT_EQ(information.axes[0].maximum, 30);
+    EXPECT_EQ(information.axes[3].maximum, 1);  // no filtered curve: 0 to one step
+    EXPECT_EQ(information.datasets[0].Find(Quantity::filteredPressure), nullptr);
+    EXPECT_EQ(information.datasets[0].Find(Quantity::pressure)->unit, "psi");
+    EXPECT_EQ(information.title, "Vorela plot - LEVEL1 ");
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
+    MakeDataset(1000, Wave);
+    PlotFormat().flowCurve = 1;
+    PlotFormat().valve = 1;
+    const PlotInformation information = Get();
+    ASSERT_EQ(ports.boxes.size(), 2U);
+    EXPECT_EQ(ports.boxes[0].text,
+              "The Dravik filtered flow curve has not been created.\r\rThe unfiltered curve will be plotted.");
+    EXPECT_EQ(ports.boxes[1].text,
+              "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
+              "The motor position curve (PVLPOS) will be plotted.");
+    EXPECT_EQ(ports.boxes[1].title, "Vorela");
+    EXPECT_EQ(ports.boxes[1].icon, MessageIcon::information);
+    EXPECT_EQ(information.datasets[0].Find(Quantity::flow)->name, "RTC");
+    CurrentSelection().commonCurves.push_back({"RTC_f", "rps"});
+    CurrentSelection().commonCurves.push_back({"PVLSIG", ""});
+    std::vector<std::string> fallbacks;
+    const auto names = ChooseCurveNames(PlotFormat(), fallbacks);
+    EXPECT_TRUE(fallbacks.empty());
+    EXPECT_EQ(names, (std::array<std::string, 5>{"ZG", "RTC_f", "PVLSIG", "ZG_p", "RTC_qs"}));
+}
+
+TEST_F(PlotDataTest, aVanishedDatasetEndsWithItsName) {
+    MakeDataset(1000, Wave);
+    DeleteItem("LEVEL1");
+    PlotInformation information;
+    PlotRequest request;
+    request.datasets = {0};
+    EXPECT_FALSE(GetPlotInformation(request, information, message));
+    EXPECT_EQ(message, "Error attaching to dataset: LEVEL1");
+}
+
+TEST_F(PlotDataTest, everySampleIsInExactlyOneColumn) {
+    const auto wave = [](std::int32_t t) -> std::optional<double> {
+        return t > 500'000 && t < 600'000 ? std::nullopt : std::optional(Wave(t));
+    };
+    MakeDataset(200'000, wave);
+    // 200 columns of 1000 samples are answered by the overview, 2000 of 100 by the samples.
+    for (const std::int32_t points : {200, 2000}) {
+        PlotRequest request;
+        request.pointsWanted = points;
+        const CurvePoints values = Pressure(Get(request));
+        EXPECT_TRUE(values.dense);
+        EXPECT_NEAR(values.step, 2001000 / points, 1);
+        MinMax all, drawn;
+        for (std::int32_t t = 0; t < 2'000'000; t += 10)
+            if (wave(t))
+                all.Add(static_cast<float>(*wave(t)));
+        int breaks = 0;
+        for (const CurvePoint& point : values.points) {
+            breaks += point.IsBreak() ? 1 : 0;
+            drawn.Add({point.low, point.high});
+            if (point.IsBreak())
+                continue;
+            // A column spans its step; the overview may put its edges off by a bucket.
+            const double slack = points == 200 ? CurveOverview::bucketSamples * 10.0 : 0;
+            MinMax wide;
+            for (auto t = static_cast<std::int32_t>(point.time - values.step / 2.0 - slack) / 10 * 10;
+                 t <= point.time + values.step / 2.0 + slack; t += 10)
+                if (t >= 0 && t < 2'000'000 && wave(t))
+                    wide.Add(static_cast<float>(*wave(t)));
+            EXPECT_LE(wide.minimum, point.low);
+            EXPECT_GE(wide.maximum, point.high);
+        }
+        EXPECT_EQ(drawn, all);
+        EXPECT_EQ(breaks, 1);
+        EXPECT_NEAR(*values.extent.minimum, all.minimum, 0);
+    }
+}
+
+TEST_F(PlotDataTest, fewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
+    MakeDataset(1000, [](std::int32_t t) { return t == 40 ? std::optional<double>() : t; });
+    PlotRequest request;
+    request.mode = TimeMode::zoomed;
+    request.zoom = {15, 75};
+    const PresentationOptions before = PrsOpt();
+    const CurvePoints values = Pressure(Get(request));
+    EXPECT_FALSE(values.dense);
+    std::vector<double> times;
+    for (const CurvePoint& point : values.points)
+        times.push_back(point.IsBreak() ? -1 : point.time);
+    EXPECT_EQ(times, (std::vector<double>{15, 20, 30, -1, 50, 60, 70, 75}));
+    EXPECT_EQ(values.points[0].low, 15);
+    EXPECT_EQ(PrsOpt().rangeEnd, before.rangeEnd);  // a zoom touches no option
+    EXPECT_EQ(PrsOpt().Axis(Quantity::pressure).plottedMaximum, 0);
+}
+
+TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
+    MakeDataset(100'000, Wave);
+    PlotRequest request;
+    request.pointsWanted = 100;  // the overview's range
+    Get(request);
+    const CurveSpec longer{"ZG", "psi", 0, [](std::int32_t t) { return Wave(t) + 50; }};
+    Append("LEVEL1", longer, 12'345);
+    request.verify = false;
+    request.mode = TimeMode::zoomed;
+    request.zoom = {0, 1'130'000};
+    const CurvePoints grown = Pressure(Get(request));
+    ForgetKeptCurves();
+    const CurvePoints fresh = Pressure(Get(request));
+    ASSERT_EQ(grown.points.size(), fresh.points.size());
+    for (std::size_t i = 0; i < fresh.points.size(); ++i)
+        ASSERT_EQ(std::memcmp(&grown.points[i], &fresh.points[i], sizeof(CurvePoint)), 0) << i;
+    EXPECT_GT(*grown.extent.maximum, 50);
+    // Made anew with the same attributes and length: only its samples tell.
+    DeleteItem("LEVEL1/ZG/1");
+    AddCurve("LEVEL1", {"ZG", "psi", 112'345, [](std::int32_t t) { return -Wave(t); }});
+    request.verify = true;
+    EXPECT_LT(*Pressure(Get(request)).extent.maximum, 2);
+}
+
+TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
+    MakeDataset(100'000, [](std::int32_t t) { return t / 10 + 0.125; });
+    const float marker = 50'000.125F;
+    std::string bytes = test::ReadAll(DatabasePath());
+    const std::size_t at = bytes.find(std::string(reinterpret_cast<const char*>(&marker), sizeof marker));
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = static_cast<char>(bytes[at] ^ 1);
+    test::WriteAll(DatabasePath(), bytes);
+    for (const std::int32_t points : {50, 2000}) {  // overview and samples
+        ForgetKeptCurves();
+        ports.boxes.clear();
+        PlotRequest request;
+        request.pointsWanted = points;
+        Get(request);
+        const CurvePoints values = Pressure(Get(request));
+        ASSERT_EQ(ports.boxes.size(), 1U);
+        EXPECT_NE(ports.boxes[0].text.find("Get curve values: "), std::string::npos);
+        EXPECT_NE(ports.boxes[0].text.find("ZG"), std::string::npos);
+        EXPECT_EQ(std::count_if(values.points.begin(), values.points.end(), [](auto& p) { return p.IsBreak(); }), 1);
+        EXPECT_EQ(*values.extent.maximum, 99'999.125);
+    }
+}
+
+TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
+    MakeDataset(1000, Wave);  // 99.9 s
+    PrsOpt().timeAuto = false;
+    EXPECT_EQ(Get().span, (TimeSpan{0, 24000}));
+    PlotRequest request;
+    request.mode = TimeMode::follow;
+    EXPECT_EQ(Get(request).span, (TimeSpan{0, 24000}));
+    CurrentSelection().datasets[0].extentB = 24001;
+    EXPECT_EQ(Get(request).span, (TimeSpan{24000, 48000}));
+    CurrentSelection().datasets[0].extentB = 100000;  // pages were missed
+    EXPECT_EQ(Get(request).span, (TimeSpan{96000, 120000}));
+    PrsOpt().timeAuto = true;
+    EXPECT_EQ(Get(request).span, (TimeSpan{0, 101000}));
+}
+
+TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
+    MakeDataset(1000, [](std::int32_t t) { return t >= 5000 && t < 5100 ? std::optional<double>() : t / 100.0; });
+    PlotDrawing drawing;
+    drawing.information = Get();
+    drawing.format.flow = false;
+    drawing.information.elapsedOrigin = 1000;
+    CurrentParameters().period = 40;
+    const PlotReadout readout = ReadCursors(drawing, 2005, 4005);
+    EXPECT_EQ(readout.time1, 10.05);
+    EXPECT_EQ(readout.difference, 20);
+    EXPECT_EQ(readout.periods, 0.5);
+    ASSERT_EQ(readout.values.size(), 2U);  // pressure and valve
+    EXPECT_EQ(readout.values[0].curve, "ZG");
+    EXPECT_NEAR(*readout.values[0].atCursor1, 20.05, 1e-5);
+    EXPECT_NEAR(*readout.values[0].difference, 20, 1e-5);
+    EXPECT_EQ(ReadCursors(drawing, 5050, 99999).values[0].atCursor1, std::nullopt);
+    EXPECT_EQ(ReadCursors(drawing, 5050, 99999).values[0].atCursor2, std::nullopt);
+    EXPECT_EQ(ReadoutText(std::nullopt), "-");
+    EXPECT_EQ(ReadoutText(4194.0806), "4194.081");
+    EXPECT_EQ(ReadoutText(-0.00012345678), "-0.0001234568");
+    EXPECT_EQ(ReadoutTimeText(883.2449), "883.245");
+}
+
+}  // namespace
+}  // namespace vorela

@@ -1,0 +1,271 @@
+#include "plot/PlotRenderer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "general/modGeneral.h"
+#include "tests/plot/RecordingSurface.h"
+#include "tests/support/TestSupport.h"
+
+namespace vorela {
+namespace {
+
+using test::RecordingSurface;
+using Operation = RecordingSurface::Operation;
+using ::testing::Contains;
+using ::testing::Not;
+
+constexpr float gap = std::numeric_limits<float>::quiet_NaN();
+
+CurvePoints Samples(const std::vector<float>& values) {
+    CurvePoints curve;
+    curve.step = 100;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        curve.points.push_back({static_cast<double>(i) * 100, values[i], values[i]});
+    return curve;
+}
+
+/// A dataset with all five quantities over 0 to 60 s, pressures 0 to 10.
+PlotInformation FiveCurves() {
+    PlotInformation information;
+    information.span = {0, 6000};
+    information.title = "Vorela plot - LEVEL1 TOOL";
+    information.axes.fill({0, 10});
+    DatasetPlot plot;
+    const struct {
+        Quantity quantity;
+        const char* name;
+        const char* unit;
+    } curves[] = {{Quantity::pressure, "ZG", "psi"},
+                  {Quantity::flow, "RTC", "rps"},
+                  {Quantity::valve, "PVLPOS", ""},
+                  {Quantity::filteredPressure, "ZG_p", "psi"},
+                  {Quantity::filteredFlow, "RTC_qs", ""}};
+    for (const auto& curve : curves)
+        plot.curves.push_back({curve.quantity, curve.name, curve.unit, Samples({1, 2, 3, 2, 1})});
+    information.datasets = {plot};
+    return information;
+}
+
+RecordingSurface Drawn(const PlotInformation& information, const PlotFormatOptions& format, PictureSize size = {1000, 600},
+                       const PlotStyle& style = {}) {
+    RecordingSurface surface(size);
+    EXPECT_TRUE(DrawPlot(surface, information, format, LayoutOf(size, format), style));
+    return surface;
+}
+
+TEST(PlotLayout, textIsFourteenToSixteenUnitsHigh) {
+    // 600 units: 333 would be 20 units, so 16 / 0.06 = 267 logical.
+    const PlotLayout layout = DefinePlotLayout({1000, 600}, 1, 1, 4, 2);
+    EXPECT_EQ(layout.textHeight, 267);
+    EXPECT_EQ(layout.fontHeight, 16);
+    EXPECT_EQ(layout.gap, 4);
+    EXPECT_EQ(layout.CursorMargin(1000), 27);
+    EXPECT_EQ(DefinePlotLayout({1000, 450}, 1, 1, 4, 2).textHeight, 333);  // 14.985 units: as it comes
+    EXPECT_EQ(DefinePlotLayout({1000, 300}, 1, 1, 4, 2).fontHeight, 14);
+    EXPECT_EQ(DefinePlotLayout({1000, 300}, 1, 1, 4, 2).textHeight, 467);
+}
+
+TEST(PlotLayout, cellsLeaveATextHeightOnThreeSidesAndHalfOneAbove) {
+    const PlotLayout one = DefinePlotLayout({1000, 600}, 1, 1, 4, 2);
+    // left 267, top 133.5, right and bottom 9733 logical; spacing 9466/2 and 9599.5/4.
+    EXPECT_EQ(one.cells, (std::vector<PlotCell>{{27, 8, 973, 584, 473, 144}}));
+    const PlotLayout two = DefinePlotLayout({1000, 600}, 1, 2, 4, 2);
+    EXPECT_EQ(two.cells, (std::vector<PlotCell>{{27, 8, 973, 284, 473, 69}, {27, 308, 973, 584, 473, 69}}));
+}
+
+TEST(PlotLayout, aPictureWithoutRoomHasNoCellsAndNothingIsDrawn) {
+    test::ScriptedPorts ports;
+    for (const PictureSize size : {PictureSize{0, 0}, PictureSize{1000, 20}, PictureSize{1, 600}}) {
+        const RecordingSurface surface = Drawn(FiveCurves(), {}, size);
+        EXPECT_TRUE(!LayoutOf(size, {}).cells.empty() || surface.operations.empty());
+    }
+    EXPECT_TRUE(LayoutOf({1000, 20}, {}).cells.empty());
+    EXPECT_TRUE(ports.boxes.empty());
+    RecordingSurface surface({10, 10});
+    DrawingTools tools(surface, false);
+    EXPECT_EQ(DrawPlotAxes(surface, tools, PlotLayout{}, 4, 2), -1);
+}
+
+TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
+    const RecordingSurface colour = Drawn(FiveCurves(), {});
+    ASSERT_EQ(colour.pens.size(), 13U);
+    EXPECT_EQ(colour.pens[0], (PenDescription{LineStyle::solid, 1, {0, 0, 0}}));
+    EXPECT_EQ(colour.pens[2].style, LineStyle::none);
+    EXPECT_EQ(colour.pens[3], (PenDescription{LineStyle::solid, 2, {255, 0, 0}}));
+    EXPECT_EQ(colour.pens[5], (PenDescription{LineStyle::solid, 1, {192, 192, 192}}));
+    EXPECT_EQ(colour.pens[7], (PenDescription{LineStyle::dotted, 2, {0, 0, 255}}));
+    EXPECT_EQ(colour.pens[11], (PenDescription{LineStyle::solid, 1, {255, 0, 255}}));
+    EXPECT_EQ(colour.pens[12], (PenDescription{LineStyle::solid, 1, {128, 128, 255}}));
+    ASSERT_EQ(colour.brushes.size(), 8U);
+    EXPECT_EQ(colour.brushes[1], (Colour{255, 255, 0}));
+    EXPECT_EQ(colour.brushes[7], (Colour{0, 0, 255}));
+    EXPECT_EQ(colour.deleted, 13 + 8 + 1);
+    EXPECT_EQ(colour.lastSelected, RecordingSurface::stock);
+    ASSERT_EQ(colour.fonts.size(), 1U);
+    EXPECT_EQ(colour.fonts[0].typeface, "Arial");
+    EXPECT_EQ(colour.fonts[0].height, 16);
+    EXPECT_EQ(colour.fonts[0].weight, 400);
+
+    const RecordingSurface mono = Drawn(FiveCurves(), {}, {1000, 600}, {true, {}});
+    for (std::size_t i = 0; i < 13; ++i) {
+        EXPECT_EQ(mono.pens[i].colour, Colour{}) << i;
+        EXPECT_EQ(mono.pens[i].style, colour.pens[i].style) << i;
+        EXPECT_EQ(mono.pens[i].width, colour.pens[i].width) << i;
+    }
+    for (const Colour& brush : mono.brushes)
+        EXPECT_EQ(brush, (Colour{255, 255, 255}));
+}
+
+TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
+    PlotFormatOptions format;
+    format.nPlots = 1;
+    const RecordingSurface surface = Drawn(FiveCurves(), format);
+    const Operation& frame = surface.operations[0];
+    EXPECT_EQ(frame.pen, 1);
+    EXPECT_EQ(frame.points[0], (DevicePoint{27, 8}));
+    EXPECT_EQ(frame.points[2], (DevicePoint{975, 586}));
+    const std::vector<Operation> grid = surface.DrawnWith(6);
+    ASSERT_EQ(grid.size(), 1U + 1 + 3);
+    EXPECT_EQ(grid[0].points[2], (DevicePoint{974, 585}));
+    EXPECT_EQ(grid[1].points, (std::vector<DevicePoint>{{500, 8}, {500, 584}}));
+    EXPECT_EQ(grid[2].points, (std::vector<DevicePoint>{{27, 152}, {973, 152}}));
+    EXPECT_EQ(grid[4].points[0].y, 440);
+    format.nPlots = 2;
+    format.horizontal = 99;  // a hand-edited file: drawn as 20
+    format.vertical = 0;     // and as 1
+    EXPECT_EQ(Drawn(FiveCurves(), format).DrawnWith(6).size(), 2U * (1 + 0 + 19));
+}
+
+TEST(PlotRenderer, curvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
+    PlotFormatOptions format;
+    format.nPlots = 1;
+    const auto order = [](const RecordingSurface& surface, float legendX) {
+        std::vector<int> pens;
+        for (const Operation& operation : surface.operations)
+            if (operation.kind != Operation::Kind::text && operation.pen != 6 && operation.points[0].x < legendX &&
+                (pens.empty() || pens.back() != operation.pen))
+                pens.push_back(operation.pen);
+        return pens;
+    };
+    constexpr float legendX = 300;  // the curves of the first five seconds lie left of it, the keys right
+    EXPECT_EQ(order(Drawn(FiveCurves(), format), legendX), (std::vector<int>{1, 13, 4, 7, 12, 1}));
+    format.filteredPressure = false;
+    format.valveShown = false;
+    EXPECT_EQ(order(Drawn(FiveCurves(), format), legendX), (std::vector<int>{1, 4, 7, 1}));
+    format = PlotFormatOptions{};
+    EXPECT_EQ(order(Drawn(FiveCurves(), format), legendX), (std::vector<int>{1, 13, 4, 12, 13, 7, 1}));
+}
+
+TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
+    PlotFormatOptions format;
+    format.nPlots = 1;
+    format.y1 = 3;
+    format.y2 = 4;
+    PlotInformation information = FiveCurves();
+    const auto single = Drawn(information, format).Texts();
+    EXPECT_THAT(single, Contains("Vorela plot - LEVEL1 TOOL"));
+    EXPECT_THAT(single, Contains("Time (seconds)"));
+    EXPECT_THAT(single, Contains("Filtered Pressure - ZG_p (psi)"));
+    EXPECT_THAT(single, Contains("Filtered Flow - RTC_qs (Unknown)"));
+    EXPECT_THAT(single, Not(Contains("Valve - PVLPOS (cps)")));
+    format.nPlots = 2;
+    information.datasets[0].curves[2].name = "PVLSIG";
+    information.datasets[0].curves.erase(information.datasets[0].curves.begin() + 1);
+    const RecordingSurface dual = Drawn(information, format);
+    EXPECT_THAT(dual.Texts(), Contains("Pressure sensor - P"));
+    EXPECT_THAT(dual.Texts(), Contains("Flow meter - Q"));
+    EXPECT_THAT(dual.Texts(), Contains("Valve - Ref. Signal").Times(2));
+    EXPECT_THAT(dual.Texts(), Contains("Flow - Unknown (Unknown)"));
+    EXPECT_EQ(dual.FindText("Flow meter - Q")->alignment, TextAlignment::topLeft);
+    EXPECT_GT(dual.FindText("Flow meter - Q")->points[0].y, 308);
+    EXPECT_EQ(AxisLabel(FiveCurves(), Quantity::valve), "Valve - PVLPOS (cps)");
+    format.nPlots = 1;
+    format.y1 = 9;  // no quantity: no axis
+    EXPECT_THAT(Drawn(information, format).Texts(), Not(Contains("Pressure - ZG (psi)")));
+}
+
+TEST(PlotRenderer, axisValuesFollowTheNumberFormatAndTheElapsedOrigin) {
+    PlotFormatOptions format;
+    format.nPlots = 1;
+    PlotInformation information = FiveCurves();
+    information.axes[0] = {4110, 4111};
+    information.axes[2] = {-1, 0.25};
+    information.span = {1000, 7000};
+    RecordingSurface surface = Drawn(information, format);
+    EXPECT_EQ(surface.FindText("4111")->alignment, TextAlignment::bottomLeft);
+    EXPECT_EQ(surface.FindText("-0.375")->alignment, TextAlignment::bottomRight);
+    EXPECT_EQ(surface.FindText("-0.375")->points[0], (DevicePoint{969, 296 - 4}));
+    EXPECT_EQ(surface.FindText("40")->alignment, TextAlignment::bottomCentre);
+    EXPECT_EQ(surface.FindText("40")->points[0], (DevicePoint{500, 600}));
+    EXPECT_EQ(surface.FindText("70")->alignment, TextAlignment::bottomRight);
+    information.elapsedOrigin = 1000;
+    surface = Drawn(information, format);
+    EXPECT_NE(surface.FindText("30"), nullptr);
+    EXPECT_EQ(surface.FindText("40"), nullptr);
+}
+
+TEST(Clipping, runsFlattenedAlongTheEdge) {
+    // lower limit 100, upper limit 0: device y grows downwards
+    EXPECT_EQ(ClipSegment({{0, 120}, {10, 101}}, 100, 0), std::nullopt);
+    EXPECT_EQ(ClipSegment({{0, -1}, {10, -50}}, 100, 0), std::nullopt);
+    EXPECT_EQ(ClipSegment({{0, 20}, {10, 80}}, 100, 0), (Segment{{0, 20}, {10, 80}}));
+    EXPECT_EQ(ClipSegment({{0, 50}, {10, 250}}, 100, 0), (Segment{{0, 50}, {10, 100}}));
+    EXPECT_EQ(ClipSegment({{0, -300}, {10, 300}}, 100, 0), (Segment{{0, 0}, {10, 100}}));
+    EXPECT_EQ(ClipSegment({{0, 100}, {10, 101}}, 100, 0), (Segment{{0, 100}, {10, 100}}));
+}
+
+TEST(CurveDrawing, aGapBreaksTheLineAndALoneSampleIsADot) {
+    const PlotCell cell{0, 0, 600, 100, 0, 0};
+    const PlotScale scale(cell, {0, 600}, {0, 10});
+    RecordingSurface surface({600, 100});
+    DrawCurve(surface, Samples({0, 10, gap, 5, gap, 20, 20}), scale, cell);
+    ASSERT_EQ(surface.operations.size(), 2U);  // the last two lie above the plot area
+    EXPECT_EQ(surface.operations[0].points, (std::vector<DevicePoint>{{0, 100}, {100, 0}}));
+    EXPECT_EQ(surface.operations[1].points, (std::vector<DevicePoint>{{300, 50}, {300, 50}}));
+    for (const double x : {0.0, 123.25, 600.0})
+        EXPECT_NEAR(scale.X(scale.Time(x)), x, 1e-9);
+    EXPECT_EQ(PlotScale(cell, {0, 600}, {5, 5}).Y(7), 50);
+}
+
+TEST(CurveDrawing, aDenseColumnIsOneUprightLineThatTouchesTheColumnBefore) {
+    CurvePoints curve;
+    curve.dense = true;
+    curve.points = {{0, 0, 2}, {1, 5, 9}, {2, 4, 4}, {3, gap, gap}, {4, 1, 3}};
+    const PlotCell cell{0, 0, 10, 100, 0, 0};
+    std::vector<Segment> segments;
+    ForEachSegment(curve, PlotScale(cell, {0, 10}, {0, 10}), 1, [&](const Segment& s) { segments.push_back(s); });
+    EXPECT_EQ(segments, (std::vector<Segment>{{{0, 100}, {0, 80}},
+                                              {{1, 80}, {1, 10}},   // its own 50 to 10, and down to the one before
+                                              {{2, 60}, {2, 50}},   // up to the minimum of the one before
+                                              {{4, 90}, {4, 70}}}));
+}
+
+TEST(CurveDrawing, theValveBufferFlushesEvery500PointsWithoutALoss) {
+    std::vector<float> values(1234);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<float>(i % 7);
+    const PlotCell cell{0, 0, 10000, 100, 0, 0};
+    RecordingSurface surface({10000, 100});
+    DrawValveCurve(surface, Samples(values), PlotScale(cell, {0, 123400}, {0, 10}), cell);
+    ASSERT_EQ(surface.operations.size(), 3U);
+    EXPECT_EQ(surface.operations[0].points.size(), 500U);
+    EXPECT_EQ(surface.operations[1].points.size(), 500U);
+    EXPECT_EQ(surface.operations[1].points[0], surface.operations[0].points[499]);
+    EXPECT_EQ(surface.operations[2].points.size(), 1234U - 2 * 499);
+}
+
+TEST(PlotDriver, withoutADeviceContextNothingIsDrawn) {
+    test::ScriptedPorts ports;
+    RecordingSurface surface({1000, 600});
+    surface.ready = false;
+    PlotDrawing drawing;
+    EXPECT_FALSE(RunPlotDriver(surface, {}, {}, drawing));
+    ASSERT_EQ(ports.boxes.size(), 1U);
+    EXPECT_EQ(ports.boxes[0].text, "Cannot get device context");
+    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::critical);
+    EXPECT_TRUE(surface.operations.empty());
+}
+
+}  // namespace
+}  // namespace vorela
