@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "analysis/modMain.h"
+#include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
 #include "general/modGeneral.h"
@@ -67,6 +68,7 @@ void RefreshSelectedTab(const ActionQueueView& view) {
 }  // namespace
 
 bool ExtendDataset(std::size_t index) {
+    const DatabaseReuse onePass;
     const bool extended = ExtendToRecorded(index);
     if (index >= CurrentSelection().datasets.size())
         return false;

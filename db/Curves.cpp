@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 #include "db/modDravik.h"
@@ -48,6 +49,28 @@ bool IsInputName(const std::string& name) {
            name == curve::depth;
 }
 
+/// The database that waits for its next use.
+struct KeptDatabase {
+    int scopes = 0;  ///< DatabaseReuse that live
+    std::string path;
+    std::int32_t handle = 0;
+};
+KeptDatabase& Kept() {
+    static KeptDatabase kept;
+    return kept;
+}
+
+/// True when the database was put by for its next use. One that is left by an exception is not: what state it
+/// is in is not known.
+bool Keep(const std::string& path, std::int32_t handle) {
+    KeptDatabase& kept = Kept();
+    if (kept.scopes == 0 || kept.handle != 0 || std::uncaught_exceptions() > 0)
+        return false;
+    kept.path = path;
+    kept.handle = handle;
+    return true;
+}
+
 [[noreturn]] void Refuse(const Database& database, const std::string& path, const std::string& why) {
     throw RunTimeError{error_number::permissionDenied, "Vorela",
                        path + " in " + database.Path() + ": " + why};
@@ -86,20 +109,31 @@ void CreateItem(const Database& database, const std::string& path, const Derived
 }
 
 Database::Database(const std::string& path) : path_(path) {
-    OpenDravikDatabase(path, DK_OPEN_EXISTING, handle_);
+    if (Kept().handle != 0 && Kept().path == path)
+        handle_ = std::exchange(Kept().handle, 0);
+    else
+        OpenDravikDatabase(path, DK_OPEN_EXISTING, handle_);
 }
 
 Database::~Database() {
-    if (handle_ != 0)
+    if (handle_ != 0 && !Keep(path_, handle_))
         DetachAndClose(handle_, 0);
 }
 
 bool Database::Close() {
-    if (handle_ == 0)
-        return true;
-    const std::int32_t handle = handle_;
-    handle_ = 0;
-    return CloseDravikDatabase(handle);
+    const std::int32_t handle = std::exchange(handle_, 0);
+    return handle == 0 || Keep(path_, handle) || CloseDravikDatabase(handle);
+}
+
+DatabaseReuse::DatabaseReuse() {
+    ++Kept().scopes;
+}
+
+DatabaseReuse::~DatabaseReuse() {
+    if (--Kept().scopes > 0)
+        return;
+    if (const std::int32_t handle = std::exchange(Kept().handle, 0); handle != 0)
+        DetachAndClose(handle, 0);
 }
 
 Transaction::Transaction(Database& database) : database_(database.Handle()), path_(database.Path()) {

@@ -32,6 +32,17 @@ class Database {
     std::int32_t handle_ = 0;
 };
 
+/// While it lives, a database that is closed after use stays open for the next use of the same path, and is
+/// closed with it: the steps of one pass over a dataset open the same file again and again. Nothing is kept
+/// after an error.
+class DatabaseReuse {
+  public:
+    DatabaseReuse();
+    ~DatabaseReuse();
+    DatabaseReuse(const DatabaseReuse&) = delete;
+    DatabaseReuse& operator=(const DatabaseReuse&) = delete;
+};
+
 /// One transaction of a database: rolled back unless committed.
 class Transaction {
   public:

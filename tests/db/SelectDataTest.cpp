@@ -118,6 +118,7 @@ TEST_F(SelectData, RefusedDatasetsLeaveTheSelectionAsItWas) {
     EXPECT_TRUE(records.empty());
     EXPECT_FALSE(AppendDatasets(Read({"B", "OTHER"})));
     ExpectOneBox(MessageIcon::information, "There are no common curves in the selected datasets");
+    EXPECT_EQ(Snapshot(), before);
     EXPECT_FALSE(AppendDatasets(Read({"B", "NOVALVE"})));
     ExpectOneBox(MessageIcon::information, "Vorela valve curve is not in all datasets");
     EXPECT_FALSE(AppendDatasets(Read({"B", "A"})));

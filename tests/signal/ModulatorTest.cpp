@@ -81,6 +81,22 @@ class Modulator : public test::DravikFixture {
             curves.push_back(std::move(curve));
         return curves;
     }
+    /// The same with gaps in two curves and codes that are none.
+    static std::vector<CurveSpec> AwkwardLevel() {
+        std::vector<CurveSpec> curves = Level();
+        for (CurveSpec& curve : curves) {
+            const auto plain = curve.value;
+            if (curve.name == "PVLID")
+                curve.value = [plain](std::int32_t t) -> std::optional<double> {
+                    if (t % 770 < 40)
+                        return std::nullopt;
+                    return t % 1130 < 60 ? 5.0 : plain(t);
+                };
+            if (curve.name == "PVLT")
+                curve.value = [plain](std::int32_t t) { return t % 910 < 30 ? std::nullopt : plain(t); };
+        }
+        return curves;
+    }
     void MakeLevel(const std::string& name, std::vector<CurveSpec> curves) {
         AddCurves(name, curves);
         Select({name});
@@ -150,20 +166,8 @@ TEST_F(Modulator, SignalIsThePlainReconstructionAndItsSpanEndsAtTheLastChange) {
     EXPECT_EQ(signal.info.extentLast, signal.info.validLast / 10 * 10);
 }
 
-TEST_F(Modulator, GapsUnknownCodesAndRepeatedChangesFollowThePlainRules) {
-    std::vector<CurveSpec> curves = Level();
-    for (CurveSpec& curve : curves) {
-        const auto plain = curve.value;
-        if (curve.name == "PVLID")
-            curve.value = [plain](std::int32_t t) -> std::optional<double> {
-                if (t % 770 < 40)
-                    return std::nullopt;
-                return t % 1130 < 60 ? 5.0 : plain(t);
-            };
-        if (curve.name == "PVLT")
-            curve.value = [plain](std::int32_t t) { return t % 910 < 30 ? std::nullopt : plain(t); };
-    }
-    MakeLevel("L", curves);
+TEST_F(Modulator, GapsAndUnknownCodesFollowThePlainRules) {
+    MakeLevel("L", AwkwardLevel());
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     std::vector<std::int32_t> cycleStarts;
     EXPECT_EQ(ReadCurve("L", "PVLSIG").samples, Reference("L", cycleStarts));
@@ -171,15 +175,14 @@ TEST_F(Modulator, GapsUnknownCodesAndRepeatedChangesFollowThePlainRules) {
 }
 
 TEST_F(Modulator, ExtendingInAnyPiecesIsOneRun) {
-    AddCurves("WHOLE", Level());
-    Select({"WHOLE"});
+    MakeLevel("WHOLE", AwkwardLevel());
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     const test::StoredCurve whole = ReadCurve("WHOLE", "PVLSIG");
     const std::vector<std::int32_t> wholeBoundaries = boundaries;
     std::mt19937 random(11);
     for (const int piece : {1, 2, 7, 37, 0}) {
         const std::string name = "P" + std::to_string(piece);
-        test::Recorder recorder(DatabasePath(), name, Level());
+        test::Recorder recorder(DatabasePath(), name, AwkwardLevel());
         recorder.Record(1);
         Select({name});
         boundaries.clear();
