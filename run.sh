@@ -18,7 +18,7 @@ bin=$PWD/build/bin
 demo=$PWD/build/demo
 mkdir -p "$demo"
 if [ ! -f "$demo/demo.dkb" ]; then
-    "$bin/dravik" simulate "$demo/new.dkb" --levels 4 >"$demo/truth.txt"
+    "$bin/dravik" simulate "$demo/new.dkb" --levels 4 --cycles 20 >"$demo/truth.txt"
     mv "$demo/new.dkb" "$demo/demo.dkb"
 fi
 echo
