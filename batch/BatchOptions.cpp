@@ -22,6 +22,7 @@ struct RawOptions {
     std::vector<std::string> settings;
     std::string cycle, cursors;
     std::string level, interval;
+    std::string plotFile, plotDataset, plotSize;
 };
 
 std::string Absolute(const std::string& path) {
@@ -55,8 +56,43 @@ CursorWish ParseCursors(const std::string& text) {
     return {*first, *second};
 }
 
+int Pixels(const std::string& wanted, std::string_view text) {
+    constexpr int fewest = 100;
+    constexpr int most = 20000;
+    const auto number = NumberInRange(text, fewest, most);
+    if (!number || std::trunc(*number) != *number)
+        throw UsageFault{"--size " + wanted +
+                         ": width and height from 100 to 20000 are needed, as in 1200x800"};
+    return static_cast<int>(*number);
+}
+
 bool HasEnding(const std::string& path, const char* ending) {
     return EqualIgnoringCase(std::filesystem::path(path).extension().string(), ending);
+}
+
+/// The plot's options belong together: without a file there is no plot to choose a dataset or a size for.
+std::optional<PlotWish> ParsePlot(const RawOptions& raw) {
+    if (raw.plotFile.empty()) {
+        if (!raw.plotDataset.empty() || !raw.plotSize.empty())
+            throw UsageFault{std::string(raw.plotDataset.empty() ? "--size" : "--plot-dataset") +
+                             ": --plot FILE is needed too"};
+        return std::nullopt;
+    }
+    if (!HasEnding(raw.plotFile, ".png") && !HasEnding(raw.plotFile, ".svg") &&
+        !HasEnding(raw.plotFile, ".pdf"))
+        throw UsageFault{"--plot " + raw.plotFile + ": the name must end in .png, .svg or .pdf"};
+    PlotWish plot;
+    plot.path = Absolute(raw.plotFile);
+    if (!raw.plotDataset.empty())
+        plot.dataset = raw.plotDataset;
+    if (!raw.plotSize.empty()) {
+        const std::size_t cross = raw.plotSize.find('x');
+        plot.width = Pixels(raw.plotSize, std::string_view(raw.plotSize).substr(0, cross));
+        plot.height = Pixels(raw.plotSize, cross == std::string::npos
+                                               ? std::string_view()
+                                               : std::string_view(raw.plotSize).substr(cross + 1));
+    }
+    return plot;
 }
 
 void CheckDatasetNames(const std::vector<std::string>& names) {
@@ -86,6 +122,7 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
         throw UsageFault{"--export " + *options.exportFile + ": the name must end in .csv or .txt"};
     if (options.jsonFile && options.jsonFile->empty())
         throw UsageFault{"--json: a file name or - is needed"};
+    options.plot = ParsePlot(raw);
     CheckDatasetNames(options.datasets);
     options.database = Absolute(options.database);
     for (std::optional<std::string>* path : {&options.settingsFile, &options.exportFile, &options.jsonFile})
@@ -114,6 +151,9 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("--interval", raw.interval, "Interval that the export's single-value grids show, from 1");
     app.add_option("--export", options.exportFile, "Writes the interpretation (.csv or .txt)");
     app.add_option("--json", options.jsonFile, "Writes the results in full precision; - is standard output");
+    app.add_option("--plot", raw.plotFile, "Writes a plot (.png, .svg or .pdf)");
+    app.add_option("--plot-dataset", raw.plotDataset, "Dataset of the plot (default: that of --level)");
+    app.add_option("--size", raw.plotSize, "Width and height of the plot, as in 1200x800 (the default)");
     app.add_flag("--follow", options.follow, "Goes on until no dataset is being recorded");
 }
 

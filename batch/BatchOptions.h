@@ -28,6 +28,14 @@ struct CursorWish {
     double cursor2 = 0;
 };
 
+/// The plot of one dataset as a file.
+struct PlotWish {
+    std::string path;                    ///< .png, .svg or .pdf
+    std::optional<std::string> dataset;  ///< nothing: the level that the export shows
+    int width = 1200;                    ///< in units of 1/96 inch
+    int height = 800;
+};
+
 /// Paths are absolute: loading the acquisition system's libraries changes the current directory.
 struct BatchOptions {
     std::string database;
@@ -43,6 +51,7 @@ struct BatchOptions {
     std::optional<std::size_t> level, interval;  ///< 1-based
     std::optional<std::string> exportFile;
     std::optional<std::string> jsonFile;  ///< "-": standard output
+    std::optional<PlotWish> plot;
     bool follow = false;
 
     bool JsonToStandardOutput() const { return jsonFile == "-"; }

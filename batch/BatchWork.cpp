@@ -26,6 +26,7 @@
 #include "general/modGeneral.h"
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
+#include "plot/modPlot.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "signal/modDFilt.h"
@@ -421,7 +422,27 @@ bool WriteResults(const BatchOptions& options) {
     return allWell;
 }
 
-int Work(const BatchOptions& options, const ConsoleInPlace& console) {
+/// The dataset of the plot, checked before anything is done.
+std::size_t PlotDataset(const BatchOptions& options) {
+    if (!options.plot->dataset)
+        return options.level.value_or(1) - 1;
+    for (std::size_t i = 0; i < Datasets().size(); ++i)
+        if (Datasets()[i].dataset == *options.plot->dataset)
+            return i;
+    throw Stop{exit_status::failed,
+               "--plot-dataset " + *options.plot->dataset + ": it is not among the datasets"};
+}
+
+bool WritePlotOf(std::size_t dataset, const PlotWish& wish, const PlotWriter& writePlot) {
+    const PlottedRange range = PlottedRangeOf(dataset);
+    const auto seconds = [&](double percent) {
+        return range.start + percent * (range.end - range.start) / 100;
+    };
+    const CursorPositions& cursors = CurrentCursorPositions();
+    return writePlot({wish, dataset, {seconds(cursors.cursor1), seconds(cursors.cursor2)}});
+}
+
+int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotWriter& writePlot) {
     SettingsOverlay overlay;
     const LoadedLibrariesScope libraries;
     ComposeRooms();
@@ -429,6 +450,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console) {
     ReadSettings(options, overlay, console);
     CheckSettingsTogether(options);
     Select(options);
+    const std::size_t plotDataset = options.plot ? PlotDataset(options) : 0;
     std::vector<Missing> missing;
     for (const DatasetRecord& record : Datasets())
         missing.push_back(MissingCurves(record, options.recreate));
@@ -442,15 +464,17 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console) {
         ChooseCycles(*options.cycle);
     ShownChoice() = {options.level.value_or(1) - 1, options.interval.value_or(1)};
     const bool computed = RefreshGrids();
-    return WriteResults(options) && computed ? exit_status::done : exit_status::failed;
+    const bool written = WriteResults(options);
+    const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
+    return computed && written && plotted ? exit_status::done : exit_status::failed;
 }
 
 }  // namespace
 
-int RunBatch(const BatchOptions& options) {
+int RunBatch(const BatchOptions& options, const PlotWriter& writePlot) {
     const ConsoleInPlace console;
     try {
-        return Work(options, console);
+        return Work(options, console, writePlot);
     } catch (const Stop& stop) {
         if (!stop.text.empty())
             Say(stop.text);

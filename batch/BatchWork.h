@@ -1,11 +1,26 @@
 // The work of vorela-batch: the routines of the window, one after the other, with messages on standard error.
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <utility>
+
 #include "batch/BatchOptions.h"
 
 namespace vorela {
 
+/// A plot to write: the dataset's position in the selection and the cursors' times in seconds.
+struct PlotOrder {
+    PlotWish wish;
+    std::size_t dataset = 0;
+    std::pair<double, double> cursors;
+};
+/// Writes a plot; false after its message. Handed in, since drawing needs the window toolkit and the work
+/// does not.
+using PlotWriter = std::function<bool(const PlotOrder&)>;
+
 /// Does everything that the options ask for and returns the exit status (exit_status::…).
-int RunBatch(const BatchOptions& options);
+int RunBatch(const BatchOptions& options, const PlotWriter& writePlot);
 
 }  // namespace vorela
