@@ -142,7 +142,7 @@ FFT_INLINE void Transpose(Points8* p) {
 }
 
 /// Rotations of the last pass of 64: the points of vector r turn by w^(r k) in lane k.
-FFT_INLINE Points8 Rotation(const float* rotations, int r) {
+FFT_INLINE Points8 Rotation(const float* rotations, std::size_t r) {
     return {LoadLanes(rotations + 16 * r), LoadLanes(rotations + 16 * r + 8)};
 }
 
@@ -153,7 +153,7 @@ FFT_TARGET void Block64(const float* rotations, float* re, float* im, float* spe
     for (std::size_t i = 0; i < 8; ++i)
         p[i] = Load(re, im, 8 * i);
     Forth8(p);
-    for (int r = 1; r < 8; ++r)
+    for (std::size_t r = 1; r < 8; ++r)
         p[r] = Product(p[r], Rotation(rotations, r));
     Transpose(p);
     Forth8(p);
@@ -162,11 +162,11 @@ FFT_TARGET void Block64(const float* rotations, float* re, float* im, float* spe
             Store(spectrum, spectrum + 8, 16 * i, p[i]);
         return;
     }
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         p[i] = Product(p[i], Rotation(spectrum, i));
     Back8(p);
     Transpose(p);
-    for (int r = 1; r < 8; ++r)
+    for (std::size_t r = 1; r < 8; ++r)
         p[r] = ProductConjugate(p[r], Rotation(rotations, r));
     Back8(p);
     for (std::size_t i = 0; i < 8; ++i)

@@ -134,7 +134,7 @@ void ConvolutionBesideFftw(benchmark::State& state, FftVariant variant) {
     }
     double own = 0;
     double fftw = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const double once = Seconds([&] { RunOwn(kernel, ours); });
         own += once;
         fftw += Seconds([&] { peer.Run(Signal(), theirs); });
@@ -159,7 +159,7 @@ void CircularConvolution(benchmark::State& state) {
         std::span<const float>{Kernel()}.first(std::min<std::size_t>(points, Kernel().size())), points);
     AlignedFloats a(points);
     AlignedFloats b(points);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         convolver.Apply(a.Data(), b.Data());
         benchmark::ClobberMemory();
     }
