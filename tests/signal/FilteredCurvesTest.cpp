@@ -180,11 +180,17 @@ TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
     ASSERT_TRUE(CreateFilteredCurves(0, true));
     EXPECT_EQ(ReadCurve("LEVEL1", "ZG_p").samples.size(), first.samples.size() + 1);
 
+    DeleteItem("LEVEL1/ZG_p/1");
+    AddCurve("LEVEL1", {"ZG_p", "psi", 0, Signal, 500, 10, 1.0F, 0.0F, 1, first.info.made});
+    Append("LEVEL1", Pressure(0), 1);
+    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    EXPECT_EQ(ReadCurve("LEVEL1", "ZG_p").samples.size(), first.samples.size() + 2);
+
     CurrentParameters().period = 30;
     ASSERT_TRUE(CreateFilteredCurves(0, true));
     const StoredCurve longer = ReadCurve("LEVEL1", "ZG_p");
     EXPECT_EQ(longer.info.made, "half-period difference, 1 pass, period 30 s");
-    EXPECT_EQ(longer.info.extentLast, 9500 - 3000) << "nothing of the older, longer curve is left";
+    EXPECT_EQ(longer.info.extentLast, 9510 - 3000) << "nothing of the older, longer curve is left";
 }
 
 TEST_F(FilteredCurves, LeaveGapsWhereTheBandPassTouchesOneEvenWhereZerosStoodBefore) {
@@ -230,6 +236,20 @@ TEST_F(FilteredCurves, ThatCannotBeMadeAreReportedOnceAndTheOldOnesStay) {
     EXPECT_THAT(ports.boxes[3].text, HasSubstr("would both be named PRESSURE12"));
     EXPECT_EQ(ports.value, 0);
     ExpectSameCurve(ReadCurve("LEVEL1", "ZG_p"), old);
+}
+
+TEST_F(FilteredCurves, OfALongRunThatFailsStayAsFarAsTheyAreFinal) {
+    CurrentParameters().bandPass = 1;
+    CurveSpec pressure = Pressure(270000);
+    pressure.value = [](std::int32_t t) { return t < 2690000 ? Signal(t) : t % 20 == 0 ? 3e38 : -3e38; };
+    AddCurves("LEVEL1", {pressure, Flow(10), {"PVLPOS", "", 10, [](std::int32_t) { return 1.0; }, 500}});
+    SetPresentation("LEVEL1", {});
+    Select({"LEVEL1"});
+    EXPECT_FALSE(CreateFilteredCurves(0, false));
+    const StoredCurve output = ReadCurve("LEVEL1", "ZG_p");
+    EXPECT_GT(output.info.validLast, 2600000);
+    EXPECT_LE(output.info.validLast, output.info.extentLast);
+    EXPECT_EQ(output.info.validFirst, 500 + 100 * 10);
 }
 
 TEST_F(FilteredCurves, OfADatabaseThatDoesNotOpenStopBeforeAnyDatasetIsTouched) {
