@@ -10,7 +10,7 @@
 namespace vorela::store {
 namespace {
 
-constexpr auto longestWait = std::chrono::seconds(5);
+std::chrono::milliseconds longestWait{5000};
 
 std::int32_t StatusFor(int code) {
     switch (code & 0xFF) {
@@ -47,6 +47,8 @@ int WaitForLock(void* begin, int attempt) {
 }
 
 }  // namespace
+
+void SetLongestWait(std::chrono::milliseconds wait) { longestWait = wait; }
 
 Connection::Connection(const std::string& path, int flags) : path_(path) {
     const int code =

@@ -12,6 +12,9 @@
 
 namespace vorela::store {
 
+/// How long a call waits for a lock that another process holds; 5 s unless set. For tests.
+void SetLongestWait(std::chrono::milliseconds wait);
+
 /// A statement that is prepared on first use and kept; belongs to one Connection, which it must not outlive.
 class Statement {
   public:

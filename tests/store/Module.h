@@ -1,4 +1,5 @@
-// DKBase.so as a program sees it: loaded at run time, called through function pointers.
+// DKBase.so as a program sees it: loaded at run time, called through function pointers. With VORELA_STORE_LINKED the
+// same functions from the library that is linked in, whose inside a test can reach.
 #pragma once
 
 #include <dlfcn.h>
@@ -25,6 +26,13 @@ struct Module {
 #define DECLARE(name) decltype(&::name) name = nullptr;
     DKBASE_FUNCTIONS(DECLARE)
 #undef DECLARE
+#ifdef VORELA_STORE_LINKED
+    Module() {
+#define RESOLVE(symbol) symbol = ::symbol;
+        DKBASE_FUNCTIONS(RESOLVE)
+#undef RESOLVE
+    }
+#else
     void* library = nullptr;
     Module() : library(dlopen(VORELA_BIN_DIR "/DKBase.so", RTLD_NOW | RTLD_LOCAL)) {
         EXPECT_NE(library, nullptr) << dlerror();
@@ -32,6 +40,7 @@ struct Module {
         DKBASE_FUNCTIONS(RESOLVE)
 #undef RESOLVE
     }
+#endif
 };
 
 inline const Module& Dk() {
