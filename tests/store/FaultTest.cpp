@@ -1,5 +1,5 @@
-// Every call of a short run fails once, in every way: the run reports it, the file holds the state before or after the
-// commit, and the next run goes on.
+// Every call of a short run fails once, in every way: the run reports it, the file holds the state before or
+// after the commit, and the next run goes on.
 #include <filesystem>
 #include <iterator>
 
@@ -29,7 +29,9 @@ void MakeDatabase(const std::string& path) {
     const Opened database(path);
     ASSERT_EQ(Dk().DBbegin(database.handle), DK_OK);
     const auto values = Ramp(recorded);
-    ASSERT_EQ(Dk().DBwrite(database.New("L/ZG/1"), 0, static_cast<std::int32_t>(values.size()), values.data()), DK_OK);
+    ASSERT_EQ(
+        Dk().DBwrite(database.New("L/ZG/1"), 0, static_cast<std::int32_t>(values.size()), values.data()),
+        DK_OK);
     ASSERT_EQ(Dk().DBcommit(database.handle), DK_OK);
 }
 
@@ -75,7 +77,8 @@ bool HoldsTheExtension(const std::string& path) {
     const bool extended = Dk().DBattachA(database.handle, "M/Q/1", &item, 0, nullptr) == DK_OK;
     const std::size_t length = recorded + (extended ? appended : 0);
     std::vector<float> back(length);
-    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 0, static_cast<std::int32_t>(length), back.data()), DK_OK);
+    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 0, static_cast<std::int32_t>(length), back.data()),
+              DK_OK);
     EXPECT_EQ(back, Ramp(length));
     EXPECT_EQ(database.Information("L/ZG/1").Last(), static_cast<std::int32_t>(length - 1) * 10);
     return extended;
@@ -104,7 +107,8 @@ TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
         const Report report = Extend(path);
         fired = FaultyVfs::Fired();
         FaultyVfs::Disarm();
-        EXPECT_TRUE(report.worst == DK_OK || (report.worst & (DK_DISK_ERROR | DK_UNSPECIFIED)) != 0) << report.worst;
+        EXPECT_TRUE(report.worst == DK_OK || (report.worst & (DK_DISK_ERROR | DK_UNSPECIFIED)) != 0)
+            << report.worst;
         EXPECT_EQ(HoldsTheExtension(path), report.commit == DK_OK);
         EXPECT_EQ(OpenDescriptors(), descriptors);
         if (report.commit != DK_OK) {
@@ -117,9 +121,9 @@ TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
-                         testing::Combine(testing::Values(Fault::readError, Fault::writeError, Fault::diskFull,
-                                                          Fault::syncError, Fault::lockBusy, Fault::openError,
-                                                          Fault::deleteError),
+                         testing::Combine(testing::Values(Fault::readError, Fault::writeError,
+                                                          Fault::diskFull, Fault::syncError, Fault::lockBusy,
+                                                          Fault::openError, Fault::deleteError),
                                           testing::Bool()));
 
 }  // namespace

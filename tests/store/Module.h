@@ -1,5 +1,5 @@
-// DKBase.so as a program sees it: loaded at run time, called through function pointers. With VORELA_STORE_LINKED the
-// same functions from the library that is linked in, whose inside a test can reach.
+// DKBase.so as a program sees it: loaded at run time, called through function pointers. With
+// VORELA_STORE_LINKED the same functions from the library that is linked in, whose inside a test can reach.
 #pragma once
 
 #include <dlfcn.h>
@@ -14,12 +14,13 @@
 
 namespace vorela::test {
 
-#define DKBASE_FUNCTIONS(F)                                                                                 \
-    F(DBopenA)                                                                                              \
-    F(DBclose)                                                                                              \
-    F(DBattachA) F(DBdetach) F(DBnewA) F(DBdeleteA) F(DBread) F(DBreadpresent) F(DBwrite) F(DBwritepresent) \
-        F(DBinformation) F(DBmark) F(DBbegin) F(DBcommit) F(DBrollback) F(DBenumA) F(DBverify)              \
-            F(GetUnitTextA) F(DBlastdetail) F(DBsetchooser) F(DBselectionadd) F(InitWin) F(DBselectA)       \
+#define DKBASE_FUNCTIONS(F)                                                                           \
+    F(DBopenA)                                                                                        \
+    F(DBclose)                                                                                        \
+    F(DBattachA)                                                                                      \
+    F(DBdetach) F(DBnewA) F(DBdeleteA) F(DBread) F(DBreadpresent) F(DBwrite) F(DBwritepresent)        \
+        F(DBinformation) F(DBmark) F(DBbegin) F(DBcommit) F(DBrollback) F(DBenumA) F(DBverify)        \
+            F(GetUnitTextA) F(DBlastdetail) F(DBsetchooser) F(DBselectionadd) F(InitWin) F(DBselectA) \
                 F(DBreleaseMS) F(GetDravikSetting) F(SetDravikSetting)
 
 struct Module {

@@ -1,0 +1,161 @@
+// Foreign, truncated and bit-flipped files: a clear status, never a wrong number, never a crash.
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+
+#include "tests/store/Module.h"
+#include "tests/support/TestSupport.h"
+
+namespace vorela::test {
+namespace {
+
+constexpr std::int32_t samples = 40000;
+
+int Rounds(const char* variable, int usual) {
+    const char* text = std::getenv(variable);
+    return text != nullptr ? std::atoi(text) : usual;
+}
+
+class DamageTest : public testing::Test {
+  protected:
+    DamageTest() {
+        const Opened database(path);
+        EXPECT_EQ(Dk().DBbegin(database.handle), DK_OK);
+        EXPECT_EQ(Dk().DBwrite(database.New("L/ZG/1"), 0, samples, truth.data()), DK_OK);
+        const std::int32_t sparse = database.New("L/RTC/1", TimeCurve(10, 0, "rps"));
+        EXPECT_EQ(Dk().DBwrite(sparse, 0, 100, truth.data()), DK_OK);
+        EXPECT_EQ(Dk().DBwrite(sparse, 380000, 2000, truth.data() + 38000), DK_OK);
+        EXPECT_EQ(Dk().DBcommit(database.handle), DK_OK);
+    }
+
+    std::int32_t OpenStatus(const std::string& bytes, std::int16_t mode = DK_OPEN_EXISTING) {
+        WriteAll(path, bytes);
+        const Opened database(path, mode);
+        return database.status;
+    }
+
+    /// Reads all there is; every sample that is given must be the one that was written, every gap one that
+    /// was left.
+    void ExpectNothingWrong() {
+        const Opened database(path, DK_OPEN_EXISTING);
+        const bool sound =
+            database.status == DK_OK && Dk().DBverify(database.handle, nullptr, nullptr) == DK_OK;
+        for (const char* name : {"L/ZG/1", "L/RTC/1"}) {
+            std::int32_t item = 0;
+            Block block;
+            std::int32_t status = Dk().DBattachA(database.handle, name, &item, 0, block.bytes);
+            if (status == DK_OK) {
+                EXPECT_EQ(block.Last(), (samples - 1) * 10);
+                EXPECT_STREQ(Dk().GetUnitTextA(FieldAt<std::int32_t>(block.bytes, DK_INFO_UNIT)),
+                             name[2] == 'Z' ? "psi" : "rps");
+                status = ReadAndCompare(item, name[2] == 'R');
+            }
+            EXPECT_TRUE(!sound || status == DK_OK) << "damage that the verification has missed: " << status;
+        }
+    }
+
+    std::int32_t ReadAndCompare(std::int32_t item, bool sparse) {
+        std::int32_t worst = DK_OK;
+        for (std::int32_t at = 0; at < samples; at += 10000) {
+            std::vector<float> values(10000, -5.0F);
+            std::vector<std::uint8_t> present(10000, 9);
+            const std::int32_t status =
+                Dk().DBreadpresent(item, at * 10, 10000, values.data(), present.data());
+            worst = std::max(worst, status);
+            for (std::size_t i = 0; i < 10000; ++i) {
+                const std::size_t sample = static_cast<std::size_t>(at) + i;
+                const bool there = !sparse || sample < 100 || sample >= 38000;
+                if (status != DK_OK)
+                    EXPECT_TRUE(values[i] == -5.0F && present[i] == 9) << "outputs stay";
+                else if (present[i] != (there ? 1 : 0) || values[i] != (there ? truth[sample] : 0.0F))
+                    ADD_FAILURE() << "wrong sample " << sample;
+                if (HasFailure())
+                    return worst;
+            }
+        }
+        return worst;
+    }
+
+    TempFolder folder;
+    std::string path = folder.File("a.dkb");
+    std::vector<float> truth = Ramp(samples, 1.0F);
+};
+
+TEST_F(DamageTest, ForeignFilesAreRefusedWithEightAndLeftAlone) {
+    const std::string sound = ReadAll(path);
+    const auto with = [&](std::size_t at, const std::string& bytes) {
+        return std::string(sound).replace(at, bytes.size(), bytes);
+    };
+    const std::array foreign{std::string("TIME,ZG\ns,psi\n"), std::string(200, 'x'), with(63, "\x02"),
+                             with(68, "ABCD"), with(18, "\x02\x02")};
+    for (const std::string& bytes : foreign)
+        for (const std::int16_t mode : {DK_OPEN_EXISTING, DK_OPEN_CREATE, DK_OPEN_READ_ONLY}) {
+            EXPECT_EQ(OpenStatus(bytes, mode), DK_NOT_DATABASE);
+            EXPECT_EQ(ReadAll(path), bytes);
+            EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1)
+                << "no log beside it";
+        }
+    EXPECT_EQ(OpenStatus(""), DK_NOT_DATABASE);
+    EXPECT_EQ(OpenStatus("", DK_OPEN_CREATE), DK_OK) << "what a killed creator leaves";
+    std::int32_t handle = 55;
+    EXPECT_EQ(Dk().DBopenA(folder.File("none").c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
+    EXPECT_EQ(Dk().DBopenA(folder.Path().c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
+    EXPECT_EQ(Dk().DBopenA(path.c_str(), 3, &handle), DK_NOT_UNDERSTOOD);
+    EXPECT_EQ(handle, 55);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("none")));
+}
+
+TEST_F(DamageTest, AFlippedBitIsNeverAWrongNumber) {
+    const std::string sound = ReadAll(path);
+    std::mt19937 random(11);
+    const int rounds = Rounds("VORELA_STORE_FLIPS", 300);
+    for (int round = 0; round < rounds && !HasFailure(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        std::string bytes = sound;
+        // Half of them where the catalogue, the tree and the headers of the chunks are.
+        const std::size_t page = random() % (bytes.size() / 16384) * 16384;
+        const std::size_t at = round % 2 == 0 ? random() % bytes.size() : page + random() % 300;
+        bytes[at] = static_cast<char>(bytes[at] ^ (1 << (random() % 8)));
+        WriteAll(path, bytes);
+        ExpectNothingWrong();
+    }
+}
+
+TEST_F(DamageTest, ATruncatedFileIsNeverAWrongNumber) {
+    const std::string sound = ReadAll(path);
+    std::mt19937 random(12);
+    const int rounds = Rounds("VORELA_STORE_TRUNCATIONS", 60);
+    for (int round = 0; round < rounds && !HasFailure(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        const std::size_t length = random() % sound.size();
+        WriteAll(path, sound.substr(0, round % 2 == 0 ? length : length / 16384 * 16384));
+        ExpectNothingWrong();
+    }
+}
+
+TEST_F(DamageTest, VerifyNamesTheDamagedChunk) {
+    std::string bytes = ReadAll(path);
+    float needle[4];
+    std::memcpy(needle, truth.data() + 20000, sizeof needle);
+    const std::size_t at = bytes.find(std::string(reinterpret_cast<const char*>(needle), sizeof needle));
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = static_cast<char>(bytes[at] ^ 1);
+    WriteAll(path, bytes);
+    const Opened database(path, DK_OPEN_EXISTING);
+    std::string report;
+    const auto note = [](void* context, const char* name, std::int32_t first, std::int32_t last) {
+        *static_cast<std::string*>(context) +=
+            std::string(name) + " " + std::to_string(first) + " " + std::to_string(last);
+    };
+    EXPECT_EQ(Dk().DBverify(database.handle, note, &report), DK_DISK_ERROR);
+    EXPECT_EQ(report, "L/ZG/1 163840 327670");
+    float value = -1.0F;
+    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 200010, 1, &value), DK_DISK_ERROR)
+        << "anywhere in the chunk";
+    EXPECT_EQ(value, -1.0F);
+    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 163830, 1, &value), DK_OK) << "before it";
+}
+
+}  // namespace
+}  // namespace vorela::test

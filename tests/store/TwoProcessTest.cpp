@@ -1,0 +1,108 @@
+// A recorder and a follower on one file; the recorder is killed at random moments.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <random>
+
+#include "tests/store/Module.h"
+#include "tests/support/TestSupport.h"
+
+namespace vorela::test {
+namespace {
+
+constexpr std::int32_t piece = 700;
+const char* const curves[] = {"L/A/1", "L/B/1"};
+
+float SampleAt(std::int32_t sample) {
+    return static_cast<float>(sample % 100003) * 0.5F;
+}
+
+/// Appends to both curves in one transaction for ever; tells through `pipe` how far it is committed.
+[[noreturn]] void Record(const std::string& path, int pipe) {
+    while (true) {
+        std::int32_t database = 0;
+        std::int32_t items[2] = {};
+        Block block;
+        bool done = Dk().DBopenA(path.c_str(), DK_OPEN_EXISTING, &database) == DK_OK &&
+                    Dk().DBbegin(database) == DK_OK;
+        for (int i = 0; i < 2; ++i)
+            done = done && Dk().DBattachA(database, curves[i], &items[i], 0, block.bytes) == DK_OK;
+        const std::int32_t next = block.Last() < block.First() ? 0 : block.Last() / 10 + 1;
+        std::vector<float> values;
+        for (std::int32_t i = 0; i < piece; ++i)
+            values.push_back(SampleAt(next + i));
+        for (int i = 0; i < 2; ++i)
+            done = done && Dk().DBwrite(items[i], next * 10, piece, values.data()) == DK_OK;
+        done = done && Dk().DBcommit(database) == DK_OK && Dk().DBclose(database) == DK_OK;
+        const std::int32_t acknowledged = next + piece;
+        if (!done || write(pipe, &acknowledged, sizeof acknowledged) != sizeof acknowledged)
+            _exit(done ? 0 : 3);
+    }
+}
+
+/// The number of samples of both curves; they must be equal in one view, and the tail must be what was
+/// recorded.
+std::int32_t Follow(const std::string& path) {
+    const Opened database(path, DK_OPEN_EXISTING);
+    EXPECT_EQ(database.status, DK_OK) << Dk().DBlastdetail();
+    EXPECT_EQ(Dk().DBbegin(database.handle), DK_OK) << Dk().DBlastdetail();
+    const std::int32_t first = database.Information(curves[0]).Last();
+    EXPECT_EQ(first, database.Information(curves[1]).Last()) << "half an append";
+    EXPECT_EQ(Dk().DBrollback(database.handle), DK_OK);
+    const std::int32_t count = first < 0 ? 0 : first / 10 + 1;
+    EXPECT_EQ(count % piece, 0) << "half an append";
+    const std::int32_t from = std::max(0, count - 40000);
+    std::vector<float> values(static_cast<std::size_t>(count - from) + 1);
+    EXPECT_EQ(Dk().DBread(database.Attach(curves[1]), from * 10, count - from, values.data()), DK_OK)
+        << Dk().DBlastdetail();
+    for (std::int32_t i = from; i < count && !testing::Test::HasFailure(); ++i)
+        EXPECT_EQ(values[static_cast<std::size_t>(i - from)], SampleAt(i)) << i;
+    return count;
+}
+
+TEST(TwoProcessTest, AKilledRecorderLosesNothingThatItAcknowledged) {
+    const TempFolder folder;
+    const std::string path = folder.File("a.dkb");
+    {
+        const Opened database(path);
+        for (const char* curve : curves)
+            database.New(curve);
+    }
+    const char* wanted = std::getenv("VORELA_STORE_KILLS");
+    const int kills = wanted != nullptr ? std::atoi(wanted) : 8;
+    std::mt19937 random(5);
+    std::int32_t acknowledged = 0;
+    for (int kill = 0; kill < kills && !testing::Test::HasFailure(); ++kill) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0)
+            Record(path, ends[1]);
+        close(ends[1]);
+        const auto until =
+            std::chrono::steady_clock::now() + std::chrono::microseconds(2000 + random() % 150000);
+        while (std::chrono::steady_clock::now() < until) {
+            if (kill % 2 == 0)
+                EXPECT_GE(Follow(path), acknowledged);
+            else
+                usleep(500);
+        }
+        ASSERT_EQ(::kill(child, SIGKILL), 0);
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "the recorder failed by itself: " << WEXITSTATUS(status);
+        for (std::int32_t told = 0; read(ends[0], &told, sizeof told) == sizeof told;)
+            acknowledged = told;
+        close(ends[0]);
+        EXPECT_GE(Follow(path), acknowledged);
+        const Opened database(path, DK_OPEN_EXISTING);
+        EXPECT_EQ(Dk().DBverify(database.handle, nullptr, nullptr), DK_OK) << Dk().DBlastdetail();
+    }
+    EXPECT_GT(acknowledged, 0);
+}
+
+}  // namespace
+}  // namespace vorela::test
