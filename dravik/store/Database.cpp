@@ -421,7 +421,7 @@ void Database::Delete(const ItemPath& path) {
 void Database::Mark(const ItemKey& key, std::int32_t validFirst, std::int32_t validLast,
                     const char* madeText) {
     WriteScope scope(*this);
-    ItemRow row = LoadItem(key.number);
+    ItemRow row = key.isDataset ? ItemRow{} : LoadItem(key.number);
     if (key.isDataset || row.info.kind != DK_ITEM_CURVE)
         throw StoreError{DK_NOT_UNDERSTOOD, "only curves have a valid span"};
     row.info.validFirst = validFirst;

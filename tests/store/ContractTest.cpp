@@ -1,5 +1,5 @@
 // The contract of DKBase.h, call by call, against the loaded module.
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <limits>
@@ -29,10 +29,16 @@ TEST_F(ContractTest, SamplesComeBackAcrossChunksAfterReopening) {
     {
         const Opened database(path);
         const std::int32_t item = database.New("LEVEL1/ZG/1");
-        ASSERT_EQ(WriteAllOf(item, 0, {values.begin(), values.begin() + 8191}), DK_OK) << Dk().DBlastdetail();
-        for (std::size_t at = 8191; at < 8291; ++at)
+        ASSERT_EQ(WriteAllOf(item, 0, {values.begin(), values.begin() + 16383}), DK_OK)
+            << Dk().DBlastdetail();
+        ASSERT_EQ(Dk().DBbegin(database.handle), DK_OK);
+        for (std::size_t at = 16383; at < 16483; ++at)
             ASSERT_EQ(WriteAllOf(item, static_cast<std::int32_t>(at) * 10, {values[at]}), DK_OK);
-        ASSERT_EQ(WriteAllOf(item, 82910, {values.begin() + 8291, values.end()}), DK_OK);
+        ASSERT_EQ(WriteAllOf(item, 164830, {values.begin() + 16483, values.end()}), DK_OK);
+        std::vector<float> inside(values.size());
+        EXPECT_EQ(ReadInto(item, 0, inside), DK_OK);
+        EXPECT_EQ(inside, values) << "inside the transaction";
+        ASSERT_EQ(Dk().DBcommit(database.handle), DK_OK);
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "one file only";
     const Opened database(path, DK_OPEN_EXISTING);
@@ -41,8 +47,8 @@ TEST_F(ContractTest, SamplesComeBackAcrossChunksAfterReopening) {
     ASSERT_EQ(ReadInto(item, 0, back), DK_OK) << Dk().DBlastdetail();
     EXPECT_EQ(back, values);
     back.resize(3);
-    ASSERT_EQ(ReadInto(item, 81919, back), DK_OK);
-    EXPECT_EQ(back, (std::vector{8191.5F, 8192.5F, 8193.5F})) << "between two samples: the one before";
+    ASSERT_EQ(ReadInto(item, 163839, back), DK_OK);
+    EXPECT_EQ(back, (std::vector{16383.5F, 16384.5F, 16385.5F})) << "between two samples: the one before";
     const Block block = database.Information("LEVEL1/ZG/1");
     EXPECT_EQ(block.First(), 0);
     EXPECT_EQ(block.Last(), 299990);
@@ -145,6 +151,147 @@ TEST_F(ContractTest, ARolledBackTransactionLeavesNothing) {
     EXPECT_EQ(Dk().DBattachA(other.handle, "L/D/1", &gone, 0, nullptr), DK_NOT_AVAILABLE);
     EXPECT_EQ(gone, 77);
     EXPECT_LT(other.Information("L/C/1").Last(), 0);
+}
+
+TEST_F(ContractTest, EachMisuseHasItsStatusAndTouchesNothing) {
+    const Opened database(path);
+    const std::int32_t item = database.New("L/C/1", TimeCurve(10, 100));
+    ASSERT_EQ(WriteAllOf(item, 100, {1, 2}), DK_OK);
+    const std::string before = ReadAll(path);
+    const float some[2] = {};
+    const std::uint8_t flags[2] = {1, 1};
+    const DBNewItem curve = TimeCurve();
+    std::int32_t handle = 4242;
+    const std::string tooLong = "L/" + std::string(300, 'x') + "/1";
+    const std::int32_t last = std::numeric_limits<std::int32_t>::max();
+    const struct {
+        const char* what;
+        std::int32_t status;
+        std::int32_t expected;
+    } cases[] = {
+        {"write off the grid", Dk().DBwrite(item, 105, 1, some), DK_NOT_UNDERSTOOD},
+        {"write before the grid", Dk().DBwrite(item, 90, 1, some), DK_NOT_UNDERSTOOD},
+        {"negative count", Dk().DBwrite(item, 100, -1, some), DK_NOT_UNDERSTOOD},
+        {"no buffer", Dk().DBwrite(item, 100, 1, nullptr), DK_NOT_UNDERSTOOD},
+        {"no flags", Dk().DBwritepresent(item, 100, 1, some, nullptr), DK_NOT_UNDERSTOOD},
+        {"beyond 32 bits", Dk().DBwrite(item, last - 7, 2, some), DK_MAXIMUM},
+        {"bad item", Dk().DBwritepresent(database.handle, 100, 1, some, flags), DK_NOT_UNDERSTOOD},
+        {"bad database", Dk().DBbegin(item), DK_NOT_UNDERSTOOD},
+        {"commit of nothing", Dk().DBcommit(database.handle), DK_NOT_UNDERSTOOD},
+        {"exists", Dk().DBnewA(database.handle, "L/C/1", &curve), DK_EXISTS},
+        {"dataset only", Dk().DBnewA(database.handle, "L", &curve), DK_NOT_UNDERSTOOD},
+        {"too long", Dk().DBnewA(database.handle, tooLong.c_str(), &curve), DK_MAXIMUM},
+        {"no dataset", Dk().DBattachA(database.handle, "/C/1", &handle, 0, nullptr), DK_NOT_UNDERSTOOD},
+        {"empty segment", Dk().DBattachA(database.handle, "L//1", &handle, 0, nullptr), DK_NOT_UNDERSTOOD},
+        {"not there", Dk().DBattachA(database.handle, "L/D/1", &handle, 0, nullptr), DK_NOT_AVAILABLE},
+        {"nothing to delete", Dk().DBdeleteA(database.handle, "M"), DK_NOT_AVAILABLE},
+        {"made text too long", Dk().DBmark(item, 0, 1, std::string(96, 'm').c_str()), DK_MAXIMUM},
+    };
+    for (const auto& one : cases)
+        EXPECT_EQ(one.status, one.expected) << one.what;
+    EXPECT_EQ(handle, 4242);
+    EXPECT_EQ(ReadAll(path), before);
+    const std::int32_t dataset = database.Attach("L");
+    EXPECT_EQ(Dk().DBwrite(dataset, 0, 1, some), DK_NOT_UNDERSTOOD);
+    EXPECT_EQ(Dk().DBmark(dataset, 0, 1, nullptr), DK_NOT_UNDERSTOOD);
+    EXPECT_EQ(Dk().DBdetach(dataset), DK_OK);
+    EXPECT_EQ(Dk().DBdetach(dataset), DK_NOT_UNDERSTOOD);
+}
+
+TEST_F(ContractTest, AHandleOfADeletedItemStaysVoidWhenTheItemIsMadeAnew) {
+    const Opened database(path);
+    const std::int32_t old = database.New("L/C/1");
+    ASSERT_EQ(WriteAllOf(old, 0, Ramp(20000)), DK_OK);
+    const std::int32_t dataset = database.Attach("L");
+    ASSERT_EQ(Dk().DBdeleteA(database.handle, "L"), DK_OK);
+    database.New("L/C/1");
+    std::vector<float> one(1);
+    EXPECT_EQ(ReadInto(old, 0, one), DK_NOT_AVAILABLE);
+    EXPECT_EQ(WriteAllOf(old, 0, {1}), DK_NOT_AVAILABLE);
+    Block block;
+    EXPECT_EQ(Dk().DBinformation(dataset, block.bytes), DK_NOT_AVAILABLE);
+    EXPECT_EQ(Dk().DBverify(database.handle, nullptr, nullptr), DK_OK) << "no chunk is left over";
+}
+
+TEST_F(ContractTest, ADatasetShowsItsFirstCurveAndAMarkIsKept) {
+    const Opened database(path);
+    DBNewItem record{};
+    record.kind = DK_ITEM_RECORD;
+    record.sampleBytes = 8;
+    database.New("L/_defaults_/1", record);
+    EXPECT_EQ(FieldAt<std::int16_t>(database.Information("L").bytes, DK_INFO_INDEX_KIND), DK_INDEX_DEPTH);
+    const std::int32_t item = database.New("L/C/1", TimeCurve(20, 40));
+    ASSERT_EQ(WriteAllOf(item, 80, {1, 2}), DK_OK);
+    ASSERT_EQ(Dk().DBmark(item, 80, 100, "difference, N 3"), DK_OK);
+    ASSERT_EQ(Dk().DBmark(item, 60, 100, nullptr), DK_OK);
+    const Block dataset = database.Information("L");
+    EXPECT_EQ(FieldAt<std::int16_t>(dataset.bytes, DK_INFO_KIND), DK_ITEM_DATASET);
+    EXPECT_EQ(FieldAt<std::int16_t>(dataset.bytes, DK_INFO_STEP), 20);
+    EXPECT_EQ(dataset.First(), 80);
+    EXPECT_EQ(dataset.Last(), 100);
+    const Block curve = database.Information("L/C/1");
+    EXPECT_EQ(FieldAt<std::int32_t>(curve.bytes, DK_INFO_VALID_FIRST), 60);
+    EXPECT_STREQ(reinterpret_cast<const char*>(curve.bytes) + DK_INFO_MADE, "difference, N 3");
+}
+
+TEST_F(ContractTest, AReadOnlyDatabaseIsReadAndRefusesWriting) {
+    {
+        const Opened database(path);
+        ASSERT_EQ(WriteAllOf(database.New("L/C/1"), 0, {1, 2, 3}), DK_OK);
+    }
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0555));
+    std::filesystem::permissions(path, std::filesystem::perms(0444));
+    const uid_t user = geteuid();
+    if (user == 0) {
+        ASSERT_EQ(seteuid(65534), 0);
+    }
+    for (const std::int16_t mode : {DK_OPEN_EXISTING, DK_OPEN_READ_ONLY}) {
+        const Opened database(path, mode);
+        ASSERT_EQ(database.status, DK_OK) << Dk().DBlastdetail();
+        const std::int32_t item = database.Attach("L/C/1");
+        std::vector<float> back(3);
+        EXPECT_EQ(ReadInto(item, 0, back), DK_OK);
+        EXPECT_EQ(WriteAllOf(item, 0, {9}), DK_DISK_ERROR);
+        EXPECT_EQ(Dk().DBbegin(database.handle), DK_DISK_ERROR);
+    }
+    std::int32_t handle = 0;
+    EXPECT_EQ(Dk().DBopenA(folder.File("new.dkb").c_str(), DK_OPEN_CREATE, &handle), DK_DISK_ERROR);
+    ASSERT_EQ(seteuid(user), 0);
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0755));
+    const Opened writable(path, DK_OPEN_READ_ONLY);
+    EXPECT_EQ(Dk().DBdeleteA(writable.handle, "L"), DK_DISK_ERROR) << "by the mode alone";
+}
+
+TEST_F(ContractTest, TheChooserIsHandedInAndItsChoiceReleased) {
+    DBMultiSelect* selection = nullptr;
+    EXPECT_EQ(Dk().InitWin(0), 0);
+    EXPECT_EQ(Dk().DBselectA(&selection), DK_NOT_AVAILABLE);
+    const auto choose = [](void* context, DBMultiSelect* chosen) -> std::int32_t {
+        for (int i = 0; i < *static_cast<int*>(context); ++i)
+            EXPECT_EQ(Dk().DBselectionadd(chosen, ("/data/a.dkb/L" + std::to_string(i)).c_str()), DK_OK);
+        return 1;
+    };
+    int wanted = 0;
+    Dk().DBsetchooser(choose, &wanted);
+    EXPECT_NE(Dk().InitWin(0), 0);
+    EXPECT_EQ(Dk().DBselectA(&selection), DK_NOT_AVAILABLE);
+    EXPECT_EQ(selection, nullptr);
+    wanted = 3;
+    ASSERT_EQ(Dk().DBselectA(&selection), DK_OK);
+    ASSERT_EQ(selection->count, 3);
+    EXPECT_STREQ(selection->paths[2], "/data/a.dkb/L2");
+    Dk().DBreleaseMS(selection);
+    Dk().DBsetchooser(nullptr, nullptr);
+    EXPECT_EQ(Dk().SetDravikSetting(DK_SETTING_DEPTH_UNIT, 1), DK_OK);
+    EXPECT_EQ(Dk().GetDravikSetting(DK_SETTING_DEPTH_UNIT), 1);
+    EXPECT_EQ(Dk().SetDravikSetting(DK_SETTING_DEPTH_UNIT, 2), DK_NOT_UNDERSTOOD);
+    EXPECT_EQ(Dk().SetDravikSetting(DK_SETTING_DEPTH_UNIT, 0), DK_OK);
+}
+
+extern "C" unsigned long NewItemBytesInC();
+
+TEST(HeaderTest, HasOneLayoutInCAndCpp) {
+    EXPECT_EQ(NewItemBytesInC(), sizeof(DBNewItem));
 }
 
 }  // namespace
