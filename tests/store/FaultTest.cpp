@@ -1,5 +1,7 @@
 // Every call of a short run fails once, in every way: the run reports it, the file holds the state before or
 // after the commit, and the next run goes on.
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <iterator>
 
@@ -36,7 +38,7 @@ void MakeDatabase(const std::string& path) {
 }
 
 /// Appends to one curve and makes another in one transaction; reads.
-Report Extend(const std::string& path) {
+Report Extend(const std::string& path, bool lasting = false) {
     Report report;
     std::int32_t database = 0;
     std::int32_t item = 0;
@@ -55,7 +57,13 @@ Report Extend(const std::string& path) {
     report.Note(Dk().DBnewA(database, "M/Q/1", &curve));
     report.Note(Dk().DBattachA(database, "M/Q/1", &item, 0, nullptr));
     report.Note(Dk().DBwrite(item, 0, appended, values.data()));
-    report.commit = report.worst == DK_OK ? Dk().DBcommit(database) : DK_UNSPECIFIED;
+    const bool complete = report.worst == DK_OK;
+    report.commit = complete ? Dk().DBcommit(database) : DK_UNSPECIFIED;
+    if (complete && report.commit != DK_OK) {
+        const std::int32_t after = Dk().DBattachA(database, "M/Q/1", &item, 0, nullptr);
+        EXPECT_TRUE(after == DK_NOT_AVAILABLE || (lasting && after == DK_DISK_ERROR))
+            << "a failed commit has rolled back: " << after;
+    }
     report.Note(report.commit);
     std::vector<float> back(recorded, -1.0F);
     const std::vector<float> untouched = back;
@@ -104,7 +112,7 @@ TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
         std::filesystem::remove(path + "-journal");
         WriteAll(path, before);
         FaultyVfs::Arm(fault, nth, lasting);
-        const Report report = Extend(path);
+        const Report report = Extend(path, lasting);
         fired = FaultyVfs::Fired();
         FaultyVfs::Disarm();
         EXPECT_TRUE(report.worst == DK_OK || (report.worst & (DK_DISK_ERROR | DK_UNSPECIFIED)) != 0)
@@ -125,6 +133,27 @@ INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
                                                           Fault::diskFull, Fault::syncError, Fault::lockBusy,
                                                           Fault::openError, Fault::deleteError),
                                           testing::Bool()));
+
+TEST(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
+    const TempFolder folder;
+    const std::string path = folder.File("a.dkb");
+    MakeDatabase(path);
+    sqlite3* reader = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &reader), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM items", nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    store::SetLongestWait(std::chrono::milliseconds(20));
+    const Opened database(path);
+    ASSERT_EQ(Dk().DBbegin(database.handle), DK_OK);
+    const float more = 1.0F;
+    EXPECT_EQ(Dk().DBwrite(database.Attach("L/ZG/1"), recorded * 10, 1, &more), DK_OK);
+    EXPECT_EQ(Dk().DBcommit(database.handle), DK_DISK_ERROR);
+    EXPECT_STRNE(Dk().DBlastdetail(), "");
+    sqlite3_close(reader);
+    store::SetLongestWait(std::chrono::seconds(5));
+    EXPECT_EQ(database.Information("L/ZG/1").Last(), (recorded - 1) * 10);
+    EXPECT_EQ(Dk().DBbegin(database.handle), DK_OK) << "the next transaction goes on";
+}
 
 }  // namespace
 }  // namespace vorela::test
