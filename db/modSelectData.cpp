@@ -21,6 +21,7 @@ constexpr const char* addingData = "Selecting data";
 constexpr const char* selectingData = "Selecting Data";
 constexpr const char* checkingDatasets = "Checking datasets";
 constexpr const char* checkingValveCurves = "Checking for Vorela curves";
+constexpr const char* choosingCurves = "Choosing curves";
 constexpr const char* removingDatasets = "Removing Datasets";
 constexpr const char* sortingDatasets = "Sorting datasets";
 constexpr const char* readingOptions = "Reading dataset options";
@@ -407,6 +408,9 @@ bool AppendDatasets(std::vector<DatasetRecord> newRecords) {
                      "\rDataset: " + Trimmed(duplicate->dataset));
             return false;
         }
+        const bool sameFirst = !before.empty() && before.front().name == selection.commonCurves.front().name;
+        for (std::size_t i = 0; !sameFirst && i < selection.datasets.size(); ++i)
+            TakeExtent(selection.datasets[i], selection.commonCurves);
         selection.datasets.reserve(selection.datasets.size() + newRecords.size());
         for (DatasetRecord& record : newRecords) {
             TakeExtent(record, selection.commonCurves);
@@ -458,27 +462,25 @@ bool CurveInCommonList(const std::string& name) {
 }
 
 void ChooseCurves(std::optional<std::size_t> pressurePosition, std::optional<std::size_t> flowPosition) {
-    Selection& selection = CurrentSelection();
-    CurveChoice choice{0, 0, defaultPressure, defaultFlow};
-    if (!selection.commonCurves.empty()) {
-        const auto nameAt = [&](std::size_t position) {
-            return CheckedAt(selection.commonCurves, static_cast<std::int64_t>(position), "ChooseCurves")
-                .name;
-        };
-        choice.pressure = nameAt(pressurePosition.value_or(0));
-        choice.flow = nameAt(flowPosition.value_or(0));
-        choice.pressureIndex = To16Bit(static_cast<std::int64_t>(pressurePosition.value_or(0)));
-        choice.flowIndex = To16Bit(static_cast<std::int64_t>(flowPosition.value_or(0)));
-    }
-    const bool otherCurves =
-        choice.pressure != selection.choice.pressure || choice.flow != selection.choice.flow;
-    selection.choice = choice;
-    if (!otherCurves)
-        return;
-    // Cycles, resume marks and filters of the former curves say nothing about these.
-    ++selection.generation;
-    for (std::size_t i = 0; i < selection.datasets.size(); ++i)
-        ResetDatasetCycles(i);
+    Attempt(choosingCurves, [&] {
+        Selection& selection = CurrentSelection();
+        CurveChoice choice{0, 0, defaultPressure, defaultFlow};
+        if (!selection.commonCurves.empty()) {
+            choice.pressureIndex = To16Bit(static_cast<std::int64_t>(pressurePosition.value_or(0)));
+            choice.flowIndex = To16Bit(static_cast<std::int64_t>(flowPosition.value_or(0)));
+            choice.pressure = CheckedAt(selection.commonCurves, choice.pressureIndex, "ChooseCurves").name;
+            choice.flow = CheckedAt(selection.commonCurves, choice.flowIndex, "ChooseCurves").name;
+        }
+        const bool otherCurves =
+            choice.pressure != selection.choice.pressure || choice.flow != selection.choice.flow;
+        selection.choice = choice;
+        if (!otherCurves)
+            return;
+        // Cycles, resume marks and filters of the former curves say nothing about these.
+        ++selection.generation;
+        for (std::size_t i = 0; i < selection.datasets.size(); ++i)
+            ResetDatasetCycles(i);
+    });
 }
 
 std::size_t PreselectedCurve(std::int16_t storedIndex, const std::string& storedName) {

@@ -10,14 +10,14 @@
 
 namespace vorela {
 
-/// Empties the selection: no datasets, no common curves, a new generation; the cycle record of dataset 0 is
-/// reset.
+/// Empties the selection: no datasets (and with them no cycles), no common curves, a new generation.
 void InitialiseDatasetVariables();
 
 /// Where the selected cycle number of a level comes from (the parameters own it): handed down by the
 /// composition; 1 until then. Argument: position of the dataset.
 void SetSelectedCycleSource(std::function<std::int32_t(std::size_t)> source);
-/// Resets the cycles of dataset `index` with its selected cycle number.
+/// Resets the cycles of dataset `index` with its selected cycle number. Throws subscript out of range; for
+/// guarded bodies.
 void ResetDatasetCycles(std::size_t index);
 
 /// Runs the acquisition system's chooser and reads the chosen datasets into new records: time-driven ones
@@ -47,10 +47,12 @@ bool CheckForValveCurves(const std::vector<DatasetRecord>& newRecords, std::stri
 /// The curve's name is among the common curves (exact, case-sensitive).
 bool CurveInCommonList(const std::string& name);
 
-/// Stores the choice by positions in the common curve list (nothing counts as 0).
+/// Stores the choice by positions in the common curve list (nothing counts as 0). Other curves than before
+/// are a new selection to everything that is remembered of the datasets, and their cycles are reset.
 void ChooseCurves(std::optional<std::size_t> pressurePosition, std::optional<std::size_t> flowPosition);
-/// The position that the stored choice preselects: the stored position while it is inside the list, else the
-/// entry of the stored name, else the first.
+/// The position that the stored choice preselects: the entry of the stored name, else the stored position
+/// while it is inside the list, else the first. The name comes first because the settings file keeps no
+/// position of the flow curve.
 std::size_t PreselectedCurve(std::int16_t storedIndex, const std::string& storedName);
 
 /// Deepest first; equal depths keep their order. Selected cycle numbers are copied again afterwards.

@@ -41,8 +41,8 @@ const std::array<ScalarSetting, 11>& ScalarSettings() {
     using P = ParameterSet;
     static const std::array<ScalarSetting, 11> settings{{
         {"Period", "240", &P::period, 20, largest32Bit, "Period of test: Out of range"},
-        {"UsePeriodInMatch", "0", &P::usePeriodInMatch, 0, 1, "Use period in match: Out of range"},
-        {"BandPass", "0", &P::bandPass, 0, 1, "Band pass: Out of range"},
+        {"UsePeriodInMatch", "0", &P::usePeriodInMatch, -1, 1, "Use period in match: Out of range"},
+        {"BandPass", "0", &P::bandPass, -1, 1, "Band pass: Out of range"},
         {"FilterN", "1", &P::filterN, 1, 32767, "No. of times to apply filter: Out of range"},
         {"CasingID", "6", &P::casingID, 1, 10000, "Casing ID: Out of range"},
         {"TD", "10000", &P::td, 1, largest32Bit, "Total depth: Out of range"},

@@ -169,6 +169,18 @@ TEST_F(SelectData, LevelsComeOutDeepestFirstWithTheirOwnCycleNumbers) {
         EXPECT_EQ(CurrentSelection().datasets[i].cycles.selectedCycle, static_cast<std::int32_t>(10 + i));
 }
 
+TEST_F(SelectData, TheExtentIsThatOfTheFirstCurveThatAllHave) {
+    CurveSpec longer = Constant("RTC", 1);
+    longer.count = 80;
+    AddCurves("A", {Constant("ZG", 1), longer, Constant("PVLPOS", 1)});
+    AddCurves("B", {longer, Constant("PVLPOS", 1)});
+    ASSERT_TRUE(AppendDatasets(Read({"A"})));
+    EXPECT_EQ(CurrentSelection().datasets[0].extentB, 490);
+    ASSERT_TRUE(AppendDatasets(Read({"B"})));
+    EXPECT_EQ(CurrentSelection().datasets[0].extentB, 790);
+    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 790);
+}
+
 TEST_F(SelectData, RemovingKeepsTheOthersAndTheLastOneEmptiesAll) {
     AddLevel("A", 1);
     AddLevel("B", 2);
@@ -201,6 +213,9 @@ TEST_F(SelectData, ChoiceIsByPositionAndDefaultsWithoutCommonCurves) {
     EXPECT_EQ(CurrentSelection().choice.pressureIndex, 2);
     EXPECT_NE(CurrentSelection().generation, generation);
     EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 0) << "cycles of other curves";
+    ChooseCurves(0, 99);
+    EXPECT_EQ(CurrentSelection().choice.pressure, "PVLPOS");
+    EXPECT_EQ(ports.boxes.size(), 1U);
 }
 
 TEST_F(SelectData, TheStoredNameIsPreselectedWhereverItStands) {
