@@ -39,7 +39,8 @@ SO_EXPORT int32_t InitSOFilter(int32_t filter, int32_t unitsPerSecond, int16_t s
 SO_EXPORT int32_t GetSOFilterLag(int32_t filter);
 
 /* Replaces *value by the filtered value; values come in time order, one for each sample. Non-zero on success; 0 for a
- * bad or unprepared handle, or a value that is not finite: then *value and the filter stay as they were. */
+ * bad or unprepared handle, or a value that is not finite (or so large, beyond 1e290, that a sum could overflow): then *value and the
+ * filter stay as they were. */
 SO_EXPORT int32_t ApplySOFilter(int32_t filter, double* value);
 
 SO_EXPORT void DestroySOFilter(int32_t filter);

@@ -24,7 +24,8 @@ void AddStepOption(CLI::App& command, std::optional<std::int16_t>& step) {
     command
         .add_option("--step", step,
                     "Put samples on an even grid of so many hundredths, each at its nearest point")
-        ->check(CLI::Range(1, 32767));
+        ->type_name("CS")
+        ->check(CLI::Range(1, 32767).description(""));
 }
 
 void AddSimulate(CLI::App& app) {
@@ -36,7 +37,7 @@ void AddSimulate(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "simulate", "Write a simulated periodic test of a layered well and print what is true of it");
     command->add_option("DB", arguments->request.database, "Database file; created when absent")->required();
-    AddSimulationOptions(*command, arguments->simulation);
+    AddSimulationOptions(*command, "The simulated test", arguments->simulation);
     command->add_flag("--replace", arguments->request.replace,
                       "Replace datasets LEVEL1, LEVEL2 ... that exist");
     command
@@ -63,8 +64,9 @@ void AddImport(CLI::App& app) {
     command
         ->add_option("--index", request->indexKind,
                      "What the first column is, where the file does not tell: time or depth")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, std::int16_t>{{"time", DK_INDEX_TIME}, {"depth", DK_INDEX_DEPTH}}))
+        ->transform(CLI::CheckedTransformer(std::map<std::string, std::int16_t>{{"time", DK_INDEX_TIME},
+                                                                                {"depth", DK_INDEX_DEPTH}})
+                        .description(""))
         ->type_name("time|depth");
     command->callback([request] { Import(*request); });
 }
@@ -85,30 +87,30 @@ void AddRecord(CLI::App& app) {
                                            "recording; continues one that was broken off");
     command->add_option("DB", a.request.database, "Database file; created when absent")->required();
     command->add_option("DATASET", a.request.dataset, "Dataset to record")->required();
-    CLI::Option_group* origin = command->add_option_group("Source");
-    origin->add_option("--from", a.file, "Play FILE.csv or FILE.las")->type_name("FILE");
-    origin->add_flag("--simulate", a.simulate,
-                     "Play a simulated level, made by the options of `dravik simulate`");
-    origin->require_option(1);
+    command->add_option("--from", a.file, "Play FILE.csv or FILE.las")->type_name("FILE");
+    command->add_flag("--simulate", a.simulate, "Play a level of the simulated test described below");
     command->add_option("--level", a.level, "With --simulate: which level")
-        ->check(CLI::Range(1, 64))
+        ->type_name("N")
+        ->check(CLI::Range(1, 64).description(""))
         ->capture_default_str();
     command->add_option("--depth", a.depth, "With --from: depth of the level, ft (for files without ADPTH)");
     command->add_option("--speed", a.request.speed, "Times real time; 0: as fast as it goes")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->capture_default_str();
     command->add_option("--commit", a.request.commitSeconds, "Seconds of data in one transaction")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->capture_default_str();
     command
         ->add_option("--patience", a.request.patienceSeconds,
                      "Seconds for which a failed transaction is tried again")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->capture_default_str();
     command->add_flag("--ack", a.request.acknowledge, "Print the last index of each commit once it is safe");
     command->add_flag("--replace", a.request.replace, "Start anew instead of continuing");
-    AddSimulationOptions(*command, a.simulation);
+    AddSimulationOptions(*command, "The simulated test (--step also with --from)", a.simulation);
     command->callback([arguments, command] {
+        if (arguments->simulate == (command->count("--from") > 0))
+            throw UsageError("record needs one of --from FILE and --simulate");
         if (arguments->simulate) {
             const Simulation simulation = MakeSimulation(arguments->simulation);
             const auto level = static_cast<std::size_t>(arguments->level);
@@ -169,7 +171,8 @@ void AddExport(CLI::App& app) {
     CLI::App* command = app.add_subcommand("export", "Write the curves of a dataset as CSV or LAS 2.0");
     command->add_option("DB", request->database, "Database file")->required();
     command->add_option("DATASET", request->dataset, "Dataset")->required();
-    command->add_option("--curves", request->curves, "Only these, in this order: A,B,...")
+    command->add_option("--curves", request->curves, "Only these, in this order")
+        ->type_name("A,B,...")
         ->delimiter(',')
         ->allow_extra_args(false);
     command
@@ -177,6 +180,20 @@ void AddExport(CLI::App& app) {
         ->type_name("FILE");
     command->add_flag("--wrap", request->wrapped, "LAS: several lines for each step");
     command->callback([request] { Export(*request); });
+}
+
+/// What users write in place of CLI11's type names.
+void NameTypes(CLI::App& app) {
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        for (CLI::Option* option : command->get_options()) {
+            if (option->get_positional())
+                option->type_name("");
+            else if (option->get_type_name() == "TEXT")
+                option->type_name("NAME");
+            else if (option->get_type_name() == "FLOAT")
+                option->type_name("X");
+        }
+    }
 }
 
 }  // namespace
@@ -188,6 +205,7 @@ int RunDravik(int argc, const char* const* argv) {
     app.name("dravik");
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Help for every command");
+    app.get_formatter()->label("REQUIRED", "");
     int status = done;
     AddSimulate(app);
     AddImport(app);
@@ -195,6 +213,7 @@ int RunDravik(int argc, const char* const* argv) {
     AddRecord(app);
     AddReaders(app, status);
     AddExport(app);
+    NameTypes(app);
     try {
         app.parse(argc, argv);
         return status;

@@ -47,14 +47,17 @@ class CsvParser {
         const bool isTime = EqualIgnoringCase(indexColumn_, "TIME");
         const bool isDepth =
             EqualIgnoringCase(indexColumn_, "DEPTH") || EqualIgnoringCase(indexColumn_, "DEPT");
-        if (!isTime && !isDepth)
+        if (!isTime && !isDepth && !options_.indexKind)
             throw ParseError{reader_.Number(), "the first column is \"" + indexColumn_.substr(0, 40) +
-                                                   "\", not TIME (or DEPTH)"};
-        indexKind_ = isTime ? DK_INDEX_TIME : DK_INDEX_DEPTH;
+                                                   "\", not TIME or DEPTH; --index tells what it is"};
+        if (isTime || isDepth)
+            indexKind_ = isTime ? DK_INDEX_TIME : DK_INDEX_DEPTH;
+        else
+            indexKind_ = *options_.indexKind;
         if (options_.indexKind && *options_.indexKind != indexKind_)
             throw ParseError{reader_.Number(),
                              "the first column is " + indexColumn_ + ", which is not the index asked for"};
-        columns_.indexName = isTime ? "time" : "depth";
+        columns_.indexName = indexKind_ == DK_INDEX_TIME ? "time" : "depth";
         for (std::size_t i = 1; i < names.size(); ++i) {
             CheckCurveName(names[i], columns_.curves, reader_.Number());
             columns_.curves.push_back(DescribeCurve(names[i], ""));

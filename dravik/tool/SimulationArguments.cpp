@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 #include "dravik/tool/ToolError.h"
@@ -118,44 +119,43 @@ void CheckNumbers(const SimulationArguments& arguments) {
 
 }  // namespace
 
-void AddSimulationOptions(CLI::App& command, SimulationArguments& a) {
-    command.add_option("--levels", a.levels, "Number of levels (default 4, or as many as --depths)")
-        ->check(CLI::Range(1, static_cast<int>(mostLevels)));
-    command.add_option("--depths", a.depths,
-                       "Depth of each level, ft, comma-separated (default ... 9700,9800,9900)");
-    command.add_option("--period", a.periodSeconds, "Period of the valve, s")->capture_default_str();
-    command
-        .add_option("--cycles", a.cycles,
-                    "Whole valve cycles in the record; half a cycle is added on either side")
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
-    command.add_option("--step", a.step, "Sampling step, hundredths of a second")
-        ->check(CLI::Range(1, int{std::numeric_limits<std::int16_t>::max()}))
-        ->capture_default_str();
-    command.add_option("--permeability", a.permeability,
-                       "Of the layer between each level and the next deeper one, mD (default 100,50,200,80)");
-    command.add_option("--skin", a.skin, "Of each layer (default 5,2,0,3)");
-    command.add_option("--height", a.height, "Of each layer, ft")->capture_default_str();
-    command.add_option("--porosity", a.porosity, "v/v")->capture_default_str();
-    command.add_option("--viscosity", a.viscosity, "cP")->capture_default_str();
-    command.add_option("--ct", a.totalCompressibility, "Total compressibility, 1/psi")->capture_default_str();
-    command.add_option("--casing-id", a.casingId, "Inside diameter of the casing, inches")
-        ->capture_default_str();
-    command.add_option("--td", a.totalDepth,
-                       "Total open depth, ft (default 10000, or deeper where a level is)");
-    command.add_option("--well-compressibility", a.wellCompressibility, "Of the fluid in the well, 1/psi")
-        ->capture_default_str();
-    command.add_option("--borehole", a.borehole, "Borehole diameter, inches")->capture_default_str();
-    command.add_option("--spinner-slope", a.spinnerSlope, "Spinner calibration, rps/ft/min")
-        ->capture_default_str();
-    command.add_option("--amplitude", a.pressureAmplitude, "Pressure amplitude at the period of test, psi")
-        ->capture_default_str();
-    command
-        .add_option("--noise", a.noise, "Standard deviation of noise, in parts of each signal's amplitude")
-        ->capture_default_str();
-    command.add_option("--drift", a.drift, "Straight trend in an hour, in parts of each signal's amplitude")
-        ->capture_default_str();
-    command.add_option("--seed", a.seed, "Of the noise")->capture_default_str();
+void AddSimulationOptions(CLI::App& command, const std::string& group, SimulationArguments& a) {
+    const auto add = [&](const std::string& name, auto& value, const std::string& type,
+                         const std::string& help) {
+        CLI::Option* option = command.add_option(name, value, help)->group(group)->type_name(type);
+        // Texts and the two zeros that stand for "as fits" have their defaults in the help.
+        if constexpr (!std::is_same_v<decltype(value), std::string&>)
+            return value == 0 ? option : option->capture_default_str();
+        else
+            return option;
+    };
+    const auto within = [](int lowest, int highest) { return CLI::Range(lowest, highest).description(""); };
+    constexpr int longestStep = std::numeric_limits<std::int16_t>::max();
+    add("--levels", a.levels, "N", "Number of levels (default: 4, or as many as --depths)")
+        ->check(within(1, static_cast<int>(mostLevels)));
+    add("--depths", a.depths, "FT,...", "Depth of each level (default: ... 9700,9800,9900)");
+    add("--period", a.periodSeconds, "S", "Period of the valve, seconds");
+    add("--cycles", a.cycles, "N", "Whole valve cycles; half a cycle is recorded before and after them")
+        ->check(within(1, 1000000));
+    add("--step", a.step, "CS", "Sampling step, hundredths of a second")->check(within(1, longestStep));
+    add("--permeability", a.permeability, "MD,...",
+        "Of the layer between each level and the next deeper one, mD (default: 100,50,200,80)");
+    add("--skin", a.skin, "X,...", "Of each layer (default: 5,2,0,3)");
+    add("--height", a.height, "FT,...", "Of each layer (default: 10)");
+    add("--porosity", a.porosity, "X", "Of all layers, v/v");
+    add("--viscosity", a.viscosity, "CP", "Of the reservoir's fluid");
+    add("--ct", a.totalCompressibility, "X", "Total compressibility of the layers, 1/psi");
+    add("--casing-id", a.casingId, "IN", "Inside diameter of the casing, inches");
+    add("--td", a.totalDepth, "FT", "Total open depth (default: 10000, or deeper where a level is)");
+    add("--well-compressibility", a.wellCompressibility, "X", "Of the fluid in the well, 1/psi");
+    add("--borehole", a.borehole, "IN", "Borehole diameter, inches");
+    add("--spinner-slope", a.spinnerSlope, "X", "Spinner calibration, rps/ft/min");
+    add("--amplitude", a.pressureAmplitude, "PSI", "Pressure amplitude at the period of test");
+    add("--noise", a.noise, "X",
+        "Standard deviation of noise, in parts of each signal's amplitude (default: 0)");
+    add("--drift", a.drift, "X",
+        "Straight trend in an hour, in parts of each signal's amplitude (default: 0)");
+    add("--seed", a.seed, "N", "Of the noise");
 }
 
 Simulation MakeSimulation(const SimulationArguments& arguments) {

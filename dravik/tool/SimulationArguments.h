@@ -36,7 +36,8 @@ struct SimulationArguments {
     std::uint64_t seed = 1;
 };
 
-void AddSimulationOptions(CLI::App& command, SimulationArguments& arguments);
+/// Under the heading `group` of the command's help.
+void AddSimulationOptions(CLI::App& command, const std::string& group, SimulationArguments& arguments);
 
 /// Throws UsageError for lists of another length than the levels, numbers that are none or out of range;
 /// ToolError for what no real test could have.

@@ -18,6 +18,11 @@ float TimerAt(double time) {
     return static_cast<float>(ticks - std::floor(ticks / timerRange) * timerRange);
 }
 
+/// Whether the wrapping timer tells how long before `sample` the moment `change` was.
+bool TimerReaches(double change, double sample) {
+    return (sample - change) * ticksPerHundredth < timerRange - 1.0;
+}
+
 }  // namespace
 
 const std::vector<CurveDescription>& ValveCurves() {
@@ -45,9 +50,10 @@ ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGri
         throw ToolError("a period of " + ShortestText(period / 100.0) + " s needs samples at least every " +
                         ShortestText(period / 400.0) + " s; the step is " + ShortestText(step_ / 100.0) +
                         " s");
-    if (step_ * ticksPerHundredth >= timerRange)
+    if (!TimerReaches(0.0, step_))
         throw ToolError("the valve's timer wraps every 16.78 s; samples every " +
                         ShortestText(step_ / 100.0) + " s cannot carry its times");
+    postponed_ = PostponedChange();
 }
 
 std::optional<ValveSchedule::Change> ValveSchedule::LastChange(double time) const {
@@ -57,6 +63,17 @@ std::optional<ValveSchedule::Change> ValveSchedule::LastChange(double time) cons
     return Change{first_ + number * halfPeriod_, static_cast<std::int64_t>(number)};
 }
 
+std::optional<ValveSchedule::Change> ValveSchedule::PostponedChange() const {
+    const std::optional<Change> change = LastChange(firstIndex_);
+    if (!change || !TimerReaches(change->time, firstIndex_ + static_cast<double>(step_)))
+        return std::nullopt;
+    // The change after it may fall due at the second sample too; it then shows at the third.
+    const bool crowded = LastChange(firstIndex_ + static_cast<double>(step_))->number != change->number;
+    if (crowded && !TimerReaches(firstIndex_, firstIndex_ + 2.0 * step_))
+        return std::nullopt;
+    return change;
+}
+
 ValveSample ValveSchedule::At(std::int32_t index) const {
     ValveSample sample;
     sample.timer = TimerAt(index);
@@ -64,11 +81,12 @@ ValveSample ValveSchedule::At(std::int32_t index) const {
     if (!change)
         return sample;
     sample.position = change->number % 2 == 0 ? -1.0F : 1.0F;
-    const double shownAt = static_cast<double>(firstIndex_) + step_;
-    if (index == firstIndex_ && (shownAt - change->time) * ticksPerHundredth < timerRange - 1.0) {
+    if (postponed_ && index == firstIndex_) {
         if (change->number == 0)
             return sample;
         change = Change{change->time - halfPeriod_, change->number - 1};
+    } else if (postponed_ && index == firstIndex_ + step_) {
+        change = postponed_;
     }
     sample.code = change->number % 2 == 0 ? boundaryCode : halfWayCode;
     sample.changeTimer = TimerAt(change->time);

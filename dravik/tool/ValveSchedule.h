@@ -42,11 +42,14 @@ class ValveSchedule {
         std::int64_t number = 0;  ///< even: boundary
     };
     std::optional<Change> LastChange(double time) const;
+    /// The change at or before the first sample that shows from the second on.
+    std::optional<Change> PostponedChange() const;
 
     double first_;
     double halfPeriod_;
     std::int32_t firstIndex_;
     std::int16_t step_;
+    std::optional<Change> postponed_;
 };
 
 }  // namespace vorela

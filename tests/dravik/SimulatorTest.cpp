@@ -195,6 +195,11 @@ TEST(ValveSchedule, AChangeBeforeTheRecordShowsFromTheSecondSampleWhileTheTimerR
     // A boundary 10 s before the record: 65536 - 39062.5, downwards.
     ExpectCells(ValveSchedule(-1000.0, 9000.0, everySecond),
                 {{0, {-1, 1, 0, 0}}, {100, {-1, 3, 26473, 3906}}});
+    // The next change falls due at the second sample: it shows at the third.
+    ExpectCells(ValveSchedule(-100.0, 400.0, everySecond), {{0, {-1, 1, 0, 0}},
+                                                            {100, {1, 3, 61629, 3906}},
+                                                            {200, {1, 1, 3906, 7812}},
+                                                            {300, {-1, 3, 11718, 11718}}});
     // One 20 s before: longer than the timer takes to wrap, so no time can be told; the code stands from the
     // start.
     ExpectCells(ValveSchedule(-2000.0, 9000.0, everySecond),
