@@ -65,7 +65,8 @@ struct Database::Statements {
     Statement chunk{"SELECT crc, present, samples FROM chunks WHERE place = ?1"};
     Statement chunkRoot{"SELECT rootpage FROM sqlite_master WHERE type = 'table' AND name = 'chunks'"};
     Statement nextPlace{"SELECT place FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place LIMIT 1"};
-    Statement countChunks{"SELECT count(*), coalesce(sum(place - ?1), 0) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
+    Statement countChunks{
+        "SELECT count(*), coalesce(sum(place - ?1), 0) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
     Statement insertChunk{"INSERT INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};
     Statement updateChunk{"UPDATE chunks SET crc = ?2, present = ?3, samples = ?4 WHERE place = ?1"};
     Statement deleteChunks{"DELETE FROM chunks WHERE place BETWEEN ?1 AND ?2"};

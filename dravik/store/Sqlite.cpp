@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "dravik/include/DKBase.h"
+#include "dravik/store/GatherVfs.h"
 #include "dravik/store/StoreError.h"
 
 namespace vorela::store {
@@ -48,11 +49,13 @@ int WaitForLock(void* begin, int attempt) {
 
 }  // namespace
 
-void SetLongestWait(std::chrono::milliseconds wait) { longestWait = wait; }
+void SetLongestWait(std::chrono::milliseconds wait) {
+    longestWait = wait;
+}
 
 Connection::Connection(const std::string& path, int flags) : path_(path) {
-    const int code =
-        sqlite3_open_v2(path.c_str(), &handle_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+    const int code = sqlite3_open_v2(path.c_str(), &handle_,
+                                     flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, GatherVfsName());
     if (code != SQLITE_OK) {
         const StoreError error{StatusFor(code), path + ": " + sqlite3_errstr(code)};
         sqlite3_close(handle_);
@@ -96,8 +99,16 @@ std::size_t Connection::ReadRaw(std::span<unsigned char> bytes) {
 }
 
 bool Connection::ReadAt(std::span<unsigned char> bytes, std::int64_t offset) {
+    // SQLite's own file layer takes less than 128 KiB in one call.
+    constexpr std::size_t mostAtOnce = std::size_t{112} << 10;
     sqlite3_file* const file = File();
-    return file->pMethods->xRead(file, bytes.data(), static_cast<int>(bytes.size()), offset) == SQLITE_OK;
+    for (; !bytes.empty(); bytes = bytes.subspan(std::min(bytes.size(), mostAtOnce))) {
+        const auto count = static_cast<int>(std::min(bytes.size(), mostAtOnce));
+        if (file->pMethods->xRead(file, bytes.data(), count, offset) != SQLITE_OK)
+            return false;
+        offset += count;
+    }
+    return true;
 }
 
 std::int64_t Connection::FileBytes() {

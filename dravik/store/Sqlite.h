@@ -31,7 +31,7 @@ class Statement {
 
 class Connection {
   public:
-    /// Opens `path` through the default VFS. `flags` are SQLITE_OPEN_...
+    /// Opens `path` through the gathering file layer. `flags` are SQLITE_OPEN_...
     Connection(const std::string& path, int flags);
     ~Connection();
     Connection(const Connection&) = delete;
