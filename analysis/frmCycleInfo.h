@@ -1,4 +1,5 @@
-// The cycle information dialog: every cycle of one dataset, the window analysis as its last line.
+// The cycle information dialog: every cycle of one level, the window analysis as its last line, and the
+// choice of the cycle that the outputs are taken from.
 #pragma once
 
 #include <QDialog>
@@ -19,7 +20,11 @@ class frmCycleInfo : public QDialog {
     ~frmCycleInfo() override;
 
   private:
+    void LoadLevel(std::size_t dataset);
+    void ChooseEntry(int entry);
+
     std::unique_ptr<Ui::frmCycleInfo> ui_;
+    std::size_t dataset_ = 0;
 };
 
 }  // namespace vorela

@@ -124,6 +124,11 @@ frmMain::frmMain(QtPorts& ports, QWidget* parent)
     ui_->statBar->addPermanentWidget(progBar_);
     ports_.Attach(this, progBar_, ui_->statBar);
     connect(ui_->tsMain, &QTabBar::currentChanged, this, &frmMain::TabClicked);
+    // A click on the tab that is shown already refreshes it.
+    connect(ui_->tsMain, &QTabBar::tabBarClicked, this, [this](int tab) {
+        if (tab >= 0 && tab == ui_->tsMain->currentIndex())
+            TabClicked();
+    });
     connect(ui_->cboLevel, &QComboBox::activated, this, &frmMain::LevelChosen);
     connect(ui_->cboInterval, &QComboBox::activated, this, &frmMain::IntervalChosen);
     BuildKeys();

@@ -117,7 +117,8 @@ void frmMain::SelectDataEntry() {
                     [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
         // Also when the sequence broke off: what was selected is followed.
         const auto& datasets = CurrentSelection().datasets;
-        if (std::any_of(datasets.begin(), datasets.end(), [](const auto& record) { return record.pendingFlag != 0; }))
+        if (std::any_of(datasets.begin(), datasets.end(),
+                        [](const auto& record) { return record.pendingFlag != 0; }))
             tmrMain_.start();
         // After a cancelled selection the old tabs and values must not stay.
         if (CurrentSelection().datasets.empty())
@@ -218,6 +219,7 @@ void frmMain::CycleInformationEntry() {
             return;
         frmCycleInfo dialog(PlotDataset(), this);
         ShowModal(dialog);
+        UpdateMainWindow();  // another cycle may have been chosen in it
     });
 }
 

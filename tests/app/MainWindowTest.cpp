@@ -214,6 +214,26 @@ TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
 }
 
+TEST_F(MainWindow, CycleInformationListsEveryCycleAndChoosesOne) {
+    MakeLevels();
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    ModalScript script;
+    script.Then("frmCycleInfo", [](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), "Cycle information - LEVEL2");
+        auto& grid = Find<ResultGridView>(dialog, "fgCycleInfo");
+        auto& cycle = Find<QComboBox>(dialog, "cboCycle");
+        EXPECT_EQ(grid.rowCount(), cycle.count());
+        EXPECT_TRUE(
+            grid.WholeText().startsWith("Cycle\tPeriod\tValve phase\tPres. phase\tFlow phase\tValve "
+                                        "mag.\tPres. mag.\tFlow mag.\n1\t240\t"));
+        emit grid.cellDoubleClicked(2, 0);
+        EXPECT_EQ(cycle.currentText(), "3");
+        Click(dialog, "cmdOK");
+    });
+    Trigger("mnuView0");
+    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "3");
+}
+
 TEST_F(MainWindow, ControlCCopiesTheSelectedCellsByTabs) {
     ResultGridView& grid = GridOf("fgLevel");
     grid.setRangeSelected(QTableWidgetSelectionRange(2, 0, 3, 1), true);
