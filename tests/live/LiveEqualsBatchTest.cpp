@@ -1,6 +1,8 @@
 // Whatever the pieces in which a recording grows, what was followed is what one run over the final data
 // gives.
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <random>
 
 #include "app/ActionQueue.h"
@@ -148,6 +150,54 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
                 ExpectSame(live[i], plans[i]);
         }
     }
+}
+
+/// A measured sinusoidal pumping test of 18 cycles of 90 s at 1 Hz; its pressure takes one of ten levels
+/// only.
+TEST_F(LiveEqualsBatchTest, forAMeasuredRecord) {
+    std::ifstream file(VORELA_SOURCE_DIR "/../shared/data/sinusoidal-pumping-90s/test.csv");
+    if (!file)
+        GTEST_SKIP() << "the measured record is not here";
+    std::vector<double> flow, pressure;
+    std::string line;
+    std::getline(file, line);
+    std::getline(file, line);
+    for (double time = 0, f = 0, p = 0; std::getline(file, line);) {
+        ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf", &time, &f, &p), 3) << line;
+        flow.push_back(f);
+        pressure.push_back(p);
+    }
+    const auto count = static_cast<std::int32_t>(flow.size());
+    const auto curve = [&](const char* name, const std::vector<double>& values) {
+        return test::CurveSpec{name,
+                               "",
+                               count,
+                               [&values](std::int32_t t) { return std::optional(values.at(static_cast<std::size_t>(t) / 100)); },
+                               0,
+                               100};
+    };
+    std::vector<test::CurveSpec> curves{curve("ZG", pressure), curve("RTC", flow)};
+    for (auto& valve : test::ValveCurves({9000, 9000, count, 0, 100}))
+        curves.push_back(std::move(valve));
+    int level = 0;
+    for (const Way& way : {difference1, difference3, bandPass1})
+        for (const int piece : {7, 89, randomPieces}) {
+            // The band pass takes the step as it stands: at 1 Hz its kernel is a hundred periods' samples
+            // long.
+            const double period = way.bandPass ? 9.0 : 90.0;
+            Use(way, period);
+            const std::string name = "MEASURED" + std::to_string(++level);
+            Recording recording(DatabasePath(), name, curves);
+            recording.Append(1);
+            Select({name});
+            while (recording.Left() > 0) {
+                recording.Append(NextPiece(piece));
+                EXPECT_TRUE(ExtendDataset(0));
+            }
+            const Outcome live = Observe(name);
+            EXPECT_EQ(Difference(live, OneRunOver(curves)), "") << name;
+            EXPECT_EQ(live.cycles.RealCycles(), 16) << name;
+        }
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ class TwoProcessTest : public test::LiveFixture {
         return text;
     }
 
-    int cycles = 20 + Kills();
+    int cycles = 12 + Kills();
 };
 
 TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun) {
@@ -153,7 +153,7 @@ TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun)
     const std::string undisturbed = folder.File("undisturbed.vdb");
     EXPECT_EQ(Child([&] { return Record(undisturbed, 0); }).Wait(), 0);
     EXPECT_EQ(followed, Results(undisturbed, ""));
-    EXPECT_NE(followed.find("\"number\": 20,"), std::string::npos) << followed.substr(0, 500);
+    EXPECT_NE(followed.find("\"number\": 11,"), std::string::npos) << followed.substr(0, 500);
     const std::string exportBoth =
         " LEVEL1 --curves ZG,RTC,PVLID,PVLIDT,PVLT,ZG_p,RTC_qs,PVLSIG,RTC_f -o " + folder.File("");
     EXPECT_EQ(test::Run(VORELA_BIN_DIR "/dravik export " + DatabasePath() + exportBoth + "a.csv").status, 0);
