@@ -13,11 +13,12 @@
 
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
-#include "app/CurveChecks.h"
 #include "app/StartUp.h"
+#include "batch/BatchCurves.h"
 #include "batch/BatchReport.h"
-#include "db/Curves.h"
-#include "db/modDravik.h"
+#include "batch/BatchSelection.h"
+#include "batch/BatchStop.h"
+#include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/ConsolePorts.h"
@@ -30,27 +31,11 @@
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "signal/modDFilt.h"
-#include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 #include "signal/modParameters.h"
 
 namespace vorela {
 namespace {
-
-/// Ends the work with a line on standard error (none when a routine has told already).
-struct Stop {
-    int exitStatus = exit_status::failed;
-    std::string text;
-};
-
-void Say(const std::string& text) {
-    std::fprintf(stderr, "vorela-batch: %s\n", text.c_str());
-}
-
-void Require(bool routineSucceeded) {
-    if (!routineSucceeded)
-        throw Stop{};
-}
 
 std::vector<DatasetRecord>& Datasets() {
     return CurrentSelection().datasets;
@@ -117,207 +102,7 @@ void CheckSettingsTogether(const BatchOptions& options) {
         throw Stop{exit_status::badUsage, "--set: " + fault->message};
 }
 
-// --- Selection ---
-
-bool HasCurve(const DatasetRecord& record, const std::string& name) {
-    return std::find(record.curves.begin(), record.curves.end(), name) != record.curves.end();
-}
-
-const std::vector<std::string>& CurvesNeeded() {
-    static const std::vector<std::string> names{curve::valvePosition, curve::valveCode,
-                                                curve::valveChangeTimer, curve::valveTimer};
-    return names;
-}
-
-std::vector<std::string> DatasetNames(const std::string& databasePath) {
-    std::error_code ignored;
-    if (!std::filesystem::exists(databasePath, ignored))
-        throw Stop{exit_status::failed, databasePath + ": there is no such database"};
-    const Database database(databasePath);
-    if (!database.IsOpen())
-        throw Stop{exit_status::failed, databasePath + ": the database cannot be opened"};
-    std::vector<std::string> names;
-    Require(Attempt("Selecting data", [&] { names = ItemsOf(database.Handle(), ""); }));
-    return names;
-}
-
-/// Why a dataset does not qualify; "" when it does.
-std::string WhyLeftOut(const Database& database, const std::string& name, const CurveChoice& choice) {
-    const auto dataset = Item::Find(database, name);
-    if (!dataset || dataset->Info().indexKind != DK_INDEX_TIME)
-        return "it is not recorded against time";
-    std::vector<std::string> needed{choice.pressure, choice.flow};
-    needed.insert(needed.end(), CurvesNeeded().begin(), CurvesNeeded().end());
-    for (const std::string& curve : needed)
-        if (!Item::Find(database, ItemPath(name, curve)))
-            return "it has no curve " + curve;
-    return {};
-}
-
-std::vector<std::string> QualifyingDatasets(const std::string& databasePath, const CurveChoice& choice) {
-    const std::vector<std::string> all = DatasetNames(databasePath);
-    std::vector<std::string> names;
-    Require(Attempt("Selecting data", [&] {
-        const Database database(databasePath);
-        for (const std::string& name : all) {
-            const std::string why = WhyLeftOut(database, name, choice);
-            if (why.empty())
-                names.push_back(name);
-            else
-                Say("dataset " + name + " is left out: " + why);
-        }
-    }));
-    if (names.empty())
-        throw Stop{exit_status::failed, databasePath + ": no dataset can be analysed"};
-    return names;
-}
-
-std::vector<std::string> NamedDatasets(const BatchOptions& options) {
-    const std::vector<std::string> all = DatasetNames(options.database);
-    std::vector<std::string> names;
-    for (const std::string& given : options.datasets) {
-        const std::string name = Trimmed(given);
-        if (std::find(all.begin(), all.end(), name) == all.end())
-            throw Stop{exit_status::failed, options.database + ": there is no dataset " + name};
-        if (std::find(names.begin(), names.end(), name) != names.end())
-            throw Stop{exit_status::badUsage, "dataset " + name + " is named twice"};
-        names.push_back(name);
-    }
-    return names;
-}
-
-std::size_t PositionOfCurve(const std::string& name, const char* option) {
-    const auto& common = CurrentSelection().commonCurves;
-    for (std::size_t i = 0; i < common.size(); ++i)
-        if (common[i].name == name)
-            return i;
-    for (const DatasetRecord& record : Datasets())
-        if (!HasCurve(record, name))
-            throw Stop{exit_status::failed, "dataset " + record.dataset + " has no curve " + name +
-                                                "; another one is chosen with " + option};
-    throw Stop{exit_status::failed, "there is no common curve " + name};
-}
-
-/// Indices on the command line that name a level or interval which the selection does not have.
-void CheckIndices(const BatchOptions& options) {
-    const std::size_t levels = Datasets().size();
-    const auto refuse = [](const std::string& what, std::size_t have, const char* of) {
-        throw Stop{exit_status::badUsage, what + ": there are " + std::to_string(have) + " " + of};
-    };
-    if (options.level && *options.level > levels)
-        refuse("--level " + std::to_string(*options.level), levels, "levels");
-    if (options.interval && *options.interval > levels - 1)
-        refuse("--interval " + std::to_string(*options.interval), levels - 1, "intervals");
-    for (const SettingValue& setting : options.settings)
-        if (const auto level = LevelOfSetting(setting); level && *level >= levels)
-            refuse("--set " + setting.section + "." + setting.key, levels, "levels, counted from 0");
-}
-
-void Select(const BatchOptions& options) {
-    CurveChoice choice = CurrentSelection().choice;
-    choice.pressure = options.pressure.value_or(choice.pressure);
-    choice.flow = options.flow.value_or(choice.flow);
-    const std::vector<std::string> names =
-        options.datasets.empty() ? QualifyingDatasets(options.database, choice) : NamedDatasets(options);
-    std::vector<DatasetRecord> records;
-    Require(ReadDatasets(options.database, names, records));
-    Require(AppendDatasets(std::move(records)));
-    const std::size_t pressure = PositionOfCurve(choice.pressure, "--pressure");
-    const std::size_t flow = PositionOfCurve(choice.flow, "--flow");
-    for (const std::string& needed : CurvesNeeded())
-        for (const DatasetRecord& record : Datasets())
-            if (!HasCurve(record, needed))
-                throw Stop{exit_status::failed, "dataset " + record.dataset + " has no curve " + needed};
-    ChooseCurves(pressure, flow);
-    SortDatasets();
-    ResizeIntervalArrays();
-    CheckIndices(options);
-}
-
-void WarnOfInput() {
-    for (const std::string& line : UnitWarnings())
-        Say(line);
-    if (CurvesFilteredByDravik())
-        Say("pressure or flow were filtered by the acquisition system, which shifts phase: its filters "
-            "should be off");
-}
-
-// --- Derived curves ---
-
-bool IsWritable(const std::string& databasePath) {
-    const std::string folder = std::filesystem::path(databasePath).parent_path().string();
-    return access(databasePath.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
-}
-
-/// Which derived curves of a dataset have to be made.
-struct Missing {
-    bool filtered = false;
-    bool valve = false;
-    bool dravikFlow = false;
-    bool Any() const { return filtered || valve || dravikFlow; }
-};
-
-Missing MissingCurves(const DatasetRecord& record, bool recreate) {
-    const CurveChoice& choice = CurrentSelection().choice;
-    Missing missing;
-    missing.filtered = recreate || !HasCurve(record, FilteredPressureName(choice)) ||
-                       !HasCurve(record, FilteredFlowName(choice));
-    missing.valve = recreate || !HasCurve(record, curve::valveSignal);
-    missing.dravikFlow = recreate || !HasCurve(record, DravikFilteredFlowName(choice));
-    return missing;
-}
-
-std::string NameOfFirstMissing(const DatasetRecord& record) {
-    const CurveChoice& choice = CurrentSelection().choice;
-    for (const std::string& name : {FilteredPressureName(choice), FilteredFlowName(choice),
-                                    std::string(curve::valveSignal), DravikFilteredFlowName(choice)})
-        if (!HasCurve(record, name))
-            return name;
-    return {};
-}
-
-void CheckWritable(const BatchOptions& options, const std::vector<Missing>& missing) {
-    if (IsWritable(options.database))
-        return;
-    if (options.recreate)
-        throw Stop{exit_status::failed, options.database + " is read only: --recreate cannot be done"};
-    for (std::size_t i = 0; i < missing.size(); ++i)
-        if (missing[i].Any())
-            throw Stop{exit_status::failed, options.database + " is read only and dataset " +
-                                                Datasets()[i].dataset + " has no curve " +
-                                                NameOfFirstMissing(Datasets()[i])};
-}
-
-void SayFilter() {
-    const FilterInformation information = GetFilterInformation();
-    if (CurrentParameters().bandPass == 0 && !information.warning)
-        return;
-    std::string line;
-    for (const char c : information.passBand + "\n") {
-        if (c != '\n' && c != '\r')
-            line += c;
-        else if (!line.empty())
-            Say(std::exchange(line, {}));
-    }
-}
-
-/// Makes what is missing; finds the cycles of every dataset, which are kept nowhere but in memory.
-void MakeCurvesAndCycles(const std::vector<Missing>& missing) {
-    if (std::any_of(missing.begin(), missing.end(), [](const Missing& one) { return one.filtered; }))
-        SayFilter();
-    for (std::size_t i = 0; i < missing.size(); ++i)
-        if (missing[i].filtered)
-            Require(CreateFilteredCurves(i, false));
-    for (std::size_t i = 0; i < missing.size(); ++i) {
-        ResetDatasetCycles(i);
-        Require(missing[i].valve ? ReconstructValveCurve(i, false) : FindValveCycles(i));
-    }
-    ResetFilterSlots();
-    for (std::size_t i = 0; i < missing.size(); ++i)
-        if (missing[i].dravikFlow)
-            Require(FilterDatasetFlow(i, false));
-    Require(RefreshCommonCurves());
-}
+// --- Cycles from other curves ---
 
 void Recalculate(const BatchOptions& options) {
     if (options.unfiltered)
@@ -449,14 +234,10 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     InitialiseDatasetVariables();
     ReadSettings(options, overlay, console);
     CheckSettingsTogether(options);
-    Select(options);
+    SelectForBatch(options);
     const std::size_t plotDataset = options.plot ? PlotDataset(options) : 0;
-    std::vector<Missing> missing;
-    for (const DatasetRecord& record : Datasets())
-        missing.push_back(MissingCurves(record, options.recreate));
-    CheckWritable(options, missing);
     WarnOfInput();
-    MakeCurvesAndCycles(missing);
+    MakeCurvesAndCycles(options);
     Recalculate(options);
     if (options.follow)
         Follow();
@@ -470,6 +251,10 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
 }
 
 }  // namespace
+
+void Say(const std::string& text) {
+    std::fprintf(stderr, "vorela-batch: %s\n", text.c_str());
+}
 
 int RunBatch(const BatchOptions& options, const PlotWriter& writePlot) {
     const ConsoleInPlace console;

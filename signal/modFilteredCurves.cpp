@@ -485,6 +485,10 @@ bool CreateFilteredCurvesInAll() {
     });
 }
 
+std::string FilterDescription() {
+    return MadeText(CurrentSettings()[0]);
+}
+
 std::int32_t FirstProvisionalIndex(std::size_t index) {
     constexpr std::int32_t unknown = std::numeric_limits<std::int32_t>::min();
     const DatasetState* const state = States().Find(SelectedDataset(index));

@@ -21,6 +21,9 @@ bool FilteredCurvesExist();
 /// Samples that are missing or are no numbers are not available to the filters.
 bool CreateFilteredCurves(std::size_t index, bool incremental);
 
+/// How the filtered curves of the current parameters are made: the text that such a curve carries.
+std::string FilterDescription();
+
 /// First time index at which a sample of the dataset's filtered curves may still change when the recording
 /// grows: values that lack later inputs, and last bits in the band pass's transform in progress. Samples
 /// before it are final. The first index of 32 bits when this program has not made the curves for the current

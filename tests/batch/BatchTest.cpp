@@ -119,6 +119,26 @@ TEST_F(Batch, RepeatedRunReadsTheCurvesThatStandAndChangesNothingRecorded) {
     EXPECT_FALSE(std::filesystem::exists(File("Vorela.ini"))) << "settings are read, never written";
 }
 
+TEST_F(Batch, CurvesThatEndBeforeTheRecordAreMadeAgainAndThoseMadeOtherwiseAreTold) {
+    const std::string record = "record '" + database + "' LEVEL --simulate --levels 1 --cycles 6 --speed 0";
+    ASSERT_EQ(Dravik("simulate '" + File("half.dkb") + "' --levels 1 --cycles 3").status, 0);
+    ASSERT_EQ(Dravik("export '" + File("half.dkb") + "' LEVEL1 -o '" + File("LEVEL.csv") + "'").status, 0);
+    ASSERT_EQ(Dravik("import '" + database + "' '" + File("LEVEL.csv") + "'").status, 0);
+    ASSERT_EQ(RunBatch("").status, 0);
+    // The record goes on where it was left.
+    const CommandResult grown = Dravik(record);
+    ASSERT_EQ(grown.status, 0) << grown.err;
+    const CommandResult result = RunBatch("--json -");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("LEVEL/ZG_p/1"), HasSubstr("LEVEL/PVLSIG/1")));
+    const Json all = Json::parse(result.out);
+    EXPECT_EQ(all, Results("--recreate"));
+    EXPECT_EQ(all["levels"][0]["cycles"][4]["pressure"].is_null(), false);
+    const CommandResult other = RunBatch("--set Parameters.FilterN=2");
+    EXPECT_EQ(other.status, 0);
+    EXPECT_THAT(other.err, HasSubstr("2 passes"));
+}
+
 TEST_F(Batch, ValvePeriodIsMeasuredWhateverThePeriodOfTestSays) {
     Simulate("--levels 2 --period 243 --cycles 6");
     for (const Json& level : Results("--set Parameters.Period=240")["levels"])

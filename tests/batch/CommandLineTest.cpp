@@ -62,7 +62,7 @@ TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
     const std::vector<Case> cases{
         {{}, "DB"},
         {{"a.dkb", "--frobnicate"}, "--frobnicate"},
-        {{"a.dkb", "--plot", "p.png"}, "--plot"},
+        {{"a.dkb", "--plot", "p.bmp"}, "p.bmp"},
         {{"a.dkb", "--unfiltered", "--pvlpos"}, "--pvlpos"},
         {{"a.dkb", "--cycle", "0"}, "--cycle 0"},
         {{"a.dkb", "--cycle", "1.5"}, "--cycle 1.5"},

@@ -1,0 +1,150 @@
+#include "batch/BatchSelection.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "app/CurveChecks.h"
+#include "batch/BatchStop.h"
+#include "db/Curves.h"
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
+#include "dravik/include/DKBase.h"
+#include "general/NumberText.h"
+#include "general/modGeneral.h"
+#include "signal/modParameters.h"
+
+namespace vorela {
+namespace {
+
+std::vector<DatasetRecord>& Datasets() {
+    return CurrentSelection().datasets;
+}
+
+bool HasCurve(const DatasetRecord& record, const std::string& name) {
+    return std::find(record.curves.begin(), record.curves.end(), name) != record.curves.end();
+}
+
+const std::vector<std::string>& CurvesNeeded() {
+    static const std::vector<std::string> names{curve::valvePosition, curve::valveCode,
+                                                curve::valveChangeTimer, curve::valveTimer};
+    return names;
+}
+
+std::vector<std::string> DatasetNames(const std::string& databasePath) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(databasePath, ignored))
+        throw Stop{exit_status::failed, databasePath + ": there is no such database"};
+    const Database database(databasePath);
+    if (!database.IsOpen())
+        throw Stop{exit_status::failed, databasePath + ": the database cannot be opened"};
+    std::vector<std::string> names;
+    Require(Attempt("Selecting data", [&] { names = ItemsOf(database.Handle(), ""); }));
+    return names;
+}
+
+/// Why a dataset does not qualify; "" when it does.
+std::string WhyLeftOut(const Database& database, const std::string& name, const CurveChoice& choice) {
+    const auto dataset = Item::Find(database, name);
+    if (!dataset || dataset->Info().indexKind != DK_INDEX_TIME)
+        return "it is not recorded against time";
+    std::vector<std::string> needed{choice.pressure, choice.flow};
+    needed.insert(needed.end(), CurvesNeeded().begin(), CurvesNeeded().end());
+    for (const std::string& curve : needed)
+        if (!Item::Find(database, ItemPath(name, curve)))
+            return "it has no curve " + curve;
+    return {};
+}
+
+std::vector<std::string> QualifyingDatasets(const std::string& databasePath, const CurveChoice& choice) {
+    const std::vector<std::string> all = DatasetNames(databasePath);
+    std::vector<std::string> names;
+    Require(Attempt("Selecting data", [&] {
+        const Database database(databasePath);
+        for (const std::string& name : all) {
+            const std::string why = WhyLeftOut(database, name, choice);
+            if (why.empty())
+                names.push_back(name);
+            else
+                Say("dataset " + name + " is left out: " + why);
+        }
+    }));
+    if (names.empty())
+        throw Stop{exit_status::failed, databasePath + ": no dataset can be analysed"};
+    return names;
+}
+
+std::vector<std::string> NamedDatasets(const BatchOptions& options) {
+    const std::vector<std::string> all = DatasetNames(options.database);
+    std::vector<std::string> names;
+    for (const std::string& given : options.datasets) {
+        const std::string name = Trimmed(given);
+        if (std::find(all.begin(), all.end(), name) == all.end())
+            throw Stop{exit_status::failed, options.database + ": there is no dataset " + name};
+        if (std::find(names.begin(), names.end(), name) != names.end())
+            throw Stop{exit_status::badUsage, "dataset " + name + " is named twice"};
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::size_t PositionOfCurve(const std::string& name, const char* option) {
+    const auto& common = CurrentSelection().commonCurves;
+    for (std::size_t i = 0; i < common.size(); ++i)
+        if (common[i].name == name)
+            return i;
+    for (const DatasetRecord& record : Datasets())
+        if (!HasCurve(record, name))
+            throw Stop{exit_status::failed, "dataset " + record.dataset + " has no curve " + name +
+                                                "; another one is chosen with " + option};
+    throw Stop{exit_status::failed, "there is no common curve " + name};
+}
+
+/// Indices on the command line that name a level or interval which the selection does not have.
+void CheckIndices(const BatchOptions& options) {
+    const std::size_t levels = Datasets().size();
+    const auto refuse = [](const std::string& what, std::size_t have, const char* of) {
+        throw Stop{exit_status::badUsage, what + ": there are " + std::to_string(have) + " " + of};
+    };
+    if (options.level && *options.level > levels)
+        refuse("--level " + std::to_string(*options.level), levels, "levels");
+    if (options.interval && *options.interval > levels - 1)
+        refuse("--interval " + std::to_string(*options.interval), levels - 1, "intervals");
+    for (const SettingValue& setting : options.settings)
+        if (const auto level = LevelOfSetting(setting); level && *level >= levels)
+            refuse("--set " + setting.section + "." + setting.key, levels, "levels, counted from 0");
+}
+
+}  // namespace
+
+void SelectForBatch(const BatchOptions& options) {
+    CurveChoice choice = CurrentSelection().choice;
+    choice.pressure = options.pressure.value_or(choice.pressure);
+    choice.flow = options.flow.value_or(choice.flow);
+    const std::vector<std::string> names =
+        options.datasets.empty() ? QualifyingDatasets(options.database, choice) : NamedDatasets(options);
+    std::vector<DatasetRecord> records;
+    Require(ReadDatasets(options.database, names, records));
+    Require(AppendDatasets(std::move(records)));
+    const std::size_t pressure = PositionOfCurve(choice.pressure, "--pressure");
+    const std::size_t flow = PositionOfCurve(choice.flow, "--flow");
+    for (const std::string& needed : CurvesNeeded())
+        for (const DatasetRecord& record : Datasets())
+            if (!HasCurve(record, needed))
+                throw Stop{exit_status::failed, "dataset " + record.dataset + " has no curve " + needed};
+    ChooseCurves(pressure, flow);
+    SortDatasets();
+    ResizeIntervalArrays();
+    CheckIndices(options);
+}
+
+void WarnOfInput() {
+    for (const std::string& line : UnitWarnings())
+        Say(line);
+    if (CurvesFilteredByDravik())
+        Say("pressure or flow were filtered by the acquisition system, which shifts phase: its filters "
+            "should be off");
+}
+
+}  // namespace vorela

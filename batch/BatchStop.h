@@ -1,0 +1,25 @@
+// How the parts of a batch run end it and speak.
+#pragma once
+
+#include <string>
+
+#include "batch/BatchOptions.h"
+
+namespace vorela {
+
+/// Thrown to end the work with a line on standard error (none when a routine has told already).
+struct Stop {
+    int exitStatus = exit_status::failed;
+    std::string text;
+};
+
+/// A line on standard error.
+void Say(const std::string& text);
+
+/// Ends the work when a routine, which has told why, failed.
+inline void Require(bool routineSucceeded) {
+    if (!routineSucceeded)
+        throw Stop{};
+}
+
+}  // namespace vorela
