@@ -58,8 +58,8 @@ class ColumnRun {
     bool joined_ = false;  ///< a column stands before the next one
 };
 
-void ForEachClipped(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale, const PlotCell& cell,
-                    const SegmentSink& sink) {
+void ForEachClipped(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale,
+                    const PlotCell& cell, const SegmentSink& sink) {
     ForEachSegment(curve, scale, surface.PixelsPerUnit(), [&](const Segment& segment) {
         if (const std::optional<Segment> clipped = ClipSegment(segment, cell.bottom, cell.top))
             sink(*clipped);
@@ -100,7 +100,8 @@ std::optional<Segment> ClipSegment(Segment segment, double lower, double upper) 
     return segment;
 }
 
-void ForEachSegment(const CurvePoints& curve, const PlotScale& scale, double pixelsPerUnit, const SegmentSink& segment) {
+void ForEachSegment(const CurvePoints& curve, const PlotScale& scale, double pixelsPerUnit,
+                    const SegmentSink& segment) {
     ColumnRun columns(pixelsPerUnit, segment);
     const std::vector<CurvePoint>& points = curve.points;
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -124,14 +125,16 @@ void ForEachSegment(const CurvePoints& curve, const PlotScale& scale, double pix
     }
 }
 
-void DrawCurve(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale, const PlotCell& cell) {
+void DrawCurve(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale,
+               const PlotCell& cell) {
     ForEachClipped(surface, curve, scale, cell, [&](const Segment& segment) {
         surface.MoveTo(segment.from);
         surface.LineTo(segment.to);
     });
 }
 
-void DrawValveCurve(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale, const PlotCell& cell) {
+void DrawValveCurve(DrawingSurface& surface, const CurvePoints& curve, const PlotScale& scale,
+                    const PlotCell& cell) {
     std::vector<DevicePoint> buffer;
     buffer.reserve(valveBufferPoints);
     const auto flush = [&] {

@@ -5,7 +5,9 @@
 namespace vorela {
 namespace {
 
-std::size_t Position(std::int64_t value) { return static_cast<std::size_t>(value); }
+std::size_t Position(std::int64_t value) {
+    return static_cast<std::size_t>(value);
+}
 
 /// Node `at` of a level grows by what its children gained.
 void AddTo(std::vector<MinMax>& level, std::int64_t at, const MinMax& gained) {
@@ -17,7 +19,8 @@ void AddTo(std::vector<MinMax>& level, std::int64_t at, const MinMax& gained) {
 }  // namespace
 
 MinMax MinMaxOf(std::span<const float> samples) {
-    // Several running pairs: the comparisons of one do not wait for those of the other, and compilers vectorise them.
+    // Several running pairs: the comparisons of one do not wait for those of the other, and compilers
+    // vectorise them.
     constexpr std::size_t lanes = 8;
     MinMax partial[lanes];
     std::size_t i = 0;
@@ -39,7 +42,8 @@ void CurveOverview::Append(std::span<const float> samples) {
         const MinMax gained = MinMaxOf(samples.first(count));
         std::int64_t node = size_ / bucketSamples;
         AddTo(levels_[0], node, gained);
-        for (std::size_t level = 1; std::ssize(levels_[level - 1]) > fanOut || level < levels_.size(); ++level) {
+        for (std::size_t level = 1; std::ssize(levels_[level - 1]) > fanOut || level < levels_.size();
+             ++level) {
             if (level == levels_.size()) {
                 // The level below outgrew one node: the new level begins with what stands there.
                 levels_.emplace_back();

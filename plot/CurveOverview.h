@@ -1,4 +1,5 @@
-// A pyramid of minima and maxima over a curve's grid: a wide view costs the pixels drawn, not the samples under them.
+// A pyramid of minima and maxima over a curve's grid: a wide view costs the pixels drawn, not the samples
+// under them.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +28,8 @@ struct MinMax {
 };
 MinMax MinMaxOf(std::span<const float> samples);
 
-/// Buckets of `bucketSamples` grid positions at the bottom, each level above holds one for `fanOut` below. 8 bytes for 128
-/// samples: a fiftieth of what the samples themselves take.
+/// Buckets of `bucketSamples` grid positions at the bottom, each level above holds one for `fanOut` below. 8
+/// bytes for 128 samples: a fiftieth of what the samples themselves take.
 class CurveOverview {
   public:
     static constexpr std::int64_t bucketSamples = 128;

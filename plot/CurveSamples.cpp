@@ -103,11 +103,12 @@ std::int64_t CountOf(const ItemInfo& info) {
     return info.IsEmpty() ? 0 : (std::int64_t{info.extentLast} - info.firstIndex) / info.step + 1;
 }
 
-/// Positions that cannot have changed since `before` was read. A recorded curve only grows at its end; a derived one may
-/// write again what lay beyond its valid span.
+/// Positions that cannot have changed since `before` was read. A recorded curve only grows at its end; a
+/// derived one may write again what lay beyond its valid span.
 std::int64_t UnchangedPositions(const ItemInfo& before, const ItemInfo& now) {
     if (before.step != now.step || before.firstIndex != now.firstIndex || before.made != now.made ||
-        before.extentFirst != now.extentFirst || now.extentLast < before.extentLast || now.validLast < before.validLast)
+        before.extentFirst != now.extentFirst || now.extentLast < before.extentLast ||
+        now.validLast < before.validLast)
         return 0;
     const bool marked = !before.made.empty() && before.validLast >= before.validFirst;
     if (!marked || before.validLast >= before.extentLast)
@@ -172,7 +173,8 @@ void PlotCurveReader::Refresh(const ItemInfo& now, bool verify) {
 bool PlotCurveReader::SpotChecksHold() {
     const auto& hashes = kept_->blockHashes;
     for (std::size_t i = 0; i < std::min(spotChecks, hashes.size()); ++i) {
-        const auto at = static_cast<std::ptrdiff_t>(i * (hashes.size() - 1) / std::max<std::size_t>(spotChecks - 1, 1));
+        const auto at =
+            static_cast<std::ptrdiff_t>(i * (hashes.size() - 1) / std::max<std::size_t>(spotChecks - 1, 1));
         const auto [number, hash] = *std::next(hashes.begin(), at);
         if (HashOf(ReadBlock(number)) != hash)
             return false;
@@ -180,8 +182,12 @@ bool PlotCurveReader::SpotChecksHold() {
     return true;
 }
 
-const ItemInfo& PlotCurveReader::Info() const { return kept_->info; }
-std::int64_t PlotCurveReader::Count() const { return CountOf(kept_->info); }
+const ItemInfo& PlotCurveReader::Info() const {
+    return kept_->info;
+}
+std::int64_t PlotCurveReader::Count() const {
+    return CountOf(kept_->info);
+}
 
 std::int64_t PlotCurveReader::PositionAtOrAfter(double index) const {
     return static_cast<std::int64_t>(std::ceil((index - Info().firstIndex) / Info().step));
@@ -199,7 +205,8 @@ std::span<const float> PlotCurveReader::ReadBlock(std::int64_t number) {
     try {
         if (!reader_)
             reader_.emplace(*database_, dataset_, curve_, Between::linear);
-        reader_->ReadGrid(static_cast<std::int32_t>(Info().firstIndex + first * Info().step), values_, present_);
+        reader_->ReadGrid(static_cast<std::int32_t>(Info().firstIndex + first * Info().step), values_,
+                          present_);
         for (std::size_t i = 0; i < count; ++i)
             if (present_[i] == 0 || !std::isfinite(values_[i]))
                 values_[i] = missing;

@@ -1,5 +1,6 @@
-// Samples of plotted curves, kept in memory between redraws: blocks of samples that were looked at lately, and for wide
-// views an overview of minima and maxima that grows with the curve. No handle of the database is kept.
+// Samples of plotted curves, kept in memory between redraws: blocks of samples that were looked at lately,
+// and for wide views an overview of minima and maxima that grows with the curve. No handle of the database is
+// kept.
 #pragma once
 
 #include <cstdint>
@@ -18,14 +19,16 @@ namespace vorela {
 /// What is kept of one curve. Shared by the readers of that curve.
 struct KeptCurve;
 
-/// A plotted curve while its database is open. Positions count grid samples from the curve's first index. Kept data are
-/// dropped when the curve was made anew (its attributes or spot checks of its samples differ) and with the selection.
+/// A plotted curve while its database is open. Positions count grid samples from the curve's first index.
+/// Kept data are dropped when the curve was made anew (its attributes or spot checks of its samples differ)
+/// and with the selection.
 class PlotCurveReader {
   public:
     static constexpr std::int64_t blockSamples = 8192;
 
-    /// Nothing when the dataset has no such curve. Throws RunTimeError when it cannot be attached. `verify`: some kept
-    /// samples are compared with the database, for a curve that was made anew with the same attributes.
+    /// Nothing when the dataset has no such curve. Throws RunTimeError when it cannot be attached. `verify`:
+    /// some kept samples are compared with the database, for a curve that was made anew with the same
+    /// attributes.
     static std::optional<PlotCurveReader> Attach(const Database& database, const std::string& dataset,
                                                  const std::string& curve, bool verify);
     PlotCurveReader(PlotCurveReader&&) noexcept;
@@ -52,7 +55,8 @@ class PlotCurveReader {
     std::optional<RunTimeError> TakeFault();
 
   private:
-    PlotCurveReader(const Database& database, std::string dataset, std::string curve, std::shared_ptr<KeptCurve> kept);
+    PlotCurveReader(const Database& database, std::string dataset, std::string curve,
+                    std::shared_ptr<KeptCurve> kept);
     std::span<const float> Block(std::int64_t number);
     std::span<const float> ReadBlock(std::int64_t number);
     void Refresh(const ItemInfo& now, bool verify);

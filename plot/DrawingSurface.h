@@ -1,5 +1,5 @@
-// What the plot is drawn on. Coordinates are device units of 1/96 inch from the top left corner of the picture, whatever
-// the resolution; a surface with finer pixels says so.
+// What the plot is drawn on. Coordinates are device units of 1/96 inch from the top left corner of the
+// picture, whatever the resolution; a surface with finer pixels says so.
 #pragma once
 
 #include <cstdint>
@@ -72,8 +72,8 @@ class DrawingSurface {
     virtual void MoveTo(DevicePoint point) = 0;
     virtual void LineTo(DevicePoint point) = 0;
     virtual void Polyline(std::span<const DevicePoint> points) = 0;
-    /// Smooth edges for the lines that follow. Off for dense data: smoothing a zig-zag costs a hundred times more and
-    /// shows less.
+    /// Smooth edges for the lines that follow. Off for dense data: smoothing a zig-zag costs a hundred times
+    /// more and shows less.
     virtual void SetSmooth(bool smooth) = 0;
     virtual void SetTextAlign(TextAlignment alignment) = 0;
     virtual void TextOut(DevicePoint point, const std::string& text) = 0;

@@ -13,15 +13,15 @@ inline constexpr std::size_t brushCount = 8;
 
 /// Pens by their use; the value is the pen's number in order of creation, from 1.
 enum class PlotPen {
-    black = 1,             ///< general black lines
+    black = 1,  ///< general black lines
     filteredFlow = 1,
     frame = 1,
-    none = 3,              ///< selected before drawing starts
+    none = 3,  ///< selected before drawing starts
     pressure = 4,
-    cursor1 = 5,           ///< dotted red
-    grid = 6,              ///< light grey
+    cursor1 = 5,  ///< dotted red
+    grid = 6,     ///< light grey
     flow = 7,
-    cursor2 = 8,           ///< dotted blue
+    cursor2 = 8,  ///< dotted blue
     filteredPressure = 12,
     valve = 13,
 };

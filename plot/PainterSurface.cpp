@@ -16,8 +16,12 @@ const QColor textGround(255, 255, 255, 170);
 /// Kept free above and below, for the lines that a text stands on; device units.
 constexpr double textInset = 2;
 
-QColor ToQColor(Colour colour) { return {colour.red, colour.green, colour.blue}; }
-QPointF ToQPoint(DevicePoint point) { return {point.x, point.y}; }
+QColor ToQColor(Colour colour) {
+    return {colour.red, colour.green, colour.blue};
+}
+QPointF ToQPoint(DevicePoint point) {
+    return {point.x, point.y};
+}
 
 /// The font whose line (ascent and descent) is `height` units high, the same on every device.
 QFont FontOfHeight(const FontDescription& description) {
@@ -145,7 +149,9 @@ void PainterSurface::DeleteObject(DrawingObject object) {
     fonts_.erase(object);
 }
 
-void PainterSurface::MoveTo(DevicePoint point) { position_ = ToQPoint(point); }
+void PainterSurface::MoveTo(DevicePoint point) {
+    position_ = ToQPoint(point);
+}
 
 void PainterSurface::LineTo(DevicePoint point) {
     lines_.emplace_back(position_, ToQPoint(point));
@@ -208,7 +214,8 @@ void PainterSurface::TextOut(DevicePoint point, const std::string& text) {
     else if (alignment_ == TextAlignment::bottomRight)
         left -= width;
     const double top = alignment_ == TextAlignment::topLeft ? point.y : point.y - metrics.height();
-    painter_.fillRect(QRectF(left, top, width, metrics.height()).adjusted(0, textInset, 0, -textInset), textGround);
+    painter_.fillRect(QRectF(left, top, width, metrics.height()).adjusted(0, textInset, 0, -textInset),
+                      textGround);
     const QPen pen = painter_.pen();
     painter_.setPen(Qt::black);
     painter_.drawText(QPointF(left, top + metrics.ascent()), string);

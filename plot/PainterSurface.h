@@ -24,7 +24,8 @@ class PainterSurface final : public DrawingSurface {
         double painterScale = 1;   ///< painter units of the device for each device unit
         double pixelsPerUnit = 1;  ///< how fine curves are drawn
         bool isVector = false;     ///< lines are kept as paths, not as pixels
-        QImage* pixels = nullptr;  ///< the device itself where it is a picture in memory of 32-bit opaque pixels
+        QImage* pixels =
+            nullptr;  ///< the device itself where it is a picture in memory of 32-bit opaque pixels
     };
     /// The device must live until End().
     explicit PainterSurface(const Target& target) : target_(target) {}
@@ -51,8 +52,8 @@ class PainterSurface final : public DrawingSurface {
     /// Lines wait until something else is drawn, and are painted in one go.
     void Flush();
     void PaintAsPath();
-    /// Upright and level lines of a dense curve are filled straight into the picture (the painter takes ten times as
-    /// long for them); what remains is left in lines_.
+    /// Upright and level lines of a dense curve are filled straight into the picture (the painter takes ten
+    /// times as long for them); what remains is left in lines_.
     void FillStraightLines();
 
     Target target_;

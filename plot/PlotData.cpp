@@ -17,14 +17,17 @@ namespace {
 
 constexpr const char* source = "modPlot";
 constexpr float breakMark = std::numeric_limits<float>::quiet_NaN();
-/// A column of at least this many samples is answered by the overview: its edges are then off by a quarter of it at most.
+/// A column of at least this many samples is answered by the overview: its edges are then off by a quarter of
+/// it at most.
 constexpr std::int64_t overviewColumn = 4 * CurveOverview::bucketSamples;
 
 class PointCollector {
   public:
     explicit PointCollector(CurvePoints& result) : result_(result) {}
 
-    void Sample(double time, double value) { Column(time, {static_cast<float>(value), static_cast<float>(value)}); }
+    void Sample(double time, double value) {
+        Column(time, {static_cast<float>(value), static_cast<float>(value)});
+    }
     void Column(double time, const MinMax& values) {
         if (values.IsEmpty()) {
             Break(time);
@@ -119,7 +122,8 @@ class DatasetCurves {
     DatasetCurves& operator=(const DatasetCurves&) = delete;
 
     /// False when the database cannot be opened or holds none of the curves.
-    bool Attach(const DatasetRecord& record, const std::array<std::string, quantityCount>& names, bool verify) {
+    bool Attach(const DatasetRecord& record, const std::array<std::string, quantityCount>& names,
+                bool verify) {
         if (!database_.IsOpen())
             return false;
         bool any = false;
@@ -198,8 +202,9 @@ void DecideAxes(const PlotRequest& request, PlotInformation& information) {
         information.axes[i] = {options.axes[i].plottedMinimum, options.axes[i].plottedMaximum};
 }
 
-bool ReadDataset(const PlotRequest& request, std::size_t dataset, const std::array<std::string, quantityCount>& names,
-                 PlotInformation& information, std::string& message) {
+bool ReadDataset(const PlotRequest& request, std::size_t dataset,
+                 const std::array<std::string, quantityCount>& names, PlotInformation& information,
+                 std::string& message) {
     const DatasetRecord& record =
         CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), source);
     DatasetCurves curves(record);
@@ -215,7 +220,8 @@ bool ReadDataset(const PlotRequest& request, std::size_t dataset, const std::arr
             return false;
         information.span = *span;
         information.elapsedOrigin = PrsOpt().elapsed ? ElapsedOrigin(record.extentA) : 0;
-        information.title = "Vorela plot - " + Trimmed(record.dataset) + " " + Trimmed(record.presentation.toolString);
+        information.title =
+            "Vorela plot - " + Trimmed(record.dataset) + " " + Trimmed(record.presentation.toolString);
     }
     DatasetPlot plot{dataset, {}};
     ReadDatasetCurves(curves, names, request, information.span, plot);
@@ -259,15 +265,17 @@ std::array<std::string, quantityCount> ChooseCurveNames(const PlotFormatOptions&
         if (CurveInCommonList(DravikFilteredFlowName(choice)))
             names[IndexOf(Quantity::flow)] = DravikFilteredFlowName(choice);
         else
-            fallbacks.emplace_back("The Dravik filtered flow curve has not been created.\r\r"
-                                   "The unfiltered curve will be plotted.");
+            fallbacks.emplace_back(
+                "The Dravik filtered flow curve has not been created.\r\r"
+                "The unfiltered curve will be plotted.");
     }
     if (format.valve == 1) {
         if (ValveSignalInCommonList())
             names[IndexOf(Quantity::valve)] = curve::valveSignal;
         else
-            fallbacks.emplace_back("The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
-                                   "The motor position curve (PVLPOS) will be plotted.");
+            fallbacks.emplace_back(
+                "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
+                "The motor position curve (PVLPOS) will be plotted.");
     }
     return names;
 }

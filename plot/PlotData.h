@@ -1,4 +1,5 @@
-// Plot data assembly: which curve stands for which quantity, over which time range, with which values and vertical ranges.
+// Plot data assembly: which curve stands for which quantity, over which time range, with which values and
+// vertical ranges.
 #pragma once
 
 #include <array>
@@ -30,8 +31,8 @@ struct CurvePoints {
     std::vector<CurvePoint> points;
     DataExtent extent;
 };
-/// Reads the points of a span (hundredths of a second) every SamplingStep. Between samples that lie on both sides of an
-/// end of the span the line goes on to that end.
+/// Reads the points of a span (hundredths of a second) every SamplingStep. Between samples that lie on both
+/// sides of an end of the span the line goes on to that end.
 CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted);
 
 struct PlottedCurve {
@@ -42,7 +43,7 @@ struct PlottedCurve {
 };
 
 struct DatasetPlot {
-    std::size_t dataset = 0;  ///< position in the selection
+    std::size_t dataset = 0;           ///< position in the selection
     std::vector<PlottedCurve> curves;  ///< those that exist, by quantity code
     const PlottedCurve* Find(Quantity quantity) const;
 };
@@ -54,10 +55,10 @@ struct AxisRange {
 
 /// All that a drawing needs to know of the data.
 struct PlotInformation {
-    TimeSpan span;                  ///< plotted
-    std::int32_t elapsedOrigin = 0; ///< hundredths of a second; what the time axis counts from
+    TimeSpan span;                              ///< plotted
+    std::int32_t elapsedOrigin = 0;             ///< hundredths of a second; what the time axis counts from
     std::array<AxisRange, quantityCount> axes;  ///< by quantity code
-    std::string title;              ///< of the single plot
+    std::string title;                          ///< of the single plot
     std::vector<DatasetPlot> datasets;
 };
 
@@ -71,17 +72,17 @@ struct PlotRequest {
     std::vector<std::size_t> datasets;
     std::int32_t pointsWanted = 1000;  ///< width of the plot area in device pixels
     TimeMode mode = TimeMode::chosen;
-    TimeSpan zoom;        ///< of TimeMode::zoomed
-    bool verify = true;   ///< look whether curves in memory were made anew
+    TimeSpan zoom;       ///< of TimeMode::zoomed
+    bool verify = true;  ///< look whether curves in memory were made anew
 };
 
-/// True when the plot can be drawn. Otherwise false with a message for the plot driver's box; the message is empty when the
-/// failure was reported already. Shows the messages about curves that another one stands in for. Sets the plotted range
-/// and the plotted axis ranges of the presentation options, unless zoomed.
+/// True when the plot can be drawn. Otherwise false with a message for the plot driver's box; the message is
+/// empty when the failure was reported already. Shows the messages about curves that another one stands in
+/// for. Sets the plotted range and the plotted axis ranges of the presentation options, unless zoomed.
 bool GetPlotInformation(const PlotRequest& request, PlotInformation& information, std::string& message);
 
-/// The curve that stands for each quantity under this format, whether it exists or not; `fallbacks` gets the messages
-/// about curves that are not there.
+/// The curve that stands for each quantity under this format, whether it exists or not; `fallbacks` gets the
+/// messages about curves that are not there.
 std::array<std::string, quantityCount> ChooseCurveNames(const PlotFormatOptions& format,
                                                         std::vector<std::string>& fallbacks);
 

@@ -102,7 +102,8 @@ bool DrawPdf(QIODevice& file, const PlotFileOptions& options) {
     QPdfWriter writer(&file);
     writer.setResolution(pdfResolution);
     writer.setTitle(QStringLiteral("Vorela plot"));
-    const QSizeF points(options.width * pointsPerInch / unitsPerInch, options.height * pointsPerInch / unitsPerInch);
+    const QSizeF points(options.width * pointsPerInch / unitsPerInch,
+                        options.height * pointsPerInch / unitsPerInch);
     writer.setPageLayout(QPageLayout(QPageSize(points, QPageSize::Point, {}, QPageSize::ExactMatch),
                                      QPageLayout::Portrait, QMarginsF()));
     PainterSurface::Target target = TargetOf(options);

@@ -1,4 +1,5 @@
-// The plot as a file or on paper: the same drawing as on screen. A QGuiApplication must exist (offscreen serves).
+// The plot as a file or on paper: the same drawing as on screen. A QGuiApplication must exist (offscreen
+// serves).
 #pragma once
 
 #include <cstddef>
@@ -13,10 +14,10 @@ class QPrinter;
 namespace vorela {
 
 struct PlotFileOptions {
-    std::size_t dataset = 0;   ///< position in the selection
-    int width = 1200;          ///< of the drawing, in units of 1/96 inch
+    std::size_t dataset = 0;  ///< position in the selection
+    int width = 1200;         ///< of the drawing, in units of 1/96 inch
     int height = 800;
-    int resolution = 96;       ///< dots per inch: a PNG has width × resolution / 96 pixels
+    int resolution = 96;  ///< dots per inch: a PNG has width × resolution / 96 pixels
     bool monochrome = false;
     std::optional<std::pair<double, double>> cursors;  ///< cursor lines, seconds; none when empty
     std::optional<TimeSpan> span;  ///< what is shown, where it is not the span that the time options choose
@@ -25,11 +26,13 @@ struct PlotFileOptions {
 /// The ending is one of .png, .svg, .pdf (any case).
 bool IsPlotFileName(const std::string& path);
 
-/// Writes the plot; the presentation options stay as they are. The format follows from the ending. The file appears complete or not at all. False after a message
-/// box or report that names the file or what is wrong with the data.
+/// Writes the plot; the presentation options stay as they are. The format follows from the ending. The file
+/// appears complete or not at all. False after a message box or report that names the file or what is wrong
+/// with the data.
 bool SavePlot(const std::string& path, const PlotFileOptions& options);
 
-/// Prints the plot on one page of a prepared printer; width, height and resolution are the page's. False after a report.
+/// Prints the plot on one page of a prepared printer; width, height and resolution are the page's. False
+/// after a report.
 bool PrintPlot(QPrinter& printer, const PlotFileOptions& options);
 
 }  // namespace vorela

@@ -10,7 +10,9 @@ constexpr double textShare = 1.0 / 30;  // of the picture's height
 constexpr double lowestText = 14;       // device units
 constexpr double highestText = 16;
 
-int Rounded(double value) { return RoundTo<int>(value, source); }
+int Rounded(double value) {
+    return RoundTo<int>(value, source);
+}
 
 int TextHeight(double yScale) {
     const int height = Rounded(logicalExtent * textShare);
@@ -23,7 +25,9 @@ int TextHeight(double yScale) {
 
 }  // namespace
 
-int PlotLayout::CursorMargin(double pictureWidth) const { return Rounded(pictureWidth * textHeight / logicalExtent); }
+int PlotLayout::CursorMargin(double pictureWidth) const {
+    return Rounded(pictureWidth * textHeight / logicalExtent);
+}
 
 PlotLayout DefinePlotLayout(PictureSize picture, int across, int down, int horizontal, int vertical) {
     PlotLayout layout;

@@ -18,13 +18,15 @@ constexpr int significantDigits = 7;
 constexpr int timeDecimals = 3;
 
 std::string WithDecimals(double value, int decimals) {
-    const std::string pattern = decimals <= 0 ? "0" : "0." + std::string(static_cast<std::size_t>(decimals), '#');
+    const std::string pattern =
+        decimals <= 0 ? "0" : "0." + std::string(static_cast<std::size_t>(decimals), '#');
     return FormatByPattern(value, pattern);
 }
 
 void ReadValues(const PlotDrawing& drawing, double time1, double time2, PlotReadout& readout) {
     const DatasetPlot& plot = drawing.information.datasets.front();
-    const DatasetRecord& record = CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(plot.dataset), "modPlot");
+    const DatasetRecord& record =
+        CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(plot.dataset), "modPlot");
     const Database database(record.database);
     for (const PlottedCurve& curve : plot.curves) {
         if (!drawing.format.Shows(curve.quantity))
@@ -67,6 +69,8 @@ std::string ReadoutText(const std::optional<double>& value) {
     return WithDecimals(*value, std::clamp(significantDigits - whole, 0, 15));
 }
 
-std::string ReadoutTimeText(double seconds) { return WithDecimals(seconds, timeDecimals); }
+std::string ReadoutTimeText(double seconds) {
+    return WithDecimals(seconds, timeDecimals);
+}
 
 }  // namespace vorela

@@ -27,12 +27,12 @@ struct PlotReadout {
     std::vector<CursorValue> values;
 };
 
-/// Reads the shown curves of the drawing's first dataset at two times (hundredths of a second), from the database where
-/// they are not in memory. Values that cannot be read are left empty, after a report.
+/// Reads the shown curves of the drawing's first dataset at two times (hundredths of a second), from the
+/// database where they are not in memory. Values that cannot be read are left empty, after a report.
 PlotReadout ReadCursors(const PlotDrawing& drawing, double time1, double time2);
 
-/// A value as the strip shows it: seven significant digits, so that neighbouring single-precision samples differ, "-" for
-/// none.
+/// A value as the strip shows it: seven significant digits, so that neighbouring single-precision samples
+/// differ, "-" for none.
 std::string ReadoutText(const std::optional<double>& value);
 /// Times as they are typed and read: at least to the hundredth of a second.
 std::string ReadoutTimeText(double seconds);

@@ -12,10 +12,13 @@ namespace vorela {
 namespace {
 
 QString Cell(const QString& text, const char* tag = "td") {
-    return QStringLiteral("<%1 align=right style='padding-left:12px'>%2</%1>").arg(QLatin1String(tag), text.toHtmlEscaped());
+    return QStringLiteral("<%1 align=right style='padding-left:12px'>%2</%1>")
+        .arg(QLatin1String(tag), text.toHtmlEscaped());
 }
 
-QString Text(const std::string& text) { return QString::fromStdString(text); }
+QString Text(const std::string& text) {
+    return QString::fromStdString(text);
+}
 
 /// A row for each cursor and one for the difference, a column for the time and one for each curve.
 QString TableOf(const PlotReadout& readout) {

@@ -1,5 +1,5 @@
-// The strip under the plot: times of both cursors, their difference in seconds and in periods of test, and each plotted
-// curve's value at both cursors with the difference.
+// The strip under the plot: times of both cursors, their difference in seconds and in periods of test, and
+// each plotted curve's value at both cursors with the difference.
 #pragma once
 
 #include <QWidget>

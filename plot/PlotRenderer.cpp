@@ -11,7 +11,7 @@
 namespace vorela {
 namespace {
 
-constexpr int frameOverhang = 2;   // device units beyond the plot area at right and bottom
+constexpr int frameOverhang = 2;  // device units beyond the plot area at right and bottom
 constexpr int cellOverhang = 1;
 constexpr double legendLine = 20;  // length of a legend key, device units
 
@@ -45,7 +45,8 @@ const PlottedCurve* FindCurve(const PlotInformation& information, Quantity quant
 }
 
 void Rectangle(DrawingSurface& surface, double left, double top, double right, double bottom) {
-    const std::array<DevicePoint, 5> corners{{{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}}};
+    const std::array<DevicePoint, 5> corners{
+        {{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}}};
     surface.Polyline(corners);
 }
 
@@ -71,8 +72,11 @@ struct Cell {
     int Horizontal() const { return DrawnGridlines(format.horizontal); }
     int Vertical() const { return DrawnGridlines(format.vertical); }
     double GridlineY(int i) const { return i == Horizontal() ? area.bottom : area.top + i * area.rowSpacing; }
-    double GridlineX(int i) const { return i == Vertical() ? area.right : area.left + i * area.columnSpacing; }
-    /// The value that a gridline stands for: exact parts of the range, which the rounded place of the line is nearest to.
+    double GridlineX(int i) const {
+        return i == Vertical() ? area.right : area.left + i * area.columnSpacing;
+    }
+    /// The value that a gridline stands for: exact parts of the range, which the rounded place of the line is
+    /// nearest to.
     std::string ValueText(Quantity quantity, int i) const {
         const AxisRange& axis = information.axes[IndexOf(quantity)];
         return FormatNumber(axis.maximum - (axis.maximum - axis.minimum) * i / Horizontal());
@@ -87,8 +91,8 @@ struct Cell {
     }
 };
 
-/// Values of a vertical axis stand inside the plot area on their gridlines; the topmost hangs below its line. Those that
-/// would overlap are left out, the ends last.
+/// Values of a vertical axis stand inside the plot area on their gridlines; the topmost hangs below its line.
+/// Those that would overlap are left out, the ends last.
 void WriteValueAxis(const Cell& cell, Quantity quantity, TextAlignment alignment, double x) {
     const int last = cell.Horizontal();
     const int height = cell.layout.fontHeight;
@@ -105,7 +109,8 @@ void WriteValueAxis(const Cell& cell, Quantity quantity, TextAlignment alignment
         occupied = bottom;
     }
     if (lastTop >= firstBottom)
-        Text(cell.surface, alignment, {x, static_cast<double>(cell.area.bottom - gap)}, cell.ValueText(quantity, last));
+        Text(cell.surface, alignment, {x, static_cast<double>(cell.area.bottom - gap)},
+             cell.ValueText(quantity, last));
 }
 
 /// Free stretch of the time axis between two of its values.
@@ -114,8 +119,8 @@ struct Stretch {
     double to = 0;
 };
 
-/// Values of the time axis stand under their gridlines, at its ends inside the plot's width; those that would overlap are
-/// left out. Returns the stretches between the texts.
+/// Values of the time axis stand under their gridlines, at its ends inside the plot's width; those that would
+/// overlap are left out. Returns the stretches between the texts.
 std::vector<Stretch> WriteTimeAxis(const Cell& cell) {
     DrawingSurface& surface = cell.surface;
     const double y = cell.area.bottom + cell.layout.fontHeight;
@@ -150,11 +155,14 @@ void WriteTimeLabel(const Cell& cell, const std::vector<Stretch>& free) {
         if (stretch->to - stretch->from < width)
             continue;
         Text(cell.surface, TextAlignment::bottomCentre,
-             {(stretch->from + stretch->to) / 2, static_cast<double>(cell.area.bottom + cell.layout.fontHeight)}, label);
+             {(stretch->from + stretch->to) / 2,
+              static_cast<double>(cell.area.bottom + cell.layout.fontHeight)},
+             label);
         return;
     }
     Text(cell.surface, TextAlignment::bottomCentre,
-         {(cell.area.left + cell.area.right) / 2.0, static_cast<double>(cell.area.bottom - cell.layout.gap)}, label);
+         {(cell.area.left + cell.area.right) / 2.0, static_cast<double>(cell.area.bottom - cell.layout.gap)},
+         label);
 }
 
 void WriteAxesValues(const Cell& cell) {
@@ -257,7 +265,8 @@ void DrawCursors(const Cell& cell, DrawingTools& tools, const PlotStyle& style) 
         if (!(x >= cell.area.left && x <= cell.area.right))
             continue;
         tools.Select(pen);
-        Line(cell.surface, {x, static_cast<double>(cell.area.top)}, {x, static_cast<double>(cell.area.bottom)});
+        Line(cell.surface, {x, static_cast<double>(cell.area.top)},
+             {x, static_cast<double>(cell.area.bottom)});
     }
 }
 
@@ -288,7 +297,8 @@ bool DrawCell(const Cell& cell, DrawingTools& tools, const PlotStyle& style) {
     return Attempt("Writing Axis Labels", [&] { WriteAxisLabels(cell); }) &&
            Attempt("Writing axes values", [&] { WriteAxesValues(cell); }) &&
            Attempt("Writing title information", [&] { WriteTitle(cell); }) &&
-           Attempt("Drawing Curves", [&] { DrawCurves(cell, tools); }) && Attempt("Writing text to plot", [&] {
+           Attempt("Drawing Curves", [&] { DrawCurves(cell, tools); }) &&
+           Attempt("Writing text to plot", [&] {
                DrawLegend(cell, tools);
                DrawCursors(cell, tools, style);
            });
@@ -308,19 +318,21 @@ std::vector<PlotContents> ContentsOfPlots(const PlotFormatOptions& format, const
                  QuantityOfCode(format.y1), QuantityOfCode(format.y2)}};
     return {{"Pressure sensor - P", shown({Quantity::valve, Quantity::pressure, Quantity::filteredPressure}),
              Quantity::pressure, Quantity::valve},
-            {"Flow meter - Q", shown({Quantity::valve, Quantity::flow, Quantity::filteredFlow}), Quantity::flow,
-             Quantity::valve}};
+            {"Flow meter - Q", shown({Quantity::valve, Quantity::flow, Quantity::filteredFlow}),
+             Quantity::flow, Quantity::valve}};
 }
 
 std::string AxisLabel(const PlotInformation& information, Quantity quantity) {
     const PlottedCurve* curve = FindCurve(information, quantity);
     if (quantity == Quantity::valve)
-        return curve != nullptr && curve->name == curve::valveSignal ? "Valve - Ref. Signal" : "Valve - PVLPOS (cps)";
+        return curve != nullptr && curve->name == curve::valveSignal ? "Valve - Ref. Signal"
+                                                                     : "Valve - PVLPOS (cps)";
     const bool filtered = quantity == Quantity::filteredPressure || quantity == Quantity::filteredFlow;
     const bool pressure = quantity == Quantity::pressure || quantity == Quantity::filteredPressure;
     const auto known = [](const std::string& text) { return text.empty() ? std::string("Unknown") : text; };
     return std::string(filtered ? "Filtered " : "") + (pressure ? "Pressure" : "Flow") + " - " +
-           known(curve != nullptr ? curve->name : "") + " (" + known(curve != nullptr ? curve->unit : "") + ")";
+           known(curve != nullptr ? curve->name : "") + " (" + known(curve != nullptr ? curve->unit : "") +
+           ")";
 }
 
 PlotLayout LayoutOf(PictureSize picture, const PlotFormatOptions& format) {
@@ -328,7 +340,8 @@ PlotLayout LayoutOf(PictureSize picture, const PlotFormatOptions& format) {
                             DrawnGridlines(format.vertical));
 }
 
-int DrawPlotAxes(DrawingSurface& surface, DrawingTools& tools, const PlotLayout& layout, int horizontal, int vertical) {
+int DrawPlotAxes(DrawingSurface& surface, DrawingTools& tools, const PlotLayout& layout, int horizontal,
+                 int vertical) {
     if (layout.cells.empty())
         return -1;
     const PlotCell& first = layout.cells.front();
@@ -356,7 +369,8 @@ bool DrawPlot(DrawingSurface& surface, const PlotInformation& information, const
         DrawingTools tools(surface, style.monochrome);
         const SelectedFont font(surface, layout.fontHeight);
         const int drawn = Attempt("Draw Plot Axes", -1, [&] {
-            return DrawPlotAxes(surface, tools, layout, DrawnGridlines(format.horizontal), DrawnGridlines(format.vertical));
+            return DrawPlotAxes(surface, tools, layout, DrawnGridlines(format.horizontal),
+                                DrawnGridlines(format.vertical));
         });
         if (drawn < 0)
             return layout.cells.empty();
@@ -368,7 +382,8 @@ bool DrawPlot(DrawingSurface& surface, const PlotInformation& information, const
     });
 }
 
-bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle& style, PlotDrawing& drawing) {
+bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle& style,
+                   PlotDrawing& drawing) {
     MessagePort& messages = *CurrentPorts().messages;
     if (!Attempt("Initialise plot", false, [&] { return surface.Begin(); })) {
         messages.Show(MessageIcon::critical, applicationTitle, "Cannot get device context");
@@ -376,7 +391,8 @@ bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle
     }
     PlotDrawing next;
     next.format = PlotFormat();
-    const PictureSize size = Attempt("Converting Device Units", PictureSize{}, [&] { return surface.Size(); });
+    const PictureSize size =
+        Attempt("Converting Device Units", PictureSize{}, [&] { return surface.Size(); });
     next.layout = Attempt("Define plot layout", PlotLayout{}, [&] { return LayoutOf(size, next.format); });
     if (!next.layout.cells.empty()) {
         const PlotCell& cell = next.layout.cells.front();

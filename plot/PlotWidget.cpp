@@ -25,15 +25,15 @@
 namespace vorela {
 namespace {
 
-constexpr int grabDistance = 5;       // pixels beside a cursor line
-constexpr int narrowestBand = 4;      // pixels; a shorter drag is a click
-constexpr int readoutDelayMs = 15;    // the strip follows a drag at most this often
-constexpr double wheelNotch = 120;    // eighths of a degree
+constexpr int grabDistance = 5;     // pixels beside a cursor line
+constexpr int narrowestBand = 4;    // pixels; a shorter drag is a click
+constexpr int readoutDelayMs = 15;  // the strip follows a drag at most this often
+constexpr double wheelNotch = 120;  // eighths of a degree
 constexpr double zoomPerNotch = 0.8;
 constexpr double panPerNotch = 0.1;
 
-/// Passes messages on, but each text once only, until told to start afresh: a redraw that the user did not ask for does
-/// not say again what was said.
+/// Passes messages on, but each text once only, until told to start afresh: a redraw that the user did not
+/// ask for does not say again what was said.
 class OnceMessages final : public MessagePort {
   public:
     explicit OnceMessages(std::set<std::string>& told) : told_(told), next_(CurrentPorts().messages) {
@@ -46,7 +46,9 @@ class OnceMessages final : public MessagePort {
         if (told_.insert(text).second)
             next_->Show(icon, title, text);
     }
-    bool AskYesNo(const std::string& title, const std::string& text) override { return next_->AskYesNo(title, text); }
+    bool AskYesNo(const std::string& title, const std::string& text) override {
+        return next_->AskYesNo(title, text);
+    }
 
   private:
     std::set<std::string>& told_;
@@ -65,8 +67,10 @@ struct ChosenScale {
 
 ChosenScale CurrentScale(std::size_t dataset) {
     const PresentationOptions& options = PrsOpt();
-    return {dataset,       CurrentSelection().generation, options.timeAuto, options.fixed,
-            options.timeRange, options.start,             options.end};
+    return {dataset,           CurrentSelection().generation,
+            options.timeAuto,  options.fixed,
+            options.timeRange, options.start,
+            options.end};
 }
 
 }  // namespace
@@ -91,7 +95,9 @@ struct PlotWidget::State {
     QPoint dragAt;
     TimeSpan dragView;
 
-    const PlotCell* FirstCell() const { return plot.layout.cells.empty() ? nullptr : &plot.layout.cells.front(); }
+    const PlotCell* FirstCell() const {
+        return plot.layout.cells.empty() ? nullptr : &plot.layout.cells.front();
+    }
     PlotScale Scale() const { return {*FirstCell(), plot.information.span, {}}; }
 };
 
@@ -170,7 +176,11 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     {
         const OnceMessages once(s.told);
         PainterSurface surface({picture.isNull() ? nullptr : &picture,
-                                {static_cast<double>(width()), static_cast<double>(height())}, ratio, ratio, false, &picture});
+                                {static_cast<double>(width()), static_cast<double>(height())},
+                                ratio,
+                                ratio,
+                                false,
+                                &picture});
         drawn = RunPlotDriver(surface, request, {}, next);
     }
     s.drawing = false;
@@ -237,10 +247,18 @@ void PlotWidget::SetCursors(float cursor1, float cursor2) {
     s.readoutTimer.start(readoutDelayMs);
 }
 
-float PlotWidget::Cursor1() const { return state_->cursors[0]; }
-float PlotWidget::Cursor2() const { return state_->cursors[1]; }
-bool PlotWidget::IsZoomed() const { return state_->zoomed; }
-const PlotReadout& PlotWidget::Readout() const { return state_->readout; }
+float PlotWidget::Cursor1() const {
+    return state_->cursors[0];
+}
+float PlotWidget::Cursor2() const {
+    return state_->cursors[1];
+}
+bool PlotWidget::IsZoomed() const {
+    return state_->zoomed;
+}
+const PlotReadout& PlotWidget::Readout() const {
+    return state_->readout;
+}
 
 void PlotWidget::ConnectCursors(TimeCursors* cursors) {
     connect(cursors, &TimeCursors::CursorMoved, this, &PlotWidget::SetCursors);
@@ -310,13 +328,15 @@ int PlotWidget::CursorNear(const QPoint& position) const {
     return nearest;
 }
 
-/// `time` in hundredths of a second; the position is kept in percent of the chosen range. False when that is none.
+/// `time` in hundredths of a second; the position is kept in percent of the chosen range. False when that is
+/// none.
 bool PlotWidget::PutCursor(int cursor, double time) {
     State& s = *state_;
     if (s.chosen.end == s.chosen.start)
         return false;
     std::array<float, 2> moved = s.cursors;
-    moved[static_cast<std::size_t>(cursor) - 1] = static_cast<float>(PercentAt({s.chosen.start, s.chosen.end}, time));
+    moved[static_cast<std::size_t>(cursor) - 1] =
+        static_cast<float>(PercentAt({s.chosen.start, s.chosen.end}, time));
     SetCursors(moved[0], moved[1]);
     emit CursorDragged(moved[0], moved[1]);
     return true;
@@ -341,8 +361,8 @@ void PlotWidget::TypeCursorPosition(int cursor) {
     dialog.setTextValue(QString::fromStdString(ReadoutTimeText((CursorTime(cursor) - origin) / 100)));
     while (dialog.exec() == QDialog::Accepted) {
         const TimeSpan limits = ViewLimits();
-        const std::optional<double> seconds =
-            NumberInRange(dialog.textValue().toStdString(), (limits.start - origin) / 100, (limits.end - origin) / 100);
+        const std::optional<double> seconds = NumberInRange(
+            dialog.textValue().toStdString(), (limits.start - origin) / 100, (limits.end - origin) / 100);
         if (seconds) {
             PutCursor(cursor, *seconds * 100 + origin);
             return;
@@ -462,7 +482,8 @@ void PlotWidget::mouseMoveEvent(QMouseEvent* event) {
             update();
             break;
         case Drag::pan: {
-            const double share = static_cast<double>(s.dragStart.x() - event->pos().x()) / (cell->right - cell->left);
+            const double share =
+                static_cast<double>(s.dragStart.x() - event->pos().x()) / (cell->right - cell->left);
             View(PannedSpan(s.dragView, share, ViewLimits()));
             break;
         }
@@ -493,13 +514,15 @@ void PlotWidget::wheelEvent(QWheelEvent* event) {
     if (!s.shown || s.FirstCell() == nullptr)
         return;
     const QPoint turned = event->angleDelta();
-    const bool pan = event->modifiers().testFlag(Qt::ShiftModifier) || std::abs(turned.x()) > std::abs(turned.y());
+    const bool pan =
+        event->modifiers().testFlag(Qt::ShiftModifier) || std::abs(turned.x()) > std::abs(turned.y());
     if (pan) {
         const double notches = (turned.x() + turned.y()) / wheelNotch;
         View(PannedSpan(s.plot.information.span, -notches * panPerNotch, ViewLimits()));
     } else {
         const double factor = std::pow(zoomPerNotch, turned.y() / wheelNotch);
-        View(ZoomedSpan(s.plot.information.span, factor, s.Scale().Time(event->position().x()), ViewLimits()));
+        View(
+            ZoomedSpan(s.plot.information.span, factor, s.Scale().Time(event->position().x()), ViewLimits()));
     }
     event->accept();
 }
@@ -535,7 +558,8 @@ void PlotWidget::contextMenuEvent(QContextMenuEvent* event) {
     QMenu menu(this);
     menu.setObjectName(QStringLiteral("mnuPlotContext"));
     menu.addAction(tr("Set &Specific Zone from Cursors"), this, &PlotWidget::SetSpecificZoneFromCursors);
-    menu.addAction(tr("Return to &Chosen Scales\tHome"), this, &PlotWidget::ResetZoom)->setEnabled(state_->zoomed);
+    menu.addAction(tr("Return to &Chosen Scales\tHome"), this, &PlotWidget::ResetZoom)
+        ->setEnabled(state_->zoomed);
     menu.addSeparator();
     menu.addAction(tr("Position of Cursor &1..."), this, [this] { TypeCursorPosition(1); });
     menu.addAction(tr("Position of Cursor &2..."), this, [this] { TypeCursorPosition(2); });

@@ -1,5 +1,5 @@
-// The plot area `picPlot`: a cached picture of one dataset's plot with the two cursor lines over it, zoom and pan of the
-// time axis. Under it belong the time cursors control and the readout strip:
+// The plot area `picPlot`: a cached picture of one dataset's plot with the two cursor lines over it, zoom and
+// pan of the time axis. Under it belong the time cursors control and the readout strip:
 //
 //     auto* plot = new PlotWidget(page);
 //     auto* cursors = new TimeCursors(page);
@@ -26,14 +26,15 @@ class PlotWidget : public QWidget {
     explicit PlotWidget(QWidget* parent = nullptr);
     ~PlotWidget() override;
 
-    /// The plot driver: gets the plot information of a selected dataset (0-based), shows what it has to say, and draws
-    /// the picture. False, after the message, when nothing can be drawn; the plot area is then empty. A zoom stays only
-    /// while dataset and chosen time scale stay the same.
+    /// The plot driver: gets the plot information of a selected dataset (0-based), shows what it has to say,
+    /// and draws the picture. False, after the message, when nothing can be drawn; the plot area is then
+    /// empty. A zoom stays only while dataset and chosen time scale stay the same.
     bool ShowDataset(std::size_t dataset);
     /// An empty plot area.
     void Clear();
-    /// The timer's redraw: the time range follows the newly logged data unless the plot is zoomed. A message that was
-    /// shown since the last ShowDataset is not shown again. Does what ShowDataset does when another dataset is shown.
+    /// The timer's redraw: the time range follows the newly logged data unless the plot is zoomed. A message
+    /// that was shown since the last ShowDataset is not shown again. Does what ShowDataset does when another
+    /// dataset is shown.
     void Follow(std::size_t dataset);
 
     /// Cursor positions in percent of the chosen time range.
@@ -69,7 +70,8 @@ class PlotWidget : public QWidget {
     /// The visible part of the chosen time range in percent (0 to 100 when not zoomed).
     void VisibleSpanChanged(double fromPercent, double toPercent);
     void ReadoutChanged();
-    /// The user made the zone between the cursors the specific zone: settings are written, the plot is drawn anew.
+    /// The user made the zone between the cursors the specific zone: settings are written, the plot is drawn
+    /// anew.
     void ScalesChanged();
 
   protected:

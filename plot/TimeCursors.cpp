@@ -49,8 +49,9 @@ class Marker final : public QWidget {
         painter.setRenderHint(QPainter::Antialiasing);
         const double middle = width() / 2.0;
         const double shoulder = height() * 0.35;
-        const QPolygonF house{QPointF{middle, 0.5}, QPointF{width() - 0.5, shoulder}, QPointF{width() - 0.5, height() - 0.5},
-                              QPointF{0.5, height() - 0.5}, QPointF{0.5, shoulder}};
+        const QPolygonF house{QPointF{middle, 0.5}, QPointF{width() - 0.5, shoulder},
+                              QPointF{width() - 0.5, height() - 0.5}, QPointF{0.5, height() - 0.5},
+                              QPointF{0.5, shoulder}};
         painter.setPen(hasFocus() ? QPen(palette().color(QPalette::Highlight), 2) : QPen(Qt::black, 1));
         painter.setBrush(colour_);
         painter.drawPolygon(house);
@@ -98,14 +99,20 @@ TimeCursors::TimeCursors(QWidget* parent) : QWidget(parent) {
     LayOut();
 }
 
-QSize TimeCursors::sizeHint() const { return {200, stripHeight}; }
+QSize TimeCursors::sizeHint() const {
+    return {200, stripHeight};
+}
 
-void TimeCursors::setCursor1(float percent) { SetPosition(0, percent); }
-void TimeCursors::setCursor2(float percent) { SetPosition(1, percent); }
+void TimeCursors::setCursor1(float percent) {
+    SetPosition(0, percent);
+}
+void TimeCursors::setCursor2(float percent) {
+    SetPosition(1, percent);
+}
 
 void TimeCursors::SetPosition(std::size_t marker, float percent) {
-    // The clamped copy is thrown away on purpose: a position outside the guide is kept as it is, because a cursor that was
-    // placed on a longer record must come back to its place when that record is shown again.
+    // The clamped copy is thrown away on purpose: a position outside the guide is kept as it is, because a
+    // cursor that was placed on a longer record must come back to its place when that record is shown again.
     float clamped = percent;
     ClampPercent(clamped);
     position_[marker] = percent;
@@ -130,7 +137,9 @@ void TimeCursors::SetVisibleSpan(double fromPercent, double toPercent) {
 }
 
 QVariantMap TimeCursors::SavedProperties() const {
-    return {{persistedNames[0], position_[0]}, {persistedNames[1], position_[1]}, {QStringLiteral("Margin"), margin_}};
+    return {{persistedNames[0], position_[0]},
+            {persistedNames[1], position_[1]},
+            {QStringLiteral("Margin"), margin_}};
 }
 
 void TimeCursors::RestoreProperties(const QVariantMap& saved) {

@@ -1,5 +1,5 @@
-// The time cursors control: two draggable markers over a guide bar that lies under the plotted time axis. A marker's
-// position is a percentage of the guide's width.
+// The time cursors control: two draggable markers over a guide bar that lies under the plotted time axis. A
+// marker's position is a percentage of the guide's width.
 #pragma once
 
 #include <QVariantMap>
@@ -22,19 +22,19 @@ class TimeCursors : public QWidget {
 
     float cursor1() const { return position_[0]; }
     float cursor2() const { return position_[1]; }
-    /// Percent of the guide's width. Stored as given, also outside 0 … 100: then the marker stands outside the guide.
-    /// Raises CursorMoved.
+    /// Percent of the guide's width. Stored as given, also outside 0 … 100: then the marker stands outside
+    /// the guide. Raises CursorMoved.
     void setCursor1(float percent);
     void setCursor2(float percent);
 
     /// Left and right distance of the guide from the control's edges, in pixels of this widget.
     std::int16_t Margin() const { return margin_; }
-    /// Throws RunTimeError overflow (6) for a margin beyond 16 bits (nothing is stored) and for one whose double is beyond
-    /// 16 bits (it is stored, the guide stays where it was). Raises no event.
+    /// Throws RunTimeError overflow (6) for a margin beyond 16 bits (nothing is stored) and for one whose
+    /// double is beyond 16 bits (it is stored, the guide stays where it was). Raises no event.
     void setMargin(int margin);
 
-    /// The part of 0 … 100 % that the guide shows: all of it unless the plot above is zoomed. Positions keep their
-    /// values, the markers move on screen; a marker outside the part is hidden. Raises no event.
+    /// The part of 0 … 100 % that the guide shows: all of it unless the plot above is zoomed. Positions keep
+    /// their values, the markers move on screen; a marker outside the part is hidden. Raises no event.
     void SetVisibleSpan(double fromPercent, double toPercent);
 
     /// The properties under the names by which they are persisted: "Cursor1", "Cursor2", "Margin".

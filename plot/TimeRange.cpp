@@ -16,7 +16,9 @@ std::int32_t FloorSteps(std::int32_t t, std::int32_t n) {
     return RoundTo<std::int32_t>(std::floor(CheckedDivide(t, n, source)), source);
 }
 
-std::int32_t Hundredths(std::int64_t seconds) { return CheckedNarrow<std::int32_t>(seconds * perSecond, source); }
+std::int32_t Hundredths(std::int64_t seconds) {
+    return CheckedNarrow<std::int32_t>(seconds * perSecond, source);
+}
 
 }  // namespace
 

@@ -1,5 +1,6 @@
-// Time arithmetic of the plot: which span is shown, with which sampling step, and where the cursors stand in it. Times are
-// hundredths of a second in 32 bits unless a name says seconds; what leaves that range is overflow (6), thrown.
+// Time arithmetic of the plot: which span is shown, with which sampling step, and where the cursors stand in
+// it. Times are hundredths of a second in 32 bits unless a name says seconds; what leaves that range is
+// overflow (6), thrown.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +10,8 @@
 
 namespace vorela {
 
-/// t = floor(t / n) · n, and t = (floor(t / n) + 1) · n: a whole step more, also when t is a multiple already, so that the
-/// last sample never lies on the plot's edge.
+/// t = floor(t / n) · n, and t = (floor(t / n) + 1) · n: a whole step more, also when t is a multiple
+/// already, so that the last sample never lies on the plot's edge.
 void RoundDownTime(std::int32_t& t, std::int32_t n);
 void RoundUpTime(std::int32_t& t, std::int32_t n);
 
@@ -29,8 +30,8 @@ std::optional<TimeSpan> FollowingSpan(const PresentationOptions& options, std::i
 /// Where elapsed time counts from: the first time rounded down to 10 s, so that "All data" begins at 0.
 std::int32_t ElapsedOrigin(std::int32_t first);
 
-/// Distance of the values to read for `points` of them over the span: at least the curve's own interval; 100 (1 s) where
-/// that is 0 too.
+/// Distance of the values to read for `points` of them over the span: at least the curve's own interval; 100
+/// (1 s) where that is 0 too.
 std::int32_t SamplingStep(TimeSpan span, std::int32_t points, std::int32_t ownInterval);
 
 /// The time at `percent` of a range, in seconds, and back.

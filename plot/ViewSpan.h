@@ -1,5 +1,5 @@
-// Zoom and pan of the time axis: the span that is seen, apart from the span that the time options choose. Hundredths of a
-// second.
+// Zoom and pan of the time axis: the span that is seen, apart from the span that the time options choose.
+// Hundredths of a second.
 #pragma once
 
 #include "plot/TimeRange.h"

@@ -23,7 +23,8 @@ class frmPlotFormat : public QDialog {
     ~frmPlotFormat() override;
 
   signals:
-    /// Apply with valid contents: the format is stored, the settings file is not written; the plot needs a redraw.
+    /// Apply with valid contents: the format is stored, the settings file is not written; the plot needs a
+    /// redraw.
     void Applied();
 
   private:

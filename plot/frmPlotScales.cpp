@@ -6,7 +6,9 @@
 namespace vorela {
 namespace {
 
-BoxText TextOf(const QLineEdit& box) { return {box.text().toStdString(), box.isModified()}; }
+BoxText TextOf(const QLineEdit& box) {
+    return {box.text().toStdString(), box.isModified()};
+}
 
 void Show(QLineEdit& box, const BoxText& text) {
     box.setText(QString::fromStdString(text.text));
@@ -91,7 +93,8 @@ ScalesForm frmPlotScales::Read() const {
     form.start = TextOf(*ui_->txtStart);
     form.end = TextOf(*ui_->txtEnd);
     for (std::size_t i = 0; i < quantityCount; ++i)
-        form.axes[i] = {axes_[i].autoscale->isChecked(), TextOf(*axes_[i].minimum), TextOf(*axes_[i].maximum)};
+        form.axes[i] = {axes_[i].autoscale->isChecked(), TextOf(*axes_[i].minimum),
+                        TextOf(*axes_[i].maximum)};
     return form;
 }
 
@@ -108,15 +111,17 @@ bool frmPlotScales::Validate() {
 }
 
 void frmPlotScales::EnableTimeControls() {
-    const TimeControls enabled = EnabledTimeControls(ui_->chkFullRange->isChecked(), ui_->optFixed->isChecked());
+    const TimeControls enabled =
+        EnabledTimeControls(ui_->chkFullRange->isChecked(), ui_->optFixed->isChecked());
     for (QWidget* widget : {static_cast<QWidget*>(ui_->optFixed), static_cast<QWidget*>(ui_->optSpecific)})
         widget->setEnabled(enabled.modes);
     for (QWidget* widget : {static_cast<QWidget*>(ui_->cboRange), static_cast<QWidget*>(ui_->lblRange),
                             static_cast<QWidget*>(ui_->lblRangeUnits)})
         widget->setEnabled(enabled.range);
-    for (QWidget* widget : {static_cast<QWidget*>(ui_->txtStart), static_cast<QWidget*>(ui_->txtEnd),
-                            static_cast<QWidget*>(ui_->lblStart), static_cast<QWidget*>(ui_->lblEnd),
-                            static_cast<QWidget*>(ui_->lblStartUnits), static_cast<QWidget*>(ui_->lblEndUnits)})
+    for (QWidget* widget :
+         {static_cast<QWidget*>(ui_->txtStart), static_cast<QWidget*>(ui_->txtEnd),
+          static_cast<QWidget*>(ui_->lblStart), static_cast<QWidget*>(ui_->lblEnd),
+          static_cast<QWidget*>(ui_->lblStartUnits), static_cast<QWidget*>(ui_->lblEndUnits)})
         widget->setEnabled(enabled.zone);
 }
 

@@ -26,7 +26,8 @@ class frmPlotScales : public QDialog {
     ~frmPlotScales() override;
 
   signals:
-    /// Apply with valid contents: the options are stored, the settings file is not written; the plot needs a redraw.
+    /// Apply with valid contents: the options are stored, the settings file is not written; the plot needs a
+    /// redraw.
     void Applied();
 
   private:

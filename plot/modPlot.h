@@ -9,7 +9,8 @@
 
 namespace vorela {
 
-/// The range that a plot of this dataset has under the current presentation options, without changing them. Reported
+/// The range that a plot of this dataset has under the current presentation options, without changing them.
+/// Reported
 /// ("Getting x-axis range") and empty when it cannot be had.
 PlottedRange PlottedRangeOf(std::size_t dataset);
 

@@ -37,7 +37,8 @@ constexpr double anyHigh = std::numeric_limits<std::int32_t>::max();
 constexpr std::array keys{
     Key{"Y1", Kind::integer, 0, lastQuantityCode, [](PlotFormatOptions& f) -> Place { return &f.y1; }},
     Key{"Y2", Kind::integer, 0, lastQuantityCode, [](PlotFormatOptions& f) -> Place { return &f.y2; }},
-    Key{"Horizontal", Kind::text, 1, mostGridlines, [](PlotFormatOptions& f) -> Place { return &f.horizontal; }},
+    Key{"Horizontal", Kind::text, 1, mostGridlines,
+        [](PlotFormatOptions& f) -> Place { return &f.horizontal; }},
     Key{"Vertical", Kind::text, 1, mostGridlines, [](PlotFormatOptions& f) -> Place { return &f.vertical; }},
     Key{"Valve", Kind::integer, 0, 1, [](PlotFormatOptions& f) -> Place { return &f.valve; }},
     Key{"Flow", Kind::integer, 0, 1, [](PlotFormatOptions& f) -> Place { return &f.flowCurve; }},
@@ -45,7 +46,8 @@ constexpr std::array keys{
     Key{"PPres", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.pressure; }},
     Key{"PFlow", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.flow; }},
     Key{"PValve", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.valveShown; }},
-    Key{"PFPres", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.filteredPressure; }},
+    Key{"PFPres", Kind::flag, anyLow, anyHigh,
+        [](PlotFormatOptions& f) -> Place { return &f.filteredPressure; }},
     Key{"PFFlow", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.filteredFlow; }},
 };
 
@@ -106,8 +108,12 @@ bool PlotFormatOptions::Shows(Quantity quantity) const {
     return false;
 }
 
-int DrawnGridlines(std::int16_t stored) { return std::clamp<int>(stored, 1, mostGridlines); }
-int DrawnPlots(std::int16_t stored) { return std::clamp<int>(stored, 1, 2); }
+int DrawnGridlines(std::int16_t stored) {
+    return std::clamp<int>(stored, 1, mostGridlines);
+}
+int DrawnPlots(std::int16_t stored) {
+    return std::clamp<int>(stored, 1, 2);
+}
 
 void ReadPlotFormat() {
     Attempt("Reading plot options", [] {
@@ -173,14 +179,17 @@ bool GetPlotFormatFromDialog(const PlotFormatForm& form) {
         if (format.valve != 1 || selection.datasets.empty() || selection.commonCurves.empty() ||
             ValveSignalInCommonList())
             return true;
-        CurrentPorts().messages->Show(MessageIcon::information, "Vorela",
-                                      "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
-                                      "Create the curve using the option in the Action menu.");
+        CurrentPorts().messages->Show(
+            MessageIcon::information, "Vorela",
+            "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
+            "Create the curve using the option in the Action menu.");
         return false;
     });
 }
 
-bool ValveSignalInCommonList() { return CurveInCommonList(curve::valveSignal); }
+bool ValveSignalInCommonList() {
+    return CurveInCommonList(curve::valveSignal);
+}
 
 std::optional<SettingRange> PlotFormatSettingRange(const std::string& key) {
     for (const Key& known : keys)

@@ -78,7 +78,12 @@ struct AxisCheck {
 constexpr std::array axisChecks{
     AxisCheck{Quantity::pressure, "Pressure", -2000, highestInteger, {"txtPresMin", "txtPresMax"}, 10},
     AxisCheck{Quantity::flow, "Flow", lowestInteger, highestInteger, {"txtFlowMin", "txtFlowMax"}, 10},
-    AxisCheck{Quantity::filteredPressure, "Filtered Pressure", -10000, 10000, {"txtFiltPresMin", "txtFiltPresMax"}, 1},
+    AxisCheck{Quantity::filteredPressure,
+              "Filtered Pressure",
+              -10000,
+              10000,
+              {"txtFiltPresMin", "txtFiltPresMax"},
+              1},
     AxisCheck{Quantity::filteredFlow, "Filtered Flow", -1000, 1000, {"txtFiltFlowMin", "txtFiltFlowMax"}, 1},
     AxisCheck{Quantity::valve, "Valve", -100, 70000, {"txtModMin", "txtModMax"}, 10},
 };
@@ -90,20 +95,26 @@ const AxisCheck& CheckOf(Quantity quantity) {
     throw RunTimeError{error_number::internalError, source, "Unknown quantity"};
 }
 
-/// The end of a zone may lie a digit further below zero than its start; sites rely on both bounds as they are.
+/// The end of a zone may lie a digit further below zero than its start; sites rely on both bounds as they
+/// are.
 constexpr double earliestStart = -999999;
 constexpr double earliestEnd = -9999999;
 constexpr double latestTime = 999999999;
 constexpr const char* startMessage = "Start time out of range";
 constexpr const char* endMessage = "End time out of range";
 
-std::string MinimumMessage(const AxisCheck& c) { return c.name + std::string(" Axis: Minimum value out of range"); }
-std::string MaximumMessage(const AxisCheck& c) { return c.name + std::string(" Axis: Maximum value out of range"); }
+std::string MinimumMessage(const AxisCheck& c) {
+    return c.name + std::string(" Axis: Minimum value out of range");
+}
+std::string MaximumMessage(const AxisCheck& c) {
+    return c.name + std::string(" Axis: Maximum value out of range");
+}
 
 std::optional<Refusal> AxisOrderFault(const AxisCheck& check, const AxisOptions& axis) {
     if (axis.maximum > axis.minimum)
         return std::nullopt;
-    return Refusal{check.boxes.maximum, check.name + std::string(" Axis: Maximum must be greater than Minimum")};
+    return Refusal{check.boxes.maximum,
+                   check.name + std::string(" Axis: Maximum must be greater than Minimum")};
 }
 
 std::optional<Refusal> TimeOrderFault(const PresentationOptions& options) {
@@ -132,7 +143,8 @@ std::optional<Refusal> CheckZone(const BoxText& start, const BoxText& end, Prese
 }
 
 std::optional<Refusal> CheckScales(const ScalesForm& form, PresentationOptions& options) {
-    // The width of the fixed range is not checked: any width the crew types is theirs, the plot widens it to 60 s.
+    // The width of the fixed range is not checked: any width the crew types is theirs, the plot widens it to
+    // 60 s.
     options.timeRange = RoundTo<std::int32_t>(LeadingNumber(form.range), source);
     options.timeAuto = form.fullRange;
     options.elapsed = form.elapsed;
@@ -159,8 +171,12 @@ std::optional<double> TryRound(const char* stepText, double value, std::int32_t 
     return Attempt(stepText, std::optional<double>{},
                    [&] { return std::optional<double>(CheckedRound(value, step, stepsUp)); });
 }
-std::optional<double> TryRoundDown(double value, std::int32_t step) { return TryRound("Rounding down", value, step, 0); }
-std::optional<double> TryRoundUp(double value, std::int32_t step) { return TryRound("Rounding up", value, step, 1); }
+std::optional<double> TryRoundDown(double value, std::int32_t step) {
+    return TryRound("Rounding down", value, step, 0);
+}
+std::optional<double> TryRoundUp(double value, std::int32_t step) {
+    return TryRound("Rounding up", value, step, 1);
+}
 
 void UpdateAxis(AxisOptions& axis, const DataExtent& extent, std::int32_t step) {
     axis.plottedMinimum = axis.minimum;
@@ -185,7 +201,9 @@ void ReadKey(const Key& key, PresentationOptions& options) {
         }
         void operator()(std::int32_t* value) const { *value = RoundTo<std::int32_t>(Number(*value), source); }
         void operator()(double* value) const { *value = Number(*value); }
-        void operator()(bool* value) const { *value = ReadIniInteger(section, name, *value ? -1 : 0, path) != 0; }
+        void operator()(bool* value) const {
+            *value = ReadIniInteger(section, name, *value ? -1 : 0, path) != 0;
+        }
     };
     std::visit(Reader{key.name}, key.place(options));
 }
@@ -230,11 +248,16 @@ void WritePresentationOptions() {
     });
 }
 
-double RoundDown(double value, std::int32_t step) { return TryRoundDown(value, step).value_or(0.0); }
-double RoundUp(double value, std::int32_t step) { return TryRoundUp(value, step).value_or(0.0); }
+double RoundDown(double value, std::int32_t step) {
+    return TryRoundDown(value, step).value_or(0.0);
+}
+double RoundUp(double value, std::int32_t step) {
+    return TryRoundUp(value, step).value_or(0.0);
+}
 
 PlottedRange RangeInSeconds(std::int32_t first, std::int32_t last) {
-    PlottedRange range{RoundTo<std::int32_t>(first / 100.0, source), RoundTo<std::int32_t>(last / 100.0, source)};
+    PlottedRange range{RoundTo<std::int32_t>(first / 100.0, source),
+                       RoundTo<std::int32_t>(last / 100.0, source)};
     if (range.end - range.start < narrowestRangeSeconds)
         range.end = range.start + narrowestRangeSeconds;
     return range;
@@ -256,7 +279,9 @@ void UpdateYAxes(PresentationOptions& options, const DataExtents& extents) {
     });
 }
 
-void UpdateYAxes(const DataExtents& extents) { UpdateYAxes(PrsOpt(), extents); }
+void UpdateYAxes(const DataExtents& extents) {
+    UpdateYAxes(PrsOpt(), extents);
+}
 
 ScalesForm ShowPresentationOptions() {
     const PresentationOptions& options = PrsOpt();
@@ -269,7 +294,8 @@ ScalesForm ShowPresentationOptions() {
     form.end = {ShortestText(options.end), false};
     for (std::size_t i = 0; i < quantityCount; ++i) {
         const AxisOptions& axis = options.axes[i];
-        form.axes[i] = {axis.automatic, {ShortestText(axis.minimum), false}, {ShortestText(axis.maximum), false}};
+        form.axes[i] = {
+            axis.automatic, {ShortestText(axis.minimum), false}, {ShortestText(axis.maximum), false}};
     }
     return form;
 }
@@ -284,9 +310,13 @@ std::array<std::int32_t, 11> RangeChoices() {
     return choices;
 }
 
-const AxisBoxes& BoxesOf(Quantity quantity) { return CheckOf(quantity).boxes; }
+const AxisBoxes& BoxesOf(Quantity quantity) {
+    return CheckOf(quantity).boxes;
+}
 
-TimeControls EnabledTimeControls(bool fullRange, bool fixed) { return {!fullRange, !fullRange && fixed, !fullRange && !fixed}; }
+TimeControls EnabledTimeControls(bool fullRange, bool fixed) {
+    return {!fullRange, !fullRange && fixed, !fullRange && !fixed};
+}
 
 bool ValidatePresentationOptions(const ScalesForm& form, std::string& control) {
     control = "cboRange";

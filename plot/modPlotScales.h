@@ -12,9 +12,17 @@
 namespace vorela {
 
 /// Quantity codes of axes and curves.
-enum class Quantity : std::int16_t { pressure = 0, flow = 1, valve = 2, filteredPressure = 3, filteredFlow = 4 };
+enum class Quantity : std::int16_t {
+    pressure = 0,
+    flow = 1,
+    valve = 2,
+    filteredPressure = 3,
+    filteredFlow = 4
+};
 inline constexpr std::size_t quantityCount = 5;
-constexpr std::size_t IndexOf(Quantity quantity) { return static_cast<std::size_t>(quantity); }
+constexpr std::size_t IndexOf(Quantity quantity) {
+    return static_cast<std::size_t>(quantity);
+}
 
 /// The user's range of one quantity and the range drawn.
 struct AxisOptions {
@@ -26,17 +34,20 @@ struct AxisOptions {
 };
 
 struct PresentationOptions {
-    std::int32_t rangeStart = 0;  ///< first second of the plotted range
-    std::int32_t rangeEnd = 0;    ///< last second of it
-    std::int32_t timeRange = 240; ///< width of the "Fixed range" window, s
-    bool timeAuto = false;        ///< "All data"
-    bool elapsed = false;         ///< "Display elapsed time"
-    bool fixed = true;            ///< "Fixed range", else "Specific zone"
-    double start = 0;             ///< of the specific zone, s
+    std::int32_t rangeStart = 0;   ///< first second of the plotted range
+    std::int32_t rangeEnd = 0;     ///< last second of it
+    std::int32_t timeRange = 240;  ///< width of the "Fixed range" window, s
+    bool timeAuto = false;         ///< "All data"
+    bool elapsed = false;          ///< "Display elapsed time"
+    bool fixed = true;             ///< "Fixed range", else "Specific zone"
+    double start = 0;              ///< of the specific zone, s
     double end = 1000;
     /// By quantity code.
-    std::array<AxisOptions, quantityCount> axes{
-        {{10, 25, true, 0, 0}, {-10, 10, true, 0, 0}, {0, 100, true, 0, 0}, {-20, 20, true, 0, 0}, {-10, 10, true, 0, 0}}};
+    std::array<AxisOptions, quantityCount> axes{{{10, 25, true, 0, 0},
+                                                 {-10, 10, true, 0, 0},
+                                                 {0, 100, true, 0, 0},
+                                                 {-20, 20, true, 0, 0},
+                                                 {-10, 10, true, 0, 0}}};
 
     AxisOptions& Axis(Quantity quantity) { return axes[IndexOf(quantity)]; }
     const AxisOptions& Axis(Quantity quantity) const { return axes[IndexOf(quantity)]; }
@@ -49,14 +60,14 @@ struct DataExtent {
 };
 using DataExtents = std::array<DataExtent, quantityCount>;
 
-/// The `[Presentation]` section. A key that cannot be used (a time range beyond 32 bits) keeps its default; the others
-/// are read all the same and one report is shown.
+/// The `[Presentation]` section. A key that cannot be used (a time range beyond 32 bits) keeps its default;
+/// the others are read all the same and one report is shown.
 void ReadPresentationOptions();
 void WritePresentationOptions();
 
-/// floor(v / n) · n, and one whole step more: (floor(v / n) + 1) · n, also when v is a multiple already (kept on
-/// purpose: data never touch the upper edge). A product beyond 32 bits is reported as overflow (6) under the steps
-/// "Rounding down" and "Rounding up" and gives 0.
+/// floor(v / n) · n, and one whole step more: (floor(v / n) + 1) · n, also when v is a multiple already (kept
+/// on purpose: data never touch the upper edge). A product beyond 32 bits is reported as overflow (6) under
+/// the steps "Rounding down" and "Rounding up" and gives 0.
 double RoundDown(double value, std::int32_t step);
 double RoundUp(double value, std::int32_t step);
 
@@ -71,9 +82,9 @@ PlottedRange RangeInSeconds(std::int32_t first, std::int32_t last);
 /// Stores RangeInSeconds as the plotted range, and its width as TimeRange.
 void UpdateTimeRange(std::int32_t first, std::int32_t last);
 
-/// Sets the plotted range of every axis: the extents rounded outwards to 10 (filtered quantities: 1) when it is automatic,
-/// else the user's. An automatic axis without a sample goes from 0 to one step; one whose extents cannot be rounded in
-/// 32 bits gets the user's range after the report.
+/// Sets the plotted range of every axis: the extents rounded outwards to 10 (filtered quantities: 1) when it
+/// is automatic, else the user's. An automatic axis without a sample goes from 0 to one step; one whose
+/// extents cannot be rounded in 32 bits gets the user's range after the report.
 void UpdateYAxes(PresentationOptions& options, const DataExtents& extents);
 void UpdateYAxes(const DataExtents& extents);
 
@@ -105,18 +116,20 @@ const AxisBoxes& BoxesOf(Quantity quantity);
 struct TimeControls {
     bool modes;  ///< optFixed, optSpecific
     bool range;
-    bool zone;   ///< start and end
+    bool zone;  ///< start and end
 };
 TimeControls EnabledTimeControls(bool fullRange, bool fixed);
 
-/// Checks in the dialog's order and stores as it goes; fields checked before a refusal keep their new values. True when
-/// all is well; otherwise the message was shown and `control` names the box at fault.
+/// Checks in the dialog's order and stores as it goes; fields checked before a refusal keep their new values.
+/// True when all is well; otherwise the message was shown and `control` names the box at fault.
 bool ValidatePresentationOptions(const ScalesForm& form, std::string& control);
 
-/// Makes the zone the "Specific zone" under the dialog's checks and writes the section. False after the message.
+/// Makes the zone the "Specific zone" under the dialog's checks and writes the section. False after the
+/// message.
 bool SetSpecificZone(double startSeconds, double endSeconds);
 
-/// The keys that vorela-batch's --set accepts for `[Presentation]`, with the dialog's range; nothing for an unknown key.
+/// The keys that vorela-batch's --set accepts for `[Presentation]`, with the dialog's range; nothing for an
+/// unknown key.
 std::optional<SettingRange> PresentationSettingRange(const std::string& key);
 /// What the dialog would say about the order of the stored limits; nothing when it would accept them.
 std::optional<Refusal> PresentationOrderFault(const PresentationOptions& options);

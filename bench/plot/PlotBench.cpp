@@ -1,5 +1,6 @@
-// Redraw of the dual plot (six curves) from the database at growing lengths of record, and the drag of a cursor over it.
-// The peer is what a redraw would cost that looks at every sample. VORELA_BENCH_LARGE=1 adds 1e8 samples (2 GB of disk).
+// Redraw of the dual plot (six curves) from the database at growing lengths of record, and the drag of a
+// cursor over it. The peer is what a redraw would cost that looks at every sample. VORELA_BENCH_LARGE=1 adds
+// 1e8 samples (2 GB of disk).
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -34,7 +35,9 @@ void Check(std::int32_t status) {
 class Record {
   public:
     explicit Record(std::int64_t samples)
-        : path_((std::filesystem::temp_directory_path() / ("vorela-bench-" + std::to_string(samples) + ".vdb")).string()) {
+        : path_(
+              (std::filesystem::temp_directory_path() / ("vorela-bench-" + std::to_string(samples) + ".vdb"))
+                  .string()) {
         std::filesystem::remove(path_);
         Write(static_cast<std::int32_t>(samples));
         InitialiseDatasetVariables();
@@ -79,8 +82,8 @@ class Record {
             for (std::int32_t i = 0; i < count; ++i) {
                 noise = noise * 1664525U + 1013904223U;
                 const double phase = 2 * M_PI * (first + i) / 2400.0;
-                values[static_cast<std::size_t>(i)] =
-                    static_cast<float>(100 * seed + 20 * std::sin(phase) + static_cast<double>(noise >> 8U) / (1 << 24));
+                values[static_cast<std::size_t>(i)] = static_cast<float>(
+                    100 * seed + 20 * std::sin(phase) + static_cast<double>(noise >> 8U) / (1 << 24));
             }
             Check(api.DBwrite(item, first * step, count, values.data()));
         }

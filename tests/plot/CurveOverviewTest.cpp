@@ -1,9 +1,9 @@
-#include "plot/CurveOverview.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
+
+#include "plot/CurveOverview.h"
 
 namespace vorela {
 namespace {

@@ -1,10 +1,9 @@
-#include "plot/PlotData.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 
+#include "plot/PlotData.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
 #include "plot/modPlot.h"
@@ -47,7 +46,9 @@ class PlotDataTest : public test::DravikFixture {
     std::string message;
 };
 
-double Wave(std::int32_t t) { return std::sin(t / 700.0) + static_cast<double>(std::int64_t{t} * 7919 % 1000) / 1000.0; }
+double Wave(std::int32_t t) {
+    return std::sin(t / 700.0) + static_cast<double>(std::int64_t{t} * 7919 % 1000) / 1000.0;
+}
 
 TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
     PlotInformation information;
@@ -60,7 +61,8 @@ TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
 }
 
 TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
-    MakeDataset(4134, [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; }, 1234, 2);
+    MakeDataset(
+        4134, [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; }, 1234, 2);
     const PlottedRange before = PlottedRangeOf(0);
     EXPECT_EQ(PrsOpt().rangeEnd, 0);
     const PlotInformation information = Get();
@@ -84,8 +86,9 @@ TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
     PlotFormat().valve = 1;
     const PlotInformation information = Get();
     ASSERT_EQ(ports.boxes.size(), 2U);
-    EXPECT_EQ(ports.boxes[0].text,
-              "The Dravik filtered flow curve has not been created.\r\rThe unfiltered curve will be plotted.");
+    EXPECT_EQ(
+        ports.boxes[0].text,
+        "The Dravik filtered flow curve has not been created.\r\rThe unfiltered curve will be plotted.");
     EXPECT_EQ(ports.boxes[1].text,
               "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
               "The motor position curve (PVLPOS) will be plotted.");
@@ -207,7 +210,9 @@ TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
         ASSERT_EQ(ports.boxes.size(), 1U);
         EXPECT_NE(ports.boxes[0].text.find("Get curve values: "), std::string::npos);
         EXPECT_NE(ports.boxes[0].text.find("ZG"), std::string::npos);
-        EXPECT_EQ(std::count_if(values.points.begin(), values.points.end(), [](auto& p) { return p.IsBreak(); }), 1);
+        EXPECT_EQ(
+            std::count_if(values.points.begin(), values.points.end(), [](auto& p) { return p.IsBreak(); }),
+            1);
         EXPECT_EQ(*values.extent.maximum, 99'999.125);
     }
 }
@@ -228,7 +233,8 @@ TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
 }
 
 TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
-    MakeDataset(1000, [](std::int32_t t) { return t >= 5000 && t < 5100 ? std::optional<double>() : t / 100.0; });
+    MakeDataset(1000,
+                [](std::int32_t t) { return t >= 5000 && t < 5100 ? std::optional<double>() : t / 100.0; });
     PlotDrawing drawing;
     drawing.information = Get();
     drawing.format.flow = false;

@@ -117,7 +117,8 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     Click(dialog, "cmdOK");
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_EQ(Settings(),
-              "[Plot]\r\nY1=4\r\nY2=0\r\nHorizontal=20\r\nVertical=6\r\nValve=0\r\nFlow=1\r\nNPlots=2\r\nPPres=-1\r\n"
+              "[Plot]\r\nY1=4\r\nY2=0\r\nHorizontal=20\r\nVertical=6\r\nValve=0\r\nFlow=1\r\nNPlots="
+              "2\r\nPPres=-1\r\n"
               "PFlow=0\r\nPValve=-1\r\nPFPres=0\r\nPFFlow=-1\r\n");
     CurrentSelection() = Selection{};
 }

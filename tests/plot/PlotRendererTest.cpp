@@ -1,9 +1,8 @@
-#include "plot/PlotRenderer.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "general/modGeneral.h"
+#include "plot/PlotRenderer.h"
 #include "tests/plot/RecordingSurface.h"
 #include "tests/support/TestSupport.h"
 
@@ -47,8 +46,8 @@ PlotInformation FiveCurves() {
     return information;
 }
 
-RecordingSurface Drawn(const PlotInformation& information, const PlotFormatOptions& format, PictureSize size = {1000, 600},
-                       const PlotStyle& style = {}) {
+RecordingSurface Drawn(const PlotInformation& information, const PlotFormatOptions& format,
+                       PictureSize size = {1000, 600}, const PlotStyle& style = {}) {
     RecordingSurface surface(size);
     EXPECT_TRUE(DrawPlot(surface, information, format, LayoutOf(size, format), style));
     return surface;
@@ -143,8 +142,8 @@ TEST(PlotRenderer, curvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
     const auto order = [](const RecordingSurface& surface, float legendX) {
         std::vector<int> pens;
         for (const Operation& operation : surface.operations)
-            if (operation.kind != Operation::Kind::text && operation.pen != 6 && operation.points[0].x < legendX &&
-                (pens.empty() || pens.back() != operation.pen))
+            if (operation.kind != Operation::Kind::text && operation.pen != 6 &&
+                operation.points[0].x < legendX && (pens.empty() || pens.back() != operation.pen))
                 pens.push_back(operation.pen);
         return pens;
     };
@@ -234,11 +233,13 @@ TEST(CurveDrawing, aDenseColumnIsOneUprightLineThatTouchesTheColumnBefore) {
     curve.points = {{0, 0, 2}, {1, 5, 9}, {2, 4, 4}, {3, gap, gap}, {4, 1, 3}};
     const PlotCell cell{0, 0, 10, 100, 0, 0};
     std::vector<Segment> segments;
-    ForEachSegment(curve, PlotScale(cell, {0, 10}, {0, 10}), 1, [&](const Segment& s) { segments.push_back(s); });
-    EXPECT_EQ(segments, (std::vector<Segment>{{{0, 100}, {0, 80}},
-                                              {{1, 80}, {1, 10}},   // its own 50 to 10, and down to the one before
-                                              {{2, 60}, {2, 50}},   // up to the minimum of the one before
-                                              {{4, 90}, {4, 70}}}));
+    ForEachSegment(curve, PlotScale(cell, {0, 10}, {0, 10}), 1,
+                   [&](const Segment& s) { segments.push_back(s); });
+    EXPECT_EQ(segments,
+              (std::vector<Segment>{{{0, 100}, {0, 80}},
+                                    {{1, 80}, {1, 10}},  // its own 50 to 10, and down to the one before
+                                    {{2, 60}, {2, 50}},  // up to the minimum of the one before
+                                    {{4, 90}, {4, 70}}}));
 }
 
 TEST(CurveDrawing, theValveBufferFlushesEvery500PointsWithoutALoss) {

@@ -1,5 +1,3 @@
-#include "plot/PlotWidget.h"
-
 #include <gtest/gtest.h>
 
 #include <QImage>
@@ -13,6 +11,7 @@
 #include "general/SettingsFile.h"
 #include "plot/PlotFile.h"
 #include "plot/PlotReadout.h"
+#include "plot/PlotWidget.h"
 #include "plot/TimeCursors.h"
 #include "tests/support/DravikFixture.h"
 
@@ -33,7 +32,8 @@ class PlotWidgetTest : public test::DravikFixture {
         PlotFormat() = PlotFormatOptions{};
         PrsOpt().timeAuto = true;
         const auto ramp = [](std::int32_t t) { return t / 100.0; };
-        AddCurves("LEVEL1", {{"ZG", "psi", 10'000, ramp}, {"RTC", "rps", 10'000, ramp}, {"PVLPOS", "", 10'000, ramp}});
+        AddCurves("LEVEL1",
+                  {{"ZG", "psi", 10'000, ramp}, {"RTC", "rps", 10'000, ramp}, {"PVLPOS", "", 10'000, ramp}});
         Select({"LEVEL1"});
         plot_.resize(width, height);
         cursors_.resize(width, 24);
@@ -96,7 +96,8 @@ TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
     EXPECT_TRUE(plot_.IsZoomed());
     EXPECT_EQ(cursors_.cursor2(), before);
     EXPECT_EQ(PrsOpt().rangeEnd, options.rangeEnd);
-    EXPECT_EQ(PrsOpt().Axis(Quantity::pressure).plottedMaximum, options.Axis(Quantity::pressure).plottedMaximum);
+    EXPECT_EQ(PrsOpt().Axis(Quantity::pressure).plottedMaximum,
+              options.Axis(Quantity::pressure).plottedMaximum);
     const QWidget* marker = cursors_.findChild<QWidget*>("imgCursor2");
     EXPECT_NEAR(marker->x() + marker->width() / 2.0, left + 946 * 0.6666 / 0.8, 2);
     plot_.ShowDataset(0);  // another redraw of the same scales

@@ -52,14 +52,17 @@ class RecordingSurface final : public DrawingSurface {
         position_ = point;
     }
     void Polyline(std::span<const DevicePoint> points) override {
-        operations.push_back({Operation::Kind::polyline, pen_, {points.begin(), points.end()}, "", alignment_});
+        operations.push_back(
+            {Operation::Kind::polyline, pen_, {points.begin(), points.end()}, "", alignment_});
     }
     void SetSmooth(bool) override {}
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override {
         operations.push_back({Operation::Kind::text, pen_, {point}, text, alignment_});
     }
-    double TextWidth(const std::string& text) override { return characterWidth * static_cast<double>(text.size()); }
+    double TextWidth(const std::string& text) override {
+        return characterWidth * static_cast<double>(text.size());
+    }
 
     /// The texts written, in order.
     std::vector<std::string> Texts() const {

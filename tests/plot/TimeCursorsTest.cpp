@@ -1,5 +1,3 @@
-#include "plot/TimeCursors.h"
-
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
@@ -7,6 +5,7 @@
 #include <limits>
 
 #include "general/RunTimeError.h"
+#include "plot/TimeCursors.h"
 
 namespace vorela {
 namespace {
@@ -25,7 +24,8 @@ class TimeCursorsTest : public ::testing::Test {
     void Drag(int pixels) {
         QWidget* marker = Child("imgCursor1");
         QTest::mousePress(marker, Qt::LeftButton, {}, {5, 5});
-        QMouseEvent move(QEvent::MouseMove, QPointF(5 + pixels, 5), QPointF(), Qt::NoButton, Qt::LeftButton, {});
+        QMouseEvent move(QEvent::MouseMove, QPointF(5 + pixels, 5), QPointF(), Qt::NoButton, Qt::LeftButton,
+                         {});
         QApplication::sendEvent(marker, &move);
         QTest::mouseRelease(marker, Qt::LeftButton, {}, {5, 5});
     }

@@ -1,8 +1,7 @@
-#include "plot/TimeRange.h"
-
 #include <gtest/gtest.h>
 
 #include "general/RunTimeError.h"
+#include "plot/TimeRange.h"
 
 namespace vorela {
 namespace {
@@ -23,7 +22,8 @@ TEST(TimeRange, fixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
     PresentationOptions options;  // 240 s
     EXPECT_EQ(ChosenSpan(options, 0, 180000 - 1), (TimeSpan{180000 - 24000, 180000}));
     EXPECT_EQ(ChosenSpan(options, 500, 10400), (TimeSpan{0, 24000}));
-    EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000}));  // exactly as wide: the start is not before the data
+    EXPECT_EQ(ChosenSpan(options, 0, 23000),
+              (TimeSpan{0, 24000}));  // exactly as wide: the start is not before the data
 }
 
 TEST(TimeRange, specificZoneIsRoundedToTheEvenHundredth) {
