@@ -1,6 +1,8 @@
 #include "plot/PlotReadoutStrip.h"
 
 #include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <array>
 
@@ -50,13 +52,21 @@ PlotReadoutStrip::PlotReadoutStrip(PlotWidget* plot, QWidget* parent) : QWidget(
     setObjectName(QStringLiteral("plotReadout"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 0, 4, 0);
-    text_ = new QLabel(this);
+    text_ = new QLabel;
     text_->setObjectName(QStringLiteral("lblReadout"));
     text_->setTextFormat(Qt::RichText);
     text_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    layout->addWidget(text_);
+    text_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    // In a narrow window the strip is scrolled sideways; its height never changes under the plot.
+    auto* scroll = new QScrollArea(this);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setFocusPolicy(Qt::NoFocus);
+    scroll->setWidget(text_);
+    layout->addWidget(scroll);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    setMinimumHeight(4 * fontMetrics().lineSpacing() + 4);
+    setFixedHeight(4 * (fontMetrics().lineSpacing() + 2) + scroll->horizontalScrollBar()->sizeHint().height());
     connect(plot_, &PlotWidget::ReadoutChanged, this, &PlotReadoutStrip::Refresh);
     Refresh();
 }

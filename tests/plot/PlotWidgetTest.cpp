@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QPrinter>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -193,6 +194,12 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     options.monochrome = true;
     ASSERT_TRUE(SavePlot(folder.File("plot.png"), options));
     EXPECT_EQ(red(QImage(QString::fromStdString(folder.File("plot.png"))), 2 * 250, 0, 2 * height), 0);
+
+    QPrinter printer;
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(folder.File("paper.pdf")));
+    EXPECT_TRUE(PrintPlot(printer, options));
+    EXPECT_GT(test::ReadAll(folder.File("paper.pdf")).size(), 1000U);
 
     EXPECT_FALSE(IsPlotFileName("plot.gif"));
     EXPECT_FALSE(SavePlot(folder.File("missing/plot.png"), options));
