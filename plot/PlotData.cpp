@@ -113,11 +113,6 @@ const char* ReadingStep(Quantity quantity) {
 class DatasetCurves {
   public:
     explicit DatasetCurves(const DatasetRecord& record) : database_(record.database) {}
-    ~DatasetCurves() {
-        // Items go before their database.
-        for (auto& reader : readers_)
-            reader.reset();
-    }
     DatasetCurves(const DatasetCurves&) = delete;
     DatasetCurves& operator=(const DatasetCurves&) = delete;
 
@@ -137,6 +132,12 @@ class DatasetCurves {
         return any;
     }
     std::optional<PlotCurveReader>& Reader(std::size_t quantity) { return readers_[quantity]; }
+    /// Items go before their database.
+    void Detach() {
+        for (auto& reader : readers_)
+            reader.reset();
+        database_.Close();
+    }
 
   private:
     Database database_;
@@ -220,11 +221,12 @@ bool ReadDataset(const PlotRequest& request, std::size_t dataset,
             return false;
         information.span = *span;
         information.elapsedOrigin = PrsOpt().elapsed ? ElapsedOrigin(record.extentA) : 0;
-        information.title =
-            "Vorela plot - " + Trimmed(record.dataset) + " " + Trimmed(record.presentation.toolString);
+        information.title = Trimmed("Vorela plot - " + Trimmed(record.dataset) + " " +
+                                    Trimmed(record.presentation.toolString));
     }
     DatasetPlot plot{dataset, {}};
     ReadDatasetCurves(curves, names, request, information.span, plot);
+    Attempt("Detaching from curves", [&] { curves.Detach(); });
     information.datasets.push_back(std::move(plot));
     return true;
 }

@@ -201,15 +201,23 @@ double LabelStart(const Cell& cell) {
     return x;
 }
 
+double TitleStart(const Cell& cell) {
+    return (cell.area.left + cell.area.right - cell.surface.TextWidth(cell.contents.title)) / 2.0;
+}
+
+/// Whether the title has room between the labels in the top row.
+bool TitleFits(const Cell& cell) {
+    const double gap = 4.0 * cell.layout.gap;
+    const double end = TitleStart(cell) + cell.surface.TextWidth(cell.contents.title);
+    return TitleStart(cell) >= LabelEnd(cell) + gap && end <= LabelStart(cell) - gap;
+}
+
 /// The title stands in the middle of the top row, or where that is too narrow in the row below it.
 void WriteTitle(const Cell& cell) {
-    const double width = cell.surface.TextWidth(cell.contents.title);
-    const double middle = (cell.area.left + cell.area.right - width) / 2.0;
-    const double gap = 4.0 * cell.layout.gap;
-    const bool fits = middle >= LabelEnd(cell) + gap && middle + width <= LabelStart(cell) - gap;
-    const double row = fits ? 0 : cell.layout.fontHeight + cell.layout.gap;
+    const double row = TitleFits(cell) ? 0 : cell.layout.fontHeight + cell.layout.gap;
     Text(cell.surface, TextAlignment::topLeft,
-         {std::max<double>(middle, cell.area.left + cell.layout.gap), cell.area.top + cell.layout.gap + row},
+         {std::max<double>(TitleStart(cell), cell.area.left + cell.layout.gap),
+          cell.area.top + cell.layout.gap + row},
          cell.contents.title);
 }
 
@@ -233,10 +241,11 @@ void DrawCurves(const Cell& cell, DrawingTools& tools) {
     cell.surface.SetSmooth(false);
 }
 
-/// A key for each curve drawn, from the right in the second row.
+/// A key for each curve drawn, from the right in the first row below the title's.
 void DrawLegend(const Cell& cell, DrawingTools& tools) {
     const double gap = cell.layout.gap;
-    const double bottom = cell.area.top + 2 * gap + 2.0 * cell.layout.fontHeight;
+    const int row = TitleFits(cell) ? 2 : 3;
+    const double bottom = cell.area.top + row * (gap + cell.layout.fontHeight);
     double x = cell.area.right - 2 * gap;
     for (auto quantity = cell.contents.curves.rbegin(); quantity != cell.contents.curves.rend(); ++quantity) {
         const PlottedCurve* curve = FindCurve(cell.information, *quantity);

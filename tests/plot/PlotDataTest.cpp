@@ -76,7 +76,7 @@ TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
     EXPECT_EQ(information.axes[3].maximum, 1);  // no filtered curve: 0 to one step
     EXPECT_EQ(information.datasets[0].Find(Quantity::filteredPressure), nullptr);
     EXPECT_EQ(information.datasets[0].Find(Quantity::pressure)->unit, "psi");
-    EXPECT_EQ(information.title, "Vorela plot - LEVEL1 ");
+    EXPECT_EQ(information.title, "Vorela plot - LEVEL1");
     EXPECT_TRUE(ports.boxes.empty());
 }
 
