@@ -29,7 +29,7 @@ constexpr float missing = std::numeric_limits<float>::quiet_NaN();
 constexpr std::size_t mostBlocks = 1024;
 /// Curves longer than this many blocks show a progress bar while their overview is built.
 constexpr std::int64_t longCurveBlocks = 500;
-constexpr std::size_t spotChecks = 3;
+constexpr std::int64_t spotCheckParts = 2;
 
 using SharedBlock = std::shared_ptr<const std::vector<float>>;
 
@@ -172,10 +172,9 @@ void PlotCurveReader::Refresh(const ItemInfo& now, bool verify) {
 
 bool PlotCurveReader::SpotChecksHold() {
     const auto& hashes = kept_->blockHashes;
-    for (std::size_t i = 0; i < std::min(spotChecks, hashes.size()); ++i) {
-        const auto at =
-            static_cast<std::ptrdiff_t>(i * (hashes.size() - 1) / std::max<std::size_t>(spotChecks - 1, 1));
-        const auto [number, hash] = *std::next(hashes.begin(), at);
+    // First, middle and last of the blocks that were read.
+    for (std::int64_t i = 0; i <= spotCheckParts && !hashes.empty(); ++i) {
+        const auto [number, hash] = *hashes.lower_bound(hashes.rbegin()->first * i / spotCheckParts);
         if (HashOf(ReadBlock(number)) != hash)
             return false;
     }
