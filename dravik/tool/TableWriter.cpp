@@ -110,7 +110,8 @@ std::string LasHeader(const CurveSource& source, const std::string& dataset, boo
                        LasLine("NULL", "", nullText, "no sample") + LasLine("WELL", "", dataset, "dataset") +
                        "~Curve\n" + LasLine(isTime ? "TIME" : "DEPT", unit, "", "index");
     for (const CurveDescription& curve : source.Curves()) {
-        if (curve.name.find_first_of(".: \t") != std::string::npos ||
+        // A line that begins with # or ~ is a remark or a section.
+        if (curve.name.find_first_of(".: \t") != std::string::npos || curve.name.find_first_of("#~") == 0 ||
             curve.unit.find_first_of(": \t\r\n") != std::string::npos)
             throw ToolError("curve " + curve.name + ": a LAS file cannot hold its name or unit \"" +
                             curve.unit + "\"");
