@@ -1,0 +1,62 @@
+// Hours of following in one process, ten seconds of data a pass. VORELA_HOURS sets how many hours of test
+// time (one when it is not set); the figures are printed for each tenth.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "app/ActionQueue.h"
+#include "tests/live/LiveSupport.h"
+
+namespace vorela {
+namespace {
+
+struct Usage {
+    long residentKilobytes = 0;
+    long descriptors = 0;
+};
+
+Usage CurrentUsage() {
+    std::ifstream file("/proc/self/statm");
+    long total = 0;
+    long resident = 0;
+    file >> total >> resident;
+    const auto entries = std::filesystem::directory_iterator("/proc/self/fd");
+    return {resident * (sysconf(_SC_PAGESIZE) / 1024), std::distance(begin(entries), end(entries))};
+}
+
+class LongRunTest : public test::LiveFixture {};
+
+TEST_F(LongRunTest, takesNoMoreMemoryAndNoMoreDescriptorsAsTheRecordingGrows) {
+    constexpr int samplesPerPass = 100;
+    constexpr long allowedKilobytes = 6144;
+    const char* hours = std::getenv("VORELA_HOURS");
+    test::TestPlan plan;
+    plan.periodSeconds = 60;
+    plan.samples = 36000 * (hours == nullptr ? 1 : std::atoi(hours));
+    test::Use({1, true, 2, 2.5}, plan.periodSeconds);
+    test::Recording recording(DatabasePath(), "LEVEL1", CurvesOf(plan));
+    recording.Append(samplesPerPass);
+    Select({"LEVEL1"});
+    const int passes = recording.Left() / samplesPerPass;
+    Usage early;
+    for (int pass = 0; pass < passes; ++pass) {
+        recording.Append(samplesPerPass);
+        ASSERT_TRUE(ExtendDataset(0));
+        const Usage now = CurrentUsage();
+        if (pass == passes / 4)
+            early = now;
+        if (pass > passes / 4) {
+            ASSERT_EQ(now.descriptors, early.descriptors);
+            ASSERT_LE(now.residentKilobytes, early.residentKilobytes + allowedKilobytes);
+        }
+        if (pass % (passes / 10) == 0)
+            std::printf("%6.2f h: %ld KiB resident, %ld descriptors\n", (pass + 1) * samplesPerPass / 36000.0,
+                        now.residentKilobytes, now.descriptors);
+    }
+}
+
+}  // namespace
+}  // namespace vorela
