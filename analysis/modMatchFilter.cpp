@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <numeric>
 #include <string>
 #include <utility>
 
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
+#include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modFilteredCurves.h"
@@ -216,6 +218,7 @@ struct WindowState {
 /// What the analysis remembers of a dataset between two extensions, so that a tick costs what is new.
 struct RecordState {
     std::vector<std::int32_t> pending;  ///< cycles (1-based, ascending) that their curves do not cover yet
+    std::string basis;                  ///< what the cycles that do not wait were calculated from
     WindowState window;
 };
 
@@ -267,6 +270,21 @@ std::string IdentityOf(const CycleCurves& curves) {
     for (const CurveReader* curve : {&curves.valve, &curves.pressure, &curves.flow})
         identity += curve->Path() + "\n" + curve->Info().made + "\n";
     return identity;
+}
+
+/// What results depend on beside the samples. When it changes, every cycle is calculated anew: a record never
+/// mixes the results of two filters.
+std::string BasisOf(const CycleCurves& curves) {
+    const ParameterSet& parameters = CurrentParameters();
+    return IdentityOf(curves) + (parameters.usePeriodInMatch != 0 ? ShortestText(parameters.period) : "");
+}
+
+void PutOff(const CycleRecord& cycles, const std::string& basis, RecordState& state) {
+    if (state.basis == basis)
+        return;
+    state.basis = basis;
+    state.pending.resize(static_cast<std::size_t>(cycles.RealCycles()));
+    std::iota(state.pending.begin(), state.pending.end(), 1);
 }
 
 /// Analyses the window unless it has been analysed over the same span of the same curves already.
@@ -350,6 +368,7 @@ bool OnFinished(std::size_t dataset) {
         if (!database.IsOpen())
             return false;
         CycleCurves curves = AttachCurves(database, dataset, record.cycleSource);
+        PutOff(record.cycles, BasisOf(curves), state);
         const bool allWell = AnalysePending(record, curves, state.pending);
         UpdateWindowState(dataset, curves, state.window);
         StoreWindow(record.cycles, record.cycles.count, state.window);
@@ -368,6 +387,7 @@ bool Recalculate(std::size_t dataset, CycleSource source) {
         Analyser analyser(curves, record.step);
         CycleRecord cycles = record.cycles;
         RecordState state;
+        state.basis = BasisOf(curves);
         for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n) {
             const Coverage coverage = analyser.AnalyseEntry(cycles, n);
             if (coverage == Coverage::later || coverage == Coverage::provisional)

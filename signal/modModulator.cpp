@@ -96,8 +96,9 @@ class ToolCurves {
         double code = 0;
         double changeTimer = 0;
         double timer = 0;
-        if (!code_.Fetch(index, code) || !changeTimer_.Fetch(index, changeTimer) || !timer_.Fetch(index, timer) ||
-            !std::isfinite(code) || !std::isfinite(changeTimer) || !std::isfinite(timer))
+        if (!code_.Fetch(index, code) || !changeTimer_.Fetch(index, changeTimer) ||
+            !timer_.Fetch(index, timer) || !std::isfinite(code) || !std::isfinite(changeTimer) ||
+            !std::isfinite(timer))
             return std::nullopt;
         return Sample{RoundTo<std::int32_t>(code, "Valve position code"), changeTimer, timer};
     }
@@ -142,6 +143,7 @@ struct SampleGrid {
     std::int32_t origin = 0;
     std::int32_t first = 0;
     std::int16_t step = 1;
+    bool recorded = false;  ///< there is a first sample
 
     /// The first sample time at or after `index` and the grid's first sample.
     std::int64_t AtOrAfter(std::int32_t index) const {
@@ -154,7 +156,7 @@ SampleGrid GridOf(const Database& database, const DatasetRecord& record) {
     const CommonCurve& common = CheckedAt(CurrentSelection().commonCurves, 0, "Sample grid");
     const Item item(database, ItemPath(record.dataset, common.name));
     const ItemInfo& info = item.Info();
-    return {info.firstIndex, info.IsEmpty() ? info.firstIndex : info.extentFirst, info.step};
+    return {info.firstIndex, info.IsEmpty() ? info.firstIndex : info.extentFirst, info.step, !info.IsEmpty()};
 }
 
 /// The valve signal of one dataset, from the start or behind what is there.
@@ -197,11 +199,16 @@ class SignalCurve {
     static CurveWriter Open(Database& database, const DatasetRecord& record, const SampleGrid& grid,
                             bool incremental) {
         const DerivedCurve attributes{grid.step, grid.origin, "", 1.0F, 0.0F, madeText};
-        if (incremental)
-            return CurveWriter::OpenOrCreate(database, record.dataset, curve::valveSignal, attributes);
+        if (incremental) {
+            CurveWriter writer =
+                CurveWriter::OpenOrCreate(database, record.dataset, curve::valveSignal, attributes);
+            if (!writer.Info().IsEmpty() || !grid.recorded)
+                return writer;
+        }
         Transaction transaction(database);
         CurveWriter writer = CurveWriter::Recreate(database, record.dataset, curve::valveSignal, attributes);
-        writer.Put(grid.first, 0.0F);
+        if (grid.recorded)
+            writer.Put(grid.first, 0.0F);
         writer.Flush();
         writer.Mark(grid.first, grid.first - 1);  // nothing is known before the first change
         transaction.Commit();

@@ -141,6 +141,9 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
                     }
                 }
                 EXPECT_TRUE(RunActionQueuePass(view));
+                auto& datasets = CurrentSelection().datasets;
+                if (pass % 5 == 3)  // what is remembered belongs to the dataset, not to its place
+                    std::rotate(datasets.begin(), datasets.begin() + 1, datasets.end());
             }
             EXPECT_FALSE(timer);
             std::vector<Outcome> live;
@@ -149,6 +152,58 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
             for (std::size_t i = 0; i < live.size(); ++i)
                 ExpectSame(live[i], plans[i]);
         }
+    }
+}
+
+/// Nothing to filter, no valve change, no boundary, half a cycle.
+TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
+    int level = 0;
+    for (const Way& way : {difference3, bandPass1})
+        for (const int samples : {1, 2, 20, 60, periodLessOne, 82}) {
+            TestPlan plan;
+            plan.samples = samples;
+            Use(way, plan.periodSeconds);
+            const std::string name = "SHORT" + std::to_string(++level);
+            Recording recording(DatabasePath(), name, CurvesOf(plan));
+            Select({name});
+            while (recording.Left() > 0) {
+                recording.Append(7);
+                EXPECT_TRUE(ExtendDataset(0));
+            }
+            const Outcome live = Observe(name);
+            EXPECT_EQ(Difference(live, OneRunOver(CurvesOf(plan))), "") << samples;
+        }
+}
+
+/// What was analysed before the change of a parameter is analysed anew: no mixture of two filters.
+TEST_F(LiveEqualsBatchTest, afterParametersWereChangedOnTheWay) {
+    const TestPlan plan;
+    const auto curves = CurvesOf(plan);
+    const struct {
+        Way way;
+        double period;
+        std::int16_t usePeriodInMatch;
+    } changes[] = {{{2, false, 1, 1.0}, 8.0, 0},
+                   {{1, false, 1, 1.0}, 7.0, 0},
+                   {{1, true, 1, 1.0}, 8.0, 0},
+                   {{1, false, 1, 1.0}, 8.0, 1}};
+    int level = 0;
+    for (const auto& change : changes) {
+        const std::string name = "CHANGED" + std::to_string(++level);
+        Use(Way{1, false, 1, 1.0}, plan.periodSeconds);
+        Recording recording(DatabasePath(), name, curves);
+        recording.Append(1);
+        Select({name});
+        while (recording.Left() > 0) {
+            recording.Append(50);
+            if (recording.Left() < 200) {
+                Use(change.way, change.period);
+                CurrentParameters().usePeriodInMatch = change.usePeriodInMatch;
+            }
+            EXPECT_TRUE(ExtendDataset(0));
+        }
+        const Outcome live = Observe(name);
+        EXPECT_EQ(Difference(live, OneRunOver(curves)), "") << level;
     }
 }
 
