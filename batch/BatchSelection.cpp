@@ -57,6 +57,10 @@ std::string WhyLeftOut(const Database& database, const std::string& name, const 
     return {};
 }
 
+void SayLeftOut(const std::string& name, const std::string& why) {
+    Say("dataset " + name + " is left out: " + why);
+}
+
 std::vector<std::string> QualifyingDatasets(const std::string& databasePath, const CurveChoice& choice) {
     const std::vector<std::string> all = DatasetNames(databasePath);
     std::vector<std::string> names;
@@ -67,7 +71,7 @@ std::vector<std::string> QualifyingDatasets(const std::string& databasePath, con
             if (why.empty())
                 names.push_back(name);
             else
-                Say("dataset " + name + " is left out: " + why);
+                SayLeftOut(name, why);
         }
     }));
     if (names.empty())
