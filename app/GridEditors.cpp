@@ -1,5 +1,6 @@
 #include "app/GridEditors.h"
 
+#include <QAbstractItemView>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QScrollBar>
@@ -72,7 +73,9 @@ bool GridEditors::eventFilter(QObject* watched, QEvent* event) {
                 return GridKey(static_cast<ResultGridView*>(watched), static_cast<QKeyEvent*>(event));
             break;
         case QEvent::FocusOut:
-            if (editor && !FocusComesBack(static_cast<QFocusEvent*>(event)->reason()))
+            // The chooser's own list takes the focus while it is open.
+            if (editor && !cycle_->view()->isVisible() &&
+                !FocusComesBack(static_cast<QFocusEvent*>(event)->reason()))
                 Close();
             break;
         case QEvent::Resize:

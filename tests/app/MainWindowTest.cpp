@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -202,7 +203,9 @@ TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
     FinishedJob({"LEVEL1", "LEVEL2"});
     auto& box = Find<QComboBox>(*window, "cboCycle");
     EditCell("fgLevel", levelCycleNumberRow);
+    QTest::qWait(50);  // the list has taken the focus by then
     ASSERT_TRUE(box.isVisible());
+    EXPECT_TRUE(box.view()->isVisible());
     EXPECT_EQ(box.itemText(box.count() - 1), "Window");
     emit box.activated(box.count() - 1);
     EXPECT_FALSE(box.isVisible());
