@@ -99,12 +99,14 @@ void ChunkScan::Begin(std::uint32_t rootPage, std::size_t expectedBytes) {
     std::uint32_t version = 0;
     const bool known =
         sqlite3_file_control(connection_.Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &version) == SQLITE_OK;
-    if (!known || !versionKnown_ || version != dataVersion_ || treePages_.size() > mostTreePages)
+    const bool changed = !known || !versionKnown_ || version != dataVersion_;
+    if (changed || treePages_.size() > mostTreePages)
         treePages_.clear();
+    if (changed)
+        pageCount_ = static_cast<std::uint32_t>(
+            std::min<std::int64_t>(connection_.FileBytes() / pageBytes, UINT32_MAX - 1));
     dataVersion_ = version;
     versionKnown_ = known;
-    pageCount_ = static_cast<std::uint32_t>(
-        std::min<std::int64_t>(connection_.FileBytes() / pageBytes, UINT32_MAX - 1));
 }
 
 bool ChunkScan::HasRoom() const {

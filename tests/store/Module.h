@@ -14,14 +14,13 @@
 
 namespace vorela::test {
 
-#define DKBASE_FUNCTIONS(F)                                                                           \
-    F(DBopenA)                                                                                        \
-    F(DBclose)                                                                                        \
-    F(DBattachA)                                                                                      \
-    F(DBdetach) F(DBnewA) F(DBdeleteA) F(DBread) F(DBreadpresent) F(DBwrite) F(DBwritepresent)        \
-        F(DBinformation) F(DBmark) F(DBbegin) F(DBcommit) F(DBrollback) F(DBenumA) F(DBverify)        \
-            F(GetUnitTextA) F(DBlastdetail) F(DBsetchooser) F(DBselectionadd) F(InitWin) F(DBselectA) \
-                F(DBreleaseMS) F(GetDravikSetting) F(SetDravikSetting)
+// clang-format off
+#define DKBASE_FUNCTIONS(F)                                                                                  \
+    F(DBopenA) F(DBclose) F(DBattachA) F(DBdetach) F(DBnewA) F(DBdeleteA) F(DBread) F(DBreadpresent)         \
+    F(DBwrite) F(DBwritepresent) F(DBinformation) F(DBmark) F(DBbegin) F(DBcommit) F(DBrollback) F(DBenumA)  \
+    F(DBverify) F(GetUnitTextA) F(DBlastdetail) F(DBsetchooser) F(DBselectionadd) F(InitWin) F(DBselectA)    \
+    F(DBreleaseMS) F(GetDravikSetting) F(SetDravikSetting)
+// clang-format on
 
 struct Module {
 #define DECLARE(name) decltype(&::name) name = nullptr;
