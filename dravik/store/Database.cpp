@@ -21,6 +21,9 @@ constexpr std::int32_t formatVersion = 1;
 // file is made in rollback-journal mode, and a file whose header asks for a write-ahead log is refused before
 // SQLite looks at it. With the rollback journal a writer holds the only write lock from its first statement
 // to its commit, and a reader is kept out while pages are replaced.
+//
+// Syncing stays at SQLite's FULL: a recorder's second costs about 1.3 ms of processor time and the disk's
+// flushes, and NORMAL made no difference that showed beside their variation.
 constexpr const char* createTables =
     "CREATE TABLE units(code INTEGER PRIMARY KEY, text TEXT NOT NULL UNIQUE, crc INTEGER NOT NULL);"
     "CREATE TABLE datasets(number INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL UNIQUE, crc INTEGER "

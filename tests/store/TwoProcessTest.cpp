@@ -31,9 +31,9 @@ float SampleAt(std::int32_t sample) {
         for (int i = 0; i < 2; ++i)
             done = done && Dk().DBattachA(database, curves[i], &items[i], 0, block.bytes) == DK_OK;
         const std::int32_t next = block.Last() < block.First() ? 0 : block.Last() / 10 + 1;
-        std::vector<float> values;
+        std::vector<float> values(piece);
         for (std::int32_t i = 0; i < piece; ++i)
-            values.push_back(SampleAt(next + i));
+            values[static_cast<std::size_t>(i)] = SampleAt(next + i);
         for (int i = 0; i < 2; ++i)
             done = done && Dk().DBwrite(items[i], next * 10, piece, values.data()) == DK_OK;
         done = done && Dk().DBcommit(database) == DK_OK && Dk().DBclose(database) == DK_OK;
