@@ -170,6 +170,11 @@ void Follow() {
         if (AnyPending())
             WaitForNextPass();
     }
+    // One whose recording has ended is given up after some passes that failed.
+    for (const DatasetRecord& record : Datasets())
+        if (stopAsked == 0 && record.failedPasses > 0)
+            throw Stop{exit_status::failed,
+                       "dataset " + record.dataset + " could not be followed to the end of its recording"};
 }
 
 // --- Results ---
