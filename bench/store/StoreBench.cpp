@@ -85,7 +85,7 @@ void WriteInto(benchmark::State& state, const char* name,
                void (*write)(const std::string&, const std::vector<float>&, std::int64_t)) {
     const std::string path = InBenchFolder(name);
     const auto wave = Wave(blockSamples);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         state.PauseTiming();
         unlink(path.c_str());
         sync();
@@ -108,7 +108,7 @@ void BM_ReadStore(benchmark::State& state) {
     unlink(path.c_str());
     WriteDatabase(path, Wave(blockSamples), curveSamples);
     std::vector<float> buffer(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::int32_t database = 0;
         std::int32_t item = 0;
         Require(DBopenA(path.c_str(), DK_OPEN_EXISTING, &database) == DK_OK &&
@@ -130,7 +130,7 @@ void ReadRaw(benchmark::State& state, bool checked) {
     unlink(path.c_str());
     WriteRaw(path, Wave(blockSamples), curveSamples);
     std::vector<float> buffer(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         ForEachBlock(curveSamples, state.range(0), [&](std::int64_t at, std::int64_t count) {
             const auto bytes = static_cast<std::size_t>(count * 4);
@@ -155,7 +155,7 @@ void BM_OpenAttachClose(benchmark::State& state) {
     const std::string path = InBenchFolder("bench-open.dkb");
     unlink(path.c_str());
     WriteDatabase(path, Wave(blockSamples), blockSamples);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::int32_t database = 0;
         std::int32_t item = 0;
         char block[DK_INFO_BYTES];
@@ -188,7 +188,7 @@ void BM_Tick(benchmark::State& state) {
         });
     }
     DBclose(database);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         Require(DBopenA(path.c_str(), DK_OPEN_EXISTING, &database) == DK_OK && DBbegin(database) == DK_OK,
                 "open");
         for (const char* name : curves) {
