@@ -169,12 +169,11 @@ void frmMain::SavePlotEntry() {
         frmSavePlot dialog(this);
         if (ShowModal(dialog) != QDialog::Accepted)
             return;
-        PlotFileOptions options = dialog.Options();
-        options.dataset = PlotDataset();
-        options.width = picPlot_->width();
-        options.height = picPlot_->height();
-        if (dialog.WithCursors())
-            options.cursors = {cursors_->cursor1(), cursors_->cursor2()};
+        PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
+        options.resolution = dialog.Options().resolution;
+        options.monochrome = dialog.Options().monochrome;
+        if (!dialog.WithCursors())
+            options.cursors.reset();
         const auto choice = CurrentPorts().saveFile->AskSaveFile(
             {"Save Vorela Plot",
              "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1});
@@ -194,10 +193,8 @@ void frmMain::PrintPlotEntry() {
         const ArrowCursor arrow;
         if (dialog.exec() != QDialog::Accepted)
             return;
-        PlotFileOptions options;
-        options.dataset = PlotDataset();
+        PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
         options.monochrome = printer.colorMode() == QPrinter::GrayScale;
-        options.cursors = {cursors_->cursor1(), cursors_->cursor2()};
         if (PrintPlot(printer, options))
             ui_->statBar->showMessage(tr("Plot printed"));
     });

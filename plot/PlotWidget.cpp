@@ -21,6 +21,7 @@
 #include "plot/PlotRenderer.h"
 #include "plot/TimeCursors.h"
 #include "plot/ViewSpan.h"
+#include "plot/modPlot.h"
 
 namespace vorela {
 namespace {
@@ -275,15 +276,18 @@ void PlotWidget::ConnectCursors(TimeCursors* cursors) {
     SetCursors(cursors->cursor1(), cursors->cursor2());
 }
 
-PlotFileOptions PlotWidget::FileOptions() const {
+PlotFileOptions PlotWidget::FileOptions(std::size_t dataset) const {
     const State& s = *state_;
     PlotFileOptions options;
-    options.dataset = s.dataset;
+    options.dataset = dataset;
     options.width = width();
     options.height = height();
-    if (s.shown) {
+    if (s.shown && s.dataset == dataset) {
         options.span = s.plot.information.span;
         options.cursors = {CursorTime(1) / 100, CursorTime(2) / 100};
+    } else {
+        const PlottedRange range = PlottedRangeOf(dataset);
+        options.cursors = {SecondsAt(range, s.cursors[0]), SecondsAt(range, s.cursors[1])};
     }
     return options;
 }

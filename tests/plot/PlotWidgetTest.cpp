@@ -44,11 +44,12 @@ class PlotWidgetTest : public test::DravikFixture {
     }
     void Wheel(int x, int notches) {
         QWheelEvent event(QPointF(x, 100), QPointF(x, 100), {}, {0, notches * 120}, {}, {}, {}, false);
+        QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
         QApplication::sendEvent(&plot_, &event);
-        QTest::qWait(5);
+        EXPECT_TRUE(redrawn.wait());
     }
     std::pair<double, double> Seen() {
-        const auto span = *plot_.FileOptions().span;
+        const auto span = *plot_.FileOptions(0).span;
         return {span.start / 100.0, span.end / 100.0};
     }
     /// Types into the position dialog that is about to open.
@@ -71,7 +72,8 @@ TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
     EXPECT_EQ(cursors_.Margin(), left);
     cursors_.setCursor1(25);
     EXPECT_EQ(plot_.Cursor1(), 25);
-    QTest::qWait(30);
+    EXPECT_EQ(plot_.FileOptions(0).cursors->first, 250);  // seconds
+    EXPECT_TRUE(QSignalSpy(&plot_, &PlotWidget::ReadoutChanged).wait());
     EXPECT_EQ(plot_.Readout().time1, 250);
     EXPECT_NEAR(*plot_.Readout().values[0].atCursor1, 250, 1e-3);
     EXPECT_EQ(plot_.Readout().values[0].curve, "ZG");
