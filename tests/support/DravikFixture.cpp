@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 
 #include "db/modDravik.h"
@@ -36,6 +35,8 @@ class OpenForWriting {
 
 void WriteSamples(std::int32_t database, const std::string& path, const CurveSpec& curve, std::int32_t first,
                   std::int32_t count) {
+    if (count == 0)
+        return;
     std::vector<float> values;
     std::vector<std::uint8_t> present;
     for (std::int32_t i = 0; i < count; ++i) {
@@ -132,47 +133,25 @@ void DravikFixture::TearDown() {
     PutFreshSelection();
 }
 
-void DravikFixture::AddCurve(const std::string& dataset, const CurveSpec& curve) {
-    AddCurves(dataset, {curve});
-}
-
 void DravikFixture::AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves) {
     const OpenForWriting database(DatabasePath());
     Check(Api().DBbegin(database.handle), DatabasePath());
     for (const CurveSpec& curve : curves) {
         const std::string path = ItemPath(dataset, curve.name);
         CreateItem(database.handle, path, curve);
-        if (curve.count > 0)
-            WriteSamples(database.handle, path, curve, curve.first, curve.count);
+        WriteSamples(database.handle, path, curve, curve.first, curve.count);
     }
     Check(Api().DBcommit(database.handle), DatabasePath());
 }
 
-void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
-    const ItemInfo info = ReadCurve(dataset, curve.name).info;
-    const OpenForWriting database(DatabasePath());
-    WriteSamples(database.handle, ItemPath(dataset, curve.name), curve,
-                 info.IsEmpty() ? curve.first : info.extentLast + curve.step, count);
-}
-
-Recorder::Recorder(const std::string& databasePath, std::string dataset, std::vector<CurveSpec> curves)
-    : dataset_(std::move(dataset)), curves_(std::move(curves)) {
-    Check(Api().DBopenA(databasePath.c_str(), DK_OPEN_CREATE, &database_), databasePath);
-    for (const CurveSpec& curve : curves_)
-        CreateItem(database_, ItemPath(dataset_, curve.name), curve);
-}
-
-Recorder::~Recorder() {
-    Api().DBclose(database_);
-}
-
-void Recorder::Record(std::int32_t count) {
-    Check(Api().DBbegin(database_), dataset_);
-    for (const CurveSpec& curve : curves_)
-        WriteSamples(database_, ItemPath(dataset_, curve.name), curve, curve.first + recorded_ * curve.step,
-                     count);
-    Check(Api().DBcommit(database_), dataset_);
-    recorded_ += count;
+void DravikFixture::Append(const std::string& dataset, const std::vector<CurveSpec>& curves,
+                           std::int32_t count) {
+    for (const CurveSpec& curve : curves) {
+        const ItemInfo info = ReadCurve(dataset, curve.name).info;
+        const OpenForWriting database(DatabasePath());
+        WriteSamples(database.handle, ItemPath(dataset, curve.name), curve,
+                     info.IsEmpty() ? curve.first : info.extentLast + curve.step, count);
+    }
 }
 
 void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
@@ -205,9 +184,7 @@ StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::stri
     if (stored.info.IsEmpty())
         return stored;
     const auto count =
-        static_cast<std::size_t>((std::int64_t{stored.info.extentLast} - stored.info.extentFirst) /
-                                 stored.info.step) +
-        1;
+        static_cast<std::size_t>((stored.info.extentLast - stored.info.extentFirst) / stored.info.step + 1);
     std::vector<float> values(count);
     std::vector<std::uint8_t> present(count);
     reader.ReadGrid(stored.info.extentFirst, values, present);
@@ -227,10 +204,9 @@ void DravikFixture::Select(const std::vector<std::string>& datasets, const std::
     std::vector<DatasetRecord> records;
     ASSERT_TRUE(ReadDatasets(DatabasePath(), datasets, records));
     ASSERT_TRUE(AppendDatasets(std::move(records)));
-    const auto positionOf = [](const std::string& name) { return PreselectedCurve(0, name); };
     ASSERT_TRUE(CurveInCommonList(pressure)) << pressure;
     ASSERT_TRUE(CurveInCommonList(flow)) << flow;
-    ChooseCurves(positionOf(pressure), positionOf(flow));
+    ChooseCurves(PreselectedCurve(0, pressure), PreselectedCurve(0, flow));
     SortDatasets();
 }
 

@@ -50,24 +50,6 @@ struct ValveSpec {
 };
 std::vector<CurveSpec> ValveCurves(const ValveSpec& valve);
 
-/// A recording: makes the curves of a dataset and appends to them, all in one transaction, the database kept
-/// open.
-class Recorder {
-  public:
-    Recorder(const std::string& databasePath, std::string dataset, std::vector<CurveSpec> curves);
-    ~Recorder();
-    Recorder(const Recorder&) = delete;
-    Recorder& operator=(const Recorder&) = delete;
-    void Record(std::int32_t count);
-    std::int32_t Recorded() const { return recorded_; }
-
-  private:
-    std::int32_t database_ = 0;
-    std::string dataset_;
-    std::vector<CurveSpec> curves_;
-    std::int32_t recorded_ = 0;
-};
-
 /// Loads DKBase and Smooth32 (where it is built) from the build's bin folder, once for the process. False
 /// after a failure is added.
 bool LoadBuiltLibraries();
@@ -82,10 +64,13 @@ class DravikFixture : public ::testing::Test {
     std::string DatabasePath() const { return folder.File("well.vdb"); }
 
     /// Creates the database when it is not there, the dataset with it.
-    void AddCurve(const std::string& dataset, const CurveSpec& curve);
+    void AddCurve(const std::string& dataset, const CurveSpec& curve) { AddCurves(dataset, {curve}); }
     void AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves);
     /// Writes further samples behind the last one that is there.
-    void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count);
+    void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
+        Append(dataset, std::vector{curve}, count);
+    }
+    void Append(const std::string& dataset, const std::vector<CurveSpec>& curves, std::int32_t count);
     void SetPresentation(const std::string& dataset, const Presentation& presentation);
     void DeleteItem(const std::string& path);
     StoredCurve ReadCurve(const std::string& dataset, const std::string& curve);

@@ -39,6 +39,15 @@ CommandResult Run(const std::string& commandLine) {
             ReadAll(folder.File("err"))};
 }
 
+RunTimeError ThrownBy(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const RunTimeError& error) {
+        return error;
+    }
+    return {};
+}
+
 ScriptedPorts::ScriptedPorts() : before_(CurrentPorts()) {
     CurrentPorts() = {this, this, this, this};
 }

@@ -3,11 +3,13 @@
 
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "general/Ports.h"
+#include "general/RunTimeError.h"
 
 namespace vorela::test {
 
@@ -35,6 +37,9 @@ struct CommandResult {
     std::string err;
 };
 CommandResult Run(const std::string& commandLine);
+
+/// What the body threw; number 0 when nothing.
+RunTimeError ThrownBy(const std::function<void()>& body);
 
 struct ShownBox {
     MessageIcon icon;
