@@ -4,7 +4,6 @@
 #include <random>
 
 #include "db/Curves.h"
-#include "general/RunTimeError.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {
@@ -15,56 +14,54 @@ using testing::HasSubstr;
 
 class Curves : public test::DravikFixture {
   protected:
+    void SetUp() override {
+        DravikFixture::SetUp();
+        AddCurve("L", Line());
+        database.emplace(DatabasePath());
+    }
+    void TearDown() override {
+        database.reset();
+        DravikFixture::TearDown();
+    }
     /// 2 · index with a gap at 400, grid 100, 110, …, samples 40000 so that several blocks are read.
-    static CurveSpec Line() {
-        return {"LINE", "psi", 40000,
+    static CurveSpec Line(std::int32_t count = 40000) {
+        return {"LINE", "psi", count,
                 [](std::int32_t t) { return t == 400 ? std::nullopt : std::optional(2.0 * t); }, 100};
     }
-    static DerivedCurve Derived() { return {10, 100, "psi", 1.0F, 0.0F, "made by a test"}; }
+    CurveReader Reader(Between between = Between::linear) { return {*database, "L", "LINE", between}; }
+    CurveWriter Recreate(const std::string& name) {
+        return CurveWriter::Recreate(*database, "L", name, derived);
+    }
+    CurveWriter OpenOrCreate(const std::string& name) {
+        return CurveWriter::OpenOrCreate(*database, "L", name, derived);
+    }
     static constexpr std::int32_t lastIndex = 100 + 39999 * 10;
+    DerivedCurve derived{10, 100, "psi", 1.0F, 0.0F, "made by a test"};
+    std::optional<Database> database;
 };
 
 std::string DescriptionOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const RunTimeError& error) {
-        return error.description;
-    }
-    return "nothing was thrown";
+    return test::ThrownBy(body).description;
 }
 
-TEST_F(Curves, ReaderInterpolatesBetweenSamplesAndHoldsTheOneBeforeForCodes) {
-    AddCurve("L", Line());
-    const Database database(DatabasePath());
-    CurveReader linear(database, "L", "LINE", Between::linear);
-    CurveReader before(database, "L", "LINE", Between::sampleBefore);
+TEST_F(Curves, ReaderInterpolatesBetweenSamplesAndHoldsTheOneBeforeForCodesBridgingNoGap) {
+    CurveReader linear = Reader();
+    CurveReader before = Reader(Between::sampleBefore);
     EXPECT_EQ(linear.At(103), 206.0);
     EXPECT_EQ(linear.At(103.25), 206.5);
     EXPECT_EQ(before.At(109), 200.0);
     EXPECT_EQ(linear.At(lastIndex), 2.0 * lastIndex);
-    EXPECT_FALSE(linear.At(99.9));
-    EXPECT_FALSE(linear.At(lastIndex + 0.5));
+    EXPECT_EQ(linear.At(390), 780.0);
+    EXPECT_EQ(linear.At(410), 820.0);
+    EXPECT_EQ(before.At(399), 780.0);
+    for (const double nothing : {99.9, 391.0, 400.0, 409.0, lastIndex + 0.5})
+        EXPECT_FALSE(linear.At(nothing)) << nothing;
+    EXPECT_FALSE(before.At(405));
     EXPECT_FALSE(before.At(lastIndex + 1));
 }
 
-TEST_F(Curves, AGapIsNotBridged) {
-    AddCurve("L", Line());
-    const Database database(DatabasePath());
-    CurveReader linear(database, "L", "LINE", Between::linear);
-    CurveReader before(database, "L", "LINE", Between::sampleBefore);
-    EXPECT_EQ(linear.At(390), 780.0);
-    EXPECT_FALSE(linear.At(391));
-    EXPECT_FALSE(linear.At(400));
-    EXPECT_FALSE(linear.At(409));
-    EXPECT_EQ(linear.At(410), 820.0);
-    EXPECT_EQ(before.At(399), 780.0);
-    EXPECT_FALSE(before.At(405));
-}
-
 TEST_F(Curves, ReaderGivesTheSameInAnyOrderOfIndices) {
-    AddCurve("L", Line());
-    const Database database(DatabasePath());
-    CurveReader reader(database, "L", "LINE", Between::linear);
+    CurveReader reader = Reader();
     std::mt19937 random(7);
     std::uniform_int_distribution<std::int32_t> anywhere(500, lastIndex);
     for (int i = 0; i < 2000; ++i) {
@@ -74,9 +71,7 @@ TEST_F(Curves, ReaderGivesTheSameInAnyOrderOfIndices) {
 }
 
 TEST_F(Curves, GridReadingMarksWhatIsNotThere) {
-    AddCurve("L", Line());
-    const Database database(DatabasePath());
-    CurveReader reader(database, "L", "LINE", Between::linear);
+    CurveReader reader = Reader();
     std::vector<float> values(4, -1.0F);
     std::vector<std::uint8_t> present(4, 9);
     reader.ReadGrid(80, values, present);
@@ -91,15 +86,11 @@ TEST_F(Curves, GridReadingMarksWhatIsNotThere) {
 }
 
 TEST_F(Curves, ReaderSeesWhatWasAppendedOnlyAfterARefresh) {
-    CurveSpec curve = Line();
-    curve.count = 20;
-    AddCurve("L", curve);
-    const Database database(DatabasePath());
-    CurveReader reader(database, "L", "LINE", Between::linear);
+    AddCurve("SHORT", Line(20));
+    CurveReader reader(*database, "SHORT", "LINE", Between::linear);
     EXPECT_TRUE(reader.Covers(100, 290));
     EXPECT_FALSE(reader.Covers(100, 291));
-    EXPECT_FALSE(reader.At(300));
-    Append("L", curve, 5);
+    Append("SHORT", Line(), 5);
     EXPECT_FALSE(reader.At(300));
     reader.Refresh();
     EXPECT_EQ(reader.At(300), 600.0);
@@ -107,89 +98,60 @@ TEST_F(Curves, ReaderSeesWhatWasAppendedOnlyAfterARefresh) {
 }
 
 TEST_F(Curves, DerivedCurveCoversItsValidSpanOnly) {
-    AddCurve("L", Line());
-    Database database(DatabasePath());
-    CurveWriter writer = CurveWriter::Recreate(database, "L", "X_p", Derived());
-    const std::vector<float> ones(50, 1.0F);
-    writer.PutRun(100, ones);
+    CurveWriter writer = Recreate("X_p");
+    writer.PutRun(100, std::vector<float>(50, 1.0F));
     writer.Flush();
     writer.Mark(150, 400);
-    const CurveReader reader(database, "L", "X_p", Between::linear);
+    const CurveReader reader(*database, "L", "X_p", Between::linear);
     EXPECT_EQ(reader.Info().made, "made by a test");
     EXPECT_TRUE(reader.Covers(150, 400));
     EXPECT_FALSE(reader.Covers(140, 400));
     EXPECT_FALSE(reader.Covers(150, 410));
 }
 
-TEST_F(Curves, WriterJoinsRunsReplacesSamplesAndDropsWhatLiesBeforeTheGrid) {
-    AddCurve("L", Line());
-    {
-        Database database(DatabasePath());
-        CurveWriter writer = CurveWriter::Recreate(database, "L", "X_p", Derived());
-        const std::vector<float> run{1, 2, 3, 4};
-        writer.PutRun(80, run);  // 80 and 90 have no place
-        writer.Put(120, 5);
-        writer.Put(110, 6);
-        writer.Put(150, 7);  // leaves gaps at 130 and 140
-        writer.Flush();
-    }
+TEST_F(Curves, WriterJoinsRunsReplacesSamplesAndDropsWhatLiesBeforeTheGridOrIsOfAnOlderRun) {
+    CurveWriter older = Recreate("X_p");
+    older.PutRun(100, std::vector<float>(30, 1.0F));
+    older.Flush();
+    CurveWriter writer = Recreate("X_p");
+    writer.PutRun(80, std::vector<float>{1, 2, 3, 4});  // 80 and 90 have no place
+    writer.Put(120, 5);
+    writer.Put(110, 6);
+    writer.Put(150, 7);  // leaves gaps at 130 and 140
+    writer.Flush();
     const test::StoredCurve stored = ReadCurve("L", "X_p");
     EXPECT_THAT(stored.samples, testing::ElementsAre(3.0F, 6.0F, 5.0F, std::nullopt, std::nullopt, 7.0F));
     EXPECT_EQ(stored.info.extentFirst, 100);
 }
 
-TEST_F(Curves, RecreatingLeavesNothingOfTheOlderRun) {
-    AddCurve("L", Line());
-    Database database(DatabasePath());
-    for (const std::size_t count : {30U, 3U}) {
-        CurveWriter writer = CurveWriter::Recreate(database, "L", "X_p", Derived());
-        writer.PutRun(100, std::vector<float>(count, 1.0F));
-        writer.Flush();
-    }
-    EXPECT_EQ(ReadCurve("L", "X_p").samples.size(), 3U);
-}
-
 TEST_F(Curves, NothingRecordedIsOverwritten) {
-    AddCurve("L", Line());
     CurveSpec taken = Line();
     taken.name = "AB_p";
     AddCurve("L", taken);
     const std::string before = test::ReadAll(DatabasePath());
-    Database database(DatabasePath());
     CurrentSelection().choice.flow = "AB_p";
-    for (const char* name : {"LINE", "AB_p", "PVLPOS", "PVLID", "PVLIDT", "PVLT", "ADPTH", "ZG"}) {
-        const std::string recreated =
-            DescriptionOf([&] { CurveWriter::Recreate(database, "L", name, Derived()); });
-        const std::string opened =
-            DescriptionOf([&] { CurveWriter::OpenOrCreate(database, "L", name, Derived()); });
-        EXPECT_THAT(recreated, HasSubstr("L/" + std::string(name) + "/1 in " + DatabasePath())) << name;
-        EXPECT_EQ(opened, recreated);
+    for (const std::string name : {"LINE", "AB_p", "PVLPOS", "PVLID", "PVLIDT", "PVLT", "ADPTH", "ZG"}) {
+        const std::string recreated = DescriptionOf([&] { Recreate(name); });
+        EXPECT_THAT(recreated, HasSubstr("L/" + name + "/1 in " + DatabasePath()));
+        EXPECT_EQ(DescriptionOf([&] { OpenOrCreate(name); }), recreated);
     }
-    database.Close();
+    database->Close();
     EXPECT_EQ(test::ReadAll(DatabasePath()), before);
-    EXPECT_EQ(ReadCurve("L", "LINE").samples.size(), 40000U);
 }
 
 TEST_F(Curves, ExtensionOnAnotherGridIsRefused) {
-    AddCurve("L", Line());
-    Database database(DatabasePath());
-    CurveWriter::Recreate(database, "L", "X_p", Derived());
-    DerivedCurve other = Derived();
-    other.step = 20;
-    EXPECT_THAT(DescriptionOf([&] { CurveWriter::OpenOrCreate(database, "L", "X_p", other); }),
-                HasSubstr("another sample grid"));
-    other = Derived();
-    other.firstIndex = 105;
-    EXPECT_THAT(DescriptionOf([&] { CurveWriter::OpenOrCreate(database, "L", "X_p", other); }),
-                HasSubstr("another sample grid"));
+    Recreate("X_p");
+    for (const auto& [step, first] : {std::pair(20, 100), std::pair(10, 105)}) {
+        derived.step = static_cast<std::int16_t>(step);
+        derived.firstIndex = first;
+        EXPECT_THAT(DescriptionOf([&] { OpenOrCreate("X_p"); }), HasSubstr("another sample grid"));
+    }
 }
 
 TEST_F(Curves, ATransactionWithoutCommitLeavesNothing) {
-    AddCurve("L", Line());
-    Database database(DatabasePath());
     {
-        const Transaction transaction(database);
-        CurveWriter writer = CurveWriter::Recreate(database, "L", "X_p", Derived());
+        const Transaction transaction(*database);
+        CurveWriter writer = Recreate("X_p");
         writer.Put(100, 1.0F);
         writer.Flush();
     }
@@ -197,12 +159,9 @@ TEST_F(Curves, ATransactionWithoutCommitLeavesNothing) {
 }
 
 TEST_F(Curves, AFailingCallNamesItemFileAndStatus) {
-    AddCurve("L", Line());
-    const Database database(DatabasePath());
-    const std::string description =
-        DescriptionOf([&] { CurveReader(database, "L", "NONE", Between::linear); });
-    EXPECT_THAT(description, testing::StartsWith("L/NONE/1 in " + DatabasePath() +
-                                                 ": The requested item or sample is not available"));
+    EXPECT_THAT(DescriptionOf([&] { CurveReader(*database, "L", "NONE", Between::linear); }),
+                testing::StartsWith("L/NONE/1 in " + DatabasePath() +
+                                    ": The requested item or sample is not available"));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <random>
 
 #include "db/modSelectData.h"
 #include "general/RunTimeError.h"
@@ -33,33 +32,17 @@ class SpinnerFilter : public test::DravikFixture {
                 },
                 200};
     }
-    static std::vector<CurveSpec> Level(const CurveSpec& flow) {
-        const auto one = [](std::int32_t) { return 1.0; };
-        return {{"ZG", "psi", 1, one, 200}, flow, {"PVLPOS", "", 1, one, 200}};
-    }
     void MakeLevel(const std::string& name, const CurveSpec& flow) {
-        AddCurves(name, Level(flow));
+        const auto one = [](std::int32_t) { return 1.0; };
+        AddCurves(name, {{"ZG", "psi", 1, one, 200}, flow, {"PVLPOS", "", 1, one, 200}});
         Select({name});
     }
     static void SetFilter(FilterType type, double seconds) {
         CurrentParameters().dFilt = type;
         CurrentParameters().dLen = seconds;
     }
+    std::string Made() { return ReadCurve("L", "RTC_f").info.made; }
 };
-
-/// True when every sample lies within one unit in the last place of the other curve's.
-bool SameToOneUnit(const test::StoredCurve& a, const test::StoredCurve& b) {
-    if (a.info.extentFirst != b.info.extentFirst || a.samples.size() != b.samples.size())
-        return false;
-    for (std::size_t i = 0; i < a.samples.size(); ++i) {
-        if (a.samples[i].has_value() != b.samples[i].has_value())
-            return false;
-        if (a.samples[i] && std::abs(*a.samples[i] - *b.samples[i]) >
-                                std::nextafter(std::abs(*a.samples[i]), INFINITY) - std::abs(*a.samples[i]))
-            return false;
-    }
-    return true;
-}
 
 TEST(FilterSpecifications, AreTypeAndShortestLength) {
     EXPECT_EQ(FilterSpecification(gaussian, 2.5), "Gaussian,2.5");
@@ -96,42 +79,27 @@ TEST_F(SpinnerFilter, OutputIsMovedBackByTheLagAndItsEndStaysUnwritten) {
     EXPECT_NEAR(*filtered.At(200), first / 9, 1e-6);
 }
 
-TEST_F(SpinnerFilter, ExtendingInAnyPiecesIsOneRun) {
-    std::mt19937 random(3);
-    int dataset = 0;
+TEST_F(SpinnerFilter, AFilterBehindAnInteractiveRunJoinsWithoutAStep) {
     for (const FilterType type : {none, square, gaussian, triangle}) {
-        SetFilter(type, type == none ? 0 : 2.5);
         const std::string whole = "W" + std::to_string(type);
+        const std::string pieces = "P" + std::to_string(type);
+        SetFilter(type, type == none ? 0 : 2.5);
         MakeLevel(whole, Flow(samples, true));
         ASSERT_TRUE(FilterDatasetFlow(0, false));
-        for (const int piece : {type == square ? 1 : 13, 7, 0}) {
-            const std::string name = "P" + std::to_string(++dataset);
-            test::Recorder recorder(DatabasePath(), name, Level(Flow(samples, true)));
-            recorder.Record(1);
-            Select({name});
-            ASSERT_TRUE(FilterDatasetFlow(0, piece != 7)) << "begun by hand or by the timer";
-            while (recorder.Recorded() < samples) {
-                const std::int32_t more = piece > 0 ? piece : std::uniform_int_distribution(1, 60)(random);
-                recorder.Record(std::min(more, samples - recorder.Recorded()));
-                ASSERT_TRUE(FilterDatasetFlow(0, true));
-                if (piece == 0)
-                    ResetFilterSlots();  // as after a look at the selection: the filter starts in mid-curve
-            }
-            EXPECT_TRUE(SameToOneUnit(ReadCurve(name, "RTC_f"), ReadCurve(whole, "RTC_f")))
-                << type << " " << piece;
+        MakeLevel(pieces, Flow(150, true));
+        ASSERT_TRUE(FilterDatasetFlow(0, false));
+        for (const std::int32_t more : {1, 60, samples - 211}) {
+            Append(pieces, Flow(0, true), more);
+            ASSERT_TRUE(FilterDatasetFlow(0, true));
+        }
+        const auto expected = ReadCurve(whole, "RTC_f").samples;
+        const auto joined = ReadCurve(pieces, "RTC_f").samples;
+        ASSERT_EQ(joined.size(), expected.size());
+        for (std::size_t i = 0; i < joined.size(); ++i) {
+            ASSERT_EQ(joined[i].has_value(), expected[i].has_value()) << type << " " << i;
+            EXPECT_FLOAT_EQ(joined[i].value_or(0), expected[i].value_or(0)) << type << " " << i;
         }
     }
-}
-
-TEST_F(SpinnerFilter, AFilterBehindAnInteractiveRunJoinsWithoutAStep) {
-    SetFilter(gaussian, 3);
-    MakeLevel("W", Flow());
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
-    MakeLevel("L", Flow(150));
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
-    Append("L", Flow(), samples - 150);
-    ASSERT_TRUE(FilterDatasetFlow(0, true));
-    EXPECT_TRUE(SameToOneUnit(ReadCurve("L", "RTC_f"), ReadCurve("W", "RTC_f")));
 }
 
 TEST_F(SpinnerFilter, AnotherFilterStartsTheCurveAnew) {
@@ -141,15 +109,15 @@ TEST_F(SpinnerFilter, AnotherFilterStartsTheCurveAnew) {
     SetFilter(triangle, 9);
     Append("L", Flow(), samples - 150);
     ASSERT_TRUE(FilterDatasetFlow(0, true));
+    EXPECT_EQ(Made(), "Triangle,9 by Smooth32");
     const test::StoredCurve extended = ReadCurve("L", "RTC_f");
     ASSERT_TRUE(FilterDatasetFlow(0, false));
-    const test::StoredCurve anew = ReadCurve("L", "RTC_f");
-    EXPECT_EQ(extended.samples, anew.samples);
-    EXPECT_EQ(extended.info.made, "Triangle,9 by Smooth32");
+    EXPECT_EQ(extended.samples, ReadCurve("L", "RTC_f").samples);
 }
 
 TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwriting) {
     MakeLevel("L", Flow());
+    const auto input = ReadCurve("L", "RTC").samples;
     SetFilter(square, 1);
     EXPECT_FALSE(FilteredFlowExists());
     ASSERT_TRUE(CreateFilteredFlow(true));
@@ -162,13 +130,13 @@ TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwr
     EXPECT_EQ(
         ports.questions[0].text,
         "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?");
-    EXPECT_EQ(ReadCurve("L", "RTC_f").info.made, "Square,1 by Smooth32");
+    EXPECT_EQ(Made(), "Square,1 by Smooth32");
     ASSERT_TRUE(CreateFilteredFlow(false));
-    EXPECT_EQ(ReadCurve("L", "RTC_f").info.made, "Square,5 by Smooth32");
-    EXPECT_EQ(ReadCurve("L", "RTC").samples.size(), static_cast<std::size_t>(samples));
+    EXPECT_EQ(Made(), "Square,5 by Smooth32");
+    EXPECT_EQ(ReadCurve("L", "RTC").samples, input);
 }
 
-TEST_F(SpinnerFilter, ALengthThatTheLibraryRefusesIsToldAndLeavesTheCurve) {
+TEST_F(SpinnerFilter, ALengthOrTypeThatIsNoneIsToldAndLeavesTheCurve) {
     MakeLevel("L", Flow());
     SetFilter(square, 1);
     ASSERT_TRUE(FilterDatasetFlow(0, false));
@@ -179,15 +147,11 @@ TEST_F(SpinnerFilter, ALengthThatTheLibraryRefusesIsToldAndLeavesTheCurve) {
     EXPECT_EQ(ports.boxes[0].icon, MessageIcon::information);
     EXPECT_EQ(ports.boxes[0].title, "Vorela");
     EXPECT_EQ(ports.boxes[0].text, "Error creating filtered flow");
-    EXPECT_EQ(ReadCurve("L", "RTC_f").samples, before);
-}
-
-TEST_F(SpinnerFilter, AFilterTypeThatIsNoneIsReported) {
-    MakeLevel("L", Flow());
     CurrentParameters().dFilt = 9;
-    EXPECT_FALSE(CreateFilteredFlow(true));
-    ASSERT_FALSE(ports.boxes.empty());
-    EXPECT_THAT(ports.boxes[0].text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
+    EXPECT_FALSE(CreateFilteredFlow(false));
+    ASSERT_GE(ports.boxes.size(), 2U);
+    EXPECT_THAT(ports.boxes[1].text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
+    EXPECT_EQ(ReadCurve("L", "RTC_f").samples, before);
 }
 
 /// A question that fails, to see under which label the entry reports.
@@ -217,7 +181,7 @@ TEST_F(SpinnerFilter, ADatasetImportedAgainIsFilteredFromItsStart) {
     SetFilter(square, 1);
     ASSERT_TRUE(FilterDatasetFlow(0, true));
     DeleteItem("L");
-    AddCurves("L", Level(Flow(60)));
+    AddCurve("L", Flow(60));
     ASSERT_TRUE(FilterDatasetFlow(0, true));
     EXPECT_EQ(ReadCurve("L", "RTC_f").samples.size(), 55U);
 }

@@ -1,8 +1,9 @@
 // The reconstructed valve signal.
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <random>
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
@@ -13,10 +14,9 @@ namespace vorela {
 namespace {
 
 using test::CurveSpec;
-using testing::ElementsAre;
 
 constexpr std::int32_t samples = 400;
-constexpr std::size_t cycleBoundaries = 11;
+constexpr int cycleBoundaries = 11;
 
 TEST(ValveArithmetic, ElapsedTimeFollowsTheTimerAcrossItsWrap) {
     EXPECT_EQ(ElapsedTicks(65000, 200), 19);
@@ -48,20 +48,17 @@ class Modulator : public test::DravikFixture {
         DravikFixture::SetUp();
         SetCycleAnalysis(
             {[this](std::size_t dataset, std::int32_t boundary) {
+                 DatasetRecord& record = CurrentSelection().datasets[dataset];
                  boundaries.push_back(boundary);
-                 signalEnds.push_back(
-                     ReadCurve(CurrentSelection().datasets[dataset].dataset, "PVLSIG").info.extentLast);
-                 AppendCycle(CurrentSelection().datasets[dataset].cycles);
+                 EXPECT_GE(ReadCurve(record.dataset, "PVLSIG").info.extentLast, boundary / 10 * 10)
+                     << "the analysis must see the signal up to the boundary";
+                 AppendCycle(record.cycles);
                  return takesBoundaries;
              },
-             [this](std::size_t) {
-                 ++finished;
-                 return true;
-             },
+             [this](std::size_t) { return ++finished > 0; },
              [this](std::size_t dataset, CycleSource source) {
                  CurrentSelection().datasets[dataset].cycleSource = source;
-                 ++recalculated;
-                 return true;
+                 return ++recalculated > 0;
              }});
     }
     void TearDown() override {
@@ -72,13 +69,15 @@ class Modulator : public test::DravikFixture {
     /// A valve of 1.93 s period whose boundaries lie between samples; the curves of a whole dataset, first
     /// index 500.
     static std::vector<CurveSpec> Level(std::int32_t count = samples) {
-        const auto flat = [&](const char* name, const char* unit) {
-            return CurveSpec{name, unit, count, [](std::int32_t) { return 1.0; }, 500};
-        };
-        std::vector<CurveSpec> curves{flat("ZG", "psi"), flat("RTC", "rps"), flat("ZG_p", "psi"),
-                                      flat("RTC_qs", "rps")};
-        for (CurveSpec& curve : test::ValveCurves({555, 386, count, 500, 10}))
-            curves.push_back(std::move(curve));
+        std::vector<CurveSpec> curves;
+        for (const char* name : {"ZG", "RTC", "ZG_p", "RTC_qs"})
+            curves.push_back({name, "", count, [](std::int32_t) { return 1.0; }, 500});
+        std::ranges::move(test::ValveCurves({555, 386, count, 500, 10}), std::back_inserter(curves));
+        return curves;
+    }
+    static std::vector<CurveSpec> LevelWithout(const std::string& name) {
+        std::vector<CurveSpec> curves = Level();
+        std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == name; });
         return curves;
     }
     /// The same with gaps in two curves and codes that are none.
@@ -97,42 +96,38 @@ class Modulator : public test::DravikFixture {
         }
         return curves;
     }
-    void MakeLevel(const std::string& name, std::vector<CurveSpec> curves) {
+    void MakeLevel(const std::string& name, const std::vector<CurveSpec>& curves) {
         AddCurves(name, curves);
         Select({name});
     }
+    std::int32_t CyclesOfTheLevel() const { return CurrentSelection().datasets[0].cycles.count; }
     /// The signal by the plain rules, sample by sample over whole arrays.
     std::vector<std::optional<float>> Reference(const std::string& dataset,
                                                 std::vector<std::int32_t>& cycleStarts) {
         const auto code = ReadCurve(dataset, "PVLID").samples;
         const auto changeTimer = ReadCurve(dataset, "PVLIDT").samples;
         const auto timer = ReadCurve(dataset, "PVLT").samples;
-        std::vector<std::optional<float>> signal(code.size());
-        signal[0] = 0.0F;
+        std::vector<std::optional<float>> signal{0.0F};
         double state = 1.0;
         int last = static_cast<int>(*code[0]);
         int previous = 500;
-        int written = 0;
         for (std::size_t k = 0; k < code.size(); ++k) {
             if (!code[k] || !changeTimer[k] || !timer[k] || static_cast<int>(*code[k]) == last)
                 continue;
             const int change = 500 + static_cast<int>(k) * 10 - ElapsedTicks(*changeTimer[k], *timer[k]);
             for (int t = (previous + 9) / 10 * 10; t <= change; t += 10) {
-                written = (t - 500) / 10;
-                signal[static_cast<std::size_t>(written)] =
-                    RampValue(t, previous, change, last, static_cast<int>(*code[k]), state);
+                signal.resize(static_cast<std::size_t>(t - 500) / 10 + 1);
+                signal.back() = RampValue(t, previous, change, last, static_cast<int>(*code[k]), state);
             }
             last = static_cast<int>(*code[k]);
             if (last == 3)
                 cycleStarts.push_back(change);
             previous = change;
         }
-        signal.resize(static_cast<std::size_t>(written) + 1);
         return signal;
     }
 
     std::vector<std::int32_t> boundaries;
-    std::vector<std::int32_t> signalEnds;  ///< last index of PVLSIG that a second handle saw at each boundary
     bool takesBoundaries = true;
     int finished = 0;
     int recalculated = 0;
@@ -145,57 +140,39 @@ TEST_F(Modulator, BoundariesAreFoundWhereTheTimerSaysWhateverTheSampling) {
     for (std::size_t i = 0; i < boundaries.size(); ++i) {
         constexpr int timerRounding = 1;  // hundredths of a second
         EXPECT_NEAR(boundaries[i], 555 + 386 * static_cast<int>(i), timerRounding);
-        EXPECT_GE(signalEnds[i], boundaries[i] / 10 * 10)
-            << "the analysis must see the signal up to the boundary";
     }
     EXPECT_EQ(finished, 1);
     EXPECT_EQ(CurrentSelection().datasets[0].cycleSource, CycleSource::filtered);
     EXPECT_THAT(ports.statusTexts, testing::Contains(testing::StartsWith("Creating Vorela valve curves ")));
     EXPECT_EQ(ports.highestValue, 20);
-}
-
-TEST_F(Modulator, SignalIsThePlainReconstructionAndItsSpanEndsAtTheLastChange) {
-    MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
-    std::vector<std::int32_t> cycleStarts;
     const test::StoredCurve signal = ReadCurve("L", "PVLSIG");
-    EXPECT_EQ(signal.samples, Reference("L", cycleStarts));
-    EXPECT_EQ(boundaries, cycleStarts);
     EXPECT_EQ(signal.info.validFirst, 500);
-    EXPECT_NEAR(signal.info.validLast, 555 + 386 * 10, 1);
+    EXPECT_NEAR(signal.info.validLast, 555 + 386 * 10, 1) << "the last change";
     EXPECT_EQ(signal.info.extentLast, signal.info.validLast / 10 * 10);
 }
 
-TEST_F(Modulator, GapsAndUnknownCodesFollowThePlainRules) {
-    MakeLevel("L", AwkwardLevel());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
-    std::vector<std::int32_t> cycleStarts;
-    EXPECT_EQ(ReadCurve("L", "PVLSIG").samples, Reference("L", cycleStarts));
-    EXPECT_EQ(boundaries, cycleStarts);
-}
-
-TEST_F(Modulator, ExtendingInAnyPiecesIsOneRun) {
-    MakeLevel("WHOLE", AwkwardLevel());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
-    const test::StoredCurve whole = ReadCurve("WHOLE", "PVLSIG");
-    const std::vector<std::int32_t> wholeBoundaries = boundaries;
-    std::mt19937 random(11);
-    for (const int piece : {1, 2, 7, 37, 0}) {
-        const std::string name = "P" + std::to_string(piece);
-        test::Recorder recorder(DatabasePath(), name, AwkwardLevel());
-        recorder.Record(1);
-        Select({name});
+TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) {
+    for (const auto& [name, curves] : {std::pair("PLAIN", Level()), std::pair("AWKWARD", AwkwardLevel())}) {
+        MakeLevel(name, curves);
+        std::vector<std::int32_t> cycleStarts;
+        const auto expected = Reference(name, cycleStarts);
         boundaries.clear();
-        ASSERT_TRUE(ReconstructValveCurve(0, piece % 2 == 1)) << "begun by hand or by the timer";
-        while (recorder.Recorded() < samples) {
-            const std::int32_t more = piece > 0 ? piece : std::uniform_int_distribution(1, 90)(random);
-            recorder.Record(std::min(more, samples - recorder.Recorded()));
+        ASSERT_TRUE(ReconstructValveCurve(0, false));
+        EXPECT_EQ(ReadCurve(name, "PVLSIG").samples, expected);
+        EXPECT_EQ(boundaries, cycleStarts);
+
+        const std::string pieces = name + std::string("PIECES");
+        std::vector<CurveSpec> shorter = curves;
+        for (CurveSpec& curve : shorter)
+            curve.count = 1;
+        MakeLevel(pieces, shorter);
+        boundaries.clear();
+        for (const std::int32_t more : {0, 1, 7, 90, 2, 100, 37, samples - 238}) {
+            Append(pieces, curves, more);
             ASSERT_TRUE(ReconstructValveCurve(0, true));
         }
-        const test::StoredCurve pieces = ReadCurve(name, "PVLSIG");
-        EXPECT_EQ(pieces.samples, whole.samples) << piece;
-        EXPECT_EQ(pieces.info.validLast, whole.info.validLast);
-        EXPECT_EQ(boundaries, wholeBoundaries) << piece;
+        EXPECT_EQ(ReadCurve(pieces, "PVLSIG").samples, expected);
+        EXPECT_EQ(boundaries, cycleStarts);
     }
 }
 
@@ -207,14 +184,13 @@ TEST_F(Modulator, ANewSelectionStartsTheCyclesAfresh) {
     Select({"L"});
     ASSERT_TRUE(ReconstructValveCurve(0, true));
     EXPECT_EQ(boundaries.size(), 2 * cycleBoundaries);
-    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, static_cast<std::int32_t>(cycleBoundaries));
+    EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries);
     takesBoundaries = false;
     Select({"L"});
     EXPECT_FALSE(ReconstructValveCurve(0, true));
     takesBoundaries = true;
     ASSERT_TRUE(ReconstructValveCurve(0, true));
-    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, static_cast<std::int32_t>(cycleBoundaries))
-        << "no boundary lost, none twice";
+    EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries) << "no boundary lost, none twice";
 }
 
 TEST_F(Modulator, ADatasetImportedAgainIsWalkedFromItsStart) {
@@ -225,7 +201,7 @@ TEST_F(Modulator, ADatasetImportedAgainIsWalkedFromItsStart) {
     boundaries.clear();
     ASSERT_TRUE(ReconstructValveCurve(0, true));
     EXPECT_EQ(boundaries.size(), 3U);
-    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 3);
+    EXPECT_EQ(CyclesOfTheLevel(), 3);
 }
 
 TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
@@ -253,11 +229,11 @@ TEST_F(Modulator, CyclesAreFoundWithoutWritingWhereTheSignalExists) {
     const std::string bytes = test::ReadAll(DatabasePath());
     ASSERT_TRUE(FindValveCycles(0));
     EXPECT_EQ(boundaries, found);
-    EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, static_cast<std::int32_t>(cycleBoundaries));
+    EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries);
     EXPECT_EQ(test::ReadAll(DatabasePath()), bytes);
 }
 
-TEST_F(Modulator, RecordedCurvesStayAsTheyWere) {
+TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTheyWere) {
     MakeLevel("L", Level());
     const auto recorded = [&] {
         std::vector<std::vector<std::optional<float>>> all;
@@ -266,52 +242,43 @@ TEST_F(Modulator, RecordedCurvesStayAsTheyWere) {
         return all;
     };
     const auto before = recorded();
-    ports.answers = {true};
-    ASSERT_TRUE(CreateReconstructedValveCurves(false));
-    ASSERT_TRUE(CreateReconstructedValveCurves(true));
-    EXPECT_EQ(recorded(), before);
-}
-
-TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndNoEndsIt) {
-    MakeLevel("L", Level());
     EXPECT_FALSE(ValveSignalPresent());
     ASSERT_TRUE(CreateReconstructedValveCurves(true));
     EXPECT_TRUE(ports.questions.empty());
     EXPECT_TRUE(ValveSignalPresent());
     boundaries.clear();
-    ports.answers = {false};
+    ports.answers = {false, true};
     EXPECT_FALSE(CreateReconstructedValveCurves(true));
+    EXPECT_TRUE(boundaries.empty());
     ASSERT_EQ(ports.questions.size(), 1U);
     EXPECT_EQ(ports.questions[0].text,
               "The reconstructed valve curve already exists.\rDo you want to overwrite the existing curves?");
-    EXPECT_TRUE(boundaries.empty());
+    EXPECT_TRUE(CreateReconstructedValveCurves(true));
+    EXPECT_TRUE(CreateReconstructedValveCurves(false)) << "does not ask";
+    EXPECT_EQ(boundaries.size(), 2 * cycleBoundaries);
+    EXPECT_EQ(recorded(), before);
 }
 
 TEST_F(Modulator, WithoutFilteredCurvesTheEntryOffersToMakeThem) {
-    std::vector<CurveSpec> curves = Level();
-    std::erase_if(curves, [](const CurveSpec& curve) { return curve.name == "ZG_p"; });
-    MakeLevel("L", curves);
+    MakeLevel("L", LevelWithout("ZG_p"));
     ports.answers = {false};
     EXPECT_FALSE(CreateReconstructedValveCurves(true));
     ASSERT_EQ(ports.questions.size(), 1U);
     EXPECT_EQ(ports.questions[0].text,
               "The filtered pressure and flow curves must be created before the valve data and cycle "
-              "information can "
-              "be calculated.\rDo you want to create the filtered curves now?");
+              "information can be calculated.\rDo you want to create the filtered curves now?");
     EXPECT_FALSE(HasCurve("L", "PVLSIG"));
 }
 
 TEST_F(Modulator, AMissingToolCurveIsNamed) {
     for (const std::string missing : {"PVLID", "PVLIDT", "PVLT"}) {
-        std::vector<CurveSpec> curves = Level();
-        std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == missing; });
-        MakeLevel("NO" + missing, curves);
-        ports.boxes.clear();
+        MakeLevel("NO" + missing, LevelWithout(missing));
         EXPECT_FALSE(CreateReconstructedValveCurves(true));
         ASSERT_EQ(ports.boxes.size(), 1U);
         EXPECT_EQ(ports.boxes[0].icon, MessageIcon::critical);
         EXPECT_EQ(ports.boxes[0].title, "PVL Curves");
         EXPECT_EQ(ports.boxes[0].text, "Can not find " + missing + " curve in all datasets.");
+        ports.boxes.clear();
     }
 }
 
@@ -323,8 +290,7 @@ TEST_F(Modulator, RecalculationNeedsCyclesOfTheRightSource) {
     ASSERT_EQ(ports.boxes.size(), 2U);
     EXPECT_EQ(ports.boxes[0].text,
               "To re-calculate cycle information using unfiltered pressure and flow the cycle information "
-              "must first "
-              "be calculated normally." +
+              "must first be calculated normally." +
                   advice);
     EXPECT_EQ(
         ports.boxes[1].text,
@@ -351,9 +317,9 @@ TEST_F(Modulator, AFailureIsReportedAndTheNextExtensionGoesOn) {
                 testing::AllOf(testing::HasSubstr("Error creating reconstructed mod curves: "),
                                testing::HasSubstr("L/PVLIDT/1 in ")));
     EXPECT_EQ(ports.value, 0);
-    const std::vector<CurveSpec> curves = Level();
-    AddCurve("L",
-             *std::find_if(curves.begin(), curves.end(), [](const auto& c) { return c.name == "PVLIDT"; }));
+    const CurveSpec timer = Level()[6];
+    ASSERT_EQ(timer.name, "PVLIDT");
+    AddCurve("L", timer);
     EXPECT_TRUE(ReconstructValveCurve(0, true));
     EXPECT_EQ(boundaries, found);
 }

@@ -9,7 +9,6 @@
 namespace vorela {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 
 class Parameters : public testing::Test {
@@ -95,52 +94,40 @@ TEST_F(Parameters, AStoredNumberOfIntervalsIsRaisedNeverLowered) {
 }
 
 TEST_F(Parameters, WithoutIntervalsTheReadingEndsBeforeTheFilter) {
-    Write("NumInts", "0");
-    Write("DLen", "7");
-    Write("DFilt", "2");
-    Write("Period", "100");
+    test::WriteAll(SettingsFilePath(), Section("NumInts=0 DLen=7 DFilt=2 Period=100"));
     CurrentParameters().porosity = {0.5};
     ReadParameters();
-    EXPECT_EQ(CurrentParameters().period, 100);
-    EXPECT_EQ(CurrentParameters().dLen, 0);
-    EXPECT_EQ(CurrentParameters().dFilt, 0);
-    EXPECT_THAT(CurrentParameters().porosity, ElementsAre(0.5));
+    const ParameterSet& set = CurrentParameters();
+    EXPECT_EQ(std::tie(set.period, set.dLen, set.dFilt), std::make_tuple(100.0, 0.0, 0));
+    EXPECT_THAT(set.porosity, ElementsAre(0.5));
 }
 
 TEST_F(Parameters, ResizingReadsEveryEntryAgain) {
     Write("0Porosity", "0.25");
     CurrentParameters().porosity = {0.9};
-    SelectDatasets(2);
-    ResizeIntervalArrays();
-    EXPECT_THAT(CurrentParameters().porosity, ElementsAre(0.25, 1));
-    SelectDatasets(0);
-    ResizeIntervalArrays();
-    EXPECT_EQ(CurrentParameters().numInts, 0);
-    EXPECT_THAT(CurrentParameters().porosity, ElementsAre(0.25, 1));
+    for (const std::size_t datasets : {2U, 0U}) {
+        SelectDatasets(datasets);
+        ResizeIntervalArrays();
+        EXPECT_EQ(CurrentParameters().numInts, static_cast<int>(datasets));
+        EXPECT_THAT(CurrentParameters().porosity, ElementsAre(0.25, 1));
+    }
 }
 
 TEST_F(Parameters, ValuesAreReadByTheirLeadingNumberAndIntegersRounded) {
-    Write("Period", "250s");
-    Write("TD", "deep");
-    Write("FilterN", "2.5");
-    Write("Spinner", "-1");
+    test::WriteAll(SettingsFilePath(), Section("Period=250s TD=deep FilterN=2.5 Spinner=-1"));
     ReadParameters();
-    EXPECT_EQ(CurrentParameters().period, 250);
-    EXPECT_EQ(CurrentParameters().td, 0);
-    EXPECT_EQ(CurrentParameters().filterN, 2);
-    EXPECT_EQ(CurrentParameters().spinner, -1);
+    const ParameterSet& set = CurrentParameters();
+    EXPECT_EQ(std::tie(set.period, set.td, set.filterN, set.spinner), std::make_tuple(250.0, 0.0, 2, -1));
 }
 
 TEST_F(Parameters, AnIntegerBeyondItsTypeIsReportedByFileAndKeyAndChangesNothing) {
-    for (const char* key : {"FilterN", "NumInts"}) {
-        Write("Period", "100");
-        Write(key, "99999");
+    for (const std::string key : {"FilterN", "NumInts"}) {
+        test::WriteAll(SettingsFilePath(), Section("Period=100 " + key + "=99999"));
         ReadParameters();
         ASSERT_EQ(ports.boxes.size(), 1U) << key;
         EXPECT_THAT(ports.boxes[0].text, testing::HasSubstr(SettingsFilePath() + ", [Parameters] " + key));
         EXPECT_EQ(CurrentParameters().period, 240);
         ports.boxes.clear();
-        Write(key, "1");
     }
 }
 
@@ -149,12 +136,9 @@ TEST_F(Parameters, DialogShowsRoundedTextsAndKeepsWhatTheUserDidNotTouch) {
     CurrentParameters().compressibility = 3.14159e-6;
     CurrentParameters().spinner = 9;
     ParametersForm form = ShowParameters();
-    EXPECT_EQ(form.period.text, "243");
-    EXPECT_EQ(form.casingID.text, "6.000");
-    EXPECT_EQ(form.td.text, "10000.0");
-    EXPECT_EQ(form.compressibility.text, "0.0000031");
-    EXPECT_EQ(form.b0.text, "1.0000");
-    EXPECT_EQ(form.dLen.text, "0.00");
+    EXPECT_THAT((std::vector{form.period.text, form.casingID.text, form.td.text, form.compressibility.text,
+                             form.b0.text, form.dLen.text}),
+                ElementsAre("243", "6.000", "10000.0", "0.0000031", "1.0000", "0.00"));
     EXPECT_FALSE(form.spinner);
     EXPECT_EQ(form.filter, 0);
     form.dw = {"8.5", true};
@@ -166,34 +150,28 @@ TEST_F(Parameters, DialogShowsRoundedTextsAndKeepsWhatTheUserDidNotTouch) {
 }
 
 TEST_F(Parameters, EachBoxIsRefusedOutsideItsRangeWithItsMessage) {
-    struct Case {
-        BoxText ParametersForm::*box;
-        const char* good;
-        const char* bad;
-        const char* message;
-        const char* control;
+    using Form = ParametersForm;
+    const std::vector<std::tuple<BoxText Form::*, const char*, const char*, std::string, std::string>> cases{
+        {&Form::period, "20", "19.9", "Period of test", "txtPeriod"},
+        {&Form::casingID, "10000", "0.99", "Casing ID", "txtCasingID"},
+        {&Form::td, "2147483647", "2147483648", "Total depth", "txtTD"},
+        {&Form::compressibility, "-1", "x", "Compressibility", "txtCompressibility"},
+        {&Form::slope, "0.0001", "0.00009", "Spinner slope", "txtSlope"},
+        {&Form::b0, "0", "", "Formation volume factor", "txtB0"},
+        {&Form::dw, "1", "10000.1", "Borehole diameter", "txtDW"},
+        {&Form::dLen, "1000", "1000.01", "Dravik filter length", "txtDLen"},
     };
-    const std::vector<Case> cases{
-        {&ParametersForm::period, "20", "19.9", "Period of test: Out of range", "txtPeriod"},
-        {&ParametersForm::casingID, "10000", "0.99", "Casing ID: Out of range", "txtCasingID"},
-        {&ParametersForm::td, "2147483647", "2147483648", "Total depth: Out of range", "txtTD"},
-        {&ParametersForm::compressibility, "-1", "x", "Compressibility: Out of range", "txtCompressibility"},
-        {&ParametersForm::slope, "0.0001", "0.00009", "Spinner slope: Out of range", "txtSlope"},
-        {&ParametersForm::b0, "0", "", "Formation volume factor: Out of range", "txtB0"},
-        {&ParametersForm::dw, "1", "10000.1", "Borehole diameter: Out of range", "txtDW"},
-        {&ParametersForm::dLen, "1000", "1000.01", "Dravik filter length: Out of range", "txtDLen"},
-    };
-    for (const Case& each : cases) {
+    for (const auto& [box, good, bad, name, control] : cases) {
         CurrentParameters() = ParameterSet{};
-        ParametersForm form = Typed();
+        Form form = Typed();
         form.spinner = userDefinedSpinner;
-        (form.*each.box).text = each.good;
-        EXPECT_EQ(MessageOf(form), "") << each.message;
-        (form.*each.box).text = each.bad;
+        (form.*box).text = good;
+        EXPECT_EQ(MessageOf(form), "") << name;
+        (form.*box).text = bad;
         const auto refusal = ValidateParameters(form);
-        ASSERT_TRUE(refusal) << each.message;
-        EXPECT_EQ(refusal->message, each.message);
-        EXPECT_EQ(refusal->control, each.control);
+        ASSERT_TRUE(refusal) << name;
+        EXPECT_EQ(refusal->message, name + ": Out of range");
+        EXPECT_EQ(refusal->control, control);
     }
 }
 
@@ -204,10 +182,8 @@ TEST_F(Parameters, ValuesCheckedBeforeARefusalAreStoredLaterOnesNot) {
     form.td.text = "0";
     form.dw.text = "9";
     EXPECT_EQ(MessageOf(form), "Total depth: Out of range");
-    EXPECT_EQ(CurrentParameters().period, 300);
-    EXPECT_EQ(CurrentParameters().bandPass, 1);
-    EXPECT_EQ(CurrentParameters().td, 10000);
-    EXPECT_EQ(CurrentParameters().dw, 7.5);
+    const ParameterSet& set = CurrentParameters();
+    EXPECT_EQ(std::tie(set.period, set.bandPass, set.td, set.dw), std::make_tuple(300.0, 1, 10000.0, 7.5));
 }
 
 TEST_F(Parameters, SlopeCountsForTheUserDefinedSpinnerOnlyAndNoFilterMeansNone) {
@@ -216,12 +192,11 @@ TEST_F(Parameters, SlopeCountsForTheUserDefinedSpinnerOnlyAndNoFilterMeansNone) 
     form.slope.text = "";
     form.filter = std::nullopt;
     form.dLen.text = "5000";
-    CurrentParameters().dFilt = 2;
-    CurrentParameters().dLen = 4;
+    ParameterSet& set = CurrentParameters();
+    set.dFilt = 2;
+    set.dLen = 4;
     EXPECT_EQ(MessageOf(form), "");
-    EXPECT_EQ(CurrentParameters().slope, 0.05);
-    EXPECT_EQ(CurrentParameters().dFilt, 0);
-    EXPECT_EQ(CurrentParameters().dLen, 0);
+    EXPECT_EQ(std::tie(set.slope, set.dFilt, set.dLen), std::make_tuple(0.05, 0, 0.0));
 }
 
 TEST_F(Parameters, IntervalValuesAreStoredWhenTheyAreNumbers) {
