@@ -56,10 +56,9 @@ class SelectData : public test::DravikFixture {
             names.push_back(common.name);
         return names;
     }
-    /// The selection's own contents, to see that a refusal changed nothing.
-    static auto Snapshot() { return std::pair(Names(), CommonNames()); }
-    void ExpectOneBox(MessageIcon icon, const std::string& text) {
-        ASSERT_EQ(ports.boxes.size(), 1U);
+    void ExpectRefusal(bool accepted, MessageIcon icon, const std::string& text) {
+        EXPECT_FALSE(accepted);
+        ASSERT_EQ(ports.boxes.size(), 1U) << text;
         EXPECT_EQ(ports.boxes[0].icon, icon);
         EXPECT_EQ(ports.boxes[0].title, "Corvane Vorela Utilities");
         EXPECT_EQ(ports.boxes[0].text, text);
@@ -91,64 +90,54 @@ TEST_F(SelectData, ChosenDatasetsComeWithCurvesDepthExtentAndRecordingFlag) {
     EXPECT_TRUE(ports.boxes.empty());
 }
 
-TEST_F(SelectData, NothingChosenChangesNothing) {
-    AddLevel("TOP", 1);
-    Choose({});
-    EXPECT_FALSE(AddDatasets());
-    EXPECT_TRUE(CurrentSelection().datasets.empty());
-    EXPECT_TRUE(ports.boxes.empty());
-}
-
-TEST_F(SelectData, RefusedDatasetsLeaveTheSelectionAsItWas) {
+TEST_F(SelectData, RefusedDatasetsAndNothingChosenLeaveTheSelectionAsItWas) {
+    using enum MessageIcon;
     AddLevel("A", 1);
     AddLevel("B", 2);
     CurveSpec deep = Constant("ZG", 1);
     deep.indexKind = 0;
     AddCurve("DEEP", deep);
-    AddCurves("NOVALVE", {Constant("ZG", 1)});
-    AddCurves("OTHER", {Constant("XX", 1)});
+    AddCurve("NOVALVE", Constant("ZG", 1));
+    AddCurve("OTHER", Constant("XX", 1));
     ASSERT_TRUE(AppendDatasets(Read({"A"})));
-    const auto before = Snapshot();
-    std::vector<DatasetRecord> records;
+    const auto before = std::pair(Names(), CommonNames());
+    Choose({});
+    EXPECT_FALSE(AddDatasets());
+    EXPECT_TRUE(ports.boxes.empty());
 
-    EXPECT_FALSE(ReadDatasets(DatabasePath(), {"B", "DEEP"}, records));
-    ExpectOneBox(MessageIcon::exclamation, "Selected datasets must be recorded against time (DEEP)");
-    EXPECT_FALSE(ReadDatasets(DatabasePath(), {"GONE"}, records));
-    ExpectOneBox(MessageIcon::critical, "Error attaching to Dravik dataset: GONE");
-    EXPECT_TRUE(records.empty());
-    EXPECT_FALSE(AppendDatasets(Read({"B", "OTHER"})));
-    ExpectOneBox(MessageIcon::information, "There are no common curves in the selected datasets");
-    EXPECT_EQ(Snapshot(), before);
-    EXPECT_FALSE(AppendDatasets(Read({"B", "NOVALVE"})));
-    ExpectOneBox(MessageIcon::information, "Vorela valve curve is not in all datasets");
-    EXPECT_FALSE(AppendDatasets(Read({"B", "A"})));
-    ExpectOneBox(MessageIcon::exclamation,
-                 "This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: A");
-    EXPECT_FALSE(AppendDatasets(Read({"B", "B"})));
-    ExpectOneBox(MessageIcon::exclamation,
-                 "This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: B");
-    EXPECT_EQ(Snapshot(), before);
-}
-
-TEST_F(SelectData, TextsTooLongForTheRecordAreRefusedNotCut) {
     std::vector<DatasetRecord> records;
     const std::string longPath(145, 'p');
     const std::string longName(67, 'n');
-    EXPECT_FALSE(ReadDatasets(longPath, {"A"}, records));
-    ExpectOneBox(MessageIcon::exclamation, "The database path is longer than 144 characters:\r" + longPath);
-    EXPECT_FALSE(ReadDatasets(DatabasePath(), {longName}, records));
-    ExpectOneBox(MessageIcon::exclamation, "The dataset name is longer than 66 characters:\r" + longName);
+    const auto read = [&](const std::vector<std::string>& names) {
+        return ReadDatasets(DatabasePath(), names, records);
+    };
+    ExpectRefusal(read({"B", "DEEP"}), exclamation, "Selected datasets must be recorded against time (DEEP)");
+    ExpectRefusal(read({"GONE"}), critical, "Error attaching to Dravik dataset: GONE");
+    ExpectRefusal(ReadDatasets(longPath, {"A"}, records), exclamation,
+                  "The database path is longer than 144 characters:\r" + longPath);
+    ExpectRefusal(read({longName}), exclamation,
+                  "The dataset name is longer than 66 characters:\r" + longName);
+    EXPECT_TRUE(records.empty());
+
+    const auto append = [&](const std::string& name) { return AppendDatasets(Read({"B", name})); };
+    ExpectRefusal(append("OTHER"), information, "There are no common curves in the selected datasets");
+    ExpectRefusal(append("NOVALVE"), information, "Vorela valve curve is not in all datasets");
+    for (const std::string twice : {"A", "B"})
+        ExpectRefusal(
+            append(twice), exclamation,
+            "This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: " + twice);
+    EXPECT_EQ(std::pair(Names(), CommonNames()), before);
 }
 
 TEST_F(SelectData, DepthIsConvertedByScaleAndOffsetAndNullWhenThereIsNone) {
     CurveSpec metres = Constant("ADPTH", 100);
     metres.scale = 3.28125F;
     metres.offset = 10.0F;
-    AddCurves("M", {metres, Constant("ZG", 1), Constant("PVLPOS", 1)});
-    AddCurves("NONE", {Constant("ZG", 1), Constant("PVLPOS", 1)});
     CurveSpec empty = Constant("ADPTH", 1);
     empty.count = 0;
-    AddCurves("EMPTY", {empty, Constant("ZG", 1), Constant("PVLPOS", 1)});
+    AddCurves("M", {metres, Constant("PVLPOS", 1)});
+    AddCurves("NONE", {Constant("PVLPOS", 1)});
+    AddCurves("EMPTY", {empty, Constant("PVLPOS", 1)});
     const std::vector<DatasetRecord> records = Read({"M", "NONE", "EMPTY"});
     EXPECT_EQ(records[0].sortKey, 338.125);
     EXPECT_EQ(records[1].sortKey, -999.25);
