@@ -24,6 +24,32 @@ namespace {
     throw RunTimeError{number, "Vorela", path.string() + ": " + std::strerror(code)};
 }
 
+void WriteAllTo(int descriptor, std::string_view bytes, const std::filesystem::path& path) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            ThrowFor(errno, path);
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+/// A device or pipe cannot be replaced by a file: the bytes go into it.
+void WriteToDevice(const std::filesystem::path& path, std::string_view bytes) {
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        ThrowFor(errno, path);
+    try {
+        WriteAllTo(descriptor, bytes, path);
+    } catch (...) {
+        close(descriptor);
+        throw;
+    }
+    if (close(descriptor) != 0)
+        ThrowFor(errno, path);
+}
+
 /// The open temporary file beside the final name; removed unless it was renamed into place.
 class TemporaryFile {
   public:
@@ -43,16 +69,7 @@ class TemporaryFile {
             unlink(name_.c_str());
     }
 
-    void Write(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written < 0)
-                ThrowFor(errno, target_);
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        }
-    }
+    void Write(std::string_view bytes) { WriteAllTo(descriptor_, bytes, target_); }
 
     void RenameIntoPlace() {
         struct stat old {};
@@ -83,6 +100,10 @@ void WriteFileAtomically(const std::filesystem::path& path, std::string_view byt
         std::filesystem::is_symlink(path, ignored) ? std::filesystem::canonical(path) : path;
     if (std::filesystem::exists(target, ignored) && access(target.c_str(), W_OK) != 0)
         ThrowFor(errno, target);
+    if (std::filesystem::exists(target, ignored) && !std::filesystem::is_regular_file(target, ignored)) {
+        WriteToDevice(target, bytes);
+        return;
+    }
     TemporaryFile file(target);
     file.Write(bytes);
     file.RenameIntoPlace();
