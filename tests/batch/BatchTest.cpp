@@ -141,10 +141,14 @@ TEST_F(Batch, CurvesThatEndBeforeTheRecordAreMadeAgainAndThoseMadeOtherwiseAreTo
 
 TEST_F(Batch, ValvePeriodIsMeasuredWhateverThePeriodOfTestSays) {
     Simulate("--levels 2 --period 243 --cycles 6");
-    for (const Json& level : Results("--set Parameters.Period=240")["levels"])
+    const Json results = Results("--set Parameters.Period=240");
+    ASSERT_EQ(results["levels"].size(), 2U);
+    for (const Json& level : results["levels"]) {
+        EXPECT_EQ(level["cycleCount"], 6);
         for (const Json& cycle : level["cycles"])
             EXPECT_NEAR(cycle["period"], 243.00, 0.011)
-                << "a timer tick is a quarter of a millisecond, indices 10 ms";
+                << "a timer tick is a quarter of a millisecond, an index 10 ms";
+    }
 }
 
 TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
