@@ -172,7 +172,7 @@ bool TimeCursors::MoveMarker(std::size_t marker, int proposedLeft) {
     if (guideWidth_ <= 0 || proposedLeft < lowest || proposedLeft > highest)
         return false;
     markers_[marker]->move(proposedLeft, markers_[marker]->y());
-    const double share = static_cast<double>(proposedLeft + markerWidth / 2 - margin_) / guideWidth_;
+    const double share = (proposedLeft + markerWidth / 2.0 - margin_) / guideWidth_;
     position_[marker] = static_cast<float>(visibleFrom_ + share * (visibleTo_ - visibleFrom_));
     emit CursorMoved(position_[0], position_[1]);
     return true;
