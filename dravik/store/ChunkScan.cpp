@@ -1,13 +1,20 @@
 #include "dravik/store/ChunkScan.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace vorela::store {
 namespace {
 
 constexpr std::size_t pageBytes = 16384;
-constexpr std::size_t arenaPages = 40;
+constexpr std::size_t fewestArenaPages = 40;
+constexpr std::size_t mostArenaPages = (std::size_t{64} << 20) / pageBytes;
+constexpr std::size_t hugePageBytes = std::size_t{2} << 20;
 constexpr std::size_t pagesOfOneChunk = 6;
 constexpr std::size_t mostTreePages = 16;
 constexpr std::uint32_t longestRun = 24;
@@ -87,13 +94,46 @@ std::size_t BlobBytes(std::uint64_t type) {
     return type >= 12 && type % 2 == 0 ? static_cast<std::size_t>((type - 12) / 2) : notABlob;
 }
 
+/// Memory for the pages of one run. One for the whole process, and kept: fresh memory comes from the
+/// operating system page by page and cleared, which costs as much as reading into it, and programs open and
+/// close a database for each curve. Calls of the store do not run side by side, and no run outlives its call.
+class Arena {
+  public:
+    unsigned char* Of(std::size_t pages) {
+        if (pages <= pages_)
+            return bytes_.get();
+        const std::size_t bytes = std::max(std::bit_ceil(pages) * pageBytes, hugePageBytes);
+        auto* const fresh = static_cast<unsigned char*>(std::aligned_alloc(hugePageBytes, bytes));
+        if (fresh == nullptr)
+            throw std::bad_alloc();
+        madvise(fresh, bytes, MADV_HUGEPAGE);  // worth having, not needed
+        bytes_.reset(fresh);
+        pages_ = bytes / pageBytes;
+        return fresh;
+    }
+
+  private:
+    struct Free {
+        void operator()(unsigned char* bytes) const { std::free(bytes); }
+    };
+    std::unique_ptr<unsigned char[], Free> bytes_;
+    std::size_t pages_ = 0;
+};
+
+unsigned char* ArenaOf(std::size_t pages) {
+    static Arena arena;
+    return arena.Of(pages);
+}
+
 }  // namespace
 
 void ChunkScan::Begin(std::uint32_t rootPage, std::size_t expectedBytes) {
-    if (arena_ == nullptr)
-        arena_ = std::make_unique_for_overwrite<unsigned char[]>(arenaPages * pageBytes);
     rootPage_ = rootPage;
-    expectedPages_ = expectedBytes / (pageBytes - 4) + 1;
+    // A chunk begins in its tree page, so what it keeps in further pages is a little less than its bytes.
+    expectedPages_ = expectedBytes / pageBytes;
+    // Runs also catch pages of the tree, which lie between those of the chunks.
+    arenaPages_ = std::clamp(expectedPages_ + expectedPages_ / 8, fewestArenaPages, mostArenaPages);
+    arena_ = ArenaOf(arenaPages_);
     arenaUsed_ = 0;
     runs_.clear();
     std::uint32_t version = 0;
@@ -110,7 +150,7 @@ void ChunkScan::Begin(std::uint32_t rootPage, std::size_t expectedBytes) {
 }
 
 bool ChunkScan::HasRoom() const {
-    return arenaUsed_ + pagesOfOneChunk <= arenaPages;
+    return arenaUsed_ + pagesOfOneChunk <= arenaPages_;
 }
 
 bool ChunkScan::ReadPages(std::uint32_t first, std::uint32_t count, unsigned char* into) {
@@ -135,22 +175,22 @@ ChunkScan::Page ChunkScan::TreePage(std::uint32_t number) {
 ChunkScan::Page ChunkScan::DataPage(std::uint32_t number) {
     for (auto run = runs_.rbegin(); run != runs_.rend(); ++run)
         if (number >= run->first && number - run->first < run->count)
-            return arena_.get() + (run->slot + number - run->first) * pageBytes;
-    if (arenaUsed_ >= arenaPages || number < 1 || number > pageCount_)
+            return arena_ + (run->slot + number - run->first) * pageBytes;
+    if (arenaUsed_ >= arenaPages_ || number < 1 || number > pageCount_)
         return nullptr;
     if (!runs_.empty()) {
         const bool follows = number == runs_.back().first + runs_.back().count;
         runLength_ = follows ? std::min(runLength_ * 2, longestRun) : std::max(runLength_ / 2, 2U);
     }
-    const auto room = static_cast<std::uint32_t>(arenaPages - arenaUsed_);
+    const auto room = static_cast<std::uint32_t>(arenaPages_ - arenaUsed_);
     const auto wanted = static_cast<std::uint32_t>(std::min<std::size_t>(expectedPages_, runLength_));
     const Run run{number, std::max(1U, std::min({wanted, room, pageCount_ - number + 1})), arenaUsed_};
-    if (!ReadPages(run.first, run.count, arena_.get() + run.slot * pageBytes))
+    if (!ReadPages(run.first, run.count, arena_ + run.slot * pageBytes))
         return nullptr;
     arenaUsed_ += run.count;
     expectedPages_ -= std::min<std::size_t>(expectedPages_, run.count);
     runs_.push_back(run);
-    return arena_.get() + run.slot * pageBytes;
+    return arena_ + run.slot * pageBytes;
 }
 
 ChunkScan::Page ChunkScan::LeafOf(std::int64_t place) {

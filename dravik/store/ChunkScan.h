@@ -58,7 +58,8 @@ class ChunkScan {
     std::size_t expectedPages_ = 0;
     std::uint32_t runLength_ = 8;
     std::vector<std::pair<std::uint32_t, std::unique_ptr<unsigned char[]>>> treePages_;
-    std::unique_ptr<unsigned char[]> arena_;
+    unsigned char* arena_ = nullptr;  ///< the process's, for one run
+    std::size_t arenaPages_ = 0;
     std::size_t arenaUsed_ = 0;  ///< in pages
     std::vector<Run> runs_;
 };
