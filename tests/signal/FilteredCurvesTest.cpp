@@ -213,7 +213,7 @@ TEST_F(FilteredCurves, OfARecordingWithoutSamplesAreEmptyUntilThereAreSome) {
     SelectLevel(Level(0));
     ASSERT_TRUE(CreateFilteredCurves(0, true));
     EXPECT_TRUE(Filtered().info.IsEmpty());
-    Append("LEVEL1", Level(0), 300);
+    Record("LEVEL1", Level(0), 0, 300);
     ASSERT_TRUE(CreateFilteredCurves(0, true));
     EXPECT_EQ(Filtered().samples.size(), 100U);
 }

@@ -144,14 +144,19 @@ void DravikFixture::AddCurves(const std::string& dataset, const std::vector<Curv
     Check(Api().DBcommit(database.handle), DatabasePath());
 }
 
-void DravikFixture::Append(const std::string& dataset, const std::vector<CurveSpec>& curves,
-                           std::int32_t count) {
-    for (const CurveSpec& curve : curves) {
-        const ItemInfo info = ReadCurve(dataset, curve.name).info;
-        const OpenForWriting database(DatabasePath());
-        WriteSamples(database.handle, ItemPath(dataset, curve.name), curve,
-                     info.IsEmpty() ? curve.first : info.extentLast + curve.step, count);
-    }
+void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
+    const ItemInfo info = ReadCurve(dataset, curve.name).info;
+    Record(dataset, {curve}, info.IsEmpty() ? 0 : (info.extentLast - curve.first) / curve.step + 1, count);
+}
+
+void DravikFixture::Record(const std::string& dataset, const std::vector<CurveSpec>& curves,
+                           std::int32_t from, std::int32_t count) {
+    const OpenForWriting database(DatabasePath());
+    Check(Api().DBbegin(database.handle), DatabasePath());
+    for (const CurveSpec& curve : curves)
+        WriteSamples(database.handle, ItemPath(dataset, curve.name), curve, curve.first + from * curve.step,
+                     count);
+    Check(Api().DBcommit(database.handle), DatabasePath());
 }
 
 void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {

@@ -67,10 +67,10 @@ class DravikFixture : public ::testing::Test {
     void AddCurve(const std::string& dataset, const CurveSpec& curve) { AddCurves(dataset, {curve}); }
     void AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves);
     /// Writes further samples behind the last one that is there.
-    void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
-        Append(dataset, std::vector{curve}, count);
-    }
-    void Append(const std::string& dataset, const std::vector<CurveSpec>& curves, std::int32_t count);
+    void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count);
+    /// Writes `count` samples of all curves, from their sample `from` on, in one transaction.
+    void Record(const std::string& dataset, const std::vector<CurveSpec>& curves, std::int32_t from,
+                std::int32_t count);
     void SetPresentation(const std::string& dataset, const Presentation& presentation);
     void DeleteItem(const std::string& path);
     StoredCurve ReadCurve(const std::string& dataset, const std::string& curve);
