@@ -89,8 +89,9 @@ struct FilterSlot {
 };
 
 PerDataset<FilterSlot>& Slots() {
-    LoadedLibraries();  // lives longer than the slots, whose filters it destroys
-    static PerDataset<FilterSlot> slots;
+    // Never destroyed: at the end of the process the filter library may have gone before. Whoever closes in good order
+    // calls ReleaseAllFilters.
+    static auto& slots = *new PerDataset<FilterSlot>;
     return slots;
 }
 

@@ -6,7 +6,7 @@
 
 #include "dravik/include/DKBase.h"
 #include "dravik/tool/LogTable.h"
-#include "tests/live/fuzz/FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "dravik/include/DKBase.h"
-#include "tests/live/fuzz/FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace {
 

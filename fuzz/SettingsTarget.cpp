@@ -1,7 +1,7 @@
 // The settings file: section NUL key NUL value NUL file bytes.
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
-#include "tests/live/fuzz/FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace {
 

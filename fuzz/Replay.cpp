@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/live/fuzz/FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace {
 
