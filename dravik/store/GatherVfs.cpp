@@ -13,6 +13,9 @@ namespace {
 
 /// SQLite's own file layer takes less than 128 KiB in one call.
 constexpr std::size_t mostGathered = std::size_t{112} << 10;
+/// Gathered bytes go out when they reach a multiple of this: the operating system keeps a file in blocks of
+/// memory of a power of two, and large ones cost less, in writing as in reading later.
+constexpr sqlite3_int64 boundary = 64 << 10;
 
 /// SQLite allocates this with the file of the layer below behind it.
 struct GatherFile {
@@ -81,7 +84,8 @@ int Write(sqlite3_file* file, const void* from, int count, sqlite3_int64 at) {
     } catch (const std::bad_alloc&) {
         return SQLITE_IOERR_NOMEM;
     }
-    return SQLITE_OK;
+    const bool full = (own->at + static_cast<sqlite3_int64>(gathered.size())) % boundary == 0;
+    return full ? Flush(file) : SQLITE_OK;
 }
 
 int Truncate(sqlite3_file* file, sqlite3_int64 size) {
