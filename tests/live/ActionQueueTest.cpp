@@ -36,7 +36,7 @@ class ActionQueueTest : public test::LiveFixture {
             TestPlan plan;
             plan.depth = 5000 - 100 * i;
             names.push_back("LEVEL" + std::to_string(i));
-            recordings.emplace_back(DatabasePath(), names.back(), CurvesOf(plan));
+            recordings.emplace_back(*this, names.back(), CurvesOf(plan));
             recordings.back().Append(pending[static_cast<std::size_t>(i)] ? 300 : plan.samples);
         }
         Select(names);

@@ -17,6 +17,7 @@ struct FaultyLibrary {
     int calls = 0;
     int failAt = 0;
     std::int32_t status = DK_OK;
+    int done = 0;          ///< calls that hold nothing
     int databases = 0;     ///< open
     int items = 0;         ///< attached
     int transactions = 0;  ///< begun and neither committed nor rolled back
@@ -25,26 +26,16 @@ struct FaultyLibrary {
 };
 FaultyLibrary library;
 
-template <auto Member, typename Result, typename... Arguments>
-Result Plain(Arguments... arguments) {
-    return library.Fails() ? library.status : (library.real.*Member)(arguments...);
-}
-
-template <auto Member, typename Result, typename... Arguments>
-void Put(Result (*DkBaseApi::*)(Arguments...)) {
-    LoadedLibraries().database.*Member = Plain<Member, Result, Arguments...>;
-}
-
-/// A call that is undone by another: `count` goes up when it succeeds.
-template <auto Member, auto Count, typename Result, typename... Arguments>
-Result Opening(Arguments... arguments) {
-    const Result result = library.Fails() ? library.status : (library.real.*Member)(arguments...);
+/// A call that may be undone by another: `count` goes up when it succeeds.
+template <auto Member, auto Count, typename... Arguments>
+std::int32_t Opening(Arguments... arguments) {
+    const std::int32_t result = library.Fails() ? library.status : (library.real.*Member)(arguments...);
     library.*Count += result == DK_OK ? 1 : 0;
     return result;
 }
-template <auto Member, auto Count, typename Result, typename... Arguments>
-void PutOpening(Result (*DkBaseApi::*)(Arguments...)) {
-    LoadedLibraries().database.*Member = Opening<Member, Count, Result, Arguments...>;
+template <auto Member, auto Count = &FaultyLibrary::done, typename... Arguments>
+void Put(std::int32_t (*DkBaseApi::*)(Arguments...)) {
+    LoadedLibraries().database.*Member = Opening<Member, Count, Arguments...>;
 }
 
 /// The call that undoes it: what it holds is gone even when it fails.
@@ -76,9 +67,9 @@ void InstallFaultyLibrary() {
     Put<&DkBaseApi::DBwritepresent>(&DkBaseApi::DBwritepresent);
     Put<&DkBaseApi::DBinformation>(&DkBaseApi::DBinformation);
     Put<&DkBaseApi::DBmark>(&DkBaseApi::DBmark);
-    PutOpening<&DkBaseApi::DBopenA, &FaultyLibrary::databases>(&DkBaseApi::DBopenA);
-    PutOpening<&DkBaseApi::DBattachA, &FaultyLibrary::items>(&DkBaseApi::DBattachA);
-    PutOpening<&DkBaseApi::DBbegin, &FaultyLibrary::transactions>(&DkBaseApi::DBbegin);
+    Put<&DkBaseApi::DBopenA, &FaultyLibrary::databases>(&DkBaseApi::DBopenA);
+    Put<&DkBaseApi::DBattachA, &FaultyLibrary::items>(&DkBaseApi::DBattachA);
+    Put<&DkBaseApi::DBbegin, &FaultyLibrary::transactions>(&DkBaseApi::DBbegin);
     api.DBclose = Closing<&DkBaseApi::DBclose, &FaultyLibrary::databases>;
     api.DBdetach = Closing<&DkBaseApi::DBdetach, &FaultyLibrary::items>;
     api.DBrollback = Closing<&DkBaseApi::DBrollback, &FaultyLibrary::transactions>;
@@ -106,7 +97,7 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
     /// Follows a recording with one fault in the pass at `moment`. False when the pass made fewer calls.
     bool FollowWithFault(Moment moment, int failAt, std::int32_t status, Outcome& outcome) {
         const std::string dataset = "LEVEL" + std::to_string(++levels_);
-        Recording recording(DatabasePath(), dataset, CurvesOf(plan));
+        Recording recording(*this, dataset, CurvesOf(plan));
         recording.Append(100);
         Select({dataset});
         bool hit = false;
@@ -127,16 +118,15 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
   private:
     bool PassWithFault(int failAt, std::int32_t status) {
         ports.boxes.clear();
-        const int before[] = {library.databases, library.items, library.transactions};
+        const auto held = [] { return std::tuple(library.databases, library.items, library.transactions); };
+        const auto before = held();
         library.calls = 0;
         library.failAt = failAt;
         library.status = status;
         const bool extended = ExtendDataset(0);
         library.failAt = 0;
         EXPECT_TRUE(extended || !ports.boxes.empty()) << "a pass that failed is reported";
-        EXPECT_EQ(library.databases, before[0]);
-        EXPECT_EQ(library.items, before[1]);
-        EXPECT_EQ(library.transactions, before[2]);
+        EXPECT_EQ(held(), before);
         ports.boxes.clear();
         return library.calls >= failAt;
     }

@@ -1,9 +1,9 @@
 // Whatever the pieces in which a recording grows, what was followed is what one run over the final data
 // gives.
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <random>
+#include <utility>
 
 #include "app/ActionQueue.h"
 #include "tests/live/LiveSupport.h"
@@ -37,6 +37,21 @@ void PrintTo(const Case& c, std::ostream* out) {
 class LiveEqualsBatchTest : public test::LiveFixture {
   protected:
     int NextPiece(int piece) { return piece == randomPieces ? 1 + static_cast<int>(random_() % 150) : piece; }
+    /// What was followed of a recording that grows in pieces behind its first samples. `beforePass` gets the
+    /// number of samples written and tells whether the pass takes place.
+    Outcome Follow(
+        const std::string& dataset, const std::vector<test::CurveSpec>& curves, int piece,
+        const std::function<bool(int)>& beforePass = [](int) { return true; }, int first = 1) {
+        Recording recording(*this, dataset, curves);
+        recording.Append(first);
+        Select({dataset});
+        while (recording.Left() > 0) {
+            recording.Append(NextPiece(piece));
+            EXPECT_TRUE(!beforePass(curves[0].count - recording.Left()) || ExtendDataset(0));
+        }
+        EXPECT_EQ(CurrentSelection().datasets[0].pendingFlag, 0);
+        return Observe(dataset);
+    }
     void ExpectSame(const Outcome& live, const std::vector<test::CurveSpec>& curves, bool gaps = false) {
         const Outcome whole = OneRunOver(curves);
         EXPECT_EQ(Difference(live, whole), "");
@@ -61,28 +76,17 @@ TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
     plan.samples +=
         c.way.bandPass && c.way.filterN > 1 ? 400 : 0;  // the long kernel leaves little of a short test
     const auto curves = CurvesOf(plan);
-    Recording recording(DatabasePath(), "LEVEL1", curves);
-    recording.Append(1);
-    Select({"LEVEL1"});
     bool restarted = false;
     bool created = false;
-    while (recording.Left() > 0) {
-        recording.Append(NextPiece(c.piece));
-        const int written = plan.samples - recording.Left();
-        if (c.restartAfter >= 0 && written >= c.restartAfter && !restarted) {
+    const Outcome live = Follow("LEVEL1", curves, c.piece, [&](int written) {
+        if (c.restartAfter >= 0 && written >= c.restartAfter && !std::exchange(restarted, true))
             Select({"LEVEL1"});
-            restarted = true;
-        }
-        if (written < c.createdAfter)
-            continue;
-        if (c.createdAfter >= 0 && !created) {
+        if (c.createdAfter >= 0 && written >= c.createdAfter && !std::exchange(created, true)) {
             EXPECT_TRUE(CreateAll(0));
-            created = true;
         }
-        EXPECT_TRUE(ExtendDataset(0));
-    }
-    EXPECT_EQ(CurrentSelection().datasets[0].pendingFlag, 0);
-    ExpectSame(Observe("LEVEL1"), curves, c.gaps);
+        return written >= c.createdAfter;
+    });
+    ExpectSame(live, curves, c.gaps);
 }
 
 constexpr Way difference1{1, false, 0, 0.0};
@@ -90,24 +94,22 @@ constexpr Way difference3{3, false, 1, 1.7};
 constexpr Way bandPass1{1, true, 2, 2.5};
 constexpr Way bandPass3{3, true, 3, 4.0};
 
-INSTANTIATE_TEST_SUITE_P(
-    Pieces, LiveEqualsBatch,
-    ::testing::Values(Case{difference1, 1}, Case{difference1, 2}, Case{difference1, 7},
-                      Case{difference1, periodLessOne}, Case{difference1, randomPieces}, Case{difference3, 1},
-                      Case{difference3, 2}, Case{difference3, 7}, Case{difference3, periodLessOne},
-                      Case{difference3, randomPieces}, Case{bandPass1, 1}, Case{bandPass1, 2},
-                      Case{bandPass1, 7}, Case{bandPass1, periodLessOne}, Case{bandPass1, randomPieces},
-                      Case{bandPass3, 1}, Case{bandPass3, 2}, Case{bandPass3, 7},
-                      Case{bandPass3, periodLessOne}, Case{bandPass3, randomPieces},
-                      // The spinner filters with the other pieces, gaps, a restart in the middle, curves
-                      // created before following.
-                      Case{{3, false, 2, 2.5}, 7}, Case{{3, false, 3, 2.5}, 1},
-                      Case{{1, true, 1, 0.9}, randomPieces}, Case{difference3, 7, true},
-                      Case{bandPass3, randomPieces, true}, Case{bandPass1, 1, true},
-                      Case{difference1, 7, true, 250}, Case{difference3, randomPieces, false, 300},
-                      Case{bandPass3, 7, false, 301}, Case{bandPass1, periodLessOne, true, 200},
-                      Case{difference3, 7, false, -1, 260}, Case{bandPass3, randomPieces, false, -1, 260},
-                      Case{bandPass1, 2, true, 400, 260}, Case{difference1, 1, false, 400, 100}));
+std::vector<Case> Cases() {
+    // The spinner filters with the other pieces, gaps, a restart in the middle, curves created before
+    // following.
+    std::vector<Case> cases{{{3, false, 2, 2.5}, 7},           {{3, false, 3, 2.5}, 1},
+                            {{1, true, 1, 0.9}, randomPieces}, {difference3, 7, true},
+                            {bandPass3, randomPieces, true},   {bandPass1, 1, true},
+                            {difference1, 7, true, 250},       {difference3, randomPieces, false, 300},
+                            {bandPass3, 7, false, 301},        {bandPass1, periodLessOne, true, 200},
+                            {difference3, 7, false, -1, 260},  {bandPass3, randomPieces, false, -1, 260},
+                            {bandPass1, 2, true, 400, 260},    {difference1, 1, false, 400, 100}};
+    for (const Way& way : {difference1, difference3, bandPass1, bandPass3})
+        for (const int piece : {1, 2, 7, periodLessOne, randomPieces})
+            cases.push_back({way, piece});
+    return cases;
+}
+INSTANTIATE_TEST_SUITE_P(Pieces, LiveEqualsBatch, ::testing::ValuesIn(Cases()));
 
 /// Levels recorded one after the other, or side by side: each pass advances the first pending one only.
 TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
@@ -125,7 +127,7 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
                 plan.samples += 240 - 37 * i;
                 plans.push_back(CurvesOf(plan));
                 names.push_back("L" + std::to_string(levels) + (sideBySide ? "S" : "T") + std::to_string(i));
-                recordings.emplace_back(DatabasePath(), names.back(), plans.back());
+                recordings.emplace_back(*this, names.back(), plans.back());
                 recordings.back().Append(1);
             }
             Select(names);
@@ -157,21 +159,15 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
 
 /// Nothing to filter, no valve change, no boundary, half a cycle.
 TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
-    int level = 0;
     for (const Way& way : {difference3, bandPass1})
         for (const int samples : {1, 2, 20, 60, periodLessOne, 82}) {
             TestPlan plan;
             plan.samples = samples;
             Use(way, plan.periodSeconds);
-            const std::string name = "SHORT" + std::to_string(++level);
-            Recording recording(DatabasePath(), name, CurvesOf(plan));
-            Select({name});
-            while (recording.Left() > 0) {
-                recording.Append(7);
-                EXPECT_TRUE(ExtendDataset(0));
-            }
-            const Outcome live = Observe(name);
-            EXPECT_EQ(Difference(live, OneRunOver(CurvesOf(plan))), "") << samples;
+            const std::string name = "N" + std::to_string(way.filterN) + "S" + std::to_string(samples);
+            const Outcome live = Follow(
+                name, CurvesOf(plan), 7, [](int) { return true; }, 0);
+            EXPECT_EQ(Difference(live, OneRunOver(CurvesOf(plan))), "") << name;
         }
 }
 
@@ -191,18 +187,13 @@ TEST_F(LiveEqualsBatchTest, afterParametersWereChangedOnTheWay) {
     for (const auto& change : changes) {
         const std::string name = "CHANGED" + std::to_string(++level);
         Use(Way{1, false, 1, 1.0}, plan.periodSeconds);
-        Recording recording(DatabasePath(), name, curves);
-        recording.Append(1);
-        Select({name});
-        while (recording.Left() > 0) {
-            recording.Append(50);
-            if (recording.Left() < 200) {
+        const Outcome live = Follow(name, curves, 50, [&](int written) {
+            if (written > plan.samples - 200) {
                 Use(change.way, change.period);
                 CurrentParameters().usePeriodInMatch = change.usePeriodInMatch;
             }
-            EXPECT_TRUE(ExtendDataset(0));
-        }
-        const Outcome live = Observe(name);
+            return true;
+        });
         EXPECT_EQ(Difference(live, OneRunOver(curves)), "") << level;
     }
 }
@@ -214,22 +205,19 @@ TEST_F(LiveEqualsBatchTest, forAMeasuredRecord) {
     if (!file)
         GTEST_SKIP() << "the measured record is not here";
     std::vector<double> flow, pressure;
-    std::string line;
-    std::getline(file, line);
-    std::getline(file, line);
-    for (double time = 0, f = 0, p = 0; std::getline(file, line);) {
-        ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf", &time, &f, &p), 3) << line;
+    std::string header;
+    std::getline(file, header);
+    std::getline(file, header);
+    char comma = 0;
+    for (double time = 0, f = 0, p = 0; file >> time >> comma >> f >> comma >> p;) {
         flow.push_back(f);
         pressure.push_back(p);
     }
+    ASSERT_TRUE(file.eof());
     const auto count = static_cast<std::int32_t>(flow.size());
     const auto curve = [&](const char* name, const std::vector<double>& values) {
-        return test::CurveSpec{name,
-                               "",
-                               count,
-                               [&values](std::int32_t t) { return std::optional(values.at(static_cast<std::size_t>(t) / 100)); },
-                               0,
-                               100};
+        const auto value = [&values](std::int32_t t) { return values.at(static_cast<std::size_t>(t) / 100); };
+        return test::CurveSpec{name, "", count, value, 0, 100};
     };
     std::vector<test::CurveSpec> curves{curve("ZG", pressure), curve("RTC", flow)};
     for (auto& valve : test::ValveCurves({9000, 9000, count, 0, 100}))
@@ -242,14 +230,7 @@ TEST_F(LiveEqualsBatchTest, forAMeasuredRecord) {
             const double period = way.bandPass ? 9.0 : 90.0;
             Use(way, period);
             const std::string name = "MEASURED" + std::to_string(++level);
-            Recording recording(DatabasePath(), name, curves);
-            recording.Append(1);
-            Select({name});
-            while (recording.Left() > 0) {
-                recording.Append(NextPiece(piece));
-                EXPECT_TRUE(ExtendDataset(0));
-            }
-            const Outcome live = Observe(name);
+            const Outcome live = Follow(name, curves, piece);
             EXPECT_EQ(Difference(live, OneRunOver(curves)), "") << name;
             EXPECT_EQ(live.cycles.RealCycles(), 16) << name;
         }

@@ -28,17 +28,17 @@ std::vector<CurveSpec> CurvesOf(const TestPlan& plan);
 class Recording {
   public:
     /// The items are there and empty, the recording flag is set.
-    Recording(std::string database, std::string dataset, std::vector<CurveSpec> curves);
+    Recording(DravikFixture& fixture, std::string dataset, std::vector<CurveSpec> curves);
     /// The next samples of every curve, as many as are left; the flag is cleared with the last of them.
     void Append(std::int32_t samples);
     void AppendAll() { Append(Left()); }
     std::int32_t Left() const { return curves_.front().count - written_; }
-    const std::string& Dataset() const { return dataset_; }
 
   private:
-    void WriteFlag(std::int32_t database, bool recording) const;
+    void WriteFlag(std::int16_t recording);
 
-    std::string database_, dataset_;
+    DravikFixture* fixture_;
+    std::string dataset_;
     std::vector<CurveSpec> curves_;
     std::int32_t written_ = 0;
 };
@@ -65,7 +65,6 @@ class LiveFixture : public DravikFixture {
   protected:
     void SetUp() override;
     void TearDown() override;
-    static std::size_t IndexOf(const std::string& dataset);
     /// What the derived curves and the cycle record of a selected dataset are now.
     Outcome Observe(const std::string& dataset);
     /// One interactive run over a selected dataset, as the offers after a selection would make it.

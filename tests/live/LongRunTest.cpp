@@ -41,7 +41,7 @@ TEST_F(LongRunTest, takesNoMoreMemoryAndNoMoreDescriptorsAsTheRecordingGrows) {
     plan.periodSeconds = 60;
     plan.samples = 36000 * (hours == nullptr ? 1 : std::atoi(hours));
     test::Use({1, true, 2, 2.5}, plan.periodSeconds);
-    test::Recording recording(DatabasePath(), "LEVEL1", CurvesOf(plan));
+    test::Recording recording(*this, "LEVEL1", CurvesOf(plan));
     recording.Append(samplesPerPass);
     Select({"LEVEL1"});
     const int passes = recording.Left() / samplesPerPass;

@@ -57,10 +57,7 @@ bool LoadBuiltLibraries();
 /// Libraries loaded, a folder, scripted ports, an empty selection, default parameters' settings file in the
 /// folder.
 class DravikFixture : public ::testing::Test {
-  protected:
-    void SetUp() override;
-    void TearDown() override;
-
+  public:
     std::string DatabasePath() const { return folder.File("well.vdb"); }
 
     /// Creates the database when it is not there, the dataset with it.
@@ -82,6 +79,10 @@ class DravikFixture : public ::testing::Test {
 
     TempFolder folder;
     ScriptedPorts ports;
+
+  protected:
+    void SetUp() override;
+    void TearDown() override;
 };
 
 }  // namespace vorela::test
