@@ -11,41 +11,42 @@ namespace {
 constexpr double degreesTolerance = 1e-12;
 
 TEST(ModComplex, ArgumentIsRightOnEveryAxisAndOctantAndTheNegativeRealAxisIsMinus180) {
-    struct Case {
-        double re, im, argument, phase;
+    constexpr double flat = 26.56505117707799;
+    constexpr double steep = 63.43494882292201;
+    const struct {
+        double re, im, argument;
+    } cases[] = {
+        {0, 0, 0},
+        {1, 0, 0},
+        {0, 1, 90},
+        {-1, 0, -180},
+        {0, -1, -90},
+        {1, 1, 45},
+        {-1, 1, 135},
+        {-1, -1, -135},
+        {1, -1, -45},
+        {2, 1, flat},
+        {1, 2, steep},
+        {-1, 2, 180 - steep},
+        {-2, 1, 180 - flat},
+        {-2, -1, flat - 180},
+        {-1, -2, steep - 180},
+        {1, -2, -steep},
+        {2, -1, -flat},
     };
-    for (const Case& c : {Case{0, 0, 0, 0},
-                          {1, 0, 0, 0},
-                          {0, 1, 90, 90},
-                          {-1, 0, -180, 180},
-                          {0, -1, -90, 270},
-                          {1, 1, 45, 45},
-                          {-1, 1, 135, 135},
-                          {-1, -1, -135, 225},
-                          {1, -1, -45, 315},
-                          {2, 1, 26.56505117707799, 26.56505117707799},
-                          {1, 2, 63.43494882292201, 63.43494882292201},
-                          {-1, 2, 116.56505117707799, 116.56505117707799},
-                          {-2, 1, 153.43494882292201, 153.43494882292201},
-                          {-2, -1, -153.43494882292201, 206.56505117707799},
-                          {-1, -2, -116.56505117707799, 243.43494882292201},
-                          {1, -2, -63.43494882292201, 296.56505117707799},
-                          {2, -1, -26.56505117707799, 333.43494882292201}}) {
+    for (const auto& c : cases) {
+        const double phase = c.argument < 0 ? c.argument + 360 : c.argument;
         EXPECT_NEAR(ArgumentDegrees({c.re, c.im}), c.argument, degreesTolerance) << c.re << ", " << c.im;
-        EXPECT_NEAR(ToPolar({c.re, c.im}).phase, c.phase, degreesTolerance) << c.re << ", " << c.im;
+        EXPECT_NEAR(ToPolar({c.re, c.im}).phase, phase, degreesTolerance) << c.re << ", " << c.im;
     }
     EXPECT_DOUBLE_EQ(ToPolar({-3, 4}).magnitude, 5);
 }
 
-// The truncation goes toward zero: bringing low values into the range would change every lag below −180
-// degrees.
+// The truncation goes toward zero: bringing low values into the range would change every lag below −180°.
 TEST(ModComplex, WrapLeavesValuesBelowTheRangeWhereTheyAre) {
-    EXPECT_DOUBLE_EQ(Wrap(190, -180, 180), -170);
-    EXPECT_DOUBLE_EQ(Wrap(180, -180, 180), -180);
-    EXPECT_DOUBLE_EQ(Wrap(530, -180, 180), 170);
-    EXPECT_DOUBLE_EQ(Wrap(-180, -180, 180), -180);
-    EXPECT_DOUBLE_EQ(Wrap(-190, -180, 180), -190);
-    EXPECT_DOUBLE_EQ(Wrap(-539, -180, 180), -539);
+    for (const auto& [value, wrapped] : std::initializer_list<std::pair<double, double>>{
+             {190, -170}, {180, -180}, {530, 170}, {-180, -180}, {-190, -190}, {-539, -539}})
+        EXPECT_DOUBLE_EQ(Wrap(value, -180, 180), wrapped);
 }
 
 TEST(ModComplex, ProductsAndDifferencesFollowTheAlgebraAndOverflowIsAnError) {

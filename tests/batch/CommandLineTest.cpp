@@ -2,13 +2,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "batch/BatchOptions.h"
 
 namespace vorela {
 namespace {
 
-ParsedCommandLine Parse(std::vector<const char*> arguments, std::string* message = nullptr) {
-    arguments.insert(arguments.begin(), "vorela-batch");
+ParsedCommandLine Parse(const std::string& line, std::string* message = nullptr) {
+    std::vector<std::string> words{"vorela-batch"};
+    std::istringstream parts(line);
+    for (std::string word; std::getline(parts, word, ' ');)
+        words.push_back(word);
+    std::vector<const char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(word.c_str());
     testing::internal::CaptureStderr();
     const ParsedCommandLine parsed = ParseCommandLine(static_cast<int>(arguments.size()), arguments.data());
     const std::string text = testing::internal::GetCapturedStderr();
@@ -18,35 +26,17 @@ ParsedCommandLine Parse(std::vector<const char*> arguments, std::string* message
 }
 
 TEST(CommandLine, TakesEveryOptionInAnyOrder) {
-    const auto options = Parse({"--set",
-                                "Parameters.Period=90",
-                                "well.dkb",
-                                "LEVEL2",
-                                "--cycle",
-                                "Window",
-                                "LEVEL1",
-                                "--cursors",
-                                "12.5,80",
-                                "--level",
-                                "2",
-                                "--interval",
-                                "1",
-                                "--export",
-                                "a.TXT",
-                                "--json",
-                                "-",
-                                "--set",
-                                "Plot.NPlots=1",
-                                "--pvlpos",
-                                "--recreate",
-                                "--follow"})
-                             .options;
+    const auto options =
+        Parse(
+            "--set Parameters.Period=90 well.dkb LEVEL2 --cycle Window LEVEL1 --cursors 12.5,80 "
+            "--level 2 --interval 1 --export a.TXT --json - --set Plot.NPlots=1 --pvlpos "
+            "--recreate --follow")
+            .options;
     ASSERT_TRUE(options);
     EXPECT_EQ(options->datasets, (std::vector<std::string>{"LEVEL2", "LEVEL1"}));
     EXPECT_TRUE(options->database.starts_with("/"));
     EXPECT_TRUE(options->cycle->window);
-    EXPECT_EQ(options->cursors->cursor1, 12.5);
-    EXPECT_EQ(options->cursors->cursor2, 80);
+    EXPECT_EQ(std::pair(options->cursors->cursor1, options->cursors->cursor2), std::pair(12.5, 80.0));
     EXPECT_EQ(options->level, 2U);
     EXPECT_TRUE(options->JsonToStandardOutput());
     EXPECT_TRUE(options->motorPosition && options->recreate && options->follow && !options->unfiltered);
@@ -56,43 +46,40 @@ TEST(CommandLine, TakesEveryOptionInAnyOrder) {
 
 TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
     struct Case {
-        std::vector<const char*> arguments;
-        const char* named;
+        const char *arguments, *named;
     };
-    const std::vector<Case> cases{
-        {{}, "DB"},
-        {{"a.dkb", "--frobnicate"}, "--frobnicate"},
-        {{"a.dkb", "--plot", "p.bmp"}, "p.bmp"},
-        {{"a.dkb", "--unfiltered", "--pvlpos"}, "--pvlpos"},
-        {{"a.dkb", "--cycle", "0"}, "--cycle 0"},
-        {{"a.dkb", "--cycle", "1.5"}, "--cycle 1.5"},
-        {{"a.dkb", "--cycle", "last"}, "--cycle last"},
-        {{"a.dkb", "--cursors", "20"}, "--cursors 20"},
-        {{"a.dkb", "--cursors", "20,101"}, "--cursors 20,101"},
-        {{"a.dkb", "--level", "-1"}, "--level"},
-        {{"a.dkb", "--interval", "x"}, "--interval x"},
-        {{"a.dkb", "--export", "out.xlsx"}, "out.xlsx"},
-        {{"a.dkb", "--export", "out"}, ".csv or .txt"},
-        {{"a.dkb", "--export"}, "--export"},
-        {{"a.dkb", ""}, "empty dataset name"},
-        {{"a.dkb", "--set", "Parameters.Period"}, "--set Parameters.Period"},
-        {{"a.dkb", "--set", "Period=90"}, "--set Period=90"},
-        {{"a.dkb", "--set", "Parameter.Period=90"}, "\"Parameter\""},
-        {{"a.dkb", "--set", "Version.Version=2"}, "\"Version\""},
-        {{"a.dkb", "--set", "Parameters.Peroid=90"}, "\"Peroid\""},
-        {{"a.dkb", "--set", "Parameters.Period=19.9"}, "Period of test: Out of range"},
-        {{"a.dkb", "--set", "Parameters.Period="}, "Period of test: Out of range"},
-        {{"a.dkb", "--set", "Parameters.Period=9O"}, "Period of test: Out of range"},
-        {{"a.dkb", "--set", "Parameters.FilterN=1.5"}, "whole number"},
-        {{"a.dkb", "--set", "Parameters.1Porosity=x"}, "Porosity: Out of range"},
-        {{"a.dkb", "--set", "Parameters.Porosity=1"}, "\"Porosity\""},
-        {{"a.dkb", "--set", "Presentation.PresMin=-2000.5"}, "Pressure Axis"},
-        {{"a.dkb", "--set", "Presentation.Nonsense=1"}, "\"Nonsense\""},
-        {{"a.dkb", "--set", "Plot.Y1=5"}, "--set Plot.Y1=5"},
-        {{"a.dkb", "--set", "Cursors.Cursor1=-1"}, "Cursor position"},
-        {{"a.dkb", "--set", "Dataset.PresCurve="}, "curve name"},
-        {{"a.dkb", "--set", "Dataset.PresCurveNum=abc"}, "Curve number"},
-    };
+    const Case cases[] = {{"", "DB"},
+                          {"a.dkb --frobnicate", "--frobnicate"},
+                          {"a.dkb --plot p.bmp", "p.bmp"},
+                          {"a.dkb --unfiltered --pvlpos", "--pvlpos"},
+                          {"a.dkb --cycle 0", "--cycle 0"},
+                          {"a.dkb --cycle 1.5", "--cycle 1.5"},
+                          {"a.dkb --cycle last", "--cycle last"},
+                          {"a.dkb --cursors 20", "--cursors 20"},
+                          {"a.dkb --cursors 20,101", "--cursors 20,101"},
+                          {"a.dkb --level -1", "--level"},
+                          {"a.dkb --interval x", "--interval x"},
+                          {"a.dkb --export out.xlsx", "out.xlsx"},
+                          {"a.dkb --export out", ".csv or .txt"},
+                          {"a.dkb --export", "--export"},
+                          {"a.dkb  LEVEL1", "empty dataset name"},
+                          {"a.dkb --set Parameters.Period", "--set Parameters.Period"},
+                          {"a.dkb --set Period=90", "--set Period=90"},
+                          {"a.dkb --set Parameter.Period=90", "\"Parameter\""},
+                          {"a.dkb --set Version.Version=2", "\"Version\""},
+                          {"a.dkb --set Parameters.Peroid=90", "\"Peroid\""},
+                          {"a.dkb --set Parameters.Period=19.9", "Period of test: Out of range"},
+                          {"a.dkb --set Parameters.Period=", "Period of test: Out of range"},
+                          {"a.dkb --set Parameters.Period=9O", "Period of test: Out of range"},
+                          {"a.dkb --set Parameters.FilterN=1.5", "whole number"},
+                          {"a.dkb --set Parameters.1Porosity=x", "Porosity: Out of range"},
+                          {"a.dkb --set Parameters.Porosity=1", "\"Porosity\""},
+                          {"a.dkb --set Presentation.PresMin=-2000.5", "Pressure Axis"},
+                          {"a.dkb --set Presentation.Nonsense=1", "\"Nonsense\""},
+                          {"a.dkb --set Plot.Y1=5", "--set Plot.Y1=5"},
+                          {"a.dkb --set Cursors.Cursor1=-1", "Cursor position"},
+                          {"a.dkb --set Dataset.PresCurve=", "curve name"},
+                          {"a.dkb --set Dataset.PresCurveNum=abc", "Curve number"}};
     for (const Case& c : cases) {
         std::string message;
         const ParsedCommandLine parsed = Parse(c.arguments, &message);

@@ -64,13 +64,10 @@ TEST(Csv, ReadsMarkLineEndsUnitsAndGaps) {
     EXPECT_EQ(CurveOf(table, 1), (std::vector<float>{-2e-3F, gap, 0.1F}));
 }
 
-TEST(Csv, TimesMayStrayByHalfAStepFromTheGrid) {
-    LogTable table = Parsed(ParseCsv("TIME,A\n0,1\n1.49,2\n2,3\n2.5,4\n4,5\n", {}));
-    EXPECT_EQ(table.Grid().step, 100);
-    EXPECT_EQ(CurveOf(table, 0), (std::vector<float>{1, 2, 3, 4, 5}));
-}
-
-TEST(Csv, StepPutsEachSampleOnItsNearestGridPointAndKeepsTheNearestOfSeveral) {
+TEST(Csv, TimesMayStrayByHalfAStepAndAGivenStepKeepsTheNearestOfSeveral) {
+    LogTable stray = Parsed(ParseCsv("TIME,A\n0,1\n1.49,2\n2,3\n2.5,4\n4,5\n", {}));
+    EXPECT_EQ(stray.Grid().step, 100);
+    EXPECT_EQ(CurveOf(stray, 0), (std::vector<float>{1, 2, 3, 4, 5}));
     LogTable table = Parsed(ParseCsv("TIME,A\n0,1\n0.9,2\n1.02,3\n1.3,4\n4.6,5\n", {100, {}}));
     EXPECT_EQ(CurveOf(table, 0), (std::vector<float>{1, 3, gap, gap, gap, 5}));
     EXPECT_EQ(table.NextRow(2), 5);
@@ -120,12 +117,10 @@ TEST(Csv, RefusesFaultsWithTheirLine) {
     ExpectRefusals(ParseCsv, {{"TIME,A\n0,1\n1,2\n", 1, "index asked for"}}, {{}, DK_INDEX_DEPTH});
 }
 
-const std::string lasHead =
-    "~VERSION INFORMATION\n VERS. 2.0 : CWLS\n WRAP. NO : one line\n~WELL\n STRT.S 0.0 : start\n STOP.S 2.0 "
-    ": stop\n"
-    " STEP.S 1.0 : step\n NULL. -999.25 : null\n# remark\n~CURVE\n TIME.S : time\n ZG.PSI 00 001 : gauge: "
-    "main\n RTC.RPS : spin\n"
-    "~PARAMETERS\n anything at all\n";  // 15 lines
+const std::string lasHead =  // 15 lines
+    "~VERSION INFORMATION\n VERS. 2.0 : CWLS\n WRAP. NO : one line\n~WELL\n STRT.S 0.0 : start\n"
+    " STOP.S 2.0 : stop\n STEP.S 1.0 : step\n NULL. -999.25 : null\n# remark\n~CURVE\n TIME.S : time\n"
+    " ZG.PSI 00 001 : gauge: main\n RTC.RPS : spin\n~PARAMETERS\n anything at all\n";
 
 TEST(Las, ReadsSectionsNullValuesAndWrappedSteps) {
     LogTable table =

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <numeric>
 #include <random>
 #include <string>
@@ -91,23 +90,17 @@ float Direct(const std::vector<float>& input, const std::vector<long double>& we
     return static_cast<float>(sum);
 }
 
-float NextUp(float value) {
-    return std::nextafter(value, std::numeric_limits<float>::infinity());
-}
-float NextDown(float value) {
-    return std::nextafter(value, -std::numeric_limits<float>::infinity());
-}
-
-std::vector<float> RandomInput(std::size_t count) {
-    std::mt19937 random(7);
-    std::vector<float> input;
-    for (std::size_t i = 0; i < count; ++i)
-        input.push_back(static_cast<float>(random() % 100000) / 777.0F - 40.0F);
-    return input;
+/// The same single or one of its two neighbours.
+bool IsNext(double value, float expected) {
+    const auto got = static_cast<float>(value);
+    return got == std::nextafter(expected, got);
 }
 
 TEST_F(Smooth32, EqualsDirectConvolutionWithinOneUnitInTheLastPlace) {
-    const std::vector<float> input = RandomInput(400);
+    std::mt19937 random(7);
+    std::vector<float> input(400);
+    for (float& value : input)
+        value = static_cast<float>(random() % 100000) / 777.0F - 40.0F;
     struct Case {
         const char* specification;
         const char* type;
@@ -116,15 +109,12 @@ TEST_F(Smooth32, EqualsDirectConvolutionWithinOneUnitInTheLastPlace) {
     // 25 steps; 24 becomes 25; one step; as many as samples.
     for (const Case& c : {Case{"Square,2.5", "Square", 25}, Case{"Triangle,2.4", "Triangle", 25},
                           Case{"Gaussian,2.5", "Gaussian", 25}, Case{"Square,0.1", "Square", 1},
-                          Case{"Triangle,0.3", "Triangle", 3}, Case{"Gaussian,40", "Gaussian", 401}}) {
+                          Case{"None,2.5", "Square", 1}, Case{"Triangle,0.3", "Triangle", 3},
+                          Case{"Gaussian,40", "Gaussian", 401}}) {
         const std::vector<double> output = Filter(c.specification, input);
         const std::vector<long double> weights = Weights(c.type, c.n);
-        for (std::size_t i = 0; i < input.size(); ++i) {
-            const float expected = Direct(input, weights, i);
-            const auto got = static_cast<float>(output[i]);
-            ASSERT_TRUE(got >= NextDown(expected) && got <= NextUp(expected))
-                << c.specification << " at " << i;
-        }
+        for (std::size_t i = 0; i < input.size(); ++i)
+            ASSERT_TRUE(IsNext(output[i], Direct(input, weights, i))) << c.specification << " at " << i;
     }
 }
 
@@ -137,11 +127,8 @@ TEST_F(Smooth32, SumsDoNotDriftAfterMillionsOfSamplesAndABurst) {
     for (const char* type : {"Square", "Triangle"}) {
         const std::vector<double> output = Filter(std::string(type) + ",10.1", input);
         const std::vector<long double> weights = Weights(type, 101);
-        for (std::size_t i = count - 5000; i < count; i += 7) {
-            const float expected = Direct(input, weights, i);
-            const auto got = static_cast<float>(output[i]);
-            ASSERT_TRUE(got >= NextDown(expected) && got <= NextUp(expected)) << type << " at " << i;
-        }
+        for (std::size_t i = count - 5000; i < count; i += 7)
+            ASSERT_TRUE(IsNext(output[i], Direct(input, weights, i))) << type << " at " << i;
     }
 }
 
@@ -152,13 +139,6 @@ TEST_F(Smooth32, LagIsHalfTheLengthInIndexUnits) {
     EXPECT_EQ(lag(Prepared("Triangle,0")), 0);
     EXPECT_EQ(lag(create("", "Square,2.5", 0, 0)), 0) << "not prepared";
     EXPECT_EQ(lag(12345678), 0);
-}
-
-TEST_F(Smooth32, ConstantInputPassesEveryFilterUnchanged) {
-    for (const char* specification : {"None,1", "Square,3.3", "Triangle,3.3", "Gaussian,3.3"}) {
-        for (const double value : Filter(specification, std::vector<float>(100, 0.1F)))
-            ASSERT_FLOAT_EQ(static_cast<float>(value), 0.1F) << specification;
-    }
 }
 
 TEST_F(Smooth32, InitForgetsWhatTheFilterHasSeen) {

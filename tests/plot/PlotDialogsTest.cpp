@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
-#include <QRadioButton>
 #include <QSignalSpy>
 
 #include "db/DatasetRecord.h"
@@ -32,7 +31,12 @@ class PlotDialogs : public ::testing::Test {
         EXPECT_NE(control, nullptr) << name;
         return control;
     }
-    static void Click(const QDialog& dialog, const char* name) { Get<QPushButton>(dialog, name)->click(); }
+    static void Click(const QDialog& dialog, const char* name) {
+        Get<QAbstractButton>(dialog, name)->click();
+    }
+    static bool Enabled(const QDialog& dialog, const char* name) {
+        return Get<QWidget>(dialog, name)->isEnabled();
+    }
     std::string Settings() { return test::ReadAll(folder_.File("Vorela.ini")); }
 
     test::TempFolder folder_;
@@ -52,14 +56,11 @@ TEST_F(PlotDialogs, scalesOpenFilledWithElevenRangesAndTheModesControls) {
     EXPECT_EQ(Get<QLabel>(dialog, "lblFlowUnits")->text(), "rps");
     EXPECT_EQ(Get<QLabel>(dialog, "lblModUnits")->text(), "units");
     EXPECT_EQ(dialog.findChildren<QCheckBox*>("chkAutoscale").size(), 5);
-    EXPECT_TRUE(range->isEnabled());
-    EXPECT_FALSE(Get<QLineEdit>(dialog, "txtStart")->isEnabled());
-    Get<QRadioButton>(dialog, "optSpecific")->click();
-    EXPECT_FALSE(range->isEnabled());
-    EXPECT_TRUE(Get<QLineEdit>(dialog, "txtEnd")->isEnabled());
-    Get<QCheckBox>(dialog, "chkFullRange")->click();
-    EXPECT_FALSE(Get<QLineEdit>(dialog, "txtEnd")->isEnabled());
-    EXPECT_FALSE(Get<QRadioButton>(dialog, "optFixed")->isEnabled());
+    EXPECT_TRUE(Enabled(dialog, "cboRange") && !Enabled(dialog, "txtStart"));
+    Click(dialog, "optSpecific");
+    EXPECT_TRUE(!Enabled(dialog, "cboRange") && Enabled(dialog, "txtEnd"));
+    Click(dialog, "chkFullRange");
+    EXPECT_TRUE(!Enabled(dialog, "txtEnd") && !Enabled(dialog, "optFixed"));
 }
 
 TEST_F(PlotDialogs, scalesAreWrittenByOkOnlyAndAppliedValuesOutliveACancel) {
@@ -67,17 +68,18 @@ TEST_F(PlotDialogs, scalesAreWrittenByOkOnlyAndAppliedValuesOutliveACancel) {
     QSignalSpy applied(&dialog, &frmPlotScales::Applied);
     dialog.show();
     dialog.findChild<QGroupBox*>("fraFlow")->findChild<QCheckBox*>("chkAutoscale")->setChecked(false);
-    auto* minimum = Get<QLineEdit>(dialog, "txtFlowMin");
-    minimum->setText("11");
-    minimum->setModified(true);
+    const auto typeMinimum = [&](const char* text) {
+        Get<QLineEdit>(dialog, "txtFlowMin")->setText(text);
+        Get<QLineEdit>(dialog, "txtFlowMin")->setModified(true);
+    };
+    typeMinimum("11");
     Click(dialog, "cmdOK");
     EXPECT_TRUE(dialog.isVisible());
     ASSERT_EQ(ports_.boxes.size(), 1U);
     EXPECT_EQ(ports_.boxes[0].text, "Flow Axis: Maximum must be greater than Minimum");
     EXPECT_EQ(dialog.focusWidget()->objectName(), "txtFlowMax");
     EXPECT_EQ(Get<QLineEdit>(dialog, "txtFlowMax")->selectedText(), "10");
-    minimum->setText("3");
-    minimum->setModified(true);
+    typeMinimum("3");
     Click(dialog, "cmdApply");
     EXPECT_EQ(applied.count(), 1);
     EXPECT_EQ(PrsOpt().Axis(Quantity::flow).minimum, 3);
@@ -97,12 +99,12 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     QSignalSpy applied(&dialog, &frmPlotFormat::Applied);
     dialog.show();
     EXPECT_EQ(dialog.windowTitle(), "Vorela Plot Format");
-    EXPECT_TRUE(Get<QRadioButton>(dialog, "optY14")->isChecked());
+    EXPECT_TRUE(Get<QAbstractButton>(dialog, "optY14")->isChecked());
     EXPECT_EQ(Get<QComboBox>(dialog, "cboHorizontal")->count(), 20);
     EXPECT_EQ(Get<QComboBox>(dialog, "cboNPlots")->currentText(), "1 - Single plot containing all curves");
     EXPECT_FALSE(Get<QCheckBox>(dialog, "chkFlow")->isChecked());
-    Get<QRadioButton>(dialog, "optY20")->click();
-    Get<QRadioButton>(dialog, "optMod1")->click();
+    Click(dialog, "optY20");
+    Click(dialog, "optMod1");
     Get<QComboBox>(dialog, "cboVertical")->setCurrentText("6");
     Get<QComboBox>(dialog, "cboNPlots")->setCurrentIndex(1);
     CurrentSelection().datasets.resize(1);
@@ -113,13 +115,12 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     EXPECT_EQ(ports_.boxes.size(), 2U);
     EXPECT_EQ(applied.count(), 0);
     EXPECT_EQ(Settings(), "");
-    Get<QRadioButton>(dialog, "optMod0")->click();
+    Click(dialog, "optMod0");
     Click(dialog, "cmdOK");
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_EQ(Settings(),
-              "[Plot]\r\nY1=4\r\nY2=0\r\nHorizontal=20\r\nVertical=6\r\nValve=0\r\nFlow=1\r\nNPlots="
-              "2\r\nPPres=-1\r\n"
-              "PFlow=0\r\nPValve=-1\r\nPFPres=0\r\nPFFlow=-1\r\n");
+              "[Plot]\r\nY1=4\r\nY2=0\r\nHorizontal=20\r\nVertical=6\r\nValve=0\r\nFlow=1\r\nNPlots=2\r\n"
+              "PPres=-1\r\nPFlow=0\r\nPValve=-1\r\nPFPres=0\r\nPFFlow=-1\r\n");
     CurrentSelection() = Selection{};
 }
 

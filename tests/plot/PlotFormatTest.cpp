@@ -21,33 +21,22 @@ class PlotFormatTest : public ::testing::Test {
     test::ScriptedPorts ports_;
 };
 
-TEST_F(PlotFormatTest, anEmptySettingsFileGivesTheDefaults) {
-    PlotFormat().y1 = 4;
-    PlotFormat().flow = false;
-    ReadPlotFormat();
-    const PlotFormatOptions& f = PlotFormat();
-    EXPECT_EQ(f.nPlots, 2);
-    EXPECT_EQ(f.y1, 0);
-    EXPECT_EQ(f.y2, 2);
-    EXPECT_EQ(f.horizontal, 4);
-    EXPECT_EQ(f.vertical, 2);
-    EXPECT_EQ(f.valve, 0);
-    EXPECT_EQ(f.flowCurve, 0);
-    for (std::size_t i = 0; i < quantityCount; ++i)
-        EXPECT_TRUE(f.Shows(static_cast<Quantity>(i)));
-}
-
-TEST_F(PlotFormatTest, writesItsKeysInOrderAndReadsThemBack) {
+TEST_F(PlotFormatTest, readsAndWritesItsKeysInOrderAndAnEmptyFileGivesTheDefaults) {
+    const std::string path = folder_.File("Vorela.ini");
+    const std::string defaults =
+        "[Plot]\r\nY1=0\r\nY2=2\r\nHorizontal=4\r\nVertical=2\r\nValve=0\r\nFlow=0\r\nNPlots=2\r\n"
+        "PPres=-1\r\nPFlow=-1\r\nPValve=-1\r\nPFPres=-1\r\nPFFlow=-1\r\n";
+    const std::string changed =
+        "[Plot]\r\nY1=3\r\nY2=4\r\nHorizontal=20\r\nVertical=7\r\nValve=1\r\nFlow=1\r\nNPlots=1\r\n"
+        "PPres=0\r\nPFlow=-1\r\nPValve=0\r\nPFPres=-1\r\nPFFlow=0\r\n";
     PlotFormat() = {3, 4, 1, 20, 7, false, true, false, true, false, 1, 1};
-    WritePlotFormat();
-    EXPECT_EQ(test::ReadAll(folder_.File("Vorela.ini")),
-              "[Plot]\r\nY1=3\r\nY2=4\r\nHorizontal=20\r\nVertical=7\r\nValve=1\r\nFlow=1\r\nNPlots="
-              "1\r\nPPres=0\r\n"
-              "PFlow=-1\r\nPValve=0\r\nPFPres=-1\r\nPFFlow=0\r\n");
-    PlotFormat() = PlotFormatOptions{};
-    ReadPlotFormat();
-    EXPECT_EQ(PlotFormat().horizontal, 20);
-    EXPECT_EQ(PlotFormat().flowCurve, 1);
+    for (const auto& [read, written] : {std::pair(std::string(), defaults), std::pair(changed, changed)}) {
+        test::WriteAll(path, read);
+        ReadPlotFormat();
+        test::WriteAll(path, "");
+        WritePlotFormat();
+        EXPECT_EQ(test::ReadAll(path), written);
+    }
     EXPECT_FALSE(PlotFormat().Shows(Quantity::pressure));
     EXPECT_TRUE(PlotFormat().Shows(Quantity::filteredPressure));
 }

@@ -38,51 +38,44 @@ class PlotScales : public ::testing::Test {
     std::string RefusalOf(Quantity quantity, const std::string& minimum, const std::string& maximum) {
         return Refused(WithAxis(quantity, minimum, maximum)).message;
     }
+    static std::vector<std::pair<double, double>> Plotted() {
+        std::vector<std::pair<double, double>> limits;
+        for (const AxisOptions& axis : PrsOpt().axes)
+            limits.emplace_back(axis.plottedMinimum, axis.plottedMaximum);
+        return limits;
+    }
+    static std::vector<std::int32_t> Range() {
+        return {PrsOpt().rangeStart, PrsOpt().rangeEnd, PrsOpt().timeRange};
+    }
 
     test::TempFolder folder_;
     test::ScriptedPorts ports_;
 };
 
-TEST_F(PlotScales, anEmptySettingsFileGivesTheDefaults) {
-    PrsOpt().rangeStart = 7;
+TEST_F(PlotScales, readsAndWritesItsKeysInOrderAndAnEmptyFileGivesTheDefaults) {
+    const std::string path = folder_.File("Vorela.ini");
+    const std::string defaults =
+        "[Presentation]\r\nTimeRange=240\r\nTimeAuto=0\r\nElapsed=0\r\n"
+        "PresMin=10\r\nPresMax=25\r\nPresAuto=-1\r\nFlowMin=-10\r\nFlowMax=10\r\nFlowAuto=-1\r\n"
+        "ModMin=0\r\nModMax=100\r\nModAuto=-1\r\nFiltPresMin=-20\r\nFiltPresMax=20\r\nFPresAuto=-1\r\n"
+        "FiltFlowMin=-10\r\nFiltFlowMax=10\r\nFFlowAuto=-1\r\nFixed=-1\r\nStart=0\r\nEnd=1000\r\n";
+    const std::string changed =
+        "[Presentation]\r\nTimeRange=960\r\nTimeAuto=-1\r\nElapsed=-1\r\n"
+        "PresMin=1\r\nPresMax=2\r\nPresAuto=0\r\nFlowMin=3\r\nFlowMax=4\r\nFlowAuto=0\r\n"
+        "ModMin=5\r\nModMax=6\r\nModAuto=0\r\nFiltPresMin=-2.5\r\nFiltPresMax=3.25\r\nFPresAuto=0\r\n"
+        "FiltFlowMin=7\r\nFiltFlowMax=8\r\nFFlowAuto=0\r\nFixed=0\r\nStart=-0.125\r\nEnd=9\r\n";
     PrsOpt().axes[0].automatic = false;
-    ReadPresentationOptions();
-    const PresentationOptions& o = PrsOpt();
-    EXPECT_EQ(o.rangeStart, 0);
-    EXPECT_EQ(o.timeRange, 240);
-    EXPECT_TRUE(o.fixed && !o.timeAuto && !o.elapsed);
-    EXPECT_EQ(o.start, 0);
-    EXPECT_EQ(o.end, 1000);
-    const double limits[][2] = {{10, 25}, {-10, 10}, {0, 100}, {-20, 20}, {-10, 10}};
-    for (std::size_t i = 0; i < quantityCount; ++i) {
-        EXPECT_TRUE(o.axes[i].automatic);
-        EXPECT_EQ(o.axes[i].minimum, limits[i][0]);
-        EXPECT_EQ(o.axes[i].maximum, limits[i][1]);
+    for (const auto& [read, written] : {std::pair(std::string(), defaults), std::pair(changed, changed)}) {
+        PrsOpt().rangeStart = 7;
+        test::WriteAll(path, read);
+        ReadPresentationOptions();
+        EXPECT_EQ(PrsOpt().rangeStart, 0);
+        test::WriteAll(path, "");
+        WritePresentationOptions();
+        EXPECT_EQ(test::ReadAll(path), written);
     }
-}
-
-TEST_F(PlotScales, writesItsKeysInOrderAndReadsThemBack) {
-    PrsOpt().timeRange = 960;
-    PrsOpt().elapsed = true;
-    PrsOpt().Axis(Quantity::filteredPressure) = {-2.5, 3.25, false, 0, 0};
-    PrsOpt().Axis(Quantity::filteredFlow).automatic = false;
-    PrsOpt().start = -0.125;
-    WritePresentationOptions();
-    EXPECT_EQ(
-        test::ReadAll(folder_.File("Vorela.ini")),
-        "[Presentation]\r\nTimeRange=960\r\nTimeAuto=0\r\nElapsed=-1\r\nPresMin=10\r\nPresMax=25\r\nPresAuto="
-        "-1\r\n"
-        "FlowMin=-10\r\nFlowMax=10\r\nFlowAuto=-1\r\nModMin=0\r\nModMax=100\r\nModAuto=-1\r\nFiltPresMin=-2."
-        "5\r\n"
-        "FiltPresMax=3.25\r\nFPresAuto=0\r\nFiltFlowMin=-10\r\nFiltFlowMax=10\r\nFFlowAuto=0\r\nFixed=-1\r\n"
-        "Start=-0.125\r\nEnd=1000\r\n");
-    PrsOpt() = PresentationOptions{};
-    ReadPresentationOptions();
-    EXPECT_EQ(PrsOpt().timeRange, 960);
-    EXPECT_TRUE(PrsOpt().elapsed);
+    EXPECT_TRUE(PrsOpt().timeAuto && PrsOpt().elapsed && !PrsOpt().fixed);
     EXPECT_EQ(PrsOpt().Axis(Quantity::filteredPressure).minimum, -2.5);
-    EXPECT_FALSE(PrsOpt().Axis(Quantity::filteredFlow).automatic);
-    EXPECT_EQ(PrsOpt().start, -0.125);
 }
 
 TEST_F(PlotScales, oneUnusableKeyDoesNotLoseTheOthers) {
@@ -117,30 +110,22 @@ TEST_F(PlotScales, automaticAxesAreRoundedOutwardsEachByItsStep) {
     extents[IndexOf(Quantity::pressure)] = {12.3, 20.0};
     extents[IndexOf(Quantity::filteredFlow)] = {-0.4, 0.6};
     PrsOpt().Axis(Quantity::flow) = {-3, 4, false, 0, 0};
+    std::vector<std::pair<double, double>> expected{{10, 30}, {-3, 4}, {0, 10}, {0, 1}, {-1, 1}};
     UpdateYAxes(extents);
-    const double plotted[][2] = {{10, 30}, {-3, 4}, {0, 10}, {0, 1}, {-1, 1}};
-    for (std::size_t i = 0; i < quantityCount; ++i) {
-        EXPECT_EQ(PrsOpt().axes[i].plottedMinimum, plotted[i][0]) << i;
-        EXPECT_EQ(PrsOpt().axes[i].plottedMaximum, plotted[i][1]) << i;
-    }
+    EXPECT_EQ(Plotted(), expected);
     EXPECT_TRUE(ports_.boxes.empty());
     extents[IndexOf(Quantity::pressure)] = {-5.0, 3e10};
+    expected[0] = {10, 25};  // the user's range after the report
     UpdateYAxes(extents);
+    EXPECT_EQ(Plotted(), expected);
     EXPECT_EQ(ports_.boxes.size(), 1U);
-    EXPECT_EQ(PrsOpt().axes[0].plottedMinimum, 10);  // the user's range after the report
-    EXPECT_EQ(PrsOpt().axes[0].plottedMaximum, 25);
-    EXPECT_EQ(PrsOpt().axes[4].plottedMaximum, 1);
 }
 
 TEST_F(PlotScales, timeRangeIsNeverNarrowerThanAMinute) {
     UpdateTimeRange(50, 3000);  // 0.5 s goes to the even 0
-    EXPECT_EQ(PrsOpt().rangeStart, 0);
-    EXPECT_EQ(PrsOpt().rangeEnd, 60);
-    EXPECT_EQ(PrsOpt().timeRange, 60);
+    EXPECT_EQ(Range(), (std::vector<std::int32_t>{0, 60, 60}));
     UpdateTimeRange(150, 100250);
-    EXPECT_EQ(PrsOpt().rangeStart, 2);
-    EXPECT_EQ(PrsOpt().rangeEnd, 1002);
-    EXPECT_EQ(PrsOpt().timeRange, 1000);
+    EXPECT_EQ(Range(), (std::vector<std::int32_t>{2, 1002, 1000}));
 }
 
 TEST_F(PlotScales, eachLimitIsInclusiveAndHasItsMessage) {
@@ -227,10 +212,9 @@ TEST_F(PlotScales, settingRangesAreTheDialogsAndUnknownKeysHaveNone) {
 TEST_F(PlotScales, theZoneBetweenTheCursorsBecomesTheSpecificZone) {
     EXPECT_TRUE(SetSpecificZone(12.5, 90));
     EXPECT_FALSE(PrsOpt().fixed);
-    EXPECT_EQ(ReadIniString("Presentation", "Start", "", SettingsFilePath()), "12.5");
+    EXPECT_NE(test::ReadAll(folder_.File("Vorela.ini")).find("Start=12.5\r\nEnd=90"), std::string::npos);
     EXPECT_FALSE(SetSpecificZone(90, 90));
-    EXPECT_EQ(PrsOpt().end, 90);
-    EXPECT_EQ(PrsOpt().start, 12.5);
+    EXPECT_EQ(std::pair(PrsOpt().start, PrsOpt().end), std::pair(12.5, 90.0));
 }
 
 }  // namespace

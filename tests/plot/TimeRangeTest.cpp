@@ -6,24 +6,20 @@
 namespace vorela {
 namespace {
 
-PresentationOptions AllData() {
+TEST(TimeRange, allDataGainsAStepAtItsEndAlsoOnAMultiple) {
     PresentationOptions options;
     options.timeAuto = true;
-    return options;
-}
-
-TEST(TimeRange, allDataGainsAStepAtItsEndAlsoOnAMultiple) {
-    EXPECT_EQ(ChosenSpan(AllData(), 1234, 9500), (TimeSpan{1000, 10000}));
-    EXPECT_EQ(ChosenSpan(AllData(), 1000, 10000), (TimeSpan{1000, 11000}));
-    EXPECT_EQ(ChosenSpan(AllData(), -3, 0), (TimeSpan{-1000, 1000}));
+    EXPECT_EQ(ChosenSpan(options, 1234, 9500), (TimeSpan{1000, 10000}));
+    EXPECT_EQ(ChosenSpan(options, 1000, 10000), (TimeSpan{1000, 11000}));
+    EXPECT_EQ(ChosenSpan(options, -3, 0), (TimeSpan{-1000, 1000}));
 }
 
 TEST(TimeRange, fixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
     PresentationOptions options;  // 240 s
     EXPECT_EQ(ChosenSpan(options, 0, 180000 - 1), (TimeSpan{180000 - 24000, 180000}));
     EXPECT_EQ(ChosenSpan(options, 500, 10400), (TimeSpan{0, 24000}));
-    EXPECT_EQ(ChosenSpan(options, 0, 23000),
-              (TimeSpan{0, 24000}));  // exactly as wide: the start is not before the data
+    // Exactly as wide: the start is not before the data.
+    EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000}));
 }
 
 TEST(TimeRange, specificZoneIsRoundedToTheEvenHundredth) {
