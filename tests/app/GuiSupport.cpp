@@ -1,11 +1,6 @@
 #include "tests/app/GuiSupport.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QPushButton>
-#include <QTabBar>
-#include <QTableWidget>
-#include <QTest>
 #include <cmath>
 
 #include "app/StartUp.h"
@@ -23,25 +18,8 @@ constexpr int lookEveryMs = 5;
 constexpr int patienceTicks = 2000;
 constexpr const char* drivenMark = "driven";
 
-class ApplicationEnvironment final : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        application_ = std::make_unique<QApplication>(count_, arguments_);
-    }
-    void TearDown() override { application_.reset(); }
-
-  private:
-    char name_[5] = "test";
-    char* arguments_[2] = {name_, nullptr};
-    int count_ = 1;
-    std::unique_ptr<QApplication> application_;
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
-
 std::int32_t Answer(void* context, DBMultiSelect* selection) {
-    auto& answers = static_cast<FakeChooser*>(context)->answers;
+    auto& answers = *static_cast<std::deque<std::vector<std::string>>*>(context);
     if (answers.empty())
         return 0;
     for (const std::string& path : answers.front())
@@ -96,18 +74,9 @@ std::string TextOf(QWidget& grid, int row, int column) {
     return static_cast<QTableWidget&>(grid).item(row, column)->text().toStdString();
 }
 
-FakeChooser::FakeChooser() {
-    if (LoadBuiltLibraries())
-        LoadedLibraries().database.DBsetchooser(Answer, this);
-}
-
-FakeChooser::~FakeChooser() {
-    if (LoadedLibraries().database.DBsetchooser != nullptr)
-        LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
-}
-
 void WindowFixture::SetUp() {
     DravikFixture::SetUp();
+    LoadedLibraries().database.DBsetchooser(Answer, &chooserAnswers);
     // Water in the well: with the default compressibility its storage would hide the reservoir.
     WriteIniString("Parameters", "Compressibility", "0.000003", SettingsFilePath());
     CurrentParameters() = ParameterSet{};
@@ -126,6 +95,7 @@ void WindowFixture::SetUp() {
 
 void WindowFixture::TearDown() {
     window.reset();
+    LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
     DravikFixture::TearDown();
 }
 
@@ -159,16 +129,18 @@ void WindowFixture::SetTab(int tab) {
     Find<QTabBar>(*window, "tsMain").setCurrentIndex(tab - 1);
 }
 
-void WindowFixture::SelectThroughDialog(const std::vector<std::string>& datasets) {
-    std::vector<std::string> paths;
+void WindowFixture::SelectThroughDialog(const std::vector<std::string>& datasets,
+                                        const ModalScript::Step& filter) {
+    chooserAnswers.emplace_back();
     for (const std::string& dataset : datasets)
-        paths.push_back(PathOf(dataset));
-    chooser.answers.push_back(paths);
+        chooserAnswers.back().push_back(PathOf(dataset));
     ModalScript script;
     script.Then("frmSelectData", [](QDialog& dialog) {
         Click(dialog, "cmdAdd");
         Click(dialog, "cmdOK");
     });
+    if (filter)
+        script.Then("frmFilteredCurves", filter);
     Trigger("mnuFile0");
 }
 

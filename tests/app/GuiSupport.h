@@ -1,8 +1,17 @@
-// What tests of the window need: the application, modal dialogs driven by name, a chooser that answers by
-// itself.
+// What tests of the window need: modal dialogs driven by name and a window over real databases.
 #pragma once
 
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QComboBox>
 #include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTest>
 #include <QTimer>
 #include <deque>
 #include <functional>
@@ -38,8 +47,8 @@ class ModalScript {
     int ticksInLast_ = 0;
 };
 
-/// A control by its name. When it is not there a failure is added and a new control of that kind given: an exception
-/// must not pass through Qt's event loop.
+/// A control by its name. When it is not there a failure is added and a new control of that kind given: an
+/// exception must not pass through Qt's event loop.
 template <typename Control>
 Control& Find(QWidget& window, const char* name) {
     auto* control = window.findChild<Control*>(QString::fromUtf8(name));
@@ -53,16 +62,6 @@ Control& Find(QWidget& window, const char* name) {
 void Click(QWidget& window, const char* button);
 std::string TextOf(QWidget& grid, int row, int column);
 
-/// Answers DBselectA with these datasets, once for each call.
-class FakeChooser {
-  public:
-    FakeChooser();
-    ~FakeChooser();
-    FakeChooser(const FakeChooser&) = delete;
-    FakeChooser& operator=(const FakeChooser&) = delete;
-    std::deque<std::vector<std::string>> answers;  ///< paths "file/dataset"
-};
-
 /// The main window over real databases with scripted boxes. Three levels LEVEL1 … LEVEL3 are made on demand.
 class WindowFixture : public DravikFixture {
   protected:
@@ -73,14 +72,16 @@ class WindowFixture : public DravikFixture {
     void MakeLevel(const std::string& dataset, double depth, double flowAmplitude);
     void MakeLevels();
     std::string PathOf(const std::string& dataset) const { return DatabasePath() + "/" + dataset; }
-    /// Through File, Select Data..., Add, OK. Questions are answered by `ports.answers`.
-    void SelectThroughDialog(const std::vector<std::string>& datasets);
+    /// Through File, Select Data..., Add, OK; then `filter` in the dialog of the filtered curves, if it is to
+    /// come. Questions are answered by `ports.answers`.
+    void SelectThroughDialog(const std::vector<std::string>& datasets, const ModalScript::Step& filter = {});
     void Trigger(const char* menuEntry);
     void SetTab(int tab);  // from 1
 
     static constexpr std::int32_t period = 24000;  ///< hundredths of a second
     QtPorts qtPorts;
-    FakeChooser chooser;
+    std::deque<std::vector<std::string>>
+        chooserAnswers;  ///< paths "file/dataset", one entry for each DBselectA
     std::unique_ptr<frmMain> window;
 };
 

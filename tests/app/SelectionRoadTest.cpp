@@ -1,22 +1,7 @@
-#include <gmock/gmock.h>
-
-#include <QComboBox>
-#include <QFile>
-#include <QLabel>
-#include <QLineEdit>
 #include <QListWidget>
-#include <QTabBar>
-#include <QTableWidget>
-#include <QTest>
 
 #include "analysis/modMain.h"
-#include "app/CurveChecks.h"
-#include "db/modDravik.h"
 #include "db/modSelectData.h"
-#include "general/SettingsFile.h"
-#include "signal/modDFilt.h"
-#include "signal/modFilteredCurves.h"
-#include "signal/modModulator.h"
 #include "tests/app/GuiSupport.h"
 
 namespace vorela::test {
@@ -27,16 +12,6 @@ using ::testing::HasSubstr;
 
 class SelectionRoad : public WindowFixture {
   protected:
-    /// Opens the dialog, presses Add once for each answer of the chooser, then does `rest`.
-    void InDialog(int adds, const ModalScript::Step& rest) {
-        ModalScript script;
-        script.Then("frmSelectData", [adds, rest](QDialog& dialog) {
-            for (int i = 0; i < adds; ++i)
-                Click(dialog, "cmdAdd");
-            rest(dialog);
-        });
-        Trigger("mnuFile0");
-    }
     static std::vector<std::string> Lines(QDialog& dialog) {
         const auto& list = Find<QListWidget>(dialog, "lstPasses");
         std::vector<std::string> lines;
@@ -46,10 +21,13 @@ class SelectionRoad : public WindowFixture {
     }
 };
 
-TEST_F(SelectionRoad, DialogAddsRemovesAndCancelDiscardsTheWholeSelection) {
+TEST_F(SelectionRoad, DialogAddsRefusesRemovesAndCancelDiscardsTheWholeSelection) {
     MakeLevels();
-    chooser.answers = {{PathOf("LEVEL1")}, {PathOf("LEVEL2"), PathOf("LEVEL3")}};
-    InDialog(2, [this](QDialog& dialog) {
+    chooserAnswers = {{PathOf("LEVEL1")}, {PathOf("LEVEL1")}, {PathOf("LEVEL2"), PathOf("LEVEL3")}};
+    ModalScript script;
+    script.Then("frmSelectData", [this](QDialog& dialog) {
+        for (int i = 0; i < 3; ++i)
+            Click(dialog, "cmdAdd");
         EXPECT_THAT(Lines(dialog), ElementsAre("LEVEL1", "LEVEL2", "LEVEL3"));
         EXPECT_EQ(Find<QLabel>(dialog, "lblDatabase").toolTip().toStdString(), DatabasePath());
         EXPECT_EQ(Find<QComboBox>(dialog, "cboPressureCurve").currentText(), "ZG");
@@ -63,52 +41,39 @@ TEST_F(SelectionRoad, DialogAddsRemovesAndCancelDiscardsTheWholeSelection) {
         EXPECT_THAT(Lines(dialog), ElementsAre("LEVEL2"));
         Click(dialog, "cmdCancel");
     });
+    Trigger("mnuFile0");
     EXPECT_TRUE(CurrentSelection().datasets.empty());
     EXPECT_EQ(Find<QTabBar>(*window, "tsMain").count(), 4);
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].text, "No data selected");
+    ASSERT_EQ(ports.boxes.size(), 2U);
+    EXPECT_THAT(ports.boxes[0].text, HasSubstr("already been selected"));
+    EXPECT_EQ(ports.boxes[1].text, "No data selected");
     EXPECT_TRUE(ports.questions.empty());
 }
 
-TEST_F(SelectionRoad, RefusedDatasetsAreToldAndDoNotEnterTheSelection) {
-    MakeLevel("GOOD", 6000, 1);
-    AddCurve("DEPTHRUN", {"ZG", "psi", 10, [](std::int32_t) { return 1.0; }, 0, 10, 1.0F, 0.0F, 0});
-    AddCurve("NOVALVE", {"ZG", "psi", 10, [](std::int32_t) { return 1.0; }});
-    AddCurve("STRANGER", {"XX", "psi", 10, [](std::int32_t) { return 1.0; }});
-    chooser.answers = {
-        {PathOf("GOOD")}, {PathOf("GOOD")}, {PathOf("DEPTHRUN")}, {PathOf("NOVALVE")}, {PathOf("STRANGER")}};
-    InDialog(5, [](QDialog& dialog) {
-        EXPECT_THAT(Lines(dialog), ElementsAre("GOOD"));
-        Click(dialog, "cmdCancel");
-    });
-    std::vector<std::string> texts;
-    for (const ShownBox& box : ports.boxes)
-        texts.push_back(box.text);
-    EXPECT_THAT(
-        texts,
-        ElementsAre("This dataset has already been selected\rDatabase: " + DatabasePath() + "\rDataset: GOOD",
-                    "Selected datasets must be recorded against time (DEPTHRUN)",
-                    "Vorela valve curve is not in all datasets",
-                    "There are no common curves in the selected datasets", "No data selected"));
-}
-
-struct MissingCurves {
-    bool filtered;
-    bool valve;
-    bool dravikFlow;
-};
-
 TEST_F(SelectionRoad, QuestionsComeInTheirOrderForEveryCombinationOfMissingCurves) {
-    const auto line = [](std::int32_t t) { return t; };
+    const struct {
+        std::vector<const char*> curves;
+        const char* question;
+    } kinds[] = {{{"ZG_p", "RTC_qs"},
+                  "Vorela filtered spinner and pressure curves don't exist in all of the selected "
+                  "datasets.\r\rDo you want to create the filtered curves in the datasets?"},
+                 {{"PVLSIG"},
+                  "The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected "
+                  "datasets.\r\rDo you want to create the PVLSIG curve in the datasets?"},
+                 {{"RTC_f"},
+                  "The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets."
+                  "\r\rDo you want to create the curve in the datasets?"}};
     for (int mask = 0; mask < 8; ++mask) {
         const std::string name = "SET" + std::to_string(mask);
         MakeLevel(name, 6000 + mask, 1);
-        if ((mask & 1) == 0)
-            AddCurves(name, {{"ZG_p", "psi", 20000, line}, {"RTC_qs", "rps", 20000, line}});
-        if ((mask & 2) == 0)
-            AddCurve(name, {"PVLSIG", "", 20000, line});
-        if ((mask & 4) == 0)
-            AddCurve(name, {"RTC_f", "rps", 20000, line});
+        std::vector<std::string> expected;
+        for (int kind = 0; kind < 3; ++kind) {
+            if ((mask >> kind & 1) != 0)
+                expected.emplace_back(kinds[kind].question);
+            else
+                for (const char* curve : kinds[kind].curves)
+                    AddCurve(name, {curve, "", 20000, [](std::int32_t t) { return t; }});
+        }
         InitialiseDatasetVariables();
         ports.questions.clear();
         ports.answers = {false, false, false};
@@ -118,19 +83,6 @@ TEST_F(SelectionRoad, QuestionsComeInTheirOrderForEveryCombinationOfMissingCurve
             EXPECT_EQ(question.title, "Corvane Vorela");
             asked.push_back(question.text);
         }
-        std::vector<std::string> expected;
-        if ((mask & 1) != 0)
-            expected.emplace_back(
-                "Vorela filtered spinner and pressure curves don't exist in all of the selected "
-                "datasets.\r\rDo you want to create the filtered curves in the datasets?");
-        if ((mask & 2) != 0)
-            expected.emplace_back(
-                "The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected "
-                "datasets.\r\rDo you want to create the PVLSIG curve in the datasets?");
-        if ((mask & 4) != 0)
-            expected.emplace_back(
-                "The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets."
-                "\r\rDo you want to create the curve in the datasets?");
         EXPECT_EQ(asked, expected) << name;
         EXPECT_TRUE(ports.boxes.empty());
     }
@@ -153,19 +105,12 @@ TEST_F(SelectionRoad, CurvesFilteredByTheAcquisitionSystemAreWarnedOf) {
 TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
     MakeLevels();
     ports.answers = {true, true, true};
-    chooser.answers.push_back({PathOf("LEVEL1"), PathOf("LEVEL2")});
-    ModalScript script;
-    script.Then("frmSelectData", [](QDialog& dialog) {
-        Click(dialog, "cmdAdd");
-        Click(dialog, "cmdOK");
-    });
-    script.Then("frmFilteredCurves", [](QDialog& dialog) {
+    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) {
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputPressure").text(), "ZG_p");
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputFlow").text(), "RTC_qs");
         EXPECT_EQ(Find<QLabel>(dialog, "lblPercentage").text(), "0%");
         Click(dialog, "cmdCreate");
     });
-    Trigger("mnuFile0");
     SetTab(3);
     auto& grid = Find<QTableWidget>(*window, "fgQuicklook");
     auto& editor = Find<QLineEdit>(*window, "txtEdit");
