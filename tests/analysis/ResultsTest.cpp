@@ -1,6 +1,7 @@
 // Level, interval and quicklook values from hand-made cycle records; grids and export as bytes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 
@@ -35,9 +36,8 @@ class Results : public ::testing::Test {
         record.database = "/data/well.dkb";
         record.dataset = "LEVEL" + std::to_string(CurrentSelection().datasets.size() + 1);
         record.sortKey = depth;
-        for (std::int32_t i = 0; i <= real; ++i)
-            AppendCycle(record.cycles);
         for (std::size_t i = 0; i <= static_cast<std::size_t>(real); ++i) {
+            AppendCycle(record.cycles);
             record.cycles.ratio[i] = ratio;
             record.cycles.phaseLag[i] = lag;
             record.cycles.period[i] = 240.25;
@@ -82,6 +82,7 @@ TEST_F(Results, IntervalIsTheComplexDifferenceAndTheReservoirTakesOffStorageFrom
 TEST_F(Results, SpinnerTypesConvertWithTheirOwnFactors) {
     AddLevel(9000, 0, 0);
     AddLevel(9000, 1, 0);
+    AddLevel(9000, 1, 0);  // equal levels: an interval of zero at zero degrees
     const double area = 36 - 1.6875 * 1.6875;
     struct Case {
         std::int32_t type;
@@ -98,15 +99,9 @@ TEST_F(Results, SpinnerTypesConvertWithTheirOwnFactors) {
         ASSERT_TRUE(GetIntervalInformation());
         EXPECT_NEAR(*CurrentIntervals()[1].reservoirHpi, c.factor, 1e-9) << c.type;
         EXPECT_EQ(*CurrentIntervals()[1].reservoirPhase, 0);
+        EXPECT_EQ(*CurrentIntervals()[2].intervalHpi, 0);
+        EXPECT_EQ(*CurrentIntervals()[2].intervalPhase, 0);
     }
-}
-
-TEST_F(Results, EqualLevelsGiveAnIntervalOfZeroAtZeroDegrees) {
-    AddLevel(9000, 0.5, -120);
-    AddLevel(8000, 0.5, -120);
-    ASSERT_TRUE(GetIntervalInformation());
-    EXPECT_EQ(*CurrentIntervals()[1].intervalHpi, 0);
-    EXPECT_EQ(*CurrentIntervals()[1].intervalPhase, 0);
 }
 
 TEST_F(Results, ThereAreNoIntervalsWhileALevelLacksACycleASelectionOrResults) {
@@ -222,32 +217,28 @@ TEST_F(Quicklook, ErrorKeepsWhatWasReachedAndLeavesTheRestEmpty) {
 }
 
 TEST_F(Results, GridsHaveTheirCaptionsShadesAndWidthsBeforeThereIsAnythingToShow) {
+    const auto shadesAt = [](const ResultGrid& grid, const std::vector<std::size_t>& rows, RowShade shade) {
+        return std::ranges::all_of(rows, [&](std::size_t row) { return grid.shades[row] == shade; });
+    };
     const ResultGrid& level = Grid(GridKind::level);
     ASSERT_EQ(level.Rows(), 21U);
     EXPECT_EQ(level.widths, (std::vector<int>{2800, 0}));
     EXPECT_EQ(level.cells[levelCycleNumberRow], (std::vector<std::string>{"Cycle number", ""}));
-    EXPECT_EQ(level.cells[20][0], "Phase angle lag (degrees)");
-    EXPECT_EQ(level.shades[15], RowShade::buttonShadow);
-    for (const std::size_t row : {1U, 6U, 16U, 18U})
-        EXPECT_EQ(level.shades[row], RowShade::paleOrange) << row;
+    EXPECT_TRUE(shadesAt(level, {15}, RowShade::buttonShadow));
+    EXPECT_TRUE(shadesAt(level, {1, 6, 16, 18}, RowShade::paleOrange));
     const ResultGrid& interval = Grid(GridKind::interval);
     ASSERT_EQ(interval.Rows(), 21U);
     EXPECT_EQ(interval.widths.front(), 3200);
-    EXPECT_EQ(interval.cells[17][0], "Spinner type");
-    EXPECT_EQ(interval.shades[9], RowShade::buttonShadow);
-    EXPECT_EQ(interval.shades[10], RowShade::paleOrange);
+    EXPECT_TRUE(shadesAt(interval, {9}, RowShade::buttonShadow));
+    EXPECT_TRUE(shadesAt(interval, {10}, RowShade::paleOrange));
     const ResultGrid& quicklook = Grid(GridKind::quicklook);
     ASSERT_EQ(quicklook.Rows(), 16U);
     EXPECT_EQ(quicklook.widths.front(), 3700);
     EXPECT_EQ(quicklook.cells[quicklookPorosityRow][0], "Porosity (v/v)");
-    EXPECT_EQ(quicklook.cells[quicklookHeightRow][0], "Height (ft)");
-    EXPECT_EQ(quicklook.cells[14][0], "Skin factor");
-    EXPECT_EQ(quicklook.shades[12], RowShade::paleOrange);
-    const ResultGrid& summary = Grid(GridKind::summary);
-    ASSERT_EQ(summary.Rows(), 1U);
-    EXPECT_EQ(summary.widths, (std::vector<int>{1700, 1200, 1200, 1200, 1200, 1200, 1200, 1200}));
-    EXPECT_EQ(summary.cells[0],
-              (std::vector<std::string>{"Depth Interval", "HPII", "THI", "HPIR", "THR", "k", "S", "HPIS"}));
+    EXPECT_TRUE(shadesAt(quicklook, {12}, RowShade::paleOrange));
+    EXPECT_EQ(Grid(GridKind::summary).Rows(), 1U);
+    EXPECT_EQ(Grid(GridKind::summary).widths,
+              (std::vector<int>{1700, 1200, 1200, 1200, 1200, 1200, 1200, 1200}));
 }
 
 TEST_F(Results, LevelGridShowsTheSelectedCycleTheWindowByNameAndEmptyCellsWithoutResults) {

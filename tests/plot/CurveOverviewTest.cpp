@@ -70,13 +70,6 @@ TEST(CurveOverview, forgetsATailThatIsWrittenAgain) {
     }
 }
 
-TEST(CurveOverview, takesASmallPartOfTheSamplesMemory) {
-    CurveOverview overview;
-    const std::vector<float> samples(1 << 20, 1.0F);
-    overview.Append(samples);
-    EXPECT_LT(overview.Bytes(), samples.size() * sizeof(float) / 20);
-}
-
 TEST(CurveOverview, onlyGapsAreEmpty) {
     CurveOverview overview;
     overview.Append(std::vector<float>(1000, gap));

@@ -39,6 +39,11 @@ class PlotDataTest : public test::DravikFixture {
         EXPECT_TRUE(GetPlotInformation(request, information, message));
         return information;
     }
+    /// Its text when there is no plot.
+    std::string Refusal(const PlotRequest& request) {
+        PlotInformation information;
+        return GetPlotInformation(request, information, message) ? "" : message;
+    }
     static const CurvePoints& Pressure(const PlotInformation& information) {
         return information.datasets.at(0).Find(Quantity::pressure)->values;
     }
@@ -51,28 +56,27 @@ double Wave(std::int32_t t) {
 }
 
 TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
-    PlotInformation information;
-    EXPECT_FALSE(GetPlotInformation({}, information, message));
-    EXPECT_EQ(message, "No data selected");
+    EXPECT_EQ(Refusal({}), "No data selected");
     CurrentSelection().datasets.resize(1);
-    EXPECT_FALSE(GetPlotInformation({}, information, message));
-    EXPECT_EQ(message, "There are no common curves in the selected datasets");
+    EXPECT_EQ(Refusal({}), "There are no common curves in the selected datasets");
+    MakeDataset(1000, Wave);
+    DeleteItem("LEVEL1");
+    PlotRequest request;
+    request.datasets = {0};
+    EXPECT_EQ(Refusal(request), "Error attaching to dataset: LEVEL1");
     EXPECT_TRUE(ports.boxes.empty());
 }
 
 TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
-    MakeDataset(
-        4134, [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; }, 1234, 2);
-    const PlottedRange before = PlottedRangeOf(0);
+    const auto slope = [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; };
+    MakeDataset(4134, slope, 1234, 2);
+    EXPECT_EQ(PlottedRangeOf(0), (PlottedRange{10, 100}));
     EXPECT_EQ(PrsOpt().rangeEnd, 0);
     const PlotInformation information = Get();
     EXPECT_EQ(information.span, (TimeSpan{1000, 10000}));
-    EXPECT_EQ(PrsOpt().rangeStart, 10);
-    EXPECT_EQ(PrsOpt().rangeEnd, 100);
+    EXPECT_EQ(std::pair(PrsOpt().rangeStart, PrsOpt().rangeEnd), std::pair(10, 100));
     EXPECT_EQ(PrsOpt().timeRange, 90);
-    EXPECT_EQ(before, (PlottedRange{10, 100}));
-    EXPECT_EQ(information.axes[0].minimum, 10);
-    EXPECT_EQ(information.axes[0].maximum, 30);
+    EXPECT_EQ(std::pair(information.axes[0].minimum, information.axes[0].maximum), std::pair(10.0, 30.0));
     EXPECT_EQ(information.axes[3].maximum, 1);  // no filtered curve: 0 to one step
     EXPECT_EQ(information.datasets[0].Find(Quantity::filteredPressure), nullptr);
     EXPECT_EQ(information.datasets[0].Find(Quantity::pressure)->unit, "psi");
@@ -101,16 +105,6 @@ TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
     const auto names = ChooseCurveNames(PlotFormat(), fallbacks);
     EXPECT_TRUE(fallbacks.empty());
     EXPECT_EQ(names, (std::array<std::string, 5>{"ZG", "RTC_f", "PVLSIG", "ZG_p", "RTC_qs"}));
-}
-
-TEST_F(PlotDataTest, aVanishedDatasetEndsWithItsName) {
-    MakeDataset(1000, Wave);
-    DeleteItem("LEVEL1");
-    PlotInformation information;
-    PlotRequest request;
-    request.datasets = {0};
-    EXPECT_FALSE(GetPlotInformation(request, information, message));
-    EXPECT_EQ(message, "Error attaching to dataset: LEVEL1");
 }
 
 TEST_F(PlotDataTest, everySampleIsInExactlyOneColumn) {
@@ -223,6 +217,8 @@ TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
     EXPECT_EQ(Get().span, (TimeSpan{0, 24000}));
     PlotRequest request;
     request.mode = TimeMode::follow;
+    EXPECT_EQ(Get(request).span, (TimeSpan{0, 24000}));
+    CurrentSelection().datasets[0].extentB = 24000;
     EXPECT_EQ(Get(request).span, (TimeSpan{0, 24000}));
     CurrentSelection().datasets[0].extentB = 24001;
     EXPECT_EQ(Get(request).span, (TimeSpan{24000, 48000}));

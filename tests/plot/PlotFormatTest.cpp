@@ -79,12 +79,5 @@ TEST_F(PlotFormatTest, theReconstructedValveNeedsItsCurveOnceDataAreSelected) {
     EXPECT_TRUE(GetPlotFormatFromDialog(form));
 }
 
-TEST_F(PlotFormatTest, settingRangesCoverTheDialogsChoices) {
-    EXPECT_EQ(PlotFormatSettingRange("horizontal")->upper, 20);
-    EXPECT_EQ(PlotFormatSettingRange("NPlots")->lower, 1);
-    EXPECT_EQ(PlotFormatSettingRange("Y2")->upper, 4);
-    EXPECT_FALSE(PlotFormatSettingRange("Plots"));
-}
-
 }  // namespace
 }  // namespace vorela

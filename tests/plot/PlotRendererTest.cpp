@@ -12,6 +12,7 @@ namespace {
 using test::RecordingSurface;
 using Operation = RecordingSurface::Operation;
 using ::testing::Contains;
+using ::testing::IsSupersetOf;
 using ::testing::Not;
 
 constexpr float gap = std::numeric_limits<float>::quiet_NaN();
@@ -31,17 +32,12 @@ PlotInformation FiveCurves() {
     information.title = "Vorela plot - LEVEL1 TOOL";
     information.axes.fill({0, 10});
     DatasetPlot plot;
-    const struct {
-        Quantity quantity;
-        const char* name;
-        const char* unit;
-    } curves[] = {{Quantity::pressure, "ZG", "psi"},
-                  {Quantity::flow, "RTC", "rps"},
-                  {Quantity::valve, "PVLPOS", ""},
-                  {Quantity::filteredPressure, "ZG_p", "psi"},
-                  {Quantity::filteredFlow, "RTC_qs", ""}};
-    for (const auto& curve : curves)
-        plot.curves.push_back({curve.quantity, curve.name, curve.unit, Samples({1, 2, 3, 2, 1})});
+    const CurvePoints samples = Samples({1, 2, 3, 2, 1});
+    plot.curves = {{Quantity::pressure, "ZG", "psi", samples},
+                   {Quantity::flow, "RTC", "rps", samples},
+                   {Quantity::valve, "PVLPOS", "", samples},
+                   {Quantity::filteredPressure, "ZG_p", "psi", samples},
+                   {Quantity::filteredFlow, "RTC_qs", "", samples}};
     information.datasets = {plot};
     return information;
 }
@@ -163,19 +159,16 @@ TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
     format.y2 = 4;
     PlotInformation information = FiveCurves();
     const auto single = Drawn(information, format).Texts();
-    EXPECT_THAT(single, Contains("Vorela plot - LEVEL1 TOOL"));
-    EXPECT_THAT(single, Contains("Time (seconds)"));
-    EXPECT_THAT(single, Contains("Filtered Pressure - ZG_p (psi)"));
-    EXPECT_THAT(single, Contains("Filtered Flow - RTC_qs (Unknown)"));
+    EXPECT_THAT(single, IsSupersetOf({"Vorela plot - LEVEL1 TOOL", "Time (seconds)",
+                                      "Filtered Pressure - ZG_p (psi)", "Filtered Flow - RTC_qs (Unknown)"}));
     EXPECT_THAT(single, Not(Contains("Valve - PVLPOS (cps)")));
     format.nPlots = 2;
     information.datasets[0].curves[2].name = "PVLSIG";
     information.datasets[0].curves.erase(information.datasets[0].curves.begin() + 1);
     const RecordingSurface dual = Drawn(information, format);
-    EXPECT_THAT(dual.Texts(), Contains("Pressure sensor - P"));
-    EXPECT_THAT(dual.Texts(), Contains("Flow meter - Q"));
+    EXPECT_THAT(dual.Texts(),
+                IsSupersetOf({"Pressure sensor - P", "Flow meter - Q", "Flow - Unknown (Unknown)"}));
     EXPECT_THAT(dual.Texts(), Contains("Valve - Ref. Signal").Times(2));
-    EXPECT_THAT(dual.Texts(), Contains("Flow - Unknown (Unknown)"));
     EXPECT_EQ(dual.FindText("Flow meter - Q")->alignment, TextAlignment::topLeft);
     EXPECT_GT(dual.FindText("Flow meter - Q")->points[0].y, 308);
     EXPECT_EQ(AxisLabel(FiveCurves(), Quantity::valve), "Valve - PVLPOS (cps)");

@@ -196,19 +196,6 @@ TEST_F(PlotScales, anUntouchedBoxKeepsItsStoredValueButIsChecked) {
     EXPECT_EQ(Refused(ShowPresentationOptions()).message, "Start time out of range");
 }
 
-TEST_F(PlotScales, settingRangesAreTheDialogsAndUnknownKeysHaveNone) {
-    EXPECT_FALSE(PresentationSettingRange("Pressure"));
-    EXPECT_EQ(PresentationSettingRange("presmin")->lower, -2000);
-    EXPECT_EQ(PresentationSettingRange("FiltFlowMax")->message,
-              "Filtered Flow Axis: Maximum value out of range");
-    EXPECT_EQ(PresentationSettingRange("End")->lower, -9999999);
-    EXPECT_TRUE(PresentationSettingRange("FFlowAuto")->integer);
-    PrsOpt().Axis(Quantity::valve) = {5, 5, false, 0, 0};
-    EXPECT_EQ(PresentationOrderFault(PrsOpt())->message, "Valve Axis: Maximum must be greater than Minimum");
-    EXPECT_EQ(EnabledTimeControls(true, true).modes, false);
-    EXPECT_EQ(EnabledTimeControls(false, true).range && !EnabledTimeControls(false, true).zone, true);
-}
-
 TEST_F(PlotScales, theZoneBetweenTheCursorsBecomesTheSpecificZone) {
     EXPECT_TRUE(SetSpecificZone(12.5, 90));
     EXPECT_FALSE(PrsOpt().fixed);

@@ -52,6 +52,12 @@ class PlotWidgetTest : public test::DravikFixture {
         const auto span = *plot_.FileOptions(0).span;
         return {span.start / 100.0, span.end / 100.0};
     }
+    void DragTo(int from, int to, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::mousePress(&plot_, Qt::LeftButton, modifiers, {from, 100});
+        QTest::mouseMove(&plot_, {to, 100});
+        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {to, 100});
+        QTest::qWait(5);
+    }
     /// Types into the position dialog that is about to open.
     static void Type(const QString& text) {
         QTimer::singleShot(0, [text] {
@@ -118,15 +124,9 @@ TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(-50);  // out of the way
     cursors_.setCursor2(-50);
-    QTest::mousePress(&plot_, Qt::LeftButton, {}, {left, 100});
-    QTest::mouseMove(&plot_, {(left + right) / 2, 100});
-    QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {(left + right) / 2, 100});
-    QTest::qWait(5);
+    DragTo(left, (left + right) / 2);
     EXPECT_EQ(Seen(), std::make_pair(0.0, 500.0));
-    QTest::mousePress(&plot_, Qt::LeftButton, Qt::ShiftModifier, {(left + right) / 2, 100});
-    QTest::mouseMove(&plot_, {left, 100});
-    QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {left, 100});
-    QTest::qWait(5);
+    DragTo((left + right) / 2, left, Qt::ShiftModifier);
     EXPECT_EQ(Seen(), std::make_pair(250.0, 750.0));
 }
 

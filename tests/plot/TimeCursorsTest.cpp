@@ -32,16 +32,6 @@ class TimeCursorsTest : public ::testing::Test {
     TimeCursors control_;
 };
 
-TEST_F(TimeCursorsTest, aNewControlShowsItsMarkersAtTheDefaults) {
-    EXPECT_EQ(control_.objectName(), "cursors");
-    EXPECT_FLOAT_EQ(control_.cursor1(), 33.33F);
-    EXPECT_FLOAT_EQ(control_.cursor2(), 66.66F);
-    EXPECT_EQ(Child("imgGuide")->geometry().x(), 0);
-    EXPECT_EQ(Child("imgGuide")->width(), controlWidth);
-    EXPECT_EQ(Centre("imgCursor1"), 333);
-    EXPECT_EQ(Centre("imgCursor2"), 667);
-}
-
 TEST_F(TimeCursorsTest, aPositionOutsideTheGuideIsStoredUnchanged) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     control_.setCursor1(150);

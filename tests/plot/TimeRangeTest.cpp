@@ -43,14 +43,6 @@ TEST(TimeRange, whatLeaves32BitsIsAnOverflow) {
     EXPECT_THROW(ChosenSpan(options, 0, 2147483640), RunTimeError);
 }
 
-TEST(TimeRange, followingMovesByTheRangeOnlyWhenDataLieBeyondIt) {
-    PresentationOptions options;
-    options.rangeStart = 100;
-    options.rangeEnd = 340;
-    EXPECT_EQ(FollowingSpan(options, 34000), std::nullopt);
-    EXPECT_EQ(FollowingSpan(options, 34001), (TimeSpan{34000, 58000}));
-}
-
 TEST(TimeRange, samplingStepIsNeverFinerThanTheCurve) {
     EXPECT_EQ(SamplingStep({0, 24000}, 1000, 10), 24);
     EXPECT_EQ(SamplingStep({0, 24000}, 1000, 50), 50);
