@@ -11,7 +11,7 @@ inline constexpr int actionQueueIntervalMs = 1000;
 /// What a pass needs from the window. Tabs count from 1: 1 … 4 the grids, k ≥ 5 dataset k − 5.
 struct ActionQueueView {
     std::function<int()> selectedTab;
-    std::function<void(int tab)> refreshGrid;            ///< tab 1 … 4: that grid only
+    std::function<void(int tab)> refreshGrid;  ///< tab 1 … 4: that grid only
     std::function<void(std::size_t dataset)> redrawPlot;
     std::function<void(bool on)> switchTimer;
 };
@@ -19,8 +19,9 @@ struct ActionQueueView {
 /// One pass. False when a step of it failed (its report has been shown).
 bool RunActionQueuePass(const ActionQueueView& view);
 
-/// Brings dataset `index` up to what has been recorded: presentation, extent, filtered curves, valve curve and cycles,
-/// filtered flow. The pass's work, and vorela-batch's. False when a step failed; the next call takes it up again.
+/// Brings dataset `index` up to what has been recorded: presentation, extent, filtered curves, valve curve
+/// and cycles, filtered flow. The pass's work, and vorela-batch's. False when a step failed; the next call
+/// takes it up again.
 bool ExtendDataset(std::size_t index);
 
 }  // namespace vorela

@@ -15,7 +15,9 @@ namespace {
 
 constexpr const char* boxTitle = "Corvane Vorela";
 
-bool Ask(const std::string& text) { return CurrentPorts().messages->AskYesNo(boxTitle, text); }
+bool Ask(const std::string& text) {
+    return CurrentPorts().messages->AskYesNo(boxTitle, text);
+}
 
 void OfferFilteredCurves(const SelectDataView& view) {
     if (!FilteredCurvesExist() &&
@@ -44,11 +46,13 @@ void WarnOfDravikFilters() {
         CurrentPorts().messages->Show(
             MessageIcon::information, boxTitle,
             "The selected datasets contain pressure and flow curves that have been filtered by Dravik.\r"
-            "This can adversely effect the phase angle calculation and distort Vorela's calculated outputs.\r\r"
+            "This can adversely effect the phase angle calculation and distort Vorela's calculated "
+            "outputs.\r\r"
             "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
 }
 
-/// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same record.
+/// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
+/// record.
 bool EndsBeforeValvePosition(const DatasetRecord& record, const CurveChoice& choice) {
     const Database database(record.database);
     if (!database.IsOpen())

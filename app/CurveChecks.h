@@ -1,5 +1,5 @@
-// What follows a selection: the offers to create derived curves that are missing, in their fixed order, and the warning
-// about curves that the acquisition system has filtered.
+// What follows a selection: the offers to create derived curves that are missing, in their fixed order, and
+// the warning about curves that the acquisition system has filtered.
 #pragma once
 
 #include <functional>
@@ -18,8 +18,8 @@ struct SelectDataView {
 /// Step "Selecting data". True when it ran to its end.
 bool SelectData(const SelectDataView& view);
 
-/// A chosen pressure or flow curve ends before PVLPOS: the acquisition system filtered it. Step "Checking filters in
-/// curves".
+/// A chosen pressure or flow curve ends before PVLPOS: the acquisition system filtered it. Step "Checking
+/// filters in curves".
 bool CurvesFilteredByDravik();
 
 }  // namespace vorela

@@ -40,7 +40,8 @@ bool Explained(bool loaded) {
 }  // namespace
 
 std::string VersionText(const ProgramVersion& version) {
-    return std::to_string(version.major) + "." + std::to_string(version.minor) + std::to_string(version.revision);
+    return std::to_string(version.major) + "." + std::to_string(version.minor) +
+           std::to_string(version.revision);
 }
 
 void StampVersion(const ProgramVersion& version, const std::string& filePath) {
@@ -59,11 +60,14 @@ bool CheckIniFile() {
     });
 }
 
-const std::string& HelpFilePath() { return HelpFileState(); }
+const std::string& HelpFilePath() {
+    return HelpFileState();
+}
 
 CursorPositions ReadCursorSettings() {
     const auto read = [](const char* key, const char* defaultText) {
-        return static_cast<float>(LeadingNumber(ReadIniString(cursorsSection, key, defaultText, SettingsFilePath())));
+        return static_cast<float>(
+            LeadingNumber(ReadIniString(cursorsSection, key, defaultText, SettingsFilePath())));
     };
     return {read("Cursor1", "33.33"), read("Cursor2", "66.33")};
 }
@@ -82,7 +86,8 @@ void ComposeRooms() {
     SetSelectedCycleSource([](std::size_t dataset) { return CycleNumberOf(dataset); });
     SetCursorSpanSource([](std::size_t dataset) {
         const PlottedRange range = PlottedRangeOf(dataset);
-        return CursorSpan{CurrentCursorPositions().cursor1, CurrentCursorPositions().cursor2, range.start, range.end};
+        return CursorSpan{CurrentCursorPositions().cursor1, CurrentCursorPositions().cursor2, range.start,
+                          range.end};
     });
     InstallCycleAnalysis();
 }
@@ -95,7 +100,8 @@ bool StartUp() {
         std::filesystem::current_path(folder);
         if (!CheckIniFile())
             return false;
-        // If only the first library loads, the process ends with it still loaded: nothing is left to release it for.
+        // If only the first library loads, the process ends with it still loaded: nothing is left to release
+        // it for.
         if (!Explained(LoadDatabaseLibrary()) || !Explained(LoadFilterLibrary()))
             return false;
         ComposeRooms();

@@ -14,8 +14,8 @@ inline constexpr ProgramVersion programVersion{};
 /// Major, point, minor and revision side by side: {1, 0, 5} is "1.05", {2, 1, 12} is "2.112".
 std::string VersionText(const ProgramVersion& version);
 
-/// Writes the version into `[Version]` when the file holds another one; other sections are never touched, and a
-/// negative stored number leaves the file alone.
+/// Writes the version into `[Version]` when the file holds another one; other sections are never touched, and
+/// a negative stored number leaves the file alone.
 void StampVersion(const ProgramVersion& version, const std::string& filePath);
 /// Stamps the program's own settings file. False after a report, which ends the program.
 bool CheckIniFile();
@@ -23,8 +23,8 @@ bool CheckIniFile();
 /// Absolute path of the help file beside the executable.
 const std::string& HelpFilePath();
 
-/// Positions of the time cursors in percent, as kept in `[Cursors]`. The defaults 33.33 and 66.33 are not symmetric: an
-/// old choice of the field crews, kept.
+/// Positions of the time cursors in percent, as kept in `[Cursors]`. The defaults 33.33 and 66.33 are not
+/// symmetric: an old choice of the field crews, kept.
 struct CursorPositions {
     float cursor1 = 33.33F;
     float cursor2 = 66.33F;
@@ -32,13 +32,13 @@ struct CursorPositions {
 CursorPositions ReadCursorSettings();
 void WriteCursorSettings(const CursorPositions& positions);
 
-/// Everything between the start of the process and the showing of the window, the single instance test left aside: paths,
-/// current directory, settings check, both libraries, empty selection. False when the program has to end (its message
-/// has been shown).
+/// Everything between the start of the process and the showing of the window, the single instance test left
+/// aside: paths, current directory, settings check, both libraries, empty selection. False when the program
+/// has to end (its message has been shown).
 bool StartUp();
 
-/// Connects the rooms that hand functions down: cycle analysis, selected cycle numbers, plotted range. Called by
-/// StartUp and by vorela-batch; `positions` gives the cursors' place.
+/// Connects the rooms that hand functions down: cycle analysis, selected cycle numbers, plotted range. Called
+/// by StartUp and by vorela-batch; `positions` gives the cursors' place.
 void ComposeRooms();
 CursorPositions& CurrentCursorPositions();
 

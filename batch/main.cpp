@@ -7,7 +7,8 @@
 
 namespace {
 
-/// Standard error is for what went wrong with the work; the toolkit's remarks on its surroundings are not that.
+/// Standard error is for what went wrong with the work; the toolkit's remarks on its surroundings are not
+/// that.
 void KeepToolkitQuiet(QtMsgType type, const QMessageLogContext&, const QString& text) {
     if (type == QtCriticalMsg || type == QtFatalMsg)
         std::fprintf(stderr, "vorela-batch: %s\n", qPrintable(text));

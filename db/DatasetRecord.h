@@ -103,7 +103,7 @@ struct DatasetRecord {
     /// The last extension did not get to its end (an error on the way): the next pass extends although
     /// nothing grew.
     bool extensionOwed = true;
-    int failedPasses = 0;  ///< passes that failed, in a row
+    int failedPasses = 0;             ///< passes that failed, in a row
     std::vector<std::string> curves;  ///< names of the dataset's selectable curves, as enumerated
     std::vector<CurveAttributes> curveAttributes;  ///< of the same curves, in the same order
 };

@@ -1,6 +1,6 @@
 // The registry file: its bytes as they stand, looked up under the names that the program uses.
-#include "platform/RegistryText.h"
 #include "fuzz/FuzzTarget.h"
+#include "platform/RegistryText.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vorela;

@@ -1,7 +1,7 @@
 // The settings file: section NUL key NUL value NUL file bytes.
+#include "fuzz/FuzzTarget.h"
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
-#include "fuzz/FuzzTarget.h"
 
 namespace {
 

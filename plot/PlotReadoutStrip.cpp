@@ -66,7 +66,8 @@ PlotReadoutStrip::PlotReadoutStrip(PlotWidget* plot, QWidget* parent) : QWidget(
     scroll->setWidget(text_);
     layout->addWidget(scroll);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    setFixedHeight(4 * (fontMetrics().lineSpacing() + 2) + scroll->horizontalScrollBar()->sizeHint().height());
+    setFixedHeight(4 * (fontMetrics().lineSpacing() + 2) +
+                   scroll->horizontalScrollBar()->sizeHint().height());
     connect(plot_, &PlotWidget::ReadoutChanged, this, &PlotReadoutStrip::Refresh);
     Refresh();
 }

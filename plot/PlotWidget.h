@@ -50,8 +50,8 @@ class PlotWidget : public QWidget {
 
     /// True while another part of the time axis is seen than the time options choose.
     bool IsZoomed() const;
-    /// How to save or print a dataset's plot at this widget's size with its cursors: as it is seen now, when it is the one
-    /// shown, else over its chosen time range.
+    /// How to save or print a dataset's plot at this widget's size with its cursors: as it is seen now, when
+    /// it is the one shown, else over its chosen time range.
     PlotFileOptions FileOptions(std::size_t dataset) const;
 
     QSize sizeHint() const override { return {800, 480}; }

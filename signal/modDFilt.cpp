@@ -89,8 +89,8 @@ struct FilterSlot {
 };
 
 PerDataset<FilterSlot>& Slots() {
-    // Never destroyed: at the end of the process the filter library may have gone before. Whoever closes in good order
-    // calls ReleaseAllFilters.
+    // Never destroyed: at the end of the process the filter library may have gone before. Whoever closes in
+    // good order calls ReleaseAllFilters.
     static auto& slots = *new PerDataset<FilterSlot>;
     return slots;
 }
