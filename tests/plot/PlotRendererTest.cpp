@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "general/modGeneral.h"
 #include "plot/PlotRenderer.h"
 #include "tests/plot/RecordingSurface.h"
@@ -85,31 +87,25 @@ TEST(PlotLayout, aPictureWithoutRoomHasNoCellsAndNothingIsDrawn) {
 TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
     const RecordingSurface colour = Drawn(FiveCurves(), {});
     ASSERT_EQ(colour.pens.size(), 13U);
-    EXPECT_EQ(colour.pens[0], (PenDescription{LineStyle::solid, 1, {0, 0, 0}}));
+    const std::map<std::size_t, PenDescription> pens{
+        {0, {LineStyle::solid, 1, {0, 0, 0}}},       {3, {LineStyle::solid, 2, {255, 0, 0}}},
+        {5, {LineStyle::solid, 1, {192, 192, 192}}}, {7, {LineStyle::dotted, 2, {0, 0, 255}}},
+        {11, {LineStyle::solid, 1, {255, 0, 255}}},  {12, {LineStyle::solid, 1, {128, 128, 255}}}};
+    for (const auto& [number, pen] : pens)
+        EXPECT_EQ(colour.pens[number], pen) << number;
     EXPECT_EQ(colour.pens[2].style, LineStyle::none);
-    EXPECT_EQ(colour.pens[3], (PenDescription{LineStyle::solid, 2, {255, 0, 0}}));
-    EXPECT_EQ(colour.pens[5], (PenDescription{LineStyle::solid, 1, {192, 192, 192}}));
-    EXPECT_EQ(colour.pens[7], (PenDescription{LineStyle::dotted, 2, {0, 0, 255}}));
-    EXPECT_EQ(colour.pens[11], (PenDescription{LineStyle::solid, 1, {255, 0, 255}}));
-    EXPECT_EQ(colour.pens[12], (PenDescription{LineStyle::solid, 1, {128, 128, 255}}));
     ASSERT_EQ(colour.brushes.size(), 8U);
     EXPECT_EQ(colour.brushes[1], (Colour{255, 255, 0}));
     EXPECT_EQ(colour.brushes[7], (Colour{0, 0, 255}));
     EXPECT_EQ(colour.deleted, 13 + 8 + 1);
     EXPECT_EQ(colour.lastSelected, RecordingSurface::stock);
     ASSERT_EQ(colour.fonts.size(), 1U);
-    EXPECT_EQ(colour.fonts[0].typeface, "Arial");
+    EXPECT_TRUE(colour.fonts[0].typeface == "Arial" && colour.fonts[0].weight == 400);
     EXPECT_EQ(colour.fonts[0].height, 16);
-    EXPECT_EQ(colour.fonts[0].weight, 400);
-
     const RecordingSurface mono = Drawn(FiveCurves(), {}, {1000, 600}, {true, {}});
-    for (std::size_t i = 0; i < 13; ++i) {
-        EXPECT_EQ(mono.pens[i].colour, Colour{}) << i;
-        EXPECT_EQ(mono.pens[i].style, colour.pens[i].style) << i;
-        EXPECT_EQ(mono.pens[i].width, colour.pens[i].width) << i;
-    }
-    for (const Colour& brush : mono.brushes)
-        EXPECT_EQ(brush, (Colour{255, 255, 255}));
+    for (std::size_t i = 0; i < 13; ++i)
+        EXPECT_EQ(mono.pens[i], (PenDescription{colour.pens[i].style, colour.pens[i].width, {}})) << i;
+    EXPECT_EQ(mono.brushes, std::vector<Colour>(8, {255, 255, 255}));
 }
 
 TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
@@ -177,7 +173,7 @@ TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
     EXPECT_THAT(Drawn(information, format).Texts(), Not(Contains("Pressure - ZG (psi)")));
 }
 
-TEST(PlotRenderer, axisValuesFollowTheNumberFormatAndTheElapsedOrigin) {
+TEST(PlotRenderer, axisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
     PlotFormatOptions format;
     format.nPlots = 1;
     PlotInformation information = FiveCurves();
@@ -185,16 +181,17 @@ TEST(PlotRenderer, axisValuesFollowTheNumberFormatAndTheElapsedOrigin) {
     information.axes[2] = {-1, 0.25};
     information.span = {1000, 7000};
     RecordingSurface surface = Drawn(information, format);
-    EXPECT_EQ(surface.FindText("4111")->alignment, TextAlignment::bottomLeft);
-    EXPECT_EQ(surface.FindText("-0.375")->alignment, TextAlignment::bottomRight);
+    const std::pair<const char*, TextAlignment> alignments[] = {{"4111", TextAlignment::bottomLeft},
+                                                                {"-0.375", TextAlignment::bottomRight},
+                                                                {"40", TextAlignment::bottomCentre},
+                                                                {"70", TextAlignment::bottomRight}};
+    for (const auto& [text, alignment] : alignments)
+        EXPECT_EQ(surface.FindText(text)->alignment, alignment) << text;
     EXPECT_EQ(surface.FindText("-0.375")->points[0], (DevicePoint{969, 296 - 4}));
-    EXPECT_EQ(surface.FindText("40")->alignment, TextAlignment::bottomCentre);
     EXPECT_EQ(surface.FindText("40")->points[0], (DevicePoint{500, 600}));
-    EXPECT_EQ(surface.FindText("70")->alignment, TextAlignment::bottomRight);
     information.elapsedOrigin = 1000;
     surface = Drawn(information, format);
-    EXPECT_NE(surface.FindText("30"), nullptr);
-    EXPECT_EQ(surface.FindText("40"), nullptr);
+    EXPECT_TRUE(surface.FindText("30") != nullptr && surface.FindText("40") == nullptr);
 }
 
 TEST(Clipping, runsFlattenedAlongTheEdge) {
