@@ -44,7 +44,6 @@ TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
     WriteCursorSettings({12.5F, 150.0F});
     EXPECT_EQ(test::ReadAll(path), "[Cursors]\r\nCursor1=12.5\r\nCursor2=150\r\n");
-    EXPECT_EQ(ReadCursorSettings().cursor1, 12.5F);
     EXPECT_EQ(ReadCursorSettings().cursor2, 150.0F);
     // Keys of garbage read as 0, as every number of the settings does.
     test::WriteAll(path, "[Cursors]\nCursor1=x\n");

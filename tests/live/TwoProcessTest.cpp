@@ -130,11 +130,9 @@ TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun)
         if (both || !first)
             follower.reset();
         ++kills;
-        if (kills % 5 == 0) {
-            const std::int32_t acknowledged = LastAcknowledged();
-            if (acknowledged >= 0) {
-                ASSERT_GE(ReadCurve("LEVEL1", "RTC").info.extentLast, acknowledged) << "after kill " << kills;
-            }
+        const std::int32_t acknowledged = kills % 5 == 0 ? LastAcknowledged() : -1;
+        if (acknowledged >= 0) {
+            ASSERT_GE(ReadCurve("LEVEL1", "RTC").info.extentLast, acknowledged) << "after kill " << kills;
         }
     }
     recorder.reset();
