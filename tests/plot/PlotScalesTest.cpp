@@ -188,14 +188,6 @@ TEST_F(PlotScales, checksInTheDialogsOrderAndKeepsWhatWasChecked) {
     EXPECT_EQ(PrsOpt().timeRange, 0);
 }
 
-TEST_F(PlotScales, anUntouchedBoxKeepsItsStoredValueButIsChecked) {
-    PrsOpt().start = 1.0 / 3;
-    EXPECT_EQ(Refused(ShowPresentationOptions()).message, "");
-    EXPECT_EQ(PrsOpt().start, 1.0 / 3);
-    PrsOpt().start = 1e10;
-    EXPECT_EQ(Refused(ShowPresentationOptions()).message, "Start time out of range");
-}
-
 TEST_F(PlotScales, theZoneBetweenTheCursorsBecomesTheSpecificZone) {
     EXPECT_TRUE(SetSpecificZone(12.5, 90));
     EXPECT_FALSE(PrsOpt().fixed);
