@@ -36,7 +36,7 @@ LogTable Parsed(ParseResult result) {
 }
 
 struct Refusal {
-    const char* text;
+    std::string text;
     std::size_t line;
     const char* words;
 };
@@ -139,28 +139,25 @@ TEST(Las, ALogRecordedUpwardsIsPutInRisingOrder) {
 }
 
 TEST(Las, RefusesBrokenFilesWithTheirLine) {
-    const auto refuse = [](const std::string& text, std::size_t line, const char* words) {
-        ExpectRefusals(ParseLas, {{text.c_str(), line, words}});
-    };
-    refuse("", 0, "empty");
-    refuse("TIME,ZG\n0,1\n", 1, "not a LAS file");
-    refuse("~V\nVERS. 3.0 : \n", 2, "not 2.0");
-    refuse("~V\nVERS. 2.0 : \nWRAP. MAYBE : \n", 3, "neither");
-    refuse("~V\nVERS. 2.0 : \n~C\nTIME S\n", 4, "point and a colon");
-    refuse("~V\nVERS. 2.0 : \n~C\nXYZ.q : \n", 4, "neither time nor depth");
-    refuse("~V\nVERS. 2.0 : \n~C\nTIME.min : \n", 4, "unit \"min\"");
-    refuse("~V\nVERS. 2.0 : \n~C\nTIME.S : \n~A\n", 5, "no curve");
-    refuse("~C\nTIME.S : \nZG. : \n~A\n", 4, "no VERS");
-    refuse(lasHead, 0, "no ~A section");
-    refuse(lasHead + "~A\n", 0, "no data rows");
-    refuse(lasHead + "~A\n0 1 2\n1 2\n", 18, "2 values where there should be 3");
-    refuse(lasHead + "~A\n0 1 2\n1 2 3 4\n", 18, "more than 3");
-    refuse(lasHead + "~A\n0 1 2\n1 2 z\n", 18, "\"z\" is not a number");
-    refuse(lasHead + "~A\n0 1 2\n0.5 2 3\n", 18, "STOP (line 6) is 2");
-    refuse(lasHead + "~A\n0 1 2\n~C\n", 18, "section after the data");
     std::string wrapped = lasHead;
     wrapped.replace(wrapped.find("WRAP. NO"), 8, "WRAP. YES");
-    refuse(wrapped + "~A\n0\n1 2\n1\n2\n", 20, "after 2 of 3 values");
+    ExpectRefusals(ParseLas, {{"", 0, "empty"},
+                              {"TIME,ZG\n0,1\n", 1, "not a LAS file"},
+                              {"~V\nVERS. 3.0 : \n", 2, "not 2.0"},
+                              {"~V\nVERS. 2.0 : \nWRAP. MAYBE : \n", 3, "neither"},
+                              {"~V\nVERS. 2.0 : \n~C\nTIME S\n", 4, "point and a colon"},
+                              {"~V\nVERS. 2.0 : \n~C\nXYZ.q : \n", 4, "neither time nor depth"},
+                              {"~V\nVERS. 2.0 : \n~C\nTIME.min : \n", 4, "unit \"min\""},
+                              {"~V\nVERS. 2.0 : \n~C\nTIME.S : \n~A\n", 5, "no curve"},
+                              {"~C\nTIME.S : \nZG. : \n~A\n", 4, "no VERS"},
+                              {lasHead, 0, "no ~A section"},
+                              {lasHead + "~A\n", 0, "no data rows"},
+                              {lasHead + "~A\n0 1 2\n1 2\n", 18, "2 values where there should be 3"},
+                              {lasHead + "~A\n0 1 2\n1 2 3 4\n", 18, "more than 3"},
+                              {lasHead + "~A\n0 1 2\n1 2 z\n", 18, "\"z\" is not a number"},
+                              {lasHead + "~A\n0 1 2\n0.5 2 3\n", 18, "STOP (line 6) is 2"},
+                              {lasHead + "~A\n0 1 2\n~C\n", 18, "section after the data"},
+                              {wrapped + "~A\n0\n1 2\n1\n2\n", 20, "after 2 of 3 values"}});
 }
 
 /// Every kind of single, gaps at both ends and in the middle.
