@@ -1,13 +1,10 @@
 // One pass of the follower over one second of new data (10 Hz), beside a short and a long recording in the
 // same run: the cost of a pass may not depend on what was recorded before.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 #include <time.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <filesystem>
 #include <utility>
 
 #include "app/ActionQueue.h"
@@ -24,17 +21,9 @@ constexpr double periodSeconds = 240.0;
 constexpr std::int32_t samplesPerSecond = 10;
 constexpr std::int32_t samplesPerHour = 36000;
 
-class Folder {
-  public:
-    Folder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vorela-bench-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    std::string File(const std::string& name) const { return (path_ / name).string(); }
-
-  private:
-    std::filesystem::path path_;
+/// A folder with a database of its own, as the tests have it.
+struct Well : test::DravikFixture {
+    void TestBody() override {}
 };
 
 double CpuSeconds() {
@@ -46,12 +35,11 @@ double CpuSeconds() {
 /// A recording of some hours, selected and extended to its end.
 class Followed {
   public:
-    Followed(const Folder& folder, std::int32_t hours)
-        : path_(folder.File(std::to_string(hours) + "h.vdb")), recording_(path_, "LEVEL", Curves(hours)) {
+    explicit Followed(std::int32_t hours) : recording_(well_, "LEVEL", Curves(hours)) {
         for (std::int32_t hour = 0; hour < hours; ++hour)
             recording_.Append(samplesPerHour);
         std::vector<DatasetRecord> records;
-        if (!ReadDatasets(path_, {"LEVEL"}, records) || !AppendDatasets(std::move(records)))
+        if (!ReadDatasets(well_.DatabasePath(), {"LEVEL"}, records) || !AppendDatasets(std::move(records)))
             throw std::runtime_error("the recording cannot be selected");
         index_ = CurrentSelection().datasets.size() - 1;
     }
@@ -79,19 +67,19 @@ class Followed {
         plan.samples = (hours + 2) * samplesPerHour;
         return CurvesOf(plan);
     }
-    std::string path_;
+    Well well_;
     test::Recording recording_;
     std::size_t index_ = 0;
     double cpu_ = 0;
 };
 
 void TickBesideShortRecording(benchmark::State& state, test::Way way) {
-    const Folder folder;
+    const test::TempFolder folder;
     SetSettingsFilePath(folder.File("Vorela.ini"));
     InitialiseDatasetVariables();
     Use(way, periodSeconds);
-    Followed brief(folder, 1);
-    Followed lengthy(folder, 100);
+    Followed brief(1);
+    Followed lengthy(100);
     const double first = brief.TimedPass();
     const double firstLong = lengthy.TimedPass();
     brief.TakeCpu();
