@@ -1,7 +1,6 @@
-#include "app/StartUp.h"
-
 #include <gtest/gtest.h>
 
+#include "app/StartUp.h"
 #include "general/SettingsFile.h"
 #include "tests/support/TestSupport.h"
 
