@@ -33,6 +33,8 @@ echo "Database:       $demo/demo.dkb"
 echo "Interpretation: $demo/interpretation.csv, $demo/interpretation.json"
 echo "Plot:           $demo/plot.png"
 
+# The window's own settings begin with the demonstration well's parameters; what is there already stays.
+[ -f "$bin/Vorela.ini" ] || cp packaging/demo.ini "$bin/Vorela.ini"
 if [ "${1:-}" != --no-window ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     echo "Opening the window. Choose File, Select Data..., Add: the chooser offers this database."
     DRAVIK_DATABASE="$demo/demo.dkb" exec "$bin/Vorela"
