@@ -33,9 +33,11 @@ echo "Database:       $demo/demo.dkb"
 echo "Interpretation: $demo/interpretation.csv, $demo/interpretation.json"
 echo "Plot:           $demo/plot.png"
 
-# The window's own settings begin with the demonstration well's parameters; what is there already stays.
-[ -f "$bin/Vorela.ini" ] || cp packaging/demo.ini "$bin/Vorela.ini"
 if [ "${1:-}" != --no-window ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    if [ ! -f "$bin/Vorela.ini" ]; then
+        cp packaging/demo.ini "$bin/Vorela.ini"
+        echo "The window begins with the demonstration well's parameters (Edit, Parameters...): $bin/Vorela.ini"
+    fi
     echo "Opening the window. Choose File, Select Data..., Add: the chooser offers this database."
     DRAVIK_DATABASE="$demo/demo.dkb" exec "$bin/Vorela"
 fi
