@@ -1,32 +1,26 @@
 // Foreign, truncated and bit-flipped files: a clear status, never a wrong number, never a crash.
 #include <array>
-#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <random>
 
-#include "tests/store/Module.h"
-#include "tests/support/TestSupport.h"
+#include "tests/store/StoreTest.h"
 
 namespace vorela::test {
 namespace {
 
 constexpr std::int32_t samples = 40000;
 
-int Rounds(const char* variable, int usual) {
-    const char* text = std::getenv(variable);
-    return text != nullptr ? std::atoi(text) : usual;
-}
-
-class DamageTest : public testing::Test {
+class DamageTest : public StoreTest {
   protected:
     DamageTest() {
         const Opened database(path);
-        EXPECT_EQ(Dk().DBbegin(database.handle), DK_OK);
-        EXPECT_EQ(Dk().DBwrite(database.New("L/ZG/1"), 0, samples, truth.data()), DK_OK);
+        EXPECT_EQ(DBbegin(database.handle), DK_OK);
+        EXPECT_EQ(DBwrite(database.New("L/ZG/1"), 0, samples, truth.data()), DK_OK);
         const std::int32_t sparse = database.New("L/RTC/1", TimeCurve(10, 0, "rps"));
-        EXPECT_EQ(Dk().DBwrite(sparse, 0, 100, truth.data()), DK_OK);
-        EXPECT_EQ(Dk().DBwrite(sparse, 380000, 2000, truth.data() + 38000), DK_OK);
-        EXPECT_EQ(Dk().DBcommit(database.handle), DK_OK);
+        EXPECT_EQ(DBwrite(sparse, 0, 100, truth.data()), DK_OK);
+        EXPECT_EQ(DBwrite(sparse, 380000, 2000, truth.data() + 38000), DK_OK);
+        EXPECT_EQ(DBcommit(database.handle), DK_OK);
     }
 
     std::int32_t OpenStatus(const std::string& bytes, std::int16_t mode = DK_OPEN_EXISTING) {
@@ -39,16 +33,14 @@ class DamageTest : public testing::Test {
     /// was left.
     void ExpectNothingWrong() {
         const Opened database(path, DK_OPEN_EXISTING);
-        const bool sound =
-            database.status == DK_OK && Dk().DBverify(database.handle, nullptr, nullptr) == DK_OK;
+        const bool sound = database.status == DK_OK && database.Verify() == DK_OK;
         for (const char* name : {"L/ZG/1", "L/RTC/1"}) {
             std::int32_t item = 0;
             Block block;
-            std::int32_t status = Dk().DBattachA(database.handle, name, &item, 0, block.bytes);
+            std::int32_t status = DBattachA(database.handle, name, &item, 0, block.bytes);
             if (status == DK_OK) {
                 EXPECT_EQ(block.Last(), (samples - 1) * 10);
-                EXPECT_STREQ(Dk().GetUnitTextA(FieldAt<std::int32_t>(block.bytes, DK_INFO_UNIT)),
-                             name[2] == 'Z' ? "psi" : "rps");
+                EXPECT_STREQ(block.Unit(), name[2] == 'Z' ? "psi" : "rps");
                 status = ReadAndCompare(item, name[2] == 'R');
             }
             EXPECT_TRUE(!sound || status == DK_OK) << "damage that the verification has missed: " << status;
@@ -60,8 +52,7 @@ class DamageTest : public testing::Test {
         for (std::int32_t at = 0; at < samples; at += 10000) {
             std::vector<float> values(10000, -5.0F);
             std::vector<std::uint8_t> present(10000, 9);
-            const std::int32_t status =
-                Dk().DBreadpresent(item, at * 10, 10000, values.data(), present.data());
+            const std::int32_t status = DBreadpresent(item, at * 10, 10000, values.data(), present.data());
             worst = std::max(worst, status);
             for (std::size_t i = 0; i < 10000; ++i) {
                 const std::size_t sample = static_cast<std::size_t>(at) + i;
@@ -77,8 +68,19 @@ class DamageTest : public testing::Test {
         return worst;
     }
 
-    TempFolder folder;
-    std::string path = folder.File("a.dkb");
+    /// Damages the sound file anew in each round.
+    void ExpectNothingWrongAfter(int rounds,
+                                 const std::function<void(std::string& bytes, int round)>& damage) {
+        const std::string sound = ReadAll(path);
+        for (int round = 0; round < rounds && !HasFailure(); ++round) {
+            SCOPED_TRACE("round " + std::to_string(round));
+            std::string bytes = sound;
+            damage(bytes, round);
+            WriteAll(path, bytes);
+            ExpectNothingWrong();
+        }
+    }
+
     std::vector<float> truth = Ramp(samples, 1.0F);
 };
 
@@ -99,39 +101,29 @@ TEST_F(DamageTest, ForeignFilesAreRefusedWithEightAndLeftAlone) {
     EXPECT_EQ(OpenStatus(""), DK_NOT_DATABASE);
     EXPECT_EQ(OpenStatus("", DK_OPEN_CREATE), DK_OK) << "what a killed creator leaves";
     std::int32_t handle = 55;
-    EXPECT_EQ(Dk().DBopenA(folder.File("none").c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
-    EXPECT_EQ(Dk().DBopenA(folder.Path().c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
-    EXPECT_EQ(Dk().DBopenA(path.c_str(), 3, &handle), DK_NOT_UNDERSTOOD);
+    EXPECT_EQ(DBopenA(folder.File("none").c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
+    EXPECT_EQ(DBopenA(folder.Path().c_str(), DK_OPEN_EXISTING, &handle), DK_DISK_ERROR);
+    EXPECT_EQ(DBopenA(path.c_str(), 3, &handle), DK_NOT_UNDERSTOOD);
     EXPECT_EQ(handle, 55);
     EXPECT_FALSE(std::filesystem::exists(folder.File("none")));
 }
 
 TEST_F(DamageTest, AFlippedBitIsNeverAWrongNumber) {
-    const std::string sound = ReadAll(path);
     std::mt19937 random(11);
-    const int rounds = Rounds("VORELA_STORE_FLIPS", 300);
-    for (int round = 0; round < rounds && !HasFailure(); ++round) {
-        SCOPED_TRACE("round " + std::to_string(round));
-        std::string bytes = sound;
+    ExpectNothingWrongAfter(Rounds("VORELA_STORE_FLIPS", 300), [&](std::string& bytes, int round) {
         // Half of them where the catalogue, the tree and the headers of the chunks are.
         const std::size_t page = random() % (bytes.size() / 16384) * 16384;
         const std::size_t at = round % 2 == 0 ? random() % bytes.size() : page + random() % 300;
         bytes[at] = static_cast<char>(bytes[at] ^ (1 << (random() % 8)));
-        WriteAll(path, bytes);
-        ExpectNothingWrong();
-    }
+    });
 }
 
 TEST_F(DamageTest, ATruncatedFileIsNeverAWrongNumber) {
-    const std::string sound = ReadAll(path);
     std::mt19937 random(12);
-    const int rounds = Rounds("VORELA_STORE_TRUNCATIONS", 60);
-    for (int round = 0; round < rounds && !HasFailure(); ++round) {
-        SCOPED_TRACE("round " + std::to_string(round));
-        const std::size_t length = random() % sound.size();
-        WriteAll(path, sound.substr(0, round % 2 == 0 ? length : length / 16384 * 16384));
-        ExpectNothingWrong();
-    }
+    ExpectNothingWrongAfter(Rounds("VORELA_STORE_TRUNCATIONS", 60), [&](std::string& bytes, int round) {
+        const std::size_t length = random() % bytes.size();
+        bytes.resize(round % 2 == 0 ? length : length / 16384 * 16384);
+    });
 }
 
 TEST_F(DamageTest, VerifyNamesTheDamagedChunk) {
@@ -148,13 +140,11 @@ TEST_F(DamageTest, VerifyNamesTheDamagedChunk) {
         *static_cast<std::string*>(context) +=
             std::string(name) + " " + std::to_string(first) + " " + std::to_string(last);
     };
-    EXPECT_EQ(Dk().DBverify(database.handle, note, &report), DK_DISK_ERROR);
+    EXPECT_EQ(DBverify(database.handle, note, &report), DK_DISK_ERROR);
     EXPECT_EQ(report, "L/ZG/1 163840 327670");
-    float value = -1.0F;
-    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 200010, 1, &value), DK_DISK_ERROR)
-        << "anywhere in the chunk";
-    EXPECT_EQ(value, -1.0F);
-    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 163830, 1, &value), DK_OK) << "before it";
+    const std::int32_t item = database.Attach("L/ZG/1");
+    EXPECT_EQ(Read(item, 200010, 1).status, DK_DISK_ERROR) << "anywhere in the chunk";
+    EXPECT_EQ(Read(item, 163830, 1).status, DK_OK) << "before it";
 }
 
 }  // namespace

@@ -7,8 +7,7 @@
 
 #include "dravik/store/Sqlite.h"
 #include "tests/store/FaultyVfs.h"
-#include "tests/store/Module.h"
-#include "tests/support/TestSupport.h"
+#include "tests/store/StoreTest.h"
 
 namespace vorela::test {
 namespace {
@@ -28,75 +27,58 @@ struct Report {
 };
 
 void MakeDatabase(const std::string& path) {
-    const Opened database(path);
-    ASSERT_EQ(Dk().DBbegin(database.handle), DK_OK);
-    const auto values = Ramp(recorded);
-    ASSERT_EQ(
-        Dk().DBwrite(database.New("L/ZG/1"), 0, static_cast<std::int32_t>(values.size()), values.data()),
-        DK_OK);
-    ASSERT_EQ(Dk().DBcommit(database.handle), DK_OK);
+    ASSERT_EQ(Write(Opened(path).New("L/ZG/1"), 0, Ramp(recorded)), DK_OK);
 }
 
 /// Appends to one curve and makes another in one transaction; reads.
 Report Extend(const std::string& path, bool lasting = false) {
     Report report;
-    std::int32_t database = 0;
-    std::int32_t item = 0;
-    report.Note(Dk().DBopenA(path.c_str(), DK_OPEN_CREATE, &database));
+    const Opened opened(path);
+    report.Note(opened.status);
+    if (report.worst == DK_OK)
+        report.Note(DBbegin(opened.handle));
     if (report.worst != DK_OK)
         return report;
+    const std::int32_t database = opened.handle;
+    std::int32_t item = 0;
     const DBNewItem curve = TimeCurve(10, 0, "bbl/d");
     const auto values = Ramp(appended, static_cast<float>(recorded));
-    report.Note(Dk().DBbegin(database));
-    if (report.worst != DK_OK) {
-        EXPECT_EQ(Dk().DBclose(database), DK_OK);
-        return report;
-    }
-    report.Note(Dk().DBattachA(database, "L/ZG/1", &item, 0, nullptr));
-    report.Note(Dk().DBwrite(item, recorded * 10, appended, values.data()));
-    report.Note(Dk().DBnewA(database, "M/Q/1", &curve));
-    report.Note(Dk().DBattachA(database, "M/Q/1", &item, 0, nullptr));
-    report.Note(Dk().DBwrite(item, 0, appended, values.data()));
+    report.Note(DBattachA(database, "L/ZG/1", &item, 0, nullptr));
+    report.Note(Write(item, recorded * 10, values));
+    report.Note(DBnewA(database, "M/Q/1", &curve));
+    report.Note(DBattachA(database, "M/Q/1", &item, 0, nullptr));
+    report.Note(Write(item, 0, values));
     const bool complete = report.worst == DK_OK;
-    report.commit = complete ? Dk().DBcommit(database) : DK_UNSPECIFIED;
+    report.commit = complete ? DBcommit(database) : DK_UNSPECIFIED;
     if (complete && report.commit != DK_OK) {
-        const std::int32_t after = Dk().DBattachA(database, "M/Q/1", &item, 0, nullptr);
+        const std::int32_t after = DBattachA(database, "M/Q/1", &item, 0, nullptr);
         EXPECT_TRUE(after == DK_NOT_AVAILABLE || (lasting && after == DK_DISK_ERROR))
             << "a failed commit has rolled back: " << after;
     }
     report.Note(report.commit);
-    std::vector<float> back(recorded, -1.0F);
-    const std::vector<float> untouched = back;
-    std::int32_t status = Dk().DBattachA(database, "L/ZG/1", &item, 0, nullptr);
-    if (status == DK_OK)
-        status = Dk().DBread(item, 0, recorded, back.data());
-    EXPECT_EQ(back, status == DK_OK ? Ramp(recorded) : untouched);
-    report.Note(status);
-    EXPECT_EQ(Dk().DBclose(database), DK_OK);
+    item = 0;
+    report.Note(DBattachA(database, "L/ZG/1", &item, 0, nullptr));
+    const Reading reading = Read(item, 0, recorded);
+    EXPECT_TRUE(reading.status != DK_OK || reading.values == Ramp(recorded));
+    report.Note(reading.status);
     return report;
 }
 
 /// Whether the second curve is there; the first must agree, and all be sound.
 bool HoldsTheExtension(const std::string& path) {
     const Opened database(path, DK_OPEN_EXISTING);
-    EXPECT_EQ(database.status, DK_OK) << Dk().DBlastdetail();
-    EXPECT_EQ(Dk().DBverify(database.handle, nullptr, nullptr), DK_OK) << Dk().DBlastdetail();
+    EXPECT_EQ(database.status, DK_OK) << DBlastdetail();
+    EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
     std::int32_t item = 0;
-    const bool extended = Dk().DBattachA(database.handle, "M/Q/1", &item, 0, nullptr) == DK_OK;
+    const bool extended = DBattachA(database.handle, "M/Q/1", &item, 0, nullptr) == DK_OK;
     const std::size_t length = recorded + (extended ? appended : 0);
-    std::vector<float> back(length);
-    EXPECT_EQ(Dk().DBread(database.Attach("L/ZG/1"), 0, static_cast<std::int32_t>(length), back.data()),
-              DK_OK);
-    EXPECT_EQ(back, Ramp(length));
+    EXPECT_EQ(Read(database.Attach("L/ZG/1"), 0, length).values, Ramp(length));
     EXPECT_EQ(database.Information("L/ZG/1").Last(), static_cast<std::int32_t>(length - 1) * 10);
     return extended;
 }
 
-class FaultTest : public testing::TestWithParam<std::tuple<Fault, bool>> {
-  protected:
-    FaultyVfs vfs;
-    TempFolder folder;
-    std::string path = folder.File("a.dkb");
+class FaultTest : public StoreTest, public testing::WithParamInterface<std::tuple<Fault, bool>> {
+    const FaultyVfs vfs;
 };
 
 TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
@@ -134,9 +116,9 @@ INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
                                                           Fault::openError, Fault::deleteError),
                                           testing::Bool()));
 
-TEST(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
-    const TempFolder folder;
-    const std::string path = folder.File("a.dkb");
+class CommitTest : public StoreTest {};
+
+TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
     MakeDatabase(path);
     sqlite3* reader = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &reader), SQLITE_OK);
@@ -144,15 +126,14 @@ TEST(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
               SQLITE_OK);
     store::SetLongestWait(std::chrono::milliseconds(20));
     const Opened database(path);
-    ASSERT_EQ(Dk().DBbegin(database.handle), DK_OK);
-    const float more = 1.0F;
-    EXPECT_EQ(Dk().DBwrite(database.Attach("L/ZG/1"), recorded * 10, 1, &more), DK_OK);
-    EXPECT_EQ(Dk().DBcommit(database.handle), DK_DISK_ERROR);
-    EXPECT_STRNE(Dk().DBlastdetail(), "");
+    ASSERT_EQ(DBbegin(database.handle), DK_OK);
+    EXPECT_EQ(Write(database.Attach("L/ZG/1"), recorded * 10, {1}), DK_OK);
+    EXPECT_EQ(DBcommit(database.handle), DK_DISK_ERROR);
+    EXPECT_STRNE(DBlastdetail(), "");
     sqlite3_close(reader);
     store::SetLongestWait(std::chrono::seconds(5));
     EXPECT_EQ(database.Information("L/ZG/1").Last(), (recorded - 1) * 10);
-    EXPECT_EQ(Dk().DBbegin(database.handle), DK_OK) << "the next transaction goes on";
+    EXPECT_EQ(DBbegin(database.handle), DK_OK) << "the next transaction goes on";
 }
 
 }  // namespace

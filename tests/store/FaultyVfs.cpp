@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <map>
+
 namespace vorela::test {
 namespace {
 
@@ -22,77 +24,58 @@ bool Fails(Fault fault) {
     return true;
 }
 
-sqlite3_vfs* Real() {
+sqlite3_vfs* RealVfs() {
     static sqlite3_vfs* const real = sqlite3_vfs_find(nullptr);
     return real;
 }
 
-struct File {
-    sqlite3_file base;
-    sqlite3_file* Under() { return reinterpret_cast<sqlite3_file*>(this + 1); }
+/// The methods of one kind of file, with those that can fail in place of the real ones.
+struct Methods : sqlite3_io_methods {
+    const sqlite3_io_methods* real;
 };
-sqlite3_file* Under(sqlite3_file* file) {
-    return reinterpret_cast<File*>(file)->Under();
+const sqlite3_io_methods* Real(sqlite3_file* file) {
+    return static_cast<const Methods*>(file->pMethods)->real;
 }
 
-int Close(sqlite3_file* file) {
-    return Under(file)->pMethods->xClose(Under(file));
-}
 int Read(sqlite3_file* file, void* into, int count, sqlite3_int64 at) {
-    return Fails(Fault::readError) ? SQLITE_IOERR_READ
-                                   : Under(file)->pMethods->xRead(Under(file), into, count, at);
+    return Fails(Fault::readError) ? SQLITE_IOERR_READ : Real(file)->xRead(file, into, count, at);
 }
 int Write(sqlite3_file* file, const void* from, int count, sqlite3_int64 at) {
     if (Fails(Fault::writeError) || Fails(Fault::diskFull)) {
-        // A full disk takes a part.
-        Under(file)->pMethods->xWrite(Under(file), from, count / 2, at);
+        Real(file)->xWrite(file, from, count / 2, at);  // a full disk takes a part
         return state.fault == Fault::diskFull ? SQLITE_FULL : SQLITE_IOERR_WRITE;
     }
-    return Under(file)->pMethods->xWrite(Under(file), from, count, at);
+    return Real(file)->xWrite(file, from, count, at);
 }
-int Truncate(sqlite3_file* file, sqlite3_int64 size) {
-    return Under(file)->pMethods->xTruncate(Under(file), size);
-}
-int Sync(sqlite3_file*, int) {
+int Sync(sqlite3_file* /*file*/, int /*flags*/) {
     return Fails(Fault::syncError) ? SQLITE_IOERR_FSYNC : SQLITE_OK;
 }
-int FileSize(sqlite3_file* file, sqlite3_int64* size) {
-    return Under(file)->pMethods->xFileSize(Under(file), size);
-}
 int Lock(sqlite3_file* file, int level) {
-    return Fails(Fault::lockBusy) ? SQLITE_BUSY : Under(file)->pMethods->xLock(Under(file), level);
-}
-int Unlock(sqlite3_file* file, int level) {
-    return Under(file)->pMethods->xUnlock(Under(file), level);
-}
-int Reserved(sqlite3_file* file, int* out) {
-    return Under(file)->pMethods->xCheckReservedLock(Under(file), out);
-}
-int Control(sqlite3_file* file, int what, void* about) {
-    return Under(file)->pMethods->xFileControl(Under(file), what, about);
-}
-int SectorSize(sqlite3_file* file) {
-    return Under(file)->pMethods->xSectorSize(Under(file));
-}
-int Device(sqlite3_file* file) {
-    return Under(file)->pMethods->xDeviceCharacteristics(Under(file));
+    return Fails(Fault::lockBusy) ? SQLITE_BUSY : Real(file)->xLock(file, level);
 }
 
-const sqlite3_io_methods methods = {1,       Close,   Read,     Write,   Truncate,   Sync,   FileSize,
-                                    Lock,    Unlock,  Reserved, Control, SectorSize, Device, nullptr,
-                                    nullptr, nullptr, nullptr,  nullptr, nullptr};
+const Methods* Failing(const sqlite3_io_methods* real) {
+    static std::map<const sqlite3_io_methods*, Methods> kinds;
+    Methods& methods = kinds.try_emplace(real, Methods{*real, real}).first->second;
+    methods.iVersion = 1;
+    methods.xRead = Read;
+    methods.xWrite = Write;
+    methods.xSync = Sync;
+    methods.xLock = Lock;
+    return &methods;
+}
 
-int Open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* given) {
+int Open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, int* given) {
     file->pMethods = nullptr;
     if (Fails(Fault::openError))
         return SQLITE_CANTOPEN;
-    const int code = Real()->xOpen(Real(), name, Under(file), flags, given);
+    const int code = RealVfs()->xOpen(RealVfs(), name, file, flags, given);
     if (code == SQLITE_OK)
-        file->pMethods = &methods;
+        file->pMethods = Failing(file->pMethods);
     return code;
 }
-int Delete(sqlite3_vfs*, const char* name, int) {
-    return Fails(Fault::deleteError) ? SQLITE_IOERR_DELETE : Real()->xDelete(Real(), name, 0);
+int Delete(sqlite3_vfs* /*vfs*/, const char* name, int /*sync*/) {
+    return Fails(Fault::deleteError) ? SQLITE_IOERR_DELETE : RealVfs()->xDelete(RealVfs(), name, 0);
 }
 
 sqlite3_vfs faulty;
@@ -101,9 +84,8 @@ sqlite3_vfs faulty;
 
 FaultyVfs::FaultyVfs() {
     sqlite3_initialize();
-    faulty = *Real();
+    faulty = *RealVfs();
     faulty.zName = "faulty";
-    faulty.szOsFile = Real()->szOsFile + static_cast<int>(sizeof(File));
     faulty.xOpen = Open;
     faulty.xDelete = Delete;
     sqlite3_vfs_register(&faulty, 1);
@@ -112,7 +94,7 @@ FaultyVfs::FaultyVfs() {
 
 FaultyVfs::~FaultyVfs() {
     sqlite3_vfs_unregister(&faulty);
-    sqlite3_vfs_register(Real(), 1);
+    sqlite3_vfs_register(RealVfs(), 1);
 }
 
 void FaultyVfs::Arm(Fault fault, int nth, bool lasting) {

@@ -1,21 +1,17 @@
 // Rows that vanish, move or change behind the store's back are damage, not gaps and not other values.
 #include <sqlite3.h>
 
-#include "tests/store/Module.h"
-#include "tests/support/TestSupport.h"
+#include "tests/store/StoreTest.h"
 
 namespace vorela::test {
 namespace {
 
-class LostRowTest : public testing::TestWithParam<const char*> {};
+class LostRowTest : public StoreTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(LostRowTest, IsADiskError) {
-    const TempFolder folder;
-    const std::string path = folder.File("a.dkb");
     {
         const Opened database(path);
-        const auto values = Ramp(70000);
-        ASSERT_EQ(Dk().DBwrite(database.New("L/C/1"), 0, 70000, values.data()), DK_OK);
+        ASSERT_EQ(Write(database.New("L/C/1"), 0, Ramp(70000)), DK_OK);
         database.New("L/D/1");
     }
     sqlite3* direct = nullptr;
@@ -25,13 +21,13 @@ TEST_P(LostRowTest, IsADiskError) {
     EXPECT_GT(sqlite3_changes(direct), 0);
     sqlite3_close(direct);
     const Opened database(path, DK_OPEN_EXISTING);
-    EXPECT_EQ(Dk().DBverify(database.handle, nullptr, nullptr), DK_DISK_ERROR);
+    EXPECT_EQ(database.Verify(), DK_DISK_ERROR);
     std::int32_t item = 0;
     std::vector<float> values(70000);
     std::vector<std::uint8_t> present(70000);
-    std::int32_t status = Dk().DBattachA(database.handle, "L/C/1", &item, 0, nullptr);
+    std::int32_t status = DBattachA(database.handle, "L/C/1", &item, 0, nullptr);
     if (status == DK_OK)
-        status = Dk().DBreadpresent(item, 0, 70000, values.data(), present.data());
+        status = DBreadpresent(item, 0, 70000, values.data(), present.data());
     EXPECT_EQ(status, DK_DISK_ERROR);
 }
 
