@@ -98,7 +98,8 @@ class TwoProcessTest : public test::LiveFixture {
         const std::string json = folder.File("results.json");
         const test::CommandResult run =
             test::Run(VORELA_BIN_DIR "/vorela-batch " + database + " LEVEL1 --settings " +
-                      folder.File("none.ini") + " --set Parameters.Period=20 --json " + json + options);
+                      folder.File("none.ini") + " --set Parameters.Period=20 --set Parameters.DFilt=1" +
+                      " --set Parameters.DLen=1.5 --json " + json + options);
         EXPECT_EQ(run.status, 0) << run.err;
         std::string text = test::ReadAll(json);
         for (std::size_t at; (at = text.find(database)) != std::string::npos;)
