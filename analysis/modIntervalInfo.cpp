@@ -60,8 +60,10 @@ IntervalRecord LabelledInterval(const DatasetRecord& level1, const DatasetRecord
 /// Inputs of an interval; false when a selected entry has no results.
 bool FillInputs(IntervalRecord& interval, const CycleRecord& level1, const CycleRecord& level2) {
     const EntryPair entries = LimitedEntries(level1, level2);
-    if (CheckedAt(level1.analysed, entries.level1, source) == 0 ||
-        CheckedAt(level2.analysed, entries.level2, source) == 0)
+    // Level 2 first: a choice beyond its record is told also where the entry that level 1 was put at is
+    // blank.
+    if (CheckedAt(level2.analysed, entries.level2, source) == 0 ||
+        CheckedAt(level1.analysed, entries.level1, source) == 0)
         return false;
     interval.hpi1 = CheckedAt(level1.ratio, entries.level1, source);
     interval.phase1 = CheckedAt(level1.phaseLag, entries.level1, source);
@@ -162,6 +164,14 @@ std::size_t IntervalCount() {
     return CurrentIntervals().empty() ? 0 : CurrentIntervals().size() - 1;
 }
 
+void WithIntervalNamed(const std::string& label, const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const RunTimeError& error) {
+        throw RunTimeError{error.number, error.source, "Interval " + label + ": " + error.description};
+    }
+}
+
 bool GetIntervalInformation() {
     return Attempt(step::gettingIntervalInformation, [] {
         std::vector<IntervalRecord>& intervals = CurrentIntervals();
@@ -172,16 +182,20 @@ bool GetIntervalInformation() {
         intervals.resize(datasets.size());
         for (std::size_t i = 1; i < datasets.size(); ++i)
             intervals[i] = LabelledInterval(datasets[i], datasets[i - 1]);
-        for (std::size_t i = 1; i < datasets.size(); ++i) {
-            if (!FillInputs(intervals[i], datasets[i].cycles, datasets[i - 1].cycles)) {
-                intervals.clear();
-                return;
-            }
+        bool filled = true;
+        for (std::size_t i = 1; filled && i < datasets.size(); ++i)
+            WithIntervalNamed(intervals[i].label, [&] {
+                filled = FillInputs(intervals[i], datasets[i].cycles, datasets[i - 1].cycles);
+            });
+        if (!filled) {
+            intervals.clear();
+            return;
         }
-        for (std::size_t i = 1; i < intervals.size(); ++i) {
-            ComputeIntervalOutputs(intervals[i]);
-            ComputeReservoirOutputs(intervals[i]);
-        }
+        for (std::size_t i = 1; i < intervals.size(); ++i)
+            WithIntervalNamed(intervals[i].label, [&] {
+                ComputeIntervalOutputs(intervals[i]);
+                ComputeReservoirOutputs(intervals[i]);
+            });
     });
 }
 

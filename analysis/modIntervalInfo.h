@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +42,10 @@ std::size_t IntervalCount();
 
 /// Step "Getting interval information". False after a report; records computed before keep their values.
 bool GetIntervalInformation();
+
+/// Runs `body` for one interval. A run-time error of it goes on with the interval's label in its description:
+/// in a list of intervals the user has to know whose parameters to look at.
+void WithIntervalNamed(const std::string& label, const std::function<void()>& body);
 
 namespace step {
 inline constexpr const char* gettingIntervalInformation = "Getting interval information";

@@ -68,7 +68,7 @@ bool GetQuicklookInformation() {
         for (std::size_t i = 1; i < records.size(); ++i) {
             if (!records[i].reservoirHpi || !records[i].reservoirPhase)
                 return;  // the intervals ended here, with their own report
-            ComputeOutputs(records[i]);
+            WithIntervalNamed(records[i].label, [&] { ComputeOutputs(records[i]); });
         }
     });
 }
