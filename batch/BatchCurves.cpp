@@ -126,11 +126,10 @@ std::vector<ToMake> Plan(const BatchOptions& options) {
 }
 
 void SayFilter() {
-    const FilterInformation information = GetFilterInformation();
-    if (CurrentParameters().bandPass == 0 && !information.warning)
+    if (CurrentParameters().bandPass == 0)
         return;
     std::string line;
-    for (const char c : information.passBand + "\n") {
+    for (const char c : GetPassBand(CurrentParameters().filterN).text + "\n") {
         if (c != '\n' && c != '\r')
             line += c;
         else if (!line.empty())

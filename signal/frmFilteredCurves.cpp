@@ -15,8 +15,6 @@ namespace vorela {
 namespace {
 
 constexpr const char* stepInformation = "Getting filter information";
-constexpr const char* statusStart = "Initialising information";
-constexpr const char* statusEnd = "Updating Information";
 
 /// While the curves are made, progress and status go to the dialog's own controls as well as to the main
 /// window's.
@@ -25,8 +23,15 @@ class DialogProgress final : public ProgressPort, public StatusPort {
     explicit DialogProgress(Ui::frmFilteredCurves& controls) : ui_(controls), window_(CurrentPorts()) {
         CurrentPorts().progress = this;
         CurrentPorts().status = this;
+        SetPercentageDisplay([this](const std::string& text) {
+            ui_.lblPercentage->setText(QString::fromStdString(text));
+            ui_.lblPercentage->repaint();
+        });
     }
-    ~DialogProgress() override { CurrentPorts() = window_; }
+    ~DialogProgress() override {
+        SetPercentageDisplay({});
+        CurrentPorts() = window_;
+    }
     DialogProgress(const DialogProgress&) = delete;
     DialogProgress& operator=(const DialogProgress&) = delete;
 
@@ -38,8 +43,6 @@ class DialogProgress final : public ProgressPort, public StatusPort {
     int Value() const override { return window_.progress->Value(); }
     void SetValue(int value) override {
         ui_.progFilter->setValue(value);
-        if (Maximum() > 0)
-            ui_.lblPercentage->setText(QString::number(value * 100 / Maximum()) + QLatin1Char('%'));
         window_.progress->SetValue(value);
     }
     void SetText(const std::string& text) override {
@@ -72,14 +75,24 @@ void frmFilteredCurves::LoadInformation() {
         ui_->lblInputFlow->setText(QString::fromStdString(information.inputFlow));
         ui_->lblOutputPressure->setText(QString::fromStdString(information.outputPressure));
         ui_->lblOutputFlow->setText(QString::fromStdString(information.outputFlow));
-        ui_->lblInformation->setText(QString::fromStdString(information.passBand));
-        QFont font = ui_->lblInformation->font();
-        font.setBold(information.warning);
-        ui_->lblInformation->setFont(font);
         for (const std::string& choice : information.passChoices)
             ui_->cboFilter->addItem(QString::fromStdString(choice));
         ui_->cboFilter->setCurrentIndex(CurrentParameters().filterN - 1);
     });
+    ShowPassBand();
+    connect(ui_->cboFilter, &QComboBox::currentIndexChanged, this, &frmFilteredCurves::ShowPassBand);
+}
+
+int frmFilteredCurves::Passes() const {
+    return ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentIndex() + 1;
+}
+
+void frmFilteredCurves::ShowPassBand() {
+    const PassBand band = GetPassBand(Passes());
+    ui_->lblInformation->setText(QString::fromStdString(band.text));
+    QFont font = ui_->lblInformation->font();
+    font.setBold(band.warning);
+    ui_->lblInformation->setFont(font);
 }
 
 void frmFilteredCurves::Create() {
@@ -89,16 +102,8 @@ void frmFilteredCurves::Create() {
     ui_->cboFilter->setEnabled(false);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     {
-        DialogProgress progress(*ui_);
-        progress.SetRange(0, 1);
-        progress.SetValue(0);
-        progress.SetText(statusStart);
-        const int passes = ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentIndex() + 1;
-        if (CreateFilteredCurvesInAll(passes)) {
-            ui_->lblPercentage->setText(QStringLiteral("100%"));
-            progress.SetText(statusEnd);
-        }
-        progress.SetText("");
+        const DialogProgress progress(*ui_);
+        CreateFilteredCurvesInAll(Passes());
     }
     QApplication::restoreOverrideCursor();
     creating_ = false;

@@ -21,6 +21,10 @@ class frmFilteredCurves : public QDialog {
 
   private:
     void LoadInformation();
+    /// The choice of cboFilter; 1 when nothing is chosen.
+    int Passes() const;
+    /// States what the filter does with the chosen number of passes.
+    void ShowPassBand();
     void Create();
 
     std::unique_ptr<Ui::frmFilteredCurves> ui_;

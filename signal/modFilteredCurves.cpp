@@ -411,18 +411,18 @@ std::string Seconds(double seconds) {
 }
 
 /// One line on the band pass of curves with this sampling step.
-std::string BandPassLine(std::int16_t step, bool& warning) {
+std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning) {
     const ParameterSet& p = CurrentParameters();
     const double stepSeconds = step / unitsPerSecond;
     const std::string sampling = "Band pass at a sampling of " + Seconds(stepSeconds) + ": ";
-    const double length = p.filterN * p.period * step;
+    const double length = filterN * p.period * step;
     if (!(RoundHalfEven(length) >= 1.0 &&
           RoundHalfEven(length) <= std::numeric_limits<std::int16_t>::max())) {
         warning = true;
         return sampling + "the kernel would need " + FormatNumber(RoundHalfEven(length)) +
                " samples, 1 to 32767 can be had";
     }
-    const KernelDesign design = DesignFor(p.period, p.filterN, step);
+    const KernelDesign design = DesignFor(p.period, filterN, step);
     const double gain = GainAt(SharedKernel(design)->Values(), stepSeconds / p.period);
     std::string line = sampling + "periods from " + Seconds(stepSeconds / design.fc2) + " to " +
                        Seconds(stepSeconds / design.fc1) + ", gain " + FormatByPattern(gain, "0.000") +
@@ -434,17 +434,17 @@ std::string BandPassLine(std::int16_t step, bool& warning) {
     return line;
 }
 
-void DescribePassBand(FilterInformation& information) {
+PassBand DescribePassBand(std::int16_t filterN) {
     const ParameterSet& p = CurrentParameters();
-    if (p.bandPass == 0) {
-        information.passBand = "Half-period difference: gain 1 at " + Seconds(p.period) +
-                               ", constants and straight lines are removed";
-        return;
-    }
+    if (p.bandPass == 0)
+        return {"Half-period difference: gain 1 at " + Seconds(p.period) +
+                ", constants and straight lines are removed"};
+    PassBand band;
     for (const std::int16_t step : InputSteps()) {
-        const std::string line = BandPassLine(step, information.warning);
-        information.passBand += (information.passBand.empty() ? "" : "\n") + line;
+        const std::string line = BandPassLine(filterN, step, band.warning);
+        band.text += (band.text.empty() ? "" : "\n") + line;
     }
+    return band;
 }
 
 }  // namespace
@@ -518,9 +518,13 @@ FilterInformation GetFilterInformation() {
         information.outputFlow = FilteredFlowName(choice);
         for (int passes = 1; passes <= mostPasses; ++passes)
             information.passChoices.push_back(std::to_string(passes));
-        DescribePassBand(information);
     });
     return information;
+}
+
+PassBand GetPassBand(int filterN) {
+    return Attempt(gettingInformation, PassBand{},
+                   [&] { return DescribePassBand(CheckedNarrow<std::int16_t>(filterN, source)); });
 }
 
 }  // namespace vorela

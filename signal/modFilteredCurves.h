@@ -43,11 +43,16 @@ bool CreateFilteredCurvesInAll();
 struct FilterInformation {
     std::string inputPressure, inputFlow, outputPressure, outputFlow;
     std::vector<std::string> passChoices;  ///< entries of cboFilter, entry i = i + 1 passes
-    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
-    /// difference filter its gain. One or more lines.
-    std::string passBand;
-    bool warning = false;
 };
 FilterInformation GetFilterInformation();
+
+/// What the filter of the current parameters does with this FilterN.
+struct PassBand {
+    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
+    /// difference filter its gain. One or more lines.
+    std::string text;
+    bool warning = false;
+};
+PassBand GetPassBand(int filterN);
 
 }  // namespace vorela
