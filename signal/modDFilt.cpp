@@ -179,7 +179,8 @@ CurveWriter OpenOutput(Database& database, const DatasetRecord& record, const It
 }
 
 /// Makes the slot's filter live, for a run that goes on behind its resume mark (from the start when there is
-/// none).
+/// none). A filter that lives goes on whatever type and length the parameters hold by now: a curve that is
+/// being followed is of one filter throughout, and the next interactive run takes up the new ones.
 bool ReadyFilter(FilterSlot& slot, CurveReader& flow) {
     if (slot.filter.IsUsable())
         return true;

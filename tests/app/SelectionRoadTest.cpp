@@ -109,6 +109,7 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputPressure").text(), "ZG_p");
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputFlow").text(), "RTC_qs");
         EXPECT_EQ(Find<QLabel>(dialog, "lblPercentage").text(), "0%");
+        Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(-1);  // nothing chosen: one pass
         Click(dialog, "cmdCreate");
     });
     SetTab(3);

@@ -20,6 +20,7 @@ TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
         {0.02, 4, "0.02"},     {0.123456, 3, "0.123"}, {2, 0, "2"},           {2.5, 2, "2.5"},
         {2.0005, 0, "2"},      {250.75, 1, "250.8"},   {1500.7, 0, "1501"},   {-0.123456, 3, "-0.123"},
         {-1500.7, 0, "-1501"}, {5.001, 2, "5"},        {-0.00000005, 0, "0"}, {9.999, 2, "10"},
+        {20.0005, 1, "20"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(DecimalsFor(c.value), c.decimals) << c.value;

@@ -111,17 +111,18 @@ TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
 TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
     PlotFormatOptions format;
     format.nPlots = 1;
+    format.vertical = 4;  // 236.65 units: drawn 237 apart, the last interval is what is left
     const RecordingSurface surface = Drawn(FiveCurves(), format);
     const Operation& frame = surface.operations[0];
     EXPECT_EQ(frame.pen, 1);
     EXPECT_EQ(frame.points[0], (DevicePoint{27, 8}));
     EXPECT_EQ(frame.points[2], (DevicePoint{975, 586}));
     const std::vector<Operation> grid = surface.DrawnWith(6);
-    ASSERT_EQ(grid.size(), 1U + 1 + 3);
+    ASSERT_EQ(grid.size(), 1U + 3 + 3);
     EXPECT_EQ(grid[0].points[2], (DevicePoint{974, 585}));
-    EXPECT_EQ(grid[1].points, (std::vector<DevicePoint>{{500, 8}, {500, 584}}));
-    EXPECT_EQ(grid[2].points, (std::vector<DevicePoint>{{27, 152}, {973, 152}}));
-    EXPECT_EQ(grid[4].points[0].y, 440);
+    EXPECT_EQ(grid[3].points, (std::vector<DevicePoint>{{738, 8}, {738, 584}}));
+    EXPECT_EQ(grid[4].points, (std::vector<DevicePoint>{{27, 152}, {973, 152}}));
+    EXPECT_EQ(grid[6].points[0].y, 440);
     format.nPlots = 2;
     format.horizontal = 99;  // a hand-edited file: drawn as 20
     format.vertical = 0;     // and as 1

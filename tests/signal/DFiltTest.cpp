@@ -109,7 +109,10 @@ TEST_F(SpinnerFilter, AnotherFilterStartsTheCurveAnew) {
     SetFilter(triangle, 9);
     Append("L", Flow(), samples - 150);
     ASSERT_TRUE(FilterDatasetFlow(0, true));
-    EXPECT_EQ(Made(), "Triangle,9 by Smooth32");
+    SetFilter(square, 5);
+    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    EXPECT_EQ(Made(), "Triangle,9 by Smooth32") << "a living filter goes on";
+    SetFilter(triangle, 9);
     const test::StoredCurve extended = ReadCurve("L", "RTC_f");
     ASSERT_TRUE(FilterDatasetFlow(0, false));
     EXPECT_EQ(extended.samples, ReadCurve("L", "RTC_f").samples);

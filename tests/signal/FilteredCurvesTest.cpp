@@ -109,16 +109,21 @@ TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
 
 TEST_F(FilteredCurves, ByBandPassAreBlankedHalfAKernelAndValidBetween) {
     CurrentParameters().bandPass = 1;
-    SelectLevel(Level(1001));
+    std::vector<CurveSpec> level = Level(1001);
+    for (CurveSpec& curve : level)
+        curve.step = 20;
+    SelectLevel(level);
     ASSERT_TRUE(CreateFilteredCurves(0, false));
-    // Kernel 1 × 20 × 10 = 200 samples: 100 zeros at the start, 101 at the end.
+    // The step enters in hundredths. Kernel 1 × 20 × 20 = 400 samples: 200 zeros at the start, 201 at the
+    // end.
+    EXPECT_THAT(GetPassBand(1).text, HasSubstr("periods from 40 s to 160 s"));
     const StoredCurve output = Filtered();
     ASSERT_EQ(output.samples.size(), 1001);
-    EXPECT_EQ(output.info.validFirst, 500 + 100 * 10);
-    EXPECT_EQ(output.info.validLast, 500 + 899 * 10);
+    EXPECT_EQ(output.info.validFirst, 500 + 200 * 20);
+    EXPECT_EQ(output.info.validLast, 500 + 799 * 20);
     EXPECT_EQ(output.info.made, "band pass, filter N 1, period 20 s");
     for (std::size_t k = 0; k < 1001; ++k)
-        EXPECT_EQ(*output.samples[k] == 0.0F, k < 100 || k >= 900) << k;
+        EXPECT_EQ(*output.samples[k] == 0.0F, k < 200 || k >= 800) << k;
 }
 
 TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
@@ -220,22 +225,18 @@ TEST_F(FilteredCurves, OfARecordingWithoutSamplesAreEmptyUntilThereAreSome) {
 
 TEST_F(FilteredCurves, InformationStatesBandAndGainAtThePeriodOfTest) {
     SelectLevel(Level(300));
-    FilterInformation information = GetFilterInformation();
+    const FilterInformation information = GetFilterInformation();
     EXPECT_EQ(information.inputPressure, "ZG");
     EXPECT_EQ(information.outputFlow, "RTC_qs");
     EXPECT_EQ(information.passChoices[2], "3");
-    EXPECT_THAT(information.passBand, HasSubstr("gain 1 at 20 s"));
-    EXPECT_FALSE(information.warning);
+    EXPECT_THAT(GetPassBand(1).text, HasSubstr("gain 1 at 20 s"));
+    EXPECT_FALSE(GetPassBand(1).warning);
 
     CurrentParameters().bandPass = 1;
-    information = GetFilterInformation();
-    EXPECT_THAT(information.passBand, HasSubstr("periods from 10 s to 40 s"));
-    EXPECT_TRUE(information.warning) << "one period of kernel cannot resolve the band";
-    CurrentParameters().filterN = 10;
-    information = GetFilterInformation();
-    EXPECT_FALSE(information.warning) << information.passBand;
-    CurrentParameters().filterN = 1000;
-    EXPECT_THAT(GetFilterInformation().passBand, HasSubstr("1 to 32767"));
+    EXPECT_THAT(GetPassBand(1).text, HasSubstr("periods from 10 s to 40 s"));
+    EXPECT_TRUE(GetPassBand(1).warning) << "one period of kernel cannot resolve the band";
+    EXPECT_FALSE(GetPassBand(10).warning) << GetPassBand(10).text;
+    EXPECT_THAT(GetPassBand(1000).text, HasSubstr("1 to 32767"));
     EXPECT_TRUE(ports.boxes.empty());
 }
 

@@ -19,7 +19,7 @@ constexpr std::int32_t samples = 400;
 constexpr int cycleBoundaries = 11;
 
 TEST(ValveArithmetic, ElapsedTimeFollowsTheTimerAcrossItsWrap) {
-    EXPECT_EQ(ElapsedTicks(65000, 200), 19);
+    EXPECT_EQ(ElapsedTicks(65008, 200), 19);  // wraps to -528, -13.52; 5.12
     EXPECT_EQ(ElapsedTicks(0, 39062.5), 1000);
     EXPECT_EQ(ElapsedTicks(39062.5, 39062.5), 0);
     EXPECT_EQ(ElapsedTicks(100, 0), 1675);  // wraps to -65436, -1675.16; a zero timer is time 0
