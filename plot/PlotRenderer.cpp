@@ -374,7 +374,7 @@ int DrawPlotAxes(DrawingSurface& surface, DrawingTools& tools, const PlotLayout&
 
 bool DrawPlot(DrawingSurface& surface, const PlotInformation& information, const PlotFormatOptions& format,
               const PlotLayout& layout, const PlotStyle& style) {
-    return Attempt("Plotting", false, [&] {
+    return Attempt("Create Pens", false, [&] {
         DrawingTools tools(surface, style.monochrome);
         const SelectedFont font(surface, layout.fontHeight);
         const int drawn = Attempt("Draw Plot Axes", -1, [&] {

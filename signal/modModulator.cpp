@@ -366,10 +366,12 @@ float RampValue(double t, double t1, double t2, std::int32_t code1, std::int32_t
     // In this order: an unknown first code stands for the state before, an unknown second one for the first.
     const double s1 = ValveState(code1, remembered);
     const double s2 = ValveState(code2, remembered);
-    if (t <= t1 || s1 == s2 || t1 == t2)
+    if (t <= t1)
         return static_cast<float>(s1);
     if (t >= t2)
         return static_cast<float>(s2);
+    if (s1 == s2)
+        return static_cast<float>(s1);
     return static_cast<float>(s1 + (s1 - s2) / (t1 - t2) * (t - t1));
 }
 
