@@ -255,12 +255,13 @@ int main(int argc, char** argv) {
         return 1;
     MedianKeeper keeper;
     benchmark::RunSpecifiedBenchmarks(&keeper);
-    keeper.PrintRatio("read rate, store / raw, blocks of 65536 (at least 0.6)", "BM_ReadRaw/65536",
-                      "BM_ReadStore/65536");
+    keeper.PrintRatio("read rate, store / raw, a curve in one call (at least 0.6)", "BM_ReadRaw/10000000",
+                      "BM_ReadStore/10000000");
+    // Every call takes and drops the read lock, so that no recorder waits for a reader: about 15 us, as much
+    // as the operating system needs for a block from its cache.
+    keeper.PrintRatio("read rate, store / raw, in calls of 65536", "BM_ReadRaw/65536", "BM_ReadStore/65536");
     keeper.PrintRatio("read rate, store / raw with the same checksum", "BM_ReadRawChecked/65536",
                       "BM_ReadStore/65536");
-    keeper.PrintRatio("read rate, store / raw, one call (at least 0.6)", "BM_ReadRaw/10000000",
-                      "BM_ReadStore/10000000");
     keeper.PrintRatio("write rate, store / raw with fsync (at least 0.5)", "BM_WriteRaw/", "BM_WriteStore/");
     keeper.PrintRatio("tick at 100 h / tick at 1 h (at most 1.2)", "BM_Tick/100", "BM_Tick/1");
     return 0;
