@@ -33,14 +33,14 @@ MinMax Plain(const std::vector<float>& samples, std::int64_t first, std::int64_t
 void ExpectAgreement(const CurveOverview& overview, const std::vector<float>& samples) {
     const std::int64_t buckets = (std::ssize(samples) + bucket - 1) / bucket;
     std::mt19937 random(7);
+    std::uniform_int_distribution<std::int64_t> bound(0, buckets);
     for (int i = 0; i < 300; ++i) {
-        std::int64_t a = random() % (static_cast<unsigned>(buckets) + 1);
-        std::int64_t b = random() % (static_cast<unsigned>(buckets) + 1);
-        if (a > b)
-            std::swap(a, b);
+        const auto [a, b] = std::minmax({bound(random), bound(random)});
         ASSERT_EQ(overview.OfBuckets(a, b), Plain(samples, a * bucket, b * bucket)) << a << " to " << b;
     }
     EXPECT_EQ(overview.OfBuckets(0, buckets), Plain(samples, 0, std::ssize(samples)));
+    EXPECT_TRUE(overview.OfBuckets(8, 15).IsEmpty()) << "gaps only";
+    EXPECT_TRUE(overview.OfBuckets(5, 5).IsEmpty());
 }
 
 TEST(CurveOverview, agreesWithTheSamplesHoweverItGrew) {
@@ -63,17 +63,10 @@ TEST(CurveOverview, forgetsATailThatIsWrittenAgain) {
         EXPECT_LE(overview.Size(), keep);
         EXPECT_GT(overview.Size(), keep - bucket);
         const std::vector<float> other = Noise(90'000, static_cast<unsigned>(keep));
-        const auto from = static_cast<std::size_t>(overview.Size());
         std::copy(other.begin() + overview.Size(), other.end(), samples.begin() + overview.Size());
-        overview.Append(std::span(samples).subspan(from));
+        overview.Append(std::span(samples).subspan(static_cast<std::size_t>(overview.Size())));
         ExpectAgreement(overview, samples);
     }
-}
-
-TEST(CurveOverview, onlyGapsAreEmpty) {
-    CurveOverview overview;
-    overview.Append(std::vector<float>(1000, gap));
-    EXPECT_TRUE(overview.OfBuckets(0, 8).IsEmpty() && overview.OfBuckets(5, 5).IsEmpty());
 }
 
 }  // namespace

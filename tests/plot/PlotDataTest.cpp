@@ -1,9 +1,8 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstring>
 
-#include "plot/PlotData.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
 #include "plot/modPlot.h"
@@ -33,22 +32,23 @@ class PlotDataTest : public test::DravikFixture {
                              {"PVLPOS", "cps", count, [](std::int32_t) { return 0.0; }, first, step}});
         Select({"LEVEL1"});
     }
-    PlotInformation Get(PlotRequest request = {}) {
-        request.datasets = {0};
+    static PlotRequest Request(std::int32_t points, TimeMode mode = TimeMode::chosen, TimeSpan zoom = {}) {
+        return {{0}, points, mode, zoom, true};
+    }
+    /// The plot of the first dataset; `refusal` is the message when there is none.
+    static PlotInformation Get(const PlotRequest& request = Request(1000), const std::string& refusal = "") {
         PlotInformation information;
-        EXPECT_TRUE(GetPlotInformation(request, information, message));
+        std::string message;
+        EXPECT_EQ(GetPlotInformation(request, information, message), refusal.empty());
+        EXPECT_EQ(message, refusal);
         return information;
     }
-    /// Its text when there is no plot.
-    std::string Refusal(const PlotRequest& request) {
-        PlotInformation information;
-        return GetPlotInformation(request, information, message) ? "" : message;
+    static CurvePoints Pressure(const PlotRequest& request) {
+        return Get(request).datasets.at(0).Find(Quantity::pressure)->values;
     }
-    static const CurvePoints& Pressure(const PlotInformation& information) {
-        return information.datasets.at(0).Find(Quantity::pressure)->values;
+    static std::ptrdiff_t BreaksIn(const CurvePoints& curve) {
+        return std::ranges::count_if(curve.points, &CurvePoint::IsBreak);
     }
-
-    std::string message;
 };
 
 double Wave(std::int32_t t) {
@@ -56,14 +56,12 @@ double Wave(std::int32_t t) {
 }
 
 TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
-    EXPECT_EQ(Refusal({}), "No data selected");
+    Get(Request(1000), "No data selected");
     CurrentSelection().datasets.resize(1);
-    EXPECT_EQ(Refusal({}), "There are no common curves in the selected datasets");
+    Get(Request(1000), "There are no common curves in the selected datasets");
     MakeDataset(1000, Wave);
     DeleteItem("LEVEL1");
-    PlotRequest request;
-    request.datasets = {0};
-    EXPECT_EQ(Refusal(request), "Error attaching to dataset: LEVEL1");
+    Get(Request(1000), "Error attaching to dataset: LEVEL1");
     EXPECT_TRUE(ports.boxes.empty());
 }
 
@@ -89,18 +87,16 @@ TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
     PlotFormat().flowCurve = 1;
     PlotFormat().valve = 1;
     const PlotInformation information = Get();
-    ASSERT_EQ(ports.boxes.size(), 2U);
-    EXPECT_EQ(
-        ports.boxes[0].text,
-        "The Dravik filtered flow curve has not been created.\r\rThe unfiltered curve will be plotted.");
-    EXPECT_EQ(ports.boxes[1].text,
-              "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
-              "The motor position curve (PVLPOS) will be plotted.");
-    EXPECT_EQ(ports.boxes[1].title, "Vorela");
-    EXPECT_EQ(ports.boxes[1].icon, MessageIcon::information);
+    const std::vector<test::ShownBox> expected{
+        {MessageIcon::information, "Vorela",
+         "The Dravik filtered flow curve has not been created.\r\rThe unfiltered curve will be plotted."},
+        {MessageIcon::information, "Vorela",
+         "The reconstructed valve signal curve (PVLSIG) has not been created.\r\r"
+         "The motor position curve (PVLPOS) will be plotted."}};
+    EXPECT_EQ(ports.boxes, expected);
     EXPECT_EQ(information.datasets[0].Find(Quantity::flow)->name, "RTC");
-    CurrentSelection().commonCurves.push_back({"RTC_f", "rps"});
-    CurrentSelection().commonCurves.push_back({"PVLSIG", ""});
+    for (const char* created : {"RTC_f", "PVLSIG"})
+        CurrentSelection().commonCurves.push_back({created, ""});
     std::vector<std::string> fallbacks;
     const auto names = ChooseCurveNames(PlotFormat(), fallbacks);
     EXPECT_TRUE(fallbacks.empty());
@@ -111,47 +107,42 @@ TEST_F(PlotDataTest, everySampleIsInExactlyOneColumn) {
     const auto wave = [](std::int32_t t) -> std::optional<double> {
         return t > 500'000 && t < 600'000 ? std::nullopt : std::optional(Wave(t));
     };
-    MakeDataset(200'000, wave);
+    constexpr std::int32_t end = 2'000'000;
+    MakeDataset(end / 10, wave);
+    const auto extent = [&](double from, double to) {
+        MinMax samples;
+        for (auto t = static_cast<std::int32_t>(from) / 10 * 10; t <= to; t += 10)
+            if (t >= 0 && t < end && wave(t))
+                samples.Add(static_cast<float>(*wave(t)));
+        return samples;
+    };
     // 200 columns of 1000 samples are answered by the overview, 2000 of 100 by the samples.
     for (const std::int32_t points : {200, 2000}) {
-        PlotRequest request;
-        request.pointsWanted = points;
-        const CurvePoints values = Pressure(Get(request));
+        const CurvePoints values = Pressure(Request(points));
         EXPECT_TRUE(values.dense);
-        EXPECT_EQ(values.step, 2000000 / points);
-        MinMax all, drawn;
-        for (std::int32_t t = 0; t < 2'000'000; t += 10)
-            if (wave(t))
-                all.Add(static_cast<float>(*wave(t)));
-        int breaks = 0;
+        EXPECT_EQ(values.step, end / points);
+        MinMax drawn;
         for (const CurvePoint& point : values.points) {
-            breaks += point.IsBreak() ? 1 : 0;
             drawn.Add({point.low, point.high});
             if (point.IsBreak())
                 continue;
             // A column spans its step; the overview may put its edges off by a bucket.
-            const double slack = points == 200 ? CurveOverview::bucketSamples * 10.0 : 0;
-            MinMax wide;
-            for (auto t = static_cast<std::int32_t>(point.time - values.step / 2.0 - slack) / 10 * 10;
-                 t <= point.time + values.step / 2.0 + slack; t += 10)
-                if (t >= 0 && t < 2'000'000 && wave(t))
-                    wide.Add(static_cast<float>(*wave(t)));
+            const double reach = values.step / 2.0 + (points == 200 ? CurveOverview::bucketSamples * 10 : 0);
+            const MinMax wide = extent(point.time - reach, point.time + reach);
             EXPECT_LE(wide.minimum, point.low);
             EXPECT_GE(wide.maximum, point.high);
         }
+        const MinMax all = extent(0, end);
         EXPECT_EQ(drawn, all);
-        EXPECT_EQ(breaks, 1);
-        EXPECT_NEAR(*values.extent.minimum, all.minimum, 0);
+        EXPECT_EQ(BreaksIn(values), 1);
+        EXPECT_EQ(*values.extent.minimum, all.minimum);
     }
 }
 
 TEST_F(PlotDataTest, fewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
     MakeDataset(1000, [](std::int32_t t) { return t == 40 ? std::optional<double>() : t; });
-    PlotRequest request;
-    request.mode = TimeMode::zoomed;
-    request.zoom = {15, 75};
     const PresentationOptions before = PrsOpt();
-    const CurvePoints values = Pressure(Get(request));
+    const CurvePoints values = Pressure(Request(1000, TimeMode::zoomed, {15, 75}));
     EXPECT_FALSE(values.dense);
     std::vector<double> times;
     for (const CurvePoint& point : values.points)
@@ -164,17 +155,14 @@ TEST_F(PlotDataTest, fewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
 
 TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
     MakeDataset(100'000, Wave);
-    PlotRequest request;
-    request.pointsWanted = 100;  // the overview's range
-    Get(request);
-    const CurveSpec longer{"ZG", "psi", 0, [](std::int32_t t) { return Wave(t) + 50; }};
-    Append("LEVEL1", longer, 12'345);
+    constexpr std::int32_t overviewPoints = 100;
+    Get(Request(overviewPoints));
+    Append("LEVEL1", {"ZG", "psi", 0, [](std::int32_t t) { return Wave(t) + 50; }}, 12'345);
+    PlotRequest request = Request(overviewPoints, TimeMode::zoomed, {0, 1'130'000});
     request.verify = false;
-    request.mode = TimeMode::zoomed;
-    request.zoom = {0, 1'130'000};
-    const CurvePoints grown = Pressure(Get(request));
+    const CurvePoints grown = Pressure(request);
     ForgetKeptCurves();
-    const CurvePoints fresh = Pressure(Get(request));
+    const CurvePoints fresh = Pressure(request);
     ASSERT_EQ(grown.points.size(), fresh.points.size());
     for (std::size_t i = 0; i < fresh.points.size(); ++i)
         ASSERT_EQ(std::memcmp(&grown.points[i], &fresh.points[i], sizeof(CurvePoint)), 0) << i;
@@ -183,7 +171,7 @@ TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
     DeleteItem("LEVEL1/ZG/1");
     AddCurve("LEVEL1", {"ZG", "psi", 112'345, [](std::int32_t t) { return -Wave(t); }});
     request.verify = true;
-    EXPECT_LT(*Pressure(Get(request)).extent.maximum, 2);
+    EXPECT_LT(*Pressure(request).extent.maximum, 2);
 }
 
 TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
@@ -196,17 +184,10 @@ TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
     test::WriteAll(DatabasePath(), bytes);
     for (const std::int32_t points : {50, 2000}) {  // overview and samples
         ForgetKeptCurves();
-        ports.boxes.clear();
-        PlotRequest request;
-        request.pointsWanted = points;
-        Get(request);
-        const CurvePoints values = Pressure(Get(request));
-        ASSERT_EQ(ports.boxes.size(), 1U);
-        EXPECT_NE(ports.boxes[0].text.find("Get curve values: "), std::string::npos);
-        EXPECT_NE(ports.boxes[0].text.find("ZG"), std::string::npos);
-        EXPECT_EQ(
-            std::count_if(values.points.begin(), values.points.end(), [](auto& p) { return p.IsBreak(); }),
-            1);
+        Get(Request(points));
+        const CurvePoints values = Pressure(Request(points));
+        EXPECT_THAT(ports.TakeBox().text, testing::ContainsRegex("Get curve values: .*ZG"));
+        EXPECT_EQ(BreaksIn(values), 1);
         EXPECT_EQ(*values.extent.maximum, 99'999.125);
     }
 }
@@ -215,22 +196,20 @@ TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
     MakeDataset(1000, Wave);  // 99.9 s
     PrsOpt().timeAuto = false;
     EXPECT_EQ(Get().span, (TimeSpan{0, 24000}));
-    PlotRequest request;
-    request.mode = TimeMode::follow;
-    EXPECT_EQ(Get(request).span, (TimeSpan{0, 24000}));
-    CurrentSelection().datasets[0].extentB = 24000;
-    EXPECT_EQ(Get(request).span, (TimeSpan{0, 24000}));
-    CurrentSelection().datasets[0].extentB = 24001;
-    EXPECT_EQ(Get(request).span, (TimeSpan{24000, 48000}));
-    CurrentSelection().datasets[0].extentB = 100000;  // pages were missed
-    EXPECT_EQ(Get(request).span, (TimeSpan{96000, 120000}));
+    const auto follow = [](std::int32_t latest) {
+        CurrentSelection().datasets[0].extentB = latest;
+        return Get(Request(1000, TimeMode::follow)).span;
+    };
+    EXPECT_EQ(follow(9990), (TimeSpan{0, 24000}));
+    EXPECT_EQ(follow(24000), (TimeSpan{0, 24000}));
+    EXPECT_EQ(follow(24001), (TimeSpan{24000, 48000}));
+    EXPECT_EQ(follow(100000), (TimeSpan{96000, 120000})) << "pages were missed";
     PrsOpt().timeAuto = true;
-    EXPECT_EQ(Get(request).span, (TimeSpan{0, 101000}));
+    EXPECT_EQ(follow(100000), (TimeSpan{0, 101000}));
 }
 
 TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
-    MakeDataset(1000,
-                [](std::int32_t t) { return t >= 5000 && t < 5100 ? std::optional<double>() : t / 100.0; });
+    MakeDataset(1000, [](std::int32_t t) { return t / 100 == 50 ? std::optional<double>() : t / 100.0; });
     PlotDrawing drawing;
     drawing.information = Get();
     drawing.format.flow = false;
@@ -244,8 +223,8 @@ TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
     EXPECT_EQ(readout.values[0].curve, "ZG");
     EXPECT_NEAR(*readout.values[0].atCursor1, 20.05, 1e-5);
     EXPECT_NEAR(*readout.values[0].difference, 20, 1e-5);
-    EXPECT_EQ(ReadCursors(drawing, 5050, 99999).values[0].atCursor1, std::nullopt);
-    EXPECT_EQ(ReadCursors(drawing, 5050, 99999).values[0].atCursor2, std::nullopt);
+    const CursorValue outside = ReadCursors(drawing, 5050, 99999).values[0];
+    EXPECT_FALSE(outside.atCursor1 || outside.atCursor2);
     EXPECT_EQ(ReadoutText(std::nullopt), "-");
     EXPECT_EQ(ReadoutText(4194.0806), "4194.081");
     EXPECT_EQ(ReadoutText(-0.00012345678), "-0.0001234568");

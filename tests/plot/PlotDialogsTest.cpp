@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
@@ -9,7 +7,6 @@
 #include <QSignalSpy>
 
 #include "db/DatasetRecord.h"
-#include "general/SettingsFile.h"
 #include "plot/frmPlotFormat.h"
 #include "plot/frmPlotScales.h"
 #include "tests/support/TestSupport.h"
@@ -17,13 +14,12 @@
 namespace vorela {
 namespace {
 
-class PlotDialogs : public ::testing::Test {
+class PlotDialogs : public test::SettingsFixture {
   protected:
     PlotDialogs() {
         PrsOpt() = PresentationOptions{};
         PlotFormat() = PlotFormatOptions{};
         CurrentSelection() = Selection{};
-        SetSettingsFilePath(folder_.File("Vorela.ini"));
     }
     template <typename Control>
     static Control* Get(const QDialog& dialog, const char* name) {
@@ -37,10 +33,6 @@ class PlotDialogs : public ::testing::Test {
     static bool Enabled(const QDialog& dialog, const char* name) {
         return Get<QWidget>(dialog, name)->isEnabled();
     }
-    std::string Settings() { return test::ReadAll(folder_.File("Vorela.ini")); }
-
-    test::TempFolder folder_;
-    test::ScriptedPorts ports_;
 };
 
 TEST_F(PlotDialogs, scalesOpenFilledWithElevenRangesAndTheModesControls) {
@@ -68,18 +60,16 @@ TEST_F(PlotDialogs, scalesAreWrittenByOkOnlyAndAppliedValuesOutliveACancel) {
     QSignalSpy applied(&dialog, &frmPlotScales::Applied);
     dialog.show();
     dialog.findChild<QGroupBox*>("fraFlow")->findChild<QCheckBox*>("chkAutoscale")->setChecked(false);
-    const auto typeMinimum = [&](const char* text) {
-        Get<QLineEdit>(dialog, "txtFlowMin")->setText(text);
-        Get<QLineEdit>(dialog, "txtFlowMin")->setModified(true);
-    };
-    typeMinimum("11");
+    auto* minimum = Get<QLineEdit>(dialog, "txtFlowMin");
+    minimum->setText("11");
+    minimum->setModified(true);
     Click(dialog, "cmdOK");
     EXPECT_TRUE(dialog.isVisible());
-    ASSERT_EQ(ports_.boxes.size(), 1U);
-    EXPECT_EQ(ports_.boxes[0].text, "Flow Axis: Maximum must be greater than Minimum");
+    EXPECT_EQ(ports.TakeBox().text, "Flow Axis: Maximum must be greater than Minimum");
     EXPECT_EQ(dialog.focusWidget()->objectName(), "txtFlowMax");
     EXPECT_EQ(Get<QLineEdit>(dialog, "txtFlowMax")->selectedText(), "10");
-    typeMinimum("3");
+    minimum->setText("3");
+    minimum->setModified(true);
     Click(dialog, "cmdApply");
     EXPECT_EQ(applied.count(), 1);
     EXPECT_EQ(PrsOpt().Axis(Quantity::flow).minimum, 3);
@@ -112,7 +102,7 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     Click(dialog, "cmdOK");
     Click(dialog, "cmdApply");
     EXPECT_TRUE(dialog.isVisible());
-    EXPECT_EQ(ports_.boxes.size(), 2U);
+    EXPECT_EQ(ports.boxes.size(), 2U);
     EXPECT_EQ(applied.count(), 0);
     EXPECT_EQ(Settings(), "");
     Click(dialog, "optMod0");
@@ -121,7 +111,6 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     EXPECT_EQ(Settings(),
               "[Plot]\r\nY1=4\r\nY2=0\r\nHorizontal=20\r\nVertical=6\r\nValve=0\r\nFlow=1\r\nNPlots=2\r\n"
               "PPres=-1\r\nPFlow=0\r\nPValve=-1\r\nPFPres=0\r\nPFFlow=-1\r\n");
-    CurrentSelection() = Selection{};
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <QImage>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -9,8 +7,6 @@
 #include <QTimer>
 #include <QWheelEvent>
 
-#include "general/SettingsFile.h"
-#include "plot/PlotFile.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotWidget.h"
 #include "plot/TimeCursors.h"
@@ -19,11 +15,10 @@
 namespace vorela {
 namespace {
 
-constexpr int width = 1000;
-constexpr int height = 600;
+constexpr QSize size{1000, 600};
 // The plot area at this size: 27 to 973.
 constexpr int left = 27;
-constexpr int right = 973;
+constexpr int middle = 500;
 
 class PlotWidgetTest : public test::DravikFixture {
   protected:
@@ -32,25 +27,29 @@ class PlotWidgetTest : public test::DravikFixture {
         PrsOpt() = PresentationOptions{};
         PlotFormat() = PlotFormatOptions{};
         PrsOpt().timeAuto = true;
-        const auto ramp = [](std::int32_t t) { return t / 100.0; };
-        AddCurves("LEVEL1",
-                  {{"ZG", "psi", 10'000, ramp}, {"RTC", "rps", 10'000, ramp}, {"PVLPOS", "", 10'000, ramp}});
+        for (const char* name : {"ZG", "RTC", "PVLPOS"})
+            AddCurve("LEVEL1", Ramp(name, 10'000));
         Select({"LEVEL1"});
-        plot_.resize(width, height);
-        cursors_.resize(width, 24);
+        plot_.resize(size);
+        cursors_.resize(size.width(), 24);
         plot_.ConnectCursors(&cursors_);
         plot_.show();
         cursors_.show();
     }
-    void Wheel(int x, int notches) {
-        QWheelEvent event(QPointF(x, 100), QPointF(x, 100), {}, {0, notches * 120}, {}, {}, {}, false);
+    /// The seconds as values.
+    static test::CurveSpec Ramp(const char* name, std::int32_t count) {
+        return {name, "psi", count, [](std::int32_t t) { return t / 100.0; }};
+    }
+    /// One notch nearer, around the left end of the time axis.
+    void ZoomIn() {
+        QWheelEvent event(QPointF(left, 100), QPointF(left, 100), {}, {0, 120}, {}, {}, {}, false);
         QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
         QApplication::sendEvent(&plot_, &event);
         EXPECT_TRUE(redrawn.wait());
     }
-    std::pair<double, double> Seen() {
-        const auto span = *plot_.FileOptions(0).span;
-        return {span.start / 100.0, span.end / 100.0};
+    void ExpectSeen(double from, double to) {
+        const TimeSpan span = *plot_.FileOptions(0).span;
+        EXPECT_EQ(std::pair(span.start / 100.0, span.end / 100.0), std::pair(from, to));
     }
     void DragTo(int from, int to, Qt::KeyboardModifiers modifiers = {}) {
         QTest::mousePress(&plot_, Qt::LeftButton, modifiers, {from, 100});
@@ -74,7 +73,7 @@ class PlotWidgetTest : public test::DravikFixture {
 
 TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
     ASSERT_TRUE(plot_.ShowDataset(0));
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 1000.0));  // the last sample is at 999.9 s
+    ExpectSeen(0, 1000);  // the last sample is at 999.9 s
     EXPECT_EQ(cursors_.Margin(), left);
     cursors_.setCursor1(25);
     EXPECT_EQ(plot_.Cursor1(), 25);
@@ -88,20 +87,19 @@ TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
 TEST_F(PlotWidgetTest, aCursorIsDraggedInThePlotAndNotBeyondItsAxis) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(50);
-    QTest::mousePress(&plot_, Qt::LeftButton, {}, {(left + right) / 2, 100});
-    QTest::mouseMove(&plot_, {left + 94, 100});
-    EXPECT_NEAR(cursors_.cursor1(), 9.94, 0.02);
-    QTest::mouseMove(&plot_, {left - 1, 100});
-    EXPECT_NEAR(cursors_.cursor1(), 9.94, 0.02);
-    QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {left - 1, 100});
+    QTest::mousePress(&plot_, Qt::LeftButton, {}, {middle, 100});
+    for (const int x : {left + 94, left - 1}) {
+        QTest::mouseMove(&plot_, {x, 100});
+        EXPECT_NEAR(cursors_.cursor1(), 9.94, 0.02) << x;
+    }
 }
 
 TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
     plot_.ShowDataset(0);
     const float before = cursors_.cursor2();
     const PresentationOptions options = PrsOpt();
-    Wheel(left, 1);  // around the left end
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 800.0));
+    ZoomIn();
+    ExpectSeen(0, 800);
     EXPECT_TRUE(plot_.IsZoomed());
     EXPECT_EQ(cursors_.cursor2(), before);
     EXPECT_EQ(PrsOpt().rangeEnd, options.rangeEnd);
@@ -110,38 +108,38 @@ TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
     const QWidget* marker = cursors_.findChild<QWidget*>("imgCursor2");
     EXPECT_NEAR(marker->x() + marker->width() / 2.0, left + 946 * 0.6666 / 0.8, 2);
     plot_.ShowDataset(0);  // another redraw of the same scales
-    EXPECT_EQ(Seen().second, 800.0);
+    ExpectSeen(0, 800);
     QTest::keyClick(&plot_, Qt::Key_Home);
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 1000.0));
-    Wheel(left, 1);
+    ExpectSeen(0, 1000);
+    ZoomIn();
     PrsOpt().timeAuto = false;
     PrsOpt().timeRange = 240;
     plot_.ShowDataset(0);  // other scales end the zoom
-    EXPECT_EQ(Seen(), std::make_pair(760.0, 1000.0));
+    ExpectSeen(760, 1000);
 }
 
 TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(-50);  // out of the way
     cursors_.setCursor2(-50);
-    DragTo(left, (left + right) / 2);
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 500.0));
-    DragTo((left + right) / 2, left, Qt::ShiftModifier);
-    EXPECT_EQ(Seen(), std::make_pair(250.0, 750.0));
+    DragTo(left, middle);
+    ExpectSeen(0, 500);
+    DragTo(middle, left, Qt::ShiftModifier);
+    ExpectSeen(250, 750);
 }
 
 TEST_F(PlotWidgetTest, followingStaysWhereItIsWhileZoomed) {
     plot_.ShowDataset(0);
-    Append("LEVEL1", {"ZG", "psi", 0, [](std::int32_t t) { return t / 100.0; }}, 5'000);
+    Append("LEVEL1", Ramp("ZG", 0), 5'000);
     CurrentSelection().datasets[0].extentB = 149'990;
     plot_.Follow(0);
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 1500.0));
-    Wheel(left, 1);
+    ExpectSeen(0, 1500);
+    ZoomIn();
     CurrentSelection().datasets[0].extentB = 200'000;
     plot_.Follow(0);
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 1200.0));
+    ExpectSeen(0, 1200);
     plot_.ResetZoom();
-    EXPECT_EQ(Seen(), std::make_pair(0.0, 2010.0));
+    ExpectSeen(0, 2010);
 }
 
 TEST_F(PlotWidgetTest, aTypedPositionIsExactAndCheckedAgainstTheRecord) {
@@ -152,7 +150,7 @@ TEST_F(PlotWidgetTest, aTypedPositionIsExactAndCheckedAgainstTheRecord) {
     Type("5000");
     QTimer::singleShot(50, [] { QApplication::activeModalWidget()->close(); });
     plot_.TypeCursorPosition(1);
-    EXPECT_EQ(ports.boxes.back().text, "Cursor position out of range");
+    EXPECT_EQ(ports.TakeBox().text, "Cursor position out of range");
     EXPECT_NEAR(cursors_.cursor1(), 12.345, 1e-5);
 }
 
@@ -161,10 +159,9 @@ TEST_F(PlotWidgetTest, anErrorOfARedrawByTheTimerIsShownOnce) {
     DeleteItem("LEVEL1");
     for (int tick = 0; tick < 3; ++tick)
         plot_.Follow(0);
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].text, "Error attaching to dataset: LEVEL1");
-    EXPECT_FALSE(plot_.ShowDataset(0));  // asked again by the user: said again
-    EXPECT_EQ(ports.boxes.size(), 2U);
+    EXPECT_EQ(ports.TakeBox().text, "Error attaching to dataset: LEVEL1");
+    EXPECT_FALSE(plot_.ShowDataset(0));
+    EXPECT_EQ(ports.TakeBox().text, "Error attaching to dataset: LEVEL1") << "asked again by the user";
     EXPECT_FALSE(plot_.Readout().valid);
     plot_.resize(0, 0);  // a window without a size is no error
     QTest::qWait(5);
@@ -173,17 +170,16 @@ TEST_F(PlotWidgetTest, anErrorOfARedrawByTheTimerIsShownOnce) {
 TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions) {
     const PresentationOptions before = PrsOpt();
     PlotFileOptions options;
-    options.width = width;
-    options.height = height;
+    options.width = size.width();
+    options.height = size.height();
     options.resolution = 192;
     for (const char* name : {"plot.png", "plot.SVG", "plot.pdf"})
         ASSERT_TRUE(SavePlot(folder.File(name), options)) << name;
     EXPECT_EQ(PrsOpt().rangeEnd, before.rangeEnd);
-    const QString png = QString::fromStdString(folder.File("plot.png"));
-    ASSERT_EQ(QImage(png).size(), QSize(2 * width, 2 * height));
     // The pressure rises from the lower left to the upper right corner of the upper plot in red.
     const auto hasRed = [&](int x, int fromY, int toY) {
-        const QImage image(png);
+        const QImage image(QString::fromStdString(folder.File("plot.png")));
+        EXPECT_EQ(image.size(), 2 * size);
         bool red = false;
         for (int y = 2 * fromY; y < 2 * toY; ++y)
             red = red || image.pixelColor(2 * x, y) == QColor(255, 0, 0);
@@ -194,7 +190,7 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_EQ(test::ReadAll(folder.File("plot.pdf")).substr(0, 5), "%PDF-");
     options.monochrome = true;
     ASSERT_TRUE(SavePlot(folder.File("plot.png"), options));
-    EXPECT_FALSE(hasRed(250, 0, height));
+    EXPECT_FALSE(hasRed(250, 0, size.height()));
     QPrinter printer;
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(QString::fromStdString(folder.File("paper.pdf")));
@@ -202,7 +198,7 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_GT(test::ReadAll(folder.File("paper.pdf")).size(), 1000U);
     EXPECT_FALSE(IsPlotFileName("plot.gif"));
     EXPECT_FALSE(SavePlot(folder.File("missing/plot.png"), options));
-    EXPECT_NE(ports.boxes.back().text.find("missing/plot.png"), std::string::npos);
+    EXPECT_NE(ports.TakeBox().text.find("missing/plot.png"), std::string::npos);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // A drawing surface that keeps what was asked of it.
 #pragma once
 
-#include <map>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -18,7 +18,7 @@ class RecordingSurface final : public DrawingSurface {
         std::string text;
         TextAlignment alignment;
     };
-    static constexpr double characterWidth = 7;
+    using Operations = std::vector<Operation>;
 
     explicit RecordingSurface(PictureSize size) : size_(size) {}
 
@@ -28,41 +28,37 @@ class RecordingSurface final : public DrawingSurface {
     double PixelsPerUnit() const override { return 1; }
     DrawingObject CreatePen(const PenDescription& pen) override {
         pens.push_back(pen);
-        penOf_[++last_] = static_cast<int>(pens.size());
-        return last_;
+        return static_cast<DrawingObject>(pens.size());
     }
     DrawingObject CreateBrush(Colour colour) override {
         brushes.push_back(colour);
-        return ++last_;
+        return firstOther + static_cast<DrawingObject>(brushes.size());
     }
     DrawingObject CreateFont(const FontDescription& font) override {
         fonts.push_back(font);
-        return ++last_;
+        return 2 * firstOther;
     }
     DrawingObject GetStockObject(StockObject) override { return stock; }
     void SelectObject(DrawingObject object) override {
-        if (penOf_.count(object) != 0)
-            pen_ = penOf_[object];
+        if (object < firstOther)
+            pen_ = object;
         lastSelected = object;
     }
     void DeleteObject(DrawingObject) override { ++deleted; }
     void MoveTo(DevicePoint point) override { position_ = point; }
     void LineTo(DevicePoint point) override {
-        operations.push_back({Operation::Kind::line, pen_, {position_, point}, "", alignment_});
+        Add(Operation::Kind::line, {position_, point});
         position_ = point;
     }
     void Polyline(std::span<const DevicePoint> points) override {
-        operations.push_back(
-            {Operation::Kind::polyline, pen_, {points.begin(), points.end()}, "", alignment_});
+        Add(Operation::Kind::polyline, {points.begin(), points.end()});
     }
     void SetSmooth(bool) override {}
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override {
-        operations.push_back({Operation::Kind::text, pen_, {point}, text, alignment_});
+        Add(Operation::Kind::text, {point}, text);
     }
-    double TextWidth(const std::string& text) override {
-        return characterWidth * static_cast<double>(text.size());
-    }
+    double TextWidth(const std::string& text) override { return 7.0 * static_cast<double>(text.size()); }
 
     /// The texts written, in order.
     std::vector<std::string> Texts() const {
@@ -73,22 +69,22 @@ class RecordingSurface final : public DrawingSurface {
         return texts;
     }
     const Operation* FindText(const std::string& text) const {
-        for (const Operation& operation : operations)
-            if (operation.kind == Operation::Kind::text && operation.text == text)
-                return &operation;
-        return nullptr;
+        const auto found = std::ranges::find(operations, text, &Operation::text);
+        return found == operations.end() ? nullptr : &*found;
     }
-    std::vector<Operation> DrawnWith(int pen) const {
-        std::vector<Operation> drawn;
-        for (const Operation& operation : operations)
-            if (operation.pen == pen && operation.kind != Operation::Kind::text)
-                drawn.push_back(operation);
+    Operations DrawnWith(int pen) const {
+        Operations drawn;
+        std::ranges::copy_if(operations, std::back_inserter(drawn), [&](const Operation& operation) {
+            return operation.pen == pen && operation.kind != Operation::Kind::text;
+        });
         return drawn;
     }
 
+    /// Pens are numbered below it, all other objects above.
+    static constexpr DrawingObject firstOther = 100;
     static constexpr DrawingObject stock = 1000;
     bool ready = true;
-    std::vector<Operation> operations;
+    Operations operations;
     std::vector<PenDescription> pens;
     std::vector<Colour> brushes;
     std::vector<FontDescription> fonts;
@@ -96,9 +92,11 @@ class RecordingSurface final : public DrawingSurface {
     int deleted = 0;
 
   private:
+    void Add(Operation::Kind kind, std::vector<DevicePoint> points, const std::string& text = "") {
+        operations.push_back({kind, pen_, std::move(points), text, alignment_});
+    }
+
     PictureSize size_;
-    std::map<DrawingObject, int> penOf_;
-    DrawingObject last_ = 0;
     int pen_ = 0;
     DevicePoint position_;
     TextAlignment alignment_ = TextAlignment::topLeft;

@@ -10,12 +10,10 @@
 namespace vorela {
 namespace {
 
-constexpr int controlWidth = 1000;
-
 class TimeCursorsTest : public ::testing::Test {
   protected:
     TimeCursorsTest() {
-        control_.resize(controlWidth, 24);
+        control_.resize(1000, 24);
         control_.show();
     }
     QWidget* Child(const char* name) { return control_.findChild<QWidget*>(name); }
@@ -66,13 +64,14 @@ TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
 
 TEST_F(TimeCursorsTest, arrowKeysMoveByOneOrTenPixelsUnderTheSameRule) {
     control_.setCursor2(99.5F);  // 5 pixels short of the end
-    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::keyClick(Child("imgCursor2"), key, modifiers);
-        return control_.cursor2();
-    };
-    EXPECT_FLOAT_EQ(press(Qt::Key_Right, Qt::ControlModifier), 99.5F);
-    EXPECT_FLOAT_EQ(press(Qt::Key_Right), 99.6F);
-    EXPECT_FLOAT_EQ(press(Qt::Key_Left, Qt::ControlModifier), 98.6F);
+    const std::tuple<Qt::Key, Qt::KeyboardModifier, float> presses[] = {
+        {Qt::Key_Right, Qt::ControlModifier, 99.5F},
+        {Qt::Key_Right, Qt::NoModifier, 99.6F},
+        {Qt::Key_Left, Qt::ControlModifier, 98.6F}};
+    for (const auto& [key, modifier, position] : presses) {
+        QTest::keyClick(Child("imgCursor2"), key, modifier);
+        EXPECT_FLOAT_EQ(control_.cursor2(), position);
+    }
 }
 
 TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
@@ -95,9 +94,8 @@ TEST_F(TimeCursorsTest, propertiesPersistUnderTheirNamesWithTheirDefaults) {
     control_.setMargin(7);
     EXPECT_EQ(marked[0][0].toString(), "Cursor1");
     EXPECT_EQ(marked[1][0].toString(), "Margin");
-    const QVariantMap saved = control_.SavedProperties();
     TimeCursors other;
-    other.RestoreProperties(saved);
+    other.RestoreProperties(control_.SavedProperties());
     EXPECT_FLOAT_EQ(other.cursor1(), 12.5F);
     EXPECT_EQ(other.Margin(), 7);
     other.RestoreProperties({});
@@ -112,7 +110,7 @@ TEST_F(TimeCursorsTest, onAZoomedPlotMarkersKeepTheirTimes) {
     EXPECT_NEAR(Centre("imgCursor1"), 667, 1);
     Drag(-67);
     EXPECT_NEAR(control_.cursor1(), 32.0F, 0.03F);
-    EXPECT_GT(Centre("imgCursor2"), controlWidth);
+    EXPECT_GT(Centre("imgCursor2"), control_.width());
 }
 
 }  // namespace

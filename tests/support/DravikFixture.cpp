@@ -7,7 +7,6 @@
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/RunTimeError.h"
-#include "general/SettingsFile.h"
 #include "platform/DravikLibraries.h"
 
 namespace vorela::test {
@@ -125,7 +124,6 @@ bool LoadBuiltLibraries() {
 
 void DravikFixture::SetUp() {
     ASSERT_TRUE(LoadBuiltLibraries());
-    SetSettingsFilePath(folder.File("Vorela.ini"));
     PutFreshSelection();
 }
 

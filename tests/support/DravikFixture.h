@@ -2,8 +2,6 @@
 // and databases made from functions of the time index.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -54,9 +52,8 @@ std::vector<CurveSpec> ValveCurves(const ValveSpec& valve);
 /// after a failure is added.
 bool LoadBuiltLibraries();
 
-/// Libraries loaded, a folder, scripted ports, an empty selection, default parameters' settings file in the
-/// folder.
-class DravikFixture : public ::testing::Test {
+/// Libraries loaded and an empty selection.
+class DravikFixture : public SettingsFixture {
   public:
     std::string DatabasePath() const { return folder.File("well.vdb"); }
 
@@ -76,9 +73,6 @@ class DravikFixture : public ::testing::Test {
     /// Selects datasets of the database as the dialog's OK would, with these input curves.
     void Select(const std::vector<std::string>& datasets, const std::string& pressure = "ZG",
                 const std::string& flow = "RTC");
-
-    TempFolder folder;
-    ScriptedPorts ports;
 
   protected:
     void SetUp() override;

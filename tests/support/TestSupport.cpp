@@ -1,6 +1,5 @@
 #include "tests/support/TestSupport.h"
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -48,11 +47,22 @@ RunTimeError ThrownBy(const std::function<void()>& body) {
     return {};
 }
 
+void PrintTo(const ShownBox& box, std::ostream* out) {
+    *out << "icon " << static_cast<int>(box.icon) << ", " << box.title << ": " << box.text;
+}
+
 ScriptedPorts::ScriptedPorts() : before_(CurrentPorts()) {
     CurrentPorts() = {this, this, this, this};
 }
 ScriptedPorts::~ScriptedPorts() {
     CurrentPorts() = before_;
+}
+
+ShownBox ScriptedPorts::TakeBox() {
+    EXPECT_EQ(boxes.size(), 1U) << ::testing::PrintToString(boxes);
+    const ShownBox box = boxes.empty() ? ShownBox{} : boxes.front();
+    boxes.clear();
+    return box;
 }
 
 void ScriptedPorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {

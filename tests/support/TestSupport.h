@@ -1,6 +1,8 @@
 // What tests of every room need: scripted ports that record what was shown, and a temporary folder.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -10,6 +12,7 @@
 
 #include "general/Ports.h"
 #include "general/RunTimeError.h"
+#include "general/SettingsFile.h"
 
 namespace vorela::test {
 
@@ -45,7 +48,9 @@ struct ShownBox {
     MessageIcon icon;
     std::string title;
     std::string text;
+    bool operator==(const ShownBox&) const = default;
 };
+void PrintTo(const ShownBox& box, std::ostream* out);
 
 /// Ports that record every box, question, tick and text, and answer questions from a script. In place while
 /// it lives; the ports before it come back afterwards. A question without a scripted answer is a test failure
@@ -56,6 +61,9 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
     ~ScriptedPorts() override;
     ScriptedPorts(const ScriptedPorts&) = delete;
     ScriptedPorts& operator=(const ScriptedPorts&) = delete;
+
+    /// The only box since the last call; none or several are a test failure. No box is left.
+    ShownBox TakeBox();
 
     void Show(MessageIcon icon, const std::string& title, const std::string& text) override;
     bool AskYesNo(const std::string& title, const std::string& text) override;
@@ -79,6 +87,18 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
 
   private:
     Ports before_;
+};
+
+/// A folder with the settings file that everything reads and writes, and scripted ports.
+class SettingsFixture : public ::testing::Test {
+  public:
+    TempFolder folder;
+    ScriptedPorts ports;
+
+  protected:
+    SettingsFixture() { SetSettingsFilePath(folder.File("Vorela.ini")); }
+    static std::string Settings() { return ReadAll(SettingsFilePath()); }
+    static void WriteSettings(const std::string& text) { WriteAll(SettingsFilePath(), text); }
 };
 
 }  // namespace vorela::test
