@@ -1,5 +1,4 @@
 // The contract of DKBase.h, call by call.
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -253,13 +252,6 @@ extern "C" unsigned long NewItemBytesInC();
 
 TEST(HeaderTest, HasOneLayoutInCAndCpp) {
     EXPECT_EQ(NewItemBytesInC(), sizeof(DBNewItem));
-}
-
-TEST(ModuleTest, ShowsWhatOnlyOtherProgramsCall) {
-    void* const module = dlopen(VORELA_BIN_DIR "/DKBase.so", RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(module, nullptr) << dlerror();
-    EXPECT_TRUE(dlsym(module, "DBverify") != nullptr && dlsym(module, "SetDravikSetting") != nullptr);
-    dlclose(module);
 }
 
 }  // namespace
