@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <thread>
 
 #include "dravik/store/Crc32c.h"
 #include "dravik/store/Scopes.h"
@@ -15,6 +16,7 @@ constexpr std::size_t longestPath = 4096;
 constexpr std::size_t longestName = 255;
 constexpr std::int32_t applicationId = 0x44524B42;  // "DRKB"
 constexpr std::int32_t formatVersion = 1;
+constexpr std::chrono::milliseconds pauseAfterCommit{1};
 
 // Journal. SQLite before 3.51.3 can lose a commit when two connections write or checkpoint a write-ahead log
 // at the same moment. The store cannot meet that race: no statement here asks for a write-ahead log, a new
@@ -225,6 +227,9 @@ void Database::Begin() {
     if (explicitTransaction_)
         throw StoreError{DK_NOT_UNDERSTOOD, "a transaction is open"};
     PrepareForWriting();
+    // File locks know no queue: who begins again right after a commit keeps all others out for as long as
+    // there is work.
+    std::this_thread::sleep_until(lastCommit_ + pauseAfterCommit);
     Query(connection_, sql_->beginImmediate).Run();
     explicitTransaction_ = true;
 }
@@ -242,6 +247,7 @@ void Database::Commit() {
         connection_.TryExecute("ROLLBACK");
         throw;
     }
+    lastCommit_ = std::chrono::steady_clock::now();
 }
 
 void Database::Rollback() {

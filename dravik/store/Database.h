@@ -1,6 +1,7 @@
 // One open database file: its catalogue of datasets, items and units, its transactions, its samples.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -132,7 +133,8 @@ class Database {
     bool readOnly_ = false;
     bool writePrepared_ = false;
     bool explicitTransaction_ = false;
-    std::map<std::int32_t, std::string> unitTexts_;  ///< of the file, by its codes, as far as asked for
+    std::chrono::steady_clock::time_point lastCommit_;  ///< of a DBbegin
+    std::map<std::int32_t, std::string> unitTexts_;     ///< of the file, by its codes, as far as asked for
     StagingBuffer staging_;
 
     struct Statements;

@@ -30,8 +30,9 @@ std::int32_t StatusFor(int code) {
 }
 
 /// Called while another process holds the lock that is wanted. A commit holds it for a few milliseconds, so
-/// the wait begins short and grows. SQLite does not call this where waiting would be a deadlock (a reader
-/// that wants to become the writer); the store never asks for that, its writers begin as writers.
+/// the wait begins short. It stays shorter than the pause that a busy writer makes (Database::Begin): a
+/// longer nap would miss that again and again. SQLite does not call this where waiting would be a deadlock (a
+/// reader that wants to become the writer); the store never asks for that, its writers begin as writers.
 int WaitForLock(void* begin, int attempt) {
     using Clock = std::chrono::steady_clock;
     auto& since = *static_cast<Clock::time_point*>(begin);
@@ -41,9 +42,9 @@ int WaitForLock(void* begin, int attempt) {
     if (now - since > longestWait)
         return 0;
     // Uneven steps keep two waiting processes from knocking in turn.
-    const int step = std::min(attempt, 40);
+    const int step = std::min(attempt, 6);
     std::this_thread::sleep_for(
-        std::chrono::microseconds(100 + 200 * step + (now.time_since_epoch().count() & 127)));
+        std::chrono::microseconds(100 + 50 * step + (now.time_since_epoch().count() & 127)));
     return 1;
 }
 

@@ -1,4 +1,5 @@
 // A recorder and a follower on one file; the recorder is killed at random moments.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -99,6 +100,42 @@ TEST_F(TwoProcessTest, AKilledRecorderLosesNothingThatItAcknowledged) {
         EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
     }
     EXPECT_GT(acknowledged, 0);
+}
+
+TEST_F(TwoProcessTest, AWriterWithoutARestLetsAnotherOneIn) {
+    Opened(path).New(curves[0]);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    constexpr int turns = 50;
+    const pid_t child = fork();
+    if (child == 0) {
+        const Opened database(path, DK_OPEN_EXISTING);
+        const std::int32_t item = database.Attach(curves[0]);
+        const std::vector<float> values(piece);
+        while (DBbegin(database.handle) == DK_OK && DBwrite(item, 0, piece, values.data()) == DK_OK &&
+               DBcommit(database.handle) == DK_OK)
+            if (write(ends[1], "", 1) != 1)
+                break;
+        _exit(3);
+    }
+    char told[64];
+    ASSERT_EQ(read(ends[0], told, 1), 1);
+    ASSERT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
+    const Opened database(path, DK_OPEN_EXISTING);
+    ssize_t kept = 0;
+    for (int turn = 0; turn < turns; ++turn) {
+        usleep(3000);
+        while (read(ends[0], told, sizeof told) > 0) {
+        }
+        EXPECT_EQ(DBbegin(database.handle), DK_OK) << DBlastdetail();
+        kept += std::max<ssize_t>(read(ends[0], told, sizeof told), 0);
+        EXPECT_EQ(DBrollback(database.handle), DK_OK);
+    }
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    waitpid(child, nullptr, 0);
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_LT(kept, 2 * turns) << "commits that another writer had to wait for";
 }
 
 }  // namespace
