@@ -41,17 +41,14 @@ CurveSpec Signal(const TestPlan& plan, const char* name, const char* unit, doubl
 }
 
 std::string DifferenceOfCurves(const StoredCurve& a, const StoredCurve& b, bool oneUnitOff) {
-    const auto spans = [](const ItemInfo& i) {
-        return ::testing::PrintToString(
-            std::tuple(i.extentFirst, i.extentLast, i.validFirst, i.validLast, i.step, i.made));
-    };
-    if (spans(a.info) != spans(b.info))
-        return spans(a.info) + " against " + spans(b.info);
+    using ::testing::PrintToString;
+    if (a.Attributes() != b.Attributes())
+        return PrintToString(a.Attributes()) + " against " + PrintToString(b.Attributes());
     for (std::size_t i = 0; i < a.samples.size(); ++i) {
         const auto& x = a.samples[i];
         const auto& y = b.samples[i];
         if (x != y && !(oneUnitOff && x && y && std::nextafter(*x, *y) == *y))
-            return "sample " + std::to_string(i) + ": " + ::testing::PrintToString(std::pair(x, y));
+            return "sample " + std::to_string(i) + ": " + PrintToString(std::pair(x, y));
     }
     return "";
 }

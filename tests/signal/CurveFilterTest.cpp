@@ -1,5 +1,4 @@
 // The two filters by themselves: against plain slow references, and fed in pieces against one run.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,8 +6,6 @@
 #include <numbers>
 #include <optional>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "general/RunTimeError.h"
 #include "signal/BandPassCurve.h"
@@ -165,38 +162,31 @@ TEST(DifferenceFilter, RefusesAPeriodThatIsNone) {
         << "E beyond 32 bits";
 }
 
-TEST(BandPassCurve, EqualsTheDirectSumBlanksTheEndsAndLeavesGapsOut) {
-    for (const std::int16_t length : {std::int16_t{64}, std::int16_t{65}}) {
-        Samples samples = Noise(1500);
-        CutGap(samples, 700, 3);
-        CutGap(samples, 1480, 5);
-        const std::vector<float> kernel = BandPassKernel(0.01F, 0.04F, length);
-        const Samples result = OneRun(BandPass(length), samples, samples.size());
-        ASSERT_EQ(result.size(), samples.size());
-        for (std::size_t k = 0; k < result.size(); ++k) {
-            if (k < 32 || k >= 1500 - 33) {
-                EXPECT_EQ(result[k], 0.0F) << k;
-                continue;
+TEST(BandPassCurve, EqualsTheDirectSumBlanksTheEndsAndLeavesGapsOutHoweverShortTheRecording) {
+    constexpr std::size_t delay = 32;
+    for (const std::int16_t length : {std::int16_t{64}, std::int16_t{65}})
+        for (const std::size_t count : {1U, 31U, 33U, 65U, 1500U}) {
+            Samples samples = Noise(count);
+            if (count == 1500) {
+                CutGap(samples, 700, 3);
+                CutGap(samples, 1480, 5);
             }
-            std::optional<double> sum = 0.0;
-            for (std::size_t m = 0; m < kernel.size(); ++m) {
-                const std::optional<float> sample = samples[k + 32 - m];
-                sum = sum && sample ? std::optional(*sum + double{kernel[m]} * *sample) : std::nullopt;
+            const std::vector<float> kernel = BandPassKernel(0.01F, 0.04F, length);
+            Curve curve(BandPass(length));
+            curve.Extend(samples, count);
+            ASSERT_EQ(curve.values.size(), count);
+            for (std::size_t k = 0; k < count; ++k) {
+                const bool blanked = k < delay || k + delay + 1 >= count;
+                std::optional<double> sum = 0.0;
+                for (std::size_t m = 0; m < kernel.size() && !blanked; ++m) {
+                    const std::optional<float> sample = samples[k + delay - m];
+                    sum = sum && sample ? std::optional(*sum + double{kernel[m]} * *sample) : std::nullopt;
+                }
+                ASSERT_EQ(curve.values[k].has_value(), sum.has_value()) << k;
+                EXPECT_NEAR(curve.values[k].value_or(0.0F), sum.value_or(0.0), blanked ? 0 : 2e-6) << k;
             }
-            ASSERT_EQ(result[k].has_value(), sum.has_value()) << k;
-            EXPECT_NEAR(result[k].value_or(0.0F), sum.value_or(0.0), 2e-6) << k;
+            EXPECT_EQ(curve.Filter().ValidSpan().last < curve.Filter().ValidSpan().first, count < 66);
         }
-    }
-}
-
-TEST(BandPassCurve, OfARecordingShorterThanTheKernelIsAllZeros) {
-    for (const std::size_t count : {1U, 31U, 33U, 65U}) {
-        Curve curve(BandPass(64));
-        curve.Extend(Noise(count), count);
-        EXPECT_THAT(curve.values, testing::Each(std::optional(0.0F)));
-        EXPECT_EQ(curve.values.size(), count);
-        EXPECT_LT(curve.Filter().ValidSpan().last, curve.Filter().ValidSpan().first);
-    }
 }
 
 class CurveFilterExtension : public testing::TestWithParam<MakeFilter> {};

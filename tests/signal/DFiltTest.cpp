@@ -44,12 +44,6 @@ class SpinnerFilter : public test::DravikFixture {
     std::string Made() { return ReadCurve("L", "RTC_f").info.made; }
 };
 
-TEST(FilterSpecifications, AreTypeAndShortestLength) {
-    EXPECT_EQ(FilterSpecification(gaussian, 2.5), "Gaussian,2.5");
-    EXPECT_EQ(FilterSpecification(none, 0), "None,0");
-    EXPECT_EQ(FilterSpecification(triangle, 0.1), "Triangle,0.1");
-}
-
 TEST_F(SpinnerFilter, NoneWritesEveryValueAtItsOwnIndex) {
     MakeLevel("L", Flow(samples, true));
     SetFilter(none, 0);
@@ -80,12 +74,17 @@ TEST_F(SpinnerFilter, OutputIsMovedBackByTheLagAndItsEndStaysUnwritten) {
 }
 
 TEST_F(SpinnerFilter, AFilterBehindAnInteractiveRunJoinsWithoutAStep) {
-    for (const FilterType type : {none, square, gaussian, triangle}) {
+    const std::tuple<FilterType, double, std::string> filters[] = {{none, 0, "None,0"},
+                                                                   {square, 2.5, "Square,2.5"},
+                                                                   {gaussian, 2.5, "Gaussian,2.5"},
+                                                                   {triangle, 2.1, "Triangle,2.1"}};
+    for (const auto& [type, length, specification] : filters) {
         const std::string whole = "W" + std::to_string(type);
         const std::string pieces = "P" + std::to_string(type);
-        SetFilter(type, type == none ? 0 : 2.5);
+        SetFilter(type, length);
         MakeLevel(whole, Flow(samples, true));
         ASSERT_TRUE(FilterDatasetFlow(0, false));
+        EXPECT_EQ(ReadCurve(whole, "RTC_f").info.made, specification + " by Smooth32");
         MakeLevel(pieces, Flow(150, true));
         ASSERT_TRUE(FilterDatasetFlow(0, false));
         for (const std::int32_t more : {1, 60, samples - 211}) {
@@ -128,10 +127,8 @@ TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwr
     ports.answers = {false};
     SetFilter(square, 5);
     EXPECT_FALSE(CreateFilteredFlow(true));
-    ASSERT_EQ(ports.questions.size(), 1U);
-    EXPECT_EQ(ports.questions[0].title, "Vorela");
     EXPECT_EQ(
-        ports.questions[0].text,
+        ports.questions.at(0).text,
         "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?");
     EXPECT_EQ(Made(), "Square,1 by Smooth32");
     ASSERT_TRUE(CreateFilteredFlow(false));
@@ -146,14 +143,11 @@ TEST_F(SpinnerFilter, ALengthOrTypeThatIsNoneIsToldAndLeavesTheCurve) {
     const auto before = ReadCurve("L", "RTC_f").samples;
     SetFilter(square, -1);
     EXPECT_FALSE(FilterDatasetFlow(0, false));
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::information);
-    EXPECT_EQ(ports.boxes[0].title, "Vorela");
-    EXPECT_EQ(ports.boxes[0].text, "Error creating filtered flow");
+    EXPECT_EQ(ports.TakeBox(),
+              (test::ShownBox{MessageIcon::information, "Vorela", "Error creating filtered flow"}));
     CurrentParameters().dFilt = 9;
     EXPECT_FALSE(CreateFilteredFlow(false));
-    ASSERT_GE(ports.boxes.size(), 2U);
-    EXPECT_THAT(ports.boxes[1].text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
+    EXPECT_THAT(ports.boxes.at(0).text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
     EXPECT_EQ(ReadCurve("L", "RTC_f").samples, before);
 }
 

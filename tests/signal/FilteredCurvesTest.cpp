@@ -1,11 +1,8 @@
 // The filtered curves in a real database: what is written, how it is marked, what is kept.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
-#include <string>
-#include <tuple>
-#include <vector>
+#include <numbers>
 
 #include "db/modSelectData.h"
 #include "signal/modFilteredCurves.h"
@@ -17,14 +14,13 @@ namespace {
 
 using test::CurveSpec;
 using test::StoredCurve;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 /// A pressure-like signal: high level, drift, ripple of the period of test, noise that repeats.
 double Signal(std::int32_t t) {
     const double seconds = t / 100.0;
-    return 3000.0 + 0.001 * seconds + std::sin(2 * 3.14159265358979 * seconds / 20.0) +
+    return 3000.0 + 0.001 * seconds + std::sin(2 * std::numbers::pi * seconds / 20.0) +
            0.01 * static_cast<double>(t * 7919LL % 101);
 }
 
@@ -34,11 +30,6 @@ class FilteredCurves : public test::DravikFixture {
         DravikFixture::SetUp();
         CurrentParameters() = ParameterSet{};
         CurrentParameters().period = 20;
-    }
-    void TearDown() override {
-        CurrentParameters() = ParameterSet{};
-        SetPercentageDisplay({});
-        DravikFixture::TearDown();
     }
     static std::vector<CurveSpec> Level(std::int32_t count) {
         return {{"ZG", "psi", count, Signal, 500},
@@ -55,10 +46,7 @@ class FilteredCurves : public test::DravikFixture {
 };
 
 void ExpectSameCurve(const StoredCurve& a, const StoredCurve& b) {
-    const auto spans = [](const ItemInfo& info) {
-        return std::tuple(info.extentFirst, info.extentLast, info.validFirst, info.validLast, info.made);
-    };
-    EXPECT_EQ(spans(a.info), spans(b.info));
+    EXPECT_EQ(a.Attributes(), b.Attributes());
     EXPECT_EQ(a.samples, b.samples);
 }
 
@@ -69,9 +57,10 @@ TEST_F(FilteredCurves, OfThreePassesEndThreePeriodsBeforeTheInputAndSayHowTheyWe
     std::vector<std::string> percentages;
     SetPercentageDisplay([&](const std::string& text) { percentages.push_back(text); });
     ASSERT_TRUE(CreateFilteredCurvesInAll(3));
+    SetPercentageDisplay({});
     EXPECT_TRUE(FilteredCurvesExist()) << "the common curves are refreshed";
     EXPECT_EQ(CurrentParameters().filterN, 3);
-    EXPECT_THAT(test::ReadAll(folder.File("Vorela.ini")), HasSubstr("FilterN=3"));
+    EXPECT_THAT(Settings(), HasSubstr("FilterN=3"));
 
     const StoredCurve output = Filtered();
     EXPECT_EQ(output.info.extentFirst, 500);
@@ -81,9 +70,8 @@ TEST_F(FilteredCurves, OfThreePassesEndThreePeriodsBeforeTheInputAndSayHowTheyWe
     EXPECT_EQ(ReadCurve("LEVEL1", "RTC_qs").info.extentLast, output.info.extentLast);
     ExpectSameCurve(ReadCurve("LEVEL1", "ZG"), input);
 
-    ASSERT_FALSE(percentages.empty());
-    EXPECT_EQ(percentages.front(), "0%");
-    EXPECT_THAT(percentages, Contains("50%"));
+    EXPECT_EQ(percentages.at(0), "0%");
+    EXPECT_THAT(percentages, testing::Contains("50%"));
     EXPECT_EQ(percentages.back(), "100%");
     EXPECT_THAT(ports.statusTexts,
                 ElementsAre("Initialising information",
@@ -172,10 +160,8 @@ TEST_F(FilteredCurves, ThatCannotBeMadeAreReportedOnceAndTheOldOnesStay) {
     const StoredCurve old = Filtered();
     const auto expectRefusal = [&](const std::string& text) {
         EXPECT_FALSE(CreateFilteredCurves(0, false));
-        ASSERT_EQ(ports.boxes.size(), 1U) << text;
-        EXPECT_THAT(ports.boxes[0].text, HasSubstr(text));
+        EXPECT_THAT(ports.TakeBox().text, HasSubstr(text));
         EXPECT_EQ(ports.value, 0);
-        ports.boxes.clear();
     };
     CurrentParameters().bandPass = 1;
     CurrentParameters().filterN = 164;  // 164 × 20 × 10 = 32800 samples: more than 16 bits
@@ -209,8 +195,7 @@ TEST_F(FilteredCurves, OfADatabaseThatDoesNotOpenStopBeforeAnyDatasetIsTouched) 
     CurrentSelection().datasets.push_back(CurrentSelection().datasets[0]);
     CurrentSelection().datasets[1].database = folder.File("gone.vdb");
     EXPECT_FALSE(CreateFilteredCurvesInAll(1));
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].title, "Error opening Dravik database");
+    EXPECT_EQ(ports.TakeBox().title, "Error opening Dravik database");
     EXPECT_FALSE(HasCurve("LEVEL1", "ZG_p"));
 }
 

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include "db/DatasetRecord.h"
-#include "general/SettingsFile.h"
 #include "signal/modParameters.h"
 #include "tests/support/TestSupport.h"
 
@@ -10,25 +9,15 @@ namespace vorela {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
-class Parameters : public testing::Test {
+class Parameters : public test::SettingsFixture {
   protected:
-    void SetUp() override {
-        SetSettingsFilePath(folder.File("Vorela.ini"));
-        CurrentParameters() = ParameterSet{};
-        SelectDatasets(0);
-    }
-    void TearDown() override {
+    Parameters() {
         CurrentParameters() = ParameterSet{};
         SelectDatasets(0);
     }
     static void SelectDatasets(std::size_t count) { CurrentSelection().datasets.resize(count); }
-    static void Write(const std::string& key, const std::string& value) {
-        WriteIniString("Parameters", key, value, SettingsFilePath());
-    }
-    static std::string Stored(const std::string& key) {
-        return ReadIniString("Parameters", key, "(none)", SettingsFilePath());
-    }
     /// A whole settings file of the keys and values in `entries`, which stand between blanks.
     static std::string Section(std::string entries) {
         for (std::size_t at = 0; (at = entries.find(' ', at)) != std::string::npos;)
@@ -43,12 +32,9 @@ class Parameters : public testing::Test {
             box->changed = true;
         return form;
     }
-    static std::string MessageOf(const ParametersForm& form) {
-        const auto refusal = ValidateParameters(form);
-        return refusal ? refusal->message : "";
+    static Refusal RefusalOf(const ParametersForm& form) {
+        return ValidateParameters(form).value_or(Refusal{});
     }
-    test::TempFolder folder;
-    test::ScriptedPorts ports;
 };
 
 TEST_F(Parameters, AnEmptyFileGivesTheDefaultsForEveryLevel) {
@@ -57,7 +43,7 @@ TEST_F(Parameters, AnEmptyFileGivesTheDefaultsForEveryLevel) {
     ReadParameters();
     WriteParameters();
     EXPECT_EQ(
-        test::ReadAll(SettingsFilePath()),
+        Settings(),
         Section("Period=240 UsePeriodInMatch=0 BandPass=0 FilterN=1 CasingID=6 TD=10000 Compressibility=0.01 "
                 "Spinner=0 Slope=0.05 B0=1 DW=7.5 0CycleNo=1 0Porosity=1 0Viscosity=1 0CT=1 0Height=10 "
                 "1CycleNo=1 1Porosity=1 1Viscosity=1 1CT=1 1Height=10 NumInts=2 DFilt=0 DLen=0"));
@@ -68,7 +54,7 @@ TEST_F(Parameters, EveryKeyIsReadAndWrittenBackInTheSectionsOrder) {
         "Period=243.125 UsePeriodInMatch=1 BandPass=-1 FilterN=3 CasingID=9.625 TD=12345.5 "
         "Compressibility=0.000003 Spinner=2 Slope=0.0321 B0=1.2 DW=8.5 0CycleNo=4 0Porosity=0.21 "
         "0Viscosity=1.5 0CT=0.00001 0Height=12.5 NumInts=1 DFilt=3 DLen=2.5");
-    test::WriteAll(SettingsFilePath(), section);
+    WriteSettings(section);
     ReadParameters();
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.usePeriodInMatch, set.bandPass, set.filterN, set.casingID, set.td),
@@ -79,11 +65,11 @@ TEST_F(Parameters, EveryKeyIsReadAndWrittenBackInTheSectionsOrder) {
               std::make_tuple(4, 0.21, 1.5, 1e-5, 12.5));
     SetSettingsFilePath(folder.File("other.ini"));
     WriteParameters();
-    EXPECT_EQ(test::ReadAll(SettingsFilePath()), section);
+    EXPECT_EQ(Settings(), section);
 }
 
 TEST_F(Parameters, AStoredNumberOfIntervalsIsRaisedNeverLowered) {
-    Write("NumInts", "5");
+    WriteSettings(Section("NumInts=5"));
     SelectDatasets(2);
     ReadParameters();
     EXPECT_EQ(CurrentParameters().numInts, 5);
@@ -94,7 +80,7 @@ TEST_F(Parameters, AStoredNumberOfIntervalsIsRaisedNeverLowered) {
 }
 
 TEST_F(Parameters, WithoutIntervalsTheReadingEndsBeforeTheFilter) {
-    test::WriteAll(SettingsFilePath(), Section("NumInts=0 DLen=7 DFilt=2 Period=100"));
+    WriteSettings(Section("NumInts=0 DLen=7 DFilt=2 Period=100"));
     CurrentParameters().porosity = {0.5};
     ReadParameters();
     const ParameterSet& set = CurrentParameters();
@@ -103,7 +89,7 @@ TEST_F(Parameters, WithoutIntervalsTheReadingEndsBeforeTheFilter) {
 }
 
 TEST_F(Parameters, ResizingReadsEveryEntryAgain) {
-    Write("0Porosity", "0.25");
+    WriteSettings(Section("0Porosity=0.25"));
     CurrentParameters().porosity = {0.9};
     for (const std::size_t datasets : {2U, 0U}) {
         SelectDatasets(datasets);
@@ -114,7 +100,7 @@ TEST_F(Parameters, ResizingReadsEveryEntryAgain) {
 }
 
 TEST_F(Parameters, ValuesAreReadByTheirLeadingNumberAndIntegersRounded) {
-    test::WriteAll(SettingsFilePath(), Section("Period=250s TD=deep FilterN=2.5 Spinner=-1"));
+    WriteSettings(Section("Period=250s TD=deep FilterN=2.5 Spinner=-1"));
     ReadParameters();
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.td, set.filterN, set.spinner), std::make_tuple(250.0, 0.0, 2, -1));
@@ -122,12 +108,10 @@ TEST_F(Parameters, ValuesAreReadByTheirLeadingNumberAndIntegersRounded) {
 
 TEST_F(Parameters, AnIntegerBeyondItsTypeIsReportedByFileAndKeyAndChangesNothing) {
     for (const std::string key : {"FilterN", "NumInts"}) {
-        test::WriteAll(SettingsFilePath(), Section("Period=100 " + key + "=99999"));
+        WriteSettings(Section("Period=100 " + key + "=99999"));
         ReadParameters();
-        ASSERT_EQ(ports.boxes.size(), 1U) << key;
-        EXPECT_THAT(ports.boxes[0].text, testing::HasSubstr(SettingsFilePath() + ", [Parameters] " + key));
+        EXPECT_THAT(ports.TakeBox().text, HasSubstr(SettingsFilePath() + ", [Parameters] " + key));
         EXPECT_EQ(CurrentParameters().period, 240);
-        ports.boxes.clear();
     }
 }
 
@@ -166,12 +150,10 @@ TEST_F(Parameters, EachBoxIsRefusedOutsideItsRangeWithItsMessage) {
         Form form = Typed();
         form.spinner = userDefinedSpinner;
         (form.*box).text = good;
-        EXPECT_EQ(MessageOf(form), "") << name;
+        EXPECT_EQ(RefusalOf(form).message, "") << name;
         (form.*box).text = bad;
-        const auto refusal = ValidateParameters(form);
-        ASSERT_TRUE(refusal) << name;
-        EXPECT_EQ(refusal->message, name + ": Out of range");
-        EXPECT_EQ(refusal->control, control);
+        EXPECT_EQ(RefusalOf(form).message, name + ": Out of range");
+        EXPECT_EQ(RefusalOf(form).control, control);
     }
 }
 
@@ -181,7 +163,7 @@ TEST_F(Parameters, ValuesCheckedBeforeARefusalAreStoredLaterOnesNot) {
     form.bandPass = true;
     form.td.text = "0";
     form.dw.text = "9";
-    EXPECT_EQ(MessageOf(form), "Total depth: Out of range");
+    EXPECT_EQ(RefusalOf(form).message, "Total depth: Out of range");
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.bandPass, set.td, set.dw), std::make_tuple(300.0, 1, 10000.0, 7.5));
 }
@@ -195,7 +177,7 @@ TEST_F(Parameters, SlopeCountsForTheUserDefinedSpinnerOnlyAndNoFilterMeansNone) 
     ParameterSet& set = CurrentParameters();
     set.dFilt = 2;
     set.dLen = 4;
-    EXPECT_EQ(MessageOf(form), "");
+    EXPECT_EQ(RefusalOf(form).message, "");
     EXPECT_EQ(std::tie(set.slope, set.dFilt, set.dLen), std::make_tuple(0.05, 0, 0.0));
 }
 
@@ -203,14 +185,14 @@ TEST_F(Parameters, IntervalValuesAreStoredWhenTheyAreNumbers) {
     SelectDatasets(2);
     ReadParameters();
     EXPECT_FALSE(SetIntervalValue(IntervalField::viscosity, 1, " 0.5 "));
-    EXPECT_EQ(Stored("1Viscosity"), "0.5");
+    EXPECT_THAT(Settings(), HasSubstr("1Viscosity=0.5\r\n"));
     EXPECT_FALSE(SetIntervalValue(IntervalField::compressibility, 0, "-1e-5"));
     EXPECT_EQ(CurrentParameters().ct[0], -1e-5);
     EXPECT_EQ(SetIntervalValue(IntervalField::porosity, 0, "")->message, "Porosity: Out of range");
     EXPECT_EQ(SetIntervalValue(IntervalField::height, 1, "1m")->message, "Height: Out of range");
     EXPECT_EQ(CurrentParameters().height[1], 10);
     SetCycleNumber(1, 7);
-    EXPECT_EQ(Stored("1CycleNo"), "7");
+    EXPECT_THAT(Settings(), HasSubstr("1CycleNo=7\r\n"));
     EXPECT_EQ(CycleNumberOf(1), 7);
     EXPECT_EQ(CycleNumberOf(9), 1);
 }

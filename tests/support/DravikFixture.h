@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "db/Curves.h"
@@ -34,6 +35,11 @@ struct StoredCurve {
     std::vector<std::optional<float>> samples;
     /// Sample at a time index; nothing for a gap and outside.
     std::optional<float> At(std::int32_t index) const;
+    /// All that a follower may change besides the samples.
+    auto Attributes() const {
+        return std::tuple(info.extentFirst, info.extentLast, info.validFirst, info.validLast, info.step,
+                          info.made);
+    }
 };
 
 /// Tool data of a valve that is at code 3 from each boundary on and at code 1 half a period later, code 1
