@@ -1,10 +1,6 @@
 // The reconstructed valve signal.
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <iterator>
-#include <utility>
-
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "signal/modModulator.h"
@@ -26,17 +22,13 @@ TEST(ValveArithmetic, ElapsedTimeFollowsTheTimerAcrossItsWrap) {
     EXPECT_EQ(ElapsedTicks(-7e10, 7e10), 0) << "beyond 32 bits";
 }
 
-TEST(ValveArithmetic, RampIsStraightBetweenTwoStates) {
+TEST(ValveArithmetic, RampIsStraightBetweenTwoStatesAndAnUnknownCodeKeepsTheStateReturnedLast) {
     double remembered = 1.0;
     EXPECT_EQ(RampValue(10, 10, 20, 1, 3, remembered), 1.0F);
     EXPECT_EQ(RampValue(12.5, 10, 20, 1, 3, remembered), 0.5F);
     EXPECT_EQ(RampValue(20, 10, 20, 1, 3, remembered), -1.0F);
     EXPECT_EQ(RampValue(25, 10, 20, 2, 4, remembered), 1.0F);
     EXPECT_EQ(RampValue(10, 10, 10, 3, 1, remembered), -1.0F) << "changes at one time write the old state";
-}
-
-TEST(ValveArithmetic, AnUnknownCodeKeepsTheStateReturnedLast) {
-    double remembered = 1.0;
     EXPECT_EQ(RampValue(15, 10, 20, 1, 5, remembered), 1.0F) << "no ramp";
     EXPECT_EQ(RampValue(15, 10, 20, 5, 3, remembered), 0.0F) << "the first state is asked for first";
     EXPECT_EQ(RampValue(15, 10, 20, 5, 3, remembered), -1.0F) << "and by now it is that of code 3";
@@ -68,31 +60,26 @@ class Modulator : public test::DravikFixture {
 
     /// A valve of 1.93 s period whose boundaries lie between samples; the curves of a whole dataset, first
     /// index 500.
-    static std::vector<CurveSpec> Level(std::int32_t count = samples) {
+    static std::vector<CurveSpec> Level(std::int32_t count = samples, const std::string& without = "",
+                                        std::int16_t toolStep = 10) {
         std::vector<CurveSpec> curves;
         for (const char* name : {"ZG", "RTC", "ZG_p", "RTC_qs"})
             curves.push_back({name, "", count, [](std::int32_t) { return 1.0; }, 500});
-        std::ranges::move(test::ValveCurves({555, 386, count, 500, 10}), std::back_inserter(curves));
-        return curves;
-    }
-    static std::vector<CurveSpec> LevelWithout(const std::string& name) {
-        std::vector<CurveSpec> curves = Level();
-        std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == name; });
+        std::ranges::move(test::ValveCurves({555, 386, count * 10 / toolStep, 500, toolStep}),
+                          std::back_inserter(curves));
+        std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == without; });
         return curves;
     }
     /// The same with gaps in two curves and codes that are none.
     static std::vector<CurveSpec> AwkwardLevel() {
         std::vector<CurveSpec> curves = Level();
         for (CurveSpec& curve : curves) {
-            const auto plain = curve.value;
-            if (curve.name == "PVLID")
-                curve.value = [plain](std::int32_t t) -> std::optional<double> {
-                    if (t % 770 < 40)
-                        return std::nullopt;
-                    return t % 1130 < 60 ? 5.0 : plain(t);
+            const bool code = curve.name == "PVLID";
+            if (code || curve.name == "PVLT")
+                curve.value = [code, plain = curve.value](std::int32_t t) {
+                    const bool gap = code ? t % 770 < 40 : t % 910 < 30;
+                    return gap ? std::nullopt : code && t % 1130 < 60 ? 5.0 : plain(t);
                 };
-            if (curve.name == "PVLT")
-                curve.value = [plain](std::int32_t t) { return t % 910 < 30 ? std::nullopt : plain(t); };
         }
         return curves;
     }
@@ -137,17 +124,16 @@ TEST_F(Modulator, BoundariesAreFoundWhereTheTimerSaysWhateverTheSampling) {
     MakeLevel("L", Level());
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     ASSERT_EQ(boundaries.size(), cycleBoundaries);
-    for (std::size_t i = 0; i < boundaries.size(); ++i) {
-        constexpr int timerRounding = 1;  // hundredths of a second
-        EXPECT_NEAR(boundaries[i], 555 + 386 * static_cast<int>(i), timerRounding);
-    }
+    constexpr int timerRounding = 1;  // hundredths of a second
+    for (int i = 0; i < cycleBoundaries; ++i)
+        EXPECT_NEAR(boundaries[static_cast<std::size_t>(i)], 555 + 386 * i, timerRounding);
     EXPECT_EQ(finished, 1);
     EXPECT_EQ(CurrentSelection().datasets[0].cycleSource, CycleSource::filtered);
     EXPECT_THAT(ports.statusTexts, testing::Contains(testing::StartsWith("Creating Vorela valve curves ")));
     EXPECT_EQ(ports.highestValue, 20);
     const test::StoredCurve signal = ReadCurve("L", "PVLSIG");
     EXPECT_EQ(signal.info.validFirst, 500);
-    EXPECT_NEAR(signal.info.validLast, 555 + 386 * 10, 1) << "the last change";
+    EXPECT_NEAR(signal.info.validLast, 555 + 386 * 10, timerRounding) << "the last change";
     EXPECT_EQ(signal.info.extentLast, signal.info.validLast / 10 * 10);
 }
 
@@ -178,7 +164,7 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
     }
 }
 
-TEST_F(Modulator, ANewSelectionStartsTheCyclesAfresh) {
+TEST_F(Modulator, CyclesStartAfreshWithANewSelectionAndWithADatasetImportedAgain) {
     MakeLevel("L", Level());
     ASSERT_TRUE(ReconstructValveCurve(0, true));
     ASSERT_TRUE(ReconstructValveCurve(0, true));
@@ -193,11 +179,6 @@ TEST_F(Modulator, ANewSelectionStartsTheCyclesAfresh) {
     takesBoundaries = true;
     ASSERT_TRUE(ReconstructValveCurve(0, true));
     EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries) << "no boundary lost, none twice";
-}
-
-TEST_F(Modulator, ADatasetImportedAgainIsWalkedFromItsStart) {
-    MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
     DeleteItem("L");
     AddCurves("L", Level(90));
     boundaries.clear();
@@ -207,14 +188,7 @@ TEST_F(Modulator, ADatasetImportedAgainIsWalkedFromItsStart) {
 }
 
 TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
-    std::vector<CurveSpec> curves = Level();
-    for (CurveSpec& curve : curves) {
-        if (curve.name.starts_with("PVL")) {
-            curve.step = 40;
-            curve.count = samples / 4;
-        }
-    }
-    MakeLevel("L", curves);
+    MakeLevel("L", Level(samples, "", 40));
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     EXPECT_EQ(boundaries.size(), cycleBoundaries);
     EXPECT_NEAR(boundaries[1], 941, 1);
@@ -239,8 +213,8 @@ TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTh
     MakeLevel("L", Level());
     const auto recorded = [&] {
         std::vector<std::vector<std::optional<float>>> all;
-        for (const char* name : {"ZG", "RTC", "PVLPOS", "PVLID", "PVLIDT", "PVLT"})
-            all.push_back(ReadCurve("L", name).samples);
+        for (const CurveSpec& curve : Level())
+            all.push_back(ReadCurve("L", curve.name).samples);
         return all;
     };
     const auto before = recorded();
@@ -252,8 +226,7 @@ TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTh
     ports.answers = {false, true};
     EXPECT_FALSE(CreateReconstructedValveCurves(true));
     EXPECT_TRUE(boundaries.empty());
-    ASSERT_EQ(ports.questions.size(), 1U);
-    EXPECT_EQ(ports.questions[0].text,
+    EXPECT_EQ(ports.questions.at(0).text,
               "The reconstructed valve curve already exists.\rDo you want to overwrite the existing curves?");
     EXPECT_TRUE(CreateReconstructedValveCurves(true));
     EXPECT_TRUE(CreateReconstructedValveCurves(false)) << "does not ask";
@@ -262,11 +235,10 @@ TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTh
 }
 
 TEST_F(Modulator, WithoutFilteredCurvesTheEntryOffersToMakeThem) {
-    MakeLevel("L", LevelWithout("ZG_p"));
+    MakeLevel("L", Level(samples, "ZG_p"));
     ports.answers = {false};
     EXPECT_FALSE(CreateReconstructedValveCurves(true));
-    ASSERT_EQ(ports.questions.size(), 1U);
-    EXPECT_EQ(ports.questions[0].text,
+    EXPECT_EQ(ports.questions.at(0).text,
               "The filtered pressure and flow curves must be created before the valve data and cycle "
               "information can be calculated.\rDo you want to create the filtered curves now?");
     EXPECT_FALSE(HasCurve("L", "PVLSIG"));
@@ -274,13 +246,10 @@ TEST_F(Modulator, WithoutFilteredCurvesTheEntryOffersToMakeThem) {
 
 TEST_F(Modulator, AMissingToolCurveIsNamed) {
     for (const std::string missing : {"PVLID", "PVLIDT", "PVLT"}) {
-        MakeLevel("NO" + missing, LevelWithout(missing));
+        MakeLevel("NO" + missing, Level(samples, missing));
         EXPECT_FALSE(CreateReconstructedValveCurves(true));
-        ASSERT_EQ(ports.boxes.size(), 1U);
-        EXPECT_EQ(ports.boxes[0].icon, MessageIcon::critical);
-        EXPECT_EQ(ports.boxes[0].title, "PVL Curves");
-        EXPECT_EQ(ports.boxes[0].text, "Can not find " + missing + " curve in all datasets.");
-        ports.boxes.clear();
+        EXPECT_EQ(ports.TakeBox(), (test::ShownBox{MessageIcon::critical, "PVL Curves",
+                                                   "Can not find " + missing + " curve in all datasets."}));
     }
 }
 
@@ -288,17 +257,15 @@ TEST_F(Modulator, RecalculationNeedsCyclesOfTheRightSource) {
     const std::string advice = "\rDo this using the Calculate cycle info... option in the Action menu.";
     MakeLevel("L", Level());
     EXPECT_FALSE(RecalculateWithUnfilteredCurves());
-    EXPECT_FALSE(RecalculateWithMotorPosition());
-    ASSERT_EQ(ports.boxes.size(), 2U);
-    EXPECT_EQ(ports.boxes[0].text,
+    EXPECT_EQ(ports.TakeBox().text,
               "To re-calculate cycle information using unfiltered pressure and flow the cycle information "
               "must first be calculated normally." +
                   advice);
-    EXPECT_EQ(
-        ports.boxes[1].text,
-        "To re-calculate cycle information using PVLPOS the cycle information must first be calculated using "
-        "PVLSIG." +
-            advice);
+    EXPECT_FALSE(RecalculateWithMotorPosition());
+    EXPECT_EQ(ports.TakeBox().text,
+              "To re-calculate cycle information using PVLPOS the cycle information must first be "
+              "calculated using PVLSIG." +
+                  advice);
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     EXPECT_TRUE(RecalculateWithUnfilteredCurves());
     EXPECT_TRUE(RecalculateWithMotorPosition());
@@ -314,10 +281,8 @@ TEST_F(Modulator, AFailureIsReportedAndTheNextExtensionGoesOn) {
     const std::vector<std::int32_t> found = boundaries;
     DeleteItem("L/PVLIDT/1");
     EXPECT_FALSE(ReconstructValveCurve(0, true));
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_THAT(ports.boxes[0].text,
-                testing::AllOf(testing::HasSubstr("Error creating reconstructed mod curves: "),
-                               testing::HasSubstr("L/PVLIDT/1 in ")));
+    EXPECT_THAT(ports.TakeBox().text,
+                testing::ContainsRegex("Error creating reconstructed mod curves: .*L/PVLIDT/1 in "));
     EXPECT_EQ(ports.value, 0);
     const CurveSpec timer = Level()[6];
     ASSERT_EQ(timer.name, "PVLIDT");
