@@ -3,83 +3,57 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
 #include <numeric>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "dravik/include/Smooth32.h"
+#include "platform/DravikLibraries.h"
+#include "tests/support/DravikFixture.h"
 
-extern "C" int HeadersCompileAsC(void);
-
+namespace vorela {
 namespace {
 
 class Smooth32 : public testing::Test {
   protected:
-    Smooth32() : module_(dlopen(VORELA_BIN_DIR "/Smooth32.so", RTLD_NOW | RTLD_LOCAL)) {
-        EXPECT_NE(module_, nullptr) << dlerror();
-        Load(create, "CreateSOFilter");
-        Load(init, "InitSOFilter");
-        Load(lag, "GetSOFilterLag");
-        Load(apply, "ApplySOFilter");
-        Load(destroy, "DestroySOFilter");
-    }
-    ~Smooth32() override { dlclose(module_); }
+    void SetUp() override { ASSERT_TRUE(test::LoadBuiltLibraries()); }
 
-    template <typename Function>
-    void Load(Function& function, const char* name) {
-        function = reinterpret_cast<Function>(dlsym(module_, name));
-        ASSERT_NE(function, nullptr) << name;
+    std::int32_t Create(const std::string& specification) {
+        return api.CreateSOFilter("", specification.c_str(), 0, 0);
     }
-
     /// A prepared filter on the 10 Hz grid, 0 when that fails.
     std::int32_t Prepared(const std::string& specification, std::int16_t step = 10) {
-        const std::int32_t handle = create("", specification.c_str(), 0, 0);
-        return handle != 0 && init(handle, 100, step) != 0 ? handle : 0;
+        const std::int32_t handle = Create(specification);
+        return handle != 0 && api.InitSOFilter(handle, 100, step) != 0 ? handle : 0;
     }
-
     std::vector<double> Filter(const std::string& specification, const std::vector<float>& input) {
         const std::int32_t handle = Prepared(specification);
         EXPECT_NE(handle, 0) << specification;
-        std::vector<double> output;
-        for (const float value : input) {
-            double filtered = value;
-            EXPECT_NE(apply(handle, &filtered), 0);
-            output.push_back(filtered);
-        }
-        destroy(handle);
+        std::vector<double> output(input.begin(), input.end());
+        for (double& value : output)
+            EXPECT_NE(api.ApplySOFilter(handle, &value), 0);
+        api.DestroySOFilter(handle);
         return output;
     }
 
-    void* module_;
-    decltype(&CreateSOFilter) create = nullptr;
-    decltype(&InitSOFilter) init = nullptr;
-    decltype(&GetSOFilterLag) lag = nullptr;
-    decltype(&ApplySOFilter) apply = nullptr;
-    decltype(&DestroySOFilter) destroy = nullptr;
+    const Smooth32Api& api = LoadedLibraries().filter;
 };
 
-std::vector<long double> UnitSum(std::vector<long double> weights) {
-    const long double sum = std::accumulate(weights.begin(), weights.end(), 0.0L);
-    for (long double& weight : weights)
-        weight /= sum;
-    return weights;
-}
-
-/// Weights by the plain definition of each filter.
+/// Weights by the plain definition of each filter, of unit sum.
 std::vector<long double> Weights(const std::string& type, int n) {
     std::vector<long double> weights;
     for (int i = 0; i < n; ++i) {
         const long double x = i - (n - 1) / 2;
-        if (type == "Square")
-            weights.push_back(1.0L);
-        else if (type == "Triangle")
-            weights.push_back((n + 1) / 2 - std::abs(x));
-        else
-            weights.push_back(std::exp(-x * x / (2.0L * n / 6.0L * n / 6.0L)));
+        const long double gaussian = std::exp(-x * x / (2.0L * n / 6.0L * n / 6.0L));
+        weights.push_back(type == "Square"     ? 1.0L
+                          : type == "Triangle" ? (n + 1) / 2 - std::abs(x)
+                                               : gaussian);
     }
-    return UnitSum(weights);
+    const long double sum = std::accumulate(weights.begin(), weights.end(), 0.0L);
+    for (long double& weight : weights)
+        weight /= sum;
+    return weights;
 }
 
 /// Output sample `at` by direct summation, the first input standing for all before it.
@@ -101,20 +75,16 @@ TEST_F(Smooth32, EqualsDirectConvolutionWithinOneUnitInTheLastPlace) {
     std::vector<float> input(400);
     for (float& value : input)
         value = static_cast<float>(random() % 100000) / 777.0F - 40.0F;
-    struct Case {
-        const char* specification;
-        const char* type;
-        int n;
-    };
     // 25 steps; 24 becomes 25; one step; as many as samples.
-    for (const Case& c : {Case{"Square,2.5", "Square", 25}, Case{"Triangle,2.4", "Triangle", 25},
-                          Case{"Gaussian,2.5", "Gaussian", 25}, Case{"Square,0.1", "Square", 1},
-                          Case{"None,2.5", "Square", 1}, Case{"Triangle,0.3", "Triangle", 3},
-                          Case{"Gaussian,40", "Gaussian", 401}}) {
-        const std::vector<double> output = Filter(c.specification, input);
-        const std::vector<long double> weights = Weights(c.type, c.n);
+    const std::tuple<const char*, const char*, int> cases[] = {
+        {"Square,2.5", "Square", 25},    {"Triangle,2.4", "Triangle", 25}, {"Gaussian,2.5", "Gaussian", 25},
+        {"Square,0.1", "Square", 1},     {"None,2.5", "Square", 1},        {"Triangle,0.3", "Triangle", 3},
+        {"Gaussian,40", "Gaussian", 401}};
+    for (const auto& [specification, type, n] : cases) {
+        const std::vector<double> output = Filter(specification, input);
+        const std::vector<long double> weights = Weights(type, n);
         for (std::size_t i = 0; i < input.size(); ++i)
-            ASSERT_TRUE(IsNext(output[i], Direct(input, weights, i))) << c.specification << " at " << i;
+            ASSERT_TRUE(IsNext(output[i], Direct(input, weights, i))) << specification << " at " << i;
     }
 }
 
@@ -133,72 +103,71 @@ TEST_F(Smooth32, SumsDoNotDriftAfterMillionsOfSamplesAndABurst) {
 }
 
 TEST_F(Smooth32, LagIsHalfTheLengthInIndexUnits) {
-    EXPECT_EQ(lag(Prepared("None,2.5")), 0);
-    EXPECT_EQ(lag(Prepared("Square,2.5")), 120);       // (25 - 1) / 2 * 10
-    EXPECT_EQ(lag(Prepared("Gaussian,2.5", 7)), 126);  // 35.7 -> 36 -> 37 samples
-    EXPECT_EQ(lag(Prepared("Triangle,0")), 0);
-    EXPECT_EQ(lag(create("", "Square,2.5", 0, 0)), 0) << "not prepared";
-    EXPECT_EQ(lag(12345678), 0);
+    EXPECT_EQ(api.GetSOFilterLag(Prepared("None,2.5")), 0);
+    EXPECT_EQ(api.GetSOFilterLag(Prepared("Square,2.5")), 120);       // (25 - 1) / 2 * 10
+    EXPECT_EQ(api.GetSOFilterLag(Prepared("Gaussian,2.5", 7)), 126);  // 35.7 -> 36 -> 37 samples
+    EXPECT_EQ(api.GetSOFilterLag(Prepared("Triangle,0")), 0);
+    EXPECT_EQ(api.GetSOFilterLag(Create("Square,2.5")), 0) << "not prepared";
+    EXPECT_EQ(api.GetSOFilterLag(12345678), 0);
 }
 
 TEST_F(Smooth32, InitForgetsWhatTheFilterHasSeen) {
     const std::int32_t handle = Prepared("Square,1");
     double value = 1000.0;
-    apply(handle, &value);
-    ASSERT_NE(init(handle, 100, 10), 0);
+    api.ApplySOFilter(handle, &value);
+    ASSERT_NE(api.InitSOFilter(handle, 100, 10), 0);
     value = 2.0;
-    apply(handle, &value);
+    api.ApplySOFilter(handle, &value);
     EXPECT_EQ(value, 2.0);
 }
 
 TEST_F(Smooth32, SpecificationsThatMakeNoSenseGiveHandleZero) {
     for (const char* text : {"", "Square", "Square,", "Square,x", "Square,-1", "Square,inf", "Square,nan",
                              "square,1", "Median,1", ",1", "Square,1,2", "Square 1"})
-        EXPECT_EQ(create("", text, 0, 0), 0) << text;
-    EXPECT_EQ(create(nullptr, nullptr, 0, 0), 0);
+        EXPECT_EQ(Create(text), 0) << text;
+    EXPECT_EQ(api.CreateSOFilter(nullptr, nullptr, 0, 0), 0);
 }
 
 TEST_F(Smooth32, InitRefusesBadValuesAndFiltersBeyondTenMillionSamples) {
-    const std::int32_t handle = create("", "Square,99999.99", 0, 0);
-    EXPECT_NE(init(handle, 100, 1), 0) << "9,999,999 samples";
-    const std::int32_t tooLong = create("", "Square,100000", 0, 0);
-    EXPECT_EQ(init(tooLong, 100, 1), 0) << "10,000,001 samples";
-    EXPECT_NE(init(tooLong, 100, 2), 0);
-    EXPECT_EQ(init(handle, 100, 0), 0);
-    EXPECT_EQ(init(handle, 0, 10), 0);
-    EXPECT_EQ(init(handle, 100, -10), 0);
-    EXPECT_EQ(init(0, 100, 10), 0);
-    destroy(handle);
-    destroy(tooLong);
-    destroy(tooLong);
-    EXPECT_EQ(init(handle, 100, 10), 0) << "destroyed";
+    const std::int32_t handle = Create("Square,99999.99");
+    EXPECT_NE(api.InitSOFilter(handle, 100, 1), 0) << "9,999,999 samples";
+    const std::int32_t tooLong = Create("Square,100000");
+    EXPECT_EQ(api.InitSOFilter(tooLong, 100, 1), 0) << "10,000,001 samples";
+    EXPECT_NE(api.InitSOFilter(tooLong, 100, 2), 0);
+    EXPECT_EQ(api.InitSOFilter(handle, 100, 0), 0);
+    EXPECT_EQ(api.InitSOFilter(handle, 0, 10), 0);
+    EXPECT_EQ(api.InitSOFilter(handle, 100, -10), 0);
+    EXPECT_EQ(api.InitSOFilter(0, 100, 10), 0);
+    api.DestroySOFilter(handle);
+    api.DestroySOFilter(tooLong);
+    api.DestroySOFilter(tooLong);
+    EXPECT_EQ(api.InitSOFilter(handle, 100, 10), 0) << "destroyed";
 }
 
 TEST_F(Smooth32, AValueThatIsNotFiniteIsRefusedAndLeavesTheFilterAsItWas) {
+    const std::vector<float> input{1.0F, 4.0F, -2.0F};
     for (const char* specification : {"None,1", "Square,1", "Triangle,1", "Gaussian,1"}) {
         const std::int32_t disturbed = Prepared(specification);
-        const std::int32_t plain = Prepared(specification);
-        for (const double input : {1.0, 4.0, -2.0}) {
-            for (double bad : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
-                const double before = bad;
-                EXPECT_EQ(apply(disturbed, &bad), 0);
-                EXPECT_TRUE(std::isnan(before) ? std::isnan(bad) : bad == before);
+        std::vector<double> output(input.begin(), input.end());
+        for (double& value : output) {
+            for (const double bad : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+                double refused = bad;
+                EXPECT_EQ(api.ApplySOFilter(disturbed, &refused), 0);
+                EXPECT_TRUE(std::isnan(bad) ? std::isnan(refused) : refused == bad);
             }
-            double a = input;
-            double b = input;
-            ASSERT_NE(apply(disturbed, &a), 0);
-            ASSERT_NE(apply(plain, &b), 0);
-            EXPECT_EQ(a, b) << specification;
+            ASSERT_NE(api.ApplySOFilter(disturbed, &value), 0);
         }
+        EXPECT_EQ(output, Filter(specification, input)) << specification;
     }
     double value = 1.0;
-    EXPECT_EQ(apply(create("", "Square,1", 0, 0), &value), 0) << "not prepared";
-    EXPECT_EQ(apply(Prepared("Square,1"), nullptr), 0);
+    EXPECT_EQ(api.ApplySOFilter(Create("Square,1"), &value), 0) << "not prepared";
+    EXPECT_EQ(api.ApplySOFilter(Prepared("Square,1"), nullptr), 0);
 }
 
-TEST_F(Smooth32, ShowsItsFiveFunctionsOnly) {
-    EXPECT_EQ(dlsym(module_, "_ZN6vorela17MakeRunningFilterENS_11FilterShapeEm"), nullptr);
-    EXPECT_NE(HeadersCompileAsC(), 0);
+TEST_F(Smooth32, HidesWhatItIsMadeOf) {
+    EXPECT_EQ(dlsym(LoadedLibraries().filterHandle, "_ZN6vorela17MakeRunningFilterENS_11FilterShapeEm"),
+              nullptr);
 }
 
 }  // namespace
+}  // namespace vorela
