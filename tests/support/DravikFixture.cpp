@@ -3,10 +3,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
-#include "general/RunTimeError.h"
 #include "platform/DravikLibraries.h"
 
 namespace vorela::test {
@@ -18,22 +18,22 @@ const DkBaseApi& Api() {
 
 void Check(std::int32_t status, const std::string& what) {
     if (status != DK_OK)
-        throw RunTimeError{status, "fixture", what + ": " + StatusText(status) + " " + Api().DBlastdetail()};
+        ThrowDravikStatus(status, what);
 }
 
-class OpenForWriting {
-  public:
-    explicit OpenForWriting(const std::string& path) {
-        Check(Api().DBopenA(path.c_str(), DK_OPEN_CREATE, &handle), path);
-    }
-    ~OpenForWriting() { Api().DBclose(handle); }
-    OpenForWriting(const OpenForWriting&) = delete;
-    OpenForWriting& operator=(const OpenForWriting&) = delete;
-    std::int32_t handle = 0;
-};
+/// Opens the database, makes it when it is not there, and writes what `write` writes in one transaction.
+void Write(const std::string& path, const std::function<void(const Database&)>& write) {
+    std::int32_t made = 0;
+    if (!std::filesystem::exists(path) && Api().DBopenA(path.c_str(), DK_OPEN_CREATE, &made) == DK_OK)
+        Api().DBclose(made);
+    Database database(path);
+    Transaction transaction(database);
+    write(database);
+    transaction.Commit();
+}
 
-void WriteSamples(std::int32_t database, const std::string& path, const CurveSpec& curve, std::int32_t first,
-                  std::int32_t count) {
+void WriteSamples(const Database& database, const std::string& path, const CurveSpec& curve,
+                  std::int32_t first, std::int32_t count) {
     if (count == 0)
         return;
     std::vector<float> values;
@@ -43,14 +43,11 @@ void WriteSamples(std::int32_t database, const std::string& path, const CurveSpe
         values.push_back(static_cast<float>(value.value_or(0.0)));
         present.push_back(value ? 1 : 0);
     }
-    std::int32_t item = 0;
-    Check(Api().DBattachA(database, path.c_str(), &item, 0, nullptr), path);
-    const std::int32_t status = Api().DBwritepresent(item, first, count, values.data(), present.data());
-    Api().DBdetach(item);
-    Check(status, path);
+    const Item item(database, path);
+    Check(Api().DBwritepresent(item.Handle(), first, count, values.data(), present.data()), path);
 }
 
-void CreateItem(std::int32_t database, const std::string& path, const CurveSpec& curve) {
+void CreateItem(const Database& database, const std::string& path, const CurveSpec& curve) {
     DBNewItem item{};
     item.kind = DK_ITEM_CURVE;
     item.indexKind = curve.indexKind;
@@ -60,7 +57,7 @@ void CreateItem(std::int32_t database, const std::string& path, const CurveSpec&
     item.offset = curve.offset;
     item.unitText = curve.unit.c_str();
     item.madeText = curve.made.empty() ? nullptr : curve.made.c_str();
-    Check(Api().DBnewA(database, path.c_str(), &item), path);
+    Check(Api().DBnewA(database.Handle(), path.c_str(), &item), path);
 }
 
 std::int32_t ValveCodeAt(const ValveSpec& valve, std::int32_t index) {
@@ -98,23 +95,21 @@ std::optional<float> StoredCurve::At(std::int32_t index) const {
 }
 
 std::vector<CurveSpec> ValveCurves(const ValveSpec& valve) {
-    const auto curve = [&](const char* name, const char* unit,
-                           std::function<std::optional<double>(std::int32_t)> value) {
-        return CurveSpec{name, unit, valve.count, std::move(value), valve.first, valve.step};
+    const auto curve = [&](const char* name, auto value) {
+        return CurveSpec{name, "", valve.count, value, valve.first, valve.step};
     };
     return {
-        curve("PVLPOS", "", [valve](std::int32_t t) { return ValveCodeAt(valve, t) == 3 ? -1.0 : 1.0; }),
-        curve("PVLID", "", [valve](std::int32_t t) { return ValveCodeAt(valve, t); }),
-        curve("PVLIDT", "", [valve](std::int32_t t) { return TimerAt(LastChangeBefore(valve, t)); }),
-        curve("PVLT", "", [](std::int32_t t) { return TimerAt(t); }),
+        curve("PVLPOS", [valve](std::int32_t t) { return ValveCodeAt(valve, t) == 3 ? -1.0 : 1.0; }),
+        curve("PVLID", [valve](std::int32_t t) { return ValveCodeAt(valve, t); }),
+        curve("PVLIDT", [valve](std::int32_t t) { return TimerAt(LastChangeBefore(valve, t)); }),
+        curve("PVLT", [](std::int32_t t) { return TimerAt(t); }),
     };
 }
 
 bool LoadBuiltLibraries() {
     static const bool loaded = [] {
         setenv("VORELA_REGISTRY", VORELA_BIN_DIR "/vorela.reg", 1);
-        const bool filterIsBuilt = std::filesystem::exists(VORELA_BIN_DIR "/Smooth32.so");
-        return LoadDatabaseLibrary() && (!filterIsBuilt || LoadFilterLibrary());
+        return LoadDatabaseLibrary() && LoadFilterLibrary();
     }();
     if (!loaded)
         ADD_FAILURE() << "DKBase and Smooth32 do not load from " VORELA_BIN_DIR ": "
@@ -132,14 +127,13 @@ void DravikFixture::TearDown() {
 }
 
 void DravikFixture::AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves) {
-    const OpenForWriting database(DatabasePath());
-    Check(Api().DBbegin(database.handle), DatabasePath());
-    for (const CurveSpec& curve : curves) {
-        const std::string path = ItemPath(dataset, curve.name);
-        CreateItem(database.handle, path, curve);
-        WriteSamples(database.handle, path, curve, curve.first, curve.count);
-    }
-    Check(Api().DBcommit(database.handle), DatabasePath());
+    Write(DatabasePath(), [&](const Database& database) {
+        for (const CurveSpec& curve : curves) {
+            const std::string path = ItemPath(dataset, curve.name);
+            CreateItem(database, path, curve);
+            WriteSamples(database, path, curve, curve.first, curve.count);
+        }
+    });
 }
 
 void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
@@ -149,35 +143,31 @@ void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, s
 
 void DravikFixture::Record(const std::string& dataset, const std::vector<CurveSpec>& curves,
                            std::int32_t from, std::int32_t count) {
-    const OpenForWriting database(DatabasePath());
-    Check(Api().DBbegin(database.handle), DatabasePath());
-    for (const CurveSpec& curve : curves)
-        WriteSamples(database.handle, ItemPath(dataset, curve.name), curve, curve.first + from * curve.step,
-                     count);
-    Check(Api().DBcommit(database.handle), DatabasePath());
+    Write(DatabasePath(), [&](const Database& database) {
+        for (const CurveSpec& curve : curves)
+            WriteSamples(database, ItemPath(dataset, curve.name), curve, curve.first + from * curve.step,
+                         count);
+    });
 }
 
 void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
-    const OpenForWriting database(DatabasePath());
     const std::string path = PresentationPath(dataset);
-    DBNewItem item{};
-    item.kind = DK_ITEM_RECORD;
-    item.indexKind = DK_INDEX_TIME;
-    item.step = 1;
-    item.sampleBytes = presentationBytes;
-    const std::int32_t status = Api().DBnewA(database.handle, path.c_str(), &item);
-    if (status != DK_EXISTS)
-        Check(status, path);
-    const auto stored = PackPresentation(presentation);
-    std::int32_t handle = 0;
-    Check(Api().DBattachA(database.handle, path.c_str(), &handle, 0, nullptr), path);
-    Check(Api().DBwrite(handle, 0, 1, stored.data()), path);
-    Api().DBdetach(handle);
+    DBNewItem record{};
+    record.kind = DK_ITEM_RECORD;
+    record.indexKind = DK_INDEX_TIME;
+    record.step = 1;
+    record.sampleBytes = presentationBytes;
+    Write(DatabasePath(), [&](const Database& database) {
+        if (!Item::Find(database, path))
+            Check(Api().DBnewA(database.Handle(), path.c_str(), &record), path);
+        const auto stored = PackPresentation(presentation);
+        Check(Api().DBwrite(Item(database, path).Handle(), 0, 1, stored.data()), path);
+    });
 }
 
 void DravikFixture::DeleteItem(const std::string& path) {
-    const OpenForWriting database(DatabasePath());
-    Check(Api().DBdeleteA(database.handle, path.c_str()), path);
+    Write(DatabasePath(),
+          [&](const Database& database) { Check(Api().DBdeleteA(database.Handle(), path.c_str()), path); });
 }
 
 StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::string& curve) {

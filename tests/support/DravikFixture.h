@@ -54,8 +54,8 @@ struct ValveSpec {
 };
 std::vector<CurveSpec> ValveCurves(const ValveSpec& valve);
 
-/// Loads DKBase and Smooth32 (where it is built) from the build's bin folder, once for the process. False
-/// after a failure is added.
+/// Loads DKBase and Smooth32 from the build's bin folder, once for the process. False after a failure is
+/// added.
 bool LoadBuiltLibraries();
 
 /// Libraries loaded and an empty selection.
