@@ -1,6 +1,4 @@
 // The programs as a user runs them: databases by dravik, results by vorela-batch.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,51 +7,39 @@
 #include <nlohmann/json.hpp>
 #include <numbers>
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/ProgramTest.h"
 
 namespace vorela::test {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
-const std::string bin = VORELA_BIN_DIR;
-const std::string measuredData = "/../shared/data/sinusoidal-pumping-90s/test.csv";
+const std::string measuredData = VORELA_SOURCE_DIR "/../shared/data/sinusoidal-pumping-90s/test.csv";
 
-class Batch : public ::testing::Test {
+/// vorela-batch on the test's database with a settings file of its own.
+class Batch : public ProgramTest {
   protected:
-    std::string File(const std::string& name) const { return folder.File(name); }
+    Batch() : ProgramTest("vorela-batch well.dkb --settings Vorela.ini", 3) {}
 
-    CommandResult Dravik(const std::string& arguments) const {
-        return test::Run("'" + bin + "/dravik' " + arguments);
-    }
-    /// Runs vorela-batch on the test's database with a settings file of its own and the well's parameters.
-    CommandResult RunBatch(const std::string& arguments, const std::string& before = "") const {
-        return test::Run(before + " '" + bin + "/vorela-batch' '" + database + "' --settings '" +
-                         File("Vorela.ini") + "' " + wellSettings + arguments);
+    /// What dravik says when all goes well.
+    std::string Dravik(const std::string& arguments) const {
+        const CommandResult result = Shell("dravik " + arguments);
+        EXPECT_EQ(result.status, 0) << arguments << result.err;
+        return result.out;
     }
     Json Results(const std::string& arguments) const {
-        const CommandResult result = RunBatch(arguments + " --json -");
+        const CommandResult result = Run(arguments + " --json -");
         EXPECT_EQ(result.status, 0) << result.err;
         return Json::parse(result.out);
     }
-    /// A simulated well; the parameters that belong to it.
+    /// A simulated well; later runs get the parameters that belong to it.
     void Simulate(const std::string& arguments) {
-        const CommandResult result = Dravik("simulate '" + database + "' " + arguments);
-        ASSERT_EQ(result.status, 0) << result.err;
-        const std::size_t from = result.out.find("--set");
-        wellSettings = result.out.substr(from, result.out.find('\n', from) - from) + " ";
+        const std::string truth = Dravik("simulate well.dkb " + arguments);
+        const std::size_t from = truth.find("--set");
+        program += " " + truth.substr(from, truth.find('\n', from) - from);
     }
-    void ExpectOneClearMessage(const CommandResult& result, int status, const std::string& named) const {
-        EXPECT_EQ(result.status, status) << result.err;
-        EXPECT_THAT(result.err, HasSubstr(named));
-        EXPECT_LE(std::count(result.err.begin(), result.err.end(), '\n'), 5) << result.err;
-        EXPECT_EQ(result.out, "");
-    }
-
-    TempFolder folder;
-    std::string database = folder.File("well.dkb");
-    std::string wellSettings;
 };
 
 /// The quicklook formulae on a true index and phase: what is left between them and the result is the
@@ -100,40 +86,36 @@ TEST_F(Batch, SimulatedFourLevelWellComesBackWithTheTruthDeepestLevelFirst) {
 
 TEST_F(Batch, RepeatedRunReadsTheCurvesThatStandAndChangesNothingRecorded) {
     Simulate("--levels 2 --cycles 6");
-    const std::string recorded =
-        "export '" + database + "' LEVEL1 --curves ZG,RTC,PVLPOS,PVLID,PVLIDT,PVLT,ADPTH";
-    const std::string before = Dravik(recorded).out;
+    const std::string recorded = "export well.dkb LEVEL1 --curves ZG,RTC,PVLPOS,PVLID,PVLIDT,PVLT,ADPTH";
+    const std::string before = Dravik(recorded);
     ASSERT_GT(before.size(), 10000U);
     const Json first = Results("");
-    const std::string bytes = ReadAll(database);
+    const std::string bytes = Bytes("well.dkb");
     EXPECT_EQ(Results(""), first);
-    EXPECT_TRUE(ReadAll(database) == bytes) << "nothing was missing, nothing is written";
+    EXPECT_TRUE(Bytes("well.dkb") == bytes) << "nothing was missing, nothing is written";
     EXPECT_EQ(Results("--recreate"), first);
     for (const char* more : {"--unfiltered", "--pvlpos", "--cycle window --cursors 20,80"})
         Results(more);
-    EXPECT_EQ(Dravik(recorded).out, before);
-    EXPECT_THAT(
-        Dravik("list '" + database + "' LEVEL1").out,
-        testing::AllOf(HasSubstr("ZG_p"), HasSubstr("RTC_qs"), HasSubstr("PVLSIG"), HasSubstr("RTC_f")));
-    EXPECT_FALSE(std::filesystem::exists(File("Vorela.ini"))) << "settings are read, never written";
+    EXPECT_EQ(Dravik(recorded), before);
+    EXPECT_THAT(Dravik("list well.dkb LEVEL1"),
+                AllOf(HasSubstr("ZG_p"), HasSubstr("RTC_qs"), HasSubstr("PVLSIG"), HasSubstr("RTC_f")));
+    EXPECT_FALSE(Exists("Vorela.ini")) << "settings are read, never written";
 }
 
 TEST_F(Batch, CurvesThatEndBeforeTheRecordAreMadeAgainAndThoseMadeOtherwiseAreTold) {
-    const std::string record = "record '" + database + "' LEVEL --simulate --levels 1 --cycles 6 --speed 0";
-    ASSERT_EQ(Dravik("simulate '" + File("half.dkb") + "' --levels 1 --cycles 3").status, 0);
-    ASSERT_EQ(Dravik("export '" + File("half.dkb") + "' LEVEL1 -o '" + File("LEVEL.csv") + "'").status, 0);
-    ASSERT_EQ(Dravik("import '" + database + "' '" + File("LEVEL.csv") + "'").status, 0);
-    ASSERT_EQ(RunBatch("").status, 0);
+    Dravik("simulate half.dkb --levels 1 --cycles 3");
+    Dravik("export half.dkb LEVEL1 -o LEVEL.csv");
+    Dravik("import well.dkb LEVEL.csv");
+    ASSERT_EQ(Run("").status, 0);
     // The record goes on where it was left.
-    const CommandResult grown = Dravik(record);
-    ASSERT_EQ(grown.status, 0) << grown.err;
-    const CommandResult result = RunBatch("--json -");
+    Dravik("record well.dkb LEVEL --simulate --levels 1 --cycles 6 --speed 0");
+    const CommandResult result = Run("--json -");
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("LEVEL/ZG_p/1"), HasSubstr("LEVEL/PVLSIG/1")));
+    EXPECT_THAT(result.err, AllOf(HasSubstr("LEVEL/ZG_p/1"), HasSubstr("LEVEL/PVLSIG/1")));
     const Json all = Json::parse(result.out);
     EXPECT_EQ(all, Results("--recreate"));
     EXPECT_EQ(all["levels"][0]["cycles"][4]["pressure"].is_null(), false);
-    const CommandResult other = RunBatch("--set Parameters.FilterN=2");
+    const CommandResult other = Run("--set Parameters.FilterN=2");
     EXPECT_EQ(other.status, 0);
     EXPECT_THAT(other.err, HasSubstr("2 passes"));
 }
@@ -163,32 +145,28 @@ TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
     EXPECT_FALSE(raw["levels"][0]["cycles"].back()["pressure"].is_null()) << "raw curves reach further";
     const Json motor = Results("--pvlpos");
     EXPECT_NEAR(motor["levels"][0]["cycles"][1]["valve"]["magnitude"], 2 / std::numbers::pi, 0.01);
-    ExpectOneClearMessage(RunBatch("--cycle 99"), 1, "LEVEL");
+    Fails("--cycle 99", "LEVEL");
 }
 
 TEST_F(Batch, ExportShowsTheChosenLevelAndIntervalAndTheTableTheRest) {
     Simulate("--levels 3 --cycles 6");
-    const CommandResult result = RunBatch("--level 3 --interval 2 --export '" + File("out.csv") +
-                                          "' --json '" + File("out.json") + "'");
+    const CommandResult result = Run("--level 3 --interval 2 --export out.csv --json out.json");
     ASSERT_EQ(result.status, 0) << result.err;
-    const std::string text = ReadAll(File("out.csv"));
-    EXPECT_THAT(text, HasSubstr("Dataset,LEVEL1\r\r\n"));
-    EXPECT_THAT(text, HasSubstr("Level depth 1 (ft),9700\r\r\n"));
-    EXPECT_THAT(result.out,
-                testing::AllOf(HasSubstr("LEVEL3"), HasSubstr("9800 to 9700"), HasSubstr("k (mD)")));
-    EXPECT_EQ(Json::parse(ReadAll(File("out.json")))["levels"].size(), 3U);
-    ASSERT_EQ(RunBatch("--level 3 --interval 2 --export '" + File("out.txt") + "'").status, 0);
-    std::string tabs = ReadAll(File("out.txt"));
+    const std::string text = Bytes("out.csv");
+    EXPECT_THAT(text, AllOf(HasSubstr("Dataset,LEVEL1\r\r\n"), HasSubstr("Level depth 1 (ft),9700\r\r\n")));
+    EXPECT_THAT(result.out, AllOf(HasSubstr("LEVEL3"), HasSubstr("9800 to 9700"), HasSubstr("k (mD)")));
+    EXPECT_EQ(Json::parse(Bytes("out.json"))["levels"].size(), 3U);
+    ASSERT_EQ(Run("--level 3 --interval 2 --export out.txt").status, 0);
+    std::string tabs = Bytes("out.txt");
     std::replace(tabs.begin(), tabs.end(), '\t', ',');
     EXPECT_EQ(tabs, text);
 }
 
 TEST_F(Batch, MeasuredPumpingTestGivesTheReferenceFigures) {
-    const std::string csv = VORELA_SOURCE_DIR + measuredData;
-    if (!std::filesystem::exists(csv))
-        GTEST_SKIP() << csv << " is not on this machine";
-    ASSERT_EQ(Dravik("import '" + database + "' '" + csv + "' --dataset MEASURED").status, 0);
-    ASSERT_EQ(Dravik("valve '" + database + "' MEASURED --period 90 --first 0").status, 0);
+    if (!std::filesystem::exists(measuredData))
+        GTEST_SKIP() << measuredData << " is not on this machine";
+    Dravik("import well.dkb '" + measuredData + "' --dataset MEASURED");
+    Dravik("valve well.dkb MEASURED --period 90 --first 0");
     const Json results = Results("--set Parameters.Period=90 --pressure PRES --flow FLOW");
     double lag = 0, flowPhase = 0, ratio = 0;
     int cycles = 0;
@@ -208,92 +186,87 @@ TEST_F(Batch, MeasuredPumpingTestGivesTheReferenceFigures) {
 
 TEST_F(Batch, SelectionThatCannotBeIsRefusedBeforeAnythingIsWritten) {
     Simulate("--levels 2 --cycles 4");
-    const std::string bytes = ReadAll(database);
-    ExpectOneClearMessage(RunBatch("LEVEL7"), 1, "LEVEL7");
-    ExpectOneClearMessage(RunBatch("LEVEL1 LEVEL1"), 2, "LEVEL1");
-    ExpectOneClearMessage(RunBatch("--pressure PX"), 1, "PX");
-    ExpectOneClearMessage(RunBatch("--flow QX"), 1, "QX");
-    ExpectOneClearMessage(RunBatch("--level 3"), 2, "--level 3");
-    ExpectOneClearMessage(RunBatch("--interval 2"), 2, "--interval 2");
-    ExpectOneClearMessage(RunBatch("--set Parameters.2Porosity=0.2"), 2, "2Porosity");
-    ExpectOneClearMessage(RunBatch("--set Presentation.PresMin=30 --set Presentation.PresAuto=0"), 2,
-                          "Pressure Axis");
-    ExpectOneClearMessage(test::Run("'" + bin + "/vorela-batch' '" + database + "' --settings '" +
-                                    folder.Path().string() + "'"),
-                          1, folder.Path().string());
-    EXPECT_TRUE(ReadAll(database) == bytes);
+    const std::string bytes = Bytes("well.dkb");
+    Fails("LEVEL7", "LEVEL7");
+    Fails("LEVEL1 LEVEL1", "LEVEL1", 2);
+    Fails("--pressure PX", "PX");
+    Fails("--flow QX", "QX");
+    Fails("--level 3", "--level 3", 2);
+    Fails("--interval 2", "--interval 2", 2);
+    Fails("--set Parameters.2Porosity=0.2", "2Porosity", 2);
+    Fails("--set Presentation.PresMin=30 --set Presentation.PresAuto=0", "Pressure Axis", 2);
+    program = "vorela-batch well.dkb --settings .";
+    Fails("", folder.Path().string());
+    EXPECT_TRUE(Bytes("well.dkb") == bytes);
 }
 
 TEST_F(Batch, DatabaseThatIsMissingForeignTruncatedOrDamagedIsNamedWithStatus1) {
-    ExpectOneClearMessage(RunBatch(""), 1, database);
-    EXPECT_FALSE(std::filesystem::exists(database)) << "never created by reading";
+    Fails("", folder.File("well.dkb"));
+    EXPECT_FALSE(Exists("well.dkb")) << "never created by reading";
     for (const std::string& content :
          {std::string(), std::string("not a database"), std::string(40000, 'x')}) {
-        WriteAll(database, content);
-        ExpectOneClearMessage(RunBatch(""), 1, database);
-        EXPECT_TRUE(ReadAll(database) == content);
+        Write("well.dkb", content);
+        Fails("", folder.File("well.dkb"));
+        EXPECT_TRUE(Bytes("well.dkb") == content);
     }
-    std::filesystem::remove(database);
+    std::filesystem::remove(folder.File("well.dkb"));
     Simulate("--levels 1 --cycles 8");
-    const std::string sound = ReadAll(database);
-    WriteAll(database, sound.substr(0, sound.size() / 2));
-    EXPECT_EQ(RunBatch("").status, 1);
+    const std::string sound = Bytes("well.dkb");
+    Write("well.dkb", sound.substr(0, sound.size() / 2));
+    Fails("", "well.dkb");
     // One bit, somewhere in the pressure curve.
     constexpr std::size_t places = 20;
     std::string report;
     for (std::size_t i = 1; i < places && report.find("/ZG/") == std::string::npos; ++i) {
         std::string flipped = sound;
         flipped[sound.size() * i / places] = static_cast<char>(flipped[sound.size() * i / places] ^ 0x10);
-        WriteAll(database, flipped);
-        report = Dravik("check '" + database + "'").out;
+        Write("well.dkb", flipped);
+        report = Shell("dravik check well.dkb").out;
     }
     ASSERT_THAT(report, HasSubstr("/ZG/"));
-    const CommandResult damaged = RunBatch("");
-    EXPECT_EQ(damaged.status, 1);
-    EXPECT_THAT(damaged.err, HasSubstr("LEVEL1/ZG/1"));
-    EXPECT_EQ(damaged.out, "");
+    Fails("", "LEVEL1/ZG/1");
 }
 
 TEST_F(Batch, ReadOnlyDatabaseIsAnalysedWhenItHasAllDerivedCurvesAndRefusedWhenItLacksOne) {
     Simulate("--levels 2 --cycles 4");
     // Root may write everything: the run is somebody else's then.
     const std::string asOther = geteuid() == 0 ? "setpriv --reuid 65534 --regid 65534 --clear-groups" : "";
-    if (!asOther.empty() && test::Run(asOther + " test -x '" + bin + "/vorela-batch'").status != 0)
+    if (!asOther.empty() && Shell("cd /; " + asOther + " vorela-batch --help").status != 0)
         GTEST_SKIP() << "the programs cannot be reached by another user";
     const auto readOnly = [&](bool on) {
-        chmod(database.c_str(), on ? 0444 : 0644);
+        chmod(folder.File("well.dkb").c_str(), on ? 0444 : 0644);
         chmod(folder.Path().c_str(), on ? 0555 : 0755);
     };
     readOnly(true);
-    ExpectOneClearMessage(RunBatch("", asOther), 1, "read only");
+    const std::string own = std::exchange(program, asOther + " " + program);
+    Fails("", "read only");
+    const std::string other = std::exchange(program, own);
     readOnly(false);
     const Json results = Results("");
-    const std::string bytes = ReadAll(database);
+    const std::string bytes = Bytes("well.dkb");
     readOnly(true);
-    const CommandResult again = RunBatch("--json -", asOther);
-    ASSERT_EQ(again.status, 0) << again.err;
-    EXPECT_EQ(Json::parse(again.out), results);
-    ExpectOneClearMessage(RunBatch("--recreate", asOther), 1, "read only");
+    program = other;
+    EXPECT_EQ(Results(""), results);
+    Fails("--recreate", "read only");
     readOnly(false);
-    EXPECT_TRUE(ReadAll(database) == bytes);
+    EXPECT_TRUE(Bytes("well.dkb") == bytes);
 }
 
 TEST_F(Batch, ForeignUnitsAndThePassBandAreToldAndResultFilesThatCannotBeWrittenAreStatus1) {
     std::string text = "TIME,ZG,RTC\ns,kPa,rps\n";
     for (int t = 0; t < 400; ++t)
         text += std::to_string(t) + "," + std::to_string(std::cos(t * 2 * std::numbers::pi / 40)) + ",1.5\n";
-    WriteAll(File("LEVEL.csv"), text);
-    ASSERT_EQ(Dravik("import '" + database + "' '" + File("LEVEL.csv") + "'").status, 0);
-    ASSERT_EQ(Dravik("valve '" + database + "' LEVEL --period 40").status, 0);
-    wellSettings = "--set Parameters.Period=40 --set Parameters.BandPass=1 ";
-    const CommandResult result = RunBatch("");
+    Write("LEVEL.csv", text);
+    Dravik("import well.dkb LEVEL.csv");
+    Dravik("valve well.dkb LEVEL --period 40");
+    program += " --set Parameters.Period=40 --set Parameters.BandPass=1";
+    const CommandResult result = Run("");
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("kPa"), HasSubstr("gain")));
-    const CommandResult lost =
-        RunBatch("--export '" + File("absent/out.csv") + "' --json '" + File("absent/o.json") + "'");
+    EXPECT_THAT(result.err, AllOf(HasSubstr("kPa"), HasSubstr("gain")));
+    const CommandResult lost = Run("--export absent/out.csv --json absent/o.json");
     EXPECT_EQ(lost.status, 1);
-    EXPECT_THAT(lost.err, testing::AllOf(HasSubstr("absent/out.csv"), HasSubstr("absent/o.json")));
-    EXPECT_EQ(RunBatch(">/dev/full").status, 1);
+    EXPECT_THAT(lost.err, AllOf(HasSubstr("absent/out.csv"), HasSubstr("absent/o.json")));
+    EXPECT_EQ(Run(">/dev/full").status, 1);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <functional>
 #include <limits>
 
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "tests/support/TestSupport.h"
 
 namespace vorela {
 namespace {
@@ -91,14 +93,7 @@ TEST(CheckedMath, stopsWhereTheClassicRunTimeStops) {
     EXPECT_EQ(RoundHalfEven(-0.5), 0);
     EXPECT_EQ(RoundHalfEven(-1.5), -2);
     EXPECT_EQ(RoundTo<std::int16_t>(32767.4, "t"), 32767);
-    const auto numberOf = [](auto body) {
-        try {
-            body();
-        } catch (const RunTimeError& error) {
-            return error.number;
-        }
-        return 0;
-    };
+    const auto numberOf = [](const std::function<void()>& body) { return test::ThrownBy(body).number; };
     EXPECT_EQ(numberOf([] { RoundTo<std::int16_t>(32767.5, "t"); }), error_number::overflow);
     EXPECT_EQ(numberOf([] { RoundTo<std::int32_t>(std::nan(""), "t"); }), error_number::overflow);
     EXPECT_EQ(numberOf([] { CheckedDivide(1, 0, "t"); }), error_number::divisionByZero);

@@ -15,7 +15,9 @@ namespace vorela::test {
 class ProgramTest : public testing::Test {
   protected:
     /// `beginning` of the command lines that Run completes: the program and what every run of it gets.
-    explicit ProgramTest(std::string beginning) : program(std::move(beginning)) {}
+    /// A message of theirs has `messageLines` lines at most.
+    explicit ProgramTest(std::string beginning, int messageLines = 1)
+        : program(std::move(beginning)), messageLines_(messageLines) {}
 
     CommandResult Shell(const std::string& commandLine) const {
         return test::Run("cd '" + folder.Path().string() + "'; PATH='" VORELA_BIN_DIR "':$PATH; " +
@@ -27,12 +29,13 @@ class ProgramTest : public testing::Test {
         EXPECT_EQ(result.status, 0) << arguments << "\n" << result.err;
         EXPECT_EQ(result.err, "") << arguments;
     }
-    /// One line on standard error that holds `words`, nothing on standard output.
+    /// A message on standard error that holds `words`, nothing on standard output.
     void Fails(const std::string& arguments, const std::string& words, int status = 1) const {
         const CommandResult result = Run(arguments);
         EXPECT_EQ(result.status, status) << arguments;
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << arguments << "\n"
-                                                                             << result.err;
+        EXPECT_THAT(std::count(result.err.begin(), result.err.end(), '\n'),
+                    testing::AllOf(testing::Ge(1), testing::Le(messageLines_)))
+            << result.err;
         EXPECT_THAT(result.err, testing::HasSubstr(words)) << arguments;
         EXPECT_EQ(result.out, "") << arguments;
     }
@@ -44,6 +47,9 @@ class ProgramTest : public testing::Test {
 
     TempFolder folder;
     std::string program;
+
+  private:
+    int messageLines_;
 };
 
 }  // namespace vorela::test
