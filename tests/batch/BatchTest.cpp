@@ -262,7 +262,9 @@ TEST_F(Batch, ForeignUnitsAndThePassBandAreToldAndResultFilesThatCannotBeWritten
     program += " --set Parameters.Period=40 --set Parameters.BandPass=1";
     const CommandResult result = Run("");
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.err, AllOf(HasSubstr("kPa"), HasSubstr("gain")));
+    EXPECT_THAT(result.err,
+                AllOf(HasSubstr("Pressure curve ZG is in \"kPa\", not in psi; nothing is converted"),
+                      HasSubstr("gain")));
     const CommandResult lost = Run("--export absent/out.csv --json absent/o.json");
     EXPECT_EQ(lost.status, 1);
     EXPECT_THAT(lost.err, AllOf(HasSubstr("absent/out.csv"), HasSubstr("absent/o.json")));

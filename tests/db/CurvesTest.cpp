@@ -148,16 +148,6 @@ TEST_F(Curves, ExtensionOnAnotherGridIsRefused) {
     }
 }
 
-TEST_F(Curves, ATransactionWithoutCommitLeavesNothing) {
-    {
-        const Transaction transaction(*database);
-        CurveWriter writer = Recreate("X_p");
-        writer.Put(100, 1.0F);
-        writer.Flush();
-    }
-    EXPECT_FALSE(HasCurve("L", "X_p"));
-}
-
 TEST_F(Curves, AFailingCallNamesItemFileAndStatus) {
     EXPECT_THAT(DescriptionOf([&] { CurveReader(*database, "L", "NONE", Between::linear); }),
                 testing::StartsWith("L/NONE/1 in " + DatabasePath() +

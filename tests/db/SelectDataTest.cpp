@@ -58,11 +58,7 @@ class SelectData : public test::DravikFixture {
     }
     void ExpectRefusal(bool accepted, MessageIcon icon, const std::string& text) {
         EXPECT_FALSE(accepted);
-        ASSERT_EQ(ports.boxes.size(), 1U) << text;
-        EXPECT_EQ(ports.boxes[0].icon, icon);
-        EXPECT_EQ(ports.boxes[0].title, "Corvane Vorela Utilities");
-        EXPECT_EQ(ports.boxes[0].text, text);
-        ports.boxes.clear();
+        EXPECT_EQ(ports.TakeBox(), (test::ShownBox{icon, "Corvane Vorela Utilities", text}));
     }
     std::vector<std::string> chosen;
 };
@@ -245,13 +241,6 @@ TEST_F(SelectData, CurvesMadeSinceAreFoundByARefreshAndTheChoiceStays) {
     EXPECT_FALSE(CurveInCommonList("new"));
     EXPECT_EQ(CurrentSelection().choice.flow, "RTC");
     EXPECT_EQ(CurrentSelection().choice.flowIndex, 1);
-}
-
-TEST_F(SelectData, ForeignUnitsAreTold) {
-    AddCurves("A", {Constant("ZG", 1, "bar"), Constant("RTC", 1, "rps"), Constant("PVLPOS", 1)});
-    Select({"A"});
-    EXPECT_THAT(UnitWarnings(),
-                ElementsAre("Pressure curve ZG is in \"bar\", not in psi; nothing is converted"));
 }
 
 }  // namespace
