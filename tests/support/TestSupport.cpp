@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <utility>
 
 namespace vorela::test {
 
@@ -68,12 +67,6 @@ ShownBox ScriptedPorts::TakeBox() {
 
 void ScriptedPorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {
     boxes.push_back({icon, title, text});
-}
-
-ShownBox ScriptedPorts::TakeBox() {
-    const std::vector<ShownBox> taken = std::exchange(boxes, {});
-    EXPECT_EQ(taken.size(), 1U);
-    return taken.empty() ? ShownBox{} : taken.front();
 }
 
 bool ScriptedPorts::AskYesNo(const std::string& title, const std::string& text) {

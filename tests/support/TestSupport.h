@@ -6,7 +6,6 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
-#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,7 +45,7 @@ CommandResult Run(const std::string& commandLine);
 RunTimeError ThrownBy(const std::function<void()>& body);
 
 struct ShownBox {
-    MessageIcon icon{};
+    MessageIcon icon;
     std::string title;
     std::string text;
     bool operator==(const ShownBox&) const = default;
@@ -74,9 +73,6 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
     void SetValue(int newValue) override;
     void SetText(const std::string& text) override { statusTexts.push_back(text); }
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
-
-    /// The one box that has been shown and not been taken; another number of boxes is a failure.
-    ShownBox TakeBox();
 
     std::deque<bool> answers;                      ///< to come, in order
     std::optional<SaveFileChoice> saveFileAnswer;  ///< nothing: cancelled
