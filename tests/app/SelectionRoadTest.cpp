@@ -2,6 +2,7 @@
 
 #include "analysis/modMain.h"
 #include "db/modSelectData.h"
+#include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 
 namespace vorela::test {
@@ -111,6 +112,7 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
         EXPECT_EQ(Find<QLabel>(dialog, "lblPercentage").text(), "0%");
         Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(-1);  // nothing chosen: one pass
         Click(dialog, "cmdCreate");
+        EXPECT_EQ(CurrentParameters().filterN, 1);
     });
     SetTab(3);
     auto& grid = Find<QTableWidget>(*window, "fgQuicklook");

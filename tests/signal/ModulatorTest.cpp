@@ -185,6 +185,10 @@ TEST_F(Modulator, CyclesStartAfreshWithANewSelectionAndWithADatasetImportedAgain
     ASSERT_TRUE(ReconstructValveCurve(0, true));
     EXPECT_EQ(boundaries.size(), 3U);
     EXPECT_EQ(CyclesOfTheLevel(), 3);
+    DeleteItem("L");
+    AddCurves("L", Level(3));
+    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    EXPECT_THAT(ReadCurve("L", "PVLSIG").samples, testing::ElementsAre(0.0F)) << "no change yet";
 }
 
 TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
