@@ -160,22 +160,25 @@ void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quan
     }
 }
 
+TimeSpan InHundredths(const PlottedRange& seconds) {
+    return {CheckedNarrow<std::int32_t>(std::int64_t{seconds.start} * 100, source),
+            CheckedNarrow<std::int32_t>(std::int64_t{seconds.end} * 100, source)};
+}
+
 /// The plotted span of a dataset in the requested mode. Nothing after a report.
-std::optional<TimeSpan> DecideSpan(const PlotRequest& request, const DatasetRecord& record) {
+std::optional<TimeSpan> DecideSpan(const PlotRequest& request, std::size_t dataset,
+                                   const DatasetRecord& record) {
     return Attempt("Getting x-axis range", std::optional<TimeSpan>{}, [&]() -> std::optional<TimeSpan> {
         if (request.mode == TimeMode::zoomed)
             return request.zoom;
-        // All data grow with the record and a specific zone is the viewer's: only a fixed range turns pages.
-        const bool pages = request.mode == TimeMode::follow && PrsOpt().fixed && !PrsOpt().timeAuto;
-        if (!pages) {
-            const TimeSpan chosen = ChosenSpan(PrsOpt(), record.extentA, record.extentB);
-            UpdateTimeRange(chosen.start, chosen.end);
-        } else {
-            while (const std::optional<TimeSpan> next = FollowingSpan(PrsOpt(), record.extentB))
-                UpdateTimeRange(next->start, next->end);
-        }
-        return TimeSpan{CheckedNarrow<std::int32_t>(std::int64_t{PrsOpt().rangeStart} * 100, source),
-                        CheckedNarrow<std::int32_t>(std::int64_t{PrsOpt().rangeEnd} * 100, source)};
+        const auto plotted = [] { return InHundredths({PrsOpt().rangeStart, PrsOpt().rangeEnd}); };
+        const bool pages = request.mode == TimeMode::follow && TurnsPages(PrsOpt());
+        const TimeSpan span = pages ? InHundredths(PageThatShows(PrsOpt(), record.extentB))
+                                    : ChosenSpan(PrsOpt(), record.extentA, record.extentB);
+        if (!pages || span != plotted())
+            UpdateTimeRange(span.start, span.end);
+        NotePlottedRange(dataset);
+        return plotted();
     });
 }
 
@@ -216,7 +219,7 @@ bool ReadDataset(const PlotRequest& request, std::size_t dataset,
         return false;
     }
     if (information.datasets.empty()) {
-        const std::optional<TimeSpan> span = DecideSpan(request, record);
+        const std::optional<TimeSpan> span = DecideSpan(request, dataset, record);
         if (!span)
             return false;
         information.span = *span;

@@ -47,11 +47,18 @@ TimeSpan ChosenSpan(const PresentationOptions& options, std::int32_t first, std:
     return span;
 }
 
-std::optional<TimeSpan> FollowingSpan(const PresentationOptions& options, std::int32_t latest) {
-    if (latest <= std::int64_t{options.rangeEnd} * perSecond)
-        return std::nullopt;
-    return TimeSpan{Hundredths(std::int64_t{options.rangeStart} + options.timeRange),
-                    Hundredths(std::int64_t{options.rangeEnd} + options.timeRange)};
+bool TurnsPages(const PresentationOptions& options) {
+    return options.fixed && !options.timeAuto;
+}
+
+PlottedRange PageThatShows(const PresentationOptions& options, std::int32_t latest) {
+    PlottedRange page{options.rangeStart, options.rangeEnd};
+    std::int64_t width = options.timeRange;
+    while (latest > std::int64_t{page.end} * perSecond) {
+        page = RangeInSeconds(Hundredths(page.start + width), Hundredths(page.end + width));
+        width = page.end - page.start;
+    }
+    return page;
 }
 
 std::int32_t ElapsedOrigin(std::int32_t first) {

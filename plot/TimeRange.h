@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "plot/modPlotScales.h"
 
@@ -24,8 +23,10 @@ struct TimeSpan {
 /// The span that the time options choose for data from `first` to `last`, before it is widened to a minute.
 TimeSpan ChosenSpan(const PresentationOptions& options, std::int32_t first, std::int32_t last);
 
-/// The plotted range moved forward by TimeRange when `latest` lies beyond its end; nothing when it does not.
-std::optional<TimeSpan> FollowingSpan(const PresentationOptions& options, std::int32_t latest);
+/// Whether following data turns pages: all data grow with the record and a specific zone is the viewer's.
+bool TurnsPages(const PresentationOptions& options);
+/// The plotted range, moved forward by TimeRange as often as `latest` lies beyond its end.
+PlottedRange PageThatShows(const PresentationOptions& options, std::int32_t latest);
 
 /// Where elapsed time counts from: the first time rounded down to 10 s, so that "All data" begins at 0.
 std::int32_t ElapsedOrigin(std::int32_t first);

@@ -198,7 +198,10 @@ TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
     EXPECT_EQ(Get().span, (TimeSpan{0, 24000}));
     const auto follow = [](std::int32_t latest) {
         CurrentSelection().datasets[0].extentB = latest;
-        return Get(Request(1000, TimeMode::follow)).span;
+        const PlottedRange cursorsStandIn = PlottedRangeOf(0);
+        const TimeSpan span = Get(Request(1000, TimeMode::follow)).span;
+        EXPECT_EQ(cursorsStandIn, (PlottedRange{span.start / 100, span.end / 100}));
+        return span;
     };
     EXPECT_EQ(follow(9990), (TimeSpan{0, 24000}));
     EXPECT_EQ(follow(24000), (TimeSpan{0, 24000}));
