@@ -241,12 +241,12 @@ void DrawCurves(const Cell& cell, DrawingTools& tools) {
     cell.surface.SetSmooth(false);
 }
 
-/// A key for each curve drawn, from the right in the first row below the title's.
+/// A key for each curve drawn, from the right in the first row below the title's, beside the axis values.
 void DrawLegend(const Cell& cell, DrawingTools& tools) {
     const double gap = cell.layout.gap;
     const int row = TitleFits(cell) ? 2 : 3;
     const double bottom = cell.area.top + row * (gap + cell.layout.fontHeight);
-    double x = cell.area.right - 2 * gap;
+    double x = cell.area.right - 2 * gap - cell.TopTextWidth(cell.contents.rightAxis);
     for (auto quantity = cell.contents.curves.rbegin(); quantity != cell.contents.curves.rend(); ++quantity) {
         const PlottedCurve* curve = FindCurve(cell.information, *quantity);
         if (curve == nullptr)
