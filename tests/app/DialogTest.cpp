@@ -17,33 +17,33 @@
 namespace vorela::test {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
+using ::testing::FieldsAre;
 
 class Parameters : public WindowFixture {};
 
+void Retype(QLineEdit& box, const char* text) {
+    box.selectAll();
+    QTest::keyClick(&box, Qt::Key_Delete);
+    QTest::keyClicks(&box, text);
+}
+
 TEST_F(Parameters, RefusedBoxIsToldAndKeepsTheFocusAndItsText) {
-    const struct {
-        const char* box;
-        const char* refused;
-        const char* message;
-    } rows[] = {{"txtPeriod", "19.9", "Period of test: Out of range"},
-                {"txtTD", "", "Total depth: Out of range"},
-                {"txtDLen", "1000.01", "Dravik filter length: Out of range"}};
-    for (const auto& row : rows) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"txtPeriod", "19.9", "Period of test: Out of range"},
+        {"txtTD", "", "Total depth: Out of range"},
+        {"txtDLen", "1000.01", "Dravik filter length: Out of range"}};
+    for (const auto& [name, refused, message] : rows) {
         frmParameters dialog;
         dialog.show();
-        auto& box = Find<QLineEdit>(dialog, row.box);
-        box.selectAll();
-        QTest::keyClick(&box, Qt::Key_Delete);
-        QTest::keyClicks(&box, row.refused);
-        ports.boxes.clear();
+        auto& box = Find<QLineEdit>(dialog, name);
+        Retype(box, refused);
         Click(dialog, "cmdOK");
-        ASSERT_EQ(ports.boxes.size(), 1U) << row.box;
-        EXPECT_EQ(ports.boxes[0].icon, MessageIcon::exclamation);
-        EXPECT_EQ(ports.boxes[0].text, row.message);
+        EXPECT_EQ(ports.TakeBox(), (ShownBox{MessageIcon::exclamation, "Corvane Vorela Utilities", message}));
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_EQ(dialog.focusWidget(), &box);
-        EXPECT_EQ(box.selectedText(), row.refused);
+        EXPECT_EQ(box.selectedText(), refused);
     }
 }
 
@@ -54,9 +54,7 @@ TEST_F(Parameters, OkStoresWhatWasTypedAndChosen) {
     EXPECT_EQ(Find<QLabel>(dialog, "lblSlope").text(), "0.05 rps/ft/min");
     Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(3);
     EXPECT_TRUE(Find<QLineEdit>(dialog, "txtSlope").isEnabled());
-    auto& box = Find<QLineEdit>(dialog, "txtPeriod");
-    box.selectAll();
-    QTest::keyClicks(&box, "120.5");
+    Retype(Find<QLineEdit>(dialog, "txtPeriod"), "120.5");
     Find<QCheckBox>(dialog, "chkBandPass").setChecked(true);
     Click(dialog, "cmdOK");
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
@@ -86,17 +84,9 @@ TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
     std::string problem;
     const auto listed = ListDatasets(Api(), DatabasePath(), problem);
     ASSERT_TRUE(listed) << problem;
-    ASSERT_EQ(listed->size(), 3U);
-    const DatasetListing& beta = (*listed)[1];
-    EXPECT_EQ(beta.name, "BETA");
-    EXPECT_EQ(beta.indexKind, DK_INDEX_TIME);
-    EXPECT_EQ(beta.depth, 6100.0);
-    EXPECT_EQ(beta.started, 1700000000);
-    EXPECT_EQ(beta.length, 1999.9);
-    EXPECT_TRUE(beta.recording);
-    EXPECT_FALSE((*listed)[0].recording);
-    EXPECT_EQ((*listed)[2].indexKind, DK_INDEX_DEPTH);
-    EXPECT_EQ((*listed)[2].length, 5.0);
+    EXPECT_THAT(*listed, ElementsAre(FieldsAre("ALPHA", DK_INDEX_TIME, 6000.5, _, 1999.9, false),
+                                     FieldsAre("BETA", DK_INDEX_TIME, 6100.0, 1700000000, 1999.9, true),
+                                     FieldsAre("DEPTHRUN", DK_INDEX_DEPTH, _, _, 5.0, false)));
 }
 
 TEST_F(Chooser, FileThatIsNoDatabaseIsNamedAndNotMade) {
@@ -154,13 +144,12 @@ TEST_F(QtBoxes, ShowTitleTextWithLineBreaksAndAnswerYesOrNo) {
         EXPECT_EQ(box(dialog).standardButtons(), QMessageBox::Ok);
         dialog.accept();
     });
+    qtPorts.Show(MessageIcon::critical, "Vorela", "one\rtwo <b>");
     for (const auto button : {QMessageBox::Yes, QMessageBox::No})
         script.Then("msgBox", [&box, button](QDialog& dialog) { box(dialog).button(button)->click(); });
     script.Then("msgBox", [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
-    qtPorts.Show(MessageIcon::critical, "Vorela", "one\rtwo <b>");
-    EXPECT_TRUE(qtPorts.AskYesNo("Vorela", "?"));
-    EXPECT_FALSE(qtPorts.AskYesNo("Vorela", "?"));
-    EXPECT_FALSE(qtPorts.AskYesNo("Vorela", "?"));
+    for (const bool answer : {true, false, false})
+        EXPECT_EQ(qtPorts.AskYesNo("Vorela", "?"), answer);
 }
 
 TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {

@@ -65,11 +65,9 @@ TEST_F(MainWindow, WithoutDataOnlyWhatAsksForDataSaysSo) {
         SetTab(tab);
     EXPECT_TRUE(ports.boxes.empty());
     for (const char* entry : {"mnuView0", "mnuAction0", "mnuFile6", "mnuFile7"}) {
-        ports.boxes.clear();
         Trigger(entry);
-        ASSERT_EQ(ports.boxes.size(), 1U) << entry;
-        EXPECT_EQ(ports.boxes[0].title, "Vorela");
-        EXPECT_EQ(ports.boxes[0].text, "No data selected");
+        const ShownBox box = ports.TakeBox();
+        EXPECT_EQ(box.title + ": " + box.text, "Vorela: No data selected") << entry;
     }
 }
 
@@ -130,8 +128,7 @@ TEST_F(MainWindow, TextEditorCommitsOnEnterLeavesOnEscapeAndStaysWhenRefused) {
     EditCell("fgQuicklook", quicklookViscosityRow);
     editor.setText("much");
     QTest::keyClick(&editor, Qt::Key_Enter);
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].text, "Viscosity: Out of range");
+    EXPECT_EQ(ports.TakeBox().text, "Viscosity: Out of range");
     EXPECT_TRUE(editor.isVisible());
     EXPECT_EQ(editor.selectedText(), "much");
     QTest::keyClick(&editor, Qt::Key_Escape);
@@ -287,28 +284,18 @@ TEST_F(MainWindow, DatasetDeletedUnderTheSelectionIsReportedOnceForEachAction) {
 
 TEST_F(MainWindow, GarbageInEverySettingStillOpensTheWindow) {
     std::string garbage;
-    for (const char* section : {"Presentation", "Plot", "Parameters", "Dataset", "Cursors", "Window"}) {
-        garbage += std::string("[") + section + "]\n";
-        for (const char* key : {"Period", "NumInts", "0CycleNo", "FilterN", "DFilt", "TimeRange", "NPlots",
-                                "Y1", "Cursor1", "Left", "Width", "PresCurveNum"})
-            garbage += std::string(key) + "=1e999 \xff\xfe;=\n";
-    }
-    WriteAll(SettingsFilePath(), garbage);
+    for (const char* key : {"Period", "NumInts", "0CycleNo", "FilterN", "DFilt", "TimeRange", "NPlots", "Y1",
+                            "Cursor1", "Left", "Width", "PresCurveNum"})
+        garbage += std::string(key) + "=1e999 \xff\xfe;=\n";
+    WriteSettings("[Presentation]\n" + garbage + "[Plot]\n" + garbage + "[Parameters]\n" + garbage +
+                  "[Dataset]\n" + garbage + "[Cursors]\n" + garbage + "[Window]\n" + garbage);
     frmMain second(qtPorts);
     EXPECT_TRUE(second.Load());
     second.show();
     EXPECT_TRUE(second.screen()->availableGeometry().contains(second.geometry()));
 }
 
-TEST(WindowPlace, StaysWhollyOnAScreen) {
-    const std::vector<QRect> screens{{0, 0, 1000, 800}, {1000, 0, 500, 600}};
-    EXPECT_EQ(PlaceOnScreens({100, 100, 300, 200}, screens), QRect(100, 100, 300, 200));
-    EXPECT_EQ(PlaceOnScreens({5000, -900, 300, 200}, screens), QRect(700, 0, 300, 200));
-    EXPECT_EQ(PlaceOnScreens({1100, 500, 300, 200}, screens), QRect(1100, 400, 300, 200));
-    EXPECT_EQ(PlaceOnScreens({-50, -50, 4000, 3000}, screens), QRect(0, 0, 1000, 800));
-}
-
-TEST(WindowPlace, IsReadBackAsWritten) {
+TEST(WindowPlace, IsReadBackAsWrittenAndStaysWhollyOnAScreen) {
     const TempFolder folder;
     SetSettingsFilePath(folder.File("Vorela.ini"));
     EXPECT_FALSE(ReadWindowPlace());
@@ -317,6 +304,11 @@ TEST(WindowPlace, IsReadBackAsWritten) {
     ASSERT_TRUE(place);
     EXPECT_EQ(place->normal, QRect(-20, 30, 640, 480));
     EXPECT_TRUE(place->maximized);
+    const std::vector<QRect> screens{{0, 0, 1000, 800}, {1000, 0, 500, 600}};
+    EXPECT_EQ(PlaceOnScreens({100, 100, 300, 200}, screens), QRect(100, 100, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({5000, -900, 300, 200}, screens), QRect(700, 0, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({1100, 500, 300, 200}, screens), QRect(1100, 400, 300, 200));
+    EXPECT_EQ(PlaceOnScreens({-50, -50, 4000, 3000}, screens), QRect(0, 0, 1000, 800));
 }
 
 }  // namespace

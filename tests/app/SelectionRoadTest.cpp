@@ -52,27 +52,25 @@ TEST_F(SelectionRoad, DialogAddsRefusesRemovesAndCancelDiscardsTheWholeSelection
 }
 
 TEST_F(SelectionRoad, QuestionsComeInTheirOrderForEveryCombinationOfMissingCurves) {
-    const struct {
-        std::vector<const char*> curves;
-        const char* question;
-    } kinds[] = {{{"ZG_p", "RTC_qs"},
-                  "Vorela filtered spinner and pressure curves don't exist in all of the selected "
-                  "datasets.\r\rDo you want to create the filtered curves in the datasets?"},
-                 {{"PVLSIG"},
-                  "The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected "
-                  "datasets.\r\rDo you want to create the PVLSIG curve in the datasets?"},
-                 {{"RTC_f"},
-                  "The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets."
-                  "\r\rDo you want to create the curve in the datasets?"}};
+    const std::pair<std::vector<const char*>, const char*> kinds[] = {
+        {{"ZG_p", "RTC_qs"},
+         "Vorela filtered spinner and pressure curves don't exist in all of the selected "
+         "datasets.\r\rDo you want to create the filtered curves in the datasets?"},
+        {{"PVLSIG"},
+         "The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected "
+         "datasets.\r\rDo you want to create the PVLSIG curve in the datasets?"},
+        {{"RTC_f"},
+         "The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets."
+         "\r\rDo you want to create the curve in the datasets?"}};
     for (int mask = 0; mask < 8; ++mask) {
         const std::string name = "SET" + std::to_string(mask);
         MakeLevel(name, 6000 + mask, 1);
         std::vector<std::string> expected;
         for (int kind = 0; kind < 3; ++kind) {
             if ((mask >> kind & 1) != 0)
-                expected.emplace_back(kinds[kind].question);
+                expected.emplace_back(kinds[kind].second);
             else
-                for (const char* curve : kinds[kind].curves)
+                for (const char* curve : kinds[kind].first)
                     AddCurve(name, {curve, "", 20000, [](std::int32_t t) { return t; }});
         }
         InitialiseDatasetVariables();
@@ -94,10 +92,10 @@ TEST_F(SelectionRoad, CurvesFilteredByTheAcquisitionSystemAreWarnedOf) {
     Append("LONGVALVE", ValveCurves({6000, period, 20000})[0], 10);
     ports.answers = {false, false, false};
     SelectThroughDialog({"LONGVALVE"});
-    ASSERT_EQ(ports.boxes.size(), 1U);
-    EXPECT_EQ(ports.boxes[0].icon, MessageIcon::information);
+    const ShownBox box = ports.TakeBox();
+    EXPECT_EQ(box.icon, MessageIcon::information);
     EXPECT_EQ(
-        ports.boxes[0].text,
+        box.text,
         "The selected datasets contain pressure and flow curves that have been filtered by Dravik.\r"
         "This can adversely effect the phase angle calculation and distort Vorela's calculated outputs.\r\r"
         "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
@@ -128,17 +126,16 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
     emit Find<QComboBox>(*window, "cboCycle").activated(1);
     ports.saveFileAnswer = SaveFileChoice{folder.File("window.csv"), 1};
     Trigger("mnuFile2");
-    ASSERT_EQ(ports.boxes.size(), 1U) << ports.boxes[0].text;
-    EXPECT_EQ(ports.boxes[0].text, "Created " + folder.File("window.csv"));
+    EXPECT_EQ(ports.TakeBox().text, "Created " + folder.File("window.csv"));
     const std::string written = ReadAll(folder.File("window.csv"));
     EXPECT_THAT(written, HasSubstr("Porosity (v/v),0.2\r\r\n"));
     EXPECT_THAT(written, HasSubstr("Cycle number,2\r\r\n"));
 
     WriteAll(folder.File("batch.ini"), "[Parameters]\nCompressibility=0.000003\n");
-    const CommandResult batch = test::Run(
-        std::string(VORELA_BIN_DIR "/vorela-batch '") + DatabasePath() + "' LEVEL1 LEVEL2 --settings '" +
-        folder.File("batch.ini") + "' --set Parameters.1Porosity=0.2 --set Parameters.0CycleNo=2 --export '" +
-        folder.File("batch.csv") + "'");
+    const CommandResult batch =
+        test::Run("cd '" + folder.Path().string() + "'; " VORELA_BIN_DIR "/vorela-batch '" + DatabasePath() +
+                  "' LEVEL1 LEVEL2 --settings batch.ini --set Parameters.1Porosity=0.2"
+                  " --set Parameters.0CycleNo=2 --export batch.csv");
     ASSERT_EQ(batch.status, 0) << batch.err;
     EXPECT_EQ(ReadAll(folder.File("batch.csv")), written);
 }

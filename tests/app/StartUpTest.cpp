@@ -1,27 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "app/StartUp.h"
-#include "general/SettingsFile.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
 namespace {
 
-class StartUpTest : public ::testing::Test {
-  protected:
-    StartUpTest() { SetSettingsFilePath(path); }
-    test::TempFolder folder;
-    std::string path = folder.File("Vorela.ini");
-};
+class StartUpTest : public test::SettingsFixture {};
 
 TEST_F(StartUpTest, stampsOnlyAVersionThatDiffers) {
     EXPECT_EQ(VersionText({1, 0, 5}), "1.05");
     EXPECT_EQ(VersionText({2, 1, 12}), "2.112");
-    const struct {
-        const char* before;
-        ProgramVersion running;
-        const char* after;
-    } cases[] = {
+    const std::tuple<const char*, ProgramVersion, const char*> cases[] = {
         {"", {1, 0, 5}, "[Version]\r\nVersion=1.05\r\n"},
         {"[Version]\nVersion=1.05 \n", {1, 0, 5}, "[Version]\nVersion=1.05 \n"},
         {"[Version]\nVersion=1.05\n[Plot]\nY1=3\n", {1, 0, 6}, "[Version]\nVersion=1.06\n[Plot]\nY1=3\n"},
@@ -29,12 +21,10 @@ TEST_F(StartUpTest, stampsOnlyAVersionThatDiffers) {
         {"[Version]\nVersion=-1\n", {1, 0, 5}, "[Version]\nVersion=-1\n"},
         {"[Version]\nVersion=1.054\n", {1, 0, 5}, "[Version]\nVersion=1.054\n"},
     };
-    for (const auto& c : cases) {
-        std::filesystem::remove(path);
-        if (*c.before)
-            test::WriteAll(path, c.before);
-        StampVersion(c.running, path);
-        EXPECT_EQ(test::ReadAll(path), c.after) << c.before;
+    for (const auto& [before, running, after] : cases) {
+        WriteSettings(before);
+        StampVersion(running, SettingsFilePath());
+        EXPECT_EQ(Settings(), after) << before;
     }
 }
 
@@ -42,10 +32,10 @@ TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     EXPECT_EQ(ReadCursorSettings().cursor1, 33.33F);
     EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
     WriteCursorSettings({12.5F, 150.0F});
-    EXPECT_EQ(test::ReadAll(path), "[Cursors]\r\nCursor1=12.5\r\nCursor2=150\r\n");
+    EXPECT_EQ(Settings(), "[Cursors]\r\nCursor1=12.5\r\nCursor2=150\r\n");
     EXPECT_EQ(ReadCursorSettings().cursor2, 150.0F);
     // Keys of garbage read as 0, as every number of the settings does.
-    test::WriteAll(path, "[Cursors]\nCursor1=x\n");
+    WriteSettings("[Cursors]\nCursor1=x\n");
     EXPECT_EQ(ReadCursorSettings().cursor1, 0.0F);
 }
 

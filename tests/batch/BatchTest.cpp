@@ -51,22 +51,21 @@ double FormulaPermeability(double hpi, double phase, double height) {
 TEST_F(Batch, SimulatedFourLevelWellComesBackWithTheTruthDeepestLevelFirst) {
     Simulate("--levels 4");
     const Json results = Results("LEVEL2 LEVEL4 LEVEL1 LEVEL3");
-    const struct {
-        const char* name;
-        double depth, hpi, lag;
-    } levels[] = {{"LEVEL4", 9900, 0.000945294912, 11.9359405},
-                  {"LEVEL3", 9800, 0.00473698303, 12.2971022},
-                  {"LEVEL2", 9700, 0.00546900804, 12.6506353},
-                  {"LEVEL1", 9600, 0.00636224646, 12.3635066}};
+    const std::tuple<const char*, double, double, double> levels[] = {
+        {"LEVEL4", 9900, 0.000945294912, 11.9359405},
+        {"LEVEL3", 9800, 0.00473698303, 12.2971022},
+        {"LEVEL2", 9700, 0.00546900804, 12.6506353},
+        {"LEVEL1", 9600, 0.00636224646, 12.3635066}};
     ASSERT_EQ(results["levels"].size(), 4U);
     for (std::size_t i = 0; i < 4; ++i) {
         const Json& level = results["levels"][i];
-        EXPECT_EQ(level["dataset"], levels[i].name);
-        EXPECT_EQ(level["depth"], levels[i].depth);
+        const auto& [name, depth, hpi, lag] = levels[i];
+        EXPECT_EQ(level["dataset"], name);
+        EXPECT_EQ(level["depth"], depth);
         EXPECT_EQ(level["recording"], false);
         EXPECT_EQ(level["step"], 10);
-        EXPECT_NEAR(level["hpi"], levels[i].hpi, levels[i].hpi * 1e-3);
-        EXPECT_NEAR(level["phaseLag"], levels[i].lag, 0.05);
+        EXPECT_NEAR(level["hpi"], hpi, hpi * 1e-3);
+        EXPECT_NEAR(level["phaseLag"], lag, 0.05);
         EXPECT_EQ(level["cycles"].size(), level["cycleCount"]);
         EXPECT_TRUE(level["cycles"].back()["pressure"].is_null()) << "the last cycle is not covered";
         EXPECT_TRUE(level["cycles"].back()["valve"].is_object());

@@ -3,6 +3,7 @@
 #include <clocale>
 #include <functional>
 #include <limits>
+#include <tuple>
 
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
@@ -13,20 +14,16 @@ namespace vorela {
 namespace {
 
 TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
-    const struct {
-        double value;
-        int decimals;
-        const char* text;
-    } cases[] = {
+    const std::tuple<double, int, const char*> cases[] = {
         {0, 0, "0"},           {0.00000005, 0, "0"},   {0.5, 3, "0.5"},       {0.01, 5, "0.01"},
         {0.02, 4, "0.02"},     {0.123456, 3, "0.123"}, {2, 0, "2"},           {2.5, 2, "2.5"},
         {2.0005, 0, "2"},      {250.75, 1, "250.8"},   {1500.7, 0, "1501"},   {-0.123456, 3, "-0.123"},
         {-1500.7, 0, "-1501"}, {5.001, 2, "5"},        {-0.00000005, 0, "0"}, {9.999, 2, "10"},
         {20.0005, 1, "20"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(DecimalsFor(c.value), c.decimals) << c.value;
-        EXPECT_EQ(FormatNumber(c.value), c.text);
+    for (const auto& [value, decimals, text] : cases) {
+        EXPECT_EQ(DecimalsFor(value), decimals) << value;
+        EXPECT_EQ(FormatNumber(value), text);
     }
 }
 
