@@ -173,6 +173,7 @@ void WithIntervalNamed(const std::string& label, const std::function<void()>& bo
 }
 
 bool GetIntervalInformation() {
+    const StatusScope status(step::gettingIntervalInformation);
     return Attempt(step::gettingIntervalInformation, [] {
         std::vector<IntervalRecord>& intervals = CurrentIntervals();
         intervals.clear();

@@ -307,6 +307,7 @@ ResultGrid& Grid(GridKind kind) {
 }
 
 bool SetUpGrid(GridKind kind) {
+    const StatusScope status(SetUpStep(kind));
     return Attempt(SetUpStep(kind), [kind] { Grid(kind) = EmptyGrid(kind); });
 }
 
@@ -410,13 +411,11 @@ std::string InterpretationText(char separator) {
 }
 
 bool WriteInterpretation(const std::string& path, int filterIndex) {
-    CurrentPorts().status->SetText(step::savingData);
-    const bool written = Attempt(step::savingData, [&] {
+    const StatusScope status(step::savingData);
+    return Attempt(step::savingData, [&] {
         constexpr int commaSeparated = 1;
         WriteFileAtomically(path, InterpretationText(filterIndex == commaSeparated ? ',' : '\t'));
     });
-    CurrentPorts().status->SetText("");
-    return written;
 }
 
 bool SaveInterpretation() {

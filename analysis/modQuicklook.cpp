@@ -57,6 +57,7 @@ std::vector<QuicklookRecord>& CurrentQuicklook() {
 }
 
 bool GetQuicklookInformation() {
+    const StatusScope status(step::gettingQuicklookInformation);
     return Attempt(step::gettingQuicklookInformation, [] {
         std::vector<QuicklookRecord>& records = CurrentQuicklook();
         records.clear();

@@ -112,7 +112,10 @@ void QtPorts::SetText(const std::string& text) {
         statusBar_->clearMessage();
     else
         statusBar_->showMessage(QString::fromStdString(text));
-    Repaint();
+}
+
+std::string QtPorts::Text() const {
+    return statusBar_ ? statusBar_->currentMessage().toStdString() : std::string();
 }
 
 void QtPorts::Repaint() {

@@ -26,7 +26,9 @@ class QtPorts final : public MessagePort, public ProgressPort, public StatusPort
     int Maximum() const override;
     int Value() const override;
     void SetValue(int value) override;
+    void Pulse() override { Repaint(); }
     void SetText(const std::string& text) override;
+    std::string Text() const override;
 
     /// The dialog is a QFileDialog named "CDlg".
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;

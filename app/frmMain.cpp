@@ -507,6 +507,9 @@ void frmMain::TimerTick() {
                             ShowCursorValues();
                         },
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
+    // What a hint asked for may have come with the recording.
+    if (!hints_.isEmpty() && ui_->statBar->currentMessage() == hints_)
+        ShowSelectionHints();
     running_ = false;
     if (closeWanted_)
         close();

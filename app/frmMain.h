@@ -132,6 +132,7 @@ class frmMain : public QMainWindow {
     QTimer tmrMain_;
     QPointer<dlgHelp> help_;
     RepeatedMessages repeated_;
+    QString hints_;  ///< as last shown in the status bar
     QRect normalPlace_;
     bool running_ = false;
     bool loading_ = false;

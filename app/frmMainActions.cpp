@@ -139,7 +139,8 @@ void frmMain::ShowSelectionHints() {
     });
     if (unmeasured)
         hints << tr("No cycles yet: choose Action, Calculate cycle info...");
-    ui_->statBar->showMessage(hints.join(QStringLiteral("; ")));
+    hints_ = hints.join(QStringLiteral("; "));
+    ui_->statBar->showMessage(hints_);
 }
 
 void frmMain::SaveInterpretationEntry() {
@@ -237,6 +238,7 @@ void frmMain::ShowNewCycles() {
     FillLevelGrid();
     ShowGrid(levelTab);
     UpdateMainWindow();
+    ShowSelectionHints();
 }
 
 void frmMain::ReconstructValveEntry() {

@@ -19,6 +19,7 @@ class ConsolePorts final : public MessagePort, public ProgressPort, public Statu
     int Value() const override { return value_; }
     void SetValue(int value) override;
     void SetText(const std::string& text) override;
+    std::string Text() const override { return status_; }
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
 
     /// Boxes with the critical or exclamation icon shown so far.

@@ -27,12 +27,16 @@ class ProgressPort {
     virtual int Maximum() const = 0;
     virtual int Value() const = 0;
     virtual void SetValue(int value) = 0;
+    /// The work goes on: a window may show what has changed.
+    virtual void Pulse() {}
 };
 
 class StatusPort {
   public:
     virtual ~StatusPort() = default;
+    /// Shown at once; nothing else happens meanwhile.
     virtual void SetText(const std::string& text) = 0;
+    virtual std::string Text() const = 0;
 };
 
 struct SaveFileChoice {

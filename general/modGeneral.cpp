@@ -19,6 +19,7 @@ class SilentPorts final : public MessagePort, public ProgressPort, public Status
     int Value() const override { return value_; }
     void SetValue(int value) override { value_ = value; }
     void SetText(const std::string&) override {}
+    std::string Text() const override { return {}; }
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest&) override { return std::nullopt; }
 
   private:
@@ -115,6 +116,20 @@ void UpdateProgressBar(ProgressPort& bar, std::int32_t currentCount) {
     }
 }
 
+StatusScope::StatusScope() : before_(CurrentPorts().status->Text()) {}
+
+StatusScope::StatusScope(const std::string& text) : StatusScope() {
+    CurrentPorts().status->SetText(text);
+}
+
+StatusScope::~StatusScope() {
+    try {
+        CurrentPorts().status->SetText(before_);
+    } catch (...) {
+        SetCurrentError(ErrorFromCurrentException("StatusScope"));
+    }
+}
+
 ProgressScope::ProgressScope(std::int32_t startCount, std::int32_t endCount) {
     InitProgressBar(*CurrentPorts().progress, startCount, endCount);
 }
@@ -122,7 +137,6 @@ ProgressScope::ProgressScope(std::int32_t startCount, std::int32_t endCount) {
 ProgressScope::~ProgressScope() {
     try {
         CurrentPorts().progress->SetValue(0);
-        CurrentPorts().status->SetText("");
     } catch (...) {
         SetCurrentError(ErrorFromCurrentException("ProgressScope"));
     }
@@ -130,6 +144,7 @@ ProgressScope::~ProgressScope() {
 
 void ProgressScope::Update(std::int32_t currentCount) {
     UpdateProgressBar(*CurrentPorts().progress, currentCount);
+    CurrentPorts().progress->Pulse();
 }
 
 }  // namespace vorela

@@ -70,14 +70,27 @@ void InitProgressBar(ProgressPort& bar, std::int32_t startCount, std::int32_t en
 /// At most one tick for each call; never beyond the bar's maximum.
 void UpdateProgressBar(ProgressPort& bar, std::int32_t currentCount);
 
-/// Starts a progress bar and puts bar and status text back to rest at the end of the scope, also after an
+/// Shows a status text while it lives and puts back what stood there, also after an error.
+class StatusScope {
+  public:
+    explicit StatusScope(const std::string& text);
+    ~StatusScope();
+    StatusScope(const StatusScope&) = delete;
+    StatusScope& operator=(const StatusScope&) = delete;
+
+  protected:
+    StatusScope();  ///< leaves the text for now
+
+  private:
+    std::string before_;
+};
+
+/// Starts a progress bar; puts it to rest and the status text back at the end of the scope, also after an
 /// error.
-class ProgressScope {
+class ProgressScope : private StatusScope {
   public:
     ProgressScope(std::int32_t startCount, std::int32_t endCount);
     ~ProgressScope();
-    ProgressScope(const ProgressScope&) = delete;
-    ProgressScope& operator=(const ProgressScope&) = delete;
     void Update(std::int32_t currentCount);
 };
 

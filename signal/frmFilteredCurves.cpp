@@ -47,8 +47,11 @@ class DialogProgress final : public ProgressPort, public StatusPort {
     }
     void SetText(const std::string& text) override {
         ui_.lblStatus->setText(QString::fromStdString(text));
+        ui_.lblStatus->repaint();
         window_.status->SetText(text);
     }
+    std::string Text() const override { return window_.status->Text(); }
+    void Pulse() override { window_.progress->Pulse(); }
 
   private:
     Ui::frmFilteredCurves& ui_;

@@ -330,11 +330,10 @@ bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, co
             refusal + "\rDo this using the Calculate cycle info... option in the Action menu.");
         return false;
     }
-    CurrentPorts().status->SetText(recalculatingStatus);
+    const StatusScope status(recalculatingStatus);
     bool done = true;
     for (std::size_t i = 0; done && i < datasets.size(); ++i)
         done = !Analysis().recalculate || Analysis().recalculate(i, source);
-    CurrentPorts().status->SetText("");
     return done;
 }
 
@@ -398,11 +397,10 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
             return false;
         if (!FilteredCurvesAreThere())
             return false;
-        for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i) {
-            CurrentPorts().status->SetText(creatingStatus);
+        const StatusScope status(creatingStatus);
+        for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
             if (!ReconstructValveCurve(i, false))
                 return false;
-        }
         return RefreshCommonCurves();
     });
 }

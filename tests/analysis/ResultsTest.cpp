@@ -1,4 +1,5 @@
 // Level, interval and quicklook values from hand-made cycle records; grids and export as bytes.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -102,6 +103,19 @@ TEST_F(Results, SpinnerTypesConvertWithTheirOwnFactors) {
         EXPECT_EQ(*CurrentIntervals()[2].intervalHpi, 0);
         EXPECT_EQ(*CurrentIntervals()[2].intervalPhase, 0);
     }
+}
+
+TEST_F(Results, StatusLineNamesTheWorkAndThenShowsWhatStoodThere) {
+    ports.statusTexts = {"before"};
+    RefreshGrids();
+    SetUpGrid(GridKind::level);
+    SetUpGrid(GridKind::quicklook);
+    SetUpGrid(GridKind::summary);
+    EXPECT_THAT(ports.statusTexts,
+                testing::ElementsAre("before", "Getting interval information", "before",
+                                     "Getting quicklook information", "before", "Setting up level flexgrid",
+                                     "before", "Setting up signal flexgrid", "before",
+                                     "Setting up summary flexgrid", "before"));
 }
 
 TEST_F(Results, ThereAreNoIntervalsWhileALevelLacksACycleASelectionOrResults) {

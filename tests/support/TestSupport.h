@@ -72,6 +72,7 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
     int Value() const override { return value; }
     void SetValue(int newValue) override;
     void SetText(const std::string& text) override { statusTexts.push_back(text); }
+    std::string Text() const override { return statusTexts.empty() ? "" : statusTexts.back(); }
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
 
     std::deque<bool> answers;                      ///< to come, in order
