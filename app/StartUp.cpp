@@ -17,7 +17,6 @@
 namespace vorela {
 namespace {
 
-constexpr const char* loadingStep = "Loading Corvane Vorela Utilities";
 constexpr const char* cursorsSection = "Cursors";
 constexpr const char* helpFileName = "Vorela.hlp";
 
@@ -93,7 +92,7 @@ void ComposeRooms() {
 }
 
 bool StartUp() {
-    return Attempt(loadingStep, false, [] {
+    return Attempt(step::loadingVorela, false, [] {
         const std::string folder = ApplicationFolder();
         SetSettingsFilePath(DefaultSettingsFilePath());
         HelpFileState() = folder + "/" + helpFileName;

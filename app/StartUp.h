@@ -42,4 +42,8 @@ bool StartUp();
 void ComposeRooms();
 CursorPositions& CurrentCursorPositions();
 
+namespace step {
+inline constexpr const char* loadingVorela = "Loading Corvane Vorela Utilities";
+}  // namespace step
+
 }  // namespace vorela

@@ -6,12 +6,19 @@
 #include "app/StartUp.h"
 #include "app/frmMain.h"
 #include "dravik/chooser/Chooser.h"
+#include "general/modGeneral.h"
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
 
 int main(int argc, char* argv[]) {
-    const std::optional<vorela::SingleInstance> instance = vorela::SingleInstance::Acquire("Vorela");
-    if (!instance)
+    std::optional<vorela::SingleInstance> instance;
+    vorela::RunTimeError fault;
+    try {
+        instance = vorela::SingleInstance::Acquire("Vorela");
+    } catch (...) {
+        fault = vorela::ErrorFromCurrentException("Vorela");
+    }
+    if (!instance && fault.number == 0)
         return 0;
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vorela"));
@@ -22,7 +29,11 @@ int main(int argc, char* argv[]) {
     }
     vorela::QtPorts ports;
     vorela::CurrentPorts() = ports.AsPorts();
-    if (!vorela::StartUp())
+    if (fault.number != 0) {
+        vorela::SetCurrentError(fault);
+        vorela::ReportError(vorela::step::loadingVorela);
+    }
+    if (fault.number != 0 || !vorela::StartUp())
         return 1;
     vorela::RegisterChooser(vorela::LoadedLibraries().database);
     vorela::frmMain window(ports);

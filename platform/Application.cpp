@@ -34,6 +34,10 @@ bool IsInstalled(const std::string& program) {
     return false;
 }
 
+int OpenLockFile(const std::string& path) {
+    return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+}
+
 }  // namespace
 
 std::string ApplicationFolder() {
@@ -52,10 +56,13 @@ std::string DefaultSettingsFilePath() {
 }
 
 std::optional<SingleInstance> SingleInstance::Acquire(const std::string& name) {
-    const std::string folder =
-        EnvironmentOr("XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string());
-    const std::string path = folder + "/" + name + "-" + std::to_string(getuid()) + ".lock";
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    const std::string file = "/" + name + "-" + std::to_string(getuid()) + ".lock";
+    const std::string temporary = std::filesystem::temp_directory_path().string();
+    // The session's own folder may be named without being there (another user's environment, no session).
+    std::string path = EnvironmentOr("XDG_RUNTIME_DIR", temporary) + file;
+    int descriptor = OpenLockFile(path);
+    if (descriptor < 0)
+        descriptor = OpenLockFile(path = temporary + file);
     if (descriptor < 0)
         throw std::system_error(errno, std::generic_category(), path);
     if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {

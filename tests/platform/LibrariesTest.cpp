@@ -74,11 +74,14 @@ TEST_F(LibrariesTest, reportsAReleaseThatFails) {
 
 TEST(SingleInstance, isHeldOnceUntilItsHolderLetsGo) {
     const std::string name = "vorela-test-" + std::to_string(getpid());
-    auto first = SingleInstance::Acquire(name);
-    EXPECT_TRUE(first);
-    EXPECT_FALSE(SingleInstance::Acquire(name));
-    first.reset();
-    EXPECT_TRUE(SingleInstance::Acquire(name));
+    for (const char* folder : {"/tmp", "/nonexistent"}) {
+        setenv("XDG_RUNTIME_DIR", folder, 1);
+        auto first = SingleInstance::Acquire(name);
+        EXPECT_TRUE(first);
+        EXPECT_FALSE(SingleInstance::Acquire(name));
+        first.reset();
+        EXPECT_TRUE(SingleInstance::Acquire(name));
+    }
 }
 
 }  // namespace
