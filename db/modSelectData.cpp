@@ -144,7 +144,7 @@ bool ReadDataset(const Database& database, const std::string& name, DatasetRecor
             dataset.emplace(std::move(*found));
     });
     if (looked && !dataset)
-        Tell(MessageIcon::critical, attachFailed);
+        ReportError(attachFailed);
     if (!dataset)
         return false;
     if (!FillIndexDescription(*dataset, record))
@@ -434,6 +434,8 @@ bool AddDatasets() {
 void RemoveDatasets(std::vector<std::size_t> positions) {
     Attempt(removingDatasets, [&] {
         Selection& selection = CurrentSelection();
+        if (positions.empty() && !selection.datasets.empty())
+            return;  // what is remembered of the datasets stays
         // From the end, so that the positions still to visit stay valid.
         std::sort(positions.begin(), positions.end(), std::greater<>());
         positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
