@@ -54,14 +54,16 @@ void WarnOfDravikFilters() {
 /// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
 /// record.
 bool EndsBeforeValvePosition(const DatasetRecord& record, const CurveChoice& choice) {
-    const Database database(record.database);
+    Database database(record.database);
     if (!database.IsOpen())
         return false;
     const auto lastIndexOf = [&](const std::string& curve) {
         return Item(database, ItemPath(record.dataset, curve)).Info().extentLast;
     };
     const std::int32_t valveEnd = lastIndexOf(curve::valvePosition);
-    return lastIndexOf(choice.pressure) < valveEnd || lastIndexOf(choice.flow) < valveEnd;
+    const bool ends = lastIndexOf(choice.pressure) < valveEnd || lastIndexOf(choice.flow) < valveEnd;
+    Attempt("Tidying up Curves Filtered", [&] { database.Close(); });
+    return ends;
 }
 
 }  // namespace

@@ -55,6 +55,7 @@ constexpr int plotPage = 4;  // position in the stack of pages
 
 constexpr const char* stepLoad = "Load Failed";
 constexpr const char* stepUpdate = "Updating main window";
+constexpr const char* stepLayOut = "Moving progress bar";
 constexpr const char* stepTab = "Spinner Tab";
 constexpr const char* stepCursorValues = "Displaying cursor values";
 constexpr const char* stepAction = "Running an action of the main window";
@@ -224,9 +225,9 @@ bool frmMain::Load() {
         ReadParameters();
         ReadDatasetSettings();
         const CursorPositions positions = ReadCursorSettings();
-        CurrentCursorPositions() = positions;
         cursors_->setCursor1(positions.cursor1);
         cursors_->setCursor2(positions.cursor2);
+        CurrentCursorPositions() = {cursors_->cursor1(), cursors_->cursor2()};
         ResetFilterSlots();
         UpdateMainWindow();
     });
@@ -336,16 +337,19 @@ void frmMain::ShowGrid(int tab) {
     views[tab - 1]->ShowGrid(Grid(kind));
 }
 
+// The status bar keeps the progress bar in its place when the window's size changes.
 void frmMain::LayOutForTab() {
-    const int tab = SelectedTab();
-    ui_->pages->setCurrentIndex(tab < firstDatasetTab ? tab - 1 : plotPage);
-    const bool level = tab == levelTab;
-    const bool interval = tab == intervalTab || tab == quicklookTab;
-    ui_->lblLevel->setVisible(level);
-    ui_->cboLevel->setVisible(level);
-    ui_->lblInterval->setVisible(interval);
-    ui_->cboInterval->setVisible(interval);
-    ui_->rowChoosers->setVisible(level || interval);
+    Attempt(stepLayOut, [&] {
+        const int tab = SelectedTab();
+        ui_->pages->setCurrentIndex(tab < firstDatasetTab ? tab - 1 : plotPage);
+        const bool level = tab == levelTab;
+        const bool interval = tab == intervalTab || tab == quicklookTab;
+        ui_->lblLevel->setVisible(level);
+        ui_->cboLevel->setVisible(level);
+        ui_->lblInterval->setVisible(interval);
+        ui_->cboInterval->setVisible(interval);
+        ui_->rowChoosers->setVisible(level || interval);
+    });
 }
 
 bool frmMain::PlotDataCheck() {

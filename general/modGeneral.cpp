@@ -104,16 +104,18 @@ void InitProgressBar(ProgressPort& bar, std::int32_t startCount, std::int32_t en
 }
 
 void UpdateProgressBar(ProgressPort& bar, std::int32_t currentCount) {
-    ProgressState& state = CurrentProgress();
-    const std::int64_t threshold = state.start + std::int64_t{state.step} * state.ticks;
-    if (currentCount >= threshold) {
-        if (state.ticks < std::numeric_limits<std::int32_t>::max())
-            ++state.ticks;
-        if (bar.Value() < bar.Maximum())
-            bar.SetValue(bar.Value() + 1);
-    } else if (currentCount >= state.end) {
-        bar.SetValue(bar.Maximum());
-    }
+    Attempt(step::updatingProgressBar, [&] {
+        ProgressState& state = CurrentProgress();
+        const std::int64_t threshold = state.start + std::int64_t{state.step} * state.ticks;
+        if (currentCount >= threshold) {
+            if (state.ticks < std::numeric_limits<std::int32_t>::max())
+                ++state.ticks;
+            if (bar.Value() < bar.Maximum())
+                bar.SetValue(bar.Value() + 1);
+        } else if (currentCount >= state.end) {
+            bar.SetValue(bar.Maximum());
+        }
+    });
 }
 
 StatusScope::StatusScope() : before_(CurrentPorts().status->Text()) {}
