@@ -1,6 +1,4 @@
 // Cycles of signals of known phase and amplitude, in real databases.
-#include <gtest/gtest.h>
-
 #include <cmath>
 
 #include "analysis/modMatchFilter.h"
@@ -38,26 +36,26 @@ class CycleAnalysis : public DravikFixture {
         InstallCycleAnalysis();
     }
 
-    /// A dataset with these pressure and flow signals and a valve of this period whose first boundary is at
-    /// 10 s.
-    void MakeLevel(const std::string& name, const Signal& pressure, const Signal& flow, std::int32_t periodCs,
-                   std::int32_t samples, std::int16_t step = 10) {
-        AddCurve(name, {"ZG", "psi", samples, pressure, 0, step});
-        AddCurve(name, {"RTC", "rps", samples, flow, 0, step});
-        AddCurves(name, ValveCurves({firstBoundary, periodCs, samples, 0, step}));
+    /// The dataset L1, selected, with these pressure and flow signals and a valve of this period whose first
+    /// boundary is at 10 s.
+    void MakeLevel(const Signal& pressure, const Signal& flow, std::int32_t periodCs, std::int32_t samples) {
+        AddCurves("L1", {{"ZG", "psi", samples, pressure}, {"RTC", "rps", samples, flow}});
+        AddCurves("L1", ValveCurves({firstBoundary, periodCs, samples}));
+        Select({"L1"});
     }
+    static bool CreateCurves() { return CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false); }
 
-    CycleRecord& Cycles(std::size_t dataset = 0) { return CurrentSelection().datasets[dataset].cycles; }
+    static CycleRecord& Cycles() { return CurrentSelection().datasets[0].cycles; }
 
     /// One cycle from a to b, raw pressure, flow and PVLPOS.
-    std::int32_t AnalyseOne(std::int32_t a, std::int32_t b, bool append = false) {
+    std::int32_t AnalyseOne(std::int32_t a, std::int32_t b) {
         ResetCycles(0);
         Cycles().start[0] = a;
         AppendCycle(0);
         Cycles().start[1] = b;
         const Database database(DatabasePath());
         CycleCurves curves = RawCurves(database);
-        return AnalyseCycle(0, curves, append, 1);
+        return AnalyseCycle(0, curves, false, 1);
     }
     static CycleCurves RawCurves(const Database& database) {
         return {CurveReader(database, "L1", "PVLPOS", Between::linear),
@@ -68,8 +66,7 @@ class CycleAnalysis : public DravikFixture {
 
 TEST_F(CycleAnalysis, CosineIsAt0SineAt90AndMinusSineAt270WithHalfTheAmplitude) {
     for (const double phase : {0.0, 90.0, 270.0, 33.25, 359.5}) {
-        MakeLevel("L1", Cosine(7.5, phase, 24000, 1000), Cosine(0.25, 0, 24000), 24000, 2401);
-        Select({"L1"});
+        MakeLevel(Cosine(7.5, phase, 24000, 1000), Cosine(0.25, 0, 24000), 24000, 2401);
         ASSERT_EQ(AnalyseOne(0, 24000), 0);
         const double measured = Cycles().pressure[0].phase;
         EXPECT_NEAR(std::remainder(measured - phase, 360), 0, phaseTolerance) << phase;
@@ -83,29 +80,27 @@ TEST_F(CycleAnalysis, CosineIsAt0SineAt90AndMinusSineAt270WithHalfTheAmplitude) 
 }
 
 TEST_F(CycleAnalysis, PhaseLagIsThePhaseDifferencePlus180AndWithoutAResponseTheFlowIsTheRatio) {
-    MakeLevel("L1", Cosine(2, 70, 24000), Cosine(1, 20, 24000), 24000, 2401);
-    Select({"L1"});
+    MakeLevel(Cosine(2, 70, 24000), Cosine(1, 20, 24000), 24000, 2401);
     ASSERT_EQ(AnalyseOne(0, 24000), 0);
     EXPECT_NEAR(Cycles().phaseLag[0], 70 - 20 + 180 - 360, phaseTolerance);
-    DeleteItem("L1/RTC/1");
-    AddCurve("L1", {"RTC", "rps", 2401, Cosine(2, 70, 24000)});
-    ASSERT_EQ(AnalyseOne(0, 24000), 0);
+    const auto replace = [&](const char* curve, const Signal& signal) {
+        DeleteItem(std::string("L1/") + curve + "/1");
+        AddCurve("L1", {curve, "", 2401, signal});
+        EXPECT_EQ(AnalyseOne(0, 24000), 0);
+    };
+    replace("RTC", Cosine(2, 70, 24000));
     EXPECT_EQ(Cycles().phaseLag[0], -180) << "equal phases";
-    DeleteItem("L1/ZG/1");
-    AddCurve("L1", {"ZG", "psi", 2401, [](std::int32_t) { return 0.0; }});
-    ASSERT_EQ(AnalyseOne(0, 24000), 0);
+    replace("ZG", [](std::int32_t) { return 0.0; });
     EXPECT_EQ(Cycles().pressure[0].magnitude, 0);
     EXPECT_EQ(Cycles().ratio[0], Cycles().flow[0].magnitude);
 }
 
 TEST_F(CycleAnalysis, CycleOffTheSampleGridIsInterpolatedBetweenNeighbours) {
-    MakeLevel("L1", Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 3000);
-    Select({"L1"});
+    MakeLevel(Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 3000);
     constexpr std::int32_t a = 1003;
     constexpr std::int32_t b = 25317;
     ASSERT_EQ(AnalyseOne(a, b), 0);
-    const double period = (b - a) / 100.0;
-    const int n = static_cast<int>(std::lround(period * 10));
+    constexpr int n = (b - a + 5) / 10;
     double c = 0, s = 0;
     const auto sample = [](int t) {
         return static_cast<double>(static_cast<float>(std::cos(2 * pi * t / 24000.0)));
@@ -122,16 +117,16 @@ TEST_F(CycleAnalysis, CycleOffTheSampleGridIsInterpolatedBetweenNeighbours) {
 }
 
 TEST_F(CycleAnalysis, PeriodOfTestReplacesAMeasuredPeriodThatIsNegativeOrNotWanted) {
-    MakeLevel("L1", Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 6000);
-    Select({"L1"});
+    MakeLevel(Cosine(1, 0, 24000), Cosine(1, 0, 24000), 24000, 6000);
     CurrentParameters().period = 120;
-    EXPECT_EQ(AnalyseOne(0, 24300), 0);
-    EXPECT_DOUBLE_EQ(Cycles().period[0], 243);
-    EXPECT_EQ(AnalyseOne(24000, 12000), 0);
-    EXPECT_DOUBLE_EQ(Cycles().period[0], 120);
+    const auto measured = [&](std::int32_t a, std::int32_t b) {
+        EXPECT_EQ(AnalyseOne(a, b), 0);
+        return Cycles().period[0];
+    };
+    EXPECT_DOUBLE_EQ(measured(0, 24300), 243);
+    EXPECT_DOUBLE_EQ(measured(24000, 12000), 120);
     CurrentParameters().usePeriodInMatch = 1;
-    EXPECT_EQ(AnalyseOne(0, 24300), 0);
-    EXPECT_DOUBLE_EQ(Cycles().period[0], 120);
+    EXPECT_DOUBLE_EQ(measured(0, 24300), 120);
     CurrentParameters().usePeriodInMatch = 0;
     EXPECT_EQ(AnalyseOne(500, 500), error_number::divisionByZero) << "no samples in a cycle without length";
     EXPECT_EQ(Cycles().analysed[0], 0);
@@ -148,11 +143,8 @@ TEST(PointsPerCycle, IsTheNumberOfSamplesWhateverTheSignOfTheStepAndTwentyWithou
 
 TEST_F(CycleAnalysis, GapInACycleLeavesThatCycleAloneWithoutResults) {
     const Signal gapped = [](std::int32_t t) { return t == 30000 ? std::nullopt : Cosine(1, 0, 24000)(t); };
-    MakeLevel("L1", gapped, Cosine(1, 0, 24000), 24000, 12000);
-    CurrentParameters().bandPass = 0;
-    Select({"L1"});
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    MakeLevel(gapped, Cosine(1, 0, 24000), 24000, 12000);
+    ASSERT_TRUE(CreateCurves());
     ASSERT_TRUE(RecalculateWithUnfilteredCurves());
     ASSERT_EQ(Cycles().RealCycles(), 4);
     EXPECT_EQ(Cycles().analysed[0], 1);
@@ -164,12 +156,10 @@ TEST_F(CycleAnalysis, GapInACycleLeavesThatCycleAloneWithoutResults) {
 
 // B boundaries: count B, B − 1 real cycles, the window entry and a blank one behind them.
 TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLastRealOne) {
-    MakeLevel("L1", Cosine(5, 40, 24300), Cosine(1, 250, 24300), 24300, 24300 * 6 / 10 + 1);
+    MakeLevel(Cosine(5, 40, 24300), Cosine(1, 250, 24300), 24300, 24300 * 6 / 10 + 1);
     CurrentParameters().period = 243;
-    Select({"L1"});
     SetCursorSpanSource([](std::size_t) { return CursorSpan{75, 25, 0, 486}; });
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(CreateCurves());
     const CycleRecord& cycles = Cycles();
     ASSERT_EQ(cycles.count, 6) << "boundaries at 10, 253, … 1225 s";
     EXPECT_EQ(cycles.RealCycles(), 5);
@@ -196,10 +186,8 @@ TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLas
 TEST_F(CycleAnalysis, CycleThatEndsBehindTheFilteredCurvesWaits) {
     CurrentParameters().period = 30;
     SetCursorSpanSource([](std::size_t) { return CursorSpan{10, 90, 30, 60}; });
-    MakeLevel("L1", Cosine(5, 40, 3000, 12), Cosine(1, 250, 3000), 3000, 3050);  // nine cycles and a bit
-    Select({"L1"});
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    MakeLevel(Cosine(5, 40, 3000, 12), Cosine(1, 250, 3000), 3000, 3050);  // nine cycles and a bit
+    ASSERT_TRUE(CreateCurves());
     ASSERT_EQ(Cycles().RealCycles(), 9);
     EXPECT_EQ(Cycles().analysed[7], 1);
     EXPECT_EQ(Cycles().analysed[8], 0);
@@ -207,12 +195,11 @@ TEST_F(CycleAnalysis, CycleThatEndsBehindTheFilteredCurvesWaits) {
 }
 
 TEST_F(CycleAnalysis, RecalculationsUseTheirCurvesAndAreRefusedWithoutCycles) {
-    MakeLevel("L1", Cosine(5, 40, 24000, 1000), Cosine(1, 250, 24000), 24000, 24000);
-    Select({"L1"});
+    MakeLevel(Cosine(5, 40, 24000, 1000), Cosine(1, 250, 24000), 24000, 24000);
     EXPECT_FALSE(RecalculateWithUnfilteredCurves());
     EXPECT_FALSE(RecalculateWithMotorPosition());
     ports.boxes.clear();
-    ASSERT_TRUE(CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false));
+    ASSERT_TRUE(CreateCurves());
     const CycleRecord filtered = Cycles();
     ASSERT_TRUE(RecalculateWithUnfilteredCurves());
     EXPECT_NEAR(Cycles().pressure[1].magnitude, 2.5, 1e-4);

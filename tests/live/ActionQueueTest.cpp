@@ -16,6 +16,8 @@ std::int32_t FailingWrite(std::int32_t item, std::int32_t first, std::int32_t co
     return writesToFail > 0 && writesToFail-- > 0 ? DK_DISK_ERROR : writeThrough(item, first, count, buffer);
 }
 
+using Calls = std::vector<std::string>;
+
 class ActionQueueTest : public test::LiveFixture {
   protected:
     void SetUp() override {
@@ -31,13 +33,12 @@ class ActionQueueTest : public test::LiveFixture {
     }
     /// LEVEL0 … LEVEL2, deepest first; those that are not `pending` have ended before they are selected.
     void SelectThree(std::array<bool, 3> pending) {
-        std::vector<std::string> names;
-        for (int i = 0; i < 3; ++i) {
+        const std::vector<std::string> names{"LEVEL0", "LEVEL1", "LEVEL2"};
+        for (std::size_t i = 0; i < 3; ++i) {
             TestPlan plan;
-            plan.depth = 5000 - 100 * i;
-            names.push_back("LEVEL" + std::to_string(i));
-            recordings.emplace_back(*this, names.back(), CurvesOf(plan));
-            recordings.back().Append(pending[static_cast<std::size_t>(i)] ? 300 : plan.samples);
+            plan.depth -= 100.0 * static_cast<double>(i);
+            recordings.emplace_back(*this, names[i], CurvesOf(plan));
+            recordings.back().Append(pending[i] ? 300 : plan.samples);
         }
         Select(names);
     }
@@ -46,40 +47,36 @@ class ActionQueueTest : public test::LiveFixture {
         calls.clear();
         return RunActionQueuePass(view);
     }
+    void ExpectPass(int shownTab, const Calls& expected) {
+        EXPECT_TRUE(Pass(shownTab));
+        EXPECT_EQ(calls, expected) << shownTab;
+    }
 
     std::vector<Recording> recordings;
     int tab = 1;
-    std::vector<std::string> calls;
+    Calls calls;
     const ActionQueueView view{
         [this] { return tab; }, [this](int grid) { calls.push_back("grid " + std::to_string(grid)); },
         [this](std::size_t dataset) { calls.push_back("plot " + std::to_string(dataset)); },
         [this](bool on) { calls.push_back(on ? "timer on" : "timer off"); }};
 };
 
-using Calls = std::vector<std::string>;
-
 TEST_F(ActionQueueTest, doesNothingWithoutADatasetOrWithoutOneThatIsRecorded) {
-    EXPECT_TRUE(Pass(1));
-    EXPECT_EQ(calls, Calls{});
+    ExpectPass(1, {});
     SelectThree({false, false, false});
-    EXPECT_TRUE(Pass(1));
-    EXPECT_EQ(calls, Calls{});
+    ExpectPass(1, {});
     EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
 }
 
 TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisibleTabOnly) {
     SelectThree({false, true, true});
-    const struct {
-        int tab;
-        Calls calls;
-    } cases[] = {{1, {"grid 1"}}, {2, {"grid 2"}}, {3, {"grid 3"}}, {4, {"grid 4"}},
-                 {5, {}},         {6, {"plot 1"}}, {7, {"plot 2"}}, {8, {}}};
-    for (const auto& c : cases) {
+    const Calls refreshed[] = {{"grid 1"}, {"grid 2"}, {"grid 3"}, {"grid 4"},
+                               {},         {"plot 1"}, {"plot 2"}, {}};
+    int shownTab = 0;
+    for (Calls expected : refreshed) {
         recordings[1].Append(5);
-        EXPECT_TRUE(Pass(c.tab));
-        Calls expected = c.calls;
         expected.emplace_back("timer on");
-        EXPECT_EQ(calls, expected) << c.tab;
+        ExpectPass(++shownTab, expected);
     }
     EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
     EXPECT_TRUE(HasCurve("LEVEL1", "PVLSIG"));
@@ -89,15 +86,12 @@ TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisible
 TEST_F(ActionQueueTest, switchesTheTimerOffWhenTheLastRecordingEndsAndStillExtendsAndRefreshes) {
     SelectThree({false, true, true});
     recordings[1].AppendAll();
-    EXPECT_TRUE(Pass(6));
-    EXPECT_EQ(calls, (Calls{"timer off", "timer on"}));  // its plot is that of a dataset no longer pending
+    ExpectPass(6, {"timer off", "timer on"});  // its plot is that of a dataset no longer pending
     EXPECT_GT(CurrentSelection().datasets[1].cycles.RealCycles(), 4);
     recordings[2].AppendAll();
-    EXPECT_TRUE(Pass(2));
-    EXPECT_EQ(calls, (Calls{"timer off", "grid 2"}));
+    ExpectPass(2, {"timer off", "grid 2"});
     EXPECT_TRUE(HasCurve("LEVEL2", "PVLSIG"));
-    EXPECT_TRUE(Pass(2));
-    EXPECT_EQ(calls, Calls{});
+    ExpectPass(2, {});
 }
 
 TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordingHasEnded) {
@@ -110,11 +104,9 @@ TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordi
     EXPECT_NE(CurrentSelection().datasets[0].pendingFlag, 0);
     writesToFail = 0;
     ports.boxes.clear();
-    EXPECT_TRUE(Pass(1));
-    EXPECT_EQ(calls, (Calls{"timer off", "grid 1"}));
+    ExpectPass(1, {"timer off", "grid 1"});
     EXPECT_TRUE(ports.boxes.empty());
-    const test::Outcome followed = Observe("LEVEL0");
-    EXPECT_EQ(Difference(followed, OneRunOver(CurvesOf(TestPlan{}))), "");
+    ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
 }
 
 TEST_F(ActionQueueTest, givesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) {

@@ -33,9 +33,13 @@ std::int32_t Opening(Arguments... arguments) {
     library.*Count += result == DK_OK ? 1 : 0;
     return result;
 }
-template <auto Member, auto Count = &FaultyLibrary::done, typename... Arguments>
+template <auto Member, auto Count, typename... Arguments>
 void Put(std::int32_t (*DkBaseApi::*)(Arguments...)) {
     LoadedLibraries().database.*Member = Opening<Member, Count, Arguments...>;
+}
+template <auto Count, auto... Members>
+void PutAll() {
+    (Put<Members, Count>(Members), ...);
 }
 
 /// The call that undoes it: what it holds is gone even when it fails.
@@ -59,17 +63,12 @@ void InstallFaultyLibrary() {
     DkBaseApi& api = LoadedLibraries().database;
     library = FaultyLibrary{};
     library.real = api;
-    Put<&DkBaseApi::DBnewA>(&DkBaseApi::DBnewA);
-    Put<&DkBaseApi::DBdeleteA>(&DkBaseApi::DBdeleteA);
-    Put<&DkBaseApi::DBread>(&DkBaseApi::DBread);
-    Put<&DkBaseApi::DBreadpresent>(&DkBaseApi::DBreadpresent);
-    Put<&DkBaseApi::DBwrite>(&DkBaseApi::DBwrite);
-    Put<&DkBaseApi::DBwritepresent>(&DkBaseApi::DBwritepresent);
-    Put<&DkBaseApi::DBinformation>(&DkBaseApi::DBinformation);
-    Put<&DkBaseApi::DBmark>(&DkBaseApi::DBmark);
-    Put<&DkBaseApi::DBopenA, &FaultyLibrary::databases>(&DkBaseApi::DBopenA);
-    Put<&DkBaseApi::DBattachA, &FaultyLibrary::items>(&DkBaseApi::DBattachA);
-    Put<&DkBaseApi::DBbegin, &FaultyLibrary::transactions>(&DkBaseApi::DBbegin);
+    PutAll<&FaultyLibrary::done, &DkBaseApi::DBnewA, &DkBaseApi::DBdeleteA, &DkBaseApi::DBread,
+           &DkBaseApi::DBreadpresent, &DkBaseApi::DBwrite, &DkBaseApi::DBwritepresent,
+           &DkBaseApi::DBinformation, &DkBaseApi::DBmark>();
+    PutAll<&FaultyLibrary::databases, &DkBaseApi::DBopenA>();
+    PutAll<&FaultyLibrary::items, &DkBaseApi::DBattachA>();
+    PutAll<&FaultyLibrary::transactions, &DkBaseApi::DBbegin>();
     api.DBclose = Closing<&DkBaseApi::DBclose, &FaultyLibrary::databases>;
     api.DBdetach = Closing<&DkBaseApi::DBdetach, &FaultyLibrary::items>;
     api.DBrollback = Closing<&DkBaseApi::DBrollback, &FaultyLibrary::transactions>;
@@ -96,7 +95,7 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
 
     /// Follows a recording with one fault in the pass at `moment`. False when the pass made fewer calls.
     bool FollowWithFault(Moment moment, int failAt, std::int32_t status, Outcome& outcome) {
-        const std::string dataset = "LEVEL" + std::to_string(++levels_);
+        const std::string dataset = NewName();
         Recording recording(*this, dataset, CurvesOf(plan));
         recording.Append(100);
         Select({dataset});
@@ -130,8 +129,6 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
         ports.boxes.clear();
         return library.calls >= failAt;
     }
-
-    int levels_ = 0;
 };
 
 TEST_P(FaultTest, theNextPassGoesOnAsIfNothingHadHappenedWhicheverCallFailed) {

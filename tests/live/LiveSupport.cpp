@@ -139,10 +139,9 @@ void LiveFixture::TearDown() {
 }
 
 Outcome LiveFixture::Observe(const std::string& dataset) {
-    const auto& [datasets, choice] = std::tie(CurrentSelection().datasets, CurrentSelection().choice);
-    const auto found = std::find_if(datasets.begin(), datasets.end(),
-                                    [&](const DatasetRecord& record) { return record.dataset == dataset; });
-    Outcome outcome{{}, found->cycles};
+    const CurveChoice& choice = CurrentSelection().choice;
+    Outcome outcome{{},
+                    std::ranges::find(CurrentSelection().datasets, dataset, &DatasetRecord::dataset)->cycles};
     for (const std::string& name : {FilteredPressureName(choice), FilteredFlowName(choice),
                                     DravikFilteredFlowName(choice), std::string(curve::valveSignal)})
         outcome.curves[name] = ReadCurve(dataset, name);
@@ -157,7 +156,7 @@ bool LiveFixture::CreateAll(std::size_t index) {
 }
 
 Outcome LiveFixture::OneRunOver(const std::vector<CurveSpec>& curves) {
-    const std::string dataset = "WHOLE" + std::to_string(++wholes_);
+    const std::string dataset = NewName();
     Recording(*this, dataset, curves).AppendAll();
     Select({dataset});
     EXPECT_TRUE(CreateAll(0));

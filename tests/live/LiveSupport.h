@@ -72,9 +72,14 @@ class LiveFixture : public DravikFixture {
     /// The outcome of one interactive run over the whole of `curves` in a dataset of their own, which is
     /// selected then.
     Outcome OneRunOver(const std::vector<CurveSpec>& curves);
+    void ExpectOneRun(const Outcome& live, const std::vector<CurveSpec>& curves) {
+        EXPECT_EQ(Difference(live, OneRunOver(curves)), "");
+    }
+    /// Of a dataset that is not there yet.
+    std::string NewName() { return "MADE" + std::to_string(++names_); }
 
   private:
-    int wholes_ = 0;
+    int names_ = 0;
 };
 
 }  // namespace vorela::test

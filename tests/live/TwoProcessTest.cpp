@@ -1,6 +1,5 @@
 // A recorder and a follower on the same file, both killed again and again. VORELA_KILLS sets how often (6
 // when it is not set).
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,7 +15,6 @@ namespace vorela {
 namespace {
 
 constexpr double periodSeconds = 20.0;
-constexpr int samplesPerSecond = 10;
 /// Times real time; a kill comes every tenth of a second or so.
 constexpr int speed = 200;
 
@@ -63,13 +61,12 @@ class Child {
 class TwoProcessTest : public test::LiveFixture {
   protected:
     int Record(const std::string& database, int recordSpeed) const {
-        const int output = open(folder.File("acknowledged").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        dup2(output, STDOUT_FILENO);
-        const std::string periods = std::to_string(cycles);
-        const std::string times = std::to_string(recordSpeed);
-        execl(VORELA_BIN_DIR "/dravik", "dravik", "record", database.c_str(), "LEVEL1", "--simulate",
-              "--levels", "1", "--period", "20", "--cycles", periods.c_str(), "--noise", "0.05", "--drift",
-              "3", "--speed", times.c_str(), "--ack", nullptr);
+        const std::string command =
+            "exec " VORELA_BIN_DIR "/dravik record " + database +
+            " LEVEL1 --simulate --levels 1 --period 20 --noise 0.05 --drift 3 --cycles " +
+            std::to_string(cycles) + " --speed " + std::to_string(recordSpeed) + " --ack >>" +
+            folder.File("acknowledged");
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         return 127;
     }
     /// Follows until the recording has ended, without the pause between passes.
