@@ -61,13 +61,12 @@ std::string DifferenceOfCycles(const CycleRecord& a, const CycleRecord& b) {
         const auto& y = b.*part;
         return x.size() == y.size() && std::memcmp(x.data(), y.data(), x.size() * sizeof x[0]) == 0;
     };
-    if (!same(&CycleRecord::start) || !same(&CycleRecord::period))
-        return "boundaries of the cycles";
-    if (!same(&CycleRecord::valve) || !same(&CycleRecord::pressure) || !same(&CycleRecord::flow))
-        return "harmonics of the cycles";
+    const bool sameTimes = same(&CycleRecord::start) && same(&CycleRecord::period);
+    const bool sameHarmonics =
+        same(&CycleRecord::valve) && same(&CycleRecord::pressure) && same(&CycleRecord::flow);
     const bool sameRest =
         same(&CycleRecord::ratio) && same(&CycleRecord::phaseLag) && same(&CycleRecord::analysed);
-    return sameRest ? "" : "ratio, lag or coverage of the cycles";
+    return sameTimes && sameHarmonics && sameRest ? "" : "results of the cycles";
 }
 
 }  // namespace

@@ -1,15 +1,11 @@
 // The two filters by themselves: against plain slow references, and fed in pieces against one run.
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <functional>
 #include <numbers>
-#include <optional>
 #include <random>
 
-#include "general/RunTimeError.h"
 #include "signal/BandPassCurve.h"
 #include "signal/DifferenceFilter.h"
+#include "tests/support/TestSupport.h"
 
 namespace vorela {
 namespace {
@@ -19,13 +15,9 @@ using MakeFilter = std::function<std::unique_ptr<CurveFilter>()>;
 
 constexpr std::int16_t step = 10;
 
-Samples Noise(std::size_t count, unsigned seed = 11) {
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> values(99.0F, 101.0F);
-    Samples samples(count);
-    for (std::optional<float>& sample : samples)
-        sample = values(random);
-    return samples;
+Samples Noise(std::size_t count) {
+    const std::vector<float> noise = test::Noise(count, 100.0F, 1.0F);
+    return {noise.begin(), noise.end()};
 }
 
 void CutGap(Samples& samples, std::size_t from, std::size_t count) {

@@ -1,12 +1,8 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <numbers>
-#include <random>
 
 #include "signal/modWindowedSinc.h"
 #include "tests/support/TestSupport.h"
@@ -14,20 +10,13 @@
 namespace vorela {
 namespace {
 
+using test::Noise;
 using testing::Each;
 using testing::FloatNear;
 using testing::Pointwise;
 
 int ErrorOf(const std::function<void()>& body) {
     return test::ThrownBy(body).number;
-}
-
-std::vector<float> Noise(std::size_t count, float level, float spread, unsigned seed = 7) {
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> values(level - spread, level + spread);
-    std::vector<float> noise(count);
-    std::generate(noise.begin(), noise.end(), [&] { return values(random); });
-    return noise;
 }
 
 /// Output r of the convolution without any blanking.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <random>
 
 namespace vorela::test {
 
@@ -36,6 +37,14 @@ CommandResult Run(const std::string& commandLine) {
     const int status = std::system(redirected.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.File("out")),
             ReadAll(folder.File("err"))};
+}
+
+std::vector<float> Noise(std::size_t count, float level, float spread, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> values(level - spread, level + spread);
+    std::vector<float> noise(count);
+    std::ranges::generate(noise, [&] { return values(random); });
+    return noise;
 }
 
 RunTimeError ThrownBy(const std::function<void()>& body) {
@@ -71,6 +80,8 @@ void ScriptedPorts::Show(MessageIcon icon, const std::string& title, const std::
 
 bool ScriptedPorts::AskYesNo(const std::string& title, const std::string& text) {
     questions.push_back({MessageIcon::information, title, text});
+    if (onQuestion)
+        onQuestion();
     if (answers.empty()) {
         ADD_FAILURE() << "question without a scripted answer: " << text;
         return false;

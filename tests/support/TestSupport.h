@@ -41,6 +41,9 @@ struct CommandResult {
 };
 CommandResult Run(const std::string& commandLine);
 
+/// Values in level ± spread, the same for the same seed.
+std::vector<float> Noise(std::size_t count, float level, float spread, unsigned seed = 7);
+
 /// What the body threw; number 0 when nothing.
 RunTimeError ThrownBy(const std::function<void()>& body);
 
@@ -76,6 +79,7 @@ class ScriptedPorts final : public MessagePort, public ProgressPort, public Stat
     std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) override;
 
     std::deque<bool> answers;                      ///< to come, in order
+    std::function<void()> onQuestion;              ///< called, when set, before the answer
     std::optional<SaveFileChoice> saveFileAnswer;  ///< nothing: cancelled
     std::vector<ShownBox> boxes;
     std::vector<ShownBox> questions;
