@@ -99,7 +99,7 @@ std::vector<Case> Cases() {
                             {bandPass3, randomPieces, true},   {bandPass1, 1, true},
                             {difference1, 7, true, 250},       {difference3, randomPieces, false, 300},
                             {bandPass3, 7, false, 301},        {bandPass1, periodLessOne, true, 200},
-                            {difference3, 7, false, -1, 260},  {bandPass3, randomPieces, false, -1, 260},
+                            {difference3, 7, true, -1, 205},   {bandPass3, 7, true, -1, 205},
                             {bandPass1, 2, true, 400, 260},    {difference1, 1, false, 400, 100}};
     for (const Way& way : {difference1, difference3, bandPass1, bandPass3})
         for (const int piece : {1, 2, 7, periodLessOne, randomPieces})
