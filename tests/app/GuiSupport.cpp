@@ -6,7 +6,6 @@
 #include "app/StartUp.h"
 #include "db/modSelectData.h"
 #include "general/SettingsFile.h"
-#include "platform/DravikLibraries.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "signal/modParameters.h"
@@ -17,16 +16,6 @@ namespace {
 constexpr int lookEveryMs = 5;
 constexpr int patienceTicks = 2000;
 constexpr const char* drivenMark = "driven";
-
-std::int32_t Answer(void* context, DBMultiSelect* selection) {
-    auto& answers = *static_cast<std::deque<std::vector<std::string>>*>(context);
-    if (answers.empty())
-        return 0;
-    for (const std::string& path : answers.front())
-        LoadedLibraries().database.DBselectionadd(selection, path.c_str());
-    answers.pop_front();
-    return 1;
-}
 
 }  // namespace
 
@@ -76,7 +65,6 @@ std::string TextOf(QWidget& grid, int row, int column) {
 
 void WindowFixture::SetUp() {
     DravikFixture::SetUp();
-    LoadedLibraries().database.DBsetchooser(Answer, &chooserAnswers);
     // Water in the well: with the default compressibility its storage would hide the reservoir.
     WriteIniString("Parameters", "Compressibility", "0.000003", SettingsFilePath());
     CurrentParameters() = ParameterSet{};
@@ -95,7 +83,6 @@ void WindowFixture::SetUp() {
 
 void WindowFixture::TearDown() {
     window.reset();
-    LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
     DravikFixture::TearDown();
 }
 

@@ -80,8 +80,6 @@ class WindowFixture : public DravikFixture {
 
     static constexpr std::int32_t period = 24000;  ///< hundredths of a second
     QtPorts qtPorts;
-    std::deque<std::vector<std::string>>
-        chooserAnswers;  ///< paths "file/dataset", one entry for each DBselectA
     std::unique_ptr<frmMain> window;
 };
 

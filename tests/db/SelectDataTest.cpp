@@ -5,7 +5,6 @@
 #include "db/modSelectData.h"
 #include "general/SettingsFile.h"
 #include "general/modGeneral.h"
-#include "platform/DravikLibraries.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {
@@ -13,6 +12,7 @@ namespace {
 
 using test::CurveSpec;
 using testing::ElementsAre;
+using testing::FieldsAre;
 
 CurveSpec Constant(const std::string& name, double value, const std::string& unit = "") {
     return {name, unit, 50, [value](std::int32_t) { return value; }};
@@ -21,7 +21,6 @@ CurveSpec Constant(const std::string& name, double value, const std::string& uni
 class SelectData : public test::DravikFixture {
   protected:
     void TearDown() override {
-        LoadedLibraries().database.DBsetchooser(nullptr, nullptr);
         SetSelectedCycleSource(nullptr);
         DravikFixture::TearDown();
     }
@@ -33,16 +32,6 @@ class SelectData : public test::DravikFixture {
         std::vector<DatasetRecord> records;
         EXPECT_TRUE(ReadDatasets(DatabasePath(), names, records));
         return records;
-    }
-    void Choose(std::vector<std::string> paths) {
-        chosen = std::move(paths);
-        LoadedLibraries().database.DBsetchooser(
-            [](void* context, DBMultiSelect* selection) {
-                for (const std::string& path : *static_cast<std::vector<std::string>*>(context))
-                    LoadedLibraries().database.DBselectionadd(selection, path.c_str());
-                return selection->count;
-            },
-            &chosen);
     }
     static std::vector<std::string> Names() {
         std::vector<std::string> names;
@@ -60,7 +49,6 @@ class SelectData : public test::DravikFixture {
         EXPECT_FALSE(accepted);
         EXPECT_EQ(ports.TakeBox(), (test::ShownBox{icon, "Corvane Vorela Utilities", text}));
     }
-    std::vector<std::string> chosen;
 };
 
 TEST_F(SelectData, ChosenDatasetsComeWithCurvesDepthExtentAndRecordingFlag) {
@@ -68,7 +56,7 @@ TEST_F(SelectData, ChosenDatasetsComeWithCurvesDepthExtentAndRecordingFlag) {
     Presentation presentation;
     presentation.recordingFlag = 1;
     SetPresentation("TOP", presentation);
-    Choose({DatabasePath() + "\\TOP"});
+    chooserAnswers = {{DatabasePath() + "\\TOP"}};
     ASSERT_TRUE(AddDatasets());
     ASSERT_EQ(CurrentSelection().datasets.size(), 1U);
     const DatasetRecord& record = CurrentSelection().datasets[0];
@@ -97,7 +85,6 @@ TEST_F(SelectData, RefusedDatasetsAndNothingChosenLeaveTheSelectionAsItWas) {
     AddCurve("OTHER", Constant("XX", 1));
     ASSERT_TRUE(AppendDatasets(Read({"A"})));
     const auto before = std::pair(Names(), CommonNames());
-    Choose({});
     EXPECT_FALSE(AddDatasets());
     EXPECT_TRUE(ports.boxes.empty());
 
@@ -187,9 +174,7 @@ TEST_F(SelectData, RemovingKeepsTheOthersAndTheLastOneEmptiesAll) {
 
 TEST_F(SelectData, ChoiceIsByPositionAndDefaultsWithoutCommonCurves) {
     ChooseCurves(4, 5);
-    EXPECT_EQ(CurrentSelection().choice.pressure, "ZG");
-    EXPECT_EQ(CurrentSelection().choice.flow, "RTC");
-    EXPECT_EQ(CurrentSelection().choice.flowIndex, 0);
+    EXPECT_THAT(CurrentSelection().choice, FieldsAre(0, 0, "ZG", "RTC"));
     AddLevel("A", 1);
     ASSERT_TRUE(AppendDatasets(Read({"A"})));
     CurrentSelection().datasets[0].cycles.count = 7;
@@ -197,8 +182,7 @@ TEST_F(SelectData, ChoiceIsByPositionAndDefaultsWithoutCommonCurves) {
     EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 7);
     const std::uint64_t generation = CurrentSelection().generation;
     ChooseCurves(2, 1);
-    EXPECT_EQ(CurrentSelection().choice.pressure, "PVLPOS");
-    EXPECT_EQ(CurrentSelection().choice.pressureIndex, 2);
+    EXPECT_THAT(CurrentSelection().choice, FieldsAre(2, 1, "PVLPOS", "RTC"));
     EXPECT_NE(CurrentSelection().generation, generation);
     EXPECT_EQ(CurrentSelection().datasets[0].cycles.count, 0) << "cycles of other curves";
     ChooseCurves(0, 99);
@@ -218,17 +202,13 @@ TEST_F(SelectData, TheStoredNameIsPreselectedWhereverItStands) {
 TEST_F(SelectData, FlowCurveNameIsKeptUnderTheKeyOfItsNumber) {
     CurveChoice& choice = CurrentSelection().choice;
     ReadDatasetSettings();
-    EXPECT_EQ(choice.pressure, "ZG");
-    EXPECT_EQ(choice.flow, "RTC");
+    EXPECT_THAT(choice, FieldsAre(0, 0, "ZG", "RTC"));
     choice = {3, 4, "PRES", "RTC3 SPIN"};
     WriteDatasetSettings();
     EXPECT_EQ(ReadIniString("Dataset", "FlowCurveNum", "", SettingsFilePath()), "RTC3 SPIN");
     choice = {};
     ReadDatasetSettings();
-    EXPECT_EQ(choice.pressureIndex, 3);
-    EXPECT_EQ(choice.pressure, "PRES");
-    EXPECT_EQ(choice.flowIndex, 0);
-    EXPECT_EQ(choice.flow, "RTC3 SPIN");
+    EXPECT_THAT(choice, FieldsAre(3, 0, "PRES", "RTC3 SPIN"));
 }
 
 TEST_F(SelectData, CurvesMadeSinceAreFoundByARefreshAndTheChoiceStays) {
@@ -242,8 +222,7 @@ TEST_F(SelectData, CurvesMadeSinceAreFoundByARefreshAndTheChoiceStays) {
     ASSERT_TRUE(RefreshCommonCurves());
     EXPECT_TRUE(CurveInCommonList("NEW"));
     EXPECT_FALSE(CurveInCommonList("new"));
-    EXPECT_EQ(CurrentSelection().choice.flow, "RTC");
-    EXPECT_EQ(CurrentSelection().choice.flowIndex, 1);
+    EXPECT_THAT(CurrentSelection().choice, FieldsAre(0, 1, "ZG", "RTC"));
 }
 
 }  // namespace

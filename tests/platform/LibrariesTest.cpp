@@ -7,10 +7,13 @@
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
 #include "platform/Registry.h"
+#include "platform/RegistryText.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
 namespace {
+
+constexpr const char* key = "System\\CurrentControlSet\\Services\\DKBASE";
 
 class LibrariesTest : public ::testing::Test {
   protected:
@@ -20,9 +23,8 @@ class LibrariesTest : public ::testing::Test {
         std::filesystem::current_path(start);
     }
     void PutBinDir(const std::string& value) {
-        test::WriteAll(
-            folder.File("vorela.reg"),
-            "[HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Services\\DKBASE]\n\"BinDir\"=" + value + "\n");
+        test::WriteAll(folder.File("vorela.reg"),
+                       "[HKEY_LOCAL_MACHINE\\" + std::string(key) + "]\n\"BinDir\"=" + value + "\n");
     }
 
     std::filesystem::path start = std::filesystem::current_path();
@@ -54,9 +56,7 @@ TEST_F(LibrariesTest, treatsEveryTypeButPlainTextAsMissing) {
         EXPECT_EQ(std::filesystem::current_path(), start);
     }
     PutBinDir("hex(1):2f,74,6d,70,00,78");
-    EXPECT_EQ(ReadRegistryString(RegistryRoot::localMachine, "System\\CurrentControlSet\\Services\\DKBASE",
-                                 "BinDir"),
-              "/tmp");
+    EXPECT_EQ(ReadRegistryString(RegistryRoot::localMachine, key, "BinDir"), "/tmp");
 }
 
 TEST_F(LibrariesTest, namesTheMissingFunctionAndCountsTheModuleAsNotLoaded) {
@@ -82,6 +82,44 @@ TEST(SingleInstance, isHeldOnceUntilItsHolderLetsGo) {
         first.reset();
         EXPECT_TRUE(SingleInstance::Acquire(name));
     }
+}
+
+// --- The registry as text ---
+
+std::optional<RegistryValue> Find(const std::string& values, const char* name = "BinDir") {
+    return FindRegistryValue("Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\" +
+                                 std::string(key) + "]\r\n" + values,
+                             RegistryRoot::localMachine, key, name);
+}
+
+TEST(Registry, readsEveryTypeOfValueUnderItsTypeCode) {
+    const std::tuple<const char*, std::uint32_t, std::string> cases[] = {
+        {"\"BinDir\"=\"C:\\\\Acq\\\\\"\r\n", 1, std::string("C:\\Acq\\\0", 8)},
+        {"\"BINDIR\" = \"x\"", 0, ""},  // a blank before the sign is no value line
+        {"\"bindir\"=hex(2):25,00\r\n", 2, std::string("%\0", 2)},
+        {"\"BinDir\"=hex:01,ff", 3, "\x01\xFF"},
+        {"\"BinDir\"=dword:00000001", 4, "00000001"},
+        {"\"BinDir\"=hex(1):2f,61,\\\r\n  2f,00,7a\r\n", 1, std::string("/a/\0z", 5)},
+        {"\"BinDir\"=hex(1):2f,6g", 0, ""},
+        {"\"BinDir\"=\"unended", 0, ""},
+    };
+    for (const auto& [line, type, data] : cases) {
+        const RegistryValue value = Find(line).value_or(RegistryValue{});
+        EXPECT_EQ(value.type, type) << line;
+        EXPECT_EQ(value.data, data) << line;
+    }
+}
+
+TEST(Registry, looksOnlyUnderTheNamedKey) {
+    EXPECT_FALSE(Find("[HKEY_LOCAL_MACHINE\\Other]\r\n\"BinDir\"=\"no\"\r\n"));
+    EXPECT_FALSE(Find("\"Other\"=\"no\"\r\n;\"BinDir\"=\"commented out\"\r\n"));
+    EXPECT_FALSE(FindRegistryValue("\xFF\xFEx", RegistryRoot::localMachine, key, "BinDir"));
+    EXPECT_FALSE(FindRegistryValue("", RegistryRoot::localMachine, key, "BinDir"));
+    std::string wide = "\xFF\xFE";
+    for (const char c : std::string("[HKEY_LOCAL_MACHINE\\") + key + "]\n\"BinDir\"=\"/opt/\"\n")
+        wide += std::string{c, '\0'};
+    EXPECT_EQ(FindRegistryValue(wide, RegistryRoot::localMachine, key, "BinDir")->data,
+              std::string("/opt/\0", 6));
 }
 
 }  // namespace

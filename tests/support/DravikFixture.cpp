@@ -78,6 +78,16 @@ double TimerAt(std::int32_t index) {
     return static_cast<double>((ticks % 65536 + 65536) % 65536);
 }
 
+std::int32_t Choose(void* context, DBMultiSelect* selection) {
+    auto& answers = *static_cast<std::deque<std::vector<std::string>>*>(context);
+    if (answers.empty())
+        return 0;
+    for (const std::string& path : answers.front())
+        Api().DBselectionadd(selection, path.c_str());
+    answers.pop_front();
+    return 1;
+}
+
 /// Nothing selected, and nothing that the modules remember of an earlier test counts any more.
 void PutFreshSelection() {
     const std::uint64_t generation = CurrentSelection().generation;
@@ -119,10 +129,12 @@ bool LoadBuiltLibraries() {
 
 void DravikFixture::SetUp() {
     ASSERT_TRUE(LoadBuiltLibraries());
+    Api().DBsetchooser(Choose, &chooserAnswers);
     PutFreshSelection();
 }
 
 void DravikFixture::TearDown() {
+    Api().DBsetchooser(nullptr, nullptr);
     PutFreshSelection();
 }
 

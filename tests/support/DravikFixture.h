@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -79,6 +80,10 @@ class DravikFixture : public SettingsFixture {
     /// Selects datasets of the database as the dialog's OK would, with these input curves.
     void Select(const std::vector<std::string>& datasets, const std::string& pressure = "ZG",
                 const std::string& flow = "RTC");
+
+    /// Paths "file/dataset" that the chooser gives, one entry for each DBselectA; without an entry it is
+    /// cancelled.
+    std::deque<std::vector<std::string>> chooserAnswers;
 
   protected:
     void SetUp() override;
