@@ -3,13 +3,11 @@
 #include <QMessageBox>
 #include <QTextBrowser>
 #include <QTreeWidget>
-#include <filesystem>
 
 #include "app/dlgHelp.h"
 #include "dravik/chooser/Chooser.h"
 #include "dravik/chooser/DatasetListing.h"
 #include "dravik/chooser/frmChooser.h"
-#include "general/SettingsFile.h"
 #include "platform/DravikLibraries.h"
 #include "signal/frmParameters.h"
 #include "tests/app/GuiSupport.h"

@@ -59,10 +59,6 @@ void Click(QWidget& window, const char* button) {
     Find<QPushButton>(window, button).click();
 }
 
-std::string TextOf(QWidget& grid, int row, int column) {
-    return static_cast<QTableWidget&>(grid).item(row, column)->text().toStdString();
-}
-
 void WindowFixture::SetUp() {
     DravikFixture::SetUp();
     // Water in the well: with the default compressibility its storage would hide the reservoir.

@@ -16,8 +16,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "app/QtPorts.h"
 #include "app/frmMain.h"
@@ -60,7 +58,6 @@ Control& Find(QWidget& window, const char* name) {
 }
 
 void Click(QWidget& window, const char* button);
-std::string TextOf(QWidget& grid, int row, int column);
 
 /// The main window over real databases with scripted boxes. Three levels LEVEL1 … LEVEL3 are made on demand.
 class WindowFixture : public DravikFixture {

@@ -11,7 +11,6 @@
 #include "analysis/modMain.h"
 #include "app/StartUp.h"
 #include "app/WindowPlace.h"
-#include "general/SettingsFile.h"
 #include "platform/DravikLibraries.h"
 #include "plot/TimeCursors.h"
 #include "tests/app/GuiSupport.h"
@@ -31,7 +30,7 @@ class MainWindow : public WindowFixture {
         EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
     }
     ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
-    std::string Cell(const char* grid, int row, int column = 1) { return TextOf(GridOf(grid), row, column); }
+    std::string Cell(const char* grid, int row) { return GridOf(grid).item(row, 1)->text().toStdString(); }
     void EditCell(const char* grid, int row) {
         GridOf(grid).setCurrentCell(row, 1);
         QTest::keyClick(&GridOf(grid), Qt::Key_F2);
@@ -111,23 +110,22 @@ TEST_F(MainWindow, TextEditorCommitsOnEnterLeavesOnEscapeAndStaysWhenRefused) {
     FinishedJob();
     SetTab(3);
     auto& editor = Find<QLineEdit>(*window, "txtEdit");
-    EditCell("fgQuicklook", quicklookPorosityRow);
-    ASSERT_TRUE(editor.isVisible());
-    editor.setText("0.25");
-    QTest::keyClick(&editor, Qt::Key_Escape);
+    const auto enter = [&](int row, const char* text, Qt::Key end) {
+        EditCell("fgQuicklook", row);
+        EXPECT_TRUE(editor.isVisible());
+        editor.setText(text);
+        QTest::keyClick(&editor, end);
+    };
+    enter(quicklookPorosityRow, "0.25", Qt::Key_Escape);
     EXPECT_FALSE(editor.isVisible());
     EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "1");
 
-    EditCell("fgQuicklook", quicklookPorosityRow);
-    editor.setText("0.25");
-    QTest::keyClick(&editor, Qt::Key_Return);
+    enter(quicklookPorosityRow, "0.25", Qt::Key_Return);
     EXPECT_FALSE(editor.isVisible());
     EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "0.25");
     EXPECT_EQ(ReadIniString("Parameters", "1Porosity", "", SettingsFilePath()), "0.25");
 
-    EditCell("fgQuicklook", quicklookViscosityRow);
-    editor.setText("much");
-    QTest::keyClick(&editor, Qt::Key_Enter);
+    enter(quicklookViscosityRow, "much", Qt::Key_Enter);
     EXPECT_EQ(ports.TakeBox().text, "Viscosity: Out of range");
     EXPECT_TRUE(editor.isVisible());
     EXPECT_EQ(editor.selectedText(), "much");

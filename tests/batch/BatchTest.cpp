@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <numbers>
 

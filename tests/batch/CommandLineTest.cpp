@@ -1,6 +1,5 @@
 // What the command line accepts and refuses, before anything is done.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <sstream>
 

@@ -3,7 +3,6 @@
 
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
-#include "general/SettingsFile.h"
 #include "general/modGeneral.h"
 #include "tests/support/DravikFixture.h"
 

@@ -1,11 +1,8 @@
 // The tool as its users run it: exit status, output, and what is in the database afterwards.
 #include <unistd.h>
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "dravik/tool/Database.h"
 #include "tests/support/ProgramTest.h"

@@ -2,13 +2,9 @@
 // same.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
-#include <string>
 #include <variant>
-#include <vector>
 
 #include "dravik/include/DKBase.h"
 #include "dravik/tool/LogTable.h"

@@ -8,8 +8,6 @@
 #include <complex>
 #include <map>
 #include <numbers>
-#include <string>
-#include <vector>
 
 #include "dravik/tool/Simulator.h"
 #include "dravik/tool/ToolError.h"

@@ -1,13 +1,10 @@
 // The filter library as the program meets it: through the loaded module.
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <numeric>
 #include <random>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "platform/DravikLibraries.h"
 #include "tests/support/DravikFixture.h"

@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <stdexcept>
 
 #include "general/AtomicFile.h"

@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <clocale>
-#include <functional>
 #include <limits>
 #include <tuple>
 

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,23 +7,19 @@
 namespace vorela {
 namespace {
 
-using test::ReadAll;
-using test::WriteAll;
-
-class SettingsFileTest : public ::testing::Test {
+class SettingsFileTest : public test::SettingsFixture {
   protected:
-    test::TempFolder folder;
-    std::string path = folder.File("Vorela.ini");
+    const std::string path = SettingsFilePath();
 };
 
 TEST_F(SettingsFileTest, keepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWritten) {
-    WriteAll(path,
-             "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\n\r\n[parameters]\r\n;Period=1\r\nperiod=240\r\n");
+    WriteSettings(
+        "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\n\r\n[parameters]\r\n;Period=1\r\nperiod=240\r\n");
     EXPECT_TRUE(WriteIniString("Parameters", "PERIOD", "90", path));
     EXPECT_TRUE(WriteIniString("Plot", "Y2", "2", path));
     EXPECT_TRUE(WriteIniString("Cursors", "Cursor1", "33.33", path));
     EXPECT_EQ(
-        ReadAll(path),
+        Settings(),
         "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\nY2=2\r\n\r\n[parameters]\r\n;Period=1\r\nPERIOD=90\r\n"
         "[Cursors]\r\nCursor1=33.33\r\n");
     EXPECT_EQ(ReadIniString("PARAMETERS", "Period", "240", path), "90");
@@ -33,39 +28,36 @@ TEST_F(SettingsFileTest, keepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWri
 TEST_F(SettingsFileTest, givesTheDefaultForWhatIsMissingOrEmpty) {
     EXPECT_EQ(ReadIniString("A", "B", "d", path), "d");
     EXPECT_EQ(ReadIniInteger("A", "B", -1, path), -1);
-    WriteAll(path, "[A]\nempty=\nbad=x1\nnegative=-1\nquoted=\" a b \"\n[B]\nonly=here\n");
+    WriteSettings("[A]\nempty=\nbad=x1\nnegative=-1\nquoted=\" a b \"\n[B]\nonly=here\n");
     EXPECT_EQ(ReadIniString("A", "empty", "d", path), "d");
     EXPECT_EQ(ReadIniInteger("A", "bad", 5, path), 0);
     EXPECT_EQ(ReadIniInteger("A", "negative", 5, path), -1);
     EXPECT_EQ(ReadIniString("A", "quoted", "", path), " a b ");
     EXPECT_EQ(ReadIniString("A", "only", "other section", path), "other section");
-    WriteAll(path, "\xEF\xBB\xBF[A]\r\nk=v\r\n");
+    WriteSettings("\xEF\xBB\xBF[A]\r\nk=v\r\n");
     EXPECT_EQ(ReadIniString("A", "k", "", path), "v");
 }
 
-TEST_F(SettingsFileTest, cutsAValueAt255Characters) {
+TEST_F(SettingsFileTest, createsTheFileOnTheFirstWriteAndCutsAValueReadAt255Characters) {
     EXPECT_TRUE(WriteIniString("A", "long", std::string(300, 'x'), path));
+    EXPECT_EQ(Settings(), "[A]\r\nlong=" + std::string(300, 'x') + "\r\n");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1)
+        << "nothing beside it";
     EXPECT_EQ(ReadIniString("A", "long", "", path), std::string(255, 'x'));
-}
-
-TEST_F(SettingsFileTest, createsTheFileOnTheFirstWriteAndLeavesNothingBesideIt) {
-    EXPECT_TRUE(WriteIniString("Version", "Version", "1.05", path));
-    EXPECT_EQ(ReadAll(path), "[Version]\r\nVersion=1.05\r\n");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
 TEST_F(SettingsFileTest, aWriteThatFailsLeavesTheFileAsItWas) {
     EXPECT_FALSE(WriteIniString("A", "k", "v", folder.File("missing/Vorela.ini")));
-    WriteAll(path, "[A]\nk=old\n");
+    WriteSettings("[A]\nk=old\n");
     if (geteuid() == 0)
         GTEST_SKIP() << "root may write everywhere";
     chmod(path.c_str(), 0444);
     EXPECT_FALSE(WriteIniString("A", "k", "new", path));
-    EXPECT_EQ(ReadAll(path), "[A]\nk=old\n");
+    EXPECT_EQ(Settings(), "[A]\nk=old\n");
 }
 
 TEST_F(SettingsFileTest, anOverlayTakesWritesAndAnswersFirst) {
-    WriteAll(path, "[A]\nk=file\n");
+    WriteSettings("[A]\nk=file\n");
     {
         SettingsOverlay overlay;
         overlay.Set("a", "K", "set");
@@ -74,7 +66,7 @@ TEST_F(SettingsFileTest, anOverlayTakesWritesAndAnswersFirst) {
         EXPECT_EQ(ReadIniString("A", "other", "", path), "written");
     }
     EXPECT_EQ(ReadIniString("A", "k", "", path), "file");
-    EXPECT_EQ(ReadAll(path), "[A]\nk=file\n");
+    EXPECT_EQ(Settings(), "[A]\nk=file\n");
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 #include "general/modGeneral.h"
 #include "platform/Application.h"

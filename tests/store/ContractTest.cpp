@@ -1,7 +1,6 @@
 // The contract of DKBase.h, call by call.
 #include <unistd.h>
 
-#include <filesystem>
 #include <limits>
 
 #include "tests/store/StoreTest.h"

@@ -2,8 +2,6 @@
 #include <sqlite3.h>
 
 #include <array>
-#include <filesystem>
-#include <functional>
 #include <random>
 
 #include "tests/store/StoreTest.h"

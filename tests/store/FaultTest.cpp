@@ -1,9 +1,5 @@
 // Every call of a short run fails once, in every way: the run reports it, the file holds the state before or
 // after the commit, and the next run goes on.
-#include <sqlite3.h>
-
-#include <filesystem>
-#include <iterator>
 
 #include "dravik/store/Sqlite.h"
 #include "tests/store/FaultyVfs.h"
