@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* key = "System\\CurrentControlSet\\Services\\DKBASE";
 
-class LibrariesTest : public ::testing::Test {
+class LibrariesTest : public test::SettingsFixture {
   protected:
     LibrariesTest() { setenv("VORELA_REGISTRY", folder.File("vorela.reg").c_str(), 1); }
     ~LibrariesTest() override {
@@ -25,8 +25,6 @@ class LibrariesTest : public ::testing::Test {
     }
 
     std::filesystem::path start = std::filesystem::current_path();
-    test::TempFolder folder;
-    test::ScriptedPorts ports;
 };
 
 TEST_F(LibrariesTest, joinsBinDirAndFileNameAsTheyStand) {

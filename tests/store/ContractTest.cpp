@@ -121,8 +121,7 @@ TEST_F(ContractTest, ARolledBackTransactionLeavesNothing) {
 
 TEST_F(ContractTest, EachMisuseHasItsStatusAndTouchesNothing) {
     const Opened database(path);
-    const std::int32_t item = database.New("L/C/1", TimeCurve(10, 100));
-    ASSERT_EQ(Write(item, 100, {1, 2}), DK_OK);
+    const std::int32_t item = database.New("L/C/1", TimeCurve(10, 100), {1, 2});
     const std::string before = ReadAll(path);
     const float some[2] = {};
     const std::uint8_t flags[2] = {1, 1};
@@ -162,8 +161,7 @@ TEST_F(ContractTest, EachMisuseHasItsStatusAndTouchesNothing) {
 
 TEST_F(ContractTest, AHandleOfADeletedItemStaysVoidWhenTheItemIsMadeAnew) {
     const Opened database(path);
-    const std::int32_t old = database.New("L/C/1");
-    ASSERT_EQ(Write(old, 0, Ramp(20000)), DK_OK);
+    const std::int32_t old = database.New("L/C/1", TimeCurve(), Ramp(20000));
     const std::int32_t dataset = database.Attach("L");
     ASSERT_EQ(DBdeleteA(database.handle, "L"), DK_OK);
     database.New("L/C/1");
@@ -193,10 +191,7 @@ TEST_F(ContractTest, ADatasetShowsItsFirstCurveAndAMarkIsKept) {
 }
 
 TEST_F(ContractTest, AReadOnlyDatabaseIsReadAndRefusesWriting) {
-    {
-        const Opened database(path);
-        ASSERT_EQ(Write(database.New("L/C/1"), 0, {1, 2, 3}), DK_OK);
-    }
+    Opened(path).New("L/C/1", TimeCurve(), {1, 2, 3});
     std::filesystem::permissions(folder.Path(), std::filesystem::perms(0555));
     std::filesystem::permissions(path, std::filesystem::perms(0444));
     const uid_t user = geteuid();

@@ -16,7 +16,7 @@ class DamageTest : public StoreTest {
     DamageTest() {
         const Opened database(path);
         EXPECT_EQ(DBbegin(database.handle), DK_OK);
-        EXPECT_EQ(DBwrite(database.New("L/ZG/1"), 0, samples, truth.data()), DK_OK);
+        database.New("L/ZG/1", TimeCurve(), truth);
         const std::int32_t sparse = database.New("L/RTC/1", TimeCurve(10, 0, "rps"));
         EXPECT_EQ(DBwrite(sparse, 0, 100, truth.data()), DK_OK);
         EXPECT_EQ(DBwrite(sparse, 380000, 2000, truth.data() + 38000), DK_OK);
@@ -153,7 +153,7 @@ class LostRowTest : public StoreTest, public testing::WithParamInterface<const c
 TEST_P(LostRowTest, IsADiskError) {
     {
         const Opened database(path);
-        ASSERT_EQ(Write(database.New("L/C/1"), 0, Ramp(70000)), DK_OK);
+        database.New("L/C/1", TimeCurve(), Ramp(70000));
         database.New("L/D/1");
     }
     sqlite3* direct = nullptr;

@@ -22,10 +22,6 @@ struct Report {
     void Note(std::int32_t status) { worst = std::max(worst, status); }
 };
 
-void MakeDatabase(const std::string& path) {
-    ASSERT_EQ(Write(Opened(path).New("L/ZG/1"), 0, Ramp(recorded)), DK_OK);
-}
-
 /// Appends to one curve and makes another in one transaction; reads.
 Report Extend(const std::string& path, bool lasting = false) {
     Report report;
@@ -80,7 +76,7 @@ class FaultTest : public StoreTest, public testing::WithParamInterface<std::tupl
 TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
     const auto [fault, lasting] = GetParam();
     store::SetLongestWait(std::chrono::milliseconds(1));
-    MakeDatabase(path);
+    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
     const std::string before = ReadAll(path);
     const std::ptrdiff_t descriptors = OpenDescriptors();
     bool fired = true;
@@ -115,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
 class CommitTest : public StoreTest {};
 
 TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
-    MakeDatabase(path);
+    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
     sqlite3* reader = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &reader), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM items", nullptr, nullptr, nullptr),

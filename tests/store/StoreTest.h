@@ -102,9 +102,13 @@ struct Opened {
             << path << DBlastdetail();
         return item;
     }
-    std::int32_t New(const std::string& path, const DBNewItem& attributes = TimeCurve()) const {
+    /// An item that is attached; a curve with these samples from its first index on.
+    std::int32_t New(const std::string& path, const DBNewItem& attributes = TimeCurve(),
+                     const std::vector<float>& values = {}) const {
         EXPECT_EQ(DBnewA(handle, path.c_str(), &attributes), DK_OK) << path << DBlastdetail();
-        return Attach(path);
+        const std::int32_t item = Attach(path);
+        EXPECT_TRUE(values.empty() || Write(item, attributes.firstIndex, values) == DK_OK) << DBlastdetail();
+        return item;
     }
     Block Information(const std::string& path) const {
         Block block;
