@@ -28,8 +28,7 @@ Signal Cosine(double amplitude, double phaseDegrees, double periodCs, double off
 
 class CycleAnalysis : public DravikFixture {
   protected:
-    void SetUp() override {
-        DravikFixture::SetUp();
+    CycleAnalysis() {
         CurrentParameters() = ParameterSet{};
         SetCursorSpanSource(nullptr);
         SetSelectedCycleSource(nullptr);

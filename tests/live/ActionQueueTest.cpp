@@ -27,16 +27,12 @@ class ActionQueueTest : public test::LiveFixture {
         writeThrough = LoadedLibraries().database.DBwrite;
         LoadedLibraries().database.DBwrite = FailingWrite;
     }
-    void TearDown() override {
-        LoadedLibraries().database.DBwrite = writeThrough;
-        LiveFixture::TearDown();
-    }
+    ~ActionQueueTest() override { LoadedLibraries().database.DBwrite = writeThrough; }
     /// LEVEL0 … LEVEL2, deepest first; those that are not `pending` have ended before they are selected.
     void SelectThree(std::array<bool, 3> pending) {
         const std::vector<std::string> names{"LEVEL0", "LEVEL1", "LEVEL2"};
         for (std::size_t i = 0; i < 3; ++i) {
-            TestPlan plan;
-            plan.depth -= 100.0 * static_cast<double>(i);
+            const TestPlan plan{.depth = 5000.0 - 100.0 * static_cast<double>(i)};
             recordings.emplace_back(*this, names[i], CurvesOf(plan));
             recordings.back().Append(pending[i] ? 300 : plan.samples);
         }

@@ -83,15 +83,10 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
   protected:
     void SetUp() override {
         LiveFixture::SetUp();
-        plan.samples = 230;
-        plan.periodSeconds = 4;
         test::Use(GetParam(), plan.periodSeconds);
         InstallFaultyLibrary();
     }
-    void TearDown() override {
-        LoadedLibraries().database = library.real;
-        LiveFixture::TearDown();
-    }
+    ~FaultTest() override { LoadedLibraries().database = library.real; }
 
     /// Follows a recording with one fault in the pass at `moment`. False when the pass made fewer calls.
     bool FollowWithFault(Moment moment, int failAt, std::int32_t status, Outcome& outcome) {
@@ -112,7 +107,7 @@ class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface
         return hit;
     }
 
-    TestPlan plan;
+    const TestPlan plan{.periodSeconds = 4, .samples = 230};
 
   private:
     bool PassWithFault(int failAt, std::int32_t status) {

@@ -1,5 +1,3 @@
-// Whatever the pieces in which a recording grows, what was followed is what one run over the final data
-// gives.
 #include <algorithm>
 #include <fstream>
 #include <random>
@@ -117,12 +115,8 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
             std::vector<std::vector<test::CurveSpec>> plans;
             std::vector<std::string> names;
             for (int i = 0; i < levels; ++i) {
-                TestPlan plan;
-                plan.depth = 5000 - 100 * i;
-                plan.seed = i;
-                plan.first = 240 + 30 * i;
-                plan.samples += 240 - 37 * i;
-                plans.push_back(CurvesOf(plan));
+                plans.push_back(test::CurvesOf(
+                    {.samples = 760 - 37 * i, .first = 240 + 30 * i, .depth = 5000.0 - 100 * i, .seed = i}));
                 names.push_back(NewName());
                 recordings.emplace_back(*this, names.back(), plans.back());
                 recordings.back().Append(1);
@@ -158,8 +152,7 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
 TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
     for (const Way& way : {difference3, bandPass1})
         for (const int samples : {1, 2, 20, 60, periodLessOne, 82}) {
-            TestPlan plan;
-            plan.samples = samples;
+            const TestPlan plan{.samples = samples};
             Use(way, plan.periodSeconds);
             const Outcome live = Follow(
                 CurvesOf(plan), 7, [](int) { return true; }, 0);

@@ -6,10 +6,8 @@
 #include <numbers>
 #include <tuple>
 
-#include "app/StartUp.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
-#include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 
@@ -125,16 +123,6 @@ std::string Difference(const Outcome& live, const Outcome& batch) {
             return name + ": " + difference;
     }
     return DifferenceOfCycles(live.cycles, batch.cycles);
-}
-
-void LiveFixture::SetUp() {
-    DravikFixture::SetUp();
-    ComposeRooms();
-}
-
-void LiveFixture::TearDown() {
-    ReleaseAllFilters();
-    DravikFixture::TearDown();
 }
 
 Outcome LiveFixture::Observe(const std::string& dataset) {

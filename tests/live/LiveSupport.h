@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "app/StartUp.h"
+#include "signal/modDFilt.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"
 
@@ -63,8 +65,8 @@ std::string Difference(const Outcome& live, const Outcome& batch);
 
 class LiveFixture : public DravikFixture {
   protected:
-    void SetUp() override;
-    void TearDown() override;
+    LiveFixture() { ComposeRooms(); }
+    ~LiveFixture() override { ReleaseAllFilters(); }
     /// What the derived curves and the cycle record of a selected dataset are now.
     Outcome Observe(const std::string& dataset);
     /// One interactive run over a selected dataset, as the offers after a selection would make it.

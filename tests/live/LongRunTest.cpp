@@ -35,9 +35,8 @@ TEST_F(LongRunTest, takesNoMoreMemoryAndNoMoreDescriptorsAsTheRecordingGrows) {
     constexpr long allowedKilobytes = 6144;
 #endif
     const char* hours = std::getenv("VORELA_HOURS");
-    test::TestPlan plan;
-    plan.periodSeconds = 60;
-    plan.samples = 36000 * (hours == nullptr ? 1 : std::atoi(hours));
+    const test::TestPlan plan{.periodSeconds = 60,
+                              .samples = 36000 * (hours == nullptr ? 1 : std::atoi(hours))};
     test::Use({1, true, 2, 2.5}, plan.periodSeconds);
     test::Recording recording(*this, "LEVEL1", CurvesOf(plan));
     recording.Append(samplesPerPass);

@@ -14,7 +14,6 @@
 namespace vorela {
 namespace {
 
-constexpr double periodSeconds = 20.0;
 /// Times real time; a kill comes every tenth of a second or so.
 constexpr int speed = 200;
 
@@ -107,7 +106,7 @@ class TwoProcessTest : public test::LiveFixture {
 };
 
 TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun) {
-    test::Use({1, false, 1, 1.5}, periodSeconds);
+    test::Use({1, false, 1, 1.5}, 20.0);
     std::mt19937 random{5};
     const auto below = [&](unsigned limit) { return static_cast<useconds_t>(random() % limit); };
     std::optional<Child> recorder;

@@ -16,8 +16,7 @@ using test::CurveSpec;
 
 class PlotDataTest : public test::DravikFixture {
   protected:
-    void SetUp() override {
-        DravikFixture::SetUp();
+    PlotDataTest() {
         PrsOpt() = PresentationOptions{};
         PlotFormat() = PlotFormatOptions{};
         PrsOpt().timeAuto = true;

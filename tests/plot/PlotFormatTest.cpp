@@ -21,13 +21,8 @@ TEST_F(PlotFormatTest, readsAndWritesItsKeysInOrderAndAnEmptyFileGivesTheDefault
         "[Plot]\r\nY1=3\r\nY2=4\r\nHorizontal=20\r\nVertical=7\r\nValve=1\r\nFlow=1\r\nNPlots=1\r\n"
         "PPres=0\r\nPFlow=-1\r\nPValve=0\r\nPFPres=-1\r\nPFFlow=0\r\n";
     PlotFormat() = {3, 4, 1, 20, 7, false, true, false, true, false, 1, 1};
-    for (const auto& [read, written] : {std::pair(std::string(), defaults), std::pair(changed, changed)}) {
-        WriteSettings(read);
-        ReadPlotFormat();
-        WriteSettings("");
-        WritePlotFormat();
-        EXPECT_EQ(Settings(), written);
-    }
+    EXPECT_EQ(RoundTrip("", ReadPlotFormat, WritePlotFormat), defaults);
+    EXPECT_EQ(RoundTrip(changed, ReadPlotFormat, WritePlotFormat), changed);
     EXPECT_FALSE(PlotFormat().Shows(Quantity::pressure));
     EXPECT_TRUE(PlotFormat().Shows(Quantity::filteredPressure));
 }

@@ -1,4 +1,3 @@
-// The acquisition system's filtered flow, made again.
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -19,11 +18,8 @@ enum FilterType : std::int16_t { none, square, gaussian, triangle };
 
 class SpinnerFilter : public test::DravikFixture {
   protected:
-    void TearDown() override {
-        ReleaseAllFilters();
-        CurrentParameters() = ParameterSet{};
-        DravikFixture::TearDown();
-    }
+    SpinnerFilter() { CurrentParameters() = ParameterSet{}; }
+    ~SpinnerFilter() override { ReleaseAllFilters(); }
     static CurveSpec Flow(std::int32_t count = samples, bool gaps = false) {
         return {"RTC", "rps", count,
                 [gaps](std::int32_t t) {

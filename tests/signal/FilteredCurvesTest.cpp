@@ -26,8 +26,7 @@ double Signal(std::int32_t t) {
 
 class FilteredCurves : public test::DravikFixture {
   protected:
-    void SetUp() override {
-        DravikFixture::SetUp();
+    FilteredCurves() {
         CurrentParameters() = ParameterSet{};
         CurrentParameters().period = 20;
     }

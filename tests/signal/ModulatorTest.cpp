@@ -1,4 +1,3 @@
-// The reconstructed valve signal.
 #include <gmock/gmock.h>
 
 #include "db/modDravik.h"
@@ -36,8 +35,7 @@ TEST(ValveArithmetic, RampIsStraightBetweenTwoStatesAndAnUnknownCodeKeepsTheStat
 
 class Modulator : public test::DravikFixture {
   protected:
-    void SetUp() override {
-        DravikFixture::SetUp();
+    Modulator() {
         SetCycleAnalysis(
             {[this](std::size_t dataset, std::int32_t boundary) {
                  DatasetRecord& record = CurrentSelection().datasets[dataset];
@@ -53,10 +51,7 @@ class Modulator : public test::DravikFixture {
                  return ++recalculated > 0;
              }});
     }
-    void TearDown() override {
-        SetCycleAnalysis({});
-        DravikFixture::TearDown();
-    }
+    ~Modulator() override { SetCycleAnalysis({}); }
 
     /// A valve of 1.93 s period whose boundaries lie between samples; the curves of a whole dataset, first
     /// index 500.

@@ -40,10 +40,8 @@ class Parameters : public test::SettingsFixture {
 TEST_F(Parameters, AnEmptyFileGivesTheDefaultsForEveryLevel) {
     SelectDatasets(2);
     CurrentParameters().td = 5;
-    ReadParameters();
-    WriteParameters();
     EXPECT_EQ(
-        Settings(),
+        RoundTrip("", ReadParameters, WriteParameters),
         Section("Period=240 UsePeriodInMatch=0 BandPass=0 FilterN=1 CasingID=6 TD=10000 Compressibility=0.01 "
                 "Spinner=0 Slope=0.05 B0=1 DW=7.5 0CycleNo=1 0Porosity=1 0Viscosity=1 0CT=1 0Height=10 "
                 "1CycleNo=1 1Porosity=1 1Viscosity=1 1CT=1 1Height=10 NumInts=2 DFilt=0 DLen=0"));
@@ -54,8 +52,7 @@ TEST_F(Parameters, EveryKeyIsReadAndWrittenBackInTheSectionsOrder) {
         "Period=243.125 UsePeriodInMatch=1 BandPass=-1 FilterN=3 CasingID=9.625 TD=12345.5 "
         "Compressibility=0.000003 Spinner=2 Slope=0.0321 B0=1.2 DW=8.5 0CycleNo=4 0Porosity=0.21 "
         "0Viscosity=1.5 0CT=0.00001 0Height=12.5 NumInts=1 DFilt=3 DLen=2.5");
-    WriteSettings(section);
-    ReadParameters();
+    EXPECT_EQ(RoundTrip(section, ReadParameters, WriteParameters), section);
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.usePeriodInMatch, set.bandPass, set.filterN, set.casingID, set.td),
               std::make_tuple(243.125, 1, -1, 3, 9.625, 12345.5));
@@ -63,9 +60,6 @@ TEST_F(Parameters, EveryKeyIsReadAndWrittenBackInTheSectionsOrder) {
               std::make_tuple(3e-6, 2, 0.0321, 1.2, 8.5, 3, 2.5));
     EXPECT_EQ(std::tie(set.cycleNo[0], set.porosity[0], set.viscosity[0], set.ct[0], set.height[0]),
               std::make_tuple(4, 0.21, 1.5, 1e-5, 12.5));
-    SetSettingsFilePath(folder.File("other.ini"));
-    WriteParameters();
-    EXPECT_EQ(Settings(), section);
 }
 
 TEST_F(Parameters, AStoredNumberOfIntervalsIsRaisedNeverLowered) {

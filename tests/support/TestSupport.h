@@ -104,6 +104,14 @@ class SettingsFixture : public ::testing::Test {
     SettingsFixture() { SetSettingsFilePath(folder.File("Vorela.ini")); }
     static std::string Settings() { return ReadAll(SettingsFilePath()); }
     static void WriteSettings(const std::string& text) { WriteAll(SettingsFilePath(), text); }
+    /// The file that `write` makes of what `read` took from `text`.
+    static std::string RoundTrip(const std::string& text, void (*read)(), void (*write)()) {
+        WriteSettings(text);
+        read();
+        WriteSettings("");
+        write();
+        return Settings();
+    }
 };
 
 }  // namespace vorela::test
