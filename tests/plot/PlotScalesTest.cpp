@@ -42,8 +42,8 @@ TEST_F(PlotScales, readsAndWritesItsKeysInOrderAndAnEmptyFileGivesTheDefaults) {
         "FiltFlowMin=-10\r\nFiltFlowMax=10\r\nFFlowAuto=-1\r\nFixed=-1\r\nStart=0\r\nEnd=1000\r\n";
     const std::string changed =
         "[Presentation]\r\nTimeRange=960\r\nTimeAuto=-1\r\nElapsed=-1\r\n"
-        "PresMin=1\r\nPresMax=2\r\nPresAuto=0\r\nFlowMin=3\r\nFlowMax=4\r\nFlowAuto=0\r\n"
-        "ModMin=5\r\nModMax=6\r\nModAuto=0\r\nFiltPresMin=-2.5\r\nFiltPresMax=3.25\r\nFPresAuto=0\r\n"
+        "PresMin=1\r\nPresMax=2\r\nPresAuto=0\r\nFlowMin=3\r\nFlowMax=4\r\nFlowAuto=-1\r\n"
+        "ModMin=5\r\nModMax=6\r\nModAuto=0\r\nFiltPresMin=-2.5\r\nFiltPresMax=3.25\r\nFPresAuto=-1\r\n"
         "FiltFlowMin=7\r\nFiltFlowMax=8\r\nFFlowAuto=0\r\nFixed=0\r\nStart=-0.125\r\nEnd=9\r\n";
     PrsOpt().axes[0].automatic = false;
     PrsOpt().rangeStart = 7;
