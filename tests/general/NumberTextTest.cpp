@@ -51,12 +51,10 @@ TEST(NumberText, shortestTextReadsBackToTheSameNumberUnderACommaLocale) {
 }
 
 TEST(NumberText, readsTheLeadingPartOfASettingAndTheWholeOfABox) {
-    EXPECT_EQ(LeadingNumber(" 12abc"), 12);
-    EXPECT_EQ(LeadingNumber("abc"), 0);
-    EXPECT_EQ(LeadingNumber("1e"), 1);
-    EXPECT_EQ(LeadingNumber("-.5e1x"), -5);
-    EXPECT_EQ(LeadingNumber("."), 0);
-    EXPECT_EQ(LeadingNumber("1e400"), 0);
+    const std::pair<const char*, double> leading[] = {{" 12abc", 12}, {"abc", 0}, {"1e", 1},
+                                                      {"-.5e1x", -5}, {".", 0},   {"1e400", 0}};
+    for (const auto& [text, number] : leading)
+        EXPECT_EQ(LeadingNumber(text), number) << text;
     EXPECT_EQ(LeadingInteger("-1"), -1);
     EXPECT_EQ(LeadingInteger("RTC3 SPIN"), 0);
     EXPECT_EQ(LeadingInteger("99999999999"), std::numeric_limits<std::int32_t>::max());
