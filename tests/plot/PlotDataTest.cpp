@@ -17,9 +17,8 @@ using test::CurveSpec;
 class PlotDataTest : public test::DravikFixture {
   protected:
     PlotDataTest() {
-        PrsOpt() = PresentationOptions{};
+        PrsOpt() = {.timeAuto = true};
         PlotFormat() = PlotFormatOptions{};
-        PrsOpt().timeAuto = true;
         ForgetKeptCurves();
     }
 

@@ -24,9 +24,8 @@ class PlotWidgetTest : public test::DravikFixture {
   protected:
     void SetUp() override {
         DravikFixture::SetUp();
-        PrsOpt() = PresentationOptions{};
+        PrsOpt() = {.timeAuto = true};
         PlotFormat() = PlotFormatOptions{};
-        PrsOpt().timeAuto = true;
         for (const char* name : {"ZG", "RTC", "PVLPOS"})
             AddCurve("LEVEL1", Ramp(name, 10'000));
         Select({"LEVEL1"});

@@ -7,40 +7,32 @@ namespace vorela {
 namespace {
 
 TEST(TimeRange, allDataGainsAStepAtItsEndAlsoOnAMultiple) {
-    PresentationOptions options;
-    options.timeAuto = true;
+    const PresentationOptions options{.timeAuto = true};
     EXPECT_EQ(ChosenSpan(options, 1234, 9500), (TimeSpan{1000, 10000}));
     EXPECT_EQ(ChosenSpan(options, 1000, 10000), (TimeSpan{1000, 11000}));
     EXPECT_EQ(ChosenSpan(options, -3, 0), (TimeSpan{-1000, 1000}));
 }
 
 TEST(TimeRange, fixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
-    PresentationOptions options;  // 240 s
+    const PresentationOptions options{.timeRange = 240};
     EXPECT_EQ(ChosenSpan(options, 0, 180000 - 1), (TimeSpan{180000 - 24000, 180000}));
     EXPECT_EQ(ChosenSpan(options, 500, 10400), (TimeSpan{0, 24000}));
-    // Exactly as wide: the start is not before the data.
-    EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000}));
+    EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000})) << "exactly as wide as the data";
 }
 
 TEST(TimeRange, specificZoneIsRoundedToTheEvenHundredth) {
-    PresentationOptions options;
-    options.fixed = false;
-    options.start = 0.125;
-    options.end = 10.375;
+    const PresentationOptions options{.fixed = false, .start = 0.125, .end = 10.375};
     EXPECT_EQ(ChosenSpan(options, 0, 999999), (TimeSpan{12, 1038}));
 }
 
 TEST(TimeRange, whatLeaves32BitsIsAnOverflow) {
-    PresentationOptions options;
-    options.timeRange = 30000000;
-    EXPECT_THROW(ChosenSpan(options, 0, 1000), RunTimeError);
+    EXPECT_THROW(ChosenSpan({.timeRange = 30000000}, 0, 1000), RunTimeError);
+    EXPECT_THROW(ChosenSpan({.timeAuto = true}, 0, 2147483640), RunTimeError);
     std::int32_t t = 2147483647;
     EXPECT_THROW(RoundUpTime(t, 1000), RunTimeError);
     EXPECT_EQ(t, 2147483647);
     t = -2147483647;
     EXPECT_THROW(RoundDownTime(t, 1000), RunTimeError);
-    options.timeAuto = true;
-    EXPECT_THROW(ChosenSpan(options, 0, 2147483640), RunTimeError);
 }
 
 TEST(TimeRange, samplingStepIsNeverFinerThanTheCurve) {
