@@ -173,8 +173,8 @@ void WithIntervalNamed(const std::string& label, const std::function<void()>& bo
 }
 
 bool GetIntervalInformation() {
-    const StatusScope status(step::gettingIntervalInformation);
     return Attempt(step::gettingIntervalInformation, [] {
+        const StatusScope status(step::gettingIntervalInformation);
         std::vector<IntervalRecord>& intervals = CurrentIntervals();
         intervals.clear();
         const Datasets& datasets = CurrentSelection().datasets;

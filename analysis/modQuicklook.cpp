@@ -57,8 +57,8 @@ std::vector<QuicklookRecord>& CurrentQuicklook() {
 }
 
 bool GetQuicklookInformation() {
-    const StatusScope status(step::gettingQuicklookInformation);
     return Attempt(step::gettingQuicklookInformation, [] {
+        const StatusScope status(step::gettingQuicklookInformation);
         std::vector<QuicklookRecord>& records = CurrentQuicklook();
         records.clear();
         if (CurrentSelection().datasets.empty() || CurrentIntervals().empty())

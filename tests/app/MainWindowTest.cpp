@@ -6,6 +6,7 @@
 #include <QMenuBar>
 #include <QScreen>
 #include <QScrollBar>
+#include <QStatusBar>
 
 #include "analysis/ResultGridView.h"
 #include "analysis/modMain.h"
@@ -13,6 +14,7 @@
 #include "app/WindowPlace.h"
 #include "platform/DravikLibraries.h"
 #include "plot/TimeCursors.h"
+#include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 
 namespace vorela::test {
@@ -278,6 +280,10 @@ TEST_F(MainWindow, DatasetDeletedUnderTheSelectionIsReportedOnceForEachAction) {
     ports.answers = {true};
     Trigger("mnuAction2");
     EXPECT_GT(ports.boxes.size(), told);
+    CurrentParameters().period = 0;
+    SetTab(2);
+    SetTab(3);
+    EXPECT_TRUE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("Division by zero"));
 }
 
 TEST_F(MainWindow, GarbageInEverySettingStillOpensTheWindow) {
