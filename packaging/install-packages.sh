@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build ccache pkg-config
-    qt6-base-dev qt6-base-dev-tools libqt6svg6-dev
+    qt6-base-dev qt6-base-dev-tools qt6-svg-dev
     libsqlite3-dev libcli11-dev nlohmann-json3-dev fonts-liberation
 )
 if [ "${1:-}" = tests ]; then
