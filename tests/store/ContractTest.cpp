@@ -64,7 +64,7 @@ TEST_F(ContractTest, GapsAreOneAndBeyondTheLastIsThirtyTwo) {
 TEST_F(ContractTest, RecordsKeepTheirBytesAndUnitsTheirText) {
     const Opened database(path);
     const std::int32_t item = database.New("L/_defaults_/1", RecordItem(16));
-    const std::string bytes("\0\1\2\xFF 16 bytes ", 16);
+    const std::string bytes("\0\1\2\xFF of 16 bytes", 16);
     ASSERT_EQ(DBwrite(item, 0, 1, bytes.data()), DK_OK);
     std::string back(16, 'x');
     ASSERT_EQ(DBread(item, 0, 1, back.data()), DK_OK);
