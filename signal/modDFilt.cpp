@@ -139,8 +139,8 @@ void FilterBlock(Database& database, CurveReader& flow, CurveWriter& writer, Fil
                  std::int64_t first, std::int64_t last, RunProgress& progress) {
     const ItemInfo& info = flow.Info();
     const std::int64_t lag = slot.filter.Lag();
+    Transaction transaction(database);  // before the reading, which then waits for nobody
     const FlowBlock block(flow, first, last);
-    Transaction transaction(database);
     std::int64_t t = first;
     for (std::size_t i = 0; i < block.values.size(); ++i, t += info.step) {
         progress.At(static_cast<std::int32_t>(t));

@@ -350,6 +350,10 @@ bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress
     DatasetState after;
     {
         LongTransaction transaction(database);
+        // An extension mostly has something to write. Reading under the lock that it then needs anyway, it
+        // does not wait for a busy recorder at every look at a curve.
+        if (known != nullptr)
+            transaction.Begin();
         for (std::size_t slot = 0; slot < slots; ++slot) {
             if (progress != nullptr)
                 progress->BeginCurve(record.dataset, settings[slot]);

@@ -177,8 +177,8 @@ int32_t DBattachA(int32_t database, const char* path, int32_t* item, int32_t /*r
         Handles& handles = AllHandles();
         if (handles.items.size() >= mostItems)
             throw StoreError{DK_MAXIMUM, "too many attached items"};
-        const ItemKey key = opened.Find(ItemPath::Parse(path));
-        const ItemInfo info = opened.Information(key);
+        ItemInfo info;
+        const ItemKey key = opened.Attach(ItemPath::Parse(path), info);
         const std::int32_t handle = handles.Next();
         handles.items.emplace(handle, AttachedItem{database, key});
         CopyOut(info, information);

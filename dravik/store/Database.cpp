@@ -167,16 +167,18 @@ void Database::CreateTables() {
 // --- Transactions ---
 
 Database::ReadScope::ReadScope(Database& database)
-    : database_(database), own_(!database.explicitTransaction_) {
-    if (own_)
+    : database_(database), own_(!database.explicitTransaction_ && !database.reading_) {
+    if (own_) {
         Query(database_.connection_, database_.sql_->begin).Run();
-    else if (!database_.connection_.InTransaction())
+        database_.reading_ = true;
+    } else if (!database_.connection_.InTransaction())
         throw StoreError{DK_DISK_ERROR, "the transaction was rolled back after a fault"};
 }
 
 Database::ReadScope::~ReadScope() {
     if (!own_)
         return;
+    database_.reading_ = false;
     try {
         Query(database_.connection_, database_.sql_->commit).Run();
     } catch (const StoreError&) {
@@ -323,6 +325,13 @@ ItemKey Database::Find(const ItemPath& path) {
     const ItemRow row = LoadItem(key.number);
     if (row.dataset != dataset || row.name != path.item)
         Damaged("item \"" + path.dataset + path.item + "\"");
+    return key;
+}
+
+ItemKey Database::Attach(const ItemPath& path, ItemInfo& info) {
+    const ReadScope scope(*this);
+    const ItemKey key = Find(path);
+    info = Information(key);
     return key;
 }
 

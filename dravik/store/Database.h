@@ -67,6 +67,8 @@ class Database {
 
     ItemKey Find(const ItemPath& path);
     ItemInfo Information(const ItemKey& key);
+    /// Both of one state of the file.
+    ItemKey Attach(const ItemPath& path, ItemInfo& info);
     void Create(const ItemPath& path, ItemInfo info, const std::string& unitText);
     void Delete(const ItemPath& path);
     void Mark(const ItemKey& key, std::int32_t validFirst, std::int32_t validLast, const char* madeText);
@@ -133,6 +135,7 @@ class Database {
     bool readOnly_ = false;
     bool writePrepared_ = false;
     bool explicitTransaction_ = false;
+    bool reading_ = false;                              ///< a ReadScope of its own lives
     std::chrono::steady_clock::time_point lastCommit_;  ///< of a DBbegin
     std::map<std::int32_t, std::string> unitTexts_;     ///< of the file, by its codes, as far as asked for
     StagingBuffer staging_;

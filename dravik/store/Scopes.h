@@ -5,7 +5,8 @@
 
 namespace vorela::store {
 
-/// One consistent view over the statements of a reading call; inside DBbegin that transaction's view.
+/// One consistent view over the statements of a reading call; inside DBbegin that transaction's view, inside
+/// another scope that one's.
 class Database::ReadScope {
   public:
     explicit ReadScope(Database& database);
