@@ -13,8 +13,6 @@
 
 #include "general/RunTimeError.h"
 
-extern char** environ;
-
 namespace vorela {
 namespace {
 
