@@ -87,7 +87,7 @@ void TickBesideShortRecording(benchmark::State& state, test::Way way) {
     double sum = 0;
     double sumLong = 0;
     std::vector<double> all;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         sum += brief.Pass();
         const double once = lengthy.Pass();
         sumLong += once;

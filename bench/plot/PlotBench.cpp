@@ -107,7 +107,7 @@ void DrawOnce(TimeMode mode, const TimeSpan& span) {
 
 void FirstDraw(benchmark::State& state) {
     const Record record(state.range(0));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         ForgetKeptCurves();
         DrawOnce(TimeMode::chosen, {});
     }
@@ -116,7 +116,7 @@ void FirstDraw(benchmark::State& state) {
 void Redraw(benchmark::State& state) {
     const Record record(state.range(0));
     DrawOnce(TimeMode::chosen, {});
-    for (auto _ : state)
+    while (state.KeepRunning())
         DrawOnce(TimeMode::chosen, {});
     state.counters["kept_MB"] = static_cast<double>(KeptCurveBytes()) / 1e6;
 }
@@ -127,7 +127,7 @@ void RedrawWhilePanning(benchmark::State& state) {
     DrawOnce(TimeMode::chosen, {});
     const auto end = static_cast<std::int32_t>(state.range(0) * step);
     std::int32_t at = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         DrawOnce(TimeMode::zoomed, {at, at + end / 10});
         at = at > end / 10 * 8 ? 0 : at + end / 1000;
     }
@@ -136,7 +136,7 @@ void RedrawWhilePanning(benchmark::State& state) {
 /// The peer: the same view by looking at every sample of every curve.
 void EverySample(benchmark::State& state) {
     const Record record(state.range(0));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const Database database(record.Path());
         for (const char* name : {"ZG", "RTC", "PVLPOS", "ZG_p", "RTC_qs"}) {
             CurveReader reader(database, "LEVEL", name, Between::linear);
@@ -162,7 +162,7 @@ void CursorDrag(benchmark::State& state) {
         throw std::runtime_error("the plot was not drawn");
     QImage window(pictureWidth, pictureHeight, QImage::Format_RGB32);
     float percent = 10;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         plot.SetCursors(percent, 90);
         plot.render(&window);
         percent = percent < 80 ? percent + 0.1F : 10;
@@ -180,7 +180,7 @@ void CursorReadout(benchmark::State& state) {
     RunPlotDriver(surface, request, {}, drawing);
     double time = 0;
     const auto end = static_cast<double>(state.range(0)) * step;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(ReadCursors(drawing, time, end / 2));
         time = time < end * 0.9 ? time + end / 1000 : 0;
     }

@@ -32,13 +32,11 @@ class SquareFilter final : public RunningFilter {
     double count_;
 };
 
-/// Two square windows of m = (n + 1) / 2 samples one after the other have the weights 1, 2 ... m ... 2, 1.
+/// Two square windows of m samples one after the other have the weights 1, 2 ... m ... 2, 1.
 class TriangleFilter final : public RunningFilter {
   public:
-    explicit TriangleFilter(std::size_t n)
-        : first_((n + 1) / 2), second_((n + 1) / 2), weightSum_(static_cast<double>((n + 1) / 2)) {
-        weightSum_ *= weightSum_;
-    }
+    explicit TriangleFilter(std::size_t m)
+        : first_(m), second_(m), weightSum_(static_cast<double>(m) * static_cast<double>(m)) {}
     double Push(double value) override { return second_.Push(first_.Push({value, 0.0})).high / weightSum_; }
 
   private:
@@ -163,7 +161,7 @@ std::unique_ptr<RunningFilter> MakeRunningFilter(FilterShape shape, std::size_t 
         case FilterShape::square:
             return std::make_unique<SquareFilter>(n);
         case FilterShape::triangle:
-            return std::make_unique<TriangleFilter>(n);
+            return std::make_unique<TriangleFilter>((n + 1) / 2);
         case FilterShape::gaussian:
             return std::make_unique<GaussianFilter>(n);
         case FilterShape::none:

@@ -129,7 +129,8 @@ constexpr long long FoldFactor(std::size_t power) {
     Word factor = 0x80000000U;
     for (; power > 0; --power)
         factor = (factor >> 1) ^ ((factor & 1U) != 0 ? polynomial : 0U);
-    return static_cast<long long>(std::uint64_t{factor} << 1);
+    const std::uint64_t shifted = std::uint64_t{factor} << 1;
+    return static_cast<long long>(shifted);
 }
 constexpr long long overLow = FoldFactor(8 * foldBytes + 32);
 constexpr long long overHigh = FoldFactor(8 * foldBytes - 32);

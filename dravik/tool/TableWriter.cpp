@@ -120,6 +120,10 @@ std::string LasHeader(const CurveSource& source, const std::string& dataset, boo
     return text + "~A\n";
 }
 
+[[noreturn]] void RefuseCurve(const Database& database, const std::string& dataset, const std::string& name) {
+    throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has no curve \"" + name + "\"");
+}
+
 }  // namespace
 
 DatasetSource::DatasetSource(const Database& database, const std::string& dataset,
@@ -130,7 +134,7 @@ DatasetSource::DatasetSource(const Database& database, const std::string& datase
         const auto found =
             std::find_if(all.begin(), all.end(), [&](const NamedItem& item) { return item.name == name; });
         if (found == all.end())
-            throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has no curve \"" + name + "\"");
+            RefuseCurve(database, dataset, name);
         chosen.push_back(*found);
     }
     FitGrid(database, dataset, names.empty() ? all : chosen);
