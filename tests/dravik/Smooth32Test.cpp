@@ -40,12 +40,11 @@ class Smooth32 : public testing::Test {
 /// Weights by the plain definition of each filter, of unit sum.
 std::vector<long double> Weights(const std::string& type, int n) {
     std::vector<long double> weights;
+    const int half = (n - 1) / 2;
     for (int i = 0; i < n; ++i) {
-        const long double x = i - (n - 1) / 2;
+        const long double x = i - half;
         const long double gaussian = std::exp(-x * x / (2.0L * n / 6.0L * n / 6.0L));
-        weights.push_back(type == "Square"     ? 1.0L
-                          : type == "Triangle" ? (n + 1) / 2 - std::abs(x)
-                                               : gaussian);
+        weights.push_back(type == "Square" ? 1.0L : type == "Triangle" ? half + 1 - std::abs(x) : gaussian);
     }
     const long double sum = std::accumulate(weights.begin(), weights.end(), 0.0L);
     for (long double& weight : weights)
