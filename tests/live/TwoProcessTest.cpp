@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <functional>
 #include <random>
 #include <sstream>
 
@@ -26,8 +27,7 @@ int Kills() {
 class Child {
   public:
     /// Runs `body` in a copy of this process; its result is the exit status.
-    template <typename Body>
-    explicit Child(Body&& body) : process_(fork()) {
+    explicit Child(const std::function<int()>& body) : process_(fork()) {
         if (process_ == 0)
             _exit(body());
     }

@@ -12,8 +12,6 @@
 namespace vorela {
 namespace {
 
-using test::CurveSpec;
-
 class PlotDataTest : public test::DravikFixture {
   protected:
     PlotDataTest() {
@@ -163,6 +161,7 @@ TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
     const CurvePoints fresh = Pressure(request);
     ASSERT_EQ(grown.points.size(), fresh.points.size());
     for (std::size_t i = 0; i < fresh.points.size(); ++i)
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): bit by bit, breaks too
         ASSERT_EQ(std::memcmp(&grown.points[i], &fresh.points[i], sizeof(CurvePoint)), 0) << i;
     EXPECT_GT(*grown.extent.maximum, 50);
     // Made anew with the same attributes and length: only its samples tell.
@@ -173,7 +172,7 @@ TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
 }
 
 TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
-    MakeDataset(100'000, [](std::int32_t t) { return t / 10 + 0.125; });
+    MakeDataset(100'000, [](std::int32_t t) { return t / 10.0 + 0.125; });
     const float marker = 50'000.125F;
     std::string bytes = test::ReadAll(DatabasePath());
     const std::size_t at = bytes.find(std::string(reinterpret_cast<const char*>(&marker), sizeof marker));

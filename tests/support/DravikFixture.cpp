@@ -188,8 +188,8 @@ StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::stri
     StoredCurve stored{reader.Info(), {}};
     if (stored.info.IsEmpty())
         return stored;
-    const auto count =
-        static_cast<std::size_t>((stored.info.extentLast - stored.info.extentFirst) / stored.info.step + 1);
+    const std::int32_t steps = (stored.info.extentLast - stored.info.extentFirst) / stored.info.step;
+    const auto count = static_cast<std::size_t>(steps) + 1;
     std::vector<float> values(count);
     std::vector<std::uint8_t> present(count);
     reader.ReadGrid(stored.info.extentFirst, values, present);

@@ -69,7 +69,7 @@ ScriptedPorts::~ScriptedPorts() {
 
 ShownBox ScriptedPorts::TakeBox() {
     EXPECT_EQ(boxes.size(), 1U) << ::testing::PrintToString(boxes);
-    const ShownBox box = boxes.empty() ? ShownBox{} : boxes.front();
+    ShownBox box = boxes.empty() ? ShownBox{} : boxes.front();
     boxes.clear();
     return box;
 }
