@@ -1,7 +1,9 @@
 #include "app/CurveChecks.h"
 
+#include <cstddef>
 #include <string>
 
+#include "app/ActionQueue.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
@@ -51,6 +53,18 @@ void WarnOfDravikFilters() {
             "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
 }
 
+/// Curves of an earlier session are brought up to the recording here, where the user waits for the selection
+/// anyway: the first tick would hold the window for as long as all that was recorded takes. Where the user
+/// did not want the curves, nothing is made.
+void CatchUpWithRecordings() {
+    if (!FilteredCurvesExist() || !ValveSignalPresent() || !FilteredFlowExists())
+        return;
+    const auto& datasets = CurrentSelection().datasets;
+    for (std::size_t i = 0; i < datasets.size(); ++i)
+        if (datasets[i].pendingFlag != 0)
+            ExtendDataset(i);  // reports; what failed is taken up by the next tick
+}
+
 /// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
 /// record.
 bool EndsBeforeValvePosition(const DatasetRecord& record, const CurveChoice& choice) {
@@ -88,6 +102,7 @@ bool SelectData(const SelectDataView& view) {
         OfferValveCurve();
         OfferDravikFilteredFlow();
         WarnOfDravikFilters();
+        CatchUpWithRecordings();
         view.updateMainWindow();
         for (const DatasetRecord& record : CurrentSelection().datasets)
             if (record.pendingFlag != 0)

@@ -15,7 +15,8 @@ struct SelectDataView {
     std::function<void()> switchTimerOn;
 };
 
-/// Step "Selecting data". True when it ran to its end.
+/// Step "Selecting data". True when it ran to its end. Datasets that are being recorded and have all their
+/// derived curves are extended to what is recorded.
 bool SelectData(const SelectDataView& view);
 
 /// A chosen pressure or flow curve ends before PVLPOS: the acquisition system filtered it. Step "Checking

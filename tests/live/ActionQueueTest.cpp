@@ -1,5 +1,6 @@
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
+#include "app/CurveChecks.h"
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 
@@ -70,6 +71,24 @@ TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisible
     EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
     EXPECT_TRUE(HasCurve("LEVEL1", "PVLSIG"));
     EXPECT_FALSE(HasCurve("LEVEL2", "PVLSIG"));
+}
+
+TEST_F(ActionQueueTest, aSelectionBringsAllCurvesOfAnEarlierSessionUpToTheRecording) {
+    SelectThree({true, false, true});
+    for (std::size_t i = 0; i < recordings.size(); ++i)
+        EXPECT_TRUE(ExtendDataset(i));
+    const auto filteredTo = [this] { return ReadCurve("LEVEL2", "RTC_f").info.extentLast; };
+    const std::int32_t before = filteredTo();
+    recordings[2].Append(7);
+    const SelectDataView selection{
+        [this] {
+            Select({"LEVEL0", "LEVEL1", "LEVEL2"});
+        },
+        [] { return true; }, [] {},
+        [&] { calls.push_back("update " + std::to_string(filteredTo() - before)); },
+        [this] { calls.push_back("timer on"); }};
+    EXPECT_TRUE(SelectData(selection));
+    EXPECT_EQ(calls, (Calls{"update 70", "timer on", "timer on"}));
 }
 
 TEST_F(ActionQueueTest, switchesTheTimerOffWhenTheLastRecordingEndsAndStillExtendsAndRefreshes) {
