@@ -52,8 +52,8 @@ std::vector<Expected> FilteredCurves() {
 Expected DravikFlow() {
     const CurveChoice& choice = CurrentSelection().choice;
     const ParameterSet& parameters = CurrentParameters();
-    return {choice.flow, DravikFilteredFlowName(choice),
-            FilterSpecification(parameters.dFilt, parameters.dLen), parameters.dLen * indexUnitsPerSecond};
+    return {choice.flow, DravikFilteredFlowName(choice), FilterDefinition(parameters.dFilt, parameters.dLen),
+            parameters.dLen * indexUnitsPerSecond};
 }
 
 enum class Standing { good, missing, incomplete };

@@ -42,11 +42,11 @@ const Smooth32Api& Api() {
 class SpinnerFilter {
   public:
     SpinnerFilter() = default;
-    /// Not usable (Handle() is 0) when the library refuses the specification or the step.
-    SpinnerFilter(const std::string& specification, std::int16_t step) {
+    /// Not usable (Handle() is 0) when the library refuses the definition or the step.
+    SpinnerFilter(const std::string& definition, std::int16_t step) {
         if (Api().CreateSOFilter == nullptr)
             return;
-        handle_ = Api().CreateSOFilter("", specification.c_str(), 0, 0);
+        handle_ = Api().CreateSOFilter("", definition.c_str(), 0, 0);
         if (handle_ != 0 && Api().InitSOFilter(handle_, indexUnitsPerSecond, step) == 0)
             Destroy();
         if (handle_ != 0)
@@ -84,7 +84,7 @@ class SpinnerFilter {
 /// What is remembered of a dataset: its living filter, and how far the curve was filtered with which filter.
 struct FilterSlot {
     SpinnerFilter filter;
-    std::string specification;
+    std::string definition;
     std::optional<std::int32_t> resumeMark;  ///< last time index filtered
 };
 
@@ -131,7 +131,7 @@ void WarmUp(SpinnerFilter& filter, CurveReader& flow, std::int64_t index) {
 }
 
 std::string MadeText(const FilterSlot& slot) {
-    return slot.specification + " by Smooth32";
+    return slot.definition + " by Smooth32";
 }
 
 /// Filters the samples first … last and writes them, moved back by the filter's lag. One transaction.
@@ -186,12 +186,12 @@ bool ReadyFilter(FilterSlot& slot, CurveReader& flow) {
         return true;
     return Attempt(creatingFilter, false, [&] {
         const ParameterSet& parameters = CurrentParameters();
-        const std::string specification = FilterSpecification(parameters.dFilt, parameters.dLen);
+        const std::string definition = FilterDefinition(parameters.dFilt, parameters.dLen);
         // A curve is of one filter throughout: with another one it is made from the start.
-        if (slot.specification != specification)
+        if (slot.definition != definition)
             slot.resumeMark.reset();
-        slot.specification = specification;
-        slot.filter = SpinnerFilter(specification, flow.Info().step);
+        slot.definition = definition;
+        slot.filter = SpinnerFilter(definition, flow.Info().step);
         if (slot.filter.IsUsable() && slot.resumeMark)
             WarmUp(slot.filter, flow, std::int64_t{*slot.resumeMark} + flow.Info().step);
         return slot.filter.IsUsable();
@@ -273,8 +273,8 @@ void ReleaseAllFilters() {
     Slots().ForgetAll();
 }
 
-std::string FilterSpecification(int filterType, double lengthSeconds) {
-    return std::string(CheckedAt(SpinnerFilterTypes(), filterType, "FilterSpecification")) + "," +
+std::string FilterDefinition(int filterType, double lengthSeconds) {
+    return std::string(CheckedAt(SpinnerFilterTypes(), filterType, "FilterDefinition")) + "," +
            ShortestText(lengthSeconds);
 }
 

@@ -13,7 +13,7 @@ void ResetFilterSlots();
 /// Destroys every filter that lives. Before the filter library is released.
 void ReleaseAllFilters();
 /// "Gaussian,2.5"
-std::string FilterSpecification(int filterType, double lengthSeconds);
+std::string FilterDefinition(int filterType, double lengthSeconds);
 
 /// The interactive entry.
 bool CreateFilteredFlow(bool askBeforeOverwriting);

@@ -98,34 +98,34 @@ class GaussianFilter final : public RunningFilter {
 
 }  // namespace
 
-std::optional<FilterSpecification> ParseFilterSpecification(std::string_view text) {
+std::optional<FilterDefinition> ParseFilterDefinition(std::string_view text) {
     const std::size_t comma = text.find(',');
     if (comma == std::string_view::npos)
         return std::nullopt;
     const std::string_view type = text.substr(0, comma);
-    FilterSpecification specification;
+    FilterDefinition definition;
     if (type == "None")
-        specification.shape = FilterShape::none;
+        definition.shape = FilterShape::none;
     else if (type == "Square")
-        specification.shape = FilterShape::square;
+        definition.shape = FilterShape::square;
     else if (type == "Triangle")
-        specification.shape = FilterShape::triangle;
+        definition.shape = FilterShape::triangle;
     else if (type == "Gaussian")
-        specification.shape = FilterShape::gaussian;
+        definition.shape = FilterShape::gaussian;
     else
         return std::nullopt;
     const std::optional<double> length = StrictNumber(text.substr(comma + 1));
     if (!length || *length < 0.0)
         return std::nullopt;
-    specification.lengthSeconds = *length;
-    return specification;
+    definition.lengthSeconds = *length;
+    return definition;
 }
 
-std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification,
-                                              std::int32_t unitsPerSecond, std::int16_t step) {
-    if (specification.shape == FilterShape::none)
+std::optional<std::int64_t> FilterSampleCount(const FilterDefinition& definition, std::int32_t unitsPerSecond,
+                                              std::int16_t step) {
+    if (definition.shape == FilterShape::none)
         return 1;
-    const double steps = std::round(specification.lengthSeconds * unitsPerSecond / step);
+    const double steps = std::round(definition.lengthSeconds * unitsPerSecond / step);
     if (!(steps < static_cast<double>(longestFilter)))
         return std::nullopt;
     return static_cast<std::int64_t>(steps) | 1;

@@ -12,23 +12,23 @@ namespace vorela {
 
 enum class FilterShape { none, square, triangle, gaussian };
 
-/// What a specification text such as "Gaussian,2.5" says.
-struct FilterSpecification {
+/// What a definition text such as "Gaussian,2.5" says.
+struct FilterDefinition {
     FilterShape shape = FilterShape::none;
     double lengthSeconds = 0.0;  ///< finite, 0 or more
 };
 
 /// Nothing for an unknown type, a missing, negative or not finite length, or anything left over. Type names
 /// are written as the list of spinner filters writes them.
-std::optional<FilterSpecification> ParseFilterSpecification(std::string_view text);
+std::optional<FilterDefinition> ParseFilterDefinition(std::string_view text);
 
 inline constexpr std::int64_t longestFilter = 10'000'000;
 
 /// Samples of a filter: length in steps, rounded, then the next odd number; at least 1; 1 for
 /// FilterShape::none. Nothing when it exceeds longestFilter. `unitsPerSecond` and `step` (index units) are
 /// positive.
-std::optional<std::int64_t> FilterSampleCount(const FilterSpecification& specification,
-                                              std::int32_t unitsPerSecond, std::int16_t step);
+std::optional<std::int64_t> FilterSampleCount(const FilterDefinition& definition, std::int32_t unitsPerSecond,
+                                              std::int16_t step);
 
 /// An unevaluated sum of two doubles: about 32 decimal digits.
 struct DoubleDouble {

@@ -12,7 +12,7 @@
 namespace {
 
 struct Slot {
-    vorela::FilterSpecification specification;
+    vorela::FilterDefinition definition;
     std::unique_ptr<vorela::RunningFilter> filter;  ///< null until prepared
     std::int32_t lag = 0;
 };
@@ -37,29 +37,29 @@ std::int32_t NewHandle() {
 }
 
 bool Prepare(Slot& slot, std::int32_t unitsPerSecond, std::int16_t step) {
-    const auto samples = vorela::FilterSampleCount(slot.specification, unitsPerSecond, step);
+    const auto samples = vorela::FilterSampleCount(slot.definition, unitsPerSecond, step);
     if (!samples)
         return false;
     const std::int64_t lag = (*samples - 1) / 2 * step;
     if (lag > std::numeric_limits<std::int32_t>::max())
         return false;
-    slot.filter = vorela::MakeRunningFilter(slot.specification.shape, static_cast<std::size_t>(*samples));
+    slot.filter = vorela::MakeRunningFilter(slot.definition.shape, static_cast<std::size_t>(*samples));
     slot.lag = static_cast<std::int32_t>(lag);
     return true;
 }
 
 }  // namespace
 
-int32_t CreateSOFilter(const char* /*name*/, const char* specification, int32_t /*reserved1*/,
+int32_t CreateSOFilter(const char* /*name*/, const char* definition, int32_t /*reserved1*/,
                        int32_t /*reserved2*/) {
     try {
-        if (specification == nullptr)
+        if (definition == nullptr)
             return 0;
-        const auto parsed = vorela::ParseFilterSpecification(specification);
+        const auto parsed = vorela::ParseFilterDefinition(definition);
         if (!parsed)
             return 0;
         const std::int32_t handle = NewHandle();
-        Slots()[handle].specification = *parsed;
+        Slots()[handle].definition = *parsed;
         return handle;
     } catch (const std::exception&) {
         return 0;

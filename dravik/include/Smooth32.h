@@ -2,7 +2,7 @@
  * Smooth32: the acquisition system's filter library, loaded at run time. Plain C interface; compiles alone as
  * C and as C++. A filter is causal: its output lags its input by GetSOFilterLag.
  *
- * Specification text: type name, comma, length in seconds: "None,0", "Square,2.5", "Triangle,4",
+ * Definition text: type name, comma, length in seconds: "None,0", "Square,2.5", "Triangle,4",
  * "Gaussian,2.5". None      passes values through, lag 0. Square    running mean of n samples. Triangle
  * weights rising and falling in equal steps, n samples. Gaussian  weights exp(-x^2 / (2 (n/6)^2)), n samples.
  * n = round(length * units per second / step), made odd (the next odd number), at least 1. Weights have unit
@@ -26,9 +26,9 @@ extern "C" {
 #define SO_EXPORT
 #endif
 
-/* A new filter by its specification text; 0 when the text is not understood (unknown type, no length,
+/* A new filter by its definition text; 0 when the text is not understood (unknown type, no length,
  * negative or not finite). `name` and the reserved values are not used. */
-SO_EXPORT int32_t CreateSOFilter(const char* name, const char* specification, int32_t reserved1,
+SO_EXPORT int32_t CreateSOFilter(const char* name, const char* definition, int32_t reserved1,
                                  int32_t reserved2);
 
 /* Prepares the filter: index units per second (100) and sampling step in index units (> 0). Forgets what it

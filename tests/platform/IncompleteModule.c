@@ -1,9 +1,9 @@
 /* A filter library without GetSOFilterLag. */
 #include "../../dravik/include/Smooth32.h"
 
-int32_t CreateSOFilter(const char* name, const char* specification, int32_t reserved1, int32_t reserved2) {
+int32_t CreateSOFilter(const char* name, const char* definition, int32_t reserved1, int32_t reserved2) {
     (void)name;
-    (void)specification;
+    (void)definition;
     return reserved1 + reserved2;
 }
 

@@ -68,10 +68,10 @@ TEST_F(SpinnerFilter, EachFilterSaysHowItWasMadeAndNoneWritesTheValuesThemselves
                                                                    {square, 1, "Square,1"},
                                                                    {gaussian, 2.5, "Gaussian,2.5"},
                                                                    {triangle, 2.1, "Triangle,2.1"}};
-    for (const auto& [type, length, specification] : filters) {
+    for (const auto& [type, length, definition] : filters) {
         SetFilter(type, length);
         ASSERT_TRUE(FilterDatasetFlow(0, false));
-        EXPECT_EQ(Made(), specification + " by Smooth32");
+        EXPECT_EQ(Made(), definition + " by Smooth32");
         EXPECT_EQ(ReadCurve("L", "RTC_f").samples == ReadCurve("L", "RTC").samples, type == none);
     }
 }
