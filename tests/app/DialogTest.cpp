@@ -119,18 +119,6 @@ TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
     EXPECT_THAT(RecentDatabases(), ElementsAre(DatabasePath()));
 }
 
-TEST_F(Chooser, RemembersTheLatestFirstAndForgetsFilesThatAreGone) {
-    const std::string other = folder.File("other.dkb");
-    WriteAll(other, "x");
-    RememberDatabase(other);
-    RememberDatabase(DatabasePath());
-    RememberDatabase(folder.File("gone.dkb"));
-    EXPECT_THAT(RecentDatabases(), ElementsAre(DatabasePath(), other));
-    qputenv("DRAVIK_DATABASE", other.c_str());
-    EXPECT_THAT(RecentDatabases(), ElementsAre(other, DatabasePath()));
-    qunsetenv("DRAVIK_DATABASE");
-}
-
 class QtBoxes : public WindowFixture {};
 
 TEST_F(QtBoxes, ShowTitleTextWithLineBreaksAndAnswerYesOrNo) {

@@ -1,11 +1,9 @@
 #include <QAbstractItemView>
 #include <QAction>
-#include <QClipboard>
 #include <QFile>
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
-#include <QScrollBar>
 #include <QStatusBar>
 
 #include "analysis/ResultGridView.h"
@@ -177,26 +175,6 @@ TEST_F(MainWindow, CycleInformationListsEveryCycleAndChoosesOne) {
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "3");
 }
 
-TEST_F(MainWindow, ControlCCopiesTheSelectedCellsByTabs) {
-    ResultGridView& grid = GridOf("fgLevel");
-    grid.setRangeSelected(QTableWidgetSelectionRange(2, 0, 3, 1), true);
-    QTest::keyClick(&grid, Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(QApplication::clipboard()->text(), "Database\t\nDataset\t");
-}
-
-TEST_F(MainWindow, SectionRowsKeepDarkTextInADarkTheme) {
-    QPalette dark;
-    dark.setColor(QPalette::Base, Qt::black);
-    dark.setColor(QPalette::Text, Qt::white);
-    dark.setColor(QPalette::Button, Qt::darkGray);
-    dark.setColor(QPalette::Mid, QColor(40, 40, 40));
-    ResultGridView& grid = GridOf("fgLevel");
-    grid.setPalette(dark);
-    EXPECT_EQ(grid.item(1, 0)->background().color(), QColor(255, 224, 192));
-    EXPECT_EQ(grid.item(1, 0)->foreground().color(), QColor(Qt::black));
-    EXPECT_EQ(grid.item(0, 0)->foreground().color(), QColor(Qt::white));
-}
-
 TEST_F(MainWindow, ColumnsAreAsWideAsDesignedOrAsTheirCaptionsNeed) {
     EXPECT_EQ(PixelsFromTwips(2800, 96), 187);
     EXPECT_EQ(PixelsFromTwips(2800, 192), 373);
@@ -206,20 +184,6 @@ TEST_F(MainWindow, ColumnsAreAsWideAsDesignedOrAsTheirCaptionsNeed) {
             EXPECT_LE(grid.fontMetrics().horizontalAdvance(grid.item(row, 0)->text()), grid.columnWidth(0))
                 << name;
     }
-}
-
-TEST_F(MainWindow, FirstColumnStaysWhileTheOthersAreScrolled) {
-    SetTab(4);
-    ResultGridView& grid = GridOf("fgSummary");
-    window->resize(500, 400);
-    QApplication::processEvents();
-    auto& fixed = Find<QTableView>(grid, "fixedColumn");
-    EXPECT_FALSE(fixed.isVisible());
-    ASSERT_GT(grid.horizontalScrollBar()->maximum(), 0);
-    grid.horizontalScrollBar()->setValue(grid.horizontalScrollBar()->maximum());
-    EXPECT_TRUE(fixed.isVisible());
-    EXPECT_EQ(fixed.width(), grid.columnWidth(0));
-    EXPECT_EQ(fixed.indexAt({1, 1}).data(), "Depth Interval");
 }
 
 TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {

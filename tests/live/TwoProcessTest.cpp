@@ -127,6 +127,9 @@ TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun)
         const std::int32_t acknowledged = kills % 5 == 0 ? LastAcknowledged() : -1;
         if (acknowledged >= 0) {
             ASSERT_GE(ReadCurve("LEVEL1", "RTC").info.extentLast, acknowledged) << "after kill " << kills;
+            const std::int32_t pressureEnd = ReadCurve("LEVEL1", "ZG").info.extentLast;
+            ASSERT_TRUE(recorder || pressureEnd == ReadCurve("LEVEL1", "PVLT").info.extentLast)
+                << "half a commit";
         }
     }
     recorder.reset();

@@ -62,18 +62,6 @@ TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
     EXPECT_EQ(moved.count(), 2);
 }
 
-TEST_F(TimeCursorsTest, arrowKeysMoveByOneOrTenPixelsUnderTheSameRule) {
-    control_.setCursor2(99.5F);  // 5 pixels short of the end
-    const std::tuple<Qt::Key, Qt::KeyboardModifier, float> presses[] = {
-        {Qt::Key_Right, Qt::ControlModifier, 99.5F},
-        {Qt::Key_Right, Qt::NoModifier, 99.6F},
-        {Qt::Key_Left, Qt::ControlModifier, 98.6F}};
-    for (const auto& [key, modifier, position] : presses) {
-        QTest::keyClick(Child("imgCursor2"), key, modifier);
-        EXPECT_FLOAT_EQ(control_.cursor2(), position);
-    }
-}
-
 TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     control_.setMargin(100);

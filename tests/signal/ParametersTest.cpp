@@ -93,13 +93,6 @@ TEST_F(Parameters, ResizingReadsEveryEntryAgain) {
     }
 }
 
-TEST_F(Parameters, ValuesAreReadByTheirLeadingNumberAndIntegersRounded) {
-    WriteSettings(Section("Period=250s TD=deep FilterN=2.5 Spinner=-1"));
-    ReadParameters();
-    const ParameterSet& set = CurrentParameters();
-    EXPECT_EQ(std::tie(set.period, set.td, set.filterN, set.spinner), std::make_tuple(250.0, 0.0, 2, -1));
-}
-
 TEST_F(Parameters, AnIntegerBeyondItsTypeIsReportedByFileAndKeyAndChangesNothing) {
     for (const std::string key : {"FilterN", "NumInts"}) {
         WriteSettings(Section("Period=100 " + key + "=99999"));
