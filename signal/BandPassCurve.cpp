@@ -13,8 +13,8 @@ std::int64_t BandPassCurve::FinalEnd() const {
     return std::max<std::int64_t>(filter_.FirstProvisional() - 1 - Delay(), 0);
 }
 
-CurveFilter::Span BandPassCurve::ValidSpan() const {
-    const Blanking blanked = BlankedEnds(Fed(), static_cast<std::int64_t>(filter_.Kernel().Length()));
+CurveFilter::Span BandPassCurve::ValidSpanOf(std::int64_t count) const {
+    const Blanking blanked = BlankedEnds(count, static_cast<std::int64_t>(filter_.Kernel().Length()));
     return {blanked.head, blanked.tail - 1};
 }
 

@@ -26,7 +26,7 @@ class BandPassCurve final : public CurveFilter {
     void Finish(const Sink& sink) override;
     std::int64_t Fed() const override { return filter_.SamplesFed(); }
     std::int64_t FinalEnd() const override;
-    Span ValidSpan() const override;
+    Span ValidSpanOf(std::int64_t count) const override;
     /// A zero of the blanked end was handed out where a gap that came later leaves no value.
     bool NeedsFreshStart() const override { return needsFreshStart_; }
 

@@ -43,7 +43,9 @@ class CurveFilter {
     /// Outputs before this position never change again.
     virtual std::int64_t FinalEnd() const = 0;
     /// Where the output is a full response, for a recording that ends here.
-    virtual Span ValidSpan() const = 0;
+    Span ValidSpan() const { return ValidSpanOf(Fed()); }
+    /// The same for a recording of `count` samples, fed or not.
+    virtual Span ValidSpanOf(std::int64_t count) const = 0;
     /// A position that was handed out turned out to have no value after all: the curve has to be made anew.
     virtual bool NeedsFreshStart() const { return false; }
 };

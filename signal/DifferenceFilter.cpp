@@ -66,19 +66,24 @@ double DifferenceFilter::LastIndex() const {
     return static_cast<double>(firstIndex_ + (Fed() - 1) * step_);
 }
 
-std::int64_t DifferenceFilter::LastPosition() const {
-    const std::int64_t count = Fed();
+std::int64_t DifferenceFilter::LastPosition(std::int64_t count) const {
     if (count == 0)
         return -1;
-    const double end = RoundHalfEven(LastIndex() - length_);
+    const double end = RoundHalfEven(static_cast<double>(firstIndex_ + (count - 1) * step_) - length_);
     return end < firstIndex_ ? 0
                              : std::min(count - 1, (static_cast<std::int64_t>(end) - firstIndex_) / step_);
+}
+
+CurveFilter::Span DifferenceFilter::ValidSpanOf(std::int64_t count) const {
+    const std::int64_t firstPass =
+        std::max<std::int64_t>(std::min(LastPosition(count) + 1, count - reach_), 0);
+    return {0, std::max<std::int64_t>(firstPass - (std::ssize(layers_) - 1) * reach_, 0) - 1};
 }
 
 void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::uint8_t> present,
                             const Sink& sink) {
     layers_.front().Append(values, present);
-    std::int64_t end = std::min(LastPosition() + 1, Fed() - reach_);
+    std::int64_t end = std::min(LastPosition(Fed()) + 1, Fed() - reach_);
     for (std::size_t j = 0; j < layers_.size(); ++j) {
         end = std::max(end, finalEnd_[j]);
         const Stretch settled = Pass(layers_[j], finalEnd_[j], end, j > 0);
@@ -94,7 +99,7 @@ void DifferenceFilter::Feed(std::span<const float> values, std::span<const std::
 
 void DifferenceFilter::Finish(const Sink& sink) {
     RoundTo<std::int32_t>(LastIndex() - length_, source);
-    const std::int64_t end = LastPosition() + 1;
+    const std::int64_t end = LastPosition(Fed()) + 1;
     Stretch tail = Pass(layers_[0], finalEnd_[0], std::max(end, finalEnd_[0]), false);
     for (std::size_t j = 1; j < layers_.size(); ++j) {
         Stretch before = layers_[j];

@@ -32,7 +32,7 @@ class DifferenceFilter final : public CurveFilter {
     void Finish(const Sink& sink) override;
     std::int64_t Fed() const override { return layers_.front().End(); }
     std::int64_t FinalEnd() const override { return finalEnd_.back(); }
-    Span ValidSpan() const override { return {0, FinalEnd() - 1}; }
+    Span ValidSpanOf(std::int64_t count) const override;
 
   private:
     /// A stretch of a curve in memory.
@@ -53,8 +53,9 @@ class DifferenceFilter final : public CurveFilter {
     static Offset OffsetOf(double indexUnits, std::int16_t step);
     static void PutPresent(const Stretch& stretch, const Sink& sink);
     double LastIndex() const;
-    /// Position of E; -1 before the first sample. At least 0 otherwise, and within what was fed.
-    std::int64_t LastPosition() const;
+    /// Position of E for a recording of `count` samples; -1 before the first. At least 0 otherwise, and
+    /// within the recording.
+    std::int64_t LastPosition(std::int64_t count) const;
     /// Pass over `from`, positions begin … end − 1.
     Stretch Pass(const Stretch& from, std::int64_t begin, std::int64_t end, bool keepWithoutInputs) const;
     bool AllThere(const Stretch& from, std::int64_t begin, std::int64_t end) const;

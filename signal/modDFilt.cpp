@@ -130,8 +130,8 @@ void WarmUp(SpinnerFilter& filter, CurveReader& flow, std::int64_t index) {
         filter.Apply(*value);
 }
 
-std::string MadeText(const FilterSlot& slot) {
-    return slot.definition + " by Smooth32";
+std::string MadeText(const std::string& definition) {
+    return definition + " by Smooth32";
 }
 
 /// Filters the samples first … last and writes them, moved back by the filter's lag. One transaction.
@@ -152,20 +152,20 @@ void FilterBlock(Database& database, CurveReader& flow, CurveWriter& writer, Fil
     }
     writer.Flush();
     writer.Mark(CheckedNarrow<std::int32_t>(info.extentFirst + lag, "Filtered flow"),
-                CheckedNarrow<std::int32_t>(last - lag, "Filtered flow"), MadeText(slot));
+                CheckedNarrow<std::int32_t>(last - lag, "Filtered flow"), MadeText(slot.definition));
     transaction.Commit();
 }
 
 /// True when the curve is there and was made by another filter: then nothing of it may be left.
 bool IsOfAnotherFilter(const Database& database, const std::string& path, const FilterSlot& slot) {
     const std::optional<Item> existing = Item::Find(database, path);
-    return existing && existing->Info().made != MadeText(slot);
+    return existing && existing->Info().made != MadeText(slot.definition);
 }
 
 CurveWriter OpenOutput(Database& database, const DatasetRecord& record, const ItemInfo& flow,
                        const FilterSlot& slot, bool incremental) {
     const DerivedCurve attributes{flow.step,  flow.firstIndex, GetUnitText(flow.unitCode),
-                                  flow.scale, flow.offset,     MadeText(slot)};
+                                  flow.scale, flow.offset,     MadeText(slot.definition)};
     const std::string name = DravikFilteredFlowName(CurrentSelection().choice);
     const bool startsOver =
         !incremental ||
@@ -276,6 +276,11 @@ void ReleaseAllFilters() {
 std::string FilterDefinition(int filterType, double lengthSeconds) {
     return std::string(CheckedAt(SpinnerFilterTypes(), filterType, "FilterDefinition")) + "," +
            ShortestText(lengthSeconds);
+}
+
+std::string FilteredFlowDescription() {
+    const ParameterSet& parameters = CurrentParameters();
+    return MadeText(FilterDefinition(parameters.dFilt, parameters.dLen));
 }
 
 bool CreateFilteredFlow(bool askBeforeOverwriting) {

@@ -15,6 +15,9 @@ void ReleaseAllFilters();
 /// "Gaussian,2.5"
 std::string FilterDefinition(int filterType, double lengthSeconds);
 
+/// How the filtered flow of the current parameters is made: the text that such a curve carries.
+std::string FilteredFlowDescription();
+
 /// The interactive entry.
 bool CreateFilteredFlow(bool askBeforeOverwriting);
 /// The worker for one dataset.

@@ -493,6 +493,19 @@ std::string FilterDescription() {
     return MadeText(CurrentSettings()[0]);
 }
 
+IndexSpan FilteredSpanOf(const ItemInfo& input, int filterN) {
+    if (input.IsEmpty())
+        return {};
+    const ParameterSet& p = CurrentParameters();
+    const FilterSettings settings{"", "", p.bandPass != 0, p.period,
+                                  CheckedNarrow<std::int16_t>(filterN, source)};
+    const std::int64_t count = (std::int64_t{input.extentLast} - input.extentFirst) / input.step + 1;
+    const CurveFilter::Span span = MakeFilter(settings, input)->ValidSpanOf(count);
+    if (span.last < span.first)
+        return {};
+    return {input.extentFirst + span.first * input.step, input.extentFirst + span.last * input.step};
+}
+
 std::int32_t FirstProvisionalIndex(std::size_t index) {
     constexpr std::int32_t unknown = std::numeric_limits<std::int32_t>::min();
     const DatasetState* const state = States().Find(SelectedDataset(index));

@@ -9,6 +9,8 @@
 
 namespace vorela {
 
+struct ItemInfo;
+
 /// True when both filtered curves are in every selected dataset.
 bool FilteredCurvesExist();
 
@@ -23,6 +25,15 @@ bool CreateFilteredCurves(std::size_t index, bool incremental);
 
 /// How the filtered curves of the current parameters are made: the text that such a curve carries.
 std::string FilterDescription();
+
+/// Indices of time, hundredths of a second; empty when last < first.
+struct IndexSpan {
+    std::int64_t first = 0;
+    std::int64_t last = -1;
+};
+/// Where the filtered curve of an input of these extents would be a full response with the current period and
+/// kind of filter and `filterN` passes. Throws as the filter does where it cannot be made.
+IndexSpan FilteredSpanOf(const ItemInfo& input, int filterN);
 
 /// First time index at which a sample of the dataset's filtered curves may still change when the recording
 /// grows: values that lack later inputs, and last bits in the band pass's transform in progress. Samples

@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "db/modSelectData.h"
+#include "signal/CurveCoverage.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"
@@ -79,6 +80,31 @@ TEST_F(FilteredCurves, OfThreePassesEndThreePeriodsBeforeTheInputAndSayHowTheyWe
                             "Updating Information", ""));
     EXPECT_EQ(ports.highestValue, 20);
     EXPECT_EQ(ports.value, 0) << "the bar is put to rest";
+}
+
+TEST_F(FilteredCurves, WhatWillBeValidIsToldBeforeTheyAreMadeAndWhichAreStaleAfterwards) {
+    std::vector<CurveSpec> level = Level(1403);
+    level[1].count = 1391;  // the flow ends earlier
+    SelectLevel(level);
+    CurrentParameters().period = 20.03;  // off the sample grid
+    for (const auto& [bandPass, passes, wholeCycles] :
+         {std::tuple(0, 1, 5), {0, 2, 3}, {0, 3, 1}, {0, 4, 0}, {1, 2, 4}, {1, 3, 3}}) {
+        CurrentParameters().bandPass = static_cast<std::int16_t>(bandPass);
+        const LevelCoverage told = FilteredCoverage(passes).at(0);
+        ASSERT_TRUE(CreateFilteredCurvesInAll(passes));
+        if (wholeCycles > 0) {
+            EXPECT_EQ(told.from * 100, Filtered().info.validFirst) << bandPass << passes;
+            EXPECT_EQ(told.to * 100, ReadCurve("LEVEL1", "RTC_qs").info.validLast) << bandPass << passes;
+        }
+        EXPECT_EQ(told.wholeCycles, wholeCycles) << bandPass << passes;
+        EXPECT_EQ(DescribeCoverage(passes).warning, wholeCycles == 0);
+    }
+    EXPECT_EQ(DescribeCoverage(3).text, "LEVEL1: valid from 35 s to 113.9 s, 3 whole cycles");
+    EXPECT_THAT(StaleCurveLines(), ElementsAre());
+    CurrentParameters().period = 20;
+    EXPECT_THAT(StaleCurveLines(),
+                ElementsAre("ZG_p, RTC_qs of LEVEL1 were made by \"band pass, filter N 3, period 20.03 s\", "
+                            "the settings say \"band pass, filter N 3, period 20 s\""));
 }
 
 TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
