@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QScreen>
 #include <QShortcut>
 #include <QTreeWidget>
 #include <algorithm>
@@ -19,6 +20,7 @@ namespace {
 
 enum Column { nameColumn, kindColumn, depthColumn, startColumn, lengthColumn, recordingColumn, columnCount };
 constexpr int sortRole = Qt::UserRole;
+constexpr double largestShare = 0.9;  // of the screen
 constexpr double metresPerFoot = 0.3048;
 
 /// A line of the list; numbers and times sort by their value, not by their text.
@@ -84,6 +86,7 @@ std::unique_ptr<Line> MakeLine(const DatasetListing& listing, bool metres) {
 frmChooser::frmChooser(const DkBaseApi& api, QWidget* parent)
     : QDialog(parent), api_(api), ui_(std::make_unique<Ui::frmChooser>()) {
     ui_->setupUi(this);
+    resize(size().boundedTo(screen()->availableSize() * largestShare));
     QTreeWidget& list = *ui_->lstDatasets;
     list.setColumnCount(columnCount);
     list.setHeaderLabels(
@@ -91,7 +94,14 @@ frmChooser::frmChooser(const DkBaseApi& api, QWidget* parent)
     list.header()->setSortIndicator(-1, Qt::AscendingOrder);
     for (const std::string& path : RecentDatabases())
         ui_->cboFile->addItem(QString::fromStdString(path));
-    ui_->cboFile->lineEdit()->installEventFilter(this);
+    // The box has the focus, not the line inside it. Names are taken as typed, never completed to another.
+    ui_->cboFile->installEventFilter(this);
+    ui_->cboFile->setCompleter(nullptr);
+    connect(ui_->cboFile->lineEdit(), &QLineEdit::textEdited, this, &frmChooser::ForgetList);
+    connect(ui_->cboFile->lineEdit(), &QLineEdit::editingFinished, this, [this] {
+        if (database_.empty() && !ui_->cboFile->currentText().isEmpty())
+            OpenFile(ui_->cboFile->currentText());
+    });
     connect(ui_->cboFile, &QComboBox::activated, this, [this] { OpenFile(ui_->cboFile->currentText()); });
     connect(ui_->cmdBrowse, &QPushButton::clicked, this, &frmChooser::Browse);
     connect(ui_->txtFind, &QLineEdit::textChanged, this, &frmChooser::ApplyFilter);
@@ -112,7 +122,7 @@ frmChooser::~frmChooser() = default;
 
 // Enter in the file box opens the file; it must not press OK for the file that was open before.
 bool frmChooser::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
+    if (watched == ui_->cboFile && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             OpenFile(ui_->cboFile->currentText());
@@ -137,10 +147,16 @@ void frmChooser::OpenFile(const QString& path) {
     List();
 }
 
+// While another name is typed nothing of the file that was open before can be chosen.
+void frmChooser::ForgetList() {
+    database_.clear();
+    List();
+}
+
 void frmChooser::List() {
     QTreeWidget& list = *ui_->lstDatasets;
     list.clear();
-    QString hint = tr("Open a database file: type its name or press Browse.");
+    QString hint = tr("Open a database file: type its name and press Enter, or press Browse.");
     if (!database_.empty()) {
         std::string problem;
         const auto listings = ListDatasets(api_, database_, problem);

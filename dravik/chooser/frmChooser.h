@@ -32,6 +32,7 @@ class frmChooser : public QDialog {
 
   private:
     void Browse();
+    void ForgetList();
     void List();
     void ApplyFilter();
     void EnableOk();

@@ -102,10 +102,25 @@ TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
     ModalScript script;
     script.Then("frmChooser", [this](QDialog& dialog) {
         EXPECT_FALSE(Find<QPushButton>(dialog, "cmdOK").isEnabled());
-        auto& file = Find<QComboBox>(dialog, "cboFile");
-        file.setEditText(QString::fromStdString(DatabasePath()));
-        QTest::keyClick(file.lineEdit(), Qt::Key_Return);
         auto& list = Find<QTreeWidget>(dialog, "lstDatasets");
+        const auto type = [&](const std::string& path) {
+            Find<QComboBox>(dialog, "cboFile").setFocus();
+            Press(Qt::Key_A, Qt::ControlModifier);
+            Type(path);
+        };
+        type(DatabasePath());
+        Press(Qt::Key_Return);
+        ASSERT_EQ(list.topLevelItemCount(), 3);
+        list.selectAll();
+        // Nothing of this list can be taken any more once another name is typed.
+        type(DatabasePath() + "x");
+        EXPECT_FALSE(Find<QPushButton>(dialog, "cmdOK").isEnabled());
+        Press(Qt::Key_Return);
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_EQ(list.topLevelItemCount(), 0);
+        EXPECT_TRUE(Find<QLabel>(dialog, "lblProblem").text().contains("well.vdbx"));
+        type(DatabasePath());
+        Press(Qt::Key_Tab);
         ASSERT_EQ(list.topLevelItemCount(), 3);
         list.selectAll();
         Find<QLineEdit>(dialog, "txtFind").setText("eta");

@@ -52,11 +52,30 @@ void ModalScript::Look() {
     dialog->setProperty(drivenMark, true);
     const Step step = std::move(steps_.front().step);
     steps_.pop_front();
+    dialog->activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([dialog] {
+        const QWidget* focus = QApplication::focusWidget();
+        return QApplication::activeWindow() == dialog && (focus == nullptr || focus->window() == dialog);
+    }));
     step(*dialog);
 }
 
 void Click(QWidget& window, const char* button) {
     Find<QPushButton>(window, button).click();
+}
+
+void Press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QWidget* focus = QApplication::focusWidget();
+    ASSERT_NE(focus, nullptr) << "nothing has the focus";
+    QTest::keyClick(focus, key, modifiers);
+}
+
+void Type(const std::string& text) {
+    for (const char c : text)
+        if (QWidget* focus = QApplication::focusWidget())
+            QTest::keyClick(focus, c);
+        else
+            ADD_FAILURE() << "nothing has the focus";
 }
 
 void WindowFixture::SetUp() {
@@ -125,6 +144,8 @@ void WindowFixture::SelectThroughDialog(const std::vector<std::string>& datasets
     if (filter)
         script.Then("frmFilteredCurves", filter);
     Trigger("mnuFile0");
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
 }
 
 }  // namespace vorela::test

@@ -59,6 +59,10 @@ Control& Find(QWidget& window, const char* name) {
 
 void Click(QWidget& window, const char* button);
 
+/// Keys go where the user's keys go: to the widget that has the focus.
+void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+void Type(const std::string& text);
+
 /// The main window over real databases with scripted boxes. Three levels LEVEL1 … LEVEL3 are made on demand.
 class WindowFixture : public DravikFixture {
   protected:
