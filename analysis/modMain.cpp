@@ -1,6 +1,8 @@
 #include "analysis/modMain.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
 
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
@@ -418,9 +420,20 @@ bool WriteInterpretation(const std::string& path, int filterIndex) {
     });
 }
 
+std::string ProposedFile(std::size_t dataset) {
+    if (dataset >= CurrentSelection().datasets.size())
+        return {};
+    const DatasetRecord& record = CurrentSelection().datasets[dataset];
+    const std::filesystem::path database(record.database);
+    std::string level = record.dataset;
+    std::replace(level.begin(), level.end(), '/', '-');
+    return (database.parent_path() / (database.stem().string() + " " + level)).string();
+}
+
 bool SaveInterpretation() {
     const auto choice = CurrentPorts().saveFile->AskSaveFile(
-        {"Save Vorela Interpretation", "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|", 1});
+        {"Save Vorela Interpretation", "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|", 1,
+         ProposedFile(ShownChoice().dataset)});
     if (!choice)
         return false;
     RefreshGrids();  // while recording, only the visible grid follows the data

@@ -40,6 +40,7 @@ GridEditors::GridEditors(ResultGridView* level, ResultGridView* quicklook, Calls
     cycle_->hide();
     text_->installEventFilter(this);
     cycle_->installEventFilter(this);
+    cycle_->view()->installEventFilter(this);
     connect(cycle_, &QComboBox::activated, this, &GridEditors::CommitCycle);
     for (ResultGridView* grid : {level_, quicklook_}) {
         grid->installEventFilter(this);
@@ -50,23 +51,14 @@ GridEditors::GridEditors(ResultGridView* level, ResultGridView* quicklook, Calls
     }
 }
 
-void GridEditors::Close() {
-    row_ = -1;
-    for (QWidget* editor : std::initializer_list<QWidget*>{text_, cycle_}) {
-        if (editor->isHidden())
-            continue;
-        const bool focused = editor->hasFocus();
-        QWidget* grid = editor->parentWidget()->parentWidget();
-        editor->hide();
-        if (focused)
-            grid->setFocus();
-    }
-}
-
 bool GridEditors::eventFilter(QObject* watched, QEvent* event) {
     const bool editor = watched == text_ || watched == cycle_;
     switch (event->type()) {
         case QEvent::KeyPress:
+            if (watched == cycle_->view() && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Tab) {
+                CommitCycle(cycle_->view()->currentIndex().row());
+                return true;
+            }
             if (editor)
                 return EditorKey(static_cast<QKeyEvent*>(event));
             if (watched == level_ || watched == quicklook_)
@@ -76,7 +68,7 @@ bool GridEditors::eventFilter(QObject* watched, QEvent* event) {
             // The chooser's own list takes the focus while it is open.
             if (editor && !cycle_->view()->isVisible() &&
                 !FocusComesBack(static_cast<QFocusEvent*>(event)->reason()))
-                Close();
+                CommitWhenLeft();
             break;
         case QEvent::Resize:
             if (watched == level_->viewport() || watched == quicklook_->viewport())
@@ -103,7 +95,7 @@ bool GridEditors::EditorKey(QKeyEvent* event) {
         return true;
     }
     if (!text_->isHidden() && IsEnter(event->key())) {
-        CommitText();
+        Commit();
         return true;
     }
     // Arrow keys in the closed chooser would choose at once; they open its list instead.
@@ -117,9 +109,11 @@ bool GridEditors::EditorKey(QKeyEvent* event) {
 
 bool GridEditors::Open(ResultGridView* grid, const QString& typed) {
     const int row = grid->currentRow();
-    if (grid == quicklook_ && row >= 0 && calls_.isTextRow(row)) {
-        OpenText(row, typed);
-        return true;
+    if (grid == quicklook_) {
+        std::optional<TextCell> cell = row >= 0 ? calls_.textCell(row) : std::nullopt;
+        if (cell)
+            OpenText(row, *std::move(cell), typed);
+        return cell.has_value();
     }
     if (grid == level_ && row == static_cast<int>(levelCycleNumberRow)) {
         OpenCycle();
@@ -128,41 +122,84 @@ bool GridEditors::Open(ResultGridView* grid, const QString& typed) {
     return false;
 }
 
-void GridEditors::OpenText(int row, const QString& typed) {
+void GridEditors::OpenText(int row, TextCell cell, const QString& typed) {
     row_ = row;
-    text_->setText(typed.isEmpty() ? quicklook_->item(row, valueColumn)->text() : typed);
+    textCell_ = std::move(cell);
+    refusal_.reset();
+    text_->setText(typed.isEmpty() ? QString::fromStdString(textCell_.text) : typed);
+    text_->setModified(!typed.isEmpty());
     Place(text_, quicklook_, row);
     if (typed.isEmpty())
         text_->selectAll();
 }
 
 void GridEditors::OpenCycle() {
-    const std::vector<std::string> choices = calls_.cycleChoices();
-    if (choices.empty())
+    cycleCell_ = calls_.cycleCell();
+    if (cycleCell_.choices.empty())
         return;
     row_ = static_cast<int>(levelCycleNumberRow);
     cycle_->clear();
-    for (const std::string& choice : choices)
+    for (const std::string& choice : cycleCell_.choices)
         cycle_->addItem(QString::fromStdString(choice));
     cycle_->setCurrentIndex(cycle_->findText(level_->item(row_, valueColumn)->text()));
     Place(cycle_, level_, row_);
     cycle_->showPopup();
 }
 
-void GridEditors::CommitText() {
-    if (calls_.commitText(row_, text_->text().toStdString())) {
-        Close();
-        return;
+bool GridEditors::Commit() {
+    if (!text_->isHidden() && text_->isModified()) {
+        refusal_ = textCell_.commit(text_->text().toStdString());
+        if (refusal_) {
+            ShowRefused();
+            return false;
+        }
     }
+    Close();
+    return true;
+}
+
+// The widget that takes the focus is in the midst of it: a refusal is shown when it is done.
+void GridEditors::CommitWhenLeft() {
+    if (refusal_)
+        return;
+    if (!text_->isHidden() && text_->isModified())
+        refusal_ = textCell_.commit(text_->text().toStdString());
+    if (refusal_)
+        QMetaObject::invokeMethod(this, &GridEditors::ShowRefused, Qt::QueuedConnection);
+    else
+        Close();
+}
+
+void GridEditors::ShowRefused() {
+    if (!refusal_ || text_->isHidden())
+        return;
+    ShowRefusal(*refusal_);
     text_->setFocus();
     text_->selectAll();
+    refusal_.reset();
 }
 
 void GridEditors::CommitCycle(int entry) {
-    if (entry < 0)
+    if (entry < 0 || cycle_->isHidden())
         return;
+    const std::string choice = cycle_->itemText(entry).toStdString();
+    cycle_->hidePopup();
     Close();
-    calls_.commitCycle(static_cast<std::size_t>(entry));
+    cycleCell_.commit(choice);
+}
+
+void GridEditors::Close() {
+    row_ = -1;
+    refusal_.reset();
+    for (QWidget* editor : std::initializer_list<QWidget*>{text_, cycle_}) {
+        if (editor->isHidden())
+            continue;
+        const bool focused = editor->hasFocus();
+        QWidget* grid = editor->parentWidget()->parentWidget();
+        editor->hide();
+        if (focused)
+            grid->setFocus();
+    }
 }
 
 void GridEditors::Place(QWidget* editor, ResultGridView* grid, int row) {

@@ -9,10 +9,14 @@
 #include <QStatusBar>
 #include <QStringList>
 
+#include "general/SettingsFile.h"
+
 namespace vorela {
 namespace {
 
 constexpr int repaintIntervalMs = 30;
+constexpr const char* folderSection = "Window";
+constexpr const char* folderKey = "SaveFolder";
 
 QString Lines(const std::string& text) {
     QString lines = QString::fromStdString(text);
@@ -50,6 +54,20 @@ QStringList FilterNames(const std::string& filter) {
     for (qsizetype i = 0; i < parts.size(); i += 2)
         names << parts[i];
     return names;
+}
+
+/// In the folder where a file was saved last, while it is there; a folder whose name the settings file would
+/// cut does not come back.
+void ProposeFile(QFileDialog& dialog, const QString& proposed) {
+    const QString kept =
+        QString::fromStdString(ReadIniString(folderSection, folderKey, "", SettingsFilePath()));
+    const QFileInfo file(proposed);
+    if (!kept.isEmpty() && QFileInfo(kept).isDir())
+        dialog.setDirectory(kept);
+    else if (!proposed.isEmpty())
+        dialog.setDirectory(file.path());
+    if (!proposed.isEmpty())
+        dialog.selectFile(file.fileName());
 }
 
 QString SuffixOf(const QString& filterName) {
@@ -140,15 +158,19 @@ std::optional<SaveFileChoice> QtPorts::AskSaveFile(const SaveFileRequest& reques
     dialog.setNameFilters(filters);
     QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
                      [&dialog](const QString& filter) { dialog.setDefaultSuffix(SuffixOf(filter)); });
+    ProposeFile(dialog, QString::fromStdString(request.proposed));
     if (request.filterIndex >= 1 && request.filterIndex <= filters.size()) {
         dialog.selectNameFilter(filters[request.filterIndex - 1]);
         dialog.setDefaultSuffix(SuffixOf(filters[request.filterIndex - 1]));
     }
     while (dialog.exec() == QDialog::Accepted) {
         const QString path = dialog.selectedFiles().value(0);
-        if (QFileInfo(QFileInfo(path).path()).isDir())
+        if (QFileInfo(QFileInfo(path).path()).isDir()) {
+            WriteIniString(folderSection, folderKey, QFileInfo(path).absolutePath().toStdString(),
+                           SettingsFilePath());
             return SaveFileChoice{path.toStdString(),
                                   static_cast<int>(filters.indexOf(dialog.selectedNameFilter())) + 1};
+        }
         Show(MessageIcon::exclamation, request.title, "The folder does not exist:\r" + path.toStdString());
     }
     return std::nullopt;

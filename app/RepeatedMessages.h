@@ -20,7 +20,7 @@ class RepeatedMessages {
     std::set<std::string> shown_;
 };
 
-/// While it lives, a box whose text was shown before goes to the status bar instead.
+/// While it lives, a box whose text was shown before is not shown again but kept for the status bar.
 class OnceOnly final : public MessagePort {
   public:
     explicit OnceOnly(RepeatedMessages& repeated) : repeated_(repeated), messages_(CurrentPorts().messages) {
@@ -34,15 +34,19 @@ class OnceOnly final : public MessagePort {
         if (repeated_.IsNew(text))
             messages_->Show(icon, title, text);
         else
-            CurrentPorts().status->SetText(text);
+            standing_ = text;
     }
     bool AskYesNo(const std::string& title, const std::string& text) override {
         return messages_->AskYesNo(title, text);
     }
 
+    /// The last of the texts that were not shown again; empty when nothing that was said still holds.
+    const std::string& Standing() const { return standing_; }
+
   private:
     RepeatedMessages& repeated_;
     MessagePort* messages_;
+    std::string standing_;
 };
 
 }  // namespace vorela

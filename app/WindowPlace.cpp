@@ -1,5 +1,9 @@
 #include "app/WindowPlace.h"
 
+#include <QDialog>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -24,7 +28,34 @@ std::int64_t Area(const QRect& rect) {
     return rect.isValid() ? std::int64_t{rect.width()} * rect.height() : 0;
 }
 
+/// All but the last row of the form's layout, which holds the buttons, becomes the contents of a scroll area.
+void MakeScrollable(QDialog& dialog) {
+    auto* form = qobject_cast<QVBoxLayout*>(dialog.layout());
+    if (form == nullptr || form->count() < 2 || form->itemAt(form->count() - 1)->layout() == nullptr)
+        return;
+    auto* buttons = form->takeAt(form->count() - 1)->layout();
+    buttons->setParent(nullptr);
+    auto* scroll = new QScrollArea;
+    auto* contents = new QWidget;
+    contents->setLayout(form);  // with all its widgets
+    auto* outer = new QVBoxLayout(&dialog);
+    outer->addWidget(scroll);
+    outer->addLayout(buttons);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setWidget(contents);
+}
+
 }  // namespace
+
+void FitDialog(QDialog& dialog, const QSize& room) {
+    if (!dialog.testAttribute(Qt::WA_Resized))
+        dialog.adjustSize();
+    const QSize wanted = dialog.size().expandedTo(dialog.minimumSizeHint());
+    if (wanted.width() > room.width() || wanted.height() > room.height())
+        MakeScrollable(dialog);
+    dialog.resize(wanted.boundedTo(room));
+}
 
 std::optional<WindowPlace> ReadWindowPlace() {
     const int width = Read("Width");

@@ -9,7 +9,9 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStatusBar>
+#include <QStyle>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <vector>
 
 #include "analysis/ResultGridView.h"
@@ -63,6 +65,11 @@ constexpr const char* stepUnload = "Unloading main window";
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+bool IsPending(std::size_t dataset) {
+    const auto& datasets = CurrentSelection().datasets;
+    return dataset < datasets.size() && datasets[dataset].pendingFlag != 0;
 }
 
 QString LevelText(const DatasetRecord& record) {
@@ -148,18 +155,7 @@ frmMain::~frmMain() {
 void frmMain::BuildGrids() {
     editors_ = new GridEditors(
         ui_->fgLevel, ui_->fgQuicklook,
-        {[](int row) {
-             const auto position = static_cast<std::size_t>(row);
-             return IntervalCount() > 0 &&
-                    (position == quicklookPorosityRow || position == quicklookViscosityRow ||
-                     position == quicklookCompressibilityRow || position == quicklookHeightRow);
-         },
-         [this](int row, const std::string& text) { return CommitIntervalValue(row, text); },
-         [] {
-             return CurrentSelection().datasets.empty() ? std::vector<std::string>{}
-                                                        : CycleChoices(ShownChoice().dataset);
-         },
-         [this](std::size_t entry) { CommitCycle(entry); }});
+        {[this](int row) { return IntervalCell(row); }, [this] { return CycleNumberCell(); }});
     std::vector<QString> meanings;
     for (const char* meaning : SummaryMeanings())
         meanings.push_back(QString::fromUtf8(meaning));
@@ -256,6 +252,10 @@ void frmMain::closeEvent(QCloseEvent* event) {
         event->ignore();
         return;
     }
+    if (!unloaded_ && !editors_->Commit()) {
+        event->ignore();
+        return;
+    }
     if (help_)
         help_->close();
     Unload();
@@ -268,6 +268,11 @@ int frmMain::SelectedTab() const {
     return ui_->tsMain->currentIndex() + 1;
 }
 
+std::optional<std::size_t> frmMain::ShownDataset() const {
+    const int dataset = SelectedTab() - firstDatasetTab;
+    return dataset < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(dataset));
+}
+
 void frmMain::UpdateMainWindow() {
     const OnceOnly quiet(repeated_);
     Attempt(stepUpdate, [&] {
@@ -278,6 +283,17 @@ void frmMain::UpdateMainWindow() {
         LayOutForTab();
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
     });
+    ShowStanding(Text(quiet.Standing()));
+}
+
+// An error that still holds stands in the status bar, one that does not leaves it.
+void frmMain::ShowStanding(QString error) {
+    error.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    if (!error.isEmpty())
+        ui_->statBar->showMessage(error);
+    else if (!standing_.isEmpty() && ui_->statBar->currentMessage() == standing_)
+        ShowSelectionHints();
+    standing_ = error;
 }
 
 void frmMain::RebuildTabs() {
@@ -381,8 +397,9 @@ void frmMain::ShowSelectedPlot(bool askedFor) {
 
 void frmMain::ShowCursorValues() {
     Attempt(stepCursorValues, [&] {
-        const double start = PrsOpt().rangeStart;
-        const double width = static_cast<double>(PrsOpt().rangeEnd) - start;
+        // The same times as the axis above them.
+        const double start = PrsOpt().rangeStart - picPlot_->TimeOrigin();
+        const double width = static_cast<double>(PrsOpt().rangeEnd) - PrsOpt().rangeStart;
         const auto value = [&](float percent) {
             return "[" + FormatNumber(start + static_cast<double>(percent) / 100 * width) + "]";
         };
@@ -399,9 +416,14 @@ void frmMain::CursorsMoved(float cursor1, float cursor2) {
 // --- The user's choices ---
 
 void frmMain::TabClicked() {
-    editors_->Close();
     if (running_)
         return;
+    if (!editors_->Commit()) {
+        // What was typed cannot stand: back to where it can be mended.
+        const QSignalBlocker quiet(ui_->tsMain);
+        ui_->tsMain->setCurrentIndex(ui_->pages->currentIndex());
+        return;
+    }
     running_ = true;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     UpdateMainWindow();
@@ -434,39 +456,55 @@ void frmMain::StepChoice(int by) {
                                                                  : nullptr;
     if (box == nullptr || box->currentIndex() + by < 0 || box->currentIndex() + by >= box->count())
         return;
-    editors_->Close();
+    if (!editors_->Commit())
+        return;
     box->setCurrentIndex(box->currentIndex() + by);
     box == ui_->cboLevel ? LevelChosen(box->currentIndex()) : IntervalChosen(box->currentIndex());
 }
 
-bool frmMain::CommitIntervalValue(int row, const std::string& text) {
+std::optional<TextCell> frmMain::IntervalCell(int row) {
     static const std::vector<std::pair<std::size_t, IntervalField>> fields{
         {quicklookPorosityRow, IntervalField::porosity},
         {quicklookViscosityRow, IntervalField::viscosity},
         {quicklookCompressibilityRow, IntervalField::compressibility},
         {quicklookHeightRow, IntervalField::height}};
-    for (const auto& [fieldRow, field] : fields) {
-        if (static_cast<int>(fieldRow) != row)
-            continue;
-        if (const auto refusal = SetIntervalValue(field, ShownChoice().interval, text)) {
-            ShowRefusal(*refusal);
-            return false;
+    const auto found = std::find_if(fields.begin(), fields.end(), [row](const auto& entry) {
+        return static_cast<int>(entry.first) == row;
+    });
+    if (IntervalCount() == 0 || found == fields.end())
+        return std::nullopt;
+    const auto commit = [this, field = found->second,
+                         interval = ShownChoice().interval](const std::string& text) {
+        auto refusal = SetIntervalValue(field, interval, text);
+        if (!refusal) {
+            FillQuicklookGrid();
+            ShowGrid(quicklookTab);
         }
-        FillQuicklookGrid();
-        ShowGrid(quicklookTab);
-    }
-    return true;
+        return refusal;
+    };
+    return TextCell{IntervalValueText(found->second, ShownChoice().interval), commit};
 }
 
-void frmMain::CommitCycle(std::size_t entry) {
-    ChooseCycle(ShownChoice().dataset, entry);
-    ShowGrid(levelTab);
+CycleCell frmMain::CycleNumberCell() {
+    if (CurrentSelection().datasets.empty())
+        return {};
+    const std::size_t dataset = ShownChoice().dataset;
+    // By its text: while recording goes on, the window is another entry by now.
+    const auto commit = [this, dataset](const std::string& choice) {
+        const std::vector<std::string> choices = CycleChoices(dataset);
+        const auto found = std::find(choices.begin(), choices.end(), choice);
+        if (found == choices.end())
+            return;
+        ChooseCycle(dataset, static_cast<std::size_t>(found - choices.begin()));
+        ShowGrid(levelTab);
+    };
+    return {CycleChoices(dataset), commit};
 }
 
 // --- Actions ---
 
 void frmMain::Run(const std::function<void()>& action) {
-    if (running_)
+    if (running_ || !editors_->Commit())
         return;
     running_ = true;
     EnableActions(false);
@@ -499,6 +537,8 @@ void frmMain::TimerTick() {
         return;
     running_ = true;
     const OnceOnly quiet(repeated_);
+    const std::optional<std::size_t> shown = ShownDataset();
+    const bool followed = shown && IsPending(*shown);
     RunActionQueuePass({[this] { return SelectedTab(); },
                         [this](int tab) {
                             static bool (*const fill[])() = {FillLevelGrid, FillIntervalGrid,
@@ -511,6 +551,11 @@ void frmMain::TimerTick() {
                             ShowCursorValues();
                         },
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
+    ShowStanding(Text(quiet.Standing()));
+    FillChoosers();
+    // The pass does not redraw a dataset whose recording has ended; its last samples came with this pass.
+    if (followed && !IsPending(*shown))
+        picPlot_->Follow(*shown);
     // What a hint asked for may have come with the recording.
     if (!hints_.isEmpty() && ui_->statBar->currentMessage() == hints_)
         ShowSelectionHints();
@@ -521,9 +566,10 @@ void frmMain::TimerTick() {
 
 int frmMain::ShowModal(QDialog& dialog) {
     const ArrowCursor arrow;
-    dialog.adjustSize();
     const QRect available = screen()->availableGeometry();
-    QRect place(QPoint(), dialog.frameSize());
+    const QSize frame = Frame();
+    FitDialog(dialog, available.size() - frame);
+    QRect place(QPoint(), dialog.size() + frame);
     place.moveCenter(frameGeometry().center());
     dialog.move(PlaceOnScreens(place, {available}).topLeft());
     return dialog.exec();
@@ -531,13 +577,22 @@ int frmMain::ShowModal(QDialog& dialog) {
 
 // --- Place on the screen ---
 
+// Before the window manager has framed the window, the style's title bar stands for it.
+QSize frmMain::Frame() const {
+    const QSize real = frameGeometry().size() - geometry().size();
+    return isVisible() ? real : real.expandedTo({0, style()->pixelMetric(QStyle::PM_TitleBarHeight)});
+}
+
 void frmMain::RestorePlace() {
     std::vector<QRect> screens;
     for (const QScreen* one : QGuiApplication::screens())
         screens.push_back(one->availableGeometry());
     const std::optional<WindowPlace> kept = ReadWindowPlace();
     const QSize first = geometry().size().boundedTo(screen()->availableSize() * largestFirstShare);
-    normalPlace_ = PlaceOnScreens(kept ? kept->normal : QRect(pos(), first), screens);
+    // What is kept is the client's size; the frame around it has to be on the screen too.
+    normalPlace_ = kept ? kept->normal : QRect(pos(), first);
+    normalPlace_ = PlaceOnScreens(QRect(normalPlace_.topLeft(), normalPlace_.size() + Frame()), screens);
+    normalPlace_.setSize(normalPlace_.size() - Frame());
     resize(normalPlace_.size());
     if (kept)
         move(normalPlace_.topLeft());

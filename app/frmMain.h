@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ class frmMain;
 namespace vorela {
 
 class GridEditors;
+struct CycleCell;
+struct TextCell;
 class PlotWidget;
 class QtPorts;
 class TimeCursors;
@@ -48,6 +51,8 @@ class frmMain : public QMainWindow {
 
     /// Tabs count from 1: 1 … 4 the grids, k ≥ 5 dataset k − 5.
     int SelectedTab() const;
+    /// Of a dataset's tab; nothing on the grid tabs.
+    std::optional<std::size_t> ShownDataset() const;
     bool ActionRunning() const { return running_; }
 
   protected:
@@ -101,6 +106,7 @@ class frmMain : public QMainWindow {
     void ShowCursorValues();
     bool PlotDataCheck();
     void ShowSelectionHints();
+    void ShowStanding(QString error);
 
     // The user's choices
     void TabClicked();
@@ -108,8 +114,8 @@ class frmMain : public QMainWindow {
     void IntervalChosen(int position);
     void StepChoice(int by);
     void CursorsMoved(float cursor1, float cursor2);
-    bool CommitIntervalValue(int row, const std::string& text);
-    void CommitCycle(std::size_t entry);
+    std::optional<TextCell> IntervalCell(int row);
+    CycleCell CycleNumberCell();
 
     /// Runs one action: the menus are disabled, the cursor is the wait cursor, a second action and the timer
     /// wait, and keys pressed meanwhile are dropped. Refused while another action runs.
@@ -117,6 +123,7 @@ class frmMain : public QMainWindow {
     void EnableActions(bool on);
     /// The dialog, modal over the window, on screen wholly.
     int ShowModal(QDialog& dialog);
+    QSize Frame() const;  ///< what the frame adds to the window's size
     void KeepPlace();
     void RestorePlace();
     void Unload();
@@ -133,6 +140,7 @@ class frmMain : public QMainWindow {
     QPointer<dlgHelp> help_;
     RepeatedMessages repeated_;
     QString hints_;  ///< as last shown in the status bar
+    QString standing_;
     QRect normalPlace_;
     bool running_ = false;
     bool loading_ = false;

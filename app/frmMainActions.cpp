@@ -8,6 +8,7 @@
 #include <QStatusBar>
 #include <QTabBar>
 #include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "app/frmSavePlot.h"
+#include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"
 #include "db/modSelectData.h"
@@ -41,7 +43,6 @@ namespace {
 constexpr const char* shortTitle = "Vorela";
 constexpr const char* noData = "No data selected";
 constexpr int levelTab = 1;
-constexpr int firstDatasetTab = 5;
 
 }  // namespace
 
@@ -134,6 +135,11 @@ void frmMain::ShowSelectionHints() {
     for (const std::string& line : UnitWarnings())
         hints << QString::fromStdString(line);
     const auto& datasets = CurrentSelection().datasets;
+    std::set<std::string> readOnly;
+    for (const DatasetRecord& record : datasets)
+        if (!IsWritable(record.database) && readOnly.insert(record.database).second)
+            hints << tr("%1 is read only: it is analysed as it stands")
+                         .arg(QString::fromStdString(record.database));
     const bool unmeasured = std::any_of(datasets.begin(), datasets.end(), [](const DatasetRecord& record) {
         return record.cycleSource == CycleSource::none;
     });
@@ -152,8 +158,7 @@ void frmMain::ExitEntry() {
 }
 
 std::size_t frmMain::PlotDataset() const {
-    return SelectedTab() >= firstDatasetTab ? static_cast<std::size_t>(SelectedTab() - firstDatasetTab)
-                                            : ShownChoice().dataset;
+    return ShownDataset().value_or(ShownChoice().dataset);
 }
 
 bool frmMain::DataSelected() {
@@ -177,7 +182,8 @@ void frmMain::SavePlotEntry() {
             options.cursors.reset();
         const auto choice = CurrentPorts().saveFile->AskSaveFile(
             {"Save Vorela Plot",
-             "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1});
+             "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1,
+             ProposedFile(PlotDataset())});
         if (choice && SavePlot(choice->path, options))
             ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
     });

@@ -1,9 +1,6 @@
 #include "batch/BatchCurves.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,11 +23,6 @@ constexpr double indexUnitsPerSecond = 100.0;
 
 std::vector<DatasetRecord>& Datasets() {
     return CurrentSelection().datasets;
-}
-
-bool IsWritable(const std::string& databasePath) {
-    const std::string folder = std::filesystem::path(databasePath).parent_path().string();
-    return access(databasePath.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
 }
 
 /// A derived curve as it should be.

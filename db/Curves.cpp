@@ -1,9 +1,12 @@
 #include "db/Curves.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <utility>
 
 #include "db/modDravik.h"
@@ -106,6 +109,11 @@ void CreateItem(const Database& database, const std::string& path, const Derived
     const std::string detail = said == nullptr ? "" : said;
     throw RunTimeError{status == DK_NO_MEMORY ? error_number::outOfMemory : error_number::deviceIo, "DKBase",
                        what + ": " + StatusText(status) + (detail.empty() ? "" : " (" + detail + ")")};
+}
+
+bool IsWritable(const std::string& databasePath) {
+    const std::string folder = std::filesystem::path(databasePath).parent_path().string();
+    return access(databasePath.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
 }
 
 Database::Database(const std::string& path) : path_(path) {

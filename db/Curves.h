@@ -14,6 +14,9 @@
 
 namespace vorela {
 
+/// The database file and its folder, where the journal goes, let this user write.
+bool IsWritable(const std::string& databasePath);
+
 /// An open database. Opening shows the database message box when it fails; closing too, and never throws.
 class Database {
   public:

@@ -1,7 +1,6 @@
 #include "db/frmSelectData.h"
 
 #include <QFontMetrics>
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,12 +29,14 @@ QString UnitAt(const QComboBox& box) {
     return position && *position < curves.size() ? QString::fromStdString(curves[*position].unit) : QString();
 }
 
-void FillWithCurves(QComboBox& box, std::int16_t storedIndex, const std::string& storedName) {
+void FillWithCurves(QComboBox& box, std::int16_t storedIndex, const std::string& storedName,
+                    const std::string& chosen) {
     const auto& curves = CurrentSelection().commonCurves;
     for (const CommonCurve& curve : curves)
         box.addItem(QString::fromStdString(curve.name));
     if (!curves.empty())
-        box.setCurrentIndex(static_cast<int>(PreselectedCurve(storedIndex, storedName)));
+        box.setCurrentIndex(
+            static_cast<int>(PreselectedCurve(storedIndex, CurveInCommonList(chosen) ? chosen : storedName)));
 }
 
 }  // namespace
@@ -46,9 +47,14 @@ frmSelectData::frmSelectData(QWidget* parent) : QDialog(parent), ui_(std::make_u
     connect(ui_->cmdRemove, &QPushButton::clicked, this, &frmSelectData::Remove);
     connect(ui_->cmdClear, &QPushButton::clicked, this, &frmSelectData::Clear);
     connect(ui_->cmdOK, &QPushButton::clicked, this, &frmSelectData::Ok);
-    connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmSelectData::reject);
+    connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmSelectData::Cancel);
     connect(ui_->cboPressureCurve, &QComboBox::currentIndexChanged, this, &frmSelectData::ShowUnits);
     connect(ui_->cboFlowCurve, &QComboBox::currentIndexChanged, this, &frmSelectData::ShowUnits);
+    connect(ui_->cboPressureCurve, &QComboBox::activated, this,
+            [this] { pressure_ = ui_->cboPressureCurve->currentText().toStdString(); });
+    connect(ui_->cboFlowCurve, &QComboBox::activated, this,
+            [this] { flow_ = ui_->cboFlowCurve->currentText().toStdString(); });
+    ui_->lblDatabase->installEventFilter(this);
     PopulateControls();
 }
 
@@ -63,8 +69,9 @@ void frmSelectData::PopulateControls() {
         for (const DatasetRecord& record : selection.datasets)
             ui_->lstPasses->addItem(QString::fromStdString(Trimmed(record.dataset)));
         ShowDatabase();
-        FillWithCurves(*ui_->cboPressureCurve, selection.choice.pressureIndex, selection.choice.pressure);
-        FillWithCurves(*ui_->cboFlowCurve, selection.choice.flowIndex, selection.choice.flow);
+        FillWithCurves(*ui_->cboPressureCurve, selection.choice.pressureIndex, selection.choice.pressure,
+                       pressure_);
+        FillWithCurves(*ui_->cboFlowCurve, selection.choice.flowIndex, selection.choice.flow, flow_);
     });
 }
 
@@ -85,18 +92,23 @@ void frmSelectData::ShowUnits() {
     ui_->lblFlowUnits->setText(UnitAt(*ui_->cboFlowCurve));
 }
 
-// A path keeps its beginning and its file name when it is wider than the dialog; the tool tip has it whole.
+// Each database on a line. A path keeps its beginning and its file name when it is wider than the label; the
+// tool tip has it whole.
 void frmSelectData::ShowDatabase() {
-    const auto& datasets = CurrentSelection().datasets;
-    const QString path = datasets.empty() ? QString() : QString::fromStdString(datasets.front().database);
-    ui_->lblDatabase->setToolTip(path);
-    ui_->lblDatabase->setText(
-        fontMetrics().elidedText(path, Qt::ElideMiddle, std::max(ui_->lblDatabase->width(), 100)));
+    QStringList paths;
+    for (const DatasetRecord& record : CurrentSelection().datasets)
+        paths << QString::fromStdString(Trimmed(record.database));
+    paths.removeDuplicates();
+    ui_->lblDatabase->setToolTip(paths.join(QLatin1Char('\n')));
+    for (QString& path : paths)
+        path = fontMetrics().elidedText(path, Qt::ElideMiddle, ui_->lblDatabase->width());
+    ui_->lblDatabase->setText(paths.join(QLatin1Char('\n')));
 }
 
-void frmSelectData::resizeEvent(QResizeEvent* event) {
-    QDialog::resizeEvent(event);
-    ShowDatabase();
+bool frmSelectData::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize)
+        ShowDatabase();
+    return QDialog::eventFilter(watched, event);
 }
 
 void frmSelectData::Add() {
@@ -125,6 +137,8 @@ void frmSelectData::Remove() {
 void frmSelectData::DiscardSelection() {
     ui_->lstPasses->setCurrentRow(-1);
     ClearSelection();
+    pressure_.clear();
+    flow_.clear();
     ResetControls();
 }
 
@@ -139,9 +153,18 @@ void frmSelectData::Ok() {
     accept();
 }
 
-void frmSelectData::reject() {
+void frmSelectData::Cancel() {
     DiscardSelection();
     QDialog::reject();
+}
+
+void frmSelectData::reject() {
+    if (CurrentSelection().datasets.empty() ||
+        CurrentPorts().messages->AskYesNo(
+            applicationTitle,
+            "The selected datasets and their results will be discarded.\rDo you "
+            "want to discard them?"))
+        Cancel();
 }
 
 }  // namespace vorela

@@ -4,6 +4,7 @@
 
 #include <QDialog>
 #include <memory>
+#include <string>
 
 namespace Ui {
 class frmSelectData;
@@ -22,24 +23,28 @@ class frmSelectData : public QDialog {
     /// Empties the list, both combo boxes and the labels. Step "Resetting controls".
     void ResetControls();
 
-    /// Cancel, Escape and the title bar's button: the whole selection is discarded, not only what was changed
-    /// in this visit. An engineer who cancels wants to begin anew.
+    /// Escape and the title bar's button: asks first, where there is a selection to lose.
     void reject() override;
 
   protected:
-    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     void Add();
     void Remove();
     void Clear();
     void Ok();
+    /// The whole selection is discarded, not only what was changed in this visit: an engineer who cancels
+    /// wants to begin anew.
+    void Cancel();
     void ShowUnits();
     void ShowDatabase();
     /// The selected datasets' list and both choices are dropped, the list's marker too.
     void DiscardSelection();
 
     std::unique_ptr<Ui::frmSelectData> ui_;
+    std::string pressure_;  ///< chosen in this visit; empty: the stored choice stands
+    std::string flow_;
 };
 
 }  // namespace vorela

@@ -48,6 +48,7 @@ struct SaveFileRequest {
     std::string title;
     std::string filter;  ///< "Name (*.a)|*.a|Name (*.b)|*.b|"
     int filterIndex = 1;
+    std::string proposed{};  ///< path without ending; the folder counts until a file was saved elsewhere
 };
 
 class SaveFilePort {

@@ -51,6 +51,7 @@ PlotReadout ReadCursors(const PlotDrawing& drawing, double time1, double time2) 
     if (drawing.information.datasets.empty())
         return readout;
     readout.valid = true;
+    readout.elapsed = PrsOpt().elapsed;
     readout.time1 = (time1 - drawing.information.elapsedOrigin) / 100;
     readout.time2 = (time2 - drawing.information.elapsedOrigin) / 100;
     readout.difference = readout.time2 - readout.time1;

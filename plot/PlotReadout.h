@@ -19,8 +19,9 @@ struct CursorValue {
 };
 
 struct PlotReadout {
-    bool valid = false;  ///< a plot is shown
-    double time1 = 0;    ///< s, on the plot's time axis
+    bool valid = false;    ///< a plot is shown
+    bool elapsed = false;  ///< the times count from the beginning of the record
+    double time1 = 0;      ///< s, on the plot's time axis
     double time2 = 0;
     double difference = 0;          ///< cursor 2 less cursor 1, s
     std::optional<double> periods;  ///< the difference in periods of test

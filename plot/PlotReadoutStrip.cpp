@@ -24,7 +24,9 @@ QString Text(const std::string& text) {
 
 /// A row for each cursor and one for the difference, a column for the time and one for each curve.
 QString TableOf(const PlotReadout& readout) {
-    QString head = QStringLiteral("<tr><th></th>") + Cell(QStringLiteral("Time (s)"), "th");
+    QString head =
+        QStringLiteral("<tr><th></th>") +
+        Cell(readout.elapsed ? QStringLiteral("Elapsed time (s)") : QStringLiteral("Time (s)"), "th");
     std::array<QString, 3> rows{Cell(QStringLiteral("Cursor 1")), Cell(QStringLiteral("Cursor 2")),
                                 Cell(QStringLiteral("Difference"))};
     QString periods;

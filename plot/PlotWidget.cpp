@@ -257,6 +257,9 @@ float PlotWidget::Cursor2() const {
 bool PlotWidget::IsZoomed() const {
     return state_->zoomed;
 }
+double PlotWidget::TimeOrigin() const {
+    return state_->plot.information.elapsedOrigin / 100.0;
+}
 const PlotReadout& PlotWidget::Readout() const {
     return state_->readout;
 }
@@ -361,7 +364,8 @@ void PlotWidget::TypeCursorPosition(int cursor) {
     QInputDialog dialog(this);
     dialog.setObjectName(QStringLiteral("dlgCursorPosition"));
     dialog.setWindowTitle(tr("Time cursor %1").arg(cursor));
-    dialog.setLabelText(tr("Position in seconds:"));
+    dialog.setLabelText(PrsOpt().elapsed ? tr("Position in seconds of elapsed time:")
+                                         : tr("Position in seconds:"));
     dialog.setTextValue(QString::fromStdString(ReadoutTimeText((CursorTime(cursor) - origin) / 100)));
     while (dialog.exec() == QDialog::Accepted) {
         const TimeSpan limits = ViewLimits();

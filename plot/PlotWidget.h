@@ -48,6 +48,9 @@ class PlotWidget : public QWidget {
     /// Values at the cursors, as the strip shows them; up to date when ReadoutChanged is raised.
     const PlotReadout& Readout() const;
 
+    /// What shown times count from, in seconds of the record: not 0 while elapsed time is displayed.
+    double TimeOrigin() const;
+
     /// True while another part of the time axis is seen than the time options choose.
     bool IsZoomed() const;
     /// How to save or print a dataset's plot at this widget's size with its cursors: as it is seen now, when

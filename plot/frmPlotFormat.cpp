@@ -12,6 +12,11 @@ frmPlotFormat::frmPlotFormat(QWidget* parent) : QDialog(parent), ui_(std::make_u
     y2_ = Group(QStringLiteral("optY2"));
     mod_ = Group(QStringLiteral("optMod"));
     flow_ = Group(QStringLiteral("optFlow"));
+    connect(ui_->cboNPlots, &QComboBox::currentIndexChanged, this, [this](int entry) {
+        // The dual plot has its own axes: pressure above, flow below, the valve on the right of both.
+        ui_->fraY1->setEnabled(entry == 0);
+        ui_->fraY2->setEnabled(entry == 0);
+    });
     Fill();
     connect(ui_->cmdOK, &QPushButton::clicked, this, [this] {
         if (GetPlotFormatFromDialog(Read())) {

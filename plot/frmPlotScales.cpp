@@ -103,8 +103,10 @@ bool frmPlotScales::Validate() {
     if (ValidatePresentationOptions(Read(), control))
         return true;
     auto* fault = findChild<QWidget*>(QString::fromStdString(control));
-    if (fault != nullptr)
+    if (fault != nullptr) {
+        fault->setEnabled(true);  // the zone is checked in every mode: it has to be mended somewhere
         fault->setFocus();
+    }
     if (auto* box = qobject_cast<QLineEdit*>(fault))
         box->selectAll();
     return false;
@@ -118,10 +120,10 @@ void frmPlotScales::EnableTimeControls() {
     for (QWidget* widget : {static_cast<QWidget*>(ui_->cboRange), static_cast<QWidget*>(ui_->lblRange),
                             static_cast<QWidget*>(ui_->lblRangeUnits)})
         widget->setEnabled(enabled.range);
-    for (QWidget* widget :
-         {static_cast<QWidget*>(ui_->txtStart), static_cast<QWidget*>(ui_->txtEnd),
-          static_cast<QWidget*>(ui_->lblStart), static_cast<QWidget*>(ui_->lblEnd),
-          static_cast<QWidget*>(ui_->lblStartUnits), static_cast<QWidget*>(ui_->lblEndUnits)})
+    for (QWidget* widget : {static_cast<QWidget*>(ui_->txtStart), static_cast<QWidget*>(ui_->txtEnd),
+                            static_cast<QWidget*>(ui_->lblZoneTime), static_cast<QWidget*>(ui_->lblStart),
+                            static_cast<QWidget*>(ui_->lblEnd), static_cast<QWidget*>(ui_->lblStartUnits),
+                            static_cast<QWidget*>(ui_->lblEndUnits)})
         widget->setEnabled(enabled.zone);
 }
 

@@ -318,6 +318,13 @@ bool FilteredCurvesAreThere() {
     return wanted && CreateFilteredCurvesInAll();
 }
 
+/// The valve signal that stands in a database that cannot be written is analysed as it stands, unless the
+/// user wants it made anew.
+bool FindOrMakeCycles(std::size_t index, bool makeAnew) {
+    const bool asItStands = !makeAnew && ValveSignalPresent() && !IsWritable(SelectedDataset(index).database);
+    return asItStands ? FindValveCycles(index) : ReconstructValveCurve(index, false);
+}
+
 bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, const std::string& refusal) {
     const std::vector<DatasetRecord>& datasets = CurrentSelection().datasets;
     const bool ready =
@@ -399,7 +406,7 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
             return false;
         const StatusScope status(creatingStatus);
         for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
-            if (!ReconstructValveCurve(i, false))
+            if (!FindOrMakeCycles(i, askBeforeOverwriting))
                 return false;
         return RefreshCommonCurves();
     });

@@ -345,6 +345,12 @@ std::optional<Refusal> ValidateParameters(const ParametersForm& form) {
     return std::nullopt;
 }
 
+std::string IntervalValueText(IntervalField field, std::size_t interval) {
+    const auto member = std::get<std::vector<double> ParameterSet::*>(SettingOf(field).field);
+    const std::vector<double>& values = CurrentParameters().*member;
+    return interval < values.size() ? ShortestText(values[interval]) : std::string();
+}
+
 std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text) {
     const IntervalSetting& setting = SettingOf(field);
     const std::optional<double> value = NumberInRange(text, setting.lower, largest32Bit);

@@ -68,6 +68,8 @@ std::optional<Refusal> ValidateParameters(const ParametersForm& form);
 
 /// Stores one per-interval value edited in a grid and writes the section.
 enum class IntervalField { porosity = 1, viscosity, compressibility, height };
+/// The stored value as the shortest text that reads back to it; empty where there is no entry yet.
+std::string IntervalValueText(IntervalField field, std::size_t interval);
 std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text);
 void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber);
 

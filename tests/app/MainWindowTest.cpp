@@ -32,8 +32,9 @@ class MainWindow : public WindowFixture {
     ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
     std::string Cell(const char* grid, int row) { return GridOf(grid).item(row, 1)->text().toStdString(); }
     void EditCell(const char* grid, int row) {
+        GridOf(grid).setFocus();
         GridOf(grid).setCurrentCell(row, 1);
-        QTest::keyClick(&GridOf(grid), Qt::Key_F2);
+        Press(Qt::Key_F2);
     }
 };
 
@@ -106,36 +107,74 @@ TEST_F(MainWindow, PageKeysStepThroughLevelsAndIntervalsAndStopAtTheEnds) {
     EXPECT_EQ(Find<QComboBox>(*window, "cboInterval").currentText(), "6050 to 6000");
 }
 
-TEST_F(MainWindow, TextEditorCommitsOnEnterLeavesOnEscapeAndStaysWhenRefused) {
+TEST_F(MainWindow, TextEditorKeepsWhatWasTypedUnlessEscapeDiscardsIt) {
     FinishedJob();
     SetTab(3);
     auto& editor = Find<QLineEdit>(*window, "txtEdit");
-    const auto enter = [&](int row, const char* text, Qt::Key end) {
+    const auto enter = [&](int row, const char* text) {
         EditCell("fgQuicklook", row);
-        EXPECT_TRUE(editor.isVisible());
-        editor.setText(text);
-        QTest::keyClick(&editor, end);
+        EXPECT_TRUE(editor.hasFocus());
+        Type(text);
     };
-    enter(quicklookPorosityRow, "0.25", Qt::Key_Escape);
-    EXPECT_FALSE(editor.isVisible());
+    enter(quicklookPorosityRow, "0.25");
+    Press(Qt::Key_Escape);
     EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "1");
-
-    enter(quicklookPorosityRow, "0.25", Qt::Key_Return);
-    EXPECT_FALSE(editor.isVisible());
-    EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "0.25");
-    EXPECT_EQ(ReadIniString("Parameters", "1Porosity", "", SettingsFilePath()), "0.25");
-
-    enter(quicklookViscosityRow, "much", Qt::Key_Enter);
-    EXPECT_EQ(ports.TakeBox().text, "Viscosity: Out of range");
-    EXPECT_TRUE(editor.isVisible());
-    EXPECT_EQ(editor.selectedText(), "much");
-    QTest::keyClick(&editor, Qt::Key_Escape);
+    // The grid rounds, the editor does not: what was not changed stays as it is to the last digit.
+    CurrentParameters().ct[1] = 3.456789e-6;
+    for (const Qt::Key end : {Qt::Key_Return, Qt::Key_Tab, Qt::Key_Escape}) {
+        enter(quicklookCompressibilityRow, "");
+        EXPECT_EQ(editor.selectedText(), "0.000003456789");
+        Press(end);
+        EXPECT_FALSE(editor.isVisible());
+        EXPECT_EQ(CurrentParameters().ct[1], 3.456789e-6);
+    }
+    const std::pair<const char*, std::function<void()>> ways[] = {
+        {"0.125", [] { Press(Qt::Key_Return); }},
+        {"0.135", [] { Press(Qt::Key_Tab); }},
+        {"0.145", [&] { GridOf("fgQuicklook").setFocus(Qt::MouseFocusReason); }},
+        {"0.155",
+         [&] {
+             SetTab(1);
+             SetTab(3);
+         }},
+        {"0.165", [&] { Trigger("mnuFile2"); }},
+        {"0.175",
+         [&] {
+             window->TimerTick();
+             Press(Qt::Key_Enter);
+         }},
+        {"0.185", [&] {
+             Press(Qt::Key_PageDown);
+             Press(Qt::Key_Return);
+         }}};
+    for (const auto& [text, leave] : ways) {
+        enter(quicklookPorosityRow, text);
+        leave();
+        EXPECT_FALSE(editor.isVisible()) << text;
+        EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), text);
+        EXPECT_EQ(ReadIniString("Parameters", "1Porosity", "", SettingsFilePath()), text);
+    }
+    // A refused text stays in its editor, whatever the user went on to do.
+    for (const auto& leave : std::initializer_list<std::function<void()>>{
+             [] { Press(Qt::Key_Enter); }, [&] { SetTab(4); }, [&] { Trigger("mnuFile2"); },
+             [&] { window->close(); }, [] { Press(Qt::Key_Tab), QTest::qWait(1); }}) {
+        enter(quicklookViscosityRow, "much");
+        leave();
+        EXPECT_EQ(ports.TakeBox().text, "Viscosity: Out of range");
+        EXPECT_TRUE(window->isVisible() && editor.hasFocus());
+        EXPECT_EQ(editor.selectedText(), "much");
+        Press(Qt::Key_Escape);
+    }
+    EXPECT_EQ(CurrentParameters().viscosity[1], 1);
     // A cell that is computed opens nothing; typing into one that is entered begins with what was typed.
     EditCell("fgQuicklook", 13);
     EXPECT_FALSE(editor.isVisible());
     GridOf("fgQuicklook").setCurrentCell(quicklookHeightRow, 1);
-    QTest::keyClick(&GridOf("fgQuicklook"), Qt::Key_7);
+    Type("7");
     EXPECT_EQ(editor.text(), "7");
+    window->close();
+    EXPECT_EQ(CurrentParameters().height[1], 7);
+    ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 
 TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
@@ -143,17 +182,25 @@ TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
     auto& box = Find<QComboBox>(*window, "cboCycle");
     EditCell("fgLevel", levelCycleNumberRow);
     QTest::qWait(50);  // the list has taken the focus by then
-    ASSERT_TRUE(box.isVisible());
-    EXPECT_TRUE(box.view()->isVisible());
+    ASSERT_TRUE(box.view()->isVisible());
     EXPECT_EQ(box.itemText(box.count() - 1), "Window");
-    emit box.activated(box.count() - 1);
+    const auto press = [&](Qt::Key key) { QTest::keyClick(box.view(), key); };  // a popup takes all keys
+    press(Qt::Key_End);
+    press(Qt::Key_Return);
     EXPECT_FALSE(box.isVisible());
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
     EditCell("fgLevel", levelCycleNumberRow);
-    box.hidePopup();
-    QTest::keyClick(&box, Qt::Key_Escape);
+    press(Qt::Key_Home);
+    press(Qt::Key_Down);
+    press(Qt::Key_Tab);
     EXPECT_FALSE(box.isVisible());
-    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
+    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "2");
+    EditCell("fgLevel", levelCycleNumberRow);
+    press(Qt::Key_Home);
+    press(Qt::Key_Escape);
+    Press(Qt::Key_Escape);
+    EXPECT_FALSE(box.isVisible());
+    EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "2");
 }
 
 TEST_F(MainWindow, CycleInformationListsEveryCycleAndChoosesOne) {
