@@ -1,6 +1,8 @@
 // The C interface: handles, argument checks, and the border that no exception crosses.
 #include "dravik/include/DKBase.h"
 
+#include <signal.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -48,6 +50,13 @@ char lastDetail[512] = "";
 
 void KeepDetail(const char* detail) noexcept {
     std::strncpy(lastDetail, detail, sizeof lastDetail - 1);
+}
+
+/// A write beyond the process's limit for file sizes is a full disk, not the end of the process.
+void IgnoreFileSizeSignal() {
+    struct sigaction current {};
+    if (sigaction(SIGXFSZ, nullptr, &current) == 0 && current.sa_handler == SIG_DFL)
+        signal(SIGXFSZ, SIG_IGN);
 }
 
 template <typename Body>
@@ -150,6 +159,7 @@ using namespace vorela::store;
 int32_t DBopenA(const char* path, int16_t mode, int32_t* database) {
     return Guarded([&] {
         Understand(path != nullptr && database != nullptr, "no path or no place for the handle");
+        IgnoreFileSizeSignal();
         Handles& handles = AllHandles();
         if (handles.databases.size() >= mostDatabases)
             throw StoreError{DK_MAXIMUM, "too many open databases"};

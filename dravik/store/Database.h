@@ -1,18 +1,16 @@
-// One open database file: its catalogue of datasets, items and units, its transactions, its samples.
+// One open database file: its datasets and items, its transactions, its samples. Format.h has the format.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "dravik/include/DKBase.h"
-#include "dravik/store/ChunkScan.h"
 #include "dravik/store/ItemInfo.h"
+#include "dravik/store/Seals.h"
 #include "dravik/store/Sqlite.h"
 
 namespace vorela::store {
@@ -29,8 +27,9 @@ struct ItemPath {
 /// What an attached handle stands for. Numbers are never used twice in a file, so a handle of a deleted item
 /// stays void.
 struct ItemKey {
-    std::int64_t number = 0;
-    bool isDataset = false;
+    std::int64_t dataset = 0;
+    std::int64_t number = 0;  ///< of the item; 0 for the dataset itself
+    bool IsDataset() const { return number == 0; }
 };
 
 struct NamedInfo {
@@ -38,6 +37,7 @@ struct NamedInfo {
     ItemInfo info;
 };
 
+/// `last` below `first`: not a chunk, but the item or dataset itself.
 struct Damage {
     std::string path;
     std::int32_t first = 0;
@@ -65,15 +65,15 @@ class Database {
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    ItemKey Find(const ItemPath& path);
     ItemInfo Information(const ItemKey& key);
     /// Both of one state of the file.
     ItemKey Attach(const ItemPath& path, ItemInfo& info);
-    void Create(const ItemPath& path, ItemInfo info, const std::string& unitText);
+    void Create(const ItemPath& path, const ItemInfo& info, const std::string& unitText);
     void Delete(const ItemPath& path);
     void Mark(const ItemKey& key, std::int32_t validFirst, std::int32_t validLast, const char* madeText);
 
-    /// Items of a dataset, or the datasets when `dataset` is empty, in order of creation.
+    /// Items of a dataset, or the datasets when `dataset` is empty, in order of creation. What is damaged is
+    /// among them, with kind DK_ITEM_DAMAGED.
     std::vector<NamedInfo> List(const std::string& dataset);
 
     /// `present` null: every sample must be there. Otherwise what is not there is 0 in both.
@@ -87,60 +87,93 @@ class Database {
     void Commit();
     void Rollback();
 
-    /// Every damaged chunk; `fault` gets a sentence when something beyond single chunks is wrong.
+    /// All that is damaged; `fault` gets a sentence when something beyond it is wrong.
     std::vector<Damage> Verify(std::string& fault);
 
   private:
     class ReadScope;
     class WriteScope;
     class SampleOutput;
+    class SampleInput;
+    class Verification;
     struct Chunk;
+    struct Statements;
+    struct Catalogue {
+        std::int64_t next = 1;  ///< the next free number
+        Entries datasets;
+        bool isDamaged = false;  ///< the datasets' own rows stand in
+    };
+    struct DatasetRow {
+        std::int64_t number = 0;
+        std::string name;
+        std::int64_t stamp = 0;
+        Entries items;
+    };
     struct ItemRow {
+        std::int64_t number = 0;
         std::int64_t dataset = 0;
         std::string name;
+        std::string unit;
         ItemInfo info;
+        ChunkSums chunks;
+        std::uint32_t Sum(const InfoBlock& block, const Bytes& lines) const;
     };
 
-    void RefuseForeignHeader(std::int16_t mode);
-    void CreateTables();
-    bool HasOurMarks();
-    void PrepareForWriting();
+    // Opening and transactions (Database.cpp)
+    void OpenEmptyFile();
+    void LearnFormat();
+    void BeginWriting();
+    void EndWriting(Statement& how);
+    void RefuseLostPages();
 
-    std::int64_t FindDataset(const std::string& name);
-    std::string DatasetName(std::int64_t number);
-    std::int64_t InsertDataset(const std::string& name);
-    ItemRow LoadItem(std::int64_t number);
-    void StoreItem(std::int64_t number, const ItemRow& row);
+    // Datasets and items (Catalogue.cpp)
+    Catalogue LoadCatalogue();
+    bool DecodeCatalogue(Catalogue& catalogue);
+    void StoreCatalogue(Catalogue& catalogue);
+    std::int64_t HighestNumber();
+    std::vector<Entry> UnlistedDatasets(const Catalogue& catalogue);
+    DatasetRow LoadDataset(std::int64_t number);
+    DatasetRow LoadListedDataset(const Catalogue& catalogue, const Entry& entry);
+    /// `isSound` false: with a checksum that fails, for what was damaged before.
+    void StoreDataset(const DatasetRow& row, bool isSound = true);
+    DatasetRow FindDataset(const std::string& name);
+    void RefuseHiddenItem(const DatasetRow& dataset);
+    ItemRow LoadItem(const ItemKey& key);
+    ItemRow LoadItem(const DatasetRow& dataset, std::int64_t number);
+    void StoreItem(DatasetRow& dataset, const ItemRow& row);
     void DeleteItem(std::int64_t number);
-    std::vector<std::int64_t> ItemNumbers(std::int64_t dataset);
-    ItemInfo DatasetInfo(std::int64_t dataset);
-    ItemInfo Published(ItemInfo info);
-    const std::string& UnitText(std::int32_t fileCode);
-    std::int32_t FileUnitCode(const std::string& text);
+    void DeleteDataset(Catalogue& catalogue, const Entry& entry);
+    ItemInfo DatasetInfo(const DatasetRow& dataset);
+    NamedInfo ListedItem(const DatasetRow& dataset, const Entry& entry);
 
-    std::uint32_t ChunkRootPage();
-    void ReadChunks(std::int64_t item, const ItemInfo& info, std::int64_t begin, std::int64_t end,
-                    std::size_t offset, SampleOutput& output);
-    bool LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo& info, Chunk& chunk);
-    void StoreChunk(std::int64_t place, std::span<const unsigned char> present,
-                    std::span<const unsigned char> samples, bool exists);
-    void ExpectNoChunkLost(std::int64_t item, const ItemInfo& info);
-    std::int64_t NextChunk(std::int64_t item, std::int64_t from);
-    void VerifyItem(std::int64_t number, std::vector<Damage>& damages, std::string& fault);
+    // Files of version 1 (Format1.cpp)
+    Entries DatasetsOfFormat1();
+    Entries ItemsOfFormat1(std::int64_t dataset);
+    DatasetRow LoadDatasetOfFormat1(std::int64_t number);
+    ItemRow LoadItemOfFormat1(std::int64_t number);
+    std::string UnitTextOfFormat1(std::int32_t code);
+    ChunkSums ChunksOfFormat1(std::int64_t item, const ItemInfo& info);
+    void Raise();
+    void RaiseDataset(Entry& entry);
+    void RaiseItem(DatasetRow& dataset, const Entry& entry);
+    void CarryDamagedItem(std::int64_t number);
+
+    // Samples (Samples.cpp)
+    void ReadChunks(const ItemRow& row, std::int64_t begin, std::int64_t end, std::size_t offset,
+                    SampleOutput& output);
+    void CheckChunk(const ItemRow& row, const ChunkSums::Line& line);
+    bool LoadChunk(const ItemRow& row, std::int64_t number, Chunk& chunk);
+    void StoreChunk(ItemRow& row, std::int64_t number, std::span<const unsigned char> present,
+                    std::span<const unsigned char> samples);
+    void WriteChunks(ItemRow& row, const SampleInput& input);
 
     Connection connection_;
-    ChunkScan scan_{connection_};
-    bool plainPages_ = false;  ///< pages as ChunkScan knows them
-    std::uint32_t chunkRootPage_ = 0;
     bool readOnly_ = false;
-    bool writePrepared_ = false;
+    int format_ = 0;  ///< of the file; 0: to be found out
     bool explicitTransaction_ = false;
     bool reading_ = false;                              ///< a ReadScope of its own lives
     std::chrono::steady_clock::time_point lastCommit_;  ///< of a DBbegin
-    std::map<std::int32_t, std::string> unitTexts_;     ///< of the file, by its codes, as far as asked for
     StagingBuffer staging_;
-
-    struct Statements;
     std::unique_ptr<Statements> sql_;
 };
 

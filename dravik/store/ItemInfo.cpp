@@ -40,6 +40,14 @@ std::uint32_t ItemInfo::SamplesPerChunk() const {
     return std::bit_floor(recordChunkBytes / static_cast<std::uint32_t>(sampleBytes));
 }
 
+void ItemInfo::Extend(std::int64_t firstOrdinal, std::int64_t lastOrdinal) {
+    const auto first = static_cast<std::int32_t>(IndexOf(firstOrdinal));
+    const auto last = static_cast<std::int32_t>(IndexOf(lastOrdinal));
+    const bool empty = IsEmpty();
+    extentFirst = empty ? first : std::min(extentFirst, first);
+    extentLast = empty ? last : std::max(extentLast, last);
+}
+
 InfoBlock ItemInfo::Encode() const {
     InfoBlock block{};
     Put(block, DK_INFO_INDEX_KIND, indexKind);

@@ -18,7 +18,7 @@ using InfoBlock = std::array<unsigned char, DK_INFO_BYTES>;
 struct ItemInfo {
     std::int16_t indexKind = DK_INDEX_DEPTH;
     std::int16_t step = 1;
-    std::int32_t unit = 0;  ///< the file's unit code as stored, the process's code as given out
+    std::int32_t unit = 0;  ///< the process's code; in a file of version 1 the file's own
     float scale = 1.0F;
     float offset = 0.0F;
     std::int16_t kind = DK_ITEM_CURVE;
@@ -29,9 +29,8 @@ struct ItemInfo {
     std::string made;
     std::int32_t extentFirst = 0;
     std::int32_t extentLast = -1;
-    /// Chunks that the item has in the file: a chunk that has vanished is told from a gap by it.
+    /// In a file of version 1 only: how many chunks the item has, and the sum of their numbers.
     std::uint32_t chunkCount = 0;
-    /// The sum of their numbers: a chunk whose place was damaged is told from a gap by it.
     std::int64_t chunkSum = 0;
 
     bool IsEmpty() const { return extentLast < extentFirst; }
@@ -44,6 +43,9 @@ struct ItemInfo {
     std::int64_t IndexOf(std::int64_t ordinal) const { return firstIndex + ordinal * step; }
     /// A power of two; 16384 for a curve, up to 32 KiB of a record.
     std::uint32_t SamplesPerChunk() const;
+
+    /// The extents after samples were written from one ordinal to another.
+    void Extend(std::int64_t firstOrdinal, std::int64_t lastOrdinal);
 
     InfoBlock Encode() const;
     /// Nothing when the block cannot be one of ours.

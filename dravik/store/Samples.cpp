@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <optional>
 
 #include "dravik/store/Crc32c.h"
 #include "dravik/store/Database.h"
@@ -12,15 +13,9 @@
 namespace vorela::store {
 namespace {
 
-constexpr int chunkNumberBits = 28;
 constexpr std::size_t keptStaging = std::size_t{4} << 20;
-
-constexpr std::int64_t PlaceOf(std::int64_t item, std::int64_t chunk) {
-    return (item << chunkNumberBits) | chunk;
-}
-constexpr std::int64_t LastPlaceOf(std::int64_t item) {
-    return PlaceOf(item + 1, 0) - 1;
-}
+/// The list of an item's chunks stays within what a row may hold.
+constexpr std::size_t mostChunks = std::size_t{1} << 21;
 
 bool BitAt(std::span<const unsigned char> bits, std::size_t at) {
     return ((bits[at / 8] >> (at % 8)) & 1) != 0;
@@ -51,40 +46,34 @@ bool AllSet(std::span<const unsigned char> bits, std::size_t begin, std::size_t 
     return true;
 }
 
+/// A chunk row as SQLite holds it.
+struct ChunkView {
+    std::span<const unsigned char> present;  ///< empty: all are there
+    std::span<const unsigned char> samples;
+};
+
 /// The place belongs to what is summed, so that a chunk that has strayed to another place does not pass.
-std::uint32_t ChunkCrc(std::int64_t place, std::span<const unsigned char> present,
-                       std::span<const std::span<const unsigned char>> samples, std::size_t sampleBytes) {
-    const std::uint64_t head[3] = {static_cast<std::uint64_t>(place), present.size(), sampleBytes};
+std::uint32_t ChunkCrc(std::int64_t place, const ChunkView& view) {
+    const std::uint64_t head[3] = {static_cast<std::uint64_t>(place), view.present.size(),
+                                   view.samples.size()};
     std::uint32_t crc = Crc32c(head, sizeof head);
-    crc = Crc32c(present.data(), present.size(), crc);
-    for (const auto piece : samples)
-        crc = Crc32c(piece.data(), piece.size(), crc);
-    return crc;
+    crc = Crc32c(view.present.data(), view.present.size(), crc);
+    return Crc32c(view.samples.data(), view.samples.size(), crc);
 }
 
-/// Whether the row is as it was written.
-bool IsSound(const ChunkView& view, std::int64_t place, const ItemInfo& info) {
+/// The row of the query, columns present and samples. Throws unless it is what the item's list says.
+ChunkView CheckedView(Query& query, std::int64_t place, std::uint32_t sum, const ItemInfo& info) {
+    const std::string name = "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1));
+    if (!query.Bind(1, place).Step())
+        throw StoreError{DK_DISK_ERROR, name + " is missing", true};
+    const ChunkView view{query.Blob(0), query.Blob(1)};
     const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
-    const std::size_t capacity = view.sampleBytes / sampleBytes;
-    std::uint32_t stored = 0;
-    if (view.crc.size() != sizeof stored || capacity == 0 || view.sampleBytes % sampleBytes != 0 ||
-        capacity > info.SamplesPerChunk() ||
-        (!view.present.empty() && view.present.size() != (capacity + 7) / 8))
-        return false;
-    std::memcpy(&stored, view.crc.data(), sizeof stored);
-    return stored == ChunkCrc(place, view.present, view.samples, view.sampleBytes);
-}
-
-/// Columns 0, 1, 2 of the query: crc, present, samples. Throws DK_DISK_ERROR unless they are as written.
-void TakeView(const Query& query, std::int64_t place, const ItemInfo& info, ChunkView& view) {
-    view.crc = query.Blob(0);
-    view.present = query.Blob(1);
-    view.samples.assign(1, query.Blob(2));
-    view.sampleBytes = view.samples.front().size();
-    if (!(query.IsNull(1) || query.IsBlob(1)) || !IsSound(view, place, info))
-        throw StoreError{
-            DK_DISK_ERROR,
-            "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1)) + " is damaged"};
+    const std::size_t capacity = view.samples.size() / sampleBytes;
+    if (capacity == 0 || view.samples.size() % sampleBytes != 0 || capacity > info.SamplesPerChunk() ||
+        !(query.IsNull(0) || query.IsBlob(0)) ||
+        (!view.present.empty() && view.present.size() != (capacity + 7) / 8) || ChunkCrc(place, view) != sum)
+        Damaged(name);
+    return view;
 }
 
 /// The part of a request that falls into one chunk.
@@ -116,82 +105,96 @@ class Database::SampleOutput {
     SampleOutput(unsigned char* buffer, std::uint8_t* present, std::size_t count, std::size_t sampleBytes,
                  StagingBuffer& staging)
         : buffer_(buffer), present_(present), count_(count), sampleBytes_(sampleBytes), staging_(staging) {
-        if (present_ != nullptr)
-            flags_.resize(count);
+        staging_.Reserve(count * sampleBytes);
+        if (present_ == nullptr)
+            return;
+        flags_.resize(count);
+        std::memset(staging_.bytes.get(), 0, count * sampleBytes);
     }
 
-    /// Samples [begin, end) of a chunk, to lie from `offset` on. The view must live until Stage or Deliver.
-    /// Null: the chunk is a gap.
-    void Take(std::size_t offset, std::size_t begin, std::size_t end, const ChunkView* view) {
-        const std::size_t capacity = view != nullptr ? view->sampleBytes / sampleBytes_ : 0;
-        const std::size_t stop = std::min(end, capacity);
-        const bool allThere = stop == end && (view->present.empty() || AllSet(view->present, begin, end));
-        if (present_ == nullptr && !allThere)
+    void TakeGap() const {
+        if (present_ == nullptr)
             throw StoreError{DK_NOT_AVAILABLE, "a gap"};
-        if (begin >= stop)
+    }
+
+    /// The part of a chunk that falls into the request, to lie from `offset` on.
+    void Take(std::size_t offset, const Span& span, const ChunkView& view) {
+        const std::size_t stop = std::min(span.end, view.samples.size() / sampleBytes_);
+        const bool allThere =
+            stop == span.end && (view.present.empty() || AllSet(view.present, span.begin, span.end));
+        if (!allThere)
+            TakeGap();
+        if (span.begin >= stop)
             return;
-        std::size_t pieceBegin = 0;
-        for (const auto piece : view->samples) {
-            const std::size_t from = std::clamp(begin * sampleBytes_, pieceBegin, pieceBegin + piece.size());
-            const std::size_t to = std::clamp(stop * sampleBytes_, pieceBegin, pieceBegin + piece.size());
-            if (from < to)
-                pieces_.push_back({offset * sampleBytes_ + from - begin * sampleBytes_,
-                                   piece.subspan(from - pieceBegin, to - from)});
-            pieceBegin += piece.size();
-        }
-        samplesTaken_ += stop - begin;
+        std::memcpy(staging_.bytes.get() + offset * sampleBytes_,
+                    view.samples.data() + span.begin * sampleBytes_, (stop - span.begin) * sampleBytes_);
         if (present_ == nullptr)
             return;
         if (allThere)
-            std::memset(flags_.data() + offset, 1, stop - begin);
+            std::memset(flags_.data() + offset, 1, stop - span.begin);
         else
-            for (std::size_t i = begin; i < stop; ++i)
-                flags_[offset + i - begin] = view->present.empty() || BitAt(view->present, i) ? 1 : 0;
+            for (std::size_t i = span.begin; i < stop; ++i)
+                flags_[offset + i - span.begin] = view.present.empty() || BitAt(view.present, i) ? 1 : 0;
     }
 
-    /// Copies what was taken, because the views are about to go.
-    void Stage() {
-        if (!staged_)
-            staging_.Reserve(count_ * sampleBytes_);
-        if (!staged_ && present_ != nullptr)
-            std::memset(staging_.bytes.get(), 0, count_ * sampleBytes_);
-        staged_ = true;
-        CopyPieces(staging_.bytes.get());
-    }
-
-    void Deliver() {
-        if (staged_)
-            Stage();
-        else if (samplesTaken_ < count_)
-            std::memset(buffer_, 0, count_ * sampleBytes_);
-        if (staged_)
-            std::memcpy(buffer_, staging_.bytes.get(), count_ * sampleBytes_);
-        else
-            CopyPieces(buffer_);
+    void Deliver() const {
+        std::memcpy(buffer_, staging_.bytes.get(), count_ * sampleBytes_);
         if (present_ != nullptr)
             std::memcpy(present_, flags_.data(), count_);
     }
 
   private:
-    struct Piece {
-        std::size_t offset;
-        std::span<const unsigned char> bytes;
-    };
-    void CopyPieces(unsigned char* into) {
-        for (const Piece& piece : pieces_)
-            std::memcpy(into + piece.offset, piece.bytes.data(), piece.bytes.size());
-        pieces_.clear();
-    }
-
     unsigned char* buffer_;
     std::uint8_t* present_;
     std::size_t count_;
     std::size_t sampleBytes_;
     StagingBuffer& staging_;
     std::vector<std::uint8_t> flags_;
-    std::vector<Piece> pieces_;
-    std::size_t samplesTaken_ = 0;
-    bool staged_ = false;
+};
+
+/// What a writing call brings: checked, without samples at both ends that are not there.
+class Database::SampleInput {
+  public:
+    SampleInput(const ItemInfo& info, std::int32_t first, std::int32_t count, const unsigned char* buffer,
+                const std::uint8_t* present)
+        : buffer_(buffer), present_(present), sampleBytes_(static_cast<std::size_t>(info.sampleBytes)) {
+        if (present != nullptr && info.kind != DK_ITEM_CURVE)
+            throw StoreError{DK_NOT_UNDERSTOOD, "only curves have gaps"};
+        from_ = info.OrdinalAtOrBefore(first);
+        if (from_ < 0 || info.IndexOf(from_) != first)
+            throw StoreError{DK_NOT_UNDERSTOOD, "the first index is off the grid"};
+        if (info.IndexOf(from_ + count - 1) > INT32_MAX)
+            throw StoreError{DK_MAXIMUM, "the last index is beyond 32 bits"};
+        end_ = count;
+        while (present != nullptr && begin_ < end_ && present[begin_] == 0)
+            ++begin_;
+        while (present != nullptr && end_ > begin_ && present[end_ - 1] == 0)
+            --end_;
+    }
+    bool IsEmpty() const { return begin_ >= end_; }
+    bool HasGaps() const { return present_ != nullptr; }
+    std::int64_t FirstOrdinal() const { return from_ + begin_; }
+    std::int64_t LastOrdinal() const { return from_ + end_ - 1; }
+
+    template <typename Visit>
+    void ForEachChunk(std::int64_t perChunk, Visit&& visit) const {
+        store::ForEachChunk(FirstOrdinal(), end_ - begin_, perChunk, visit);
+    }
+    std::span<const unsigned char> Samples(const Span& span) const {
+        return {At(span.offset), (span.end - span.begin) * sampleBytes_};
+    }
+    void CopyInto(Chunk& chunk, const Span& span) const;
+
+  private:
+    const unsigned char* At(std::size_t offset) const {
+        return buffer_ + (static_cast<std::size_t>(begin_) + offset) * sampleBytes_;
+    }
+    const unsigned char* buffer_;
+    const std::uint8_t* present_;
+    std::size_t sampleBytes_;
+    std::int64_t from_ = 0;   ///< the ordinal of the buffer's first sample
+    std::int64_t begin_ = 0;  ///< in the buffer
+    std::int64_t end_ = 0;
 };
 
 /// A chunk being changed.
@@ -209,71 +212,50 @@ struct Database::Chunk {
         samples.resize(capacity * sampleBytes);
     }
     bool IsComplete() const { return AllSet(present, 0, capacity); }
+    bool IsEmpty() const {
+        return std::all_of(present.begin(), present.end(), [](unsigned char bits) { return bits == 0; });
+    }
 };
+
+void Database::SampleInput::CopyInto(Chunk& chunk, const Span& span) const {
+    unsigned char* const into = chunk.samples.data() + span.begin * sampleBytes_;
+    if (present_ == nullptr) {
+        std::memcpy(into, At(span.offset), (span.end - span.begin) * sampleBytes_);
+        SetBits(chunk.present, span.begin, span.end);
+        return;
+    }
+    for (std::size_t i = 0; i < span.end - span.begin; ++i) {
+        if (present_[static_cast<std::size_t>(begin_) + span.offset + i] == 0)
+            continue;
+        std::memcpy(into + i * sampleBytes_, At(span.offset + i), sampleBytes_);
+        SetBit(chunk.present, span.begin + i);
+    }
+}
 
 // --- Reading ---
 
-/// A chunk that is not there is a gap as long as the item has the chunks that it has been given: as many,
-/// with the same sum of numbers (the walk over a damaged tree may count a row that is not this item's).
-void Database::ExpectNoChunkLost(std::int64_t item, const ItemInfo& info) {
-    Query query(connection_, sql_->countChunks);
-    query.Bind(1, PlaceOf(item, 0)).Bind(2, LastPlaceOf(item)).Step();
-    if (query.Integer(0) != info.chunkCount || query.Integer(1) != info.chunkSum)
-        throw StoreError{DK_DISK_ERROR, "chunks are missing"};
-}
-
-std::uint32_t Database::ChunkRootPage() {
-    if (chunkRootPage_ == 0) {
-        Query query(connection_, sql_->chunkRoot);
-        if (query.Step())
-            chunkRootPage_ = static_cast<std::uint32_t>(query.Integer(0));
-    }
-    return chunkRootPage_;
-}
-
 /// Ordinals [begin, end). `offset` is where `begin` lies in the output.
-void Database::ReadChunks(std::int64_t item, const ItemInfo& info, std::int64_t begin, std::int64_t end,
-                          std::size_t offset, SampleOutput& output) {
-    // Inside DBbegin the newest pages may be in SQLite's cache only.
-    const bool direct = plainPages_ && !explicitTransaction_;
-    const auto bytesFrom = [&](std::size_t done) {
-        return (static_cast<std::size_t>(end - begin) - done) * static_cast<std::size_t>(info.sampleBytes);
-    };
-    if (direct && begin < end)
-        scan_.Begin(ChunkRootPage(), bytesFrom(0));
-    bool lossChecked = false;
-    ChunkView view;
-    ForEachChunk(begin, end - begin, info.SamplesPerChunk(), [&](const Span& span) {
-        const std::int64_t place = PlaceOf(item, span.chunk);
-        const std::size_t at = offset + span.offset;
-        if (direct && !scan_.HasRoom()) {
-            output.Stage();
-            scan_.Begin(ChunkRootPage(), bytesFrom(span.offset));
-        }
-        if (direct && scan_.Find(place, view) && IsSound(view, place, info)) {
-            output.Take(at, span.begin, span.end, &view);
+void Database::ReadChunks(const ItemRow& row, std::int64_t begin, std::int64_t end, std::size_t offset,
+                          SampleOutput& output) {
+    ForEachChunk(begin, end - begin, row.info.SamplesPerChunk(), [&](const Span& span) {
+        const std::optional<std::uint32_t> sum = row.chunks.Find(span.chunk);
+        if (!sum) {
+            output.TakeGap();
             return;
         }
         Query query(connection_, sql_->chunk);
-        if (query.Bind(1, place).Step()) {
-            TakeView(query, place, info, view);
-            output.Take(at, span.begin, span.end, &view);
-            output.Stage();
-            return;
-        }
-        if (!lossChecked)
-            ExpectNoChunkLost(item, info);
-        lossChecked = true;
-        output.Take(at, span.begin, span.end, nullptr);
+        const std::int64_t place = PlaceOf(row.number, span.chunk);
+        output.Take(offset + span.offset, span, CheckedView(query, place, *sum, row.info));
     });
 }
 
 void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, unsigned char* buffer,
                     std::uint8_t* present) {
     const ReadScope scope(*this);
-    if (key.isDataset)
+    if (key.IsDataset())
         throw StoreError{DK_NOT_UNDERSTOOD, "a dataset has no samples"};
-    const ItemInfo info = LoadItem(key.number).info;
+    const ItemRow row = LoadItem(key);
+    const ItemInfo& info = row.info;
     if (present != nullptr && info.kind != DK_ITEM_CURVE)
         throw StoreError{DK_NOT_UNDERSTOOD, "only curves have gaps"};
     if (count == 0)
@@ -288,21 +270,21 @@ void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, 
     const std::int64_t end = std::min(from + count, info.LastOrdinal() + 1);
     SampleOutput output(buffer, present, static_cast<std::size_t>(count),
                         static_cast<std::size_t>(info.sampleBytes), staging_);
-    ReadChunks(key.number, info, begin, end, static_cast<std::size_t>(begin - from), output);
+    ReadChunks(row, begin, end, static_cast<std::size_t>(begin - from), output);
     output.Deliver();
     if (staging_.size > keptStaging)
         staging_ = {};
 }
 
-bool Database::LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo& info, Chunk& chunk) {
-    const std::int64_t place = PlaceOf(item, number);
-    Query query(connection_, sql_->chunk);
-    if (!query.Bind(1, place).Step())
+/// False for a chunk that the item does not have.
+bool Database::LoadChunk(const ItemRow& row, std::int64_t number, Chunk& chunk) {
+    const std::optional<std::uint32_t> sum = row.chunks.Find(number);
+    if (!sum)
         return false;
-    ChunkView view;
-    TakeView(query, place, info, view);
-    chunk.capacity = view.sampleBytes / static_cast<std::size_t>(info.sampleBytes);
-    chunk.samples.assign(view.samples.front().begin(), view.samples.front().end());
+    Query query(connection_, sql_->chunk);
+    const ChunkView view = CheckedView(query, PlaceOf(row.number, number), *sum, row.info);
+    chunk.capacity = view.samples.size() / static_cast<std::size_t>(row.info.sampleBytes);
+    chunk.samples.assign(view.samples.begin(), view.samples.end());
     chunk.present.assign(view.present.begin(), view.present.end());
     if (view.present.empty()) {
         chunk.present.assign((chunk.capacity + 7) / 8, 0);
@@ -311,12 +293,23 @@ bool Database::LoadChunk(std::int64_t item, std::int64_t number, const ItemInfo&
     return true;
 }
 
+void Database::CheckChunk(const ItemRow& row, const ChunkSums::Line& line) {
+    Query query(connection_, sql_->chunk);
+    CheckedView(query, PlaceOf(row.number, line.chunk), line.sum, row.info);
+}
+
 // --- Writing ---
 
-void Database::StoreChunk(std::int64_t place, std::span<const unsigned char> present,
-                          std::span<const unsigned char> samples, bool exists) {
-    const std::uint32_t crc = ChunkCrc(place, present, {&samples, 1}, samples.size());
-    Query query(connection_, exists ? sql_->updateChunk : sql_->insertChunk);
+/// Into its table and into the item's list. A row that the list does not know is not the item's: it is
+/// replaced.
+void Database::StoreChunk(ItemRow& row, std::int64_t number, std::span<const unsigned char> present,
+                          std::span<const unsigned char> samples) {
+    const std::int64_t place = PlaceOf(row.number, number);
+    const std::uint32_t crc = ChunkCrc(place, {present, samples});
+    row.chunks.Set(number, crc);
+    if (row.chunks.Lines().size() > mostChunks)
+        throw StoreError{DK_MAXIMUM, "the item has too many chunks"};
+    Query query(connection_, sql_->storeChunk);
     query.Bind(1, place);
     query.Bind(2, std::span(reinterpret_cast<const unsigned char*>(&crc), sizeof crc));
     if (present.empty())
@@ -326,151 +319,40 @@ void Database::StoreChunk(std::int64_t place, std::span<const unsigned char> pre
     query.Bind(4, samples).Run();
 }
 
+void Database::WriteChunks(ItemRow& row, const SampleInput& input) {
+    const auto sampleBytes = static_cast<std::size_t>(row.info.sampleBytes);
+    const std::int64_t perChunk = row.info.SamplesPerChunk();
+    Chunk chunk;
+    input.ForEachChunk(perChunk, [&](const Span& span) {
+        if (!input.HasGaps() && span.end - span.begin == row.info.SamplesPerChunk()) {
+            StoreChunk(row, span.chunk, {}, input.Samples(span));
+            return;
+        }
+        chunk = {};
+        LoadChunk(row, span.chunk, chunk);
+        chunk.Grow(span.end, sampleBytes);
+        input.CopyInto(chunk, span);
+        if (chunk.IsEmpty())
+            return;
+        StoreChunk(row, span.chunk, chunk.IsComplete() ? std::span<const unsigned char>() : chunk.present,
+                   chunk.samples);
+    });
+}
+
 void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count, const unsigned char* buffer,
                      const std::uint8_t* present) {
     WriteScope scope(*this);
-    if (key.isDataset)
+    if (key.IsDataset())
         throw StoreError{DK_NOT_UNDERSTOOD, "a dataset has no samples"};
-    ItemRow row = LoadItem(key.number);
-    ItemInfo& info = row.info;
-    if (present != nullptr && info.kind != DK_ITEM_CURVE)
-        throw StoreError{DK_NOT_UNDERSTOOD, "only curves have gaps"};
-    const std::int64_t from = info.OrdinalAtOrBefore(first);
-    if (from < 0 || info.IndexOf(from) != first)
-        throw StoreError{DK_NOT_UNDERSTOOD, "the first index is off the grid"};
-    if (info.IndexOf(from + count - 1) > INT32_MAX)
-        throw StoreError{DK_MAXIMUM, "the last index is beyond 32 bits"};
-
-    // Samples at both ends that are not there do not count.
-    std::int64_t leading = 0;
-    std::int64_t end = count;
-    while (present != nullptr && leading < end && present[leading] == 0)
-        ++leading;
-    while (present != nullptr && end > leading && present[end - 1] == 0)
-        --end;
-    if (leading == end)
+    DatasetRow dataset = LoadDataset(key.dataset);
+    ItemRow row = LoadItem(dataset, key.number);
+    const SampleInput input(row.info, first, count, buffer, present);
+    if (input.IsEmpty())
         return;
-
-    const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
-    const std::int64_t perChunk = info.SamplesPerChunk();
-    const std::int64_t lastChunk = info.IsEmpty() ? -1 : info.LastOrdinal() / perChunk;
-    Chunk chunk;
-    ForEachChunk(from + leading, end - leading, perChunk, [&](const Span& span) {
-        const std::size_t offset = span.offset + static_cast<std::size_t>(leading);
-        const std::int64_t place = PlaceOf(key.number, span.chunk);
-        if (present == nullptr && span.chunk > lastChunk && span.end - span.begin == info.SamplesPerChunk()) {
-            StoreChunk(place, {}, {buffer + offset * sampleBytes, (span.end - span.begin) * sampleBytes},
-                       false);
-            ++info.chunkCount;
-            info.chunkSum += span.chunk;
-            return;
-        }
-        chunk.present.clear();
-        chunk.samples.clear();
-        chunk.capacity = 0;
-        const bool exists = span.chunk <= lastChunk && LoadChunk(key.number, span.chunk, info, chunk);
-        chunk.Grow(span.end, sampleBytes);
-        if (present == nullptr) {
-            std::memcpy(chunk.samples.data() + span.begin * sampleBytes, buffer + offset * sampleBytes,
-                        (span.end - span.begin) * sampleBytes);
-            SetBits(chunk.present, span.begin, span.end);
-        } else {
-            for (std::size_t i = span.begin; i < span.end; ++i) {
-                const std::size_t source = offset + i - span.begin;
-                if (present[source] == 0)
-                    continue;
-                std::memcpy(chunk.samples.data() + i * sampleBytes, buffer + source * sampleBytes,
-                            sampleBytes);
-                SetBit(chunk.present, i);
-            }
-        }
-        if (std::none_of(chunk.present.begin(), chunk.present.end(),
-                         [](unsigned char bits) { return bits != 0; }))
-            return;
-        StoreChunk(place, chunk.IsComplete() ? std::span<const unsigned char>() : chunk.present,
-                   chunk.samples, exists);
-        info.chunkCount += exists ? 0 : 1;
-        info.chunkSum += exists ? 0 : span.chunk;
-    });
-    const auto firstWritten = static_cast<std::int32_t>(info.IndexOf(from + leading));
-    const auto lastWritten = static_cast<std::int32_t>(info.IndexOf(from + end - 1));
-    const bool empty = info.IsEmpty();
-    info.extentFirst = empty ? firstWritten : std::min(info.extentFirst, firstWritten);
-    info.extentLast = empty ? lastWritten : std::max(info.extentLast, lastWritten);
-    StoreItem(key.number, row);
+    WriteChunks(row, input);
+    row.info.Extend(input.FirstOrdinal(), input.LastOrdinal());
+    StoreItem(dataset, row);
     scope.Commit();
-}
-
-void Database::DeleteItem(std::int64_t number) {
-    Query(connection_, sql_->deleteChunks).Bind(1, PlaceOf(number, 0)).Bind(2, LastPlaceOf(number)).Run();
-    Query(connection_, sql_->deleteItem).Bind(1, number).Run();
-}
-
-// --- Verifying ---
-
-std::int64_t Database::NextChunk(std::int64_t item, std::int64_t from) {
-    Query query(connection_, sql_->nextPlace);
-    if (!query.Bind(1, PlaceOf(item, from)).Bind(2, LastPlaceOf(item)).Step())
-        return -1;
-    return query.Integer(0) - PlaceOf(item, 0);
-}
-
-void Database::VerifyItem(std::int64_t number, std::vector<Damage>& damages, std::string& fault) {
-    const ItemRow row = LoadItem(number);
-    const ItemInfo& info = row.info;
-    const std::string path = DatasetName(row.dataset) + row.name;
-    UnitText(info.unit);
-    const std::int64_t perChunk = info.SamplesPerChunk();
-    const std::int64_t chunks = info.IsEmpty() ? 0 : info.LastOrdinal() / perChunk + 1;
-    const auto report = [&](std::int64_t chunk) {
-        const std::int64_t last = std::min((chunk + 1) * perChunk - 1, info.LastOrdinal());
-        damages.push_back({path, static_cast<std::int32_t>(info.IndexOf(chunk * perChunk)),
-                           static_cast<std::int32_t>(info.IndexOf(last))});
-    };
-    std::uint32_t found = 0;
-    Chunk chunk;
-    for (std::int64_t at = 0; at < chunks; ++at) {
-        try {
-            const std::int64_t next = NextChunk(number, at);
-            if (next < at)  // none, or a damaged tree leads back
-                break;
-            at = next;
-            ++found;
-            LoadChunk(number, at, info, chunk);
-        } catch (const StoreError& error) {
-            if (error.status != DK_DISK_ERROR)
-                throw;
-            report(at);
-        }
-    }
-    if (found != info.chunkCount)
-        fault = path + ": chunks are missing";
-}
-
-std::vector<Damage> Database::Verify(std::string& fault) {
-    const ReadScope scope(*this);
-    std::vector<Damage> damages;
-    std::vector<std::int64_t> numbers;
-    unitTexts_.clear();  // read afresh what the file holds
-    {
-        Query items(connection_, sql_->items);
-        while (items.Step())
-            numbers.push_back(items.Integer(0));
-    }
-    for (const std::int64_t number : numbers) {
-        try {
-            VerifyItem(number, damages, fault);
-        } catch (const StoreError& error) {
-            if (error.status == DK_NO_MEMORY)
-                throw;
-            fault = error.detail;
-        }
-    }
-    Statement check("PRAGMA integrity_check(1)");
-    Query integrity(connection_, check);
-    if (!integrity.Step() || integrity.Text(0) != "ok")
-        fault = "the file's structure is damaged: " + integrity.Text(0);
-    return damages;
 }
 
 }  // namespace vorela::store

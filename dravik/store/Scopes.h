@@ -1,9 +1,17 @@
-// Transactions of the store's calls. Only Database's own files include this.
+// Transactions and statements of the store's calls. Only Database's own files include this.
 #pragma once
 
 #include "dravik/store/Database.h"
 
 namespace vorela::store {
+
+inline constexpr int chunkNumberBits = 28;
+constexpr std::int64_t PlaceOf(std::int64_t item, std::int64_t chunk) {
+    return (item << chunkNumberBits) | chunk;
+}
+constexpr std::int64_t LastPlaceOf(std::int64_t item) {
+    return PlaceOf(item + 1, 0) - 1;
+}
 
 /// One consistent view over the statements of a reading call; inside DBbegin that transaction's view, inside
 /// another scope that one's.
@@ -15,6 +23,7 @@ class Database::ReadScope {
     ReadScope& operator=(const ReadScope&) = delete;
 
   private:
+    void End() noexcept;
     Database& database_;
     bool own_;
 };
@@ -35,42 +44,53 @@ class Database::WriteScope {
 };
 
 /// Statements are prepared when first needed: a follower that opens, reads one extent and closes pays for
-/// two.
+/// few.
 struct Database::Statements {
     Statement begin{"BEGIN"};
     Statement beginImmediate{"BEGIN IMMEDIATE"};
     Statement commit{"COMMIT"};
     Statement savepoint{"SAVEPOINT call"};
     Statement release{"RELEASE call"};
+    Statement pageCount{"PRAGMA page_count"};
+    Statement pageSize{"PRAGMA page_size"};
 
-    Statement datasetByName{"SELECT number, name, crc FROM datasets WHERE name = ?1"};
-    Statement datasetByNumber{"SELECT name, crc FROM datasets WHERE number = ?1"};
-    Statement datasets{"SELECT number, name, crc FROM datasets ORDER BY number"};
-    Statement insertDataset{"INSERT INTO datasets(name, crc) VALUES(?1, 0)"};
-    Statement sealDataset{"UPDATE datasets SET crc = ?2 WHERE number = ?1"};
-    Statement deleteDataset{"DELETE FROM datasets WHERE number = ?1"};
+    Statement catalogue{"SELECT content, crc FROM catalogue WHERE one = 1"};
+    Statement storeCatalogue{"INSERT OR REPLACE INTO catalogue(one, content, crc) VALUES(1, ?1, ?2)"};
+    Statement highestNumber{
+        "SELECT max(coalesce((SELECT max(number) FROM datasets2), 0),"
+        " coalesce((SELECT max(number) FROM items2), 0), coalesce((SELECT max(place) >> 28 FROM chunks), "
+        "0))"};
 
-    Statement itemByName{"SELECT number FROM items WHERE dataset = ?1 AND name = ?2"};
-    Statement itemByNumber{"SELECT dataset, name, block, crc FROM items WHERE number = ?1"};
-    Statement itemsOfDataset{"SELECT number FROM items WHERE dataset = ?1 ORDER BY number"};
-    Statement items{"SELECT number FROM items ORDER BY number"};
-    Statement insertItem{"INSERT INTO items(dataset, name, block, crc) VALUES(?1, ?2, x'', 0)"};
-    Statement updateItem{"UPDATE items SET block = ?2, crc = ?3 WHERE number = ?1"};
-    Statement deleteItem{"DELETE FROM items WHERE number = ?1"};
+    Statement dataset{"SELECT name, stamp, items, crc FROM datasets2 WHERE number = ?1"};
+    Statement datasetNames{"SELECT number, name FROM datasets2 ORDER BY number"};
+    Statement storeDataset{
+        "INSERT OR REPLACE INTO datasets2(number, name, stamp, items, crc) VALUES(?1, ?2, ?3, ?4, ?5)"};
+    Statement deleteDataset{"DELETE FROM datasets2 WHERE number = ?1"};
 
-    Statement unitByCode{"SELECT text, crc FROM units WHERE code = ?1"};
-    Statement unitByText{"SELECT code FROM units WHERE text = ?1"};
-    Statement nextUnit{"SELECT coalesce(max(code), 0) + 1 FROM units"};
-    Statement insertUnit{"INSERT INTO units(code, text, crc) VALUES(?1, ?2, ?3)"};
+    Statement item{"SELECT dataset, name, unit, block, chunks, crc FROM items2 WHERE number = ?1"};
+    Statement itemNumbers{"SELECT number FROM items2 ORDER BY number"};
+    Statement countItems{"SELECT count(*) FROM items2"};
+    Statement itemsOfDataset{"SELECT number FROM items2 WHERE dataset = ?1 ORDER BY number"};
+    Statement storeItem{
+        "INSERT OR REPLACE INTO items2(number, dataset, name, unit, block, chunks, crc)"
+        " VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"};
+    Statement deleteItem{"DELETE FROM items2 WHERE number = ?1"};
 
-    Statement chunk{"SELECT crc, present, samples FROM chunks WHERE place = ?1"};
-    Statement chunkRoot{"SELECT rootpage FROM sqlite_master WHERE type = 'table' AND name = 'chunks'"};
-    Statement nextPlace{"SELECT place FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place LIMIT 1"};
-    Statement countChunks{
-        "SELECT count(*), coalesce(sum(place - ?1), 0) FROM chunks WHERE place BETWEEN ?1 AND ?2"};
-    Statement insertChunk{"INSERT INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};
-    Statement updateChunk{"UPDATE chunks SET crc = ?2, present = ?3, samples = ?4 WHERE place = ?1"};
+    Statement chunk{"SELECT present, samples FROM chunks WHERE place = ?1"};
+    Statement countChunks{"SELECT count(*) FROM chunks"};
+    Statement storeChunk{
+        "INSERT OR REPLACE INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};
     Statement deleteChunks{"DELETE FROM chunks WHERE place BETWEEN ?1 AND ?2"};
+
+    // Of version 1
+    Statement oldDatasets{"SELECT number, name FROM datasets"};
+    Statement oldDataset{"SELECT name, crc FROM datasets WHERE number = ?1"};
+    Statement oldItems{"SELECT number, name FROM items WHERE dataset = ?1"};
+    Statement oldItem{"SELECT dataset, name, block, crc FROM items WHERE number = ?1"};
+    Statement oldItemNumbers{"SELECT number FROM items NOT INDEXED ORDER BY number"};
+    Statement oldUnit{"SELECT text, crc FROM units WHERE code = ?1"};
+    Statement oldChunks{"SELECT place, crc FROM chunks WHERE place BETWEEN ?1 AND ?2 ORDER BY place"};
+    Statement oldSequence{"SELECT coalesce(max(seq), 0) FROM sqlite_sequence"};
 };
 
 }  // namespace vorela::store

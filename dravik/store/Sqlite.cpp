@@ -1,11 +1,12 @@
 #include "dravik/store/Sqlite.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "dravik/include/DKBase.h"
-#include "dravik/store/GatherVfs.h"
 #include "dravik/store/StoreError.h"
 
 namespace vorela::store {
@@ -19,8 +20,6 @@ std::int32_t StatusFor(int code) {
             return DK_NOT_DATABASE;
         case SQLITE_NOMEM:
             return DK_NO_MEMORY;
-        case SQLITE_TOOBIG:
-            return DK_MAXIMUM;
         case SQLITE_MISUSE:
         case SQLITE_INTERNAL:
             return DK_UNSPECIFIED;
@@ -48,6 +47,37 @@ int WaitForLock(void* begin, int attempt) {
     return 1;
 }
 
+/// Codes that say that the file holds something that the store never writes.
+bool IsDamage(int code) {
+    constexpr std::array damage{SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_TOOBIG, SQLITE_INTERRUPT};
+    return std::find(damage.begin(), damage.end(), code & 0xFF) != damage.end();
+}
+
+constexpr int stepsAtOnce = 4096;
+
+int CountSteps(void* left) {
+    return --*static_cast<std::int64_t*>(left) < 0 ? 1 : 0;
+}
+
+/// What no statement and no row of the store exceeds.
+void SetLimits(sqlite3* handle) {
+    constexpr std::array<std::pair<int, int>, 9> limits{{{SQLITE_LIMIT_LENGTH, 16 << 20},
+                                                         {SQLITE_LIMIT_SQL_LENGTH, 8192},
+                                                         {SQLITE_LIMIT_COLUMN, 32},
+                                                         {SQLITE_LIMIT_EXPR_DEPTH, 20},
+                                                         {SQLITE_LIMIT_COMPOUND_SELECT, 4},
+                                                         {SQLITE_LIMIT_VDBE_OP, 5000},
+                                                         {SQLITE_LIMIT_ATTACHED, 0},
+                                                         {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
+                                                         {SQLITE_LIMIT_WORKER_THREADS, 0}}};
+    for (const auto& [limit, value] : limits)
+        sqlite3_limit(handle, limit, value);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+}
+
 }  // namespace
 
 void SetLongestWait(std::chrono::milliseconds wait) {
@@ -55,14 +85,17 @@ void SetLongestWait(std::chrono::milliseconds wait) {
 }
 
 Connection::Connection(const std::string& path, int flags) : path_(path) {
-    const int code = sqlite3_open_v2(path.c_str(), &handle_,
-                                     flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, GatherVfsName());
+    const int code =
+        sqlite3_open_v2(path.c_str(), &handle_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
     if (code != SQLITE_OK) {
         const StoreError error{StatusFor(code), path + ": " + sqlite3_errstr(code)};
         sqlite3_close(handle_);
         throw error;
     }
+    SetLimits(handle_);
     sqlite3_busy_handler(handle_, WaitForLock, &waitBegin_);
+    AllowSteps();
+    sqlite3_progress_handler(handle_, stepsAtOnce, CountSteps, &stepsLeft_);
 }
 
 Connection::~Connection() {
@@ -99,28 +132,28 @@ std::size_t Connection::ReadRaw(std::span<unsigned char> bytes) {
     return count;
 }
 
-bool Connection::ReadAt(std::span<unsigned char> bytes, std::int64_t offset) {
-    // SQLite's own file layer takes less than 128 KiB in one call.
-    constexpr std::size_t mostAtOnce = std::size_t{112} << 10;
-    sqlite3_file* const file = File();
-    for (; !bytes.empty(); bytes = bytes.subspan(std::min(bytes.size(), mostAtOnce))) {
-        const auto count = static_cast<int>(std::min(bytes.size(), mostAtOnce));
-        if (file->pMethods->xRead(file, bytes.data(), count, offset) != SQLITE_OK)
-            return false;
-        offset += count;
-    }
-    return true;
-}
-
 std::int64_t Connection::FileBytes() {
     sqlite3_file* const file = File();
     sqlite3_int64 size = 0;
-    return file->pMethods->xFileSize(file, &size) == SQLITE_OK ? size : 0;
+    const int code = file->pMethods == nullptr ? SQLITE_OK : file->pMethods->xFileSize(file, &size);
+    if (code != SQLITE_OK)
+        throw StoreError{StatusFor(code), path_ + ": " + sqlite3_errstr(code)};
+    return size;
+}
+
+void Connection::AllowSteps() {
+    // A kilobyte holds some ten small rows, and a row takes some tens of steps.
+    constexpr std::int64_t least = 500;
+    stepsLeft_ = least + FileBytes() / 1024 * 1000 / stepsAtOnce;
 }
 
 void Connection::Fail(int code) const {
     const bool ours = sqlite3_extended_errcode(handle_) == code;
-    throw StoreError{StatusFor(code), path_ + ": " + (ours ? sqlite3_errmsg(handle_) : sqlite3_errstr(code))};
+    std::string detail = path_ + ": " + (ours ? sqlite3_errmsg(handle_) : sqlite3_errstr(code));
+    const int cause = sqlite3_system_errno(handle_);
+    if ((code & 0xFF) == SQLITE_IOERR && cause != 0)
+        detail += std::string(" (") + std::strerror(cause) + ")";
+    throw StoreError{StatusFor(code), detail, IsDamage(code)};
 }
 
 Query::Query(Connection& connection, Statement& statement) : connection_(connection) {
@@ -152,7 +185,9 @@ Query& Query::Bind(int parameter, std::string_view text) {
 }
 
 Query& Query::Bind(int parameter, std::span<const unsigned char> blob) {
-    Check(sqlite3_bind_blob64(statement_, parameter, blob.data(), blob.size(), SQLITE_STATIC));
+    // Without bytes there may be no address, which would bind null.
+    Check(blob.empty() ? sqlite3_bind_zeroblob(statement_, parameter, 0)
+                       : sqlite3_bind_blob64(statement_, parameter, blob.data(), blob.size(), SQLITE_STATIC));
     return *this;
 }
 

@@ -31,7 +31,9 @@ class Statement {
 
 class Connection {
   public:
-    /// Opens `path` through the gathering file layer. `flags` are SQLITE_OPEN_...
+    /// Opens `path`. `flags` are SQLITE_OPEN_... Whatever the file says, its schema runs nothing (no view, no
+    /// trigger, no function), nothing is attached to it, and texts and rows stay within what the store
+    /// writes.
     Connection(const std::string& path, int flags);
     ~Connection();
     Connection(const Connection&) = delete;
@@ -48,10 +50,11 @@ class Connection {
     /// the file is shorter. Goes through SQLite's own descriptor: closing a second one would drop the locks
     /// of this process.
     std::size_t ReadRaw(std::span<unsigned char> bytes);
-    /// Fills `bytes` from an offset of the file, likewise; false when that fails.
-    bool ReadAt(std::span<unsigned char> bytes, std::int64_t offset);
-    /// The length of the file; 0 when it cannot be told.
+    /// The length of the file.
     std::int64_t FileBytes();
+    /// To be called once for each call of the interface: its statements may from now on take as many steps as
+    /// a file of this length can ask for. A tree that leads back into itself ends as damage.
+    void AllowSteps();
     [[noreturn]] void Fail(int code) const;
     sqlite3* Handle() const { return handle_; }
 
@@ -60,6 +63,7 @@ class Connection {
     sqlite3* handle_ = nullptr;
     std::string path_;
     std::chrono::steady_clock::time_point waitBegin_;
+    std::int64_t stepsLeft_ = 0;  ///< in units of the progress handler
 };
 
 /// One use of a Statement: bind (parameters count from 1), step, read columns (from 0). Resets it when it

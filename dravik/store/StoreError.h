@@ -4,11 +4,20 @@
 #include <cstdint>
 #include <string>
 
+#include "dravik/include/DKBase.h"
+
 namespace vorela::store {
 
 struct StoreError {
     std::int32_t status;
     std::string detail;
+    /// What is read is not what was written: it stays so, and concerns this part of the file only. False for
+    /// faults that may pass (a lock, a read error, a full disk).
+    bool isDamage = false;
 };
+
+[[noreturn]] inline void Damaged(const std::string& what) {
+    throw StoreError{DK_DISK_ERROR, what + " is damaged", true};
+}
 
 }  // namespace vorela::store

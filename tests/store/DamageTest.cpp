@@ -1,7 +1,9 @@
 // Foreign, truncated and bit-flipped files: a clear status, never a wrong number, never a crash.
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <array>
+#include <map>
 #include <random>
 
 #include "tests/store/StoreTest.h"
@@ -89,7 +91,7 @@ TEST_F(DamageTest, ForeignFilesAreRefusedWithEightAndLeftAlone) {
     const auto with = [&](std::size_t at, const std::string& bytes) {
         return std::string(sound).replace(at, bytes.size(), bytes);
     };
-    const std::array foreign{std::string("TIME,ZG\ns,psi\n"), std::string(200, 'x'), with(63, "\x02"),
+    const std::array foreign{std::string("TIME,ZG\ns,psi\n"), std::string(200, 'x'), with(63, "\x03"),
                              with(68, "ABCD"), with(18, "\x02\x02")};
     for (const std::string& bytes : foreign)
         for (const std::int16_t mode : {DK_OPEN_EXISTING, DK_OPEN_CREATE, DK_OPEN_READ_ONLY}) {
@@ -147,8 +149,99 @@ TEST_F(DamageTest, VerifyNamesTheDamagedChunk) {
     EXPECT_EQ(Read(item, 163830, 1).status, DK_OK) << "before it";
 }
 
+// A page that never reached the disk: after each commit every page that it changed is the old one again. What
+// is read is the newest state or nothing.
+class StalePageTest : public StoreTest {
+  protected:
+    void Step(const std::string& name, int kind) {
+        const Opened database(path);
+        auto& values = state[name];
+        if (kind == 0 && !values.empty()) {
+            ASSERT_EQ(DBdeleteA(database.handle, name.c_str()), DK_OK);
+            values.clear();
+            return;
+        }
+        const std::int32_t item = values.empty() ? database.New(name) : database.Attach(name);
+        const std::size_t at = kind == 1 ? values.size() / 2 : values.size();
+        const auto more = Ramp(kind == 2 ? 9000 : 40, static_cast<float>(++written) * 100000);
+        ASSERT_EQ(Write(item, static_cast<std::int32_t>(at) * 10, more), DK_OK) << DBlastdetail();
+        values.resize(std::max(values.size(), at + more.size()));
+        std::copy(more.begin(), more.end(), values.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+
+    /// Whether all is as it was written; adds failures for what is wrong without a word.
+    bool IsWhole(const Opened& database) {
+        bool whole = true;
+        for (const auto& [name, values] : state) {
+            std::int32_t item = 0;
+            Block block;
+            std::int32_t status = DBattachA(database.handle, name.c_str(), &item, 0, block.bytes);
+            if (values.empty()) {
+                EXPECT_NE(status, DK_OK) << name << " was deleted";
+                continue;
+            }
+            if (status == DK_OK) {
+                EXPECT_EQ(block.Last(), static_cast<std::int32_t>(values.size() - 1) * 10) << name;
+                const Reading reading = Read(item, 0, values.size());
+                status = reading.status;
+                EXPECT_TRUE(status != DK_OK || reading.values == values) << name;
+                DBdetach(item);
+            }
+            EXPECT_TRUE(status == DK_OK || status == DK_DISK_ERROR) << name << " " << status;
+            whole = whole && status == DK_OK;
+        }
+        return whole;
+    }
+
+    void CheckEachPage(const std::string& before, const std::string& after) {
+        constexpr std::size_t page = 16384;
+        for (std::size_t at = 0; at < std::min(before.size(), after.size()) && !HasFailure(); at += page) {
+            if (before.compare(at, page, after, at, page) == 0)
+                continue;
+            SCOPED_TRACE("page " + std::to_string(at / page + 1));
+            WriteAll(path, std::string(after).replace(at, page, before, at, page));
+            const Opened database(path, DK_OPEN_EXISTING);
+            if (database.status == DK_OK && !IsWhole(database)) {
+                EXPECT_EQ(database.Verify(), DK_DISK_ERROR) << "the check sees what reading sees";
+            }
+            ++pages;
+        }
+        WriteAll(path, after);
+    }
+
+    std::map<std::string, std::vector<float>> state;
+    int written = 0;
+    int pages = 0;
+};
+
+TEST_F(StalePageTest, IsNeverAnOlderState) {
+    std::mt19937 random(13);
+    const int rounds = Rounds("VORELA_STORE_STALE", 60);
+    for (const char* first : {"A/ZG/1", "B/ZG/1"})
+        Step(first, 2);
+    while (pages < rounds && !HasFailure()) {
+        const std::string before = ReadAll(path);
+        const char* const names[] = {"A/ZG/1", "A/Q/1", "B/ZG/1", "B/Q/1", "C/ZG/1", "D/ZG/1"};
+        Step(names[random() % std::size(names)], static_cast<int>(random() % 4));
+        CheckEachPage(before, ReadAll(path));
+    }
+    const Opened database(path, DK_OPEN_EXISTING);
+    EXPECT_TRUE(IsWhole(database));
+    EXPECT_EQ(database.Verify(), DK_OK);
+}
+
 // Rows that vanish, move or change behind the store's back are damage, not gaps and not other values.
-class LostRowTest : public StoreTest, public testing::WithParamInterface<const char*> {};
+class LostRowTest : public StoreTest, public testing::WithParamInterface<const char*> {
+  protected:
+    void Alter(const char* sql) {
+        sqlite3* direct = nullptr;
+        ASSERT_EQ(sqlite3_open(path.c_str(), &direct), SQLITE_OK);
+        sqlite3_db_config(direct, SQLITE_DBCONFIG_WRITABLE_SCHEMA, 1, nullptr);
+        ASSERT_EQ(sqlite3_exec(direct, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(direct);
+        EXPECT_GT(sqlite3_total_changes(direct), 0);
+        sqlite3_close(direct);
+    }
+};
 
 TEST_P(LostRowTest, IsADiskError) {
     {
@@ -156,12 +249,7 @@ TEST_P(LostRowTest, IsADiskError) {
         database.New("L/C/1", TimeCurve(), Ramp(70000));
         database.New("L/D/1");
     }
-    sqlite3* direct = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &direct), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(direct, GetParam(), nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(direct);
-    EXPECT_GT(sqlite3_changes(direct), 0);
-    sqlite3_close(direct);
+    Alter(GetParam());
     const Opened database(path, DK_OPEN_EXISTING);
     EXPECT_EQ(database.Verify(), DK_DISK_ERROR);
     std::int32_t item = 0;
@@ -173,18 +261,105 @@ TEST_P(LostRowTest, IsADiskError) {
     EXPECT_EQ(status, DK_DISK_ERROR);
 }
 
+TEST_F(LostRowTest, DamageOfOneDatasetConcernsNoOther) {
+    {
+        const Opened database(path);
+        database.New("L/C/1", TimeCurve(), Ramp(20000));
+        database.New("L/D/1", TimeCurve(), Ramp(10));
+        database.New("M/C/1", TimeCurve(), Ramp(10));
+    }
+    Alter(
+        "UPDATE items2 SET chunks = x'' WHERE name = '/C/1' AND dataset = 1;"
+        "UPDATE datasets2 SET stamp = 1 WHERE name = 'M'; UPDATE catalogue SET crc = 1");
+    const Opened database(path, DK_OPEN_EXISTING);
+    EXPECT_EQ(database.Verify(), DK_DISK_ERROR);
+    EXPECT_EQ(Read(database.Attach("L/D/1"), 0, 10).values, Ramp(10));
+    const auto kinds = [&](const char* dataset) {
+        std::string all;
+        const auto add = [](void* context, const char* name, const void* block) -> std::int32_t {
+            *static_cast<std::string*>(context) +=
+                std::string(name) + std::to_string(FieldAt<std::int16_t>(block, DK_INFO_KIND)) + " ";
+            return 0;
+        };
+        EXPECT_EQ(DBenumA(database.handle, dataset, add, &all), DK_OK);
+        return all;
+    };
+    EXPECT_EQ(kinds(""), "L2 M3 ") << "2 is a dataset, 3 is damaged";
+    EXPECT_EQ(kinds("L"), "/C/13 /D/10 ");
+    database.New("N/C/1", TimeCurve(), Ramp(10));
+    EXPECT_EQ(Read(database.Attach("N/C/1"), 0, 10).values, Ramp(10)) << "a new recording";
+    EXPECT_EQ(DBdeleteA(database.handle, "M"), DK_OK);
+    EXPECT_EQ(DBdeleteA(database.handle, "L/C/1"), DK_OK);
+    EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
+}
+
+// What a file may hold to keep its reader busy, or to have it run what it does not know.
+class HostileSchemaTest : public LostRowTest {};
+
+TEST_P(HostileSchemaTest, IsNotADatabase) {
+    Opened(path).New("L/C/1", TimeCurve(), Ramp(10));
+    Alter(GetParam());
+    for (const std::int16_t mode : {DK_OPEN_EXISTING, DK_OPEN_CREATE, DK_OPEN_READ_ONLY})
+        EXPECT_EQ(Opened(path, mode).status, DK_NOT_DATABASE) << DBlastdetail();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachKind, HostileSchemaTest,
+    testing::Values(
+        "UPDATE catalogue SET one = 1; CREATE VIEW v AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x "
+        "FROM n)"
+        " SELECT x FROM n",
+        "ALTER TABLE catalogue RENAME TO c; CREATE VIEW catalogue AS WITH RECURSIVE n(x) AS (SELECT 1 UNION "
+        "ALL"
+        " SELECT x FROM n) SELECT x AS one, x AS content, x AS crc FROM n; UPDATE c SET one = 1",
+        "CREATE TRIGGER t AFTER UPDATE ON items2 BEGIN DELETE FROM chunks; END; UPDATE catalogue SET one = 1",
+        "CREATE INDEX i ON items2(name); UPDATE catalogue SET one = 1",
+        "CREATE TABLE more(x); UPDATE catalogue SET one = 1",
+        "UPDATE sqlite_master SET sql = replace(sql, 'unit TEXT', 'unit TEXT CHECK(length(randomblob(1e9)))')"
+        " WHERE name = 'items2'",
+        "UPDATE sqlite_master SET sql = 'CREATE TABLE nonsense(' WHERE name = 'items2'",
+        "DROP TABLE datasets2; UPDATE catalogue SET one = 1"));
+
+TEST_F(DamageTest, ATreeThatLeadsBackIntoItselfEnds) {
+    std::string bytes = ReadAll(path);
+    // Every page that is the root of a table becomes an inner page all of whose children are itself.
+    const std::string sound = bytes;
+    for (std::size_t page = 16384; page < bytes.size(); page += 16384) {
+        bytes = sound;
+        const std::uint32_t self = static_cast<std::uint32_t>(page / 16384) + 1;
+        const char number[4] = {0, 0, static_cast<char>(self >> 8), static_cast<char>(self)};
+        std::string inner("\x05\0\0\x0F\0\0\0\0", 8);
+        inner.append(number, 4);
+        for (int cell = 0; cell < 3840; ++cell)
+            inner.append("\x3F\xF0", 2);
+        bytes.replace(page, inner.size(), inner);
+        bytes.replace(page + 0x3FF0, 6, std::string(number, 4) + "\x7F\x00");
+        WriteAll(path, bytes);
+        ExpectNothingWrong();
+    }
+}
+
+TEST_F(DamageTest, WhatIsNotAFileIsRefused) {
+    const std::string pipe = folder.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((path + "-journal").c_str(), 0600), 0);
+    for (const std::string& name : {pipe, std::string("/dev/null"), path})
+        for (const std::int16_t mode : {DK_OPEN_EXISTING, DK_OPEN_CREATE, DK_OPEN_READ_ONLY})
+            EXPECT_EQ(Opened(name, mode).status, DK_DISK_ERROR) << name;
+}
+
 INSTANTIATE_TEST_SUITE_P(
     EveryTable, LostRowTest,
-    testing::Values(
-        "DELETE FROM chunks WHERE place % 268435456 = 2",
-        "UPDATE chunks SET place = place + 10 WHERE place % 268435456 = 2",
-        "UPDATE chunks SET samples = (SELECT samples FROM chunks WHERE place % 268435456 = 1),"
-        " crc = (SELECT crc FROM chunks WHERE place % 268435456 = 1) WHERE place % 268435456 = 2",
-        "UPDATE chunks SET present = zeroblob(2048) WHERE place % 268435456 = 1",
-        "UPDATE items SET block = (SELECT block FROM items WHERE number = 2) WHERE number = 1",
-        "UPDATE items SET name = '/E/1' WHERE number = 2; UPDATE items SET name = '/C/1', dataset = 1,"
-        " block = (SELECT block FROM items WHERE number = 2) WHERE number = 1",
-        "UPDATE datasets SET crc = crc + 1", "UPDATE units SET text = 'bar'"));
+    testing::Values("DELETE FROM chunks WHERE place % 268435456 = 2",
+                    "UPDATE chunks SET place = place + 10 WHERE place % 268435456 = 2",
+                    "UPDATE chunks SET samples = (SELECT samples FROM chunks WHERE place % 268435456 = 1),"
+                    " crc = (SELECT crc FROM chunks WHERE place % 268435456 = 1) WHERE place % 268435456 = 2",
+                    "UPDATE chunks SET present = zeroblob(2048) WHERE place % 268435456 = 1",
+                    "UPDATE items2 SET block = (SELECT block FROM items2 WHERE number = 3) WHERE number = 2",
+                    "UPDATE items2 SET chunks = x'' WHERE number = 2",
+                    "UPDATE items2 SET dataset = 2 WHERE number = 2", "UPDATE items2 SET unit = 'bar'",
+                    "DELETE FROM items2 WHERE number = 2", "DELETE FROM datasets2",
+                    "UPDATE datasets2 SET items = x''", "UPDATE datasets2 SET stamp = 1"));
 
 }  // namespace
 }  // namespace vorela::test

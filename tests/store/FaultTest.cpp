@@ -1,6 +1,10 @@
 // Every call of a short run fails once, in every way: the run reports it, the file holds the state before or
 // after the commit, and the next run goes on.
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "dravik/store/Sqlite.h"
 #include "tests/store/FaultyVfs.h"
 #include "tests/store/StoreTest.h"
@@ -102,6 +106,54 @@ TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
     store::SetLongestWait(std::chrono::seconds(5));
 }
 
+/// A recorder's short run on one handle: what fails is rolled back and done again.
+void RecordOn(std::int32_t database) {
+    const DBNewItem curve = TimeCurve(10, 0, "bbl/d");
+    for (std::size_t second = 0; second < 4; ++second) {
+        const auto from = static_cast<std::int32_t>(second * appended / 4);
+        const auto values = Ramp(appended / 4, static_cast<float>(recorded) + static_cast<float>(from));
+        const auto once = [&] {
+            std::int32_t item = 0;
+            const auto written = [&](const char* name, std::int32_t first) {
+                return DBattachA(database, name, &item, 0, nullptr) == DK_OK &&
+                       Write(item, first * 10, values) == DK_OK && DBdetach(item) == DK_OK;
+            };
+            if (DBbegin(database) != DK_OK)
+                return false;
+            const bool complete = (second > 0 || DBnewA(database, "M/Q/1", &curve) == DK_OK) &&
+                                  written("M/Q/1", from) &&
+                                  written("L/ZG/1", static_cast<std::int32_t>(recorded) + from);
+            return complete ? DBcommit(database) == DK_OK : (DBrollback(database), false);
+        };
+        while (!once() && FaultyVfs::Fired())
+            FaultyVfs::Disarm();
+    }
+}
+
+TEST_P(FaultTest, AtTheNthCallIsOverOnTheSameHandleWhenItIsOver) {
+    const auto [fault, lasting] = GetParam();
+    store::SetLongestWait(std::chrono::milliseconds(1));
+    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
+    const std::string before = ReadAll(path);
+    bool fired = true;
+    for (int nth = 1; fired && !HasFailure(); ++nth) {
+        SCOPED_TRACE("call " + std::to_string(nth));
+        WriteAll(path, before);
+        {
+            const Opened database(path);
+            FaultyVfs::Arm(fault, nth, lasting);
+            RecordOn(database.handle);
+            fired = FaultyVfs::Fired();
+            FaultyVfs::Disarm();
+            EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
+            EXPECT_EQ(Read(database.Attach("M/Q/1"), 0, appended).values,
+                      Ramp(appended, static_cast<float>(recorded)));
+        }
+        EXPECT_TRUE(HoldsTheExtension(path));
+    }
+    store::SetLongestWait(std::chrono::seconds(5));
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
                          testing::Combine(testing::Values(Fault::readError, Fault::writeError,
                                                           Fault::diskFull, Fault::syncError, Fault::lockBusy,
@@ -110,11 +162,72 @@ INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
 
 class CommitTest : public StoreTest {};
 
+TEST_F(CommitTest, AKilledWriterLeavesOneStateWhereverItWas) {
+    const FaultyVfs vfs;
+    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
+    const std::string before = ReadAll(path);
+    int status = 1;
+    for (int nth = 1; status != 0 && !HasFailure(); ++nth) {
+        SCOPED_TRACE("call " + std::to_string(nth));
+        std::filesystem::remove(path + "-journal");
+        WriteAll(path, before);
+        const pid_t child = fork();
+        if (child == 0) {
+            std::int32_t database = 0;
+            DBopenA(path.c_str(), DK_OPEN_EXISTING, &database);
+            FaultyVfs::Arm(Fault::kill, nth, false);
+            RecordOn(database);
+            _exit(0);
+        }
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        const Opened database(path, DK_OPEN_EXISTING);
+        EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
+        const std::int32_t last = database.Information("L/ZG/1").Last() / 10 + 1;
+        EXPECT_EQ((last - static_cast<std::int32_t>(recorded)) % static_cast<std::int32_t>(appended / 4), 0);
+        const auto length = static_cast<std::size_t>(last);
+        EXPECT_EQ(Read(database.Attach("L/ZG/1"), 0, length).values, Ramp(length));
+    }
+}
+
+TEST_F(CommitTest, AFileAtItsSizeLimitIsAFullDiskAndGoesOnWhenThereIsRoom) {
+    const Opened database(path);
+    std::int32_t item = database.New("L/ZG/1", TimeCurve(), Ramp(recorded));
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    auto truth = Ramp(recorded);
+    for (int round = 0; round < Rounds("VORELA_STORE_FULL", 10) && !HasFailure(); ++round) {
+        const rlimit tight{std::filesystem::file_size(path) + static_cast<rlim_t>(round % 7) * 20000,
+                           usual.rlim_max};
+        const auto more = Ramp(recorded, static_cast<float>(truth.size()));
+        const auto at = static_cast<std::int32_t>(truth.size()) * 10;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+        const bool explicitly = round % 2 == 0 && DBbegin(database.handle) == DK_OK;
+        std::int32_t status = Write(item, at, more);
+        if (explicitly)
+            status = std::max(status, DBcommit(database.handle));
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+        EXPECT_TRUE(status == DK_DISK_ERROR || (round % 7 > 3 && status == DK_OK)) << status;
+        if (status != DK_OK) {
+            EXPECT_EQ(database.Information("L/ZG/1").Last(), at - 10);
+            EXPECT_EQ(Write(item, at, more), DK_OK) << "on the same handle: " << DBlastdetail();
+        }
+        truth.insert(truth.end(), more.begin(), more.end());
+        EXPECT_EQ(Read(item, at - 1000, recorded).values.back(), truth[truth.size() - 101]);
+        EXPECT_EQ(database.Verify(), DK_OK) << DBlastdetail();
+        if (truth.size() > 400000) {
+            ASSERT_EQ(DBdeleteA(database.handle, "L/ZG/1"), DK_OK);
+            truth = Ramp(recorded);
+            DBdetach(std::exchange(item, database.New("L/ZG/1", TimeCurve(), truth)));
+        }
+    }
+    EXPECT_EQ(Read(item, 0, truth.size()).values, truth);
+}
+
 TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
     Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
     sqlite3* reader = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &reader), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM items", nullptr, nullptr, nullptr),
+    ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM items2", nullptr, nullptr, nullptr),
               SQLITE_OK);
     store::SetLongestWait(std::chrono::milliseconds(20));
     const Opened database(path);

@@ -3,12 +3,13 @@
 #pragma once
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <map>
 
 namespace vorela::test {
 
-enum class Fault { none, readError, writeError, diskFull, syncError, lockBusy, openError, deleteError };
+enum class Fault { none, readError, writeError, diskFull, syncError, lockBusy, openError, deleteError, kill };
 
 /// In place of the default file system while it lives.
 class FaultyVfs {
@@ -49,6 +50,8 @@ class FaultyVfs {
     };
 
     static bool Fails(Fault fault) {
+        if (state_.fault == Fault::kill && fault != Fault::diskFull && --state_.left <= 0)
+            _exit(9);
         if (fault != state_.fault || (state_.fired && !state_.lasting))
             return false;
         if (!state_.fired && --state_.left > 0)

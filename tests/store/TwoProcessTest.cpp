@@ -30,6 +30,7 @@ TEST_F(TwoProcessTest, AWriterWithoutARestLetsAnotherOneIn) {
                 break;
         _exit(3);
     }
+    close(ends[1]);
     char told[64];
     ASSERT_EQ(read(ends[0], told, 1), 1);
     ASSERT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
@@ -46,7 +47,6 @@ TEST_F(TwoProcessTest, AWriterWithoutARestLetsAnotherOneIn) {
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     waitpid(child, nullptr, 0);
     close(ends[0]);
-    close(ends[1]);
     EXPECT_LT(kept, 2 * turns) << "commits that another writer had to wait for";
 }
 
