@@ -1,3 +1,5 @@
+#include <signal.h>
+
 #include <QApplication>
 #include <cstdio>
 #include <optional>
@@ -11,6 +13,7 @@
 #include "platform/DravikLibraries.h"
 
 int main(int argc, char* argv[]) {
+    signal(SIGXFSZ, SIG_IGN);  // a file at its size limit is a write that fails, not the end of the program
     std::optional<vorela::SingleInstance> instance;
     vorela::RunTimeError fault;
     try {

@@ -44,8 +44,7 @@ std::vector<std::string> DatasetNames(const std::string& databasePath) {
     return names;
 }
 
-/// Why a dataset does not qualify; "" when it does.
-std::string WhyLeftOut(const Database& database, const std::string& name, const CurveChoice& choice) {
+std::string WhyLacking(const Database& database, const std::string& name, const CurveChoice& choice) {
     const auto dataset = Item::Find(database, name);
     if (!dataset || dataset->Info().indexKind != DK_INDEX_TIME)
         return "it is not recorded against time";
@@ -55,6 +54,15 @@ std::string WhyLeftOut(const Database& database, const std::string& name, const 
         if (!Item::Find(database, ItemPath(name, curve)))
             return "it has no curve " + curve;
     return {};
+}
+
+/// Why a dataset does not qualify; "" when it does. A damaged one does not keep the others out.
+std::string WhyLeftOut(const Database& database, const std::string& name, const CurveChoice& choice) {
+    try {
+        return WhyLacking(database, name, choice);
+    } catch (const RunTimeError& fault) {
+        return fault.description;
+    }
 }
 
 void SayLeftOut(const std::string& name, const std::string& why) {

@@ -1,3 +1,5 @@
+#include <signal.h>
+
 #include <QGuiApplication>
 #include <cstdio>
 
@@ -33,6 +35,7 @@ bool WritePlot(const vorela::PlotOrder& order) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    signal(SIGXFSZ, SIG_IGN);  // a file at its size limit is a write that fails, not the end of the program
     const vorela::ParsedCommandLine parsed = vorela::ParseCommandLine(argc, argv);
     return parsed.options ? vorela::RunBatch(*parsed.options, WritePlot) : parsed.exitStatus;
 }

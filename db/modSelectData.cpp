@@ -57,6 +57,7 @@ void Tell(MessageIcon icon, const std::string& text) {
 struct EnumeratedCurves {
     std::vector<std::string> names;
     std::vector<CurveAttributes> attributes;
+    std::string damaged;  ///< their names, with a comma between
     bool outOfMemory = false;
 };
 
@@ -64,6 +65,8 @@ std::int32_t VisitCurve(void* context, const char* name, const void* information
     auto& curves = *static_cast<EnumeratedCurves*>(context);
     try {
         const ItemInfo info = UnpackItemInfo({static_cast<const std::byte*>(information), DK_INFO_BYTES});
+        if (info.kind == DK_ITEM_DAMAGED)
+            curves.damaged += (curves.damaged.empty() ? "" : ", ") + CurveNameOfItem(name);
         // Records ("/_defaults_/1") pass the rule of names but hold no samples to choose.
         if (info.kind != DK_ITEM_CURVE || !IsSelectableCurve(name))
             return 0;
@@ -84,6 +87,9 @@ void ReadCurves(const Database& database, DatasetRecord& record) {
         throw RunTimeError{error_number::outOfMemory, "ReadCurves", "Out of memory"};
     if (status != DK_OK)
         ThrowDravikStatus(status, record.dataset + " in " + database.Path());
+    if (!curves.damaged.empty())
+        Tell(MessageIcon::exclamation,
+             record.dataset + ": damaged in the database and left out: " + curves.damaged);
     record.curves = std::move(curves.names);
     record.curveAttributes = std::move(curves.attributes);
 }

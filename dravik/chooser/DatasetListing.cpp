@@ -126,6 +126,7 @@ std::optional<std::vector<DatasetListing>> ListDatasets(const DkBaseApi& api, co
             std::memcpy(block.data(), information, block.size());
             DatasetListing listing;
             listing.name = name;
+            listing.damaged = FieldAt<std::int16_t>(block, DK_INFO_KIND) == DK_ITEM_DAMAGED;
             listing.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
             const auto first = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
             const auto last = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);

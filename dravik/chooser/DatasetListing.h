@@ -17,6 +17,7 @@ struct DatasetListing {
     std::optional<std::int64_t> started;  ///< start of recording, Unix seconds
     std::optional<double> length;         ///< seconds, or feet of a depth-driven dataset
     bool recording = false;
+    bool damaged = false;  ///< only the name is known
 };
 
 /// The datasets of a database file in order of creation. Nothing, with `problem` set, when it cannot be read;

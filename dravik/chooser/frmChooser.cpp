@@ -64,6 +64,10 @@ std::unique_ptr<Line> MakeLine(const DatasetListing& listing, bool metres) {
     const double unitScale = metres ? metresPerFoot : 1.0;
     const bool time = listing.indexKind == DK_INDEX_TIME;
     line->setText(nameColumn, QString::fromStdString(listing.name));
+    if (listing.damaged) {
+        line->setText(recordingColumn, QObject::tr("damaged"));
+        return line;
+    }
     line->setText(kindColumn, time ? QObject::tr("Time") : QObject::tr("Depth"));
     if (listing.depth)
         SetNumber(*line, depthColumn, QString::number(*listing.depth * unitScale, 'f', 1) + unit,

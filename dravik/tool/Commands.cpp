@@ -177,16 +177,20 @@ void List(const std::string& path, const std::string& dataset) {
     const auto span = [](const ItemInformation& information, bool first) {
         return information.IsEmpty() ? "-" : std::to_string(first ? information.first : information.last);
     };
+    const auto isDamaged = [](const NamedItem& item) { return item.information.kind == DK_ITEM_DAMAGED; };
     if (dataset.empty()) {
         for (const NamedItem& item : database.Datasets())
-            table.Add({item.name, KindText(item.information),
-                       std::to_string(database.Curves(item.name).size()) + " curves",
-                       std::to_string(item.information.step), span(item.information, true),
-                       span(item.information, false),
-                       IsRecording(database, item.name) ? "recording" : "complete"});
+            if (isDamaged(item))
+                table.Add({item.name, "-", "-", "-", "-", "-", "damaged"});
+            else
+                table.Add({item.name, KindText(item.information),
+                           std::to_string(database.Curves(item.name).size()) + " curves",
+                           std::to_string(item.information.step), span(item.information, true),
+                           span(item.information, false),
+                           IsRecording(database, item.name) ? "recording" : "complete"});
     } else {
         for (const NamedItem& item : database.Curves(dataset)) {
-            const std::string& unit = item.information.unit;
+            const std::string unit = isDamaged(item) ? "damaged" : item.information.unit;
             table.Add({item.name, unit.empty() ? "-" : unit, std::to_string(item.information.step),
                        span(item.information, true), span(item.information, false)});
         }
@@ -291,8 +295,10 @@ bool Check(const std::string& path) {
     const Database database(path, OpenMode::readOnly);
     std::string lines;
     const auto collect = [](void* context, const char* item, std::int32_t first, std::int32_t last) {
-        *static_cast<std::string*>(context) += std::string(item) + ": samples " + std::to_string(first) +
-                                               " to " + std::to_string(last) + " are damaged\n";
+        const std::string what = last < first ? " is damaged\n"
+                                              : ": samples " + std::to_string(first) + " to " +
+                                                    std::to_string(last) + " are damaged\n";
+        *static_cast<std::string*>(context) += item + what;
     };
     const std::int32_t status = DBverify(database.Handle(), collect, &lines);
     WriteStandardOutput(lines);

@@ -145,7 +145,10 @@ std::vector<NamedItem> Database::Items(const std::string& dataset) const {
 
 std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
     std::vector<NamedItem> items = Items(dataset);
-    std::erase_if(items, [](const NamedItem& item) { return item.information.kind != DK_ITEM_CURVE; });
+    // What is damaged stays: nobody shall take a dataset for complete that is not.
+    std::erase_if(items, [](const NamedItem& item) {
+        return item.information.kind == DK_ITEM_RECORD || item.name == presentationItem;
+    });
     return items;
 }
 
