@@ -240,6 +240,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     ReadSettings(options, overlay, console);
     CheckSettingsTogether(options);
     SelectForBatch(options);
+    const bool soundInput = console.Complaints() == 0;  // what was told of a level that came in all the same
     const std::size_t plotDataset = options.plot ? PlotDataset(options) : 0;
     WarnOfInput();
     MakeCurvesAndCycles(options);
@@ -252,7 +253,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     const bool computed = RefreshGrids();
     const bool written = WriteResults(options);
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
-    return computed && written && plotted ? exit_status::done : exit_status::failed;
+    return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;
 }
 
 }  // namespace

@@ -165,7 +165,7 @@ ItemInfo UnpackItemInfo(std::span<const std::byte> block) {
     info.unitCode = FieldAt<std::int32_t>(block, DK_INFO_UNIT);
     info.scale = FieldAt<float>(block, DK_INFO_SCALE);
     info.offset = FieldAt<float>(block, DK_INFO_OFFSET);
-    info.kind = FieldAt<std::int16_t>(block, DK_INFO_KIND);
+    info.shape = ItemShape::Of(block.data());
     info.firstIndex = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
     info.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
     info.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
@@ -221,6 +221,9 @@ void Item::RefreshInfo() {
 CurveReader::CurveReader(const Database& database, const std::string& dataset, const std::string& curve,
                          Between between)
     : item_(database, ItemPath(dataset, curve)), between_(between) {
+    if (!Info().IsCurve())
+        throw RunTimeError{error_number::typeMismatch, "CurveReader",
+                           item_.Name() + ": The item is not a curve of single-precision samples"};
     if (Info().step <= 0)
         throw RunTimeError{error_number::internalError, "CurveReader",
                            item_.Name() + ": The curve has no sampling step"};

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "dravik/include/ItemSamples.h"
+
 namespace vorela {
 
 /// The database file and its folder, where the journal goes, let this user write.
@@ -65,7 +67,7 @@ class Transaction {
 struct ItemInfo {
     std::int16_t indexKind = 0;
     std::int16_t step = 1;
-    std::int16_t kind = 0;
+    ItemShape shape;  ///< what one sample is
     std::int32_t unitCode = 0;
     float scale = 1.0F;
     float offset = 0.0F;
@@ -77,6 +79,7 @@ struct ItemInfo {
     std::int32_t extentLast = -1;
     std::string made;  ///< how a derived curve was made; "" for a recorded curve
     bool IsEmpty() const { return extentLast < extentFirst; }
+    bool IsCurve() const { return shape.IsCurve(); }
 };
 ItemInfo UnpackItemInfo(std::span<const std::byte> block);
 

@@ -19,7 +19,7 @@ constexpr std::size_t toolStringAt = 18;
 constexpr std::size_t toolStringBytes = 14;
 
 template <typename Field>
-void Fetch(const std::array<std::byte, presentationBytes>& stored, std::size_t at, Field& field) {
+void Fetch(std::span<const std::byte, presentationBytes> stored, std::size_t at, Field& field) {
     std::memcpy(&field, stored.data() + at, sizeof(Field));
 }
 
@@ -57,7 +57,7 @@ void AppendCycle(CycleRecord& cycles) {
         cycles.selectedCycle = cycles.count;
 }
 
-Presentation UnpackPresentation(const std::array<std::byte, presentationBytes>& stored) {
+Presentation UnpackPresentation(std::span<const std::byte, presentationBytes> stored) {
     Presentation presentation;
     Fetch(stored, recordingFlagAt, presentation.recordingFlag);
     Fetch(stored, indexKindAt, presentation.indexKind);

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -67,7 +68,8 @@ struct Presentation {
     std::string toolString;           ///< bytes 18 to 31, trimmed
 };
 inline constexpr std::size_t presentationBytes = 32;
-Presentation UnpackPresentation(const std::array<std::byte, presentationBytes>& stored);
+/// A longer stored record begins with these bytes.
+Presentation UnpackPresentation(std::span<const std::byte, presentationBytes> stored);
 std::array<std::byte, presentationBytes> PackPresentation(const Presentation& presentation);
 
 /// What index values mean and how they are displayed.

@@ -182,21 +182,23 @@ bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t 
 }
 
 bool ReadPresentation(const Database& database, DatasetRecord& record) {
-    std::array<std::byte, presentationBytes> stored{};
+    std::vector<std::byte> stored;
+    std::array<std::byte, DK_INFO_BYTES> block{};
     std::int32_t item = 0;
     const std::string path = PresentationPath(record.dataset);
-    if (Api().DBattachA(database.Handle(), path.c_str(), &item, 0, nullptr) != DK_OK) {
+    if (Api().DBattachA(database.Handle(), path.c_str(), &item, 0, block.data()) != DK_OK) {
         ReportError(presentationAttachFailed);
         return false;
     }
-    const std::int32_t status = Api().DBread(item, 0, 1, stored.data());
+    const std::int32_t status =
+        ReadRecord(Api().DBread, item, ItemShape::Of(block.data()), presentationBytes, stored);
     Api().DBdetach(item);
     if (status != DK_OK) {
         ReportError(presentationReadFailed);
         return false;
     }
     return Attempt(unpackingPresentation, [&] {
-        record.presentation = UnpackPresentation(stored);
+        record.presentation = UnpackPresentation(std::span(stored).first<presentationBytes>());
         record.pendingFlag = record.presentation.recordingFlag;
     });
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -19,6 +20,7 @@ namespace {
 constexpr const char* initialisingVariables = "Initialising dataset variables";
 constexpr const char* addingData = "Selecting data";
 constexpr const char* selectingData = "Selecting Data";
+constexpr const char* readingDepth = "Reading the depth of a level";
 constexpr const char* checkingDatasets = "Checking datasets";
 constexpr const char* checkingValveCurves = "Checking for Vorela curves";
 constexpr const char* choosingCurves = "Choosing curves";
@@ -68,7 +70,7 @@ std::int32_t VisitCurve(void* context, const char* name, const void* information
         if (info.kind == DK_ITEM_DAMAGED)
             curves.damaged += (curves.damaged.empty() ? "" : ", ") + CurveNameOfItem(name);
         // Records ("/_defaults_/1") pass the rule of names but hold no samples to choose.
-        if (info.kind != DK_ITEM_CURVE || !IsSelectableCurve(name))
+        if (!info.IsCurve() || !IsSelectableCurve(name))
             return 0;
         curves.names.push_back(CurveNameOfItem(name));
         curves.attributes.push_back(
@@ -110,19 +112,23 @@ double ReadDepth(const Database& database, const std::string& dataset) {
     const std::optional<Item> item = Item::Find(database, ItemPath(dataset, curve::depth));
     if (!item || item->Info().IsEmpty())
         return nullDepth;
+    const ItemInfo& info = item->Info();
     float sample = 0.0F;
-    const std::int32_t status = Api().DBread(item->Handle(), item->Info().extentFirst, 1, &sample);
+    const std::int32_t status =
+        ReadCurveSample(Api().DBread, item->Handle(), info.shape, info.extentFirst, sample);
     if (status == DK_NOT_AVAILABLE || status == DK_NOT_WRITTEN)
         return nullDepth;
-    if (status != DK_OK)  // a damaged file is a fault, not a level without depth
+    if (status != DK_OK)
         ThrowDravikStatus(status, item->Name());
-    return static_cast<double>(sample) * item->Info().scale + item->Info().offset;
+    const double depth = static_cast<double>(sample) * info.scale + info.offset;
+    return std::isfinite(depth) ? depth : nullDepth;
 }
 
-/// The dataset's own state of recording. A dataset without presentation record is not being recorded; one
-/// that cannot be read is reported and counts the same.
+/// The dataset's own state of recording. A dataset without presentation information is not being recorded;
+/// one whose record cannot be read is reported and counts the same.
 void ReadRecordingState(const Database& database, DatasetRecord& record) {
-    if (Item::Find(database, PresentationPath(record.dataset)))
+    const std::optional<Item> item = Item::Find(database, PresentationPath(record.dataset));
+    if (item && item->Info().shape.IsRecordOf(presentationBytes))
         ReadPresentation(database, record);
 }
 
@@ -156,7 +162,8 @@ bool ReadDataset(const Database& database, const std::string& name, DatasetRecor
     if (!FillIndexDescription(*dataset, record))
         return false;
     ReadCurves(database, record);
-    record.sortKey = ReadDepth(database, name);
+    // A depth that is damaged is a fault to be told; the level can be analysed without it.
+    record.sortKey = Attempt(readingDepth, nullDepth, [&] { return ReadDepth(database, name); });
     record.extentA = dataset->Info().extentFirst;
     record.extentB = dataset->Info().extentLast;
     record.step = dataset->Info().step;

@@ -5,8 +5,11 @@
 #include <map>
 #include <vector>
 
+#include "db/modSelectData.h"
+#include "dravik/chooser/DatasetListing.h"
 #include "dravik/include/DKBase.h"
 #include "fuzz/FuzzTarget.h"
+#include "platform/DravikLibraries.h"
 
 namespace {
 
@@ -21,6 +24,20 @@ struct Samples {
 constexpr std::int32_t step = 10;
 const char* const curves[] = {"L1/ZG/1", "L1/RTC_p/1", "L2/ZG/1"};
 constexpr int longCurve = 9000;  ///< samples: more than one chunk
+
+void PutRecord(std::int32_t database, const char* path, std::int32_t bytes) {
+    const std::vector<char> sample(static_cast<std::size_t>(bytes), '\1');
+    DBNewItem record{};
+    record.kind = DK_ITEM_RECORD;
+    record.indexKind = DK_INDEX_TIME;
+    record.step = 1;
+    record.sampleBytes = bytes;
+    std::int32_t item = 0;
+    Require(DBnewA(database, path, &record) == DK_OK &&
+                DBattachA(database, path, &item, 0, nullptr) == DK_OK &&
+                DBwrite(item, 0, 1, sample.data()) == DK_OK,
+            "the record is written");
+}
 
 /// A sound database: a long curve, one with gaps and a valid span, a record, two datasets.
 std::string MakeSound(const std::string& path, std::map<std::string, Samples>& content) {
@@ -47,11 +64,13 @@ std::string MakeSound(const std::string& path, std::map<std::string, Samples>& c
                 "the sound database is written");
         content[curve] = std::move(samples);
     }
-    DBNewItem record{};
-    record.kind = DK_ITEM_RECORD;
-    record.sampleBytes = 32;
-    Require(DBnewA(database, "L1/_defaults_/1", &record) == DK_OK && DBclose(database) == DK_OK,
-            "it is closed");
+    PutRecord(database, "L1/_defaults_/1", 32);
+    // Whoever made a file may have put anything under any name: a long and a short presentation record, a
+    // record for a depth.
+    PutRecord(database, "L2/_defaults_/1", 4096);
+    PutRecord(database, "L2/ADPTH/1", 64);
+    PutRecord(database, "L3/_defaults_/1", 6);
+    Require(DBclose(database) == DK_OK, "it is closed");
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
@@ -107,6 +126,30 @@ bool IsReadAsWritten(std::int32_t database, const char* curve, const Samples& wr
     return readable;
 }
 
+/// The library as the program has it, here of the same build as the rest.
+void LinkLibrary() {
+    vorela::DkBaseApi& api = vorela::LoadedLibraries().database;
+    api.DBopenA = DBopenA;
+    api.DBclose = DBclose;
+    api.DBattachA = DBattachA;
+    api.DBdetach = DBdetach;
+    api.DBread = DBread;
+    api.DBenumA = DBenumA;
+    api.GetUnitTextA = GetUnitTextA;
+    api.DBlastdetail = DBlastdetail;
+    api.GetDravikSetting = GetDravikSetting;
+}
+
+/// The program's own ways to a selection: no item writes beyond what its reader has room for.
+void Select(const std::string& path) {
+    std::vector<vorela::DatasetRecord> records;
+    for (const char* dataset : {"L1", "L2", "L3"})
+        if (vorela::ReadDatasets(path, {dataset}, records))
+            Require(std::isfinite(records[0].sortKey), "a depth is a number");
+    std::string problem;
+    vorela::ListDatasets(vorela::LoadedLibraries().database, path, problem);
+}
+
 void WriteInto(std::int32_t database) {
     const std::vector<float> more(20, 5.0F);
     std::int32_t handle = 0;
@@ -123,7 +166,10 @@ void WriteInto(std::int32_t database) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const vorela::fuzz::Scratch scratch;
     static std::map<std::string, Samples> content;
-    static const std::string sound = MakeSound(scratch.File("sound.vdb"), content);
+    static const std::string sound = [] {
+        LinkLibrary();
+        return MakeSound(scratch.File("sound.vdb"), content);
+    }();
 
     std::string bytes = sound;
     constexpr std::size_t editBytes = 5;
@@ -142,6 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const bool readable = IsReadAsWritten(database, curve.c_str(), samples);
         Require(readable || !isSound, "what the check passes can be read");
     }
+    Select(path);
     WriteInto(database);
     DBverify(database, nullptr, nullptr);
     Require(DBclose(database) == DK_OK, "it closes");

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <span>
 
+#include "dravik/include/ItemSamples.h"
 #include "general/SettingsFile.h"
 
 namespace vorela {
@@ -21,8 +24,8 @@ constexpr const char* recentSection = "RecentFiles";
 
 using Block = std::array<std::byte, DK_INFO_BYTES>;
 
-template <typename Value, std::size_t size>
-Value FieldAt(const std::array<std::byte, size>& block, std::size_t offset) {
+template <typename Value>
+Value FieldAt(std::span<const std::byte> block, std::size_t offset) {
     Value value;
     std::memcpy(&value, block.data() + offset, sizeof value);
     return value;
@@ -48,28 +51,15 @@ class OpenDatabase {
     std::int32_t status_ = DK_OK;
 };
 
-/// One sample of an item into `buffer`; at the item's first written index, or at 0 for a record.
-bool ReadFirst(const DkBaseApi& api, std::int32_t database, const std::string& path, Block& information,
-               void* buffer) {
-    std::int32_t item = 0;
-    if (api.DBattachA(database, path.c_str(), &item, 0, information.data()) != DK_OK)
-        return false;
-    const auto first = FieldAt<std::int32_t>(information, DK_INFO_EXTENT_FIRST);
-    const bool read = api.DBread(item, first, 1, buffer) == DK_OK;
-    api.DBdetach(item);
-    return read;
-}
-
 void ReadPresentation(const DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
     Block information{};
-    std::array<std::byte, DK_INFO_BYTES> record{};
+    std::vector<std::byte> record;
     std::int32_t item = 0;
     const std::string path = listing.name + "/_defaults_/1";
     if (api.DBattachA(database, path.c_str(), &item, 0, information.data()) != DK_OK)
         return;
-    const bool fits = FieldAt<std::int32_t>(information, DK_INFO_SAMPLE_BYTES) ==
-                      static_cast<std::int32_t>(presentationBytes);
-    if (fits && api.DBread(item, 0, 1, record.data()) == DK_OK) {
+    const ItemShape shape = ItemShape::Of(information.data());
+    if (ReadRecord(api.DBread, item, shape, presentationBytes, record) == DK_OK) {
         listing.recording = FieldAt<std::int16_t>(record, recordingFlagByte) != 0;
         const auto started = FieldAt<std::int32_t>(record, recordingStartByte);
         if (started != 0)
@@ -78,12 +68,21 @@ void ReadPresentation(const DkBaseApi& api, std::int32_t database, DatasetListin
     api.DBdetach(item);
 }
 
+/// The first sample of the depth curve; none where it is no number.
 void ReadDepth(const DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
     Block information{};
+    std::int32_t item = 0;
+    if (api.DBattachA(database, (listing.name + "/ADPTH/1").c_str(), &item, 0, information.data()) != DK_OK)
+        return;
     float sample = 0.0F;
-    if (ReadFirst(api, database, listing.name + "/ADPTH/1", information, &sample))
-        listing.depth = static_cast<double>(sample * FieldAt<float>(information, DK_INFO_SCALE) +
-                                            FieldAt<float>(information, DK_INFO_OFFSET));
+    const auto first = FieldAt<std::int32_t>(information, DK_INFO_EXTENT_FIRST);
+    if (ReadCurveSample(api.DBread, item, ItemShape::Of(information.data()), first, sample) == DK_OK) {
+        const double depth = static_cast<double>(sample) * FieldAt<float>(information, DK_INFO_SCALE) +
+                             FieldAt<float>(information, DK_INFO_OFFSET);
+        if (std::isfinite(depth))
+            listing.depth = depth;
+    }
+    api.DBdetach(item);
 }
 
 std::string ProblemText(const DkBaseApi& api, const std::string& path, std::int32_t status) {

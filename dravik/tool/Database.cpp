@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t longestDatasetName = 66;
 constexpr const char* presentationItem = "_defaults_";
+constexpr std::size_t presentationBytes = 32;
 
 std::string StatusMessage(std::int32_t status) {
     switch (status) {
@@ -74,7 +75,7 @@ ItemInformation UnpackInformation(const void* block) {
     information.unit = GetUnitTextA(FieldAt<std::int32_t>(block, DK_INFO_UNIT));
     information.scale = FieldAt<float>(block, DK_INFO_SCALE);
     information.offset = FieldAt<float>(block, DK_INFO_OFFSET);
-    information.kind = FieldAt<std::int16_t>(block, DK_INFO_KIND);
+    information.shape = ItemShape::Of(block);
     information.gridFirst = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
     information.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
     information.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
@@ -147,7 +148,8 @@ std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
     std::vector<NamedItem> items = Items(dataset);
     // What is damaged stays: nobody shall take a dataset for complete that is not.
     std::erase_if(items, [](const NamedItem& item) {
-        return item.information.kind == DK_ITEM_RECORD || item.name == presentationItem;
+        const ItemShape& shape = item.information.shape;
+        return item.name == presentationItem || !(shape.IsCurve() || shape.kind == DK_ITEM_DAMAGED);
     });
     return items;
 }
@@ -202,9 +204,11 @@ void Item::WritePresent(std::int32_t first, std::int64_t count, const float* val
                     path_ + " cannot be written");
 }
 
-void Item::Read(std::int32_t first, std::int64_t count, void* samples) const {
-    database_.Check(DBread(handle_, first, static_cast<std::int32_t>(count), samples),
+std::vector<std::byte> Item::ReadWholeRecord(std::size_t wanted) const {
+    std::vector<std::byte> sample;
+    database_.Check(ReadRecord(DBread, handle_, information_.shape, wanted, sample),
                     path_ + " cannot be read");
+    return sample;
 }
 
 void Item::Write(std::int32_t first, std::int64_t count, const void* samples) {
@@ -252,20 +256,21 @@ void WritePresentation(Database& database, const std::string& dataset, const Pre
 }
 
 bool IsRecording(const Database& database, const std::string& dataset) {
+    std::array<unsigned char, DK_INFO_BYTES> block{};
     std::int32_t item = 0;
-    if (DBattachA(database.Handle(), CurvePath(dataset, presentationItem).c_str(), &item, 0, nullptr) !=
+    if (DBattachA(database.Handle(), CurvePath(dataset, presentationItem).c_str(), &item, 0, block.data()) !=
         DK_OK)
         return false;
-    std::array<unsigned char, 32> bytes{};
-    const std::int32_t status = DBread(item, 0, 1, bytes.data());
+    std::vector<std::byte> bytes;
+    const std::int32_t status =
+        ReadRecord(DBread, item, ItemShape::Of(block.data()), presentationBytes, bytes);
     DBdetach(item);
     return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
 }
 
 void SetRecording(Database& database, const std::string& dataset, bool recording) {
     Item item(database, CurvePath(dataset, presentationItem));
-    std::array<unsigned char, 32> bytes{};
-    item.Read(0, 1, bytes.data());
+    std::vector<std::byte> bytes = item.ReadWholeRecord(presentationBytes);
     const std::int16_t flag = recording ? 1 : 0;
     std::memcpy(bytes.data(), &flag, sizeof flag);
     item.Write(0, 1, bytes.data());

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dravik/include/DKBase.h"
+#include "dravik/include/ItemSamples.h"
 #include "dravik/tool/CurveSource.h"
 
 namespace vorela {
@@ -24,7 +25,7 @@ struct ItemInformation {
     std::string unit;
     float scale = 1.0F;
     float offset = 0.0F;
-    std::int16_t kind = 0;
+    ItemShape shape;  ///< what one sample is
     std::int32_t gridFirst = 0;
     std::int32_t validFirst = 0;
     std::int32_t validLast = -1;
@@ -106,7 +107,8 @@ class Item {
     void ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const;
     void WritePresent(std::int32_t first, std::int64_t count, const float* values,
                       const std::uint8_t* present);
-    void Read(std::int32_t first, std::int64_t count, void* samples) const;
+    /// Sample 0 of a record of at least `wanted` bytes, in its whole length.
+    std::vector<std::byte> ReadWholeRecord(std::size_t wanted) const;
     void Write(std::int32_t first, std::int64_t count, const void* samples);
 
   private:

@@ -162,19 +162,21 @@ void DravikFixture::Record(const std::string& dataset, const std::vector<CurveSp
     });
 }
 
-void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
-    const std::string path = PresentationPath(dataset);
+void DravikFixture::PutRecord(const std::string& path, std::span<const std::byte> sample) {
     DBNewItem record{};
     record.kind = DK_ITEM_RECORD;
     record.indexKind = DK_INDEX_TIME;
     record.step = 1;
-    record.sampleBytes = presentationBytes;
+    record.sampleBytes = static_cast<std::int32_t>(sample.size());
     Write(DatabasePath(), [&](const Database& database) {
         if (!Item::Find(database, path))
             Check(Api().DBnewA(database.Handle(), path.c_str(), &record), path);
-        const auto stored = PackPresentation(presentation);
-        Check(Api().DBwrite(Item(database, path).Handle(), 0, 1, stored.data()), path);
+        Check(Api().DBwrite(Item(database, path).Handle(), 0, 1, sample.data()), path);
     });
+}
+
+void DravikFixture::SetPresentation(const std::string& dataset, const Presentation& presentation) {
+    PutRecord(PresentationPath(dataset), PackPresentation(presentation));
 }
 
 void DravikFixture::DeleteItem(const std::string& path) {

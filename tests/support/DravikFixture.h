@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -72,6 +73,8 @@ class DravikFixture : public SettingsFixture {
     /// Writes `count` samples of all curves, from their sample `from` on, in one transaction.
     void Record(const std::string& dataset, const std::vector<CurveSpec>& curves, std::int32_t from,
                 std::int32_t count);
+    /// A record of one sample.
+    void PutRecord(const std::string& path, std::span<const std::byte> sample);
     void SetPresentation(const std::string& dataset, const Presentation& presentation);
     void DeleteItem(const std::string& path);
     StoredCurve ReadCurve(const std::string& dataset, const std::string& curve);
