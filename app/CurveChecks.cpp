@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "app/ActionQueue.h"
 #include "db/Curves.h"
@@ -53,16 +54,51 @@ void WarnOfDravikFilters() {
             "Corvane recommends all Dravik filters are disabled for subsequent Vorela logs.");
 }
 
+std::vector<std::string>& Notes() {
+    static std::vector<std::string> notes;
+    return notes;
+}
+
+/// Curves that an earlier session left before the end of what is recorded, because it was killed or because
+/// more was recorded since, are completed. Tells; true when the curve is to be made.
+bool HasToBeCompleted(const CurveStanding& curve, bool writable) {
+    if (curve.standing == Standing::incomplete)
+        Notes().push_back(curve.path + (writable ? " ended before the record did and was completed"
+                                                 : " ends before the record does and cannot be written"));
+    if (curve.standing == Standing::recorded)
+        Notes().push_back(StandingText(curve));
+    return curve.standing == Standing::incomplete && writable;
+}
+
+void CompleteCurves(std::size_t index) {
+    Attempt("Completing curves", [&] {
+        const bool writable = IsWritable(CurrentSelection().datasets[index].database);
+        if (FilteredCurvesExist()) {
+            bool filtered = false;
+            for (const CurveStanding& curve : FilteredCurveStandings(index))
+                filtered = HasToBeCompleted(curve, writable) || filtered;
+            if (filtered)
+                CreateFilteredCurves(index, false);
+            if (ValveSignalPresent() && HasToBeCompleted(ValveSignalStanding(index), writable))
+                ReconstructValveCurve(index, false);
+        }
+        if (FilteredFlowExists() && HasToBeCompleted(FilteredFlowStanding(index), writable))
+            FilterDatasetFlow(index, false);
+    });
+}
+
 /// Curves of an earlier session are brought up to the recording here, where the user waits for the selection
 /// anyway: the first tick would hold the window for as long as all that was recorded takes. Where the user
 /// did not want the curves, nothing is made.
 void CatchUpWithRecordings() {
-    if (!FilteredCurvesExist() || !ValveSignalPresent() || !FilteredFlowExists())
-        return;
+    const bool allThere = FilteredCurvesExist() && ValveSignalPresent() && FilteredFlowExists();
     const auto& datasets = CurrentSelection().datasets;
-    for (std::size_t i = 0; i < datasets.size(); ++i)
-        if (datasets[i].pendingFlag != 0)
+    for (std::size_t i = 0; i < datasets.size(); ++i) {
+        if (datasets[i].pendingFlag == 0)
+            CompleteCurves(i);
+        else if (allThere)
             ExtendDataset(i);  // reports; what failed is taken up by the next tick
+    }
 }
 
 /// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
@@ -92,8 +128,13 @@ bool CurvesFilteredByDravik() {
     });
 }
 
+const std::vector<std::string>& CurveNotes() {
+    return Notes();
+}
+
 bool SelectData(const SelectDataView& view) {
     return Attempt("Selecting data", false, [&] {
+        Notes().clear();
         view.showSelectDialog();
         if (!view.plotDataCheck())
             return true;

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace vorela {
 
@@ -16,8 +18,13 @@ struct SelectDataView {
 };
 
 /// Step "Selecting data". True when it ran to its end. Datasets that are being recorded and have all their
-/// derived curves are extended to what is recorded.
+/// derived curves are extended to what is recorded; derived curves of the others that end too early are
+/// completed.
 bool SelectData(const SelectDataView& view);
+
+/// What the last selection found about derived curves, a line each: those that ended too early, recordings
+/// that stand in their place.
+const std::vector<std::string>& CurveNotes();
 
 /// A chosen pressure or flow curve ends before PVLPOS: the acquisition system filtered it. Step "Checking
 /// filters in curves".

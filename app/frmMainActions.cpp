@@ -134,6 +134,8 @@ void frmMain::ShowSelectionHints() {
     QStringList hints;
     for (const std::string& line : UnitWarnings())
         hints << QString::fromStdString(line);
+    for (const std::string& line : CurveNotes())
+        hints << QString::fromStdString(line);
     const auto& datasets = CurrentSelection().datasets;
     std::set<std::string> readOnly;
     for (const DatasetRecord& record : datasets)

@@ -1,7 +1,6 @@
 #include "batch/BatchCurves.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,52 +18,8 @@
 namespace vorela {
 namespace {
 
-constexpr double indexUnitsPerSecond = 100.0;
-
 std::vector<DatasetRecord>& Datasets() {
     return CurrentSelection().datasets;
-}
-
-/// A derived curve as it should be.
-struct Expected {
-    std::string input;
-    std::string output;
-    std::string made;  ///< what its description begins with
-    double tail;       ///< index units by which it may end before its input does
-};
-
-std::vector<Expected> FilteredCurves() {
-    const CurveChoice& choice = CurrentSelection().choice;
-    const ParameterSet& parameters = CurrentParameters();
-    const double tail = parameters.filterN * parameters.period * indexUnitsPerSecond;
-    return {{choice.pressure, FilteredPressureName(choice), FilterDescription(), tail},
-            {choice.flow, FilteredFlowName(choice), FilterDescription(), tail}};
-}
-
-Expected DravikFlow() {
-    const CurveChoice& choice = CurrentSelection().choice;
-    const ParameterSet& parameters = CurrentParameters();
-    return {choice.flow, DravikFilteredFlowName(choice), FilterDefinition(parameters.dFilt, parameters.dLen),
-            parameters.dLen * indexUnitsPerSecond};
-}
-
-enum class Standing { good, missing, incomplete };
-
-/// How a derived curve stands. One that was made in another way than the parameters say is taken as it is,
-/// and told.
-Standing StandingOf(const Database& database, const std::string& dataset, const Expected& expected) {
-    const auto item = Item::Find(database, ItemPath(dataset, expected.output));
-    if (!item)
-        return Standing::missing;
-    const ItemInfo& info = item->Info();
-    if (!info.made.starts_with(expected.made)) {
-        Say(item->Path() + " was made by \"" + info.made + "\", the parameters say \"" + expected.made +
-            "\"; --recreate makes it anew");
-        return Standing::good;
-    }
-    const Item input(database, ItemPath(dataset, expected.input));
-    const double end = info.extentLast + expected.tail + 2.0 * input.Info().step;
-    return info.IsEmpty() || end < input.Info().extentLast ? Standing::incomplete : Standing::good;
 }
 
 /// Which derived curves of a dataset have to be made.
@@ -75,45 +30,59 @@ struct ToMake {
     std::string firstMissing;
 };
 
-ToMake CurvesToMake(const DatasetRecord& record) {
-    const Database database(record.database);
+/// Tells how a curve stands and whether it has to be made. One that was made in another way than the
+/// parameters say is taken as it is.
+bool HasToBeMade(const CurveStanding& curve, ToMake& toMake) {
+    if (curve.standing == Standing::missing && toMake.firstMissing.empty())
+        toMake.firstMissing = curve.path;
+    if (const std::string text = StandingText(curve); !text.empty())
+        Say(text + (curve.standing == Standing::madeOtherwise ? "; --recreate makes it anew" : ""));
+    return curve.standing == Standing::missing || curve.standing == Standing::incomplete;
+}
+
+/// Whether the valve signal gets to its end shows when the cycles have been found.
+ToMake CurvesToMake(std::size_t dataset) {
+    ToMake toMake;
+    for (const CurveStanding& curve : FilteredCurveStandings(dataset))
+        toMake.filtered = HasToBeMade(curve, toMake) || toMake.filtered;
+    const Database database(Datasets()[dataset].database);
     if (!database.IsOpen())
         throw Stop{};
-    ToMake toMake;
-    const auto wanted = [&](const Expected& expected) {
-        const Standing standing = StandingOf(database, record.dataset, expected);
-        if (standing == Standing::missing && toMake.firstMissing.empty())
-            toMake.firstMissing = expected.output;
-        if (standing == Standing::incomplete)
-            Say(ItemPath(record.dataset, expected.output) + " ends before the record does");
-        return standing != Standing::good;
-    };
-    for (const Expected& expected : FilteredCurves())
-        toMake.filtered = wanted(expected) || toMake.filtered;
-    toMake.valve = !Item::Find(database, ItemPath(record.dataset, curve::valveSignal));
+    const std::string& name = Datasets()[dataset].dataset;
+    toMake.valve = !Item::Find(database, ItemPath(name, curve::valveSignal));
     if (toMake.valve && toMake.firstMissing.empty())
-        toMake.firstMissing = curve::valveSignal;
-    toMake.dravikFlow = wanted(DravikFlow());
+        toMake.firstMissing = ItemPath(name, curve::valveSignal);
+    toMake.dravikFlow = HasToBeMade(FilteredFlowStanding(dataset), toMake);
     return toMake;
+}
+
+/// Everything anew, unless that would replace a recording.
+std::vector<ToMake> RecreationPlan(const BatchOptions& options) {
+    if (!IsWritable(options.database))
+        throw Stop{exit_status::failed, options.database + " is read only: --recreate cannot be done"};
+    const CurveChoice& choice = CurrentSelection().choice;
+    try {
+        RefuseToReplaceRecordings({FilteredPressureName(choice), FilteredFlowName(choice), curve::valveSignal,
+                                   DravikFilteredFlowName(choice)});
+    } catch (const RunTimeError& refusal) {
+        throw Stop{exit_status::failed, "--recreate: " + refusal.description};
+    }
+    return std::vector<ToMake>(Datasets().size(), ToMake{true, true, true, ""});
 }
 
 /// What is to be made in every dataset; nothing in a database that cannot be written but has all curves.
 std::vector<ToMake> Plan(const BatchOptions& options) {
-    if (options.recreate) {
-        if (!IsWritable(options.database))
-            throw Stop{exit_status::failed, options.database + " is read only: --recreate cannot be done"};
-        return std::vector<ToMake>(Datasets().size(), ToMake{true, true, true, ""});
-    }
+    if (options.recreate)
+        return RecreationPlan(options);
     std::vector<ToMake> plan;
-    for (const DatasetRecord& record : Datasets())
-        plan.push_back(CurvesToMake(record));
+    for (std::size_t i = 0; i < Datasets().size(); ++i)
+        plan.push_back(CurvesToMake(i));
     if (IsWritable(options.database))
         return plan;
-    for (std::size_t i = 0; i < plan.size(); ++i)
-        if (!plan[i].firstMissing.empty())
-            throw Stop{exit_status::failed, options.database + " is read only and dataset " +
-                                                Datasets()[i].dataset + " has no curve " +
-                                                plan[i].firstMissing};
+    for (const ToMake& toMake : plan)
+        if (!toMake.firstMissing.empty())
+            throw Stop{exit_status::failed,
+                       options.database + " is read only and has no curve " + toMake.firstMissing};
     return std::vector<ToMake>(Datasets().size());
 }
 
@@ -129,26 +98,12 @@ void SayFilter() {
     }
 }
 
-/// The valve signal that is there ends before the last cycle found.
-bool ValveSignalIsIncomplete(const DatasetRecord& record) {
-    const CycleRecord& cycles = record.cycles;
-    if (cycles.count == 0)
-        return false;
-    const Database database(record.database);
-    if (!database.IsOpen())
-        throw Stop{};
-    const Item item(database, ItemPath(record.dataset, curve::valveSignal));
-    return item.Info().validLast < cycles.start[static_cast<std::size_t>(cycles.count) - 1];
-}
-
 void FindCycles(std::size_t dataset, bool makeSignal, bool writable) {
     ResetDatasetCycles(dataset);
     if (!makeSignal) {
         Require(FindValveCycles(dataset));
-        if (!ValveSignalIsIncomplete(Datasets()[dataset]))
-            return;
-        Say(ItemPath(Datasets()[dataset].dataset, curve::valveSignal) + " ends before the record does");
-        if (!writable)
+        ToMake ignored;
+        if (!HasToBeMade(ValveSignalStanding(dataset), ignored) || !writable)
             return;
     }
     Require(ReconstructValveCurve(dataset, false));

@@ -40,11 +40,6 @@ Field FieldAt(std::span<const std::byte> block, std::size_t at) {
     return field;
 }
 
-bool IsDerivedName(const std::string& curve) {
-    return curve == curve::valveSignal || curve.ends_with(suffix::filteredPressure) ||
-           curve.ends_with(suffix::filteredFlow) || curve.ends_with(suffix::dravikFilteredFlow);
-}
-
 bool IsInputName(const std::string& name) {
     const CurveChoice& choice = CurrentSelection().choice;
     return name == choice.pressure || name == choice.flow || name == curve::valvePosition ||
@@ -79,12 +74,17 @@ bool Keep(const std::string& path, std::int32_t handle) {
                        path + " in " + database.Path() + ": " + why};
 }
 
+bool IsRecording(const Database& database, const std::string& path, const std::string& curve,
+                 const std::optional<Item>& existing) {
+    if (IsInputName(curve))
+        Refuse(database, path, "The derived curve would take the name of an input curve");
+    return existing && existing->Info().made.empty();
+}
+
 /// Nothing recorded is ever overwritten. Throws unless `curve` may be written as a derived curve.
 void RefuseRecordedCurve(const Database& database, const std::string& path, const std::string& curve,
                          const std::optional<Item>& existing) {
-    if (IsInputName(curve))
-        Refuse(database, path, "The derived curve would take the name of an input curve");
-    if (existing && existing->Info().made.empty() && !IsDerivedName(curve))
+    if (IsRecording(database, path, curve, existing))
         Refuse(database, path, "The curve was recorded and is not overwritten");
 }
 
@@ -112,7 +112,7 @@ void CreateItem(const Database& database, const std::string& path, const Derived
 }
 
 bool IsWritable(const std::string& databasePath) {
-    const std::string folder = std::filesystem::path(databasePath).parent_path().string();
+    const std::string folder = std::filesystem::absolute(databasePath).parent_path().string();
     return access(databasePath.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
 }
 
@@ -343,8 +343,19 @@ bool CurveReader::Covers(double firstIndex, double lastIndex) const {
 
 // --- Writing ---
 
-CurveWriter CurveWriter::Recreate(Database& database, const std::string& dataset, const std::string& curve,
-                                  const DerivedCurve& attributes) {
+bool RecordingStands(const Database& database, const std::string& dataset, const std::string& curve) {
+    const std::string path = ItemPath(dataset, curve);
+    return IsRecording(database, path, curve, Item::Find(database, path));
+}
+
+void RefuseToReplaceARecording(const Database& database, const std::string& dataset,
+                               const std::string& curve) {
+    const std::string path = ItemPath(dataset, curve);
+    RefuseRecordedCurve(database, path, curve, Item::Find(database, path));
+}
+
+CurveWriter CurveWriter::Recreate(const Database& database, const std::string& dataset,
+                                  const std::string& curve, const DerivedCurve& attributes) {
     const std::string path = ItemPath(dataset, curve);
     bool exists = false;
     {
@@ -358,7 +369,7 @@ CurveWriter CurveWriter::Recreate(Database& database, const std::string& dataset
     return CurveWriter(Item(database, path));
 }
 
-CurveWriter CurveWriter::OpenOrCreate(Database& database, const std::string& dataset,
+CurveWriter CurveWriter::OpenOrCreate(const Database& database, const std::string& dataset,
                                       const std::string& curve, const DerivedCurve& attributes) {
     const std::string path = ItemPath(dataset, curve);
     std::optional<Item> existing = Item::Find(database, path);

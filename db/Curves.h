@@ -228,6 +228,15 @@ class CurveReader {
     std::uint64_t uses_ = 0;
 };
 
+/// What bears no mark of how it was made is a recording, whatever its name: it stands in the place of the
+/// curve that would be derived, is used as it is, and is never replaced nor extended (a recorder or an import
+/// of analysed data may have put it there). Throws when `curve` is the name of an input curve, which cannot
+/// stand for a derived one.
+bool RecordingStands(const Database& database, const std::string& dataset, const std::string& curve);
+/// For runs that would have to replace it. Throws as CurveWriter does.
+void RefuseToReplaceARecording(const Database& database, const std::string& dataset,
+                               const std::string& curve);
+
 /// Attributes of a derived curve when it is created.
 struct DerivedCurve {
     std::int16_t step = 1;
@@ -243,14 +252,14 @@ struct DerivedCurve {
 class CurveWriter {
   public:
     /// Starts from an empty item: an older one of that name is deleted first.
-    /// Throws when the name is that of one of the selection's input curves or of another recorded curve:
-    /// nothing recorded is ever overwritten.
-    static CurveWriter Recreate(Database& database, const std::string& dataset, const std::string& curve,
-                                const DerivedCurve& attributes);
+    /// Throws when the name is that of one of the selection's input curves or of a recording: nothing
+    /// recorded is ever overwritten.
+    static CurveWriter Recreate(const Database& database, const std::string& dataset,
+                                const std::string& curve, const DerivedCurve& attributes);
     /// Opens an existing derived curve for extension, or creates it. Throws as Recreate does, and when the
     /// existing curve lies on another sample grid than `attributes` states.
-    static CurveWriter OpenOrCreate(Database& database, const std::string& dataset, const std::string& curve,
-                                    const DerivedCurve& attributes);
+    static CurveWriter OpenOrCreate(const Database& database, const std::string& dataset,
+                                    const std::string& curve, const DerivedCurve& attributes);
     CurveWriter(CurveWriter&&) noexcept = default;
     const ItemInfo& Info() const { return item_.Info(); }
     const std::string& Path() const { return item_.Path(); }

@@ -287,6 +287,9 @@ void TakeExtent(DatasetRecord& record, const std::vector<CommonCurve>& common) {
     if (position >= record.curveAttributes.size())
         return;
     const CurveAttributes& attributes = record.curveAttributes[position];
+    // Samples that the record knows of now without a pass having seen them are owed to the derived curves.
+    if (record.extentA != attributes.extentFirst || record.extentB != attributes.extentLast)
+        record.extensionOwed = true;
     record.extentA = attributes.extentFirst;
     record.extentB = attributes.extentLast;
     record.step = attributes.step;
@@ -308,6 +311,28 @@ void FollowChosenNames() {
         choice.pressureIndex = static_cast<std::int16_t>(*position);
     if (const auto position = CommonPosition(choice.flow))
         choice.flowIndex = static_cast<std::int16_t>(*position);
+}
+
+/// The extents of all datasets by the first common curve as it stands in the file now.
+void TakeExtentsAnew() {
+    Selection& selection = CurrentSelection();
+    for (DatasetRecord& record : selection.datasets) {
+        if (const Database database(record.database); database.IsOpen())
+            ReadCurves(database, record);
+        TakeExtent(record, selection.commonCurves);
+    }
+}
+
+/// After datasets went or changed places: the common curves, and with them the positions of the choice and,
+/// where another curve is now the first, the extents.
+void FollowCommonCurves() {
+    const std::vector<CommonCurve> before = CurrentSelection().commonCurves;
+    std::string ignored;
+    CheckDatasets({}, ignored);
+    FollowChosenNames();
+    const std::vector<CommonCurve>& now = CurrentSelection().commonCurves;
+    if (!now.empty() && (before.empty() || before.front().name != now.front().name))
+        TakeExtentsAnew();
 }
 
 bool SameDataset(const DatasetRecord& a, const DatasetRecord& b) {
@@ -422,8 +447,8 @@ bool AppendDatasets(std::vector<DatasetRecord> newRecords) {
             return false;
         }
         const bool sameFirst = !before.empty() && before.front().name == selection.commonCurves.front().name;
-        for (std::size_t i = 0; !sameFirst && i < selection.datasets.size(); ++i)
-            TakeExtent(selection.datasets[i], selection.commonCurves);
+        if (!sameFirst)
+            TakeExtentsAnew();
         selection.datasets.reserve(selection.datasets.size() + newRecords.size());
         for (DatasetRecord& record : newRecords) {
             TakeExtent(record, selection.commonCurves);
@@ -462,9 +487,7 @@ void RemoveDatasets(std::vector<std::size_t> positions) {
         }
         // A dataset that comes back later starts afresh, so what is remembered of it must not live on.
         ++selection.generation;
-        std::string message;
-        CheckDatasets({}, message);
-        FollowChosenNames();
+        FollowCommonCurves();
     });
 }
 
@@ -529,6 +552,7 @@ void SortDatasets() {
             cycles.selectedCycle =
                 cycles.windowSelected && cycles.count > 0 ? cycles.count : SelectedCycleOf(i);
         }
+        FollowCommonCurves();
     });
 }
 
@@ -541,9 +565,9 @@ bool RefreshCommonCurves() {
                 return false;
             ReadCurves(database, record);
         }
-        std::string message;
-        CheckDatasets({}, message);
-        FollowChosenNames();
+        FollowCommonCurves();
+        for (DatasetRecord& record : datasets)
+            TakeExtent(record, CurrentSelection().commonCurves);
         return true;
     });
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "db/Curves.h"
 #include "general/CheckedMath.h"
 #include "general/modGeneral.h"
 
@@ -22,6 +21,43 @@ bool DatabasesOpen() {
         Database database(record.database);
         return database.IsOpen() && database.Close();
     });
+}
+
+void RefuseToReplaceRecordings(const std::vector<std::string>& curves) {
+    for (const DatasetRecord& record : CurrentSelection().datasets) {
+        const Database database(record.database);
+        for (const std::string& curve : curves)
+            RefuseToReplaceARecording(database, record.dataset, curve);
+    }
+}
+
+CurveStanding StandingOf(const Database& database, const std::string& dataset, const std::string& curve,
+                         const std::string& wanted,
+                         const std::function<bool(const ItemInfo& output)>& isComplete) {
+    const std::string path = ItemPath(dataset, curve);
+    const std::optional<Item> output = Item::Find(database, path);
+    if (!output)
+        return {Standing::missing, path};
+    if (RecordingStands(database, dataset, curve))
+        return {Standing::recorded, path};
+    const ItemInfo& info = output->Info();
+    if (info.made != wanted)
+        return {Standing::madeOtherwise, path, info.made, wanted};
+    return {isComplete(info) ? Standing::complete : Standing::incomplete, path};
+}
+
+std::string StandingText(const CurveStanding& curve) {
+    switch (curve.standing) {
+        case Standing::recorded:
+            return curve.path + " was recorded and is used as it stands";
+        case Standing::madeOtherwise:
+            return curve.path + " was made by \"" + curve.made + "\", the parameters say \"" + curve.wanted +
+                   "\"";
+        case Standing::incomplete:
+            return curve.path + " ends before the record does";
+        default:
+            return "";
+    }
 }
 
 }  // namespace vorela

@@ -4,10 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "db/Curves.h"
 #include "db/DatasetRecord.h"
 
 namespace vorela {
@@ -18,6 +21,27 @@ DatasetRecord& SelectedDataset(std::size_t index);
 /// True when something is selected and every selected dataset's database opens; otherwise a critical box has
 /// told.
 bool DatabasesOpen();
+
+/// Throws, naming the curve, when one of `curves` is a recording in a selected dataset: a run over the
+/// selection that would have to replace it does not begin.
+void RefuseToReplaceRecordings(const std::vector<std::string>& curves);
+
+/// How a derived curve stands against what one run over its inputs would write now.
+enum class Standing { missing, recorded, madeOtherwise, incomplete, complete };
+struct CurveStanding {
+    Standing standing = Standing::missing;
+    std::string path;    ///< "LEVEL1/ZG_p/1"
+    std::string made{};  ///< how the curve was made, and how it would be now; where they differ
+    std::string wanted{};
+};
+/// Standing of a curve whose name and description are known; `isComplete` is asked last.
+CurveStanding StandingOf(const Database& database, const std::string& dataset, const std::string& curve,
+                         const std::string& wanted,
+                         const std::function<bool(const ItemInfo& output)>& isComplete);
+
+/// One line on a curve that is not what the parameters would make of its inputs; empty for one that is, and
+/// for one that is missing.
+std::string StandingText(const CurveStanding& curve);
 
 /// State kept by database and dataset name: a re-ordering of the records does no harm to it. Dies with the
 /// selection.

@@ -134,6 +134,14 @@ std::string MadeText(const std::string& definition) {
     return definition + " by Smooth32";
 }
 
+/// What FilterToTheEnd states of a curve that it has finished.
+bool IsComplete(const ItemInfo& output, const ItemInfo& flow, std::int32_t lag) {
+    if (flow.IsEmpty())
+        return output.IsEmpty();
+    return output.step == flow.step && output.validFirst == std::int64_t{flow.extentFirst} + lag &&
+           output.validLast == std::int64_t{flow.extentLast} - lag;
+}
+
 /// Filters the samples first … last and writes them, moved back by the filter's lag. One transaction.
 void FilterBlock(Database& database, CurveReader& flow, CurveWriter& writer, FilterSlot& slot,
                  std::int64_t first, std::int64_t last, RunProgress& progress) {
@@ -228,6 +236,8 @@ bool FilterDataset(std::size_t index, bool incremental) {
     Database database(record.database);
     if (!database.IsOpen())
         return false;
+    if (RecordingStands(database, record.dataset, DravikFilteredFlowName(CurrentSelection().choice)))
+        return true;
     CurveReader flow(database, record.dataset, CurrentSelection().choice.flow, Between::sampleBefore);
     FilterSlot& slot = Slots().Of(record);
     if (!incremental || !CanGoOnFrom(slot, flow, database, record))
@@ -287,6 +297,8 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
     return Attempt(creatingCurve, false, [&] {
         if (!DatabasesOpen())
             return false;
+        if (FilteredFlowExists())
+            RefuseToReplaceRecordings({DravikFilteredFlowName(CurrentSelection().choice)});
         if (askBeforeOverwriting && FilteredFlowExists() && !AgreesToOverwrite())
             return false;
         ResetFilterSlots();
@@ -295,6 +307,19 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
                 return false;
         return RefreshCommonCurves();
     });
+}
+
+CurveStanding FilteredFlowStanding(std::size_t index) {
+    const DatasetRecord& record = SelectedDataset(index);
+    const CurveChoice& choice = CurrentSelection().choice;
+    const Database database(record.database);
+    const std::string definition = FilterDefinition(CurrentParameters().dFilt, CurrentParameters().dLen);
+    return StandingOf(database, record.dataset, DravikFilteredFlowName(choice), MadeText(definition),
+                      [&](const ItemInfo& output) {
+                          const ItemInfo flow = Item(database, ItemPath(record.dataset, choice.flow)).Info();
+                          const SpinnerFilter filter(definition, flow.step);
+                          return filter.IsUsable() && IsComplete(output, flow, filter.Lag());
+                      });
 }
 
 bool FilterDatasetFlow(std::size_t index, bool incremental) {

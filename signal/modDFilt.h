@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string>
 
+#include "signal/SelectedDatasets.h"
+
 namespace vorela {
 
 /// The "_f" curve is in every selected dataset.
@@ -20,7 +22,10 @@ std::string FilteredFlowDescription();
 
 /// The interactive entry.
 bool CreateFilteredFlow(bool askBeforeOverwriting);
-/// The worker for one dataset.
+/// How the curve of dataset `index` stands against what FilterDatasetFlow would leave. For guarded bodies:
+/// throws.
+CurveStanding FilteredFlowStanding(std::size_t index);
+/// The worker for one dataset. A recording that stands in the place of the curve is left as it is.
 bool FilterDatasetFlow(std::size_t index, bool incremental);
 
 }  // namespace vorela

@@ -189,7 +189,11 @@ struct CurveState {
     std::int32_t outputLast = 0;
     std::shared_ptr<const CurveFilter> filter;
 };
-using DatasetState = std::array<std::optional<CurveState>, slots>;
+struct SlotState {
+    bool recorded = false;  ///< a recording stands in the place of the curve
+    std::optional<CurveState> curve;
+};
+using DatasetState = std::array<SlotState, slots>;
 
 PerDataset<DatasetState>& States() {
     static PerDataset<DatasetState> states;
@@ -219,7 +223,7 @@ class LongTransaction {
 /// Filters one curve of one dataset within a transaction of the caller's.
 class CurveRun {
   public:
-    CurveRun(Database& database, const std::string& dataset, FilterSettings settings)
+    CurveRun(const Database& database, const std::string& dataset, FilterSettings settings)
         : database_(database),
           dataset_(dataset),
           settings_(std::move(settings)),
@@ -246,6 +250,22 @@ class CurveRun {
             return std::nullopt;
         }
         return RunFrom(MakeFilter(settings_, info_), true, transaction, progress);
+    }
+
+    /// The curve is what Run would leave. The valid span tells it but where a recording is too short to have
+    /// one: there the last value does.
+    bool IsComplete(const ItemInfo& output) {
+        if (info_.IsEmpty())
+            return output.IsEmpty();
+        if (output.step != info_.step || output.firstIndex != info_.extentFirst)
+            return false;
+        const std::unique_ptr<CurveFilter> filter = MakeFilter(settings_, info_);
+        const CurveFilter::Span span = filter->ValidSpanOf(count_);
+        if (span.first <= span.last)
+            return output.validFirst == IndexOf(span.first) && output.validLast == IndexOf(span.last);
+        const std::int64_t last = LastOutput(*filter);
+        return output.validLast < output.validFirst &&
+               (last < 0 ? output.IsEmpty() : output.extentLast == IndexOf(last));
     }
 
   private:
@@ -314,6 +334,17 @@ class CurveRun {
                           std::move(filter)};
     }
 
+    std::int64_t LastOutput(CurveFilter& filter) {
+        std::int64_t last = -1;
+        const CurveFilter::Sink note = [&](std::int64_t position, std::span<const float> values) {
+            last = std::max(last, position + std::ssize(values) - 1);
+        };
+        while (filter.Fed() < count_)
+            FeedBlock(filter, note);
+        filter.Finish(note);
+        return last;
+    }
+
     void FeedBlock(CurveFilter& filter, const CurveFilter::Sink& put) {
         const std::int64_t from = filter.Fed();
         const auto size = static_cast<std::size_t>(std::min(blockSamples, count_ - from));
@@ -326,7 +357,7 @@ class CurveRun {
         filter.Feed(values_, present_, put);
     }
 
-    Database& database_;
+    const Database& database_;
     std::string dataset_;
     FilterSettings settings_;
     CurveReader reader_;
@@ -357,8 +388,10 @@ bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress
         for (std::size_t slot = 0; slot < slots; ++slot) {
             if (progress != nullptr)
                 progress->BeginCurve(record.dataset, settings[slot]);
-            after[slot] =
-                CurveRun(database, record.dataset, settings[slot]).Run(before[slot], transaction, progress);
+            after[slot].recorded = RecordingStands(database, record.dataset, settings[slot].output);
+            if (!after[slot].recorded)
+                after[slot].curve = CurveRun(database, record.dataset, settings[slot])
+                                        .Run(before[slot].curve, transaction, progress);
             if (progress != nullptr)
                 progress->EndCurve();
         }
@@ -479,6 +512,9 @@ bool CreateFilteredCurvesInAll() {
     return Attempt(creatingCurves, false, [&] {
         if (!DatabasesOpen())
             return false;
+        if (FilteredCurvesExist())
+            RefuseToReplaceRecordings({FilteredPressureName(CurrentSelection().choice),
+                                       FilteredFlowName(CurrentSelection().choice)});
         const std::size_t datasets = CurrentSelection().datasets.size();
         return WithProgress(slots * datasets, [&](FilterProgress& progress) {
             for (std::size_t index = 0; index < datasets; ++index)
@@ -491,6 +527,18 @@ bool CreateFilteredCurvesInAll() {
 
 std::string FilterDescription() {
     return MadeText(CurrentSettings()[0]);
+}
+
+std::vector<CurveStanding> FilteredCurveStandings(std::size_t index) {
+    const DatasetRecord& record = SelectedDataset(index);
+    const Database database(record.database);
+    std::vector<CurveStanding> standings;
+    for (const FilterSettings& settings : CurrentSettings())
+        standings.push_back(StandingOf(
+            database, record.dataset, settings.output, MadeText(settings), [&](const ItemInfo& output) {
+                return CurveRun(database, record.dataset, settings).IsComplete(output);
+            }));
+    return standings;
 }
 
 IndexSpan FilteredSpanOf(const ItemInfo& input, int filterN) {
@@ -512,10 +560,13 @@ std::int32_t FirstProvisionalIndex(std::size_t index) {
     if (state == nullptr)
         return unknown;
     std::int32_t first = std::numeric_limits<std::int32_t>::max();
-    for (const std::optional<CurveState>& curve : *state) {
-        if (!curve)
+    for (const SlotState& slot : *state) {
+        if (slot.recorded)  // what is recorded does not change
+            continue;
+        if (!slot.curve)
             return unknown;
-        const std::int64_t at = curve->firstIndex + curve->filter->FinalEnd() * curve->step;
+        const CurveState& curve = *slot.curve;
+        const std::int64_t at = curve.firstIndex + curve.filter->FinalEnd() * curve.step;
         first = std::min(first, CheckedNarrow<std::int32_t>(at, source));
     }
     return first;

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "signal/SelectedDatasets.h"
+
 namespace vorela {
 
 struct ItemInfo;
@@ -20,11 +22,16 @@ bool FilteredCurvesExist();
 /// A first run, one with other filter settings than last time and one after the curve was changed from
 /// elsewhere make the curve anew from an empty item; an extension goes on where the last run of this program
 /// stopped. Either way the curve is, bit for bit, what one run over the samples recorded by now gives.
-/// Samples that are missing or are no numbers are not available to the filters.
+/// Samples that are missing or are no numbers are not available to the filters. A recording that stands in
+/// the place of one of them is left as it is.
 bool CreateFilteredCurves(std::size_t index, bool incremental);
 
 /// How the filtered curves of the current parameters are made: the text that such a curve carries.
 std::string FilterDescription();
+
+/// How both filtered curves of dataset `index` stand against what CreateFilteredCurves would leave. For
+/// guarded bodies: throws.
+std::vector<CurveStanding> FilteredCurveStandings(std::size_t index);
 
 /// Indices of time, hundredths of a second; empty when last < first.
 struct IndexSpan {
@@ -45,7 +52,8 @@ std::int32_t FirstProvisionalIndex(std::size_t index);
 void SetPercentageDisplay(std::function<void(const std::string& text)> show);
 
 /// The dialog's create step: stores FilterN (nothing selected: 1), writes the parameters, creates the curves
-/// of every selected dataset. False at the first that fails.
+/// of every selected dataset. False at the first that fails, and before anything is done when all are there
+/// and one of them is a recording, which would have to be replaced.
 bool CreateFilteredCurvesInAll(int filterN);
 /// The same with the stored FilterN: what the valve reconstruction's prompt runs.
 bool CreateFilteredCurvesInAll();

@@ -23,6 +23,7 @@ namespace {
 constexpr const char* creatingCurves = "Creating reconstructed valve curves";
 constexpr const char* creatingFailed = "Error creating reconstructed mod curves";
 constexpr const char* creatingStatus = "Creating Vorela valve curves";
+constexpr const char* checkingStatus = "Checking Vorela valve curves";
 constexpr const char* recalculatingStatus = "Recalculating cycle info";
 constexpr const char* valveCurvesCaption = "PVL Curves";
 constexpr const char* valveSignalCaption = "PVLSIG Curve";
@@ -58,6 +59,12 @@ struct WalkState {
 PerDataset<WalkState>& States() {
     static PerDataset<WalkState> states;
     return states;
+}
+
+/// Walks that wrote nothing: what they found, no extension goes on from them.
+PerDataset<WalkState>& WalksWithoutWriting() {
+    static PerDataset<WalkState> walks;
+    return walks;
 }
 
 // --- The walk ---
@@ -244,12 +251,15 @@ void StartAfresh(std::size_t index) {
 bool WalkAndWrite(std::size_t index, Database& database, ToolCurves& tool, WalkState state,
                   bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    SignalCurve signal(database, record, GridOf(database, record), incremental);
+    std::optional<SignalCurve> signal;
+    if (!RecordingStands(database, record.dataset, curve::valveSignal))
+        signal.emplace(database, record, GridOf(database, record), incremental);
     RunProgress progress(!incremental, creatingStatus, tool.First(), tool.Last());
     for (bool more = true; more;) {
         std::vector<Change> changes;
         more = Walk(tool, state, changes, progress);
-        signal.Write(changes, state);
+        if (signal)
+            signal->Write(changes, state);
         States().Of(record) = state;
         // The analysis reads what was written through a handle of its own: only now is it there to be seen.
         if (!ReportBoundaries(index, changes)) {
@@ -297,7 +307,30 @@ bool FindCycles(std::size_t index) {
         if (!ReportBoundaries(index, changes))
             return false;
     }
+    WalksWithoutWriting().Of(record) = state;
     return database.Close() && FinishCycles(index);
+}
+
+/// Where a walk over all that is recorded ends.
+WalkState WholeWalk(const DatasetRecord& record, ToolCurves& tool) {
+    for (PerDataset<WalkState>* known : {&States(), &WalksWithoutWriting()})
+        if (const WalkState* walk = known->Find(record); walk != nullptr && walk->lastSample == tool.Last())
+            return *walk;
+    RunProgress progress(true, checkingStatus, tool.First(), tool.Last());
+    WalkState walk;
+    for (bool more = true; more;) {
+        std::vector<Change> ignored;
+        more = Walk(tool, walk, ignored, progress);
+    }
+    return walk;
+}
+
+/// The signal is what one reconstruction leaves: it ends with the last change.
+bool IsComplete(const ItemInfo& signal, const SampleGrid& grid, const WalkState& walk) {
+    if (!grid.recorded)
+        return signal.IsEmpty();
+    const std::int32_t last = walk.lastChange ? *walk.lastChange : grid.first - 1;
+    return signal.step == grid.step && signal.validFirst == grid.first && signal.validLast == last;
 }
 
 // --- The interactive entry ---
@@ -400,8 +433,11 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
     return Attempt(creatingCurves, false, [&] {
         if (!DatabasesOpen() || !ValveCurvesPresent())
             return false;
-        if (askBeforeOverwriting && ValveSignalPresent() && !AgreesToOverwrite())
-            return false;
+        if (askBeforeOverwriting && ValveSignalPresent()) {
+            RefuseToReplaceRecordings({curve::valveSignal});
+            if (!AgreesToOverwrite())
+                return false;
+        }
         if (!FilteredCurvesAreThere())
             return false;
         const StatusScope status(creatingStatus);
@@ -414,6 +450,15 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
 
 bool ReconstructValveCurve(std::size_t index, bool incremental) {
     return Attempt(creatingFailed, false, [&] { return ReconstructDataset(index, incremental); });
+}
+
+CurveStanding ValveSignalStanding(std::size_t index) {
+    const DatasetRecord& record = SelectedDataset(index);
+    const Database database(record.database);
+    return StandingOf(database, record.dataset, curve::valveSignal, madeText, [&](const ItemInfo& signal) {
+        ToolCurves tool(database, record.dataset);
+        return IsComplete(signal, GridOf(database, record), WholeWalk(record, tool));
+    });
 }
 
 bool FindValveCycles(std::size_t index) {

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "db/DatasetRecord.h"
+#include "signal/SelectedDatasets.h"
 
 namespace vorela {
 
@@ -41,10 +42,15 @@ bool ValveSignalPresent();
 /// The interactive entry. `askBeforeOverwriting`: the mode argument of menu and selection.
 bool CreateReconstructedValveCurves(bool askBeforeOverwriting);
 
-/// The worker for one dataset: writes PVLSIG (from the start, or extends it) and reports each boundary.
+/// The worker for one dataset: writes PVLSIG (from the start, or extends it) and reports each boundary. A
+/// recorded PVLSIG is left as it is.
 bool ReconstructValveCurve(std::size_t index, bool incremental);
 /// The same walk without writing: cycles of a dataset that has all its derived curves (a read-only database).
 bool FindValveCycles(std::size_t index);
+
+/// How PVLSIG of dataset `index` stands against what ReconstructValveCurve would leave. Walks over the tool's
+/// curves, unless that was done already. For guarded bodies: throws.
+CurveStanding ValveSignalStanding(std::size_t index);
 
 /// The re-calculation entries of the Action menu.
 bool RecalculateWithUnfilteredCurves();

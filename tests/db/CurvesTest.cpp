@@ -126,11 +126,16 @@ TEST_F(Curves, WriterJoinsRunsReplacesSamplesAndDropsWhatLiesBeforeTheGridOrIsOf
 
 TEST_F(Curves, NothingRecordedIsOverwritten) {
     CurveSpec taken = Line();
-    taken.name = "AB_p";
-    AddCurve("L", taken);
+    for (const char* name : {"AB_p", "RTC_f", "PVLSIG"}) {
+        taken.name = name;
+        AddCurve("L", taken);
+        EXPECT_TRUE(RecordingStands(*database, "L", name));
+    }
+    EXPECT_FALSE(RecordingStands(*database, "L", "NONE_p"));
     const std::string before = test::ReadAll(DatabasePath());
     CurrentSelection().choice.flow = "AB_p";
-    for (const std::string name : {"LINE", "AB_p", "PVLPOS", "PVLID", "PVLIDT", "PVLT", "ADPTH", "ZG"}) {
+    for (const std::string name :
+         {"LINE", "AB_p", "RTC_f", "PVLSIG", "PVLPOS", "PVLID", "PVLIDT", "PVLT", "ADPTH", "ZG"}) {
         const std::string recreated = DescriptionOf([&] { Recreate(name); });
         EXPECT_THAT(recreated, HasSubstr("L/" + name + "/1 in " + DatabasePath()));
         EXPECT_EQ(DescriptionOf([&] { OpenOrCreate(name); }), recreated);

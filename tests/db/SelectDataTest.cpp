@@ -200,6 +200,24 @@ TEST_F(SelectData, TheExtentIsThatOfTheFirstCurveThatAllHave) {
     ASSERT_TRUE(AppendDatasets(Read({"B"})));
     EXPECT_EQ(CurrentSelection().datasets[0].extentB, 790);
     EXPECT_EQ(CurrentSelection().datasets[1].extentB, 790);
+    const auto extent = [] { return CurrentSelection().datasets[0].extentB; };
+    AddCurves("C", {Constant("ADPTH", 9), Constant("ZG", 1), longer, Constant("PVLPOS", 1)});
+    ASSERT_TRUE(AppendDatasets(Read({"C"})));
+    Append("A", Constant("ZG", 1), 3);
+    RemoveDatasets({1});
+    EXPECT_EQ(extent(), 520) << "the first common curve is ZG again, as long as it is now";
+    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 490);
+    CurrentSelection().datasets[0].extensionOwed = false;
+    Append("A", Constant("ZG", 1), 4);
+    ASSERT_TRUE(RefreshCommonCurves());
+    EXPECT_EQ(extent(), 560);
+    EXPECT_TRUE(CurrentSelection().datasets[0].extensionOwed) << "no pass has seen these samples";
+    AddCurves("D", {Constant("ADPTH", 99), longer, Constant("ZG", 1), Constant("PVLPOS", 1)});
+    ASSERT_TRUE(AppendDatasets(Read({"D"})));
+    SortDatasets();
+    EXPECT_EQ(CommonNames()[0], "RTC") << "the order is that of the deepest level";
+    EXPECT_EQ(extent(), 790);
+    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 790);
 }
 
 TEST_F(SelectData, RemovingKeepsTheOthersAndTheLastOneEmptiesAll) {

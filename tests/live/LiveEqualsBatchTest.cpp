@@ -1,8 +1,13 @@
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <fstream>
 #include <random>
 
 #include "app/ActionQueue.h"
+#include "app/CurveChecks.h"
+#include "signal/modFilteredCurves.h"
+#include "signal/modModulator.h"
 #include "tests/live/LiveSupport.h"
 
 namespace vorela {
@@ -158,6 +163,62 @@ TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
                 CurvesOf(plan), 7, [](int) { return true; }, 0);
             ExpectOneRun(live, CurvesOf(plan));
         }
+}
+
+/// A session ends (is killed) while the recording goes on; the next one finds the whole of it.
+TEST_F(LiveEqualsBatchTest, forARecordingThatWentOnAfterTheSessionAndIsCompletedAtTheNextSelection) {
+    for (const Way& way : {difference1, difference3, bandPass1})
+        for (const auto& [before, after] : {std::pair(0, 30), {1, 2}, {60, 210}, {200, 201}, {480, 520}}) {
+            const TestPlan plan{.samples = after};
+            Use(way, plan.periodSeconds);
+            const std::string name = NewName();
+            Recording recording(*this, name, CurvesOf(plan));
+            recording.Append(before);
+            Select({name});
+            ASSERT_TRUE(CreateAll(0));
+            recording.AppendAll();
+            const SelectDataView view{[&] { Select({name}); }, [] { return true; }, [] {}, [] {}, [] {}};
+            ASSERT_TRUE(SelectData(view));
+            EXPECT_THAT(CurveNotes(),
+                        testing::Contains(name + "/RTC_f/1 ended before the record did and was completed"));
+            ASSERT_TRUE(SelectData(view));
+            EXPECT_THAT(CurveNotes(), testing::IsEmpty()) << before << " " << after;
+            ASSERT_TRUE(FindValveCycles(0));
+            ExpectOneRun(Observe(name), CurvesOf(plan));
+        }
+}
+
+/// An analysed dataset that was exported and is recorded once more: its own curves are used, live too.
+TEST_F(LiveEqualsBatchTest, forRecordingsThatStandInThePlaceOfDerivedCurves) {
+    const TestPlan plan;
+    Use(difference1, plan.periodSeconds);
+    const Outcome analysed = OneRunOver(CurvesOf(plan));
+    std::vector<test::CurveSpec> curves = CurvesOf(plan);
+    for (const auto& [name, curve] : analysed.curves)
+        curves.push_back({name, "", plan.samples,
+                          [curve = curve](std::int32_t t) -> std::optional<double> { return curve.At(t); },
+                          plan.first});
+    const auto expectAsRecorded = [&](const Outcome& now) {
+        for (const auto& [name, curve] : now.curves) {
+            EXPECT_EQ(curve.samples, analysed.curves.at(name).samples) << name;
+            EXPECT_EQ(curve.info.made, "") << name;
+        }
+        EXPECT_EQ(test::Difference({{}, now.cycles}, {{}, analysed.cycles}), "");
+    };
+    for (const int piece : {periodLessOne, plan.samples})
+        expectAsRecorded(Follow(curves, piece));
+    const std::string level = CurrentSelection().datasets[0].dataset;
+    EXPECT_TRUE(CreateReconstructedValveCurves(false)) << "the cycles are found all the same";
+    const std::pair<std::function<bool()>, const char*> entries[] = {
+        {[] { return CreateFilteredCurvesInAll(); }, "/ZG_p/1"},
+        {[] { return CreateReconstructedValveCurves(true); }, "/PVLSIG/1"},
+        {[] { return CreateFilteredFlow(true); }, "/RTC_f/1"}};
+    for (const auto& [entry, name] : entries) {
+        EXPECT_FALSE(entry());
+        EXPECT_THAT(ports.TakeBox().text, testing::HasSubstr(level + name));
+    }
+    EXPECT_TRUE(ports.questions.empty());
+    expectAsRecorded(Observe(level));
 }
 
 /// What was analysed before the change of a parameter is analysed anew: no mixture of two filters.
