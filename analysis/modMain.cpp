@@ -7,6 +7,7 @@
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
 #include "db/DatasetRecord.h"
+#include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
@@ -433,7 +434,7 @@ std::string ProposedFile(std::size_t dataset) {
 bool SaveInterpretation() {
     const auto choice = CurrentPorts().saveFile->AskSaveFile(
         {"Save Vorela Interpretation", "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|", 1,
-         ProposedFile(ShownChoice().dataset)});
+         ProposedFile(ShownChoice().dataset), FilesInUse()});
     if (!choice)
         return false;
     RefreshGrids();  // while recording, only the visible grid follows the data

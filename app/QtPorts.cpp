@@ -9,6 +9,7 @@
 #include <QStatusBar>
 #include <QStringList>
 
+#include "general/AtomicFile.h"
 #include "general/SettingsFile.h"
 
 namespace vorela {
@@ -165,13 +166,16 @@ std::optional<SaveFileChoice> QtPorts::AskSaveFile(const SaveFileRequest& reques
     }
     while (dialog.exec() == QDialog::Accepted) {
         const QString path = dialog.selectedFiles().value(0);
-        if (QFileInfo(QFileInfo(path).path()).isDir()) {
+        const std::string read = InputNamedBy(path.toStdString(), request.inputs);
+        if (read.empty() && QFileInfo(QFileInfo(path).path()).isDir()) {
             WriteIniString(folderSection, folderKey, QFileInfo(path).absolutePath().toStdString(),
                            SettingsFilePath());
             return SaveFileChoice{path.toStdString(),
                                   static_cast<int>(filters.indexOf(dialog.selectedNameFilter())) + 1};
         }
-        Show(MessageIcon::exclamation, request.title, "The folder does not exist:\r" + path.toStdString());
+        Show(MessageIcon::exclamation, request.title,
+             read.empty() ? "The folder does not exist:\r" + path.toStdString()
+                          : "This file is read by Vorela and cannot be written over:\r" + read);
     }
     return std::nullopt;
 }

@@ -185,7 +185,7 @@ void frmMain::SavePlotEntry() {
         const auto choice = CurrentPorts().saveFile->AskSaveFile(
             {"Save Vorela Plot",
              "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1,
-             ProposedFile(PlotDataset())});
+             ProposedFile(PlotDataset()), FilesInUse()});
         if (choice && SavePlot(choice->path, options))
             ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
     });

@@ -6,8 +6,11 @@
 #include <filesystem>
 #include <limits>
 
+#include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "platform/Application.h"
+#include "platform/Registry.h"
 
 namespace vorela {
 namespace {
@@ -157,6 +160,26 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_flag("--follow", options.follow, "Goes on until no dataset is being recorded");
 }
 
+/// An output put in place of what the run reads would destroy it; of two outputs of one name the second would
+/// destroy the first.
+void CheckOutputs(const BatchOptions& options) {
+    std::vector<std::string> taken{options.database, options.database + "-journal",
+                                   options.settingsFile.value_or(DefaultSettingsFilePath()),
+                                   RegistryFilePath()};
+    const auto check = [&](const char* option, const std::string& path) {
+        if (const std::string named = InputNamedBy(path, taken); !named.empty())
+            throw UsageFault{std::string(option) + " " + path + ": " + named +
+                             " is read or written by this run already"};
+        taken.push_back(path);
+    };
+    if (options.exportFile)
+        check("--export", *options.exportFile);
+    if (options.jsonFile && !options.JsonToStandardOutput())
+        check("--json", *options.jsonFile);
+    if (options.plot)
+        check("--plot", options.plot->path);
+}
+
 }  // namespace
 
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
@@ -170,6 +193,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     try {
         app.parse(argc, argv);
         Digest(raw, options);
+        CheckOutputs(options);
     } catch (const CLI::CallForHelp& help) {
         return {std::nullopt, app.exit(help)};
     } catch (const CLI::Error& error) {

@@ -588,6 +588,15 @@ std::vector<std::string> UnitWarnings() {
     return lines;
 }
 
+std::vector<std::string> FilesInUse() {
+    std::vector<std::string> files{SettingsFilePath()};
+    for (const DatasetRecord& record : CurrentSelection().datasets) {
+        files.push_back(record.database);
+        files.push_back(record.database + "-journal");
+    }
+    return files;
+}
+
 void ReadDatasetSettings() {
     Attempt(readingOptions, [] {
         CurveChoice& choice = CurrentSelection().choice;

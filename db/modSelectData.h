@@ -65,6 +65,10 @@ bool RefreshCommonCurves();
 /// One line for each chosen input curve whose unit is not psi or rps; empty when all are.
 std::vector<std::string> UnitWarnings();
 
+/// What the program reads and may not write over: the selected databases with their journals, the settings
+/// file.
+std::vector<std::string> FilesInUse();
+
 /// The `[Dataset]` section.
 void ReadDatasetSettings();
 void WriteDatasetSettings();

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vorela {
 
@@ -49,12 +50,14 @@ struct SaveFileRequest {
     std::string filter;  ///< "Name (*.a)|*.a|Name (*.b)|*.b|"
     int filterIndex = 1;
     std::string proposed{};  ///< path without ending; the folder counts until a file was saved elsewhere
+    std::vector<std::string> inputs{};  ///< files that the program reads: never to be written over
 };
 
 class SaveFilePort {
   public:
     virtual ~SaveFilePort() = default;
-    /// Asks before overwriting and requires an existing folder; nothing when cancelled.
+    /// Asks before overwriting, requires an existing folder and refuses the request's inputs; nothing when
+    /// cancelled.
     virtual std::optional<SaveFileChoice> AskSaveFile(const SaveFileRequest& request) = 0;
 };
 

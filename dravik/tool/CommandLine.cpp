@@ -233,7 +233,7 @@ int RunDravik(int argc, const char* const* argv) {
     } catch (const std::exception& error) {
         std::cerr << "dravik: " << error.what() << "\n";
     } catch (const RunTimeError& error) {
-        std::cerr << "dravik: " << error.source << ": " << error.description << "\n";
+        std::cerr << "dravik: " << error.description << "\n";
     }
     return failed;
 }

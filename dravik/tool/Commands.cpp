@@ -17,6 +17,7 @@
 #include "dravik/tool/TextTable.h"
 #include "dravik/tool/ToolError.h"
 #include "dravik/tool/ValveSchedule.h"
+#include "general/AtomicFile.h"
 #include "general/NumberText.h"
 
 namespace vorela {
@@ -63,14 +64,20 @@ void WriteJson(const std::string& target, const std::string& json) {
         WriteStandardOutput(json);
         return;
     }
-    OutputFile file(target);
-    file.Write(json);
-    file.Commit();
+    WriteFileAtomically(target, json);
+}
+
+/// An output put in place of what the command reads would destroy it.
+void RefuseDatabaseAs(const std::string& output, const char* option, const std::string& database) {
+    const std::string named = InputNamedBy(output, {database, database + "-journal"});
+    if (output != "-" && !named.empty())
+        throw UsageError(std::string(option) + " " + output + ": that is the database " + named);
 }
 
 }  // namespace
 
 void Simulate(const SimulateRequest& request) {
+    RefuseDatabaseAs(request.json, "--json", request.database);
     const Simulation& simulation = request.simulation;
     Database database(request.database, OpenMode::create);
     Transaction transaction(database);
@@ -81,7 +88,6 @@ void Simulate(const SimulateRequest& request) {
         DatasetWriter(database, LevelDataset(i), level).WriteRows(0, level.Grid().rowCount);
     }
     transaction.Commit();
-    database.Keep();
     const Truth truth = TruthOf(simulation);
     if (!request.json.empty())
         WriteJson(request.json, TruthJson(simulation, truth));
@@ -118,13 +124,13 @@ void Import(const ImportRequest& request) {
         LogTable table = ReadLogFile(file, {request.step, request.indexKind}, request.depth);
         const std::string dataset =
             request.dataset.empty() ? std::filesystem::path(file).stem().string() : request.dataset;
+        CheckDatasetName(dataset);
         Database database(request.database, OpenMode::create);
         Transaction transaction(database);
         CreateDataset(database, dataset, table,
                       PresentationOf(table.Grid(), ModificationTime(file), "IMPORT"), request.replace);
         DatasetWriter(database, dataset, table).WriteRows(0, table.Grid().rowCount);
         transaction.Commit();
-        database.Keep();
     }
 }
 
@@ -274,6 +280,7 @@ void Export(const ExportRequest& request) {
         request.output.empty() || request.output.ends_with(".csv") || request.output.ends_with(".CSV");
     if (!isLas && !isCsv)
         throw UsageError("-o " + request.output + ": the name must end in .csv or .las");
+    RefuseDatabaseAs(request.output, "-o", request.database);
     const Database database(request.database, OpenMode::readOnly);
     DatasetSource source(database, request.dataset, request.curves);
     const auto write = [&](const TextSink& sink) {
@@ -286,7 +293,7 @@ void Export(const ExportRequest& request) {
         write(WriteStandardOutput);
         return;
     }
-    OutputFile file(request.output);
+    AtomicFile file(request.output);
     write([&](std::string_view text) { file.Write(text); });
     file.Commit();
 }

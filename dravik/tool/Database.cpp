@@ -89,12 +89,9 @@ ItemInformation UnpackInformation(const void* block) {
 Database::Database(std::string path, OpenMode mode) : path_(std::move(path)) {
     std::error_code ignored;
     const bool wasThere = std::filesystem::exists(std::filesystem::symlink_status(path_, ignored));
-    remove_ = mode == OpenMode::create && !wasThere;
     const std::int32_t status = DBopenA(path_.c_str(), static_cast<std::int16_t>(mode), &handle_);
     if (status == DK_OK)
         return;
-    if (remove_)
-        std::filesystem::remove(path_, ignored);
     if (!wasThere && mode != OpenMode::create)
         throw ToolError(path_ + ": there is no such file");
     Check(status, "cannot be opened");
@@ -102,11 +99,6 @@ Database::Database(std::string path, OpenMode mode) : path_(std::move(path)) {
 
 Database::~Database() {
     DBclose(handle_);
-    if (remove_) {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-        std::filesystem::remove(path_ + "-journal", ignored);
-    }
 }
 
 void Database::Check(std::int32_t status, const std::string& what) const {

@@ -49,7 +49,8 @@ enum class OpenMode { readOnly = DK_OPEN_READ_ONLY, existing = DK_OPEN_EXISTING,
 /// An open database. Every call that fails throws ToolError with the file and what the library had to say.
 class Database {
   public:
-    /// With OpenMode::create a file that this call has made is removed again unless Keep() was called.
+    /// A database that this call has made stays, whatever becomes of the command: from its first moment it
+    /// may be somebody else's too.
     Database(std::string path, OpenMode mode);
     ~Database();
     Database(const Database&) = delete;
@@ -57,7 +58,6 @@ class Database {
 
     const std::string& Path() const { return path_; }
     std::int32_t Handle() const { return handle_; }
-    void Keep() { remove_ = false; }
 
     /// Throws ToolError "<path>: <what>: <status>" unless `status` is DK_OK.
     void Check(std::int32_t status, const std::string& what) const;
@@ -76,7 +76,6 @@ class Database {
 
     std::string path_;
     std::int32_t handle_ = 0;
-    bool remove_ = false;
 };
 
 /// One transaction; rolled back unless committed.

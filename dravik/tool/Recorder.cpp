@@ -41,9 +41,7 @@ Recorder::Recorder(RecordRequest request, CurveSource& source, std::string toolS
     : request_(std::move(request)),
       source_(source),
       toolString_(std::move(toolString)),
-      database_(request_.database, OpenMode::create) {
-    CheckDatasetName(request_.dataset);
-}
+      database_((CheckDatasetName(request_.dataset), request_.database), OpenMode::create) {}
 
 std::int64_t Recorder::Begin() {
     Transaction transaction(database_);
@@ -58,7 +56,6 @@ std::int64_t Recorder::Begin() {
         CreateDataset(database_, request_.dataset, source_, presentation, request_.replace);
     }
     transaction.Commit();
-    database_.Keep();
     return row;
 }
 

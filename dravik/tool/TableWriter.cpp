@@ -1,9 +1,5 @@
 #include "dravik/tool/TableWriter.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -11,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 
 #include "dravik/tool/ToolError.h"
@@ -239,59 +234,6 @@ void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, con
         }
         sink(text);
     });
-}
-
-OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
-    struct stat status {};
-    const bool exists = ::stat(path_.c_str(), &status) == 0;
-    if (exists && !S_ISREG(status.st_mode)) {
-        descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-    } else {
-        // A symbolic link keeps pointing at the file that it names.
-        std::error_code ignored;
-        if (exists)
-            path_ = std::filesystem::canonical(path_, ignored).string();
-        temporary_ = path_ + ".XXXXXX";
-        descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        if (descriptor_ >= 0 && ::fchmod(descriptor_, exists ? status.st_mode & 07777U : 0666U & ~mask) != 0)
-            Fail();
-    }
-    if (descriptor_ < 0) {
-        temporary_.clear();
-        Fail();
-    }
-}
-
-OutputFile::~OutputFile() {
-    if (descriptor_ >= 0)
-        ::close(descriptor_);
-    if (!temporary_.empty())
-        ::unlink(temporary_.c_str());
-}
-
-void OutputFile::Fail() const {
-    throw ToolError(path_ + ": cannot be written: " + std::strerror(errno));
-}
-
-void OutputFile::Write(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor_, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            Fail();
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-    }
-}
-
-void OutputFile::Commit() {
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    if (::close(descriptor) != 0)
-        Fail();
-    if (!temporary_.empty() && ::rename(temporary_.c_str(), path_.c_str()) != 0)
-        Fail();
-    temporary_.clear();
 }
 
 void WriteStandardOutput(std::string_view text) {

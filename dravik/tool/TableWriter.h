@@ -44,26 +44,7 @@ void WriteCsv(CurveSource& source, const TextSink& sink);
 /// has.
 void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, const TextSink& sink);
 
-/// A file written beside its final name and renamed by Commit(); removed when that is not reached. A device
-/// or pipe is written as it stands. Failures are ToolErrors naming the file.
-class OutputFile {
-  public:
-    explicit OutputFile(std::string path);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
-    void Write(std::string_view text);
-    void Commit();
-
-  private:
-    [[noreturn]] void Fail() const;
-
-    std::string path_;
-    std::string temporary_;  ///< empty when written directly
-    int descriptor_ = -1;
-};
-
-/// The same for standard output.
+/// Writes to standard output at once; a failure is a ToolError.
 void WriteStandardOutput(std::string_view text);
 
 }  // namespace vorela

@@ -162,10 +162,23 @@ TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
         files.selectNameFilter("Text File (*.txt)");
         emit files.filterSelected("Text File (*.txt)");
         files.setDirectory(QString::fromStdString(folder.Path().string()));
+        Find<QLineEdit>(dialog, "fileNameEdit").setText("database");
+        dialog.accept();
+    });
+    WriteAll(folder.File("database.txt"), "recorded");
+    script.Then("msgBox", [](QDialog& dialog) { dialog.accept(); });  // write over it? Yes
+    script.Then("msgBox", [](QDialog& dialog) {
+        EXPECT_TRUE(static_cast<QMessageBox&>(dialog).text().contains("cannot be written over"));
+        dialog.accept();
+    });
+    script.Then("CDlg", [](QDialog& dialog) {
         Find<QLineEdit>(dialog, "fileNameEdit").setText("result");
         dialog.accept();
     });
-    const auto choice = qtPorts.AskSaveFile({"Save", "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|", 1});
+    const auto choice = qtPorts.AskSaveFile({"Save",
+                                             "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|",
+                                             1,
+                                             {folder.File("other"), folder.File("database.txt")}});
     ASSERT_TRUE(choice);
     EXPECT_EQ(choice->path, folder.File("result.txt"));
     EXPECT_EQ(choice->filterIndex, 2);

@@ -1,3 +1,4 @@
+#include <set>
 #include <stdexcept>
 
 #include "general/AtomicFile.h"
@@ -62,8 +63,34 @@ TEST(AtomicFile, namesTheFileThatCannotBeWrittenAndKeepsTheOldOne) {
     std::filesystem::create_symlink(folder.File("target"), folder.File("link"));
     test::WriteAll(folder.File("target"), "old");
     WriteFileAtomically(folder.File("link"), "new");
-    EXPECT_EQ(test::ReadAll(folder.File("target")), "new");
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.File("link")));
+    EXPECT_EQ(test::ReadAll(folder.File("target")), "old") << "a link is replaced, not followed";
+    EXPECT_EQ(test::ReadAll(folder.File("link")), "new");
+}
+
+TEST(AtomicFile, removesWhatAKilledWriterLeftAndNothingElse) {
+    test::TempFolder folder;
+    const auto files = [&] {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
+            names.insert(entry.path().filename().string());
+        return names;
+    };
+    const std::set<std::string> others{"a.csv.part-abc", "a.csv.part-abcdefg", "b.csv.part-abcdef"};
+    for (const std::string& name : others)
+        test::WriteAll(folder.File(name), "not this target's");
+    test::WriteAll(folder.File("a.csv.part-abcdef"), "left by a killed run");
+    {
+        AtomicFile living(folder.File("a.csv"));
+        living.Write("first");
+        WriteFileAtomically(folder.File("a.csv"), "second");
+        EXPECT_EQ(files().size(), others.size() + 2) << "the dead one is gone, the living one's is there";
+        living.Commit();
+    }
+    EXPECT_EQ(test::ReadAll(folder.File("a.csv")), "first");
+    AtomicFile(folder.File("a.csv")).Write("given up");
+    std::set<std::string> left = others;
+    left.insert("a.csv");
+    EXPECT_EQ(files(), left);
 }
 
 }  // namespace
