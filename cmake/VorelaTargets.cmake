@@ -15,6 +15,18 @@ function(vorela_warnings target)
     endif()
 endfunction()
 
+# Everything from here on is built so that a fault stops the program rather than being of use to who provoked it.
+# A macro: the position-independent flags are set in the caller's scope.
+macro(vorela_harden)
+    include(CheckPIESupported)
+    check_pie_supported()
+    add_compile_options(-fstack-protector-strong -fstack-clash-protection)
+    # Checks in the C library's functions come with optimisation only.
+    add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+                        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+    add_link_options(LINKER:-z,relro,-z,now)
+endmacro()
+
 # vorela_module(NAME SOURCES file... [LINK target...]): a module library, without Qt.
 function(vorela_module name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
