@@ -9,6 +9,7 @@
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "general/TerminalText.h"
 #include "platform/Application.h"
 #include "platform/Registry.h"
 
@@ -197,10 +198,11 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::CallForHelp& help) {
         return {std::nullopt, app.exit(help)};
     } catch (const CLI::Error& error) {
-        std::fprintf(stderr, "vorela-batch: %s\nTry vorela-batch --help\n", error.what());
+        std::fprintf(stderr, "vorela-batch: %s\nTry vorela-batch --help\n",
+                     TerminalText(error.what()).c_str());
         return {std::nullopt, exit_status::badUsage};
     } catch (const UsageFault& fault) {
-        std::fprintf(stderr, "vorela-batch: %s\n", fault.text.c_str());
+        std::fprintf(stderr, "vorela-batch: %s\n", TerminalText(fault.text).c_str());
         return {std::nullopt, exit_status::badUsage};
     }
     return {std::move(options), exit_status::done};

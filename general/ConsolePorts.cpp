@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string>
 
+#include "general/TerminalText.h"
+
 namespace vorela {
 namespace {
 
@@ -20,7 +22,7 @@ std::string AsLines(const std::string& text) {
     }
     while (!result.empty() && result.back() == '\n')
         result.pop_back();
-    return result;
+    return TerminalLines(result);
 }
 
 }  // namespace
@@ -70,7 +72,8 @@ void ConsolePorts::Draw() {
         return;
     }
     const std::string done(static_cast<std::size_t>(std::max(value_, 0)), '#');
-    std::fprintf(stderr, "\r[%-*s] %.60s\033[K", std::max(maximum_, 0), done.c_str(), status_.c_str());
+    std::fprintf(stderr, "\r[%-*s] %.60s\033[K", std::max(maximum_, 0), done.c_str(),
+                 TerminalText(status_).c_str());
     std::fflush(stderr);
     drawn_ = true;
 }

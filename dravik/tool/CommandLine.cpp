@@ -13,10 +13,15 @@
 #include "dravik/tool/Commands.h"
 #include "dravik/tool/SimulationArguments.h"
 #include "dravik/tool/ToolError.h"
+#include "general/NumberText.h"
 #include "general/RunTimeError.h"
+#include "general/TerminalText.h"
 
 namespace vorela {
 namespace {
+
+constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
+const CLI::Validator depthRange = CLI::Range(-100000.0, 100000.0).description("");
 
 enum ExitStatus { done = 0, failed = 1, badUsage = 2 };
 
@@ -59,7 +64,8 @@ void AddImport(CLI::App& app) {
     command->add_option("FILE", request->files, "FILE.csv or FILE.las ...")->required();
     command->add_option("--dataset", request->dataset, "Name of the dataset (default: the file's base name)");
     command->add_flag("--replace", request->replace, "Replace a dataset that exists");
-    command->add_option("--depth", request->depth, "Depth of the level, ft (for files without ADPTH)");
+    command->add_option("--depth", request->depth, "Depth of the level, ft (for files without ADPTH)")
+        ->check(depthRange);
     AddStepOption(*command, request->step);
     command
         ->add_option("--index", request->indexKind,
@@ -93,7 +99,8 @@ void AddRecord(CLI::App& app) {
         ->type_name("N")
         ->check(CLI::Range(1, 64).description(""))
         ->capture_default_str();
-    command->add_option("--depth", a.depth, "With --from: depth of the level, ft (for files without ADPTH)");
+    command->add_option("--depth", a.depth, "With --from: depth of the level, ft (for files without ADPTH)")
+        ->check(depthRange);
     command->add_option("--speed", a.request.speed, "Times real time; 0: as fast as it goes")
         ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->capture_default_str();
@@ -134,9 +141,13 @@ void AddValve(CLI::App& app) {
         "valve", "Add PVLPOS, PVLID, PVLIDT and PVLT for a valve that keeps a nominal schedule");
     command->add_option("DB", request->database, "Database file")->required();
     command->add_option("DATASET", request->dataset, "Dataset recorded against time")->required();
-    command->add_option("--period", request->periodSeconds, "Period of the valve, s")->required();
-    command->add_option("--first", request->firstSeconds,
-                        "Time of the first cycle boundary, s (default: first sample)");
+    command->add_option("--period", request->periodSeconds, "Period of the valve, s")
+        ->required()
+        ->check(CLI::Range(0.0, longestTime).description(""));
+    command
+        ->add_option("--first", request->firstSeconds,
+                     "Time of the first cycle boundary, s (default: first sample)")
+        ->check(CLI::Range(-longestTime, longestTime).description(""));
     command->add_flag("--replace", request->replace, "Replace valve curves that exist");
     command->callback([request] { AddValveCurves(*request); });
 }
@@ -182,8 +193,14 @@ void AddExport(CLI::App& app) {
     command->callback([request] { Export(*request); });
 }
 
-/// What users write in place of CLI11's type names.
-void NameTypes(CLI::App& app) {
+/// CLI11 takes "nan" and "inf" for numbers, and no range check stops "nan". For numbers of users neither is
+/// one.
+std::string FaultOfReal(const std::string& text) {
+    return StrictNumber(text) ? "" : "\"" + text + "\" is not a finite number";
+}
+
+/// What users write in place of CLI11's type names, and what every real number has to be.
+void NameAndCheckTypes(CLI::App& app) {
     for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         for (CLI::Option* option : command->get_options()) {
             if (option->get_positional())
@@ -191,7 +208,7 @@ void NameTypes(CLI::App& app) {
             else if (option->get_type_name() == "TEXT")
                 option->type_name("NAME");
             else if (option->get_type_name() == "FLOAT")
-                option->type_name("X");
+                option->type_name("X")->check(FaultOfReal);
         }
     }
 }
@@ -213,7 +230,7 @@ int RunDravik(int argc, const char* const* argv) {
     AddRecord(app);
     AddReaders(app, status);
     AddExport(app);
-    NameTypes(app);
+    NameAndCheckTypes(app);
     try {
         app.parse(argc, argv);
         return status;
@@ -222,18 +239,19 @@ int RunDravik(int argc, const char* const* argv) {
             return app.exit(error);
         const bool unknownCommand = app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-';
         std::cerr << "dravik: "
-                  << (unknownCommand ? "there is no command \"" + std::string(argv[1]) + "\"" : error.what())
+                  << TerminalText(unknownCommand ? "there is no command \"" + std::string(argv[1]) + "\""
+                                                 : error.what())
                   << " (--help explains)\n";
         return badUsage;
     } catch (const UsageError& error) {
-        std::cerr << "dravik: " << error.what() << "\n";
+        std::cerr << "dravik: " << TerminalText(error.what()) << "\n";
         return badUsage;
     } catch (const std::bad_alloc&) {
         std::cerr << "dravik: out of memory\n";
     } catch (const std::exception& error) {
-        std::cerr << "dravik: " << error.what() << "\n";
+        std::cerr << "dravik: " << TerminalText(error.what()) << "\n";
     } catch (const RunTimeError& error) {
-        std::cerr << "dravik: " << error.description << "\n";
+        std::cerr << "dravik: " << TerminalText(error.description) << "\n";
     }
     return failed;
 }

@@ -19,6 +19,7 @@
 #include "dravik/tool/ValveSchedule.h"
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
+#include "general/TerminalText.h"
 
 namespace vorela {
 namespace {
@@ -246,7 +247,7 @@ void Info(const std::string& path, const std::string& dataset, const std::string
     TextTable table({});
     std::string text;
     const auto add = [&](const std::string& name, const std::string& value) {
-        text += name + std::string(name.size() < 16 ? 16 - name.size() : 1, ' ') + value + "\n";
+        text += name + std::string(name.size() < 16 ? 16 - name.size() : 1, ' ') + TerminalText(value) + "\n";
     };
     add("curve", dataset + "/" + curve);
     add("index", KindText(information));
@@ -305,7 +306,7 @@ bool Check(const std::string& path) {
         const std::string what = last < first ? " is damaged\n"
                                               : ": samples " + std::to_string(first) + " to " +
                                                     std::to_string(last) + " are damaged\n";
-        *static_cast<std::string*>(context) += item + what;
+        *static_cast<std::string*>(context) += TerminalText(item) + what;
     };
     const std::int32_t status = DBverify(database.Handle(), collect, &lines);
     WriteStandardOutput(lines);

@@ -96,6 +96,8 @@ bool LineReader::Next(std::string_view& line) {
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
     ++number_;
+    if (line.size() > longestLine)
+        throw ParseError{number_, "the line is longer than " + std::to_string(longestLine) + " characters"};
     return true;
 }
 
@@ -107,6 +109,8 @@ void CheckCurveName(const std::string& name, const std::vector<CurveDescription>
     const auto refuse = [&](const std::string& why) {
         throw ParseError{line, "curve name " + Quoted(name) + why};
     };
+    if (curves.size() == mostCurves)
+        throw ParseError{line, "there are more than " + std::to_string(mostCurves) + " curves"};
     if (name.empty())
         throw ParseError{line, "column " + std::to_string(curves.size() + 2) + " has no name"};
     if (name.size() > longestCurveName)

@@ -15,6 +15,9 @@
 namespace vorela {
 
 inline constexpr std::size_t longestCurveName = 10;
+/// Far above what loggers write; a file beyond is no log, and would take minutes to refuse cell by cell.
+inline constexpr std::size_t mostCurves = 4096;
+inline constexpr std::size_t longestLine = 1 << 20;
 
 /// Where a file stops making sense. `line` counts from 1; 0 when no single line is to blame.
 struct ParseError {
@@ -84,7 +87,8 @@ CurveDescription DescribeCurve(std::string name, std::string unit);
 /// Index units in one of the file's units (hundredths of a second or of a foot), nothing for an unknown unit.
 std::optional<double> IndexUnitsPer(std::string_view unit, std::int16_t indexKind);
 
-/// Cuts a byte-order mark, then gives line after line without its end (LF or CRLF).
+/// Cuts a byte-order mark, then gives line after line without its end (LF or CRLF). Throws ParseError for one
+/// that is too long.
 class LineReader {
   public:
     explicit LineReader(std::string_view bytes);

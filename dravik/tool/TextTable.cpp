@@ -2,11 +2,19 @@
 
 #include <algorithm>
 
+#include "general/TerminalText.h"
+
 namespace vorela {
 
-TextTable::TextTable(Row captions) {
+TextTable::TextTable(const Row& captions) {
     if (!captions.empty())
-        rows_.push_back(std::move(captions));
+        Add(captions);
+}
+
+void TextTable::Add(const Row& row) {
+    Row& shown = rows_.emplace_back();
+    for (const std::string& cell : row)
+        shown.push_back(TerminalText(cell));
 }
 
 std::string TextTable::Text() const {

@@ -1,4 +1,5 @@
-// Columns of text for the terminal: the first aligned left, the others right.
+// Columns of text for the terminal, control characters made harmless: the first aligned left, the others
+// right.
 #pragma once
 
 #include <string>
@@ -10,8 +11,8 @@ class TextTable {
   public:
     using Row = std::vector<std::string>;
     /// With captions, or without (an empty row).
-    explicit TextTable(Row captions);
-    void Add(Row row) { rows_.push_back(std::move(row)); }
+    explicit TextTable(const Row& captions);
+    void Add(const Row& row);
     /// Every row as a line; nothing trails a line's last cell.
     std::string Text() const;
 

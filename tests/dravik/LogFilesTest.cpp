@@ -48,6 +48,18 @@ void ExpectRefusals(ParseResult (*parse)(std::string_view, const ParseOptions&),
     }
 }
 
+TEST(LogFiles, AbsurdWidthsAreRefusedAtOnce) {
+    std::string names = "TIME";
+    std::string las = "~V\nVERS. 2.0:\n~C\nTIME.s:\n";
+    for (int i = 0; i <= 4096; ++i) {
+        names += ",C" + std::to_string(i);
+        las += "C" + std::to_string(i) + ".:\n";
+    }
+    const std::string longLine = "TIME,ZG\n0,1" + std::string(1 << 20, ' ') + "\n";
+    ExpectRefusals(ParseCsv, {{names + "\n", 1, "4096"}, {longLine, 2, "longer than 1048576"}});
+    ExpectRefusals(ParseLas, {{las, 4101, "4096"}});
+}
+
 TEST(Csv, ReadsMarkLineEndsUnitsAndGaps) {
     LogTable table = Parsed(ParseCsv(
         "\xEF\xBB\xBFTIME, ZG ,RTC\r\nsec,psi,rps\r\n10.5,1,-2e-3\r\n11,,NaN\r\n11.5,+3,0.1\r\n\r\n", {}));

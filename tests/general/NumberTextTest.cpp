@@ -5,6 +5,7 @@
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "general/TerminalText.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
@@ -77,6 +78,24 @@ TEST(RangeCheck, storesAnAcceptedValueAtOnceAndKeepsTheFieldOfARefusedOne) {
     EXPECT_EQ(field, 20.004);
     field = 31;
     EXPECT_FALSE(CheckRange({"31", false}, 20, 30, field));
+}
+
+TEST(TerminalText, letsNoControlCharacterThrough) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"LEVEL 1\x1B[2J", "LEVEL 1\\x1B[2J"},
+        {"a\tb\r\x7F", "a\\x09b\\x0D\\x7F"},
+        {"\xC2\x9B"
+         "31m",
+         "\\xC2\\x9B"
+         "31m"},
+        {"\x9B", "\\x9B"},
+        {"\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80"},
+        {"\xC1\x9B\xE0\x82\x9B", "\\xC1\\x9B\\xE0\\x82\\x9B"},
+        {"\xE2\x82", "\\xE2\\x82"}};
+    for (const auto& [raw, shown] : cases)
+        EXPECT_EQ(TerminalText(raw), shown);
+    EXPECT_EQ(TerminalText("a\nb"), "a\\x0Ab");
+    EXPECT_EQ(TerminalLines("a\nb\x07"), "a\nb\\x07");
 }
 
 TEST(CheckedMath, stopsWhereTheClassicRunTimeStops) {
