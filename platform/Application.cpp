@@ -39,7 +39,8 @@ int OpenLockFile(const std::string& path) {
 }  // namespace
 
 std::string ApplicationFolder() {
-    return std::filesystem::canonical("/proc/self/exe").parent_path().string();
+    // The system knows the path; resolving it again would need the right to look into every folder above.
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
 std::string DefaultSettingsFilePath() {
