@@ -1,8 +1,10 @@
 #include "app/ActionQueue.h"
 
 #include <optional>
+#include <string>
 
 #include "analysis/modMain.h"
+#include "db/AnalysisClaim.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
@@ -65,9 +67,27 @@ void RefreshSelectedTab(const ActionQueueView& view) {
         view.redrawPlot(dataset);
 }
 
+/// A pass that another process's analysis holds up says so until one goes through. True when the claim is
+/// held.
+bool ToldOfClaim(const AnalysisClaim& claim) {
+    static std::string told;
+    StatusPort& status = *CurrentPorts().status;
+    if (!claim.IsHeld() && told != claim.Refusal())
+        status.SetText(claim.Refusal() + "; this pass is made up for later");
+    else if (claim.IsHeld() && !told.empty() && status.Text().starts_with(told))
+        status.SetText("");
+    told = claim.Refusal();
+    return claim.IsHeld();
+}
+
 }  // namespace
 
 bool ExtendDataset(std::size_t index) {
+    const AnalysisClaim claim({CurrentSelection().datasets[index].database});
+    if (!ToldOfClaim(claim)) {
+        CurrentSelection().datasets[index].extensionOwed = true;
+        return false;
+    }
     const DatabaseReuse onePass;
     const bool extended = ExtendToRecorded(index);
     if (index >= CurrentSelection().datasets.size())

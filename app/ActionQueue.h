@@ -20,8 +20,8 @@ struct ActionQueueView {
 bool RunActionQueuePass(const ActionQueueView& view);
 
 /// Brings dataset `index` up to what has been recorded: presentation, extent, filtered curves, valve curve
-/// and cycles, filtered flow. The pass's work, and vorela-batch's. False when a step failed; the next call
-/// takes it up again.
+/// and cycles, filtered flow. The pass's work, and vorela-batch's. False when a step failed or another
+/// process is analysing the database (the status text names it); the next call takes it up again.
 bool ExtendDataset(std::size_t index);
 
 }  // namespace vorela

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/ActionQueue.h"
+#include "db/AnalysisClaim.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
@@ -33,7 +34,7 @@ void OfferValveCurve() {
     if (!ValveSignalPresent() &&
         Ask("The Vorela reconstructed valve curve (PVLSIG) doesn't exist in all of the selected datasets.\r\r"
             "Do you want to create the PVLSIG curve in the datasets?"))
-        CreateReconstructedValveCurves(false);
+        WithAnalysisClaim([] { CreateReconstructedValveCurves(false); });
 }
 
 void OfferDravikFilteredFlow() {
@@ -41,7 +42,7 @@ void OfferDravikFilteredFlow() {
     if (!FilteredFlowExists() &&
         Ask("The Dravik filtered flow curve (_f) doesn't exist in all of the selected datasets.\r\r"
             "Do you want to create the curve in the datasets?"))
-        CreateFilteredFlow(false);
+        WithAnalysisClaim([] { CreateFilteredFlow(false); });
 }
 
 void WarnOfDravikFilters() {

@@ -21,6 +21,7 @@
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "app/frmSavePlot.h"
+#include "db/AnalysisClaim.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"
@@ -251,35 +252,35 @@ void frmMain::ShowNewCycles() {
 
 void frmMain::ReconstructValveEntry() {
     Run([this] {
-        CreateReconstructedValveCurves(true);
+        WithAnalysisClaim([] { CreateReconstructedValveCurves(true); });
         ShowNewCycles();
     });
 }
 
 void frmMain::CalculateCyclesEntry() {
     Run([this] {
-        CreateReconstructedValveCurves(false);
+        WithAnalysisClaim([] { CreateReconstructedValveCurves(false); });
         ShowNewCycles();
     });
 }
 
 void frmMain::DravikFilteredFlowEntry() {
     Run([this] {
-        CreateFilteredFlow(true);
+        WithAnalysisClaim([] { CreateFilteredFlow(true); });
         UpdateMainWindow();
     });
 }
 
 void frmMain::RecalculateMotorPositionEntry() {
     Run([this] {
-        RecalculateWithMotorPosition();
+        WithAnalysisClaim([] { RecalculateWithMotorPosition(); });
         ShowNewCycles();
     });
 }
 
 void frmMain::RecalculateUnfilteredEntry() {
     Run([this] {
-        RecalculateWithUnfilteredCurves();
+        WithAnalysisClaim([] { RecalculateWithUnfilteredCurves(); });
         ShowNewCycles();
     });
 }

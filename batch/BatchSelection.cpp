@@ -1,7 +1,9 @@
 #include "batch/BatchSelection.h"
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "dravik/include/DKBase.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
+#include "platform/DravikLibraries.h"
 #include "signal/modParameters.h"
 
 namespace vorela {
@@ -128,7 +131,54 @@ void CheckIndices(const BatchOptions& options) {
             refuse("--set " + setting.section + "." + setting.key, levels, "levels, counted from 0");
 }
 
+/// The names of all datasets; nothing when they cannot be had. Without the messages of a failure.
+std::optional<std::vector<std::string>> QuietDatasetNames(const std::string& path) {
+    const DkBaseApi& api = LoadedLibraries().database;
+    std::int32_t database = 0;
+    if (api.DBopenA(path.c_str(), DK_OPEN_EXISTING, &database) != DK_OK)
+        return std::nullopt;
+    std::vector<std::string> names;
+    const auto collect = [](void* context, const char* name, const void*) -> std::int32_t {
+        static_cast<std::vector<std::string>*>(context)->emplace_back(name);
+        return 0;
+    };
+    const bool listed = api.DBenumA(database, nullptr, collect, &names) == DK_OK;
+    api.DBclose(database);
+    return listed ? std::optional(names) : std::nullopt;
+}
+
+/// What a recorder, which makes file, tables and dataset one after the other, still owes; "" for a database
+/// that has it all and for a file with which something else is wrong: whoever reads it tells.
+std::string StillMissing(const BatchOptions& options) {
+    std::error_code absent;
+    if (std::filesystem::file_size(options.database, absent) == 0)
+        return "it is empty";
+    const auto names = absent ? std::nullopt : QuietDatasetNames(options.database);
+    if (!names)
+        return {};
+    if (names->empty())
+        return "it has no dataset";
+    for (const std::string& wanted : options.datasets)
+        if (std::find(names->begin(), names->end(), Trimmed(wanted)) == names->end())
+            return "it has no dataset " + wanted;
+    return {};
+}
+
 }  // namespace
+
+bool WaitForDatasets(const BatchOptions& options, const std::function<bool()>& stopAsked) {
+    constexpr timespec pause{0, 200'000'000};
+    std::string told;
+    for (std::string missing = StillMissing(options); !missing.empty(); missing = StillMissing(options)) {
+        if (stopAsked())
+            return false;
+        if (told != missing)
+            Say(options.database + ": " + missing + "; waiting for its recorder");
+        told = missing;
+        nanosleep(&pause, nullptr);
+    }
+    return true;
+}
 
 void SelectForBatch(const BatchOptions& options) {
     CurveChoice choice = CurrentSelection().choice;

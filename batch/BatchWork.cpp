@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,12 +19,14 @@
 #include "batch/BatchReport.h"
 #include "batch/BatchSelection.h"
 #include "batch/BatchStop.h"
+#include "db/AnalysisClaim.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/ConsolePorts.h"
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
+#include "general/TerminalText.h"
 #include "general/modGeneral.h"
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
@@ -153,17 +156,44 @@ void WaitForNextPass() {
     nanosleep(&pause, nullptr);  // a signal ends the wait early, as it should
 }
 
+/// Holds the database for this run, after waiting for another analysis of it to end, which is said once
+/// (`told` is what was said last). Throws Stop when that takes too long or the user ends the wait.
+std::unique_ptr<AnalysisClaim> ClaimPatiently(const std::string& database, std::string& told) {
+    constexpr int mostTries = 60;
+    for (int tries = 0;; ++tries) {
+        auto claim = std::make_unique<AnalysisClaim>(std::vector<std::string>{database});
+        if (claim->IsHeld())
+            return claim;
+        if (tries >= mostTries || stopAsked != 0)
+            throw Stop{exit_status::failed, claim->Refusal() + "; given up"};
+        if (told != claim->Refusal())
+            Say(claim->Refusal() + "; waiting for up to " + std::to_string(mostTries) + " s");
+        told = claim->Refusal();
+        WaitForNextPass();
+    }
+}
+
+void AwaitRecording(const BatchOptions& options) {
+    const StopSignals signals;
+    if (!WaitForDatasets(options, [] { return stopAsked != 0; }))
+        throw Stop{exit_status::failed, options.database + ": stopped before the recording began"};
+}
+
 /// Extends every dataset that is being recorded until none is. A pass that fails is taken up again by the
 /// next one; a fault that stays ends the work.
-void Follow() {
+void Follow(const std::string& database) {
     constexpr int mostFailedPasses = 30;
     const StopSignals signals;
     int failedPasses = 0;
+    std::string told;
     while (stopAsked == 0 && AnyPending()) {
         bool allWell = true;
-        for (std::size_t i = 0; i < Datasets().size(); ++i)
-            if (Datasets()[i].pendingFlag != 0)
-                allWell = ExtendDataset(i) && allWell;
+        {
+            const auto claim = ClaimPatiently(database, told);
+            for (std::size_t i = 0; i < Datasets().size(); ++i)
+                if (Datasets()[i].pendingFlag != 0)
+                    allWell = ExtendDataset(i) && allWell;
+        }
         failedPasses = allWell ? 0 : failedPasses + 1;
         if (failedPasses >= mostFailedPasses)
             throw Stop{exit_status::failed, "the recording cannot be followed any longer"};
@@ -204,7 +234,7 @@ bool WriteResults(const BatchOptions& options) {
     if (options.jsonFile && !options.JsonToStandardOutput())
         allWell = Attempt(step::savingData, [&] { WriteFileAtomically(*options.jsonFile, ResultJson()); }) &&
                   allWell;
-    const std::string shown = options.JsonToStandardOutput() ? ResultJson() : ResultTable();
+    const std::string shown = options.JsonToStandardOutput() ? ResultJson() : TerminalLines(ResultTable());
     if (std::fputs(shown.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
         Say("standard output: the results could not be written");
         allWell = false;
@@ -239,14 +269,19 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     InitialiseDatasetVariables();
     ReadSettings(options, overlay, console);
     CheckSettingsTogether(options);
+    if (options.follow)
+        AwaitRecording(options);
+    std::string told;
+    auto claim = ClaimPatiently(options.database, told);
     SelectForBatch(options);
     const bool soundInput = console.Complaints() == 0;  // what was told of a level that came in all the same
     const std::size_t plotDataset = options.plot ? PlotDataset(options) : 0;
     WarnOfInput();
     MakeCurvesAndCycles(options);
     Recalculate(options);
+    claim.reset();
     if (options.follow)
-        Follow();
+        Follow(options.database);
     if (options.cycle)
         ChooseCycles(*options.cycle);
     ShownChoice() = {options.level.value_or(1) - 1, options.interval.value_or(1)};
@@ -259,7 +294,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
 }  // namespace
 
 void Say(const std::string& text) {
-    std::fprintf(stderr, "vorela-batch: %s\n", text.c_str());
+    std::fprintf(stderr, "vorela-batch: %s\n", TerminalText(text).c_str());
 }
 
 int RunBatch(const BatchOptions& options, const PlotWriter& writePlot) {

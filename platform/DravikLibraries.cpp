@@ -50,6 +50,8 @@ void ResolveAll(SymbolTable& symbols, DkBaseApi& api) {
     VORELA_RESOLVE(DBcommit);
     VORELA_RESOLVE(DBrollback);
     VORELA_RESOLVE(DBenumA);
+    VORELA_RESOLVE(DBclaimA);
+    VORELA_RESOLVE(DBunclaim);
     VORELA_RESOLVE(GetUnitTextA);
     VORELA_RESOLVE(DBlastdetail);
     VORELA_RESOLVE(DBsetchooser);

@@ -38,6 +38,8 @@ struct DkBaseApi {
     decltype(&::DBcommit) DBcommit = nullptr;
     decltype(&::DBrollback) DBrollback = nullptr;
     decltype(&::DBenumA) DBenumA = nullptr;
+    decltype(&::DBclaimA) DBclaimA = nullptr;
+    decltype(&::DBunclaim) DBunclaim = nullptr;
     decltype(&::GetUnitTextA) GetUnitTextA = nullptr;
     decltype(&::DBlastdetail) DBlastdetail = nullptr;
     decltype(&::DBsetchooser) DBsetchooser = nullptr;

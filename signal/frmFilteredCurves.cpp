@@ -4,6 +4,7 @@
 #include <QFont>
 #include <string>
 
+#include "db/AnalysisClaim.h"
 #include "general/NumberText.h"
 #include "general/Ports.h"
 #include "general/modGeneral.h"
@@ -106,7 +107,7 @@ void frmFilteredCurves::Create() {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     {
         const DialogProgress progress(*ui_);
-        CreateFilteredCurvesInAll(Passes());
+        WithAnalysisClaim([this] { CreateFilteredCurvesInAll(Passes()); });
     }
     QApplication::restoreOverrideCursor();
     creating_ = false;

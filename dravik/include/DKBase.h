@@ -195,6 +195,19 @@ DK_EXPORT const char* GetUnitTextA(int32_t unitCode);
  * null. */
 DK_EXPORT const char* DBlastdetail(void);
 
+/* --- Claims --- */
+
+/* Claims `what` ("dataset LEVEL1", "analysis"; 1 to 80 bytes) in the database file `path` for this process. A
+ * file is known by its device and inode, whatever its names; each claim has one holder at a time. It ends
+ * with DBunclaim or with the process, however that dies, and leaves nothing on the disk. Claims are an
+ * agreement between programs: no other function looks at them. They do not reach processes on other machines
+ * (network file systems) nor those in another network namespace (some containers). DK_EXISTS: it is held, by
+ * this process or another; then *holder (may be null) is the holder's process number, 0 when that cannot be
+ * told. DK_DISK_ERROR: there is no such file. DK_NOT_UNDERSTOOD, DK_MAXIMUM, DK_UNSPECIFIED. */
+DK_EXPORT int32_t DBclaimA(const char* path, const char* what, int32_t* claim, int32_t* holder);
+/* Ends a claim of DBclaimA. DK_NOT_UNDERSTOOD. */
+DK_EXPORT int32_t DBunclaim(int32_t claim);
+
 /* --- The chooser --- */
 
 /* What DBselectA returns: `count` texts, each a database path, a slash and a dataset name, all of one

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 
+#include "dravik/store/Claim.h"
 #include "dravik/store/Database.h"
 #include "dravik/store/StoreError.h"
 #include "dravik/store/UnitTexts.h"
@@ -293,6 +294,22 @@ int32_t DBverify(int32_t database, DBDamageVisit damaged, void* context) {
         if (!damages.empty() || !fault.empty())
             throw StoreError{DK_DISK_ERROR, fault.empty() ? "damaged chunks" : fault};
     });
+}
+
+int32_t DBclaimA(const char* path, const char* what, int32_t* claim, int32_t* holder) {
+    std::int32_t held = 0;
+    const std::int32_t status = Guarded([&] {
+        Understand(path != nullptr && what != nullptr && claim != nullptr,
+                   "no path, text or place for the claim");
+        *claim = TakeClaim(path, what, held);
+    });
+    if (status == DK_EXISTS && holder != nullptr)
+        *holder = held;
+    return status;
+}
+
+int32_t DBunclaim(int32_t claim) {
+    return Guarded([&] { EndClaim(claim); });
 }
 
 const char* GetUnitTextA(int32_t unitCode) {

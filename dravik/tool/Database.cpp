@@ -154,6 +154,16 @@ void Database::Delete(const std::string& itemPath) {
     Check(DBdeleteA(handle_, itemPath.c_str()), itemPath + " cannot be deleted");
 }
 
+RecordingClaim::RecordingClaim(const Database& database, const std::string& dataset) {
+    std::int32_t holder = 0;
+    const std::int32_t status =
+        DBclaimA(database.Path().c_str(), ("dataset " + dataset).c_str(), &claim_, &holder);
+    if (status == DK_EXISTS)
+        throw ToolError(database.Path() + ": dataset \"" + dataset + "\" is being recorded by " +
+                        (holder == 0 ? "another process" : "process " + std::to_string(holder)));
+    database.Check(status, "dataset \"" + dataset + "\" cannot be claimed");
+}
+
 Transaction::Transaction(Database& database) : database_(database) {
     database.Check(DBbegin(database.Handle()), "cannot be written");
 }

@@ -78,6 +78,19 @@ class Database {
     std::int32_t handle_ = 0;
 };
 
+/// The right to record a dataset: one process at a time, until it ends.
+class RecordingClaim {
+  public:
+    /// Throws ToolError naming dataset and process when another recorder has it.
+    RecordingClaim(const Database& database, const std::string& dataset);
+    ~RecordingClaim() { DBunclaim(claim_); }
+    RecordingClaim(const RecordingClaim&) = delete;
+    RecordingClaim& operator=(const RecordingClaim&) = delete;
+
+  private:
+    std::int32_t claim_ = 0;
+};
+
 /// One transaction; rolled back unless committed.
 class Transaction {
   public:

@@ -10,6 +10,7 @@
 
 #include "dravik/tool/TableWriter.h"
 #include "dravik/tool/ToolError.h"
+#include "general/TerminalText.h"
 
 namespace vorela {
 namespace {
@@ -41,7 +42,8 @@ Recorder::Recorder(RecordRequest request, CurveSource& source, std::string toolS
     : request_(std::move(request)),
       source_(source),
       toolString_(std::move(toolString)),
-      database_((CheckDatasetName(request_.dataset), request_.database), OpenMode::create) {}
+      database_((CheckDatasetName(request_.dataset), request_.database), OpenMode::create),
+      claim_(database_, request_.dataset) {}
 
 std::int64_t Recorder::Begin() {
     Transaction transaction(database_);
@@ -99,7 +101,7 @@ void Recorder::CommitPatiently(const std::function<void()>& body) {
             if (SecondsSince(begin) >= request_.patienceSeconds)
                 throw;
             if (!told)
-                std::cerr << "dravik: " << error.what() << "; trying again\n";
+                std::cerr << "dravik: " << TerminalText(error.what()) << "; trying again\n";
             told = true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -110,15 +112,17 @@ void Recorder::Run(const std::function<bool()>& stopAsked) {
     const std::int64_t firstRow = Begin();
     const CurveGrid& grid = source_.Grid();
     DatasetWriter writer(database_, request_.dataset, source_);
-    const auto rowsPerCommit =
-        static_cast<std::int64_t>(std::max(1.0, std::round(request_.commitSeconds * 100.0 / grid.step)));
+    constexpr double mostRows = 1e9;  // a bound for the arithmetic, far above what is due in any pass
+    const auto rowsPerCommit = static_cast<std::int64_t>(
+        std::clamp(std::round(request_.commitSeconds * 100.0 / grid.step), 1.0, mostRows));
     const double rowsPerSecond = request_.speed * 100.0 / grid.step;
     const Clock::time_point begin = Clock::now();
     for (std::int64_t row = firstRow; row < grid.rowCount;) {
         // What a slow disk has held up goes into one larger transaction: a recorder does not fall behind its
         // data.
         constexpr std::int64_t mostHeldUp = 60;
-        const auto due = firstRow + static_cast<std::int64_t>(SecondsSince(begin) * rowsPerSecond);
+        const auto due =
+            firstRow + static_cast<std::int64_t>(std::min(SecondsSince(begin) * rowsPerSecond, mostRows));
         const std::int64_t end =
             std::min(grid.rowCount, row + std::clamp(due - row, rowsPerCommit, mostHeldUp * rowsPerCommit));
         const double wait = rowsPerSecond > 0.0 ? static_cast<double>(end - firstRow) / rowsPerSecond : 0.0;

@@ -41,6 +41,7 @@ class Recorder {
     CurveSource& source_;
     std::string toolString_;
     Database database_;
+    RecordingClaim claim_;
 };
 
 /// True once SIGINT or SIGTERM has come; the first call takes the signals over.

@@ -178,6 +178,7 @@ TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
     const auto choice = qtPorts.AskSaveFile({"Save",
                                              "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|",
                                              1,
+                                             "",
                                              {folder.File("other"), folder.File("database.txt")}});
     ASSERT_TRUE(choice);
     EXPECT_EQ(choice->path, folder.File("result.txt"));

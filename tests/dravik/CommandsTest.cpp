@@ -120,14 +120,30 @@ TEST_F(Dravik, OfSeveralFilesTheSoundOnesBeforeABadOneStay) {
 
 TEST_F(Dravik, BadUsageIsStatusTwo) {
     Write("one.csv", smallCsv);
-    for (const char* arguments :
-         {"", "nosuch", "list", "simulate a.dk --bogus", "simulate a.dk --skin 1,2", "simulate a.dk --skin x",
-          "simulate a.dk --levels 2 --depths 1", "simulate a.dk --period 240.001",
-          "simulate a.dk --porosity 0", "simulate a.dk --period nan", "import a.dk one.txt",
-          "import a.dk one.csv two.csv --dataset x", "import a.dk one.csv --index up", "valve a.dk one",
-          "export a.dk one -o x.pdf", "record a.dk one", "record a.dk one --simulate --level 5",
-          "record a.dk one --simulate --from one.csv"})
+    for (const char* arguments : {"",
+                                  "nosuch",
+                                  "list",
+                                  "simulate a.dk --bogus",
+                                  "simulate a.dk --skin 1,2",
+                                  "simulate a.dk --skin x",
+                                  "simulate a.dk --levels 2 --depths 1",
+                                  "simulate a.dk --period 240.001",
+                                  "simulate a.dk --porosity 0",
+                                  "simulate a.dk --period nan",
+                                  "import a.dk one.txt",
+                                  "import a.dk one.csv --depth inf",
+                                  "record a.dk one --simulate --speed nan",
+                                  "record a.dk one --simulate --commit inf",
+                                  "valve a.dk one --period 90 --first 1e9",
+                                  "import a.dk one.csv two.csv --dataset x",
+                                  "import a.dk one.csv --index up",
+                                  "valve a.dk one",
+                                  "export a.dk one -o x.pdf",
+                                  "record a.dk one",
+                                  "record a.dk one --simulate --level 5",
+                                  "record a.dk one --simulate --from one.csv"})
         Fails(arguments, "", 2);
+    Fails("valve a.dk one --period nan", "--period", 2);
     EXPECT_FALSE(Exists("a.dk"));
     EXPECT_EQ(Run("--help").status, 0);
     EXPECT_THAT(Run("simulate --help").out, HasSubstr("--well-compressibility"));
@@ -177,6 +193,19 @@ TEST_F(Dravik, ValveCurvesFollowTheSchedule) {
 }
 
 // --- Recording ---
+
+TEST_F(Dravik, ADatasetHasOneRecorderUntilItEndsOrDies) {
+    const CommandResult result = Shell(
+        "mkfifo ack; dravik record a.dk LIVE --simulate --levels 1 --speed 40 --ack >ack & pid=$!; exec "
+        "3<ack; "
+        "read -r index <&3; dravik record a.dk LIVE --simulate --levels 1 --speed 0; echo $?; "
+        "dravik record a.dk OTHER --simulate --levels 1 --cycles 1 --speed 0; echo $?; kill -KILL $pid; "
+        "wait $pid; dravik record a.dk LIVE --simulate --levels 1 --cycles 1 --speed 0; echo $?; echo $pid");
+    EXPECT_EQ(result.out.substr(0, 6), "1\n0\n0\n") << result.err;
+    EXPECT_THAT(result.err,
+                HasSubstr("a.dk: dataset \"LIVE\" is being recorded by process " + result.out.substr(6)));
+    Succeeds("check a.dk");
+}
 
 TEST_F(Dravik, RecordedFileEqualsTheImportedOne) {
     Succeeds("simulate a.dk --levels 1 --cycles 1 >/dev/null");

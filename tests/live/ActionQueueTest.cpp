@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
 #include "app/CurveChecks.h"
+#include "db/AnalysisClaim.h"
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 
@@ -115,6 +118,29 @@ TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordi
     ports.boxes.clear();
     ExpectPass(1, {"timer off", "grid 1"});
     EXPECT_TRUE(ports.boxes.empty());
+    ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
+}
+
+TEST_F(ActionQueueTest, whileAnotherAnalysisHoldsTheDatabaseAPassIsOwedAndSaidOnce) {
+    SelectThree({true, false, false});
+    EXPECT_TRUE(Pass(1));
+    recordings[0].AppendAll();
+    std::int32_t other = 0;
+    ASSERT_EQ(LoadedLibraries().database.DBclaimA(DatabasePath().c_str(), "analysis", &other, nullptr),
+              DK_OK);
+    const std::string refusal = DatabasePath() + " is being analysed by process " + std::to_string(getpid());
+    ports.statusTexts.clear();
+    for (int pass = 0; pass < 30; ++pass)
+        EXPECT_FALSE(Pass(1));
+    EXPECT_EQ(ports.statusTexts, std::vector<std::string>{refusal + "; this pass is made up for later"});
+    EXPECT_FALSE(WithAnalysisClaim([] { ADD_FAILURE(); }));
+    EXPECT_TRUE(ports.TakeBox().text.starts_with(refusal));
+    LoadedLibraries().database.DBunclaim(other);
+    EXPECT_TRUE(WithAnalysisClaim([&] { EXPECT_TRUE(Pass(1)) << "a claim within the same claim"; }));
+    EXPECT_EQ(ports.Text(), "");
+    EXPECT_EQ(LoadedLibraries().database.DBclaimA(DatabasePath().c_str(), "analysis", &other, nullptr),
+              DK_OK);
+    LoadedLibraries().database.DBunclaim(other);
     ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
 }
 
