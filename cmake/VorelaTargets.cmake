@@ -47,14 +47,16 @@ function(vorela_forms name)
 endfunction()
 
 # vorela_test(NAME SOURCES file... [LINK target...]): a GoogleTest program; every case becomes a ctest test.
-# Tests find the programs and loadable modules through VORELA_BIN_DIR.
+# Tests find programs, loadable modules and sources through BuildPaths.h: a header and not definitions on the command
+# line, so that the compiler's cache serves a test in whatever folder the tree lies.
+set(VORELA_PATHS_DIR ${CMAKE_BINARY_DIR}/paths)
+configure_file(${CMAKE_SOURCE_DIR}/cmake/BuildPaths.h.in ${VORELA_PATHS_DIR}/BuildPaths.h @ONLY)
+
 function(vorela_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK;DEPENDS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest GTest::gtest_main)
-    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
-    target_compile_definitions(${name} PRIVATE VORELA_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
-                                               VORELA_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR} ${VORELA_PATHS_DIR})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     if(arg_DEPENDS)
         add_dependencies(${name} ${arg_DEPENDS})

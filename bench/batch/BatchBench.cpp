@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "BuildPaths.h"
 #include "dravik/include/DKBase.h"
 
 namespace {

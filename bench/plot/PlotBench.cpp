@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "BuildPaths.h"
 #include "db/Curves.h"
 #include "db/modSelectData.h"
 #include "platform/DravikLibraries.h"

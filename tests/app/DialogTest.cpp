@@ -4,6 +4,7 @@
 #include <QTextBrowser>
 #include <QTreeWidget>
 
+#include "BuildPaths.h"
 #include "app/dlgHelp.h"
 #include "dravik/chooser/Chooser.h"
 #include "dravik/chooser/DatasetListing.h"

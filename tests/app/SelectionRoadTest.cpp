@@ -1,5 +1,6 @@
 #include <QListWidget>
 
+#include "BuildPaths.h"
 #include "analysis/modMain.h"
 #include "db/modSelectData.h"
 #include "signal/modParameters.h"

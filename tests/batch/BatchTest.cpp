@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <numbers>
 
+#include "BuildPaths.h"
 #include "tests/support/ProgramTest.h"
 
 namespace vorela::test {

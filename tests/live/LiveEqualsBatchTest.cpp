@@ -4,6 +4,7 @@
 #include <fstream>
 #include <random>
 
+#include "BuildPaths.h"
 #include "app/ActionQueue.h"
 #include "app/CurveChecks.h"
 #include "signal/modFilteredCurves.h"

@@ -8,6 +8,7 @@
 #include <random>
 #include <sstream>
 
+#include "BuildPaths.h"
 #include "app/ActionQueue.h"
 #include "db/modSelectData.h"
 #include "tests/live/LiveSupport.h"

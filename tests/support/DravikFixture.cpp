@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "BuildPaths.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "platform/DravikLibraries.h"

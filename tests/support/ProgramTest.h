@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "BuildPaths.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela::test {
