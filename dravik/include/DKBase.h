@@ -22,13 +22,14 @@
  * Threads. The library is for one thread at a time.
  *
  * Integrity. Samples, items and datasets are sealed by checksums (CRC-32C), each by the list above it, and
- * verified on every read: a bit that flipped or a page that never reached the disk is DK_DISK_ERROR for what it
- * concerns, never a wrong value, an older state or DK_NOT_AVAILABLE. The rest stays readable, and new datasets
- * can be recorded. A damaged item or dataset can be deleted.
+ * verified on every read: a bit that flipped or a page that never reached the disk is DK_DISK_ERROR for what
+ * it concerns, never a wrong value, an older state or DK_NOT_AVAILABLE. The rest stays readable, and new
+ * datasets can be recorded. A damaged item or dataset can be deleted.
  *
- * Versions. A file is opened only when its tables are exactly those that this library makes or has made. A file
- * of the version before is read as it is, and becomes one of the present version with the first transaction that
- * writes into it (DBbegin counts); libraries of that version then refuse it with DK_NOT_DATABASE.
+ * Versions. A file is opened only when its tables are exactly those that this library makes or has made. A
+ * file of the version before is read as it is, and becomes one of the present version with the first
+ * transaction that writes into it (DBbegin counts); libraries of that version then refuse it with
+ * DK_NOT_DATABASE.
  *
  * Full disk. A write that finds no room is DK_DISK_ERROR and leaves the file as it was; inside DBbegin it may
  * have rolled the whole transaction back, and every further call then gives DK_DISK_ERROR until DBrollback or
@@ -67,8 +68,8 @@ enum {
 enum {
     DK_OPEN_EXISTING = 0, /* read, and write where the file permits it; never creates */
     /* The same, making an empty database when nothing bears the name. It appears complete; one that another
-     * process makes in the same moment is opened. A file that is there, an empty one apart, is never changed by
-     * this, and a link that leads nowhere is DK_DISK_ERROR. */
+     * process makes in the same moment is opened. A file that is there, an empty one apart, is never changed
+     * by this, and a link that leads nowhere is DK_DISK_ERROR. */
     DK_OPEN_CREATE = 1,
     DK_OPEN_READ_ONLY = 2
 };
@@ -117,8 +118,8 @@ typedef struct DBNewItem {
     const char* madeText; /* null for a recorded curve; at most 95 characters */
 } DBNewItem;
 
-/* Opens a database. DK_DISK_ERROR (missing, unreadable, no plain file: a pipe or device, also as its journal),
- * DK_NOT_DATABASE, DK_MAXIMUM, DK_NOT_UNDERSTOOD. */
+/* Opens a database. DK_DISK_ERROR (missing, unreadable, no plain file: a pipe or device, also as its
+ * journal), DK_NOT_DATABASE, DK_MAXIMUM, DK_NOT_UNDERSTOOD. */
 DK_EXPORT int32_t DBopenA(const char* path, int16_t mode, int32_t* database);
 
 /* Closes it, detaching what is still attached and rolling back an open transaction. DK_NOT_UNDERSTOOD. */
@@ -181,9 +182,9 @@ typedef int32_t (*DBEnumVisit)(void* context, const char* name, const void* info
 DK_EXPORT int32_t DBenumA(int32_t database, const char* dataset, DBEnumVisit visit, void* context);
 
 /* Reads and verifies everything. Calls `damaged` once for each bad chunk with the item's full path and the
- * indices of the chunk's first and last sample, and once for each item or dataset that is damaged itself with its
- * path and last < first; DK_OK when all is sound, DK_DISK_ERROR otherwise. What cannot be read is never passed
- * as sound. */
+ * indices of the chunk's first and last sample, and once for each item or dataset that is damaged itself with
+ * its path and last < first; DK_OK when all is sound, DK_DISK_ERROR otherwise. What cannot be read is never
+ * passed as sound. */
 typedef void (*DBDamageVisit)(void* context, const char* path, int32_t first, int32_t last);
 DK_EXPORT int32_t DBverify(int32_t database, DBDamageVisit damaged, void* context);
 

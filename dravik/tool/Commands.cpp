@@ -184,7 +184,9 @@ void List(const std::string& path, const std::string& dataset) {
     const auto span = [](const ItemInformation& information, bool first) {
         return information.IsEmpty() ? "-" : std::to_string(first ? information.first : information.last);
     };
-    const auto isDamaged = [](const NamedItem& item) { return item.information.shape.kind == DK_ITEM_DAMAGED; };
+    const auto isDamaged = [](const NamedItem& item) {
+        return item.information.shape.kind == DK_ITEM_DAMAGED;
+    };
     if (dataset.empty()) {
         for (const NamedItem& item : database.Datasets())
             if (isDamaged(item))
