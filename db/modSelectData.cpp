@@ -67,7 +67,7 @@ std::int32_t VisitCurve(void* context, const char* name, const void* information
     auto& curves = *static_cast<EnumeratedCurves*>(context);
     try {
         const ItemInfo info = UnpackItemInfo({static_cast<const std::byte*>(information), DK_INFO_BYTES});
-        if (info.kind == DK_ITEM_DAMAGED)
+        if (info.shape.kind == DK_ITEM_DAMAGED)
             curves.damaged += (curves.damaged.empty() ? "" : ", ") + CurveNameOfItem(name);
         // Records ("/_defaults_/1") pass the rule of names but hold no samples to choose.
         if (!info.IsCurve() || !IsSelectableCurve(name))
