@@ -1,7 +1,9 @@
 #include "app/StartUp.h"
 
+#include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 #include "analysis/modMatchFilter.h"
 #include "db/modSelectData.h"
@@ -65,8 +67,12 @@ const std::string& HelpFilePath() {
 
 CursorPositions ReadCursorSettings() {
     const auto read = [](const char* key, const char* defaultText) {
-        return static_cast<float>(
-            LeadingNumber(ReadIniString(cursorsSection, key, defaultText, SettingsFilePath())));
+        const std::string text = Trimmed(ReadIniString(cursorsSection, key, defaultText, SettingsFilePath()));
+        // A place beyond single precision is none, be it a number of double precision or not even that.
+        float single = 0.0F;
+        const bool beyond = std::from_chars(text.data(), text.data() + text.size(), single).ec ==
+                            std::errc::result_out_of_range;
+        return static_cast<float>(LeadingNumber(beyond ? defaultText : text));
     };
     return {read("Cursor1", "33.33"), read("Cursor2", "66.33")};
 }

@@ -1,11 +1,14 @@
 #include "platform/Application.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <spawn.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -32,8 +35,18 @@ bool IsInstalled(const std::string& program) {
     return false;
 }
 
+/// A regular file of this user's own; -1 with errno for anything else.
 int OpenLockFile(const std::string& path) {
-    return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    // Not blocking: the place may be taken by a named pipe.
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    struct stat file {};
+    if (descriptor >= 0 &&
+        (fstat(descriptor, &file) != 0 || !S_ISREG(file.st_mode) || file.st_uid != geteuid())) {
+        close(descriptor);
+        errno = EPERM;
+        return -1;
+    }
+    return descriptor;
 }
 
 }  // namespace
@@ -54,21 +67,36 @@ std::string DefaultSettingsFilePath() {
     return configuration + "/Vorela/Vorela.ini";
 }
 
-std::optional<SingleInstance> SingleInstance::Acquire(const std::string& name) {
-    const std::string file = "/" + name + "-" + std::to_string(getuid()) + ".lock";
-    const std::string temporary = std::filesystem::temp_directory_path().string();
-    // The session's own folder may be named without being there (another user's environment, no session).
-    std::string path = EnvironmentOr("XDG_RUNTIME_DIR", temporary) + file;
-    int descriptor = OpenLockFile(path);
-    if (descriptor < 0)
-        descriptor = OpenLockFile(path = temporary + file);
-    if (descriptor < 0)
-        throw std::system_error(errno, std::generic_category(), path);
-    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        close(descriptor);
-        return std::nullopt;
+std::vector<std::string> SingleInstance::Places(const std::string& name) {
+    std::vector<std::string> places;
+    const passwd* const user = getpwuid(geteuid());
+    if (user != nullptr && user->pw_dir != nullptr && *user->pw_dir == '/') {
+        const std::filesystem::path folder = std::filesystem::path(user->pw_dir) / ".config" / "Vorela";
+        std::error_code ignored;  // a home that cannot be written is passed by
+        std::filesystem::create_directories(folder, ignored);
+        places.push_back((folder / (name + ".lock")).string());
     }
-    return SingleInstance(descriptor);
+    for (const char* folder : {"/var/tmp/", "/tmp/"})
+        places.push_back(folder + name + "-" + std::to_string(geteuid()) + ".lock");
+    return places;
+}
+
+std::optional<SingleInstance> SingleInstance::AcquireAt(const std::vector<std::string>& places) {
+    int error = ENOENT;
+    for (const std::string& place : places) {
+        const int descriptor = OpenLockFile(place);
+        if (descriptor < 0) {
+            error = errno;
+            continue;
+        }
+        if (flock(descriptor, LOCK_EX | LOCK_NB) == 0)
+            return SingleInstance(descriptor);
+        error = errno;
+        close(descriptor);
+        if (error == EWOULDBLOCK)
+            return std::nullopt;
+    }
+    throw std::system_error(error, std::generic_category(), places.empty() ? "lock" : places.back());
 }
 
 SingleInstance::SingleInstance(SingleInstance&& other) noexcept

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vorela {
 
@@ -13,12 +14,18 @@ std::string ApplicationFolder();
 /// configuration folder ($XDG_CONFIG_HOME or ~/.config), whose folder is made.
 std::string DefaultSettingsFilePath();
 
-/// Held while the program runs; a second instance of the same user does not get it. Released with the object,
-/// also when the process dies.
+/// Held while the program runs; a second instance of the same user does not get it, whatever the environment
+/// of either. Released with the object, also when the process dies.
 class SingleInstance {
   public:
-    /// Nothing when another instance holds it.
-    static std::optional<SingleInstance> Acquire(const std::string& name);
+    /// Nothing when another instance of this user holds it. Throws std::system_error when no lock can be had.
+    static std::optional<SingleInstance> Acquire(const std::string& name) { return AcquireAt(Places(name)); }
+    /// The same at the first of `places` that is, or can be made, a file of this user's own: what another
+    /// user holds or has laid there says nothing about this user's instances.
+    static std::optional<SingleInstance> AcquireAt(const std::vector<std::string>& places);
+    /// Lock files by order of preference: in the home folder that the system has on record, which nobody else
+    /// writes and nothing tidies up, then in the folders for temporary files.
+    static std::vector<std::string> Places(const std::string& name);
     SingleInstance(SingleInstance&& other) noexcept;
     SingleInstance& operator=(SingleInstance&& other) noexcept;
     SingleInstance(const SingleInstance&) = delete;

@@ -135,6 +135,13 @@ std::string AsBytes(std::string bytes) {
     return narrow;
 }
 
+/// The folder the program was started in. Starting up changes the current folder; what the user named on the
+/// way is meant from here.
+const std::filesystem::path startFolder = [] {
+    std::error_code gone;  // a folder that was removed: then a relative name leads nowhere
+    return std::filesystem::current_path(gone);
+}();
+
 }  // namespace
 
 std::optional<RegistryValue> FindRegistryValue(std::string_view fileBytes, RegistryRoot root,
@@ -161,7 +168,7 @@ std::optional<RegistryValue> FindRegistryValue(std::string_view fileBytes, Regis
 std::string RegistryFilePath() {
     std::vector<std::string> places;
     if (const char* named = std::getenv("VORELA_REGISTRY"))
-        places.emplace_back(named);
+        places.push_back((startFolder / named).string());
     places.push_back(ApplicationFolder() + "/vorela.reg");
     places.emplace_back("/etc/vorela/vorela.reg");
     for (const std::string& place : places) {

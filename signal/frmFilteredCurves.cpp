@@ -79,16 +79,16 @@ void frmFilteredCurves::LoadInformation() {
         ui_->lblInputFlow->setText(QString::fromStdString(information.inputFlow));
         ui_->lblOutputPressure->setText(QString::fromStdString(information.outputPressure));
         ui_->lblOutputFlow->setText(QString::fromStdString(information.outputFlow));
-        for (const std::string& choice : information.passChoices)
-            ui_->cboFilter->addItem(QString::fromStdString(choice));
-        ui_->cboFilter->setCurrentIndex(CurrentParameters().filterN - 1);
+        for (const int passes : information.passChoices)
+            ui_->cboFilter->addItem(QString::number(passes), passes);
+        ui_->cboFilter->setCurrentIndex(static_cast<int>(information.storedChoice));
     });
     ShowPassBand();
     connect(ui_->cboFilter, &QComboBox::currentIndexChanged, this, &frmFilteredCurves::ShowPassBand);
 }
 
 int frmFilteredCurves::Passes() const {
-    return ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentIndex() + 1;
+    return ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentData().toInt();
 }
 
 void frmFilteredCurves::ShowPassBand() {

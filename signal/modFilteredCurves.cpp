@@ -584,8 +584,13 @@ FilterInformation GetFilterInformation() {
         information.inputFlow = choice.flow;
         information.outputPressure = FilteredPressureName(choice);
         information.outputFlow = FilteredFlowName(choice);
+        const int stored = CurrentParameters().filterN;
         for (int passes = 1; passes <= mostPasses; ++passes)
-            information.passChoices.push_back(std::to_string(passes));
+            information.passChoices.push_back(passes);
+        if (stored < 1 || stored > mostPasses)
+            information.passChoices.push_back(stored);
+        const auto entry = std::ranges::find(information.passChoices, stored);
+        information.storedChoice = static_cast<std::size_t>(entry - information.passChoices.begin());
     });
     return information;
 }

@@ -61,7 +61,9 @@ bool CreateFilteredCurvesInAll();
 /// What the dialog shows.
 struct FilterInformation {
     std::string inputPressure, inputFlow, outputPressure, outputFlow;
-    std::vector<std::string> passChoices;  ///< entries of cboFilter, entry i = i + 1 passes
+    /// Entries of cboFilter: 1, 2, 3 … passes, behind them a stored FilterN that is none of these.
+    std::vector<int> passChoices;
+    std::size_t storedChoice = 0;  ///< the entry of the stored FilterN
 };
 FilterInformation GetFilterInformation();
 

@@ -118,7 +118,9 @@ TEST_F(SelectionRoad, CurvesFilteredByTheAcquisitionSystemAreWarnedOf) {
 TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
     MakeLevels();
     ports.answers = {true, true, true};
+    CurrentParameters().filterN = 12;
     SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) {
+        EXPECT_EQ(Find<QComboBox>(dialog, "cboFilter").currentText(), "12") << "as it is stored";
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputPressure").text(), "ZG_p");
         EXPECT_EQ(Find<QLabel>(dialog, "lblOutputFlow").text(), "RTC_qs");
         EXPECT_EQ(Find<QLabel>(dialog, "lblPercentage").text(), "0%");

@@ -35,6 +35,9 @@ TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     // Keys of garbage read as 0, as every number of the settings does.
     WriteSettings("[Cursors]\nCursor1=x\n");
     EXPECT_EQ(ReadCursorSettings().cursor1, 0.0F);
+    WriteSettings("[Cursors]\nCursor1=1e39\nCursor2=-1e999\n");
+    EXPECT_EQ(ReadCursorSettings().cursor1, 33.33F);
+    EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
 }
 
 }  // namespace

@@ -64,8 +64,8 @@ TEST_F(Dravik, PresentationRecordHasItsFieldsAtTheirOffsets) {
     Write("pass.csv", "TIME,ZG\n-1.5,1\n100,2\n");
     Succeeds("import a.dk pass.csv --step 50");
     const Database database(folder.File("a.dk"), OpenMode::readOnly);
-    std::string bytes(32, 'x');
-    Item(database, "pass/_defaults_/1").Read(0, 1, bytes.data());
+    const std::vector<std::byte> record = Item(database, "pass/_defaults_/1").ReadWholeRecord(32);
+    const std::string bytes(reinterpret_cast<const char*>(record.data()), record.size());
     EXPECT_EQ(bytes.substr(0, 6), std::string("\0\0\1\0\2\0", 6)) << "not recorded, by time, two tracks";
     EXPECT_GT(bytes[9], 0x50) << "start of recording: top byte of Unix seconds, this century";
     EXPECT_EQ(bytes.substr(10), std::string("\xFE\xFF\xFF\xFF\x64\0\0\0IMPORT        ", 22))

@@ -238,7 +238,7 @@ TEST_F(FilteredCurves, InformationStatesBandAndGainAtThePeriodOfTest) {
     const FilterInformation information = GetFilterInformation();
     EXPECT_EQ(information.inputPressure, "ZG");
     EXPECT_EQ(information.outputFlow, "RTC_qs");
-    EXPECT_EQ(information.passChoices[2], "3");
+    EXPECT_EQ(information.passChoices[2], 3);
     EXPECT_THAT(GetPassBand(1).text, HasSubstr("gain 1 at 20 s"));
     EXPECT_FALSE(GetPassBand(1).warning);
 
