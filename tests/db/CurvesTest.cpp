@@ -56,6 +56,10 @@ TEST_F(Curves, ReaderInterpolatesBetweenSamplesAndHoldsTheOneBeforeForCodesBridg
     EXPECT_EQ(before.At(399), 780.0);
     for (const double nothing : {99.9, 391.0, 400.0, 409.0, lastIndex + 0.5})
         EXPECT_FALSE(linear.At(nothing)) << nothing;
+    AddCurve("L", {"UNEVEN", "", 20, [](std::int32_t t) { return 3.0 * t; }, 100, 7});
+    CurveReader uneven(*database, "L", "UNEVEN", Between::linear);
+    EXPECT_EQ(uneven.At(103), 309.0);
+    EXPECT_EQ(uneven.At(103.5), 310.5);
     EXPECT_FALSE(before.At(405));
     EXPECT_FALSE(before.At(lastIndex + 1));
 }

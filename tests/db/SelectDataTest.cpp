@@ -193,13 +193,15 @@ TEST_F(SelectData, LevelsComeOutDeepestFirstWithTheirOwnCycleNumbers) {
 TEST_F(SelectData, TheExtentIsThatOfTheFirstCurveThatAllHave) {
     CurveSpec longer = Constant("RTC", 1);
     longer.count = 80;
+    longer.step = 20;
     AddCurves("A", {Constant("ZG", 1), longer, Constant("PVLPOS", 1)});
     AddCurves("B", {longer, Constant("PVLPOS", 1)});
     ASSERT_TRUE(AppendDatasets(Read({"A"})));
     EXPECT_EQ(CurrentSelection().datasets[0].extentB, 490);
     ASSERT_TRUE(AppendDatasets(Read({"B"})));
-    EXPECT_EQ(CurrentSelection().datasets[0].extentB, 790);
-    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 790);
+    EXPECT_EQ(CurrentSelection().datasets[0].extentB, 1580);
+    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 1580);
+    EXPECT_EQ(CurrentSelection().datasets[0].step, 20);
     const auto extent = [] { return CurrentSelection().datasets[0].extentB; };
     AddCurves("C", {Constant("ADPTH", 9), Constant("ZG", 1), longer, Constant("PVLPOS", 1)});
     ASSERT_TRUE(AppendDatasets(Read({"C"})));
@@ -216,8 +218,8 @@ TEST_F(SelectData, TheExtentIsThatOfTheFirstCurveThatAllHave) {
     ASSERT_TRUE(AppendDatasets(Read({"D"})));
     SortDatasets();
     EXPECT_EQ(CommonNames()[0], "RTC") << "the order is that of the deepest level";
-    EXPECT_EQ(extent(), 790);
-    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 790);
+    EXPECT_EQ(extent(), 1580);
+    EXPECT_EQ(CurrentSelection().datasets[1].extentB, 1580);
 }
 
 TEST_F(SelectData, RemovingKeepsTheOthersAndTheLastOneEmptiesAll) {

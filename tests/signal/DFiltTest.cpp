@@ -98,6 +98,24 @@ TEST_F(SpinnerFilter, AnotherFilterAndADatasetImportedAgainStartTheCurveAnew) {
     EXPECT_EQ(ReadCurve("L", "RTC_f").samples.size(), 55U);
 }
 
+TEST_F(SpinnerFilter, ThatWasReleasedJoinsWithoutAStepWhereItGoesOn) {
+    for (const FilterType type : {square, gaussian, triangle}) {
+        const std::string level = "JOIN" + std::to_string(type);
+        MakeLevel(level, Flow(170, true));
+        SetFilter(type, 4);
+        ASSERT_TRUE(FilterDatasetFlow(0, true));
+        ResetFilterSlots();
+        Append(level, Flow(samples, true), samples - 170);
+        ASSERT_TRUE(FilterDatasetFlow(0, true));
+        const test::StoredCurve joined = ReadCurve(level, "RTC_f");
+        ASSERT_TRUE(FilterDatasetFlow(0, false));
+        const test::StoredCurve whole = ReadCurve(level, "RTC_f");
+        ASSERT_EQ(joined.samples.size(), whole.samples.size());
+        for (std::size_t i = 0; i < whole.samples.size(); ++i)
+            EXPECT_FLOAT_EQ(joined.samples[i].value_or(-1.0F), whole.samples[i].value_or(-1.0F)) << i;
+    }
+}
+
 TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwriting) {
     MakeLevel("L", Flow());
     const auto input = ReadCurve("L", "RTC").samples;

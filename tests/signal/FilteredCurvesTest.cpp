@@ -122,21 +122,22 @@ TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
 
 TEST_F(FilteredCurves, ByBandPassAreBlankedHalfAKernelAndValidBetween) {
     CurrentParameters().bandPass = 1;
+    CurrentParameters().period = 20.09;
     std::vector<CurveSpec> level = Level(1001);
     for (CurveSpec& curve : level)
         curve.step = 20;
     SelectLevel(level);
     ASSERT_TRUE(CreateFilteredCurves(0, false));
-    // The step enters in hundredths. Kernel 1 × 20 × 20 = 400 samples: 200 zeros at the start, 201 at the
-    // end.
-    EXPECT_THAT(GetPassBand(1).text, HasSubstr("periods from 40 s to 160 s"));
+    // The step enters in hundredths. Kernel 1 × 20.09 × 20 = 401.8, rounded 402 samples: 201 zeros at the
+    // start, 202 at the end.
+    EXPECT_THAT(GetPassBand(1).text, HasSubstr("periods from 40.2 s to 160.7 s"));
     const StoredCurve output = Filtered();
     ASSERT_EQ(output.samples.size(), 1001);
-    EXPECT_EQ(output.info.validFirst, 500 + 200 * 20);
-    EXPECT_EQ(output.info.validLast, 500 + 799 * 20);
-    EXPECT_EQ(output.info.made, "band pass, filter N 1, period 20 s");
+    EXPECT_EQ(output.info.validFirst, 500 + 201 * 20);
+    EXPECT_EQ(output.info.validLast, 500 + 798 * 20);
+    EXPECT_EQ(output.info.made, "band pass, filter N 1, period 20.09 s");
     for (std::size_t k = 0; k < 1001; ++k)
-        EXPECT_EQ(*output.samples[k] == 0.0F, k < 200 || k >= 800) << k;
+        EXPECT_EQ(*output.samples[k] == 0.0F, k < 201 || k >= 799) << k;
 }
 
 TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
