@@ -108,6 +108,12 @@ void ClearResults(CycleRecord& cycles, std::size_t entry) {
     Store(cycles, entry, EntryResults{}, false);
 }
 
+/// The results of all real cycles: none may be left of other curves or another filter.
+void ClearRealCycles(CycleRecord& cycles) {
+    for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n)
+        ClearResults(cycles, static_cast<std::size_t>(n) - 1);
+}
+
 /// Period of cycle n (1-based), stored at its entry: the distance to the next boundary, or the period of
 /// test.
 double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
@@ -146,27 +152,36 @@ class Analyser {
   public:
     Analyser(CycleCurves& curves, std::int16_t step) : curves_(curves), step_(step) {}
 
-    /// Cycle n (1-based) of the record: period, results where all three curves cover it.
+    /// Cycle n (1-based) of the record: period, results where all three curves cover it. What stands at its
+    /// entry is of the same curves, or blank. A cycle that cannot be computed throws; its entry is blank
+    /// then.
     Coverage AnalyseEntry(CycleRecord& cycles, std::int64_t n) {
         const double period = MeasurePeriod(cycles, n);
         const auto entry = static_cast<std::size_t>(n - 1);
-        ClearResults(cycles, entry);
+        const bool valveKnown = cycles.analysed[entry] == 0 && cycles.valve[entry].magnitude > 0.0;
         const std::int32_t a = cycles.start[entry];
-        const Span span{PointsPerCycle(step_, period), a,
-                        RoundTo<std::int32_t>(a + period * indexUnitsPerSecond, "Resample")};
-        EntryResults results;
-        const Coverage coverage = AnalyseSpan(span, results);
-        Store(cycles, entry, results, HasResults(coverage));
-        return coverage;
+        try {
+            const Span span{PointsPerCycle(step_, period), a,
+                            RoundTo<std::int32_t>(a + period * indexUnitsPerSecond, "Resample")};
+            // A cycle that goes on waiting costs nothing: the valve's curve does not change any more.
+            if (valveKnown && WorstCoverage(span) == Coverage::later)
+                return Coverage::later;
+            EntryResults results;
+            const Coverage coverage = AnalyseSpan(span, results);
+            Store(cycles, entry, results, HasResults(coverage));
+            return coverage;
+        } catch (...) {
+            ClearResults(cycles, entry);
+            throw;
+        }
     }
 
     /// Results are complete where HasResults; otherwise they hold the valve alone, where it is known.
     Coverage AnalyseSpan(const Span& span, EntryResults& results) {
         const std::int32_t last = PointIndices(span).Last();
-        reference_.For(span.n);
         const Coverage valveCoverage = CoverageOf(curves_.valve, span.a, last);
-        const Coverage coverage = std::max({valveCoverage, CoverageOf(curves_.pressure, span.a, last),
-                                            CoverageOf(curves_.flow, span.a, last)});
+        const Coverage coverage = WorstCoverage(span);
+        reference_.For(span.n);
         std::optional<Harmonic> valve, pressure, flow;
         if (valveCoverage == Coverage::whole)
             valve = HarmonicOf(span, curves_.valve);
@@ -185,6 +200,12 @@ class Analyser {
     }
 
   private:
+    Coverage WorstCoverage(const Span& span) const {
+        const std::int32_t last = PointIndices(span).Last();
+        return std::max({CoverageOf(curves_.valve, span.a, last), CoverageOf(curves_.pressure, span.a, last),
+                         CoverageOf(curves_.flow, span.a, last)});
+    }
+
     std::optional<Harmonic> HarmonicOf(const Span& span, CurveReader& curve) const {
         const auto signal = Resample(span.n, span.a, span.b, curve);
         if (!signal)
@@ -207,12 +228,67 @@ class Analyser {
     Reference reference_;
 };
 
+// --- What cannot be computed ---
+
+/// An error of the computation itself, which costs its cycle only. What cannot be read or held is a fault of
+/// the run.
+bool IsOfTheComputation(const RunTimeError& error) {
+    return error.number == error_number::invalidProcedureCall || error.number == error_number::overflow ||
+           error.number == error_number::subscriptOutOfRange || error.number == error_number::divisionByZero;
+}
+
+void ReportNow(const char* step, RunTimeError error) {
+    SetCurrentError(std::move(error));
+    ReportError(step);
+    ClearCurrentError();
+}
+
+/// The cycles of one run that cannot be computed: told at the end, one report for each cause.
+class UncomputableCycles {
+  public:
+    explicit UncomputableCycles(std::string dataset) : dataset_(std::move(dataset)) {}
+
+    void Add(std::int32_t cycle, const RunTimeError& error) {
+        const auto same = std::ranges::find_if(causes_, [&](const Cause& cause) {
+            return cause.error.number == error.number && cause.error.description == error.description;
+        });
+        (same == causes_.end() ? causes_.emplace_back(Cause{error, {}}) : *same).cycles.push_back(cycle);
+    }
+
+    void Report() const {
+        for (const auto& [error, cycles] : causes_)
+            ReportNow(step::analysingCycle, {error.number, error.source,
+                                             "Dataset " + dataset_ + ", " + Listed(cycles) +
+                                                 " without results: " + error.description});
+    }
+
+  private:
+    struct Cause {
+        RunTimeError error;
+        std::vector<std::int32_t> cycles;
+    };
+
+    static std::string Listed(const std::vector<std::int32_t>& cycles) {
+        constexpr std::size_t mostNamed = 12;
+        std::string text = cycles.size() == 1 ? "cycle " : "cycles ";
+        for (std::size_t i = 0; i < std::min(cycles.size(), mostNamed); ++i)
+            text += (i > 0 ? ", " : "") + std::to_string(cycles[i]);
+        return cycles.size() > mostNamed
+                   ? text + " and " + std::to_string(cycles.size() - mostNamed) + " more"
+                   : text;
+    }
+
+    std::string dataset_;
+    std::vector<Cause> causes_;
+};
+
 /// What the window entry was last calculated from, and its results.
 struct WindowState {
     Span span;
     std::string curves;
     Coverage coverage = Coverage::later;
     EntryResults results;
+    std::string fault{};  ///< why it could not be computed: told once, however often it is tried
 };
 
 /// What the analysis remembers of a dataset between two extensions, so that a tick costs what is new.
@@ -279,10 +355,11 @@ std::string BasisOf(const CycleCurves& curves) {
     return IdentityOf(curves) + (parameters.usePeriodInMatch != 0 ? ShortestText(parameters.period) : "");
 }
 
-void PutOff(const CycleRecord& cycles, const std::string& basis, RecordState& state) {
+void PutOff(CycleRecord& cycles, const std::string& basis, RecordState& state) {
     if (state.basis == basis)
         return;
     state.basis = basis;
+    ClearRealCycles(cycles);
     state.pending.resize(static_cast<std::size_t>(cycles.RealCycles()));
     std::iota(state.pending.begin(), state.pending.end(), 1);
 }
@@ -304,34 +381,56 @@ void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& wi
         window.results = EntryResults{};
 }
 
+/// The same; a window that cannot be computed has no results, which is told once.
+void UpdateWindow(std::size_t dataset, CycleCurves& curves, WindowState& window) {
+    const std::string told = window.fault;
+    try {
+        UpdateWindowState(dataset, curves, window);
+    } catch (const RunTimeError& error) {
+        if (!IsOfTheComputation(error))
+            throw;
+        window = WindowState{};
+        window.fault =
+            "Dataset " + DatasetAt(dataset).dataset + ", window without results: " + error.description;
+        if (window.fault != told)
+            ReportNow(step::analysingWindow, {error.number, error.source, window.fault});
+    }
+}
+
 void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& window) {
     if (count > 0)
         Store(cycles, static_cast<std::size_t>(count) - 1, window.results, HasResults(window.coverage));
 }
 
-/// Cycles that were waiting for their curves, oldest first. One that still waits ends the pass: those behind
-/// it end later. A cycle that cannot be calculated is reported once and stays without results; one that could
-/// not be read is tried again by the next run. False when either happened.
+/// Cycles that were waiting for their curves, oldest first. One that cannot be computed is reported once and
+/// stays without results; one that could not be read is tried again by the next run, and makes this one
+/// false.
 bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std::int32_t>& pending) {
     Analyser analyser(curves, record.step);
+    UncomputableCycles uncomputable(record.dataset);
+    std::optional<RunTimeError> unread;
     std::vector<std::int32_t> left;
-    bool allWell = true;
-    std::size_t done = 0;
-    for (; done < pending.size(); ++done) {
-        const auto coverage = Attempt(step::analysingCycle, std::optional<Coverage>{}, [&] {
-            return std::optional(analyser.AnalyseEntry(record.cycles, pending[done]));
-        });
-        const int error = CurrentError().number;
-        allWell = allWell && coverage.has_value();
-        if (coverage == Coverage::later || error == error_number::deviceIo ||
-            error == error_number::outOfMemory)
-            break;
-        if (coverage == Coverage::provisional)
-            left.push_back(pending[done]);
+    for (const std::int32_t n : pending) {
+        try {
+            const Coverage coverage = analyser.AnalyseEntry(record.cycles, n);
+            if (coverage == Coverage::later || coverage == Coverage::provisional)
+                left.push_back(n);
+        } catch (...) {
+            const RunTimeError error = ErrorFromCurrentException("modMatchFilter");
+            if (IsOfTheComputation(error)) {
+                uncomputable.Add(n, error);
+                continue;
+            }
+            left.push_back(n);
+            if (!unread)
+                unread = error;
+        }
     }
-    left.insert(left.end(), pending.begin() + static_cast<std::ptrdiff_t>(done), pending.end());
     pending = std::move(left);
-    return allWell;
+    uncomputable.Report();
+    if (unread)
+        ReportNow(step::analysingCycle, *unread);
+    return !unread;
 }
 
 bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
@@ -370,7 +469,7 @@ bool OnFinished(std::size_t dataset) {
         CycleCurves curves = AttachCurves(database, dataset, record.cycleSource);
         PutOff(record.cycles, BasisOf(curves), state);
         const bool allWell = AnalysePending(record, curves, state.pending);
-        UpdateWindowState(dataset, curves, state.window);
+        UpdateWindow(dataset, curves, state.window);
         StoreWindow(record.cycles, record.cycles.count, state.window);
         return allWell;
     });
@@ -384,18 +483,14 @@ bool Recalculate(std::size_t dataset, CycleSource source) {
         if (!database.IsOpen())
             return false;
         CycleCurves curves = AttachCurves(database, dataset, source);
-        Analyser analyser(curves, record.step);
-        CycleRecord cycles = record.cycles;
+        DatasetRecord fresh = record;
         RecordState state;
-        state.basis = BasisOf(curves);
-        for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n) {
-            const Coverage coverage = analyser.AnalyseEntry(cycles, n);
-            if (coverage == Coverage::later || coverage == Coverage::provisional)
-                state.pending.push_back(n);
-        }
-        UpdateWindowState(dataset, curves, state.window);
-        StoreWindow(cycles, cycles.count, state.window);
-        record.cycles = std::move(cycles);
+        PutOff(fresh.cycles, BasisOf(curves), state);
+        if (!AnalysePending(fresh, curves, state.pending))
+            return false;
+        UpdateWindow(dataset, curves, state.window);
+        StoreWindow(fresh.cycles, fresh.cycles.count, state.window);
+        record.cycles = std::move(fresh.cycles);
         record.cycleSource = source;
         StateOf(record) = std::move(state);
         return true;
@@ -461,8 +556,11 @@ std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append,
     const bool done = Attempt(step::analysingCycle, [&] {
         DatasetRecord& record = DatasetAt(dataset);
         const std::int64_t n = append ? record.cycles.count : cycleNumber;
-        if (n > 0)
-            Analyser(curves, record.step).AnalyseEntry(record.cycles, n);
+        if (n <= 0)
+            return;
+        if (n < static_cast<std::int64_t>(record.cycles.start.size()))
+            ClearResults(record.cycles, static_cast<std::size_t>(n) - 1);
+        Analyser(curves, record.step).AnalyseEntry(record.cycles, n);
     });
     const std::int32_t status = done ? 0 : CurrentError().number;
     if (append && dataset < CurrentSelection().datasets.size())
@@ -477,7 +575,7 @@ bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag) {
         if (count <= 0)
             return;
         WindowState window;
-        UpdateWindowState(dataset, curves, window);
+        UpdateWindow(dataset, curves, window);
         StoreWindow(cycles, count, window);
     });
 }

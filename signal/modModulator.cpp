@@ -104,13 +104,19 @@ class ToolCurves {
         double changeTimer = 0;
         double timer = 0;
         if (!code_.Fetch(index, code) || !changeTimer_.Fetch(index, changeTimer) ||
-            !timer_.Fetch(index, timer) || !std::isfinite(code) || !std::isfinite(changeTimer) ||
-            !std::isfinite(timer))
+            !timer_.Fetch(index, timer) || !IsOfTheTool(code) || !IsOfTheTool(changeTimer) ||
+            !IsOfTheTool(timer))
             return std::nullopt;
         return Sample{RoundTo<std::int32_t>(code, "Valve position code"), changeTimer, timer};
     }
 
   private:
+    /// A disturbed sample counts as one that cannot be read: it must not cost the others.
+    static bool IsOfTheTool(double value) {
+        constexpr double farBeyondTheTool = 1e9;
+        return std::isfinite(value) && std::abs(value) < farBeyondTheTool;
+    }
+
     CurveReader code_;
     CurveReader changeTimer_;
     CurveReader timer_;
@@ -134,10 +140,14 @@ bool Walk(ToolCurves& tool, WalkState& state, std::vector<Change>& changes, RunP
             state.lastCode = sample->code;
         if (sample->code == *state.lastCode)
             continue;
-        const std::int32_t at =
-            CheckedNarrow<std::int32_t>(t - ElapsedTicks(sample->changeTimer, sample->timer), "Valve change");
-        changes.push_back({state.lastChange.value_or(tool.First()), at, *state.lastCode, sample->code});
-        state.lastChange = at;
+        // A change cannot lie behind the sample that shows it: such timers are disturbed, and the next sample
+        // tells.
+        const std::int64_t at = t - ElapsedTicks(sample->changeTimer, sample->timer);
+        if (at > t || at < std::numeric_limits<std::int32_t>::min())
+            continue;
+        const auto change = static_cast<std::int32_t>(at);
+        changes.push_back({state.lastChange.value_or(tool.First()), change, *state.lastCode, sample->code});
+        state.lastChange = change;
         state.lastCode = sample->code;
     }
     return to < last;
@@ -372,8 +382,8 @@ bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, co
     }
     const StatusScope status(recalculatingStatus);
     bool done = true;
-    for (std::size_t i = 0; done && i < datasets.size(); ++i)
-        done = !Analysis().recalculate || Analysis().recalculate(i, source);
+    for (std::size_t i = 0; i < datasets.size(); ++i)
+        done = (!Analysis().recalculate || Analysis().recalculate(i, source)) && done;
     return done;
 }
 
@@ -441,10 +451,11 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
         if (!FilteredCurvesAreThere())
             return false;
         const StatusScope status(creatingStatus);
+        // A dataset that fails has its report; it costs neither the others nor the knowledge of their curves.
+        bool done = true;
         for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
-            if (!FindOrMakeCycles(i, askBeforeOverwriting))
-                return false;
-        return RefreshCommonCurves();
+            done = FindOrMakeCycles(i, askBeforeOverwriting) && done;
+        return RefreshCommonCurves() && done;
     });
 }
 

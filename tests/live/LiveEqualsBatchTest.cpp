@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <random>
 
 #include "BuildPaths.h"
@@ -14,6 +15,7 @@
 namespace vorela {
 namespace {
 
+using test::CurveSpec;
 using test::Outcome;
 using test::Recording;
 using test::TestPlan;
@@ -76,7 +78,7 @@ TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
     Use(c.way, plan.periodSeconds);
     if (c.way.bandPass && c.way.filterN > 1)
         plan.samples += 400;  // the long kernel leaves little of a short test
-    const auto curves = CurvesOf(plan);
+    const auto curves = test::CurvesOf(plan);
     bool restarted = false;
     bool created = false;
     const Outcome live = Follow(curves, c.piece, [&](int written) {
@@ -111,6 +113,51 @@ std::vector<Case> Cases() {
     return cases;
 }
 INSTANTIATE_TEST_SUITE_P(Pieces, LiveEqualsBatch, ::testing::ValuesIn(Cases()));
+
+TEST_F(LiveEqualsBatchTest, WhenTheNumberOfPassesChangesOnTheWay) {
+    const auto curves = test::CurvesOf({.samples = 900});
+    Use(difference1, TestPlan{}.periodSeconds);
+    const Outcome live = Follow(curves, periodLessOne, [](int written) {
+        CurrentParameters().filterN = written > 700 ? 3 : 1;  // cycles that were covered are so no longer
+        return true;
+    });
+    ExpectSame(live, curves);
+}
+
+// A code that is wrong for one sample makes a boundary at the same time as the one before; a code or timer
+// that no tool has, and a change that would lie in the future, tell nothing.
+TEST_F(LiveEqualsBatchTest, WithDisturbedToolSamplesThatCostOneCycleOnly) {
+    auto curves = test::CurvesOf({.samples = 900});
+    for (CurveSpec& curve : curves) {
+        const std::map<std::string, std::map<std::int32_t, double>> disturbed{
+            {"PVLID", {{3000, 1}, {4100, 1e20}, {4600, 2}}},
+            {"PVLIDT", {{4600, 3e5}}},
+            {"PVLT", {{4900, -4e12}}}};
+        if (const auto found = disturbed.find(curve.name); found != disturbed.end())
+            curve.value = [values = found->second, plain = curve.value](std::int32_t t) {
+                return values.contains(t) ? values.at(t) : plain(t);
+            };
+    }
+    for (const Way& way : {difference1, bandPass1}) {
+        for (const int piece : {3, periodLessOne}) {
+            Use(way, TestPlan{}.periodSeconds);
+            const Outcome live = Follow(curves, piece);
+            EXPECT_EQ(live.cycles.start[3], live.cycles.start[4]);
+            EXPECT_EQ(live.cycles.RealCycles(), 11);
+            for (const std::size_t n : {2, 3, 4, 5, 6})
+                EXPECT_EQ(live.cycles.analysed[n], n != 3) << n;
+            EXPECT_THAT(
+                ports.TakeBox().text,
+                testing::ContainsRegex("Analysing cycle: Dataset .*, cycle 4 without results: Division"));
+            ExpectOneRun(live, curves);
+            ports.TakeBox();
+            EXPECT_TRUE(RecalculateWithMotorPosition());
+            EXPECT_EQ(CurrentSelection().datasets[0].cycles.analysed[3], 0);
+            EXPECT_EQ(CurrentSelection().datasets[0].cycles.analysed[4], 1);
+            EXPECT_THAT(ports.TakeBox().text, testing::HasSubstr(", cycle 4 without results"));
+        }
+    }
+}
 
 /// Levels recorded one after the other, or side by side: each pass advances the first pending one only.
 TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
@@ -225,7 +272,7 @@ TEST_F(LiveEqualsBatchTest, forRecordingsThatStandInThePlaceOfDerivedCurves) {
 /// What was analysed before the change of a parameter is analysed anew: no mixture of two filters.
 TEST_F(LiveEqualsBatchTest, afterParametersWereChangedOnTheWay) {
     const TestPlan plan;
-    const auto curves = CurvesOf(plan);
+    const auto curves = test::CurvesOf(plan);
     const struct {
         Way way;
         double period;
