@@ -37,9 +37,8 @@ struct EntryPair {
 };
 
 // The limit is crosswise: when the selected cycle of level 2 lies beyond its record, it is level 1 that is
-// put at level 2's count, while level 2 stays outside and ends the computation with a subscript error. An
-// interval with a level whose choice does not exist is meant to be told, not to be shown with numbers of
-// another cycle.
+// put at level 2's count, while level 2 stays outside. An interval with a level whose choice does not exist
+// is meant to stay without numbers and be told, not to be shown with those of another cycle.
 EntryPair LimitedEntries(const CycleRecord& level1, const CycleRecord& level2) {
     EntryPair entries{std::int64_t{level1.selectedCycle} - 1, std::int64_t{level2.selectedCycle} - 1};
     if (entries.level1 > level1.count)
@@ -57,14 +56,15 @@ IntervalRecord LabelledInterval(const DatasetRecord& level1, const DatasetRecord
     return interval;
 }
 
-/// Inputs of an interval; false when a selected entry has no results.
-bool FillInputs(IntervalRecord& interval, const CycleRecord& level1, const CycleRecord& level2) {
+bool HasResults(const CycleRecord& cycles, std::int64_t entry) {
+    return entry < std::ssize(cycles.analysed) && cycles.analysed[static_cast<std::size_t>(entry)] != 0;
+}
+
+/// Inputs of an interval; none when a selected entry has no results.
+void FillInputs(IntervalRecord& interval, const CycleRecord& level1, const CycleRecord& level2) {
     const EntryPair entries = LimitedEntries(level1, level2);
-    // Level 2 first: a choice beyond its record is told also where the entry that level 1 was put at is
-    // blank.
-    if (CheckedAt(level2.analysed, entries.level2, source) == 0 ||
-        CheckedAt(level1.analysed, entries.level1, source) == 0)
-        return false;
+    if (!HasResults(level1, entries.level1) || !HasResults(level2, entries.level2))
+        return;
     interval.hpi1 = CheckedAt(level1.ratio, entries.level1, source);
     interval.phase1 = CheckedAt(level1.phaseLag, entries.level1, source);
     interval.hpi2 = CheckedAt(level2.ratio, entries.level2, source);
@@ -76,7 +76,20 @@ bool FillInputs(IntervalRecord& interval, const CycleRecord& level1, const Cycle
     interval.compressibility = parameters.compressibility;
     interval.spinnerType = parameters.spinner;
     interval.hasInputs = true;
-    return true;
+}
+
+/// What is the matter with a level's selected entry; "" when it has results.
+std::string SelectionFault(const CycleRecord& cycles) {
+    const std::string number = std::to_string(cycles.selectedCycle);
+    if (cycles.RealCycles() == 0)
+        return "no whole cycle yet";
+    if (cycles.selectedCycle < 1)
+        return "no cycle is selected";
+    if (cycles.selectedCycle > cycles.count)
+        return "there is no cycle " + number + ", only " + std::to_string(cycles.RealCycles());
+    if (HasResults(cycles, cycles.selectedCycle - 1))
+        return "";
+    return cycles.ShowsWindow() ? "the window has no results" : "cycle " + number + " has no results";
 }
 
 Complex FromPolar(double magnitude, double phaseDegrees) {
@@ -172,6 +185,15 @@ void WithIntervalNamed(const std::string& label, const std::function<void()>& bo
     }
 }
 
+std::vector<std::string> ResultHints() {
+    std::vector<std::string> hints;
+    for (const DatasetRecord& record : CurrentSelection().datasets)
+        if (record.cycles.count > 0)
+            if (const std::string fault = SelectionFault(record.cycles); !fault.empty())
+                hints.push_back(record.dataset + ": " + fault);
+    return hints;
+}
+
 bool GetIntervalInformation() {
     return Attempt(step::gettingIntervalInformation, [] {
         const StatusScope status(step::gettingIntervalInformation);
@@ -181,22 +203,16 @@ bool GetIntervalInformation() {
         if (datasets.empty() || !LevelsAreReady(datasets))
             return;
         intervals.resize(datasets.size());
-        for (std::size_t i = 1; i < datasets.size(); ++i)
+        for (std::size_t i = 1; i < datasets.size(); ++i) {
             intervals[i] = LabelledInterval(datasets[i], datasets[i - 1]);
-        bool filled = true;
-        for (std::size_t i = 1; filled && i < datasets.size(); ++i)
-            WithIntervalNamed(intervals[i].label, [&] {
-                filled = FillInputs(intervals[i], datasets[i].cycles, datasets[i - 1].cycles);
-            });
-        if (!filled) {
-            intervals.clear();
-            return;
+            FillInputs(intervals[i], datasets[i].cycles, datasets[i - 1].cycles);
         }
         for (std::size_t i = 1; i < intervals.size(); ++i)
-            WithIntervalNamed(intervals[i].label, [&] {
-                ComputeIntervalOutputs(intervals[i]);
-                ComputeReservoirOutputs(intervals[i]);
-            });
+            if (intervals[i].hasInputs)
+                WithIntervalNamed(intervals[i].label, [&] {
+                    ComputeIntervalOutputs(intervals[i]);
+                    ComputeReservoirOutputs(intervals[i]);
+                });
     });
 }
 

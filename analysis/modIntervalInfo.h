@@ -22,7 +22,7 @@ std::optional<std::size_t> SelectedEntry(std::size_t dataset);
 /// them from being reached.
 struct IntervalRecord {
     std::string label;              ///< "depth2 to depth1"
-    bool hasInputs = false;         ///< the values below hold; false where an error came before them
+    bool hasInputs = false;         ///< the values below hold; false where a selected cycle has no results
     double hpi1 = 0, hpi2 = 0;      ///< rps/psi
     double phase1 = 0, phase2 = 0;  ///< degrees
     std::optional<double> intervalHpi, intervalPhase;  ///< rps/psi, degrees −180 … 180
@@ -46,6 +46,10 @@ bool GetIntervalInformation();
 /// Runs `body` for one interval. A run-time error of it goes on with the interval's label in its description:
 /// in a list of intervals the user has to know whose parameters to look at.
 void WithIntervalNamed(const std::string& label, const std::function<void()>& body);
+
+/// One line for each level with cycles whose selected entry has no results, "LEVEL2: there is no cycle 9,
+/// only 5": its rows are empty. Tells how things stand now; empty when all is well.
+std::vector<std::string> ResultHints();
 
 namespace step {
 inline constexpr const char* gettingIntervalInformation = "Getting interval information";

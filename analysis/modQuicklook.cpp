@@ -49,6 +49,26 @@ void ComputeOutputs(QuicklookRecord& record) {
     record.surfaceHpi = CheckedDivide(hpi, record.b0, source);
 }
 
+/// An interval whose values have no logarithm, say, costs itself only: the first error goes on once the
+/// others are computed.
+void ComputeAll(std::vector<QuicklookRecord>& records) {
+    std::optional<RunTimeError> first;
+    for (std::size_t i = 1; i < records.size(); ++i) {
+        if (!records[i].reservoirHpi || !records[i].reservoirPhase)
+            continue;  // the interval has been told of
+        try {
+            WithIntervalNamed(records[i].label, [&] { ComputeOutputs(records[i]); });
+        } catch (const RunTimeError& error) {
+            if (!first)
+                first = error;
+            else
+                first->description += "; " + error.description;
+        }
+    }
+    if (first)
+        throw RunTimeError{*first};
+}
+
 }  // namespace
 
 std::vector<QuicklookRecord>& CurrentQuicklook() {
@@ -66,11 +86,7 @@ bool GetQuicklookInformation() {
         records.resize(1);
         for (std::size_t i = 1; i < CurrentIntervals().size(); ++i)
             records.push_back(RecordOf(i));
-        for (std::size_t i = 1; i < records.size(); ++i) {
-            if (!records[i].reservoirHpi || !records[i].reservoirPhase)
-                return;  // the intervals ended here, with their own report
-            WithIntervalNamed(records[i].label, [&] { ComputeOutputs(records[i]); });
-        }
+        ComputeAll(records);
     });
 }
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
 #include "app/StartUp.h"
@@ -286,6 +287,8 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
         ChooseCycles(*options.cycle);
     ShownChoice() = {options.level.value_or(1) - 1, options.interval.value_or(1)};
     const bool computed = RefreshGrids();
+    for (const std::string& hint : ResultHints())
+        Say(hint);
     const bool written = WriteResults(options);
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
     return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;
