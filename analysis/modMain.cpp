@@ -190,7 +190,7 @@ void FillLevel(ResultGrid& grid, std::size_t dataset) {
               {record.database, record.dataset, record.pendingFlag != 0 ? "TRUE" : "FALSE",
                std::to_string(cycles.RealCycles())});
     PutValues(grid, levelCycleNumberRow,
-              {cycles.IsWindow(cycles.selectedCycle) ? windowText : std::to_string(cycles.selectedCycle)});
+              {cycles.ShowsWindow() ? windowText : std::to_string(cycles.selectedCycle)});
     if (const auto entry = SelectedEntry(dataset))
         PutValues(grid, 8, EntryTexts(cycles, *entry));
     PutValues(grid, 17, {CellText(CurrentParameters().period)});
@@ -378,9 +378,9 @@ bool ChooseCycle(std::size_t dataset, std::size_t entry) {
     CycleRecord& cycles = CurrentSelection().datasets[dataset].cycles;
     if (cycles.count <= 0 || entry >= static_cast<std::size_t>(cycles.count))
         return false;
-    cycles.selectedCycle = static_cast<std::int32_t>(entry) + 1;
-    cycles.windowSelected = cycles.IsWindow(cycles.selectedCycle);
-    SetCycleNumber(dataset, cycles.selectedCycle);
+    const std::int32_t number = static_cast<std::int32_t>(entry) + 1;
+    SelectCycle(cycles, cycles.IsWindow(number) ? windowCycleNumber : number);
+    SetCycleNumber(dataset, cycles.windowSelected ? windowCycleNumber : number);
     return FillLevelGrid();
 }
 

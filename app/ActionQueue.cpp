@@ -1,13 +1,16 @@
 #include "app/ActionQueue.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "analysis/modMain.h"
 #include "db/AnalysisClaim.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
+#include "db/modSelectData.h"
 #include "general/modGeneral.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
@@ -36,6 +39,30 @@ bool ExtendCurves(std::size_t index) {
     return filtered && valve && flow;
 }
 
+std::vector<std::string> DerivedCurves() {
+    const CurveChoice& choice = CurrentSelection().choice;
+    return {FilteredPressureName(choice), FilteredFlowName(choice), curve::valveSignal,
+            DravikFilteredFlowName(choice)};
+}
+
+/// Curves that the extension has made are known from now on, and are told once.
+void LearnOfNewCurves(std::size_t index) {
+    const auto known = [&](const std::string& name) {
+        return std::ranges::count(CurrentSelection().datasets[index].curves, name) > 0;
+    };
+    std::vector<std::string> absent = DerivedCurves();
+    std::erase_if(absent, known);
+    if (absent.empty() || !RefreshCommonCurves())
+        return;
+    std::string made;
+    for (const std::string& name : absent)
+        if (known(name))
+            made += (made.empty() ? "" : ", ") + name;
+    if (!made.empty())
+        CurrentPorts().status->SetText("Following " + CurrentSelection().datasets[index].dataset + " made " +
+                                       made);
+}
+
 /// The presentation is read before the extent: when it says that the recording has ended, the extent is the
 /// last one.
 bool ExtendToRecorded(std::size_t index) {
@@ -52,7 +79,8 @@ bool ExtendToRecorded(std::size_t index) {
     if (growth == Growth::failed)
         return false;
     record.extensionOwed = !ExtendCurves(index);
-    return !record.extensionOwed;
+    LearnOfNewCurves(index);
+    return !datasets[index].extensionOwed;
 }
 
 void RefreshSelectedTab(const ActionQueueView& view) {

@@ -51,10 +51,10 @@ TextTable LevelRows() {
     for (std::size_t i = 0; i < datasets.size(); ++i) {
         const CycleRecord& cycles = datasets[i].cycles;
         const LevelOutputs outputs = GetLevelOutputs(i);
-        rows.push_back(
-            {datasets[i].dataset, FormatNumber(datasets[i].sortKey), std::to_string(cycles.RealCycles()),
-             cycles.IsWindow(cycles.selectedCycle) ? "Window" : std::to_string(cycles.selectedCycle),
-             Cell(outputs.hpi), Cell(outputs.phaseLag)});
+        rows.push_back({datasets[i].dataset, FormatNumber(datasets[i].sortKey),
+                        std::to_string(cycles.RealCycles()),
+                        cycles.ShowsWindow() ? "Window" : std::to_string(cycles.selectedCycle),
+                        Cell(outputs.hpi), Cell(outputs.phaseLag)});
     }
     return rows;
 }

@@ -35,11 +35,14 @@ Selection& CurrentSelection() {
     return selection;
 }
 
+void SelectCycle(CycleRecord& cycles, std::int32_t cycleNumber) {
+    cycles.windowSelected = cycleNumber == windowCycleNumber;
+    cycles.selectedCycle = cycles.windowSelected ? std::max(cycles.count, 1) : cycleNumber;
+}
+
 void ResetCycles(CycleRecord& cycles, std::int32_t selectedCycle) {
-    const bool windowSelected = cycles.windowSelected;
     cycles = CycleRecord{};
-    cycles.selectedCycle = selectedCycle;
-    cycles.windowSelected = windowSelected;
+    SelectCycle(cycles, selectedCycle);
 }
 
 void AppendCycle(CycleRecord& cycles) {

@@ -25,6 +25,10 @@ struct Harmonic {
     double magnitude = 0.0;
 };
 
+/// The selected cycle number that stands for the window: its entry moves as cycles are added, and a number
+/// would be that of a cycle the next time.
+inline constexpr std::int32_t windowCycleNumber = -1;
+
 /// How the cycle information of a dataset was last calculated.
 enum class CycleSource { none, filtered, unfiltered, motorPosition };
 
@@ -49,10 +53,13 @@ struct CycleRecord {
     std::int32_t RealCycles() const { return count > 0 ? count - 1 : 0; }
     /// True when `cycleNumber` (1-based) is the window entry.
     bool IsWindow(std::int32_t cycleNumber) const { return count > 0 && cycleNumber == count; }
+    /// The selection is the window, also while there is no cycle yet.
+    bool ShowsWindow() const { return windowSelected || IsWindow(selectedCycle); }
 };
 
-/// Empties the record to one blank element. A chosen window stays chosen: it is the window again as cycles
-/// come.
+/// Selects a cycle by its number, or the window by windowCycleNumber.
+void SelectCycle(CycleRecord& cycles, std::int32_t cycleNumber);
+/// Empties the record to one blank element and selects; the window is the window as cycles come.
 void ResetCycles(CycleRecord& cycles, std::int32_t selectedCycle);
 /// Raises the count by one and every array to count + 1 elements; keeps a selected window the window.
 void AppendCycle(CycleRecord& cycles);

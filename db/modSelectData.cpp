@@ -547,11 +547,8 @@ void SortDatasets() {
             }
         }
         // Cycle numbers belong to levels, which are counted in the new order.
-        for (std::size_t i = 0; i < datasets.size(); ++i) {
-            CycleRecord& cycles = datasets[i].cycles;
-            cycles.selectedCycle =
-                cycles.windowSelected && cycles.count > 0 ? cycles.count : SelectedCycleOf(i);
-        }
+        for (std::size_t i = 0; i < datasets.size(); ++i)
+            SelectCycle(datasets[i].cycles, SelectedCycleOf(i));
         FollowCommonCurves();
     });
 }

@@ -1,4 +1,5 @@
 #include <unistd.h>
+#include <algorithm>
 
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
@@ -74,6 +75,8 @@ TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisible
     EXPECT_FALSE(HasCurve("LEVEL0", "PVLSIG"));
     EXPECT_TRUE(HasCurve("LEVEL1", "PVLSIG"));
     EXPECT_FALSE(HasCurve("LEVEL2", "PVLSIG"));
+    EXPECT_EQ(std::ranges::count(CurrentSelection().datasets[1].curves, "PVLSIG"), 1) << "known at once";
+    EXPECT_EQ(std::ranges::count(ports.statusTexts, "Following LEVEL1 made ZG_p, RTC_qs, PVLSIG, RTC_f"), 1);
 }
 
 TEST_F(ActionQueueTest, aSelectionBringsAllCurvesOfAnEarlierSessionUpToTheRecording) {
@@ -167,10 +170,15 @@ TEST_F(ActionQueueTest, keepsTheWindowSelectedAsCyclesAreAdded) {
     EXPECT_TRUE(Pass(1));
     EXPECT_GT(cycles.count, before);
     EXPECT_TRUE(cycles.IsWindow(cycles.selectedCycle));
+    Select({"LEVEL0", "LEVEL1", "LEVEL2"});  // as after a restart: not the number that the window had
+    const CycleRecord& again = CurrentSelection().datasets[0].cycles;
+    EXPECT_TRUE(again.ShowsWindow());
+    EXPECT_TRUE(ExtendDataset(0));
+    EXPECT_TRUE(again.IsWindow(again.selectedCycle));
     ASSERT_TRUE(ChooseCycle(0, 1));
     recordings[0].AppendAll();
     EXPECT_TRUE(Pass(1));
-    EXPECT_EQ(cycles.selectedCycle, 2);
+    EXPECT_EQ(again.selectedCycle, 2);
 }
 
 }  // namespace
