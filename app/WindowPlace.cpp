@@ -2,7 +2,7 @@
 
 #include <QDialog>
 #include <QScrollArea>
-#include <QScrollBar>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
@@ -38,12 +38,14 @@ void MakeScrollable(QDialog& dialog) {
     auto* scroll = new QScrollArea;
     auto* contents = new QWidget;
     contents->setLayout(form);  // with all its widgets
+    form->setContentsMargins(0, 0, 0, 0);
     auto* outer = new QVBoxLayout(&dialog);
     outer->addWidget(scroll);
     outer->addLayout(buttons);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(contents);
+    outer->activate();  // the smaller minimum counts from here on
 }
 
 }  // namespace
@@ -51,9 +53,12 @@ void MakeScrollable(QDialog& dialog) {
 void FitDialog(QDialog& dialog, const QSize& room) {
     if (!dialog.testAttribute(Qt::WA_Resized))
         dialog.adjustSize();
-    const QSize wanted = dialog.size().expandedTo(dialog.minimumSizeHint());
-    if (wanted.width() > room.width() || wanted.height() > room.height())
+    QSize wanted = dialog.size().expandedTo(dialog.minimumSizeHint());
+    if (wanted.width() > room.width() || wanted.height() > room.height()) {
         MakeScrollable(dialog);
+        const int bar = dialog.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+        wanted += QSize(bar, bar);
+    }
     dialog.resize(wanted.boundedTo(room));
 }
 

@@ -34,6 +34,7 @@
 #include "plot/modPlot.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
+#include "signal/CurveCoverage.h"
 #include "signal/modDFilt.h"
 #include "signal/modParameters.h"
 #include "ui_frmMain.h"
@@ -281,9 +282,23 @@ void frmMain::UpdateMainWindow() {
         FillChoosers();
         ShowGrids();
         LayOutForTab();
+        ShowStaleCurves();
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
     });
     ShowStanding(Text(quiet.Standing()));
+}
+
+// Results of curves that the present settings would make otherwise: said above them until they are made anew.
+void frmMain::ShowStaleCurves() {
+    QStringList stale;
+    for (const std::string& line : StaleCurveLines())
+        stale << Text(line);
+    ui_->lblStale->setText(stale.join(QLatin1Char('\n')));
+    ui_->lblStale->setVisible(!stale.isEmpty());
+    if (stale == stale_)
+        return;
+    stale_ = stale;
+    ShowSelectionHints();
 }
 
 // An error that still holds stands in the status bar, one that does not leaves it.
@@ -511,7 +526,10 @@ void frmMain::Run(const std::function<void()>& action) {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     ports_.TakeRepainted();
     repeated_.Forget();
-    Attempt(stepAction, action);
+    {
+        const OnceOnly told(repeated_, OnceOnly::Repeats::shown);
+        Attempt(stepAction, action);
+    }
     if (ports_.TakeRepainted()) {
         InputDropper dropper;
         QApplication::processEvents();
@@ -551,6 +569,8 @@ void frmMain::TimerTick() {
                             ShowCursorValues();
                         },
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
+    if (!stale_.isEmpty())
+        ShowStaleCurves();
     ShowStanding(Text(quiet.Standing()));
     FillChoosers();
     // The pass does not redraw a dataset whose recording has ended; its last samples came with this pass.

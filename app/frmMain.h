@@ -106,6 +106,7 @@ class frmMain : public QMainWindow {
     void ShowCursorValues();
     bool PlotDataCheck();
     void ShowSelectionHints();
+    void ShowStaleCurves();
     void ShowStanding(QString error);
 
     // The user's choices
@@ -141,6 +142,7 @@ class frmMain : public QMainWindow {
     RepeatedMessages repeated_;
     QString hints_;  ///< as last shown in the status bar
     QString standing_;
+    QStringList stale_;
     QRect normalPlace_;
     bool running_ = false;
     bool loading_ = false;

@@ -8,6 +8,7 @@
 #include "general/NumberText.h"
 #include "general/Ports.h"
 #include "general/modGeneral.h"
+#include "signal/CurveCoverage.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
 #include "ui_frmFilteredCurves.h"
@@ -83,19 +84,20 @@ void frmFilteredCurves::LoadInformation() {
             ui_->cboFilter->addItem(QString::number(passes), passes);
         ui_->cboFilter->setCurrentIndex(static_cast<int>(information.storedChoice));
     });
-    ShowPassBand();
-    connect(ui_->cboFilter, &QComboBox::currentIndexChanged, this, &frmFilteredCurves::ShowPassBand);
+    ShowInformation();
+    connect(ui_->cboFilter, &QComboBox::currentIndexChanged, this, &frmFilteredCurves::ShowInformation);
 }
 
 int frmFilteredCurves::Passes() const {
     return ui_->cboFilter->currentIndex() < 0 ? 1 : ui_->cboFilter->currentData().toInt();
 }
 
-void frmFilteredCurves::ShowPassBand() {
+void frmFilteredCurves::ShowInformation() {
     const PassBand band = GetPassBand(Passes());
-    ui_->lblInformation->setText(QString::fromStdString(band.text));
+    const CoverageText coverage = DescribeCoverage(Passes());
+    ui_->lblInformation->setText(QString::fromStdString(band.text + "\n" + coverage.text).trimmed());
     QFont font = ui_->lblInformation->font();
-    font.setBold(band.warning);
+    font.setBold(band.warning || coverage.warning);
     ui_->lblInformation->setFont(font);
 }
 

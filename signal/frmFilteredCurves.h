@@ -23,8 +23,8 @@ class frmFilteredCurves : public QDialog {
     void LoadInformation();
     /// The choice of cboFilter; 1 when nothing is chosen.
     int Passes() const;
-    /// States what the filter does with the chosen number of passes.
-    void ShowPassBand();
+    /// States what the filter does with the chosen number of passes, and what it leaves of the recordings.
+    void ShowInformation();
     void Create();
 
     std::unique_ptr<Ui::frmFilteredCurves> ui_;

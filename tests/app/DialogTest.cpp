@@ -46,20 +46,36 @@ TEST_F(Parameters, RefusedBoxIsToldAndKeepsTheFocusAndItsText) {
     }
 }
 
-TEST_F(Parameters, OkStoresWhatWasTypedAndChosen) {
-    frmParameters dialog;
-    EXPECT_FALSE(Find<QLineEdit>(dialog, "txtSlope").isEnabled());
-    Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(1);
-    EXPECT_EQ(Find<QLabel>(dialog, "lblSlope").text(), "0.05 rps/ft/min");
-    Find<QComboBox>(dialog, "cboSpinner").setCurrentIndex(3);
-    EXPECT_TRUE(Find<QLineEdit>(dialog, "txtSlope").isEnabled());
-    Retype(Find<QLineEdit>(dialog, "txtPeriod"), "120.5");
-    Find<QCheckBox>(dialog, "chkBandPass").setChecked(true);
-    Click(dialog, "cmdOK");
-    EXPECT_EQ(dialog.result(), QDialog::Accepted);
-    EXPECT_EQ(CurrentParameters().period, 120.5);
-    EXPECT_EQ(ReadIniString("Parameters", "BandPass", "", SettingsFilePath()), "1");
-    EXPECT_EQ(ReadIniString("Parameters", "Spinner", "", SettingsFilePath()), "3");
+TEST_F(Parameters, EveryBoxKeepsItsOwnValue) {
+    const std::pair<const char*, const char*> boxes[] = {
+        {"txtPeriod", "120"},  {"txtCasingID", "5.125"},
+        {"txtTD", "9000.5"},   {"txtCompressibility", "0.0000125"},
+        {"txtSlope", "0.075"}, {"txtB0", "1.25"},
+        {"txtDW", "8.5"},      {"txtDLen", "2.75"}};
+    frmParameters first;
+    EXPECT_FALSE(Find<QLineEdit>(first, "txtSlope").isEnabled());
+    Find<QComboBox>(first, "cboSpinner").setCurrentIndex(1);
+    EXPECT_EQ(Find<QLabel>(first, "lblSlope").text(), "0.05 rps/ft/min");
+    Find<QComboBox>(first, "cboSpinner").setCurrentIndex(3);
+    Find<QComboBox>(first, "cboFilter").setCurrentIndex(2);
+    Find<QCheckBox>(first, "chkBandPass").setChecked(true);
+    for (const auto& [name, text] : boxes)
+        Retype(Find<QLineEdit>(first, name), text);
+    Click(first, "cmdOK");
+    EXPECT_EQ(first.result(), QDialog::Accepted);
+    CurrentParameters() = ParameterSet{};
+    ReadParameters();
+    const ParameterSet& set = CurrentParameters();
+    EXPECT_THAT((std::vector<double>{set.period, set.casingID, set.td, set.compressibility, set.slope, set.b0,
+                                     set.dw, set.dLen}),
+                ElementsAre(120, 5.125, 9000.5, 0.0000125, 0.075, 1.25, 8.5, 2.75));
+    EXPECT_THAT((std::vector<int>{set.spinner, set.dFilt, set.bandPass, set.usePeriodInMatch}),
+                ElementsAre(3, 2, 1, 0));
+    frmParameters second;
+    for (const auto& [name, text] : boxes)
+        EXPECT_EQ(Find<QLineEdit>(second, name).text().toDouble(), QString(text).toDouble()) << name;
+    EXPECT_TRUE(Find<QCheckBox>(second, "chkBandPass").isChecked());
+    EXPECT_FALSE(Find<QCheckBox>(second, "chkPeriodInMatch").isChecked());
 }
 
 class Chooser : public WindowFixture {
@@ -162,7 +178,7 @@ TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
         EXPECT_FALSE(files.testOption(QFileDialog::DontConfirmOverwrite));
         files.selectNameFilter("Text File (*.txt)");
         emit files.filterSelected("Text File (*.txt)");
-        files.setDirectory(QString::fromStdString(folder.Path().string()));
+        EXPECT_EQ(Find<QLineEdit>(dialog, "fileNameEdit").text(), "well LEVEL1");
         Find<QLineEdit>(dialog, "fileNameEdit").setText("database");
         dialog.accept();
     });
@@ -173,17 +189,27 @@ TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
         dialog.accept();
     });
     script.Then("CDlg", [](QDialog& dialog) {
-        Find<QLineEdit>(dialog, "fileNameEdit").setText("result");
+        Find<QLineEdit>(dialog, "fileNameEdit").setText("well LEVEL1");
         dialog.accept();
     });
-    const auto choice = qtPorts.AskSaveFile({"Save",
-                                             "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|",
-                                             1,
-                                             "",
-                                             {folder.File("other"), folder.File("database.txt")}});
+    std::filesystem::create_directory(folder.File("other"));
+    script.Then("CDlg", [this](QDialog& dialog) {
+        auto& files = static_cast<QFileDialog&>(dialog);
+        EXPECT_EQ(files.directory().path().toStdString(), folder.Path().string())
+            << "where it was saved last";
+        dialog.accept();
+    });
+    const SaveFileRequest request{"Save",
+                                  "CSV File (*.csv)|*.csv|Text File (*.txt)|*.txt|",
+                                  1,
+                                  folder.File("well LEVEL1"),
+                                  {folder.File("absent"), folder.File("database.txt")}};
+    const auto choice = qtPorts.AskSaveFile(request);
     ASSERT_TRUE(choice);
-    EXPECT_EQ(choice->path, folder.File("result.txt"));
+    EXPECT_EQ(choice->path, folder.File("well LEVEL1.txt"));
     EXPECT_EQ(choice->filterIndex, 2);
+    EXPECT_EQ(qtPorts.AskSaveFile({request.title, request.filter, 1, folder.File("other/x")})->path,
+              folder.File("x.csv"));
 }
 
 TEST_F(QtBoxes, HelpShowsTheHelpFileAndEveryLinkOfItsContentsLeadsSomewhere) {

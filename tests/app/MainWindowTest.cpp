@@ -1,17 +1,26 @@
+#include <unistd.h>
+
 #include <QAbstractItemView>
 #include <QAction>
+#include <QClipboard>
 #include <QFile>
+#include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QStatusBar>
 
 #include "analysis/ResultGridView.h"
 #include "analysis/modMain.h"
 #include "app/StartUp.h"
 #include "app/WindowPlace.h"
+#include "db/modSelectData.h"
 #include "platform/DravikLibraries.h"
 #include "plot/TimeCursors.h"
+#include "plot/frmPlotScales.h"
+#include "plot/modPlotScales.h"
 #include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 
@@ -243,24 +252,162 @@ TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
     ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 
-TEST_F(MainWindow, TickAdvancesAPendingDatasetButNeverDuringAnAction) {
-    FinishedJob();
-    DatasetRecord& dataset = CurrentSelection().datasets[0];
+TEST_F(MainWindow, TimerFollowsARecordingToItsEndButNeverDuringAnAction) {
+    MakeLevels();
     Presentation recording;
     recording.recordingFlag = 1;
-    SetPresentation(dataset.dataset, recording);
-    Append(dataset.dataset, {"ZG", "psi", 0, [](std::int32_t) { return 1.0; }}, 50);
-    dataset.pendingFlag = 1;
-    const std::int32_t extent = dataset.extentB;
+    SetPresentation("LEVEL2", recording);
+    ports.answers = {true, true, true};
+    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    auto& timer = Find<QTimer>(*window, "tmrMain");
+    EXPECT_TRUE(timer.isActive());
+    timer.setInterval(1);
+    DatasetRecord& dataset = CurrentSelection().datasets[0];
+    SetTab(5);
+    const auto grow = [&] {
+        Append("LEVEL2", {"ZG", "psi", 0, [](std::int32_t) { return 1.0; }}, 5000);
+        return dataset.extentB;
+    };
+    std::int32_t extent = grow();
     ModalScript script;
-    script.Then("frmParameters", [this](QDialog& dialog) {
-        window->TimerTick();
+    script.Then("frmParameters", [](QDialog& dialog) {
+        QTest::qWait(20);
         Click(dialog, "cmdCancel");
     });
+    timer.stop();
+    QTimer::singleShot(0, &timer, [&] { timer.start(); });
     Trigger("mnuEdit0");
     EXPECT_EQ(dataset.extentB, extent);
-    window->TimerTick();
-    EXPECT_GT(dataset.extentB, extent);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dataset.extentB > extent; }));
+    extent = grow();
+    SetPresentation("LEVEL2", Presentation{});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !timer.isActive(); }));
+    EXPECT_EQ(dataset.extentB, extent + 50000);
+    EXPECT_GE(PrsOpt().rangeEnd, dataset.extentB / 100) << "the last samples are drawn";
+}
+
+TEST_F(MainWindow, EveryMenuEntryDoesWhatItSays) {
+    FinishedJob();
+    const std::pair<const char*, const char*> dialogs[] = {
+        {"mnuFile6", "frmSavePlot"},   {"mnuEdit0", "frmParameters"},
+        {"mnuView0", "frmCycleInfo"},  {"mnuAction0", "frmFilteredCurves"},
+        {"mnuPlot0", "frmPlotScales"}, {"mnuPlot1", "frmPlotFormat"},
+        {"mnuHelp2", "frmAbout"}};
+    ModalScript script;
+    for (const auto& [entry, dialog] : dialogs) {
+        script.Then(dialog, [](QDialog& shown) { shown.reject(); });
+        Trigger(entry);
+    }
+    Trigger("mnuFile2");
+    ASSERT_EQ(ports.saveRequests.size(), 1U);
+    EXPECT_EQ(ports.saveRequests[0].proposed, folder.File("well LEVEL2"));
+    for (const char* entry : {"mnuAction1", "mnuAction2"}) {
+        ports.answers = {false};
+        ports.questions.clear();
+        Trigger(entry);
+        EXPECT_EQ(ports.questions.size(), 1U) << entry;
+    }
+    const std::pair<const char*, CycleSource> sources[] = {{"mnuAction4", CycleSource::filtered},
+                                                           {"mnuAction6", CycleSource::unfiltered},
+                                                           {"mnuAction5", CycleSource::motorPosition}};
+    for (const auto& [entry, source] : sources) {
+        Trigger(entry);
+        EXPECT_EQ(CurrentSelection().datasets[1].cycleSource, source) << entry;
+    }
+    EXPECT_TRUE(ports.boxes.empty());
+    // Closing waits for the action that runs.
+    script.Then("frmPlotScales", [this](QDialog& dialog) {
+        Trigger("mnuFile4");
+        EXPECT_TRUE(window->isVisible());
+        dialog.reject();
+    });
+    Trigger("mnuPlot0");
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(LoadedLibraries().databaseHandle, nullptr);
+    ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
+}
+
+TEST_F(MainWindow, DatabaseThatCannotBeWrittenIsAnalysedAsItStands) {
+    FinishedJob();
+    const std::string flowPhase = Cell("fgLevel", 13);
+    std::filesystem::permissions(DatabasePath(), std::filesystem::perms(0444));
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0777));
+    InitialiseDatasetVariables();
+    if (geteuid() == 0)
+        ASSERT_EQ(setresuid(65534, 65534, 0), 0);
+    SelectThroughDialog({"LEVEL1", "LEVEL2"});
+    EXPECT_EQ(Cell("fgLevel", 13), "");
+    Trigger("mnuAction4");
+    EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
+    EXPECT_EQ(Cell("fgLevel", 13), flowPhase);
+    EXPECT_TRUE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("read only"));
+    ports.answers = {true};
+    Trigger("mnuAction1");  // to be written anew: refused
+    EXPECT_FALSE(ports.boxes.empty());
+    if (getuid() == 65534)
+        EXPECT_EQ(setresuid(0, 0, 0), 0);
+}
+
+TEST_F(MainWindow, StaleCurvesAreNamedUntilTheyAreMadeAnew) {
+    FinishedJob();
+    const auto& stale = Find<QLabel>(*window, "lblStale");
+    EXPECT_FALSE(stale.isVisible());
+    ModalScript script;
+    script.Then("frmParameters", [](QDialog& dialog) {
+        auto& box = Find<QLineEdit>(dialog, "txtPeriod");
+        box.setFocus();
+        box.selectAll();
+        Type("120");
+        Press(Qt::Key_Return);
+    });
+    Trigger("mnuEdit0");
+    EXPECT_TRUE(stale.isVisible());
+    EXPECT_TRUE(stale.text().contains("ZG_p"));
+    EXPECT_TRUE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("ZG_p"));
+    script.Then("frmFilteredCurves", [](QDialog& dialog) {
+        const auto& information = Find<QLabel>(dialog, "lblInformation");
+        const QString one = information.text();
+        Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(1);
+        EXPECT_NE(information.text(), one);
+        EXPECT_TRUE(one.contains(" to "));
+        Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(0);
+        Click(dialog, "cmdCreate");
+    });
+    Trigger("mnuAction0");
+    EXPECT_FALSE(stale.isVisible());
+    EXPECT_FALSE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("ZG_p"));
+}
+
+TEST_F(MainWindow, GridIsCopiedAndItsCaptionsStayWhenItIsScrolled) {
+    FinishedJob();
+    ResultGridView& grid = GridOf("fgLevel");
+    grid.setFocus();
+    grid.setCurrentCell(3, 1);
+    Press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->text(), "LEVEL2");
+    Press(Qt::Key_Up, Qt::ShiftModifier);
+    Press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->text(), QString::fromStdString(DatabasePath()) + "\nLEVEL2");
+    const auto& captions = Find<QTableView>(grid, "fixedColumn");
+    EXPECT_FALSE(captions.isVisible());
+    grid.horizontalHeader()->setStretchLastSection(false);
+    grid.setColumnWidth(1, 5000);
+    grid.horizontalScrollBar()->setValue(300);
+    EXPECT_TRUE(captions.isVisible());
+    EXPECT_EQ(captions.width(), grid.columnWidth(0));
+}
+
+TEST_F(MainWindow, DialogThatIsLargerThanTheScreenScrollsAboveItsButtons) {
+    for (const QSize room : {QSize(2000, 2000), QSize(500, 300)}) {
+        frmPlotScales dialog;
+        const QSize wanted = dialog.sizeHint();
+        FitDialog(dialog, room);
+        dialog.show();
+        EXPECT_EQ(dialog.size(), wanted.boundedTo(room));
+        const auto& ok = Find<QPushButton>(dialog, "cmdOK");
+        EXPECT_TRUE(dialog.rect().contains(ok.geometry()) && ok.isVisible());
+        EXPECT_EQ(dialog.findChild<QScrollArea*>() != nullptr, room.width() == 500);
+    }
 }
 
 TEST_F(MainWindow, VanishedDatabaseIsReportedAndTheWindowGoesOn) {
@@ -294,7 +441,11 @@ TEST_F(MainWindow, DatasetDeletedUnderTheSelectionIsReportedOnceForEachAction) {
     CurrentParameters().period = 0;
     SetTab(2);
     SetTab(3);
-    EXPECT_TRUE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("Division by zero"));
+    const auto& status = Find<QStatusBar>(*window, "statBar");
+    EXPECT_TRUE(status.currentMessage().contains("Division by zero"));
+    CurrentParameters().period = 240;
+    SetTab(2);
+    EXPECT_FALSE(status.currentMessage().contains("Division by zero"));
 }
 
 TEST_F(MainWindow, GarbageInEverySettingStillOpensTheWindow) {

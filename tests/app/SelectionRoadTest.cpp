@@ -1,3 +1,4 @@
+#include <QImage>
 #include <QListWidget>
 
 #include "BuildPaths.h"
@@ -154,6 +155,24 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
                   " --set Parameters.0CycleNo=2 --export batch.csv");
     ASSERT_EQ(batch.status, 0) << batch.err;
     EXPECT_EQ(ReadAll(folder.File("batch.csv")), written);
+    for (const char* kind : {"png", "svg", "pdf"})
+        EXPECT_EQ(test::Run("cd '" + folder.Path().string() + "'; " VORELA_BIN_DIR "/vorela-batch '" +
+                            DatabasePath() +
+                            "' LEVEL1 LEVEL2 --settings batch.ini --plot-dataset LEVEL1"
+                            " --size 500x300 --plot batch." +
+                            kind)
+                      .status,
+                  0)
+            << kind;
+    const QImage picture(QString::fromStdString(folder.File("batch.png")));
+    EXPECT_EQ(picture.size(), QSize(500, 300));
+    int red = 0;
+    for (int x = 0; x < picture.width(); ++x)
+        for (int y = 0; y < picture.height(); ++y)
+            red += picture.pixelColor(x, y) == QColor(255, 0, 0) ? 1 : 0;
+    EXPECT_GT(red, 300) << "the pressure curve";
+    EXPECT_THAT(ReadAll(folder.File("batch.svg")), HasSubstr("LEVEL1"));
+    EXPECT_THAT(ReadAll(folder.File("batch.pdf")), ::testing::StartsWith("%PDF-"));
 }
 
 }  // namespace

@@ -1,6 +1,11 @@
+#include <cstdlib>
+#include <filesystem>
 #include <tuple>
 
 #include "app/StartUp.h"
+#include "db/DatasetRecord.h"
+#include "platform/Application.h"
+#include "platform/DravikLibraries.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
@@ -38,6 +43,31 @@ TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     WriteSettings("[Cursors]\nCursor1=1e39\nCursor2=-1e999\n");
     EXPECT_EQ(ReadCursorSettings().cursor1, 33.33F);
     EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
+}
+
+TEST_F(StartUpTest, startsInItsOwnFolderWithBothLibrariesOrNotAtAll) {
+    const auto before = std::filesystem::current_path();
+    const std::string own = DefaultSettingsFilePath();
+    const bool hadSettings = std::filesystem::exists(own);
+    const auto startWith = [this](const std::string& registry) {
+        FreeLibraries();
+        setenv("VORELA_REGISTRY", registry.c_str(), 1);
+        return StartUp();
+    };
+    test::WriteAll(folder.File("elsewhere.reg"), "Windows Registry Editor Version 5.00\r\n");
+    EXPECT_FALSE(startWith(folder.File("elsewhere.reg")));
+    EXPECT_EQ(ports.boxes.size(), 1U);
+    const std::uint64_t generation = CurrentSelection().generation;
+    EXPECT_TRUE(startWith(VORELA_BIN_DIR "/vorela.reg"));
+    EXPECT_EQ(std::filesystem::current_path(), ApplicationFolder());
+    EXPECT_EQ(HelpFilePath(), ApplicationFolder() + "/Vorela.hlp");
+    EXPECT_EQ(SettingsFilePath(), own);
+    EXPECT_EQ(ReadIniString("Version", "Version", "", own), "1.05");
+    EXPECT_TRUE(LoadedLibraries().databaseHandle != nullptr && LoadedLibraries().filterHandle != nullptr);
+    EXPECT_GT(CurrentSelection().generation, generation);
+    if (!hadSettings)
+        std::filesystem::remove(own);
+    std::filesystem::current_path(before);
 }
 
 }  // namespace

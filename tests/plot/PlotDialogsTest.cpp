@@ -55,32 +55,69 @@ TEST_F(PlotDialogs, scalesOpenFilledWithElevenRangesAndTheModesControls) {
     EXPECT_TRUE(!Enabled(dialog, "txtEnd") && !Enabled(dialog, "optFixed"));
 }
 
-TEST_F(PlotDialogs, scalesAreWrittenByOkOnlyAndAppliedValuesOutliveACancel) {
+TEST_F(PlotDialogs, everyBoxOfTheScalesKeepsItsOwnValue) {
+    const std::pair<const char*, const char*> boxes[] = {
+        {"txtStart", "-0.125"},  {"txtEnd", "9.5"},        {"txtPresMin", "1"},
+        {"txtPresMax", "2"},     {"txtFlowMin", "3"},      {"txtFlowMax", "4"},
+        {"txtModMin", "5"},      {"txtModMax", "6"},       {"txtFiltPresMin", "-7"},
+        {"txtFiltPresMax", "8"}, {"txtFiltFlowMin", "-9"}, {"txtFiltFlowMax", "10"}};
+    const auto autoscale = [](const QDialog& dialog, const char* frame) {
+        return Get<QGroupBox>(dialog, frame)->findChild<QCheckBox*>("chkAutoscale");
+    };
+    const char* frames[] = {"fraPres", "fraFlow", "fraMod", "fraFiltPres", "fraFiltFlow"};
+    frmPlotScales first;
+    Click(first, "optSpecific");
+    Click(first, "chkElapsed");
+    Get<QComboBox>(first, "cboRange")->setCurrentText("123");
+    for (const char* frame : frames)
+        autoscale(first, frame)->setChecked(false);
+    for (const auto& [name, text] : boxes) {
+        Get<QLineEdit>(first, name)->setText(text);
+        Get<QLineEdit>(first, name)->setModified(true);
+    }
+    Click(first, "cmdOK");
+    frmPlotScales second;
+    for (const auto& [name, text] : boxes)
+        EXPECT_EQ(Get<QLineEdit>(second, name)->text(), text);
+    EXPECT_TRUE(Get<QAbstractButton>(second, "optSpecific")->isChecked());
+    EXPECT_TRUE(Get<QAbstractButton>(second, "chkElapsed")->isChecked());
+    for (const char* frame : {"fraFlow", "fraFiltPres"})
+        autoscale(second, frame)->setChecked(true);
+    Click(second, "chkFullRange");
+    Click(second, "cmdOK");
+    EXPECT_EQ(Settings(),
+              "[Presentation]\r\nTimeRange=123\r\nTimeAuto=-1\r\nElapsed=-1\r\n"
+              "PresMin=1\r\nPresMax=2\r\nPresAuto=0\r\nFlowMin=3\r\nFlowMax=4\r\nFlowAuto=-1\r\n"
+              "ModMin=5\r\nModMax=6\r\nModAuto=0\r\nFiltPresMin=-7\r\nFiltPresMax=8\r\nFPresAuto=-1\r\n"
+              "FiltFlowMin=-9\r\nFiltFlowMax=10\r\nFFlowAuto=0\r\nFixed=0\r\nStart=-0.125\r\nEnd=9.5\r\n");
+}
+
+TEST_F(PlotDialogs, aRefusedBoxTakesTheFocusAlsoWhenItsModeHadDisabledIt) {
     frmPlotScales dialog;
     QSignalSpy applied(&dialog, &frmPlotScales::Applied);
     dialog.show();
-    dialog.findChild<QGroupBox*>("fraFlow")->findChild<QCheckBox*>("chkAutoscale")->setChecked(false);
-    auto* minimum = Get<QLineEdit>(dialog, "txtFlowMin");
-    minimum->setText("11");
-    minimum->setModified(true);
+    Get<QGroupBox>(dialog, "fraFlow")->findChild<QCheckBox*>("chkAutoscale")->setChecked(false);
+    Get<QLineEdit>(dialog, "txtFlowMin")->setText("11");
+    Get<QLineEdit>(dialog, "txtFlowMin")->setModified(true);
     Click(dialog, "cmdOK");
     EXPECT_TRUE(dialog.isVisible());
     EXPECT_EQ(ports.TakeBox().text, "Flow Axis: Maximum must be greater than Minimum");
     EXPECT_EQ(dialog.focusWidget()->objectName(), "txtFlowMax");
     EXPECT_EQ(Get<QLineEdit>(dialog, "txtFlowMax")->selectedText(), "10");
-    minimum->setText("3");
-    minimum->setModified(true);
+    Get<QLineEdit>(dialog, "txtFlowMin")->setText("3");
+    Click(dialog, "optSpecific");
+    Get<QLineEdit>(dialog, "txtEnd")->setText("-1");
+    Get<QLineEdit>(dialog, "txtEnd")->setModified(true);
+    Click(dialog, "chkFullRange");
+    Click(dialog, "cmdApply");
+    EXPECT_EQ(ports.TakeBox().text, "Start and end times are not in the correct order");
+    EXPECT_EQ(dialog.focusWidget()->objectName(), "txtEnd");
+    Get<QLineEdit>(dialog, "txtEnd")->setText("77");
     Click(dialog, "cmdApply");
     EXPECT_EQ(applied.count(), 1);
-    EXPECT_EQ(PrsOpt().Axis(Quantity::flow).minimum, 3);
-    EXPECT_EQ(Settings(), "");
     Click(dialog, "cmdCancel");
-    EXPECT_EQ(PrsOpt().Axis(Quantity::flow).minimum, 3);
-    frmPlotScales second;
-    second.show();
-    Click(second, "cmdOK");
-    EXPECT_FALSE(second.isVisible());
-    EXPECT_NE(Settings().find("FlowMin=3\r\n"), std::string::npos);
+    EXPECT_EQ(PrsOpt().end, 77) << "what was applied outlives a cancel";
+    EXPECT_EQ(Settings(), "");
 }
 
 TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSignal) {
@@ -92,11 +129,16 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     EXPECT_TRUE(Get<QAbstractButton>(dialog, "optY14")->isChecked());
     EXPECT_EQ(Get<QComboBox>(dialog, "cboHorizontal")->count(), 20);
     EXPECT_EQ(Get<QComboBox>(dialog, "cboNPlots")->currentText(), "1 - Single plot containing all curves");
-    EXPECT_FALSE(Get<QCheckBox>(dialog, "chkFlow")->isChecked());
+    const char* curves[] = {"chkPres", "chkFlow", "chkValve", "chkFPres", "chkFFlow"};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(Get<QCheckBox>(dialog, curves[i])->isChecked(), i % 2 == 0) << curves[i];
+    EXPECT_TRUE(Get<QAbstractButton>(dialog, "optFlow1")->isChecked());
+    EXPECT_TRUE(Enabled(dialog, "optY10") && Enabled(dialog, "optY20"));
     Click(dialog, "optY20");
     Click(dialog, "optMod1");
     Get<QComboBox>(dialog, "cboVertical")->setCurrentText("6");
     Get<QComboBox>(dialog, "cboNPlots")->setCurrentIndex(1);
+    EXPECT_FALSE(Enabled(dialog, "optY10") || Enabled(dialog, "optY20")) << "the dual plot has its own axes";
     CurrentSelection().datasets.resize(1);
     CurrentSelection().commonCurves = {{"ZG", "psi"}};
     Click(dialog, "cmdOK");

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "general/NumberText.h"
 #include "plot/PlotRenderer.h"
 #include "tests/plot/RecordingSurface.h"
 #include "tests/support/TestSupport.h"
@@ -177,6 +178,47 @@ TEST(PlotRenderer, axisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
     information.elapsedOrigin = 1000;
     surface = Drawn(information, SinglePlot());
     EXPECT_TRUE(surface.FindText("30") != nullptr && surface.FindText("40") == nullptr);
+}
+
+TEST(PlotRenderer, eachCurveAndItsAxisUseTheRangeOfItsOwnQuantity) {
+    PlotInformation information = FiveCurves();
+    information.span = {0, 100};
+    const int pens[] = {4, 7, 13, 12, 1};
+    std::vector<std::pair<float, float>> ranges;
+    for (std::size_t i = 0; i < quantityCount; ++i) {
+        ranges.emplace_back(10.0F * static_cast<float>(i) + 3, 11.0F * static_cast<float>(i) + 7);
+        information.axes[i] = {ranges[i].first, ranges[i].second};
+        information.datasets[0].curves[i].values = Samples({ranges[i].first, ranges[i].second});
+    }
+    for (std::size_t i = 0; i < quantityCount; ++i) {
+        const std::size_t other = (i + 1) % quantityCount;
+        const RecordingSurface surface =
+            Drawn(information,
+                  {.y1 = static_cast<std::int16_t>(i), .y2 = static_cast<std::int16_t>(other), .nPlots = 1});
+        for (const auto& [axis, x, alignment] : {std::tuple(i, 31.0, TextAlignment::bottomLeft),
+                                                 std::tuple(other, 969.0, TextAlignment::bottomRight)}) {
+            const Operation* top = surface.FindText(FormatNumber(ranges[axis].second));
+            const Operation* bottom = surface.FindText(FormatNumber(ranges[axis].first));
+            ASSERT_TRUE(top != nullptr && bottom != nullptr) << axis;
+            EXPECT_EQ(top->points[0], (DevicePoint{x, 28}));
+            EXPECT_EQ(bottom->points[0], (DevicePoint{x, 580}));
+            EXPECT_TRUE(top->alignment == alignment && bottom->alignment == alignment);
+        }
+        bool drawn = false;
+        for (const Operation& line : surface.DrawnWith(pens[i]))
+            drawn = drawn || line.points == std::vector<DevicePoint>{{27, 584}, {973, 8}};
+        EXPECT_TRUE(drawn) << i;
+    }
+}
+
+TEST(PlotRenderer, theCursorsStandAtTheirTimesInBothPlots) {
+    const RecordingSurface dual = Drawn(FiveCurves(), {}, {1000, 600}, {false, {{1500, 4500}}});
+    for (const auto& [pen, x] : {std::pair(5, 263.5), std::pair(8, 736.5)}) {
+        const auto lines = dual.DrawnWith(pen);
+        ASSERT_EQ(lines.size(), 2U);
+        EXPECT_EQ(lines[0].points, (std::vector<DevicePoint>{{x, 8}, {x, 284}}));
+        EXPECT_EQ(lines[1].points, (std::vector<DevicePoint>{{x, 308}, {x, 584}}));
+    }
 }
 
 TEST(Clipping, runsFlattenedAlongTheEdge) {

@@ -153,6 +153,22 @@ TEST_F(PlotWidgetTest, aTypedPositionIsExactAndCheckedAgainstTheRecord) {
     EXPECT_NEAR(cursors_.cursor1(), 12.345, 1e-5);
 }
 
+TEST_F(PlotWidgetTest, elapsedTimeCountsFromTheFirstSampleEverywhere) {
+    for (const char* name : {"ZG", "RTC", "PVLPOS"})
+        AddCurve("LATE", {name, "psi", 10'000, [](std::int32_t t) { return t / 100.0; }, 123'450});
+    Select({"LATE"});
+    PrsOpt().elapsed = true;
+    plot_.ShowDataset(0);
+    EXPECT_EQ(plot_.TimeOrigin(), 1230);
+    Type("33.5");
+    plot_.TypeCursorPosition(2);
+    EXPECT_EQ(plot_.FileOptions(0).cursors->second, 1263.5);
+    EXPECT_TRUE(QSignalSpy(&plot_, &PlotWidget::ReadoutChanged).wait());
+    EXPECT_TRUE(plot_.Readout().elapsed);
+    EXPECT_NEAR(plot_.Readout().time2, 33.5, 1e-3);
+    EXPECT_NEAR(*plot_.Readout().values[0].atCursor2, 1263.5, 0.01);
+}
+
 TEST_F(PlotWidgetTest, anErrorOfARedrawByTheTimerIsShownOnce) {
     plot_.ShowDataset(0);
     DeleteItem("LEVEL1");
@@ -172,18 +188,24 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     options.width = size.width();
     options.height = size.height();
     options.resolution = 192;
+    options.cursors = {125, 875};
     for (const char* name : {"plot.png", "plot.SVG", "plot.pdf"})
         ASSERT_TRUE(SavePlot(folder.File(name), options)) << name;
     EXPECT_EQ(PrsOpt().rangeEnd, before.rangeEnd);
     // The pressure rises from the lower left to the upper right corner of the upper plot in red.
-    const auto hasRed = [&](int x, int fromY, int toY) {
+    const auto has = [&](int x, int fromY, int toY, const QColor& colour) {
         const QImage image(QString::fromStdString(folder.File("plot.png")));
         EXPECT_EQ(image.size(), 2 * size);
-        bool red = false;
+        bool found = false;
         for (int y = 2 * fromY; y < 2 * toY; ++y)
-            red = red || image.pixelColor(2 * x, y) == QColor(255, 0, 0);
-        return red;
+            for (int column = 2 * x - 1; column <= 2 * x + 1; ++column)
+                found = found || image.pixelColor(column, y) == colour;
+        return found;
     };
+    const auto hasRed = [&](int x, int fromY, int toY) { return has(x, fromY, toY, {255, 0, 0}); };
+    EXPECT_TRUE(hasRed(145, 20, 120)) << "cursor 1, above the curve";
+    EXPECT_TRUE(has(855, 450, 570, {0, 0, 255})) << "cursor 2, below the curve";
+    EXPECT_FALSE(has(145, 350, 570, {0, 0, 255}) || has(855, 120, 270, {255, 0, 0}));
     EXPECT_TRUE(hasRed(250, 180, 240) && !hasRed(250, 20, 180) && hasRed(750, 60, 120));
     EXPECT_NE(test::ReadAll(folder.File("plot.SVG")).find("Pressure sensor - P"), std::string::npos);
     EXPECT_EQ(test::ReadAll(folder.File("plot.pdf")).substr(0, 5), "%PDF-");
