@@ -51,9 +51,11 @@ void MakeScrollable(QDialog& dialog) {
 }  // namespace
 
 void FitDialog(QDialog& dialog, const QSize& room) {
-    if (!dialog.testAttribute(Qt::WA_Resized))
-        dialog.adjustSize();
-    QSize wanted = dialog.size().expandedTo(dialog.minimumSizeHint());
+    dialog.ensurePolished();
+    QSize wanted = dialog.testAttribute(Qt::WA_Resized) ? dialog.size() : dialog.sizeHint();
+    if (dialog.hasHeightForWidth())
+        wanted.setHeight(std::max(wanted.height(), dialog.heightForWidth(wanted.width())));
+    wanted = wanted.expandedTo(dialog.minimumSizeHint());
     if (wanted.width() > room.width() || wanted.height() > room.height()) {
         MakeScrollable(dialog);
         const int bar = dialog.style()->pixelMetric(QStyle::PM_ScrollBarExtent);

@@ -171,8 +171,8 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
         for (int y = 0; y < picture.height(); ++y)
             red += picture.pixelColor(x, y) == QColor(255, 0, 0) ? 1 : 0;
     EXPECT_GT(red, 300) << "the pressure curve";
-    EXPECT_THAT(ReadAll(folder.File("batch.svg")), HasSubstr("LEVEL1"));
-    EXPECT_THAT(ReadAll(folder.File("batch.pdf")), ::testing::StartsWith("%PDF-"));
+    EXPECT_NE(ReadAll(folder.File("batch.svg")).find(">RTC_qs<"), std::string::npos);
+    EXPECT_EQ(ReadAll(folder.File("batch.pdf")).substr(0, 5), "%PDF-");
 }
 
 }  // namespace
