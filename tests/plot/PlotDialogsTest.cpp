@@ -30,6 +30,10 @@ class PlotDialogs : public test::SettingsFixture {
     static void Click(const QDialog& dialog, const char* name) {
         Get<QAbstractButton>(dialog, name)->click();
     }
+    static void Type(const QDialog& dialog, const char* name, const char* text) {
+        Get<QLineEdit>(dialog, name)->setText(text);
+        Get<QLineEdit>(dialog, name)->setModified(true);
+    }
     static bool Enabled(const QDialog& dialog, const char* name) {
         return Get<QWidget>(dialog, name)->isEnabled();
     }
@@ -72,8 +76,7 @@ TEST_F(PlotDialogs, everyBoxOfTheScalesKeepsItsOwnValue) {
     for (const char* frame : frames)
         autoscale(first, frame)->setChecked(false);
     for (const auto& [name, text] : boxes) {
-        Get<QLineEdit>(first, name)->setText(text);
-        Get<QLineEdit>(first, name)->setModified(true);
+        Type(first, name, text);
     }
     Click(first, "cmdOK");
     frmPlotScales second;
@@ -97,22 +100,20 @@ TEST_F(PlotDialogs, aRefusedBoxTakesTheFocusAlsoWhenItsModeHadDisabledIt) {
     QSignalSpy applied(&dialog, &frmPlotScales::Applied);
     dialog.show();
     Get<QGroupBox>(dialog, "fraFlow")->findChild<QCheckBox*>("chkAutoscale")->setChecked(false);
-    Get<QLineEdit>(dialog, "txtFlowMin")->setText("11");
-    Get<QLineEdit>(dialog, "txtFlowMin")->setModified(true);
+    Type(dialog, "txtFlowMin", "11");
     Click(dialog, "cmdOK");
     EXPECT_TRUE(dialog.isVisible());
     EXPECT_EQ(ports.TakeBox().text, "Flow Axis: Maximum must be greater than Minimum");
     EXPECT_EQ(dialog.focusWidget()->objectName(), "txtFlowMax");
     EXPECT_EQ(Get<QLineEdit>(dialog, "txtFlowMax")->selectedText(), "10");
-    Get<QLineEdit>(dialog, "txtFlowMin")->setText("3");
+    Type(dialog, "txtFlowMin", "3");
     Click(dialog, "optSpecific");
-    Get<QLineEdit>(dialog, "txtEnd")->setText("-1");
-    Get<QLineEdit>(dialog, "txtEnd")->setModified(true);
+    Type(dialog, "txtEnd", "-1");
     Click(dialog, "chkFullRange");
     Click(dialog, "cmdApply");
     EXPECT_EQ(ports.TakeBox().text, "Start and end times are not in the correct order");
     EXPECT_EQ(dialog.focusWidget()->objectName(), "txtEnd");
-    Get<QLineEdit>(dialog, "txtEnd")->setText("77");
+    Type(dialog, "txtEnd", "77");
     Click(dialog, "cmdApply");
     EXPECT_EQ(applied.count(), 1);
     Click(dialog, "cmdCancel");
