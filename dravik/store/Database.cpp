@@ -99,12 +99,13 @@ void Database::LearnFormat() {
 
 Database::ReadScope::ReadScope(Database& database)
     : database_(database), own_(!database.explicitTransaction_ && !database.reading_) {
+    if (!database_.reading_)
+        database_.connection_.AllowSteps();
     if (!own_) {
         if (!database_.connection_.InTransaction())
             throw StoreError{DK_DISK_ERROR, "the transaction was rolled back after a fault"};
         return;
     }
-    database_.connection_.AllowSteps();
     Query(database_.connection_, database_.sql_->begin).Run();
     try {
         database_.LearnFormat();

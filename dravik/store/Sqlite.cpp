@@ -142,8 +142,9 @@ std::int64_t Connection::FileBytes() {
 }
 
 void Connection::AllowSteps() {
-    // A kilobyte holds some ten small rows, and a row takes some tens of steps.
-    constexpr std::int64_t least = 500;
+    // A kilobyte holds some ten small rows, and a row takes some tens of steps. The least is for a write of
+    // all that a curve can hold into a new file: an eighth of a second of steps.
+    constexpr std::int64_t least = 5000;
     stepsLeft_ = least + FileBytes() / 1024 * 1000 / stepsAtOnce;
 }
 
