@@ -11,6 +11,7 @@
 
 #include "dravik/include/DKBase.h"
 #include "dravik/tool/Commands.h"
+#include "dravik/tool/Recover.h"
 #include "dravik/tool/SimulationArguments.h"
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
@@ -193,6 +194,18 @@ void AddExport(CLI::App& app) {
     command->callback([request] { Export(*request); });
 }
 
+void AddRecover(CLI::App& app, int& status) {
+    auto request = std::make_shared<RecoverRequest>();
+    CLI::App* command = app.add_subcommand("recover",
+                                           "Copy what is sound of a damaged database into a new one; one "
+                                           "line for each loss. The old one stays as it is");
+    command->add_option("DB", request->database, "Damaged database file")->required();
+    command->add_option("-o,--output", request->output, "The new database; must not be there yet")
+        ->required()
+        ->type_name("FILE");
+    command->callback([request, &status] { status = Recover(*request) ? done : failed; });
+}
+
 /// CLI11 takes "nan" and "inf" for numbers, and no range check stops "nan". For numbers of users neither is
 /// one.
 std::string FaultOfReal(const std::string& text) {
@@ -230,6 +243,7 @@ int RunDravik(int argc, const char* const* argv) {
     AddRecord(app);
     AddReaders(app, status);
     AddExport(app);
+    AddRecover(app, status);
     NameAndCheckTypes(app);
     try {
         app.parse(argc, argv);

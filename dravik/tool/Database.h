@@ -115,6 +115,7 @@ class Item {
     Item& operator=(const Item&) = delete;
     Item& operator=(Item&&) = delete;
 
+    std::int32_t Handle() const { return handle_; }
     const ItemInformation& Information() const { return information_; }
     void ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const;
     void WritePresent(std::int32_t first, std::int64_t count, const float* values,
