@@ -1,4 +1,5 @@
 #include <unistd.h>
+
 #include <algorithm>
 
 #include "analysis/modMain.h"
