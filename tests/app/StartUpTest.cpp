@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <tuple>
 
+#include "BuildPaths.h"
 #include "app/StartUp.h"
 #include "db/DatasetRecord.h"
 #include "platform/Application.h"
