@@ -1,4 +1,6 @@
 // Cycles of signals of known phase and amplitude, in real databases.
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 #include "analysis/modMatchFilter.h"
@@ -157,7 +159,7 @@ TEST_F(CycleAnalysis, GapInACycleLeavesThatCycleAloneWithoutResults) {
 TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLastRealOne) {
     MakeLevel(Cosine(5, 40, 24300), Cosine(1, 250, 24300), 24300, 24300 * 6 / 10 + 1);
     CurrentParameters().period = 243;
-    SetCursorSpanSource([](std::size_t) { return CursorSpan{75, 25, 0, 486}; });
+    SetCursorSpanSource([](std::size_t) { return CursorSpan{81.125, 20.375, 40, 440}; });
     ASSERT_TRUE(CreateCurves());
     const CycleRecord& cycles = Cycles();
     ASSERT_EQ(cycles.count, 6) << "boundaries at 10, 253, … 1225 s";
@@ -180,6 +182,13 @@ TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLas
     CycleCurves curves = RawCurves(database);
     ASSERT_TRUE(AnalyseWindow(0, curves, false)) << "an entry further to the front";
     EXPECT_NEAR(cycles.pressure[4].phase, cycles.pressure[5].phase, 1e-3);
+    SetCursorSpanSource([](std::size_t) { return CursorSpan{1e9, 25, 0, 486}; });
+    for (const std::size_t boxes : {1U, 1U}) {  // told once, however often it is tried
+        EXPECT_TRUE(ReconstructValveCurve(0, true));
+        EXPECT_EQ(ports.boxes.size(), boxes);
+        EXPECT_EQ(cycles.analysed[5], 0);
+    }
+    EXPECT_THAT(ports.TakeBox().text, testing::EndsWith("Dataset L1, window without results: Overflow"));
 }
 
 TEST_F(CycleAnalysis, CycleThatEndsBehindTheFilteredCurvesWaits) {

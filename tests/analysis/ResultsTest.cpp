@@ -299,8 +299,9 @@ TEST_F(Results, SingleValueGridsShowTheChosenIntervalAndTheSpinnerTypeByName) {
     CurrentParameters().compressibility = 0;
     ShownChoice().interval = 2;
     ASSERT_TRUE(RefreshGrids());
-    const std::pair<std::size_t, std::string> expected[] = {
-        {2, "0.05"}, {3, "0.02"}, {13, "8980"}, {16, "0"}, {17, "RTA-RTB-RTC"}};
+    const std::pair<std::size_t, std::string> expected[] = {{2, "0.05"},   {3, "0.02"},        {11, "6"},
+                                                            {12, "10000"}, {13, "8980"},       {15, "240"},
+                                                            {16, "0"},     {17, "RTA-RTB-RTC"}};
     for (const auto& [row, text] : expected)
         EXPECT_EQ(Value(GridKind::interval, row), text);
     EXPECT_EQ(Value(GridKind::quicklook, quicklookHeightRow), "10");

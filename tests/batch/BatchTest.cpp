@@ -76,6 +76,16 @@ TEST_F(Batch, SimulatedFourLevelWellComesBackWithTheTruthDeepestLevelFirst) {
     EXPECT_EQ(interval["label"], "9700 to 9600");
     EXPECT_EQ(interval["dataset1"], "LEVEL1");
     EXPECT_EQ(interval["dataset2"], "LEVEL2");
+    const Json& upper = results["levels"][3];  // level 1 of the interval
+    const Json& lower = results["levels"][2];
+    for (const auto& [key, level, of] : {std::tuple("hpi1", upper, "hpi"),
+                                         {"hpi2", lower, "hpi"},
+                                         {"phase1", upper, "phaseLag"},
+                                         {"phase2", lower, "phaseLag"},
+                                         {"depth1", upper, "depth"},
+                                         {"depth2", lower, "depth"}})
+        EXPECT_EQ(interval[key], level[of]) << key;
+    EXPECT_EQ(upper["extent"], Json({0, 264000}));
     EXPECT_NEAR(interval["reservoirHpi"], 0.81758664, 0.001);
     EXPECT_NEAR(interval["reservoirPhase"], 5.15247922, 0.05);
     EXPECT_NEAR(results["quicklook"][2]["permeability"], FormulaPermeability(0.81758664, 5.15247922, 10), 1);
