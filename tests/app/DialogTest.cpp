@@ -184,9 +184,14 @@ TEST_F(QtBoxes, SaveDialogGivesThePathWithTheFiltersEnding) {
         QTimer::singleShot(0, &dialog, &QDialog::accept);  // its question needs the script again
     });
     WriteAll(folder.File("database.txt"), "recorded");
-    script.Then("msgBox", [](QDialog& dialog) { dialog.accept(); });  // write over it? Yes
+    script.Then("", [](QDialog& dialog) {  // write over it?
+        static_cast<QMessageBox&>(dialog).button(QMessageBox::Yes)->click();
+    });
     script.Then("msgBox", [](QDialog& dialog) {
         EXPECT_TRUE(static_cast<QMessageBox&>(dialog).text().contains("cannot be written over"));
+        for (QWidget* shown : QApplication::topLevelWidgets())  // the save dialog comes once more
+            shown->setProperty("driven", false);
+        dialog.setProperty("driven", true);
         dialog.accept();
     });
     script.Then("CDlg", [](QDialog& dialog) {
