@@ -15,6 +15,11 @@
 // DK_DISK_ERROR for what it concerns, and only for that. Where only the catalogue fails, the datasets' own
 // rows stand in for it.
 //
+// One thing is not sealed: SQLite's own list of free pages. Where a page of that list was lost, a later write
+// may take pages that are in use, and what they held is DK_DISK_ERROR from then on (DBverify tells before). A
+// lost first page of the file, which would do the same, is noticed by the file's length: nothing is written
+// then.
+//
 // Numbers are never used twice, so a handle of a deleted item stays void; datasets and items share one count.
 // There is no index besides the tables' own keys: an index would be one more page to be older than the rest.
 //
