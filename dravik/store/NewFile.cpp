@@ -135,7 +135,7 @@ std::string CheckedPath(const std::string& path) {
         throw StoreError{DK_NOT_UNDERSTOOD, "the database path is empty"};
     if (path.size() > longestPath)
         throw StoreError{DK_MAXIMUM, "the database path is too long"};
-    const std::string plain = path.front() == '/' ? path : "./" + path;
+    std::string plain = path.front() == '/' ? path : "./" + path;
     for (const char* suffix : {"", "-journal"}) {
         struct stat about {};
         if (stat((plain + suffix).c_str(), &about) == 0 && !S_ISREG(about.st_mode))

@@ -213,12 +213,12 @@ class StalePageTest : public StoreTest {
                     << "the check sees what reading sees";
                 const DBNewItem curve = TimeCurve();
                 std::int32_t item = 0;
-                if (DBnewA(database.handle, "N/ZG/1", &curve) == DK_OK &&
-                    DBattachA(database.handle, "N/ZG/1", &item, 0, nullptr) == DK_OK)
+                const std::int32_t made = DBnewA(database.handle, "N/ZG/1", &curve);
+                EXPECT_TRUE(at > 0 || after.size() == before.size() || made == DK_DISK_ERROR)
+                    << "the header does not know the last pages: they would be written over";
+                if (made == DK_OK && DBattachA(database.handle, "N/ZG/1", &item, 0, nullptr) == DK_OK)
                     Write(item, 0, Ramp(40000));
-                const int left = CountWhole(database);
-                EXPECT_TRUE(left == whole || at > 0)
-                    << "the header's page: a new recording takes nothing from others";
+                CountWhole(database);
             }
             ++pages;
         }
