@@ -107,6 +107,21 @@ TEST_F(FilteredCurves, WhatWillBeValidIsToldBeforeTheyAreMadeAndWhichAreStaleAft
                             "the settings say \"band pass, filter N 3, period 20 s\""));
 }
 
+TEST_F(FilteredCurves, StandAgainstWhatOneRunWouldLeave) {
+    SelectLevel(Level(2300));
+    const auto standing = [] { return FilteredCurveStandings(0)[0].standing; };
+    EXPECT_EQ(standing(), Standing::missing);
+    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    EXPECT_EQ(standing(), Standing::complete);
+    Append("LEVEL1", Pressure(), 1);
+    EXPECT_EQ(standing(), Standing::incomplete) << "one sample further";
+    EXPECT_EQ(FilteredCurveStandings(0)[1].standing, Standing::complete);
+    CurrentParameters().period = 2;
+    EXPECT_EQ(StandingText(FilteredCurveStandings(0)[0]),
+              "LEVEL1/ZG_p/1 was made by \"half-period difference, 1 pass, period 20 s\", the parameters say "
+              "\"half-period difference, 1 pass, period 2 s\"");
+}
+
 TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
     std::vector<CurveSpec> curves = Level(300);
     curves.push_back({"GAUGE", "kPa", 300, [](std::int32_t) { return 812.5; }, 500, 10, 6.9F, 101.3F});
