@@ -149,14 +149,14 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
     EXPECT_THAT(written, HasSubstr("Cycle number,2\r\r\n"));
 
     WriteAll(folder.File("batch.ini"), "[Parameters]\nCompressibility=0.000003\n");
-    const CommandResult batch =
-        test::Run("cd '" + folder.Path().string() + "'; " VORELA_BIN_DIR "/vorela-batch '" + DatabasePath() +
-                  "' LEVEL1 LEVEL2 --settings batch.ini --set Parameters.1Porosity=0.2"
-                  " --set Parameters.0CycleNo=2 --export batch.csv");
+    const CommandResult batch = test::Run(
+        "cd '" + folder.Path().string() + "'; '" VORELA_BIN_DIR "/vorela-batch' '" + DatabasePath() +
+        "' LEVEL1 LEVEL2 --settings batch.ini --set Parameters.1Porosity=0.2"
+        " --set Parameters.0CycleNo=2 --export batch.csv");
     ASSERT_EQ(batch.status, 0) << batch.err;
     EXPECT_EQ(ReadAll(folder.File("batch.csv")), written);
     for (const char* kind : {"png", "svg", "pdf"})
-        EXPECT_EQ(test::Run("cd '" + folder.Path().string() + "'; " VORELA_BIN_DIR "/vorela-batch '" +
+        EXPECT_EQ(test::Run("cd '" + folder.Path().string() + "'; '" VORELA_BIN_DIR "/vorela-batch' '" +
                             DatabasePath() +
                             "' LEVEL1 LEVEL2 --settings batch.ini --plot-dataset LEVEL1"
                             " --size 500x300 --plot batch." +

@@ -61,7 +61,7 @@ class TwoProcessTest : public test::LiveFixture {
   protected:
     int Record(const std::string& database, int recordSpeed) const {
         const std::string command =
-            "exec " VORELA_BIN_DIR "/dravik record " + database +
+            "exec '" VORELA_BIN_DIR "/dravik' record " + database +
             " LEVEL1 --simulate --levels 1 --period 20 --noise 0.05 --drift 3 --cycles " +
             std::to_string(cycles) + " --speed " + std::to_string(recordSpeed) + " --ack >>" +
             folder.File("acknowledged");
@@ -93,7 +93,7 @@ class TwoProcessTest : public test::LiveFixture {
     std::string Results(const std::string& database, const std::string& options) const {
         const std::string json = folder.File("results.json");
         const test::CommandResult run =
-            test::Run(VORELA_BIN_DIR "/vorela-batch " + database + " LEVEL1 --settings " +
+            test::Run("'" VORELA_BIN_DIR "/vorela-batch' " + database + " LEVEL1 --settings " +
                       folder.File("none.ini") + " --set Parameters.Period=20 --set Parameters.DFilt=1" +
                       " --set Parameters.DLen=1.5 --json " + json + options);
         EXPECT_EQ(run.status, 0) << run.err;
@@ -143,7 +143,7 @@ TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun)
         usleep(10000);
     const std::string followed = Results(DatabasePath(), " --follow");
     EXPECT_EQ(recorder->Wait(), 0);
-    const test::CommandResult check = test::Run(VORELA_BIN_DIR "/dravik check " + DatabasePath());
+    const test::CommandResult check = test::Run("'" VORELA_BIN_DIR "/dravik' check " + DatabasePath());
     EXPECT_EQ(check.status, 0) << check.out << check.err;
 
     const std::string undisturbed = folder.File("undisturbed.vdb");
@@ -152,8 +152,10 @@ TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun)
     EXPECT_NE(followed.find("\"number\": 11,"), std::string::npos) << followed.substr(0, 500);
     const std::string exportBoth =
         " LEVEL1 --curves ZG,RTC,PVLID,PVLIDT,PVLT,ZG_p,RTC_qs,PVLSIG,RTC_f -o " + folder.File("");
-    EXPECT_EQ(test::Run(VORELA_BIN_DIR "/dravik export " + DatabasePath() + exportBoth + "a.csv").status, 0);
-    EXPECT_EQ(test::Run(VORELA_BIN_DIR "/dravik export " + undisturbed + exportBoth + "b.csv").status, 0);
+    EXPECT_EQ(test::Run("'" VORELA_BIN_DIR "/dravik' export " + DatabasePath() + exportBoth + "a.csv").status,
+              0);
+    EXPECT_EQ(test::Run("'" VORELA_BIN_DIR "/dravik' export " + undisturbed + exportBoth + "b.csv").status,
+              0);
     EXPECT_TRUE(test::ReadAll(folder.File("a.csv")) == test::ReadAll(folder.File("b.csv")));
 }
 
