@@ -216,6 +216,10 @@ TEST_F(CycleAnalysis, RecalculationsUseTheirCurvesAndAreRefusedWithoutCycles) {
     EXPECT_EQ(Cycles().pressure[1].phase, filtered.pressure[1].phase);
     // A square wave of ±1 has a fundamental of 4/π, a triangle one of 8/π².
     EXPECT_NEAR(Cycles().valve[1].magnitude, 2 / pi, 1e-3);
+    const auto waiting = static_cast<std::size_t>(Cycles().RealCycles()) - 1;
+    EXPECT_EQ(Cycles().analysed[waiting], 0);
+    EXPECT_NEAR(Cycles().valve[waiting].magnitude, 2 / pi, 1e-3) << "nothing is left of the other curve";
+    EXPECT_EQ(CurrentSelection().datasets[0].cycleSource, CycleSource::motorPosition);
     EXPECT_NEAR(filtered.valve[1].magnitude, 4 / (pi * pi), 1e-3);
     EXPECT_TRUE(ports.boxes.empty());
 }
