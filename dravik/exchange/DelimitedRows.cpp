@@ -1,0 +1,234 @@
+#include "dravik/exchange/DelimitedRows.h"
+
+#include <algorithm>
+
+namespace dravik {
+namespace {
+
+std::string LineText(std::size_t line) {
+    return "line " + std::to_string(line);
+}
+
+/// A kind that a row's column has and a cell contradicts.
+bool Contradicts(CellKind column, CellState state, std::string_view cell) {
+    if (state != CellState::other || column == CellKind::text)
+        return false;
+    return KindOfCell(cell) == CellKind::text || column == CellKind::number;
+}
+
+}  // namespace
+
+DelimitedRows::DelimitedRows(const TextFile& file, DelimitedLayout layout, CellRules rules,
+                             std::vector<LineRange> leaveOut)
+    : file_(file),
+      layout_(std::move(layout)),
+      rules_(std::move(rules)),
+      leaveOut_(std::move(leaveOut)),
+      records_(file, layout_.separator, layout_.quote) {
+    records_.Seek(layout_.firstRow);
+}
+
+void DelimitedRows::Seek(const Place& place) {
+    records_.Seek(place);
+    havePrevious_ = false;
+}
+
+bool DelimitedRows::Next(Row& row) {
+    Record record;
+    while (records_.Next(record)) {
+        if (record.IsBlank())
+            continue;
+        if (IsLeftOutByUser(record.place.line)) {
+            LeaveOut("as asked for", record.place.line);
+            continue;
+        }
+        if (Judge(record, row) != Verdict::row || IsRepeated(record))
+            continue;
+        CloseStrange();
+        return true;
+    }
+    CloseStrangeAtEnd();
+    CloseExtraCells();
+    return false;
+}
+
+bool DelimitedRows::IsLeftOutByUser(std::size_t line) const {
+    return std::any_of(leaveOut_.begin(), leaveOut_.end(),
+                       [&](const LineRange& range) { return line >= range.first && line <= range.last; });
+}
+
+DelimitedRows::Verdict DelimitedRows::Judge(const Record& record, Row& row) {
+    row.place = record.place;
+    row.cells = &records_.Cells();
+    const bool fits = FitsOrExceeds(record);
+    if (fits) {
+        ReadCells(rules_, layout_.width, row);
+        if (HoldsRow(row) && HasTime(row)) {
+            if (!IsCut(record)) {
+                lastLengths_[lengthsSeen_++ % lastLengths_.size()] = row.cells->back().size();
+                return Verdict::row;
+            }
+            LeaveOut("cut row at the end", record.place.line);
+            return Verdict::leftOut;
+        }
+    }
+    return JudgeOther(record, row);
+}
+
+DelimitedRows::Verdict DelimitedRows::JudgeOther(const Record& record, const Row& row) {
+    const std::vector<std::string_view>& cells = *row.cells;
+    const auto filled = std::find_if(cells.begin(), cells.end(), [](auto cell) { return !cell.empty(); });
+    if (filled != cells.end() && BehindCommentMark(*filled)) {
+        LeaveOut("comment", record.place.line);
+        return Verdict::leftOut;
+    }
+    if (IsHeaderAgain()) {
+        LeaveOut("header again", record.place.line);
+        return Verdict::leftOut;
+    }
+    const bool hasValue = std::any_of(cells.begin(), cells.end(), [&](std::string_view cell) {
+        double value = 0.0;
+        if (rules_.Read(cell, 0, value) == CellState::number)
+            return true;
+        const CellKind kind = KindOfCell(cell);
+        return kind == CellKind::number || IsTime(kind);
+    });
+    if (!hasValue) {
+        LeaveOut("line without number, date and clock", record.place.line);
+        return Verdict::leftOut;
+    }
+    const bool fits = FitsWidth(cells.size(), cells.back().empty(), layout_.width, layout_.separator);
+    strange_.push_back(
+        {record.place.line, WhyStrange(row), !HasTime(row), !fits && cells.size() < layout_.width});
+    return Verdict::strange;
+}
+
+/// Rows may have an empty last cell more or less, and, from some line to the end, cells beyond the table's.
+bool DelimitedRows::FitsOrExceeds(const Record& record) {
+    const std::vector<std::string_view>& cells = records_.Cells();
+    const bool exceeds = cells.size() > layout_.width + (cells.back().empty() ? 1 : 0);
+    if (exceeds && layout_.separator != ' ' && lengthsSeen_ > 0) {
+        if (extraFrom_ == 0)
+            extraFrom_ = record.place.line;
+        ++extraRows_;
+        return true;
+    }
+    if (!FitsWidth(cells.size(), cells.back().empty(), layout_.width, layout_.separator))
+        return false;
+    if (extraFrom_ != 0)
+        CloseExtraCells();
+    return true;
+}
+
+void DelimitedRows::CloseExtraCells() {
+    if (extraFrom_ == 0)
+        return;
+    if (IsLast() && extraRows_ >= 3) {
+        notes_.push_back("cells beyond the table's columns left out from line " + std::to_string(extraFrom_) +
+                         " on");
+        return;
+    }
+    AddProblem(LineText(extraFrom_) + ": more than " + std::to_string(layout_.width) +
+               " cells (--leave-out " + std::to_string(extraFrom_) + ")");
+    extraFrom_ = 0;
+    extraRows_ = 0;
+}
+
+/// Something in the columns that have a kind, no text there (of ten or more such columns: in one of ten).
+bool DelimitedRows::HoldsRow(const Row& row) const {
+    std::size_t typed = 0;
+    std::size_t texts = 0;
+    bool filled = false;
+    for (std::size_t i = 0; i < layout_.width; ++i) {
+        if (layout_.kinds[i] == CellKind::text)
+            continue;
+        ++typed;
+        texts += Contradicts(layout_.kinds[i], row.states[i], row.Cell(i)) ? 1 : 0;
+        filled = filled || row.states[i] != CellState::null;
+    }
+    return filled && (texts == 0 || (typed >= 10 && texts * 10 <= typed));
+}
+
+bool DelimitedRows::HasTime(const Row& row) const {
+    return std::all_of(layout_.timeColumns.begin(), layout_.timeColumns.end(), [&](std::size_t column) {
+        if (layout_.kinds[column] == CellKind::number)
+            return row.states[column] == CellState::number;
+        const std::string_view cell = row.Cell(column);
+        const CellKind kind = layout_.kinds[column] == CellKind::text ? CellKind::number : KindOfCell(cell);
+        return kind != CellKind::null && (kind != CellKind::text || layout_.kinds[column] == CellKind::text);
+    });
+}
+
+/// A row that the logger, or the copying, did not finish: too few cells, or no line end and a last cell
+/// shorter than those before.
+bool DelimitedRows::IsCut(const Record& record) const {
+    if (!IsLast())
+        return false;
+    const std::size_t cells = records_.Cells().size();
+    if (cells < layout_.width && shortRows_ == 0)
+        return true;
+    const std::size_t known = std::min(lengthsSeen_, lastLengths_.size());
+    if (record.ended || known == 0)
+        return false;
+    return records_.Cells().back().size() <
+           *std::min_element(lastLengths_.begin(), lastLengths_.begin() + static_cast<std::ptrdiff_t>(known));
+}
+
+/// A row equal to the one before counts once.
+bool DelimitedRows::IsRepeated(const Record& record) {
+    if (havePrevious_ && record.text == previousText_) {
+        LeaveOut("row equal to the one before", record.place.line);
+        return true;
+    }
+    previousText_ = record.text;
+    havePrevious_ = true;
+    shortRows_ += records_.Cells().size() < layout_.width ? 1 : 0;
+    return false;
+}
+
+bool DelimitedRows::IsHeaderAgain() const {
+    return std::any_of(
+        layout_.header.begin(), layout_.header.end(), [&](const std::vector<std::string>& line) {
+            return std::equal(line.begin(), line.end(), records_.Cells().begin(), records_.Cells().end());
+        });
+}
+
+std::string DelimitedRows::WhyStrange(const Row& row) const {
+    const std::vector<std::string_view>& cells = *row.cells;
+    if (!FitsWidth(cells.size(), cells.back().empty(), layout_.width, layout_.separator))
+        return std::to_string(cells.size()) + (cells.size() == 1 ? " cell" : " cells") +
+               " where there should be " + std::to_string(layout_.width);
+    for (std::size_t i = 0; i < layout_.width; ++i) {
+        if (Contradicts(layout_.kinds[i], row.states[i], row.Cell(i)))
+            return QuotedCell(row.Cell(i)) + " in column " + std::to_string(i + 1) + " is " +
+                   (layout_.kinds[i] == CellKind::number ? "no number" : "no time");
+    }
+    if (!HasTime(row))
+        return "the time cell is empty";
+    return "no value in the columns of numbers";
+}
+
+/// A row follows: the lines held back stand in the middle of the table.
+void DelimitedRows::CloseStrange() {
+    for (const Strange& strange : strange_)
+        AddProblem(LineText(strange.line) + ": " + strange.why + " (--leave-out " +
+                   std::to_string(strange.line) + ")");
+    strange_.clear();
+}
+
+void DelimitedRows::CloseStrangeAtEnd() {
+    for (std::size_t i = 0; i < strange_.size(); ++i) {
+        const Strange& strange = strange_[i];
+        const bool last = i + 1 == strange_.size();
+        if (strange.withoutTime)
+            LeaveOut("line without time at the end", strange.line);
+        else if (last && strange.tooShort)
+            LeaveOut("cut row at the end", strange.line);
+        else
+            AddProblem(LineText(strange.line) + ": " + strange.why + " (--leave-out " +
+                       std::to_string(strange.line) + ")");
+    }
+    strange_.clear();
+}
+
+}  // namespace dravik

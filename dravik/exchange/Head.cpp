@@ -1,0 +1,286 @@
+#include "dravik/exchange/Head.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "dravik/exchange/ExchangeError.h"
+
+namespace dravik {
+namespace {
+
+HeadLine LineOf(const Record& record, const CellSplitter& split) {
+    HeadLine line;
+    line.place = record.place;
+    line.text = record.text;
+    line.cells.assign(split.Cells().begin(), split.Cells().end());
+    for (std::size_t i = 0; i < line.cells.size(); ++i)
+        line.quoted.push_back(split.IsQuoted(i));
+    if (line.cells.size() > 1) {
+        for (const std::string& cell : line.cells)
+            line.kinds.push_back(KindOfCell(cell));
+    }
+    return line;
+}
+
+/// Share of the filled cells that are no text.
+double ShareOfValues(const HeadLine& line) {
+    std::size_t filled = 0;
+    std::size_t values = 0;
+    for (std::size_t i = 0; i < line.cells.size(); ++i) {
+        filled += line.cells[i].empty() ? 0 : 1;
+        values += line.cells[i].empty() || line.kinds[i] == CellKind::text ? 0 : 1;
+    }
+    return filled == 0 ? 0.0 : static_cast<double>(values) / static_cast<double>(filled);
+}
+
+/// The separator that a first line "sep=;" states.
+std::optional<char> StatedSeparator(const TextFile& file) {
+    LineReader reader(file);
+    std::string_view line;
+    if (!reader.Next(line))
+        return std::nullopt;
+    if (line.size() >= 6 && line.front() == '"' && line.back() == '"')
+        line = line.substr(1, line.size() - 2);
+    if (line.size() != 5 || LowerCase(line.substr(0, 4)) != "sep=")
+        return std::nullopt;
+    return line[4];
+}
+
+bool IsTooWide(const std::vector<HeadLine>& lines) {
+    const auto wide = std::count_if(lines.begin(), lines.end(),
+                                    [](const HeadLine& line) { return line.cells.size() > mostCells; });
+    return wide > 0 && static_cast<std::size_t>(wide) * 2 >= lines.size();
+}
+
+struct DecimalProofs {
+    std::size_t commas = 0;
+    std::size_t points = 0;
+    bool groupedByComma = false;
+    bool groupedByPoint = false;
+    bool quotedLikeGroup = false;  ///< "1,234" in quotes
+    std::string doubtful;          ///< a cell like 1,234
+    std::size_t doubtfulLine = 0;
+};
+
+void TakeProof(const NumberShape& shape, const std::string& cell, bool quoted, std::size_t line,
+               DecimalProofs& proofs) {
+    const std::size_t marks = shape.points + shape.commas;
+    if (marks == 0)
+        return;
+    if (marks == 1) {
+        const bool likeGroup = shape.groupsOfThree && shape.lastDigits == 3 && !shape.zeroFirst;
+        if (!likeGroup) {
+            (shape.lastMark == ',' ? proofs.commas : proofs.points) += 1;
+        } else if (shape.lastMark == ',') {
+            proofs.quotedLikeGroup = proofs.quotedLikeGroup || quoted;
+            if (proofs.doubtful.empty()) {
+                proofs.doubtful = cell;
+                proofs.doubtfulLine = line;
+            }
+        }
+        return;
+    }
+    const bool mixed = shape.points > 0 && shape.commas > 0;
+    const bool commaGroups = mixed ? shape.lastMark == '.' : shape.commas > 0;
+    (commaGroups ? proofs.groupedByComma : proofs.groupedByPoint) = true;
+    if (mixed)
+        (commaGroups ? proofs.points : proofs.commas) += 1;
+}
+
+DecimalProofs CollectProofs(const SeparatedHead& head) {
+    DecimalProofs proofs;
+    for (const HeadLine& line : head.lines) {
+        if (head.width < 2 || line.isComment || !FitsWidth(line, head.width, head.separator))
+            continue;
+        for (std::size_t i = 0; i < line.cells.size(); ++i) {
+            NumberShape shape;
+            if (line.kinds[i] == CellKind::number && ShapeOfNumber(line.cells[i], shape))
+                TakeProof(shape, line.cells[i], line.quoted[i], line.place.line, proofs);
+        }
+    }
+    return proofs;
+}
+
+CellKind KindOfColumn(const std::vector<const HeadLine*>& lines, std::size_t column) {
+    std::array<std::size_t, 6> counts{};
+    for (const HeadLine* line : lines)
+        ++counts[static_cast<std::size_t>(line->KindAt(column))];
+    counts[static_cast<std::size_t>(CellKind::null)] = 0;
+    std::size_t filled = 0;
+    for (const std::size_t count : counts)
+        filled += count;
+    const auto best = std::max_element(counts.begin(), counts.end());
+    if (filled == 0 || *best * 10 < filled * 9)
+        return CellKind::text;
+    return static_cast<CellKind>(best - counts.begin());
+}
+
+/// The first row that two of the next five lines (blank ones and comments aside) follow.
+std::size_t FindFirstRow(const SeparatedHead& head, const TableShape& shape) {
+    std::vector<std::size_t> lines;
+    for (std::size_t i = 0; i < head.lines.size(); ++i) {
+        if (!head.lines[i].IsBlank() && !head.lines[i].isComment)
+            lines.push_back(i);
+    }
+    const auto isRow = [&](std::size_t i) {
+        const HeadLine& line = head.lines[lines[i]];
+        return FitsWidth(line, shape.width, head.separator) && CouldBeRow(line.kinds, shape.kinds);
+    };
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (!isRow(i))
+            continue;
+        const std::size_t end = std::min(lines.size(), i + 6);
+        std::size_t more = 0;
+        for (std::size_t j = i + 1; j < end; ++j)
+            more += isRow(j) ? 1 : 0;
+        if (more >= std::min<std::size_t>(2, lines.size() - i - 1))
+            return lines[i];
+    }
+    return head.lines.size();
+}
+
+}  // namespace
+
+std::optional<std::string_view> BehindCommentMark(std::string_view text) {
+    text = TrimmedCell(text);
+    if (!text.starts_with('#') && !text.starts_with("//"))
+        return std::nullopt;
+    const std::size_t behind = text.find_first_not_of(text.front());
+    return behind == std::string_view::npos ? std::string_view() : text.substr(behind);
+}
+
+std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote) {
+    std::vector<HeadLine> lines;
+    RecordReader reader(file, separator, quote);
+    CellSplitter behindMark(separator, quote);
+    Record record;
+    while (reader.Here().offset < file.HeadEnd() && reader.Next(record)) {
+        const std::vector<std::string_view>& cells = reader.Cells();
+        const auto filled = std::find_if(cells.begin(), cells.end(), [](auto cell) { return !cell.empty(); });
+        // A cell with nothing but the mark is the name of a column of row numbers.
+        const bool isName = separator != ' ' && filled != cells.end() && *filled == "#" && cells.size() > 1;
+        const bool isComment = filled != cells.end() && !isName && BehindCommentMark(*filled).has_value();
+        if (isComment) {
+            const std::size_t mark = record.text.find_first_of("#/");
+            behindMark.Split(*BehindCommentMark(record.text.substr(mark)), false);
+        }
+        lines.push_back(LineOf(record, isComment ? behindMark : reader.Split()));
+        lines.back().isComment = isComment;
+    }
+    return lines;
+}
+
+bool FitsWidth(std::size_t cells, bool lastIsEmpty, std::size_t width, char separator) {
+    if (cells == width)
+        return true;
+    if (separator == ' ')
+        return false;
+    return (cells == width + 1 && lastIsEmpty) || (cells + 1 == width && width >= 3);
+}
+
+bool FitsWidth(const HeadLine& line, std::size_t width, char separator) {
+    return !line.IsBlank() && FitsWidth(line.cells.size(), line.cells.back().empty(), width, separator);
+}
+
+SeparatorScore ScoreOf(const std::vector<HeadLine>& head, char separator) {
+    std::map<std::size_t, double> scores;
+    for (const HeadLine& line : head) {
+        const std::size_t count = line.cells.size();
+        if (line.isComment || count < 2 || count > mostCells)
+            continue;
+        const double score = 0.1 + ShareOfValues(line);
+        scores[count] += score;
+        if (count > 2 && line.cells.back().empty())
+            scores[count - 1] += score;
+    }
+    SeparatorScore best;
+    for (const auto& [width, score] : scores) {
+        if (score > best.score * (1.0 + 1e-9))
+            best = {score, width};
+    }
+    if (separator == ' ')
+        best.score *= 0.5;
+    return best;
+}
+
+SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, char quote) {
+    if (!separator)
+        separator = StatedSeparator(file);
+    SeparatedHead best;
+    double bestScore = -1.0;
+    for (const char candidate : {'\t', ';', ',', '|', ' '}) {
+        if (separator && candidate != '\t')
+            break;
+        const char sign = separator.value_or(candidate);
+        std::vector<HeadLine> lines = ReadHead(file, sign, quote);
+        const SeparatorScore score = ScoreOf(lines, sign);
+        if (IsTooWide(lines))
+            throw ExchangeError("line " + std::to_string(lines.front().place.line) + ": more than " +
+                                std::to_string(mostCells) + " columns");
+        if (score.score > bestScore * (1.0 + 1e-9)) {
+            bestScore = score.score;
+            best = {sign, score.width, std::move(lines)};
+        }
+    }
+    return best;
+}
+
+DecimalFinding FindDecimalSign(const SeparatedHead& head, std::optional<char> decimal) {
+    const DecimalProofs proofs = CollectProofs(head);
+    DecimalFinding finding;
+    NumberFormat& format = finding.format;
+    const bool onlyDoubtful = proofs.commas == 0 && proofs.points == 0 && !proofs.doubtful.empty() &&
+                              !proofs.groupedByComma && !proofs.groupedByPoint;
+    if (decimal) {
+        format.decimal = *decimal;
+    } else if (onlyDoubtful) {
+        format.decimal = ',';
+        finding.guessed = head.separator == ';';
+        if (!finding.guessed) {
+            finding.undecided = proofs.doubtful;
+            finding.line = proofs.doubtfulLine;
+        }
+    } else {
+        format.decimal =
+            proofs.commas > proofs.points || (proofs.groupedByPoint && proofs.points == 0) ? ',' : '.';
+    }
+    const bool grouped = format.decimal == '.' ? proofs.groupedByComma || (proofs.quotedLikeGroup &&
+                                                                           (proofs.points > 0 || decimal))
+                                               : proofs.groupedByPoint;
+    if (grouped && head.separator != ' ')
+        format.group = format.decimal == '.' ? ',' : '.';
+    return finding;
+}
+
+bool CouldBeRow(const std::vector<CellKind>& cells, const std::vector<CellKind>& columns) {
+    std::size_t typed = 0;
+    std::size_t texts = 0;
+    std::size_t filled = 0;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (columns[i] == CellKind::text)
+            continue;
+        ++typed;
+        const CellKind kind = i < cells.size() ? cells[i] : CellKind::null;
+        texts += kind == CellKind::text ? 1 : 0;
+        filled += kind == CellKind::text || kind == CellKind::null ? 0 : 1;
+    }
+    return filled > 0 && (texts == 0 || (typed >= 10 && texts * 10 <= typed));
+}
+
+TableShape FindTable(const SeparatedHead& head) {
+    TableShape shape;
+    shape.width = head.width;
+    std::vector<const HeadLine*> fitting;
+    for (const HeadLine& line : head.lines) {
+        if (!line.isComment && FitsWidth(line, head.width, head.separator))
+            fitting.push_back(&line);
+    }
+    fitting.erase(fitting.begin(), fitting.begin() + static_cast<std::ptrdiff_t>(fitting.size() / 2));
+    for (std::size_t column = 0; column < head.width; ++column)
+        shape.kinds.push_back(KindOfColumn(fitting, column));
+    shape.firstRow = head.width < 2 ? head.lines.size() : FindFirstRow(head, shape);
+    return shape;
+}
+
+}  // namespace dravik

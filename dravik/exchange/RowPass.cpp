@@ -1,0 +1,188 @@
+#include "dravik/exchange/RowPass.h"
+
+#include <cmath>
+#include <optional>
+
+#include "dravik/exchange/Cells.h"
+#include "dravik/include/DKBase.h"
+
+namespace dravik {
+namespace {
+
+constexpr double perOne = 100.0;  // hundredths
+constexpr std::uint64_t checkpointBytes = 1024 * 1024;
+constexpr double daySeconds = 86400.0;
+
+class RowPass {
+  public:
+    RowPass(const TextFile& file, const ReadingRules& rules, std::size_t columns, const Choices& choices,
+            const Progress& progress)
+        : file_(file),
+          rules_(rules),
+          choices_(choices),
+          progress_(progress),
+          rows_(rules.open(file, false)),
+          time_(rules.time) {
+        result_.columns.resize(columns);
+        result_.orders = allDateOrders;
+    }
+
+    RowPassResult Run() {
+        Row row;
+        for (TimeReader::State before; rows_->Next(row); before = time_.Now()) {
+            MarkPlace(row, before);
+            TakeTime(row);
+            for (std::size_t i = 0; i < result_.columns.size(); ++i)
+                result_.columns[i].Add(row.states[i], row.values[i], row.Cell(i), row.Line());
+            ++result_.rows;
+        }
+        Finish();
+        return std::move(result_);
+    }
+
+  private:
+    void MarkPlace(const Row& row, const TimeReader::State& before) {
+        if (!result_.checkpoints.empty() &&
+            row.place.offset < result_.checkpoints.back().place.offset + checkpointBytes)
+            return;
+        result_.checkpoints.push_back({row.place, before});
+        if (progress_ && !progress_(row.place.offset, 2 * file_.End()))
+            throw ImportStopped{};
+    }
+
+    void TakeTime(const Row& row) {
+        RowTime time;
+        if (!time_.Read(row, time)) {
+            if (result_.problems.size() < 3)
+                result_.problems.push_back("line " + std::to_string(row.Line()) + ": " +
+                                           QuotedCell(row.Cell(rules_.time.columns.front())) +
+                                           " is no time like those before (--leave-out " +
+                                           std::to_string(row.Line()) + ")");
+            return;
+        }
+        if (!begun_)
+            BeginTimes(row, time);
+        const auto possible = static_cast<DateOrderSet>(result_.orders & time.orders);
+        if (possible == 0) {
+            if (result_.problems.size() < 3)
+                result_.problems.push_back("line " + std::to_string(row.Line()) + ": the date " +
+                                           QuotedCell(row.Cell(rules_.time.columns.front())) +
+                                           " is impossible in the order of those before (--leave-out " +
+                                           std::to_string(row.Line()) + ")");
+            return;
+        }
+        result_.orders = possible;
+        double first = 0.0;
+        bool haveOne = false;
+        for (std::size_t i = 0; i < dateOrders; ++i) {
+            if ((possible & SetOf(static_cast<DateOrder>(i))) == 0)
+                continue;
+            bases_[i]->Add((time.at[i] + choices_.shift) * perOne, row.Line());
+            result_.ordersAgree = result_.ordersAgree && (!haveOne || std::abs(time.at[i] - first) < 1e-6);
+            first = time.at[i];
+            haveOne = true;
+        }
+    }
+
+    /// The first row tells where the grid of an existing dataset lies among the file's times.
+    void BeginTimes(const Row& row, const RowTime& time) {
+        begun_ = true;
+        startStamp_ = StartOf(row);
+        for (std::size_t i = 0; i < dateOrders; ++i) {
+            TimeBaseOptions options;
+            options.step = choices_.step;
+            options.fill = choices_.fill * perOne;
+            if (choices_.target) {
+                options.step = choices_.target->step;
+                options.phase = choices_.target->firstIndex + TargetZero(i, time.at[i]) * perOne;
+            }
+            bases_[i].emplace(options);
+        }
+    }
+
+    /// Unix seconds of the first row's clock, where numbers tell the steps.
+    std::optional<double> StartOf(const Row& row) const {
+        Stamp stamp;
+        if (rules_.time.startColumns.empty() || !ReadStampCells(row, rules_.time.startColumns, "", stamp) ||
+            !stamp.hasDate)
+            return std::nullopt;
+        for (std::size_t i = 0; i < dateOrders; ++i) {
+            const auto order = static_cast<DateOrder>(i);
+            if ((stamp.orders & SetOf(order)) != 0)
+                return static_cast<double>(DayOf(stamp, order).value_or(0)) * daySeconds + stamp.clockSeconds;
+        }
+        return std::nullopt;
+    }
+
+    /// Unix seconds of the file's time 0; nothing where only clocks or plain numbers are known.
+    std::optional<double> BaseOf(std::size_t order) const {
+        const TimeReader::State& state = time_.Now();
+        if (rules_.time.isEpoch)
+            return state.epochStart + rules_.time.epochShift;
+        if (!rules_.time.isNumber && time_.HasDate())
+            return static_cast<double>(state.firstDay[order]) * daySeconds;
+        return std::nullopt;
+    }
+
+    bool IsPlain() const {
+        return rules_.time.isNumber && !rules_.time.isEpoch && rules_.time.startColumns.empty();
+    }
+
+    double TargetZero(std::size_t order, double firstTime) const {
+        const std::optional<double> base = BaseOf(order);
+        if (base && choices_.target->hasStart)
+            return choices_.target->start - *base;
+        return IsPlain() ? 0.0 : std::floor(firstTime + 1e-6);
+    }
+
+    /// Plain numbers stay as they stand; all else counts from the whole second of the earliest row.
+    void SetZero(std::size_t order) {
+        const TimeBaseSummary& times = result_.times[order];
+        const std::optional<double> base = BaseOf(order);
+        const double earliest = times.earliest / perOne;
+        double zero = IsPlain() ? 0.0 : std::floor(earliest + 1e-6);
+        if (choices_.target)
+            zero = TargetZero(order, (times.first / perOne) - choices_.shift);
+        else if (startStamp_)
+            zero = std::round(times.first) / perOne;
+        result_.zero[order] = zero;
+        if (startStamp_)
+            result_.start[order] = *startStamp_;
+        else if (base)
+            result_.start[order] = *base + zero;
+    }
+
+    void Finish() {
+        for (std::size_t i = 0; i < dateOrders && begun_; ++i) {
+            result_.times[i] = bases_[i]->Finish();
+            SetZero(i);
+        }
+        result_.last = time_.Now();
+        result_.hasDate = time_.HasDate();
+        result_.hasZone = time_.HasZone();
+        result_.problems.insert(result_.problems.begin(), rows_->Problems().begin(), rows_->Problems().end());
+        result_.notes = rows_->Notes();
+        result_.leftOut = rows_->LinesLeftOut();
+        result_.droppedRows = rows_->RowsLeftOut();
+    }
+
+    const TextFile& file_;
+    const ReadingRules& rules_;
+    const Choices& choices_;
+    const Progress& progress_;
+    std::unique_ptr<RowReader> rows_;
+    TimeReader time_;
+    std::array<std::optional<TimeBase>, dateOrders> bases_;
+    bool begun_ = false;
+    std::optional<double> startStamp_;
+    RowPassResult result_;
+};
+
+}  // namespace
+
+RowPassResult PassOverRows(const TextFile& file, const ReadingRules& rules, std::size_t columns,
+                           const Choices& choices, const Progress& progress) {
+    return RowPass(file, rules, columns, choices, progress).Run();
+}
+
+}  // namespace dravik

@@ -1,0 +1,82 @@
+// A text file of any size, line by line.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dravik/exchange/Encoding.h"
+
+namespace dravik {
+
+inline constexpr std::size_t headBytes = 256 * 1024;
+inline constexpr std::size_t longestLine = 1024 * 1024;
+
+/// An open file: its encoding, where its text begins and ends, how its lines end. Throws ExchangeError for a
+/// file that cannot be read, is not a regular file, is empty or is not text.
+class TextFile {
+  public:
+    /// `encoding`: iconv's name; empty: found from the head.
+    TextFile(std::string path, const std::string& encoding);
+    ~TextFile();
+    TextFile(const TextFile&) = delete;
+    TextFile& operator=(const TextFile&) = delete;
+
+    const std::string& Path() const { return path_; }
+    const dravik::Encoding& TextEncoding() const { return encoding_; }
+    char LineEnd() const { return lineEnd_; }
+    /// Bytes from the mark's end to the last one before trailing NULs and Ctrl-Zs.
+    std::uint64_t Begin() const { return encoding_.markBytes; }
+    std::uint64_t End() const { return end_; }
+    std::uint64_t HeadEnd() const { return headEnd_; }
+
+    /// Reads up to `count` bytes; fewer only at the file's end.
+    std::size_t Read(std::uint64_t offset, char* bytes, std::size_t count) const;
+
+  private:
+    std::uint64_t EndWithoutPadding(std::uint64_t size) const;
+    [[noreturn]] void Fail() const;
+
+    std::string path_;
+    int descriptor_ = -1;
+    dravik::Encoding encoding_;
+    char lineEnd_ = '\n';
+    std::uint64_t end_ = 0;
+    std::uint64_t headEnd_ = 0;
+};
+
+/// Where a line begins.
+struct Place {
+    std::uint64_t offset = 0;
+    std::size_t line = 1;  ///< its number, from 1
+};
+
+/// Lines in UTF-8 without their ends. Memory: one block and one line.
+class LineReader {
+  public:
+    explicit LineReader(const TextFile& file);
+    /// The line stays valid until the next call. Throws ExchangeError for one over 1 MiB.
+    bool Next(std::string_view& line);
+    /// Of the line that Next gives next.
+    Place Here() const { return {bufferOffset_ + at_, line_}; }
+    void Seek(const Place& place);
+    /// Whether the line given last was closed by a line end.
+    bool LineWasEnded() const { return ended_; }
+
+  private:
+    bool Fill();
+    std::size_t FindEnd(std::size_t from) const;
+
+    const TextFile& file_;
+    Decoder decoder_;
+    std::vector<char> buffer_;
+    std::size_t filled_ = 0;
+    std::size_t at_ = 0;
+    std::uint64_t bufferOffset_ = 0;
+    std::size_t line_ = 1;
+    bool ended_ = true;
+};
+
+}  // namespace dravik

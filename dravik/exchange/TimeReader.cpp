@@ -1,0 +1,116 @@
+#include "dravik/exchange/TimeReader.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace dravik {
+namespace {
+
+constexpr double daySeconds = 86400.0;
+constexpr double hourSeconds = 3600.0;
+
+}  // namespace
+
+bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
+                    Stamp& stamp) {
+    if (!format.empty()) {
+        std::string text(row.Cell(columns.front()));
+        for (std::size_t i = 1; i < columns.size(); ++i)
+            text += " " + std::string(row.Cell(columns[i]));
+        return ParseStampByFormat(text, format, stamp);
+    }
+    if (!ParseStamp(row.Cell(columns.front()), stamp))
+        return false;
+    if (columns.size() < 2)
+        return true;
+    Stamp second;
+    if (!ParseStamp(row.Cell(columns[1]), second))
+        return false;
+    if (second.hasDate == stamp.hasDate)
+        return second.hasDate != second.hasClock || !second.hasDate;
+    if (second.hasDate)
+        std::swap(stamp, second);
+    stamp.hasClock = true;
+    stamp.clockSeconds = second.clockSeconds;
+    stamp.minutesOnly = second.minutesOnly;
+    stamp.hasFraction = second.hasFraction;
+    stamp.hasZone = second.hasZone;
+    stamp.zoneSeconds = second.zoneSeconds;
+    return true;
+}
+
+bool TimeReader::ReadNumberTime(const Row& row, RowTime& time) {
+    double value = 0.0;
+    if (!ReadNumber(row.Cell(rule_.columns.front()), rule_.numbers, value) || !std::isfinite(value))
+        return false;
+    if (!state_.haveFirst) {
+        state_.haveFirst = true;
+        state_.epochStart = rule_.isEpoch ? std::floor(value * rule_.unit / daySeconds) * daySeconds : 0.0;
+    }
+    // Subtracting before scaling keeps the milliseconds of a 13-digit number.
+    time.orders = SetOf(DateOrder::ymd);
+    time.at[0] = rule_.isEpoch ? (value - state_.epochStart / rule_.unit) * rule_.unit : value * rule_.unit;
+    constexpr double beyondAnyIndex = 1e15;
+    return std::abs(time.at[0]) < beyondAnyIndex;
+}
+
+double TimeReader::ClockOf(const Row& row, const Stamp& stamp) {
+    double clock = stamp.clockSeconds;
+    double milliseconds = 0.0;
+    if (rule_.milliseconds && !stamp.hasFraction &&
+        ReadNumber(row.Cell(*rule_.milliseconds), rule_.numbers, milliseconds))
+        clock += milliseconds * 0.001;
+    return clock;
+}
+
+/// Clocks without a date go on counting behind midnight (mm:ss.f: behind the hour); read from the end, they
+/// come back over it.
+double TimeReader::PassMidnights(double clock, const Stamp& stamp) {
+    const double turn = stamp.minutesOnly ? hourSeconds : daySeconds;
+    if (state_.haveFirst && rule_.descending && clock - state_.lastClock > turn / 2)
+        --state_.turns;
+    if (state_.haveFirst && !rule_.descending && state_.lastClock - clock > turn / 2)
+        ++state_.turns;
+    state_.lastClock = clock;
+    return clock + static_cast<double>(state_.turns) * turn;
+}
+
+bool TimeReader::Read(const Row& row, RowTime& time) {
+    time = {};
+    if (rule_.isNumber)
+        return ReadNumberTime(row, time);
+    Stamp stamp;
+    if (!ReadStampCells(row, rule_.columns, rule_.format, stamp))
+        return false;
+    if (state_.haveFirst && stamp.hasDate != hasDate_)
+        return false;
+    hasDate_ = stamp.hasDate;
+    hasZone_ = hasZone_ || stamp.hasZone;
+    minutesOnly_ = minutesOnly_ || stamp.minutesOnly;
+    if (!state_.haveFirst)
+        state_.firstZone = stamp.zoneSeconds;
+    double clock = ClockOf(row, stamp);
+    if (!stamp.hasDate) {
+        time.orders = SetOf(DateOrder::ymd);
+        time.at[0] = PassMidnights(clock, stamp) - (stamp.zoneSeconds - state_.firstZone);
+        state_.haveFirst = true;
+        return true;
+    }
+    clock -= stamp.zoneSeconds - state_.firstZone;
+    time.orders = stamp.orderIsPlain ? stamp.orders : static_cast<DateOrderSet>(stamp.orders & rule_.orders);
+    for (std::size_t i = 0; i < dateOrders; ++i) {
+        const auto order = static_cast<DateOrder>(i);
+        if ((time.orders & SetOf(order)) == 0)
+            continue;
+        const std::optional<std::int64_t> day = DayOf(stamp, order);
+        if (!day)
+            continue;
+        if (!state_.haveFirst)
+            state_.firstDay[i] = *day;
+        time.at[i] = static_cast<double>(*day - state_.firstDay[i]) * daySeconds + clock;
+    }
+    state_.haveFirst = true;
+    return time.orders != 0;
+}
+
+}  // namespace dravik

@@ -1,0 +1,80 @@
+// Which columns tell the time (or depth) of a row, and what they say.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dravik/exchange/RowReader.h"
+#include "dravik/exchange/Stamp.h"
+
+namespace dravik {
+
+/// How the index of a row is read.
+struct TimeRule {
+    std::vector<std::size_t> columns;         ///< one; or two of date and clock, in either order
+    std::optional<std::size_t> milliseconds;  ///< column added to a clock
+    std::vector<std::size_t> startColumns;  ///< of a clock that tells the start where numbers tell the steps
+    std::int16_t indexKind = 1;             ///< DK_INDEX_...
+    bool isNumber = false;
+    bool isEpoch = false;     ///< numbers are times since 1970
+    double epochShift = 0.0;  ///< seconds from what they count from to 1970
+    double unit = 1.0;        ///< seconds or feet of one; only numbers
+    std::string unitName = "s";
+    std::string format;  ///< of date::parse; empty: found in each cell
+    DateOrderSet orders = allDateOrders;
+    bool descending = false;
+    NumberFormat numbers;
+};
+
+/// Times of a row in seconds (feet), one for each order of dates that is still possible, each counted from
+/// the midnight before the first row (plain numbers: as they stand).
+struct RowTime {
+    std::array<double, dateOrders> at{};
+    DateOrderSet orders = 0;
+};
+
+class TimeReader {
+  public:
+    explicit TimeReader(TimeRule rule) : rule_(std::move(rule)) {}
+
+    /// False when the cells are no time.
+    bool Read(const Row& row, RowTime& time);
+
+    /// What must be carried over when rows are not read from the first on.
+    struct State {
+        std::int64_t turns = 0;  ///< midnights (or full hours) passed by clocks without dates
+        double lastClock = 0.0;
+        bool haveFirst = false;
+        std::array<std::int64_t, dateOrders> firstDay{};
+        double firstZone = 0.0;
+        double epochStart = 0.0;
+    };
+    const State& Now() const { return state_; }
+    void Resume(const State& state) { state_ = state; }
+
+    bool HasDate() const { return hasDate_; }
+    bool HasZone() const { return hasZone_; }
+    bool MinutesOnly() const { return minutesOnly_; }
+
+  private:
+    bool ReadNumberTime(const Row& row, RowTime& time);
+    bool ReadStamp(const Row& row, Stamp& stamp) const;
+    double ClockOf(const Row& row, const Stamp& stamp);
+    double PassMidnights(double clock, const Stamp& stamp);
+
+    TimeRule rule_;
+    State state_;
+    bool hasDate_ = false;
+    bool hasZone_ = false;
+    bool minutesOnly_ = false;
+};
+
+/// Date and clock cells of a row as one stamp, in either order.
+bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
+                    Stamp& stamp);
+
+}  // namespace dravik

@@ -1,0 +1,133 @@
+// Known values after gridding.
+#include <functional>
+#include <random>
+
+#include "tests/exchange/ExchangeTest.h"
+
+namespace dravik {
+namespace {
+
+std::string Rows(int count, const std::function<double(int)>& time,
+                 const std::function<double(double)>& value) {
+    std::string text = "Time (s),P\n";
+    for (int i = 0; i < count; ++i) {
+        std::array<char, 64> line{};
+        std::snprintf(line.data(), line.size(), "%.6f,%.9g\n", time(i), value(time(i)));
+        text += line.data();
+    }
+    return text;
+}
+
+/// Phase in degrees and amplitude of a sine of 60 s over whole periods of the grid.
+std::pair<double, double> SineOf(const ImportPlan& plan, double period) {
+    const std::vector<float> values = CurveOf(plan, 0, 1000);
+    const double step = plan.grid.step / 100.0;
+    double a = 0.0;
+    double b = 0.0;
+    double span = 0.0;
+    for (std::size_t i = 0; i < values.size() && span + step <= 20 * period + 1e-9; ++i, span += step) {
+        const double angle =
+            2.0 * M_PI * (plan.grid.firstIndex / 100.0 + static_cast<double>(i) * step) / period;
+        a += static_cast<double>(values[i]) * std::sin(angle) * step;
+        b += static_cast<double>(values[i]) * std::cos(angle) * step;
+    }
+    return {std::atan2(b, a) * 180.0 / M_PI, 2.0 * std::hypot(a, b) / span};
+}
+
+TEST(Grid, KeepsPhaseAndAmplitudeOfASine) {
+    constexpr double period = 60.0;
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> jitter(-0.02, 0.02);
+    struct Sampling {
+        double step;
+        double jitter;
+        double degrees;
+        double share;
+    };
+    for (const Sampling& s : {Sampling{1.0, 1.0, 0.05, 1.5e-3},
+                              {1.0003, 0.0, 0.02, 1.5e-3},
+                              {0.125, 0.0, 0.02, 1e-4},
+                              {1.0 / 3.0, 0.0, 0.02, 1.5e-3},
+                              {0.008, 0.0, 0.02, 1e-4}}) {
+        const int rows = static_cast<int>(1230.0 / s.step);
+        const ImportPlan plan = PlanOf(Rows(
+            rows, [&](int i) { return i * s.step + s.jitter * jitter(random); },
+            [&](double t) { return std::sin(2.0 * M_PI * t / period); }));
+        const auto [phase, amplitude] = SineOf(plan, period);
+        EXPECT_NEAR(phase, 0.0, s.degrees) << s.step;
+        EXPECT_NEAR(amplitude, 1.0, s.share) << s.step;
+    }
+}
+
+TEST(Grid, RowsOnAGridStayAsTheyAreAndGapsStayGaps) {
+    const ImportPlan plan = PlanOf("T,P,V\n0,1,1\n1.004,2,1\n2,,3\n4.996,6,3\n6,7,3\n7,8,1\n8,9,1\n");
+    EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{1, 2, noSample, noSample, noSample, 6, 7, 8, 9}));
+    EXPECT_EQ(CurveOf(plan, 1, 2), (std::vector<float>{1, 1, 3, noSample, noSample, 3, 3, 1, 1}));
+    Choices fill;
+    fill.fill = 4.0;
+    const ImportPlan filled = PlanOf("T,P,V\n0,1,1\n1.004,2,1\n2,,3\n4.996,6,3\n6,7,3\n7,8,1\n8,9,1\n", fill);
+    const std::vector<float> values = CurveOf(filled, 0, 3);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(values[i], static_cast<float>(i) + 1.0F, 0.01) << i;
+    EXPECT_EQ(CurveOf(filled, 1), (std::vector<float>{1, 1, 3, 3, 3, 3, 3, 1, 1}));
+    EXPECT_TRUE(Tells(filled, "1 gaps between rows of up to 4 s are filled"));
+}
+
+TEST(Grid, CodesAreNeverInterpolated) {
+    const ImportPlan plan = PlanOf("T,P,V\n0,0,1\n0.125,1,1\n0.25,2,3\n0.375,3,3\n0.5,4,1\n0.625,5,1\n");
+    EXPECT_EQ(plan.grid.step, 12);
+    EXPECT_EQ(CurveOf(plan, 1), (std::vector<float>{1, 1, 1, 3, 3, 1}));
+    EXPECT_NEAR(CurveOf(plan, 0)[1], 0.96, 1e-6);
+}
+
+TEST(Grid, MeansOverACoarserStep) {
+    Choices choices;
+    choices.step = 200;
+    const ImportPlan plan = PlanOf(
+        "T,P,V\n0,1,1\n0.5,3,1\n1,5,1\n1.5,7,3\n2,9,3\n1.9,11,3\n3.2,13,1\n4,15,1\n4.5,17,1\n5,1,1\n5.5,1,"
+        "1\n6,5,1\n",
+        choices);
+    EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{2, 8, 15, 7.0F / 3.0F}));
+    EXPECT_EQ(CurveOf(plan, 0, 1), (std::vector<float>{2, 8, 15, 7.0F / 3.0F}));
+    EXPECT_EQ(CurveOf(plan, 1), (std::vector<float>{1, 3, 1, 1}));
+}
+
+TEST(Grid, FallingRowsAreTurnedRoundWhateverTheirNumber) {
+    const int rows = 200000;  // several blocks of the file
+    const ImportPlan plan = PlanOf(Rows(
+        rows, [](int i) { return rows - 1 - i; }, [](double t) { return t; }));
+    const std::vector<float> values = CurveOf(plan, 0);
+    ASSERT_EQ(values.size(), static_cast<std::size_t>(rows));
+    for (std::size_t i = 0; i < values.size(); ++i)
+        ASSERT_EQ(values[i], static_cast<float>(i));
+}
+
+TEST(Grid, TheGridIsThatOfMostRows) {
+    const ImportPlan plan = PlanOf("T,P\n0.3,1\n5,2\n10,3\n15,4\n20,5\n25,6\n30,7\n");
+    EXPECT_EQ(plan.grid.firstIndex, 500);
+    EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{2, 3, 4, 5, 6, 7}));
+}
+
+TEST(Grid, AGivenGridIsMetByItsDates) {
+    Choices choices;
+    choices.target = TargetGrid{1, 100, 50, 1710408590.0, true};
+    const ImportPlan plan =
+        PlanOf("D,P\n2024-03-14 09:30:00,1.5\n2024-03-14 09:30:01,2.5\n2024-03-14 09:30:02,3.5\n", choices);
+    EXPECT_EQ(plan.grid.firstIndex, 1050);
+    EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{2, 3}));
+}
+
+TEST(Grid, SinglesComeBackTheSame) {
+    const std::vector<float> singles{0.1F,        1e-45F,      std::numeric_limits<float>::max(),
+                                     16777217.0F, 1.0F / 3.0F, 1.17549435e-38F};
+    std::string text = "T,A\n";
+    for (std::size_t i = 0; i < singles.size(); ++i) {
+        std::array<char, 64> line{};
+        std::snprintf(line.data(), line.size(), "%zu,%.9g\n", i, static_cast<double>(singles[i]));
+        text += line.data();
+    }
+    EXPECT_EQ(CurveOf(PlanOf(text), 0), singles);
+}
+
+}  // namespace
+}  // namespace dravik

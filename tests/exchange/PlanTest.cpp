@@ -1,0 +1,183 @@
+// Small files as loggers write them: what the plan makes of them, one line each.
+#include <algorithm>
+
+#include "tests/exchange/ExchangeTest.h"
+
+namespace dravik {
+namespace {
+
+struct Case {
+    std::string text;
+    std::string plan;
+    std::string tells;  ///< words of a note or problem; empty: none looked for
+};
+
+void ExpectPlans(const std::vector<Case>& cases, const Choices& choices = {}) {
+    for (const Case& c : cases) {
+        const ImportPlan plan = PlanOf(c.text, choices);
+        EXPECT_EQ(Summary(plan), c.plan) << c.text << PlanText(plan);
+        EXPECT_TRUE(Tells(plan, c.tells)) << c.text << PlanText(plan);
+    }
+}
+
+const std::string rows = RowsOf(40);  // with a line of names: lines 2 to 41
+const std::string plain = "|P |T s|0+100x40";
+
+TEST(Plan, FindsEncodingLineEndsAndSeparator) {
+    std::string cr = "T,P\n" + rows;
+    std::replace(cr.begin(), cr.end(), '\n', '\r');
+    std::string wide;
+    for (const char c : "T,P\n" + rows)
+        wide += std::string(1, c) + '\0';
+    ExpectPlans({{"T,P\n" + rows, ",." + plain, ""},
+                 {"\xEF\xBB\xBFT,P\r\n" + rows + "\x1A" + std::string(9, '\0'), ",." + plain, ""},
+                 {cr, ",." + plain, ""},
+                 {"\xFF\xFE" + wide, ",." + plain, ""},
+                 {wide, ",." + plain, ""},
+                 {"T,T\xB0 (\xB0"
+                  "C)\n" +
+                      rows,
+                  ",.|T\xC2\xB0(\xC2\xB0"
+                  "C) |T s|0+100x40",
+                  ""},
+                 {"sep=;\nT;P\n0;1,5\n1;2,5\n2;3,5\n3;4,5\n", ";,|P |T s|0+100x4", "1 line of preamble"},
+                 {"T\tP\n" + RowsOf(40, "\t"), "tab." + plain, ""},
+                 {"T|P\n" + RowsOf(40, "|"), "|." + plain, ""},
+                 {"T [s]  P [psi]\n  0 1.5\n  1 2.5\n  2 3.5\n 3 4.5\n", "blanks.|P(psi) |T s|0+100x4", ""},
+                 {"T,P,\n0,1.5,\n1,2.5,\n2,3.5,\n3,4.5,\n", ",.|P |T s|0+100x4", ""},
+                 {"\"T\n(s)\",\"a \"\"P\"\"\"\n" + rows, ",.|A__P_ |T s|0+100x40", ""},
+                 {"PK\x03\x04" + rows, "it is a binary file, not text", ""},
+                 {"\n \n", "the file is empty", ""},
+                 {"some words\nand more\n",
+                  "no table: no rows of numbers among the first 2 lines (--separator, --leave-out)", ""}});
+}
+
+TEST(Plan, FindsTheDecimalSign) {
+    ExpectPlans({{"T;P\n0;0,5\n1;1,25\n2;1234,567\n", ";,|P |T s|0+100x3", ""},
+                 {"T;P\n0;1,234\n1;1,235\n2;1,236\n", ";,|P |T s|0+100x3", "decimal comma"},
+                 {"T\tP\n0\t1,234\n1\t1,235\n2\t1,236\n",
+                  "line 2: \"1,234\": thousands or decimals? (--decimal , or .)", ""},
+                 {"T,P\n0,\"1,234.5\"\n1,\"1,235.5\"\n2,\"1,236.5\"\n", ",.|P |T s|0+100x3", ""},
+                 {"T;P\n0;1.234,5\n1;1.235,5\n2;1.236,5\n", ";,|P |T s|0+100x3", ""}});
+    EXPECT_EQ(CurveOf(PlanOf("T,P\n0,\"1,234.5\"\n1,\"1,235.5\"\n2,\"1,236.5\"\n"), 0),
+              (std::vector<float>{1234.5F, 1235.5F, 1236.5F}));
+    EXPECT_EQ(CurveOf(PlanOf("T;P\n0;1.234,5\n1;1.235,5\n2;1.236,5\n"), 0),
+              (std::vector<float>{1234.5F, 1235.5F, 1236.5F}));
+}
+
+TEST(Plan, FindsNamesAndUnits) {
+    const std::string body = "0,1.5,9\n1,2.5,8\n2,3.5,9\n3,4.5,7\n";
+    const std::string grid = "|T s|0+100x4";
+    ExpectPlans(
+        {{"T (s),Pressure (psi),Flow [gpm]\n" + body, ",.|PRESSURE(psi) FLOW(gpm) " + grid, ""},
+         {"T_s,p_bar,p_min\n" + body, ",.|P(bar) P_MIN " + grid, "--convert"},
+         {"T,\"Level, m\",Q/m3/h\n" + body, ",.|LEVEL(m) Q(m3/h) " + grid, ""},
+         {"T,Lvl (Avg),Lvl (Avg)\n" + body, ",.|LVL_(AVG) LVL_(AVG)2 " + grid, ""},
+         {"T,P,Q\ns,kPa,rps\n" + body, ",.|P(kPa) Q(rps) " + grid, ""},
+         {"Well test,5,x\n\nT,Downhole pressure,Downhole pressure\n" + body,
+          ",.|DOWNHOLE_P DOWNHOLE_2 " + grid, "\"Downhole pressure\" -> DOWNHOLE_P"},
+         {"# logger\n# T,P,Q\n# s,psi,gpm\n" + body, ",.|P(psi) Q(gpm) " + grid, "1 line of preamble"},
+         {body, ",.|COL2 COL3 |COL1 s|0+100x4", "COL1, COL2 ..."},
+         {"T,P,Unit\n0,1.5,psi\n1,2.5,psi\n2,3.5,psi\n", ",.|P(psi) |T s|0+100x3", "text in column Unit"},
+         {"P\nUNIT: psi\nT,P,Q\n" + body, ",.|P(psi) Q " + grid, ""}});
+}
+
+TEST(Plan, FindsTheTime) {
+    const auto at = [](const std::string& head, const std::vector<std::string>& times) {
+        std::string text = head + ",P\n";
+        for (const std::string& time : times)
+            text += time + ",1.5\n";
+        return text;
+    };
+    ExpectPlans(
+        {{at("When", {"14.03.2024 09:30:00", "14.03.2024 09:30:01", "14.03.2024 09:30:02"}),
+          ",.|P |When dmy|0+100x3|2024-03-14T09:30:00", ""},
+         {at("Date,Time", {"3/14/24,1:59:59 PM", "3/14/24,2:00:00 PM", "3/14/24,2:00:01 PM"}),
+          ",.|P |Date Time mdy|0+100x3|2024-03-14T13:59:59", ""},
+         {at("Clock,Date", {"23:59:59,2024-12-31", "00:00:00,2025-01-01", "00:00:01,2025-01-01"}),
+          ",.|P |Date Clock ymd|0+100x3|2024-12-31T23:59:59", ""},
+         {at("Clock", {"23:59:59", "00:00:00", "00:00:01"}), ",.|P |Clock |0+100x3", "1 times past midnight"},
+         {at("Clock", {"59:59.5", "00:00.0", "00:00.5"}), ",.|P |Clock |50+50x3", "full hour"},
+         {at("Date,Time,ms", {"2024/3/4,1:00:00,500", "2024/3/4,1:00:00,750", "2024/3/4,1:00:01,0"}),
+          ",.|P |Date Time ms ymd|50+25x3|2024-03-04T01:00:00", "milliseconds"},
+         {at("Time,Elapsed (s)", {"09:30:00,0", "09:30:00,0.5", "09:30:01,1"}), ",.|P |Elapsed Time s|0+50x3",
+          "the clock repeats"},
+         {at("ts", {"1710408600", "1710408601", "1710408602"}), ",.|P |ts s|0+100x3|2024-03-14T09:30:00", ""},
+         {at("t", {"1710408600500", "1710408601500", "1710408602500"}),
+          ",.|P |t ms|50+100x3|2024-03-14T09:30:00", ""},
+         {at("Hours", {"0", "0.5", "1"}),
+          "the median step of 1800 s is longer than the longest of a grid, 327.67 s "
+          "(--step 30000)",
+          ""},
+         {at("time_min", {"0", "0.5", "1"}), ",.|P |time min|0+3000x3", ""},
+         {at("t (m)", {"0", "1", "2"}), "column t: \"m\" is no unit of time (--time-unit s|ms|min|h|d)", ""},
+         {at("Time", {"45365.1", "45365.2", "45365.3"}),
+          "column Time rises by less than 1 from 45365.1: days or seconds? (--time-unit d or s)", ""},
+         {at("No,X", {"1,0", "2,2", "3,4"}), ",.|NO P |X s|0+200x3", "rises evenly"},
+         {at("Depth (m)", {"100", "100.1524", "100.3048"}), ",.|P |Depth m|32808+50x3", ""},
+         {at("A,B", {"4,7", "2,9", "3,1"}), "no column tells the time (--time COL)", ""},
+         {at("D", {"05/06/2024 10:00", "05/06/2024 10:01", "05/06/2024 10:02"}),
+          ",.|P |D dmy|0+6000x3|2024-06-05T10:00:00", "--date-order"},
+         {at("D", {"12-11-10 23:59:59", "12-11-11 00:00:00", "12-11-11 00:00:01"}),
+          ",.|P |D ymd|0+100x3|2012-11-10T23:59:59", "--date-order"},
+         {at("D", {"2024-03-31T01:59:59+01:00", "2024-03-31T03:00:00+02:00", "2024-03-31T03:00:01+02:00"}),
+          ",.|P |D ymd|0+100x3|2024-03-31T01:59:59", ""}});
+}
+
+TEST(Plan, LeavesOutWhatIsNoRowAndSaysSo) {
+    const std::string head = "T,P\n" + rows;
+    ExpectPlans(
+        {{head + "\nEnd of data\nMean,3\n", ",." + plain, "without time at the end"},
+         {head + "40,1", ",." + plain, "cut row at the end (line 42)"},
+         {head + "T,P\n40,1.5\n# stop\n41,1.5\n", ",.|P |T s|0+100x42", "header again (line 42)"},
+         {head + "39,39.5\n40,5.5\n", ",.|P |T s|0+100x41", "equal to the one before (line 42)"},
+         {head + "40,1.5,9\n41,1.5,9\n42,1.5,9\n", ",.|P |T s|0+100x43", "from line 42 on"},
+         {head + "40,x\n41,1.5\n", "line 42: \"x\" in column 2 is no number (--leave-out 42)", ""},
+         {head + "40,1.5,2\n41,1.5\n", "line 42: more than 2 cells (--leave-out 42)", ""},
+         {head + "38,1.5\n40,1.5\n",
+          "line 42: its time is not behind that of line 41 (--leave-out 42, or --step CS for means)", ""},
+         {head + "40,1e39\n41,1.5\n", "line 42: \"1e39\" in column P is beyond single precision", ""},
+         {head + "40,-9999\n41,N/A\n42,#REF!\n43,1.#QNAN\n44,2.5\n", ",.|P |T s|0+100x45", "--null -9999"}});
+    Choices choices;
+    choices.leaveOut = {{42, 43}};
+    choices.nulls = {"-9999"};
+    const ImportPlan plan = PlanOf(head + "40,x\nx,5\n42,-9999\n43,8.5\n", choices);
+    const std::vector<float> values = CurveOf(plan, 0);
+    ASSERT_EQ(values.size(), 44U);
+    EXPECT_EQ(std::vector<float>(values.begin() + 39, values.end()),
+              (std::vector<float>{39.5F, noSample, noSample, noSample, 8.5F}));
+}
+
+TEST(Plan, ChoicesOverrideWhatIsFound) {
+    Choices choices;
+    choices.time = {"#2"};
+    choices.timeUnit = "ms";
+    choices.curves = {{"q", "FLOW", "kPa"}};
+    choices.convert = true;
+    choices.shift = 10.0;
+    const ImportPlan plan = PlanOf("A,B,Q (x)\n1,0,100\n2,500,200\n3,1000,300\n", choices);
+    EXPECT_EQ(Summary(plan), ",.|FLOW(psi) |B ms|1000+50x3");
+    EXPECT_FLOAT_EQ(CurveOf(plan, 0)[0], 14.5037738F);
+    Choices unknown;
+    unknown.time = {"nowhere"};
+    EXPECT_EQ(Summary(PlanOf("T,P\n" + rows, unknown)), "there is no column \"nowhere\" among T, P");
+}
+
+TEST(Plan, AllProblemsAreToldAtOnce) {
+    const ImportPlan plan =
+        PlanOf("T,P\n" + rows + "38,4.5\n47,x\n49.3,1.5\n60.7,3.5\n80.2,1e40\n95.4,1.5\n");
+    EXPECT_TRUE(Tells(plan, "no number"));
+    EXPECT_TRUE(Tells(plan, "not behind"));
+    EXPECT_TRUE(Tells(plan, "events"));
+    EXPECT_TRUE(Tells(plan, "beyond single"));
+    EXPECT_FALSE(PlanJson(plan)["problems"].empty());
+}
+
+TEST(Plan, RefusesLinesAndTablesBeyondAllMeasure) {
+    EXPECT_EQ(Summary(PlanOf("T,P\n0," + std::string(2 << 20, '1'))), "line 2 is longer than 1 MiB");
+    EXPECT_EQ(Summary(PlanOf(std::string(900000, ',') + "\n0" + std::string(900000, ','))),
+              "line 1: more than 4096 columns");
+}
+
+}  // namespace
+}  // namespace dravik
