@@ -21,10 +21,9 @@ std::string UpperCase(std::string_view text) {
     std::string upper(text);
     for (std::size_t i = 0; i < upper.size(); ++i) {
         const auto code = static_cast<unsigned char>(upper[i]);
-        if (code >= 'a' && code <= 'z')
-            upper[i] = static_cast<char>(code - 32);
-        else if (i > 0 && static_cast<unsigned char>(upper[i - 1]) == 0xC3 && code >= 0xA0 && code <= 0xBE &&
-                 code != 0xB7)
+        const bool accented = i > 0 && static_cast<unsigned char>(upper[i - 1]) == 0xC3 && code >= 0xA0 &&
+                              code <= 0xBE && code != 0xB7;
+        if (accented || (code >= 'a' && code <= 'z'))
             upper[i] = static_cast<char>(code - 32);
     }
     return upper;

@@ -81,6 +81,7 @@ Encoding DetectEncoding(std::string_view head, bool cut) {
 Encoding NamedEncoding(const std::string& name, std::string_view head) {
     using vorela::EqualIgnoringCase;
     const iconv_t probe = iconv_open("UTF-8", name.c_str());
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): what iconv_open is specified to return
     if (probe == reinterpret_cast<iconv_t>(-1))
         throw ChoiceError("--encoding " + name + ": there is no such encoding");
     iconv_close(probe);
@@ -94,11 +95,8 @@ Encoding NamedEncoding(const std::string& name, std::string_view head) {
 }
 
 bool LooksBinary(std::string_view head, const Encoding& encoding) {
-    for (const std::string_view magic :
-         {"PK\x03\x04", "\x1F\x8B", "SQLite format 3", "\xD0\xCF\x11\xE0", "%PDF", "\x89PNG",
-          "\x7F"
-          "ELF",
-          "7z\xBC\xAF", "MATLAB 5.0 MAT"}) {
+    for (const std::string_view magic : {"PK\x03\x04", "\x1F\x8B", "SQLite format 3", "\xD0\xCF\x11\xE0",
+                                         "%PDF", "\x89PNG", "\177ELF", "7z\xBC\xAF", "MATLAB 5.0 MAT"}) {
         if (head.starts_with(magic))
             return true;
     }

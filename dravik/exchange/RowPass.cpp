@@ -10,7 +10,7 @@ namespace dravik {
 namespace {
 
 constexpr double perOne = 100.0;  // hundredths
-constexpr std::uint64_t checkpointBytes = 1024 * 1024;
+constexpr std::uint64_t checkpointBytes = std::uint64_t{1024} * 1024;
 constexpr double daySeconds = 86400.0;
 
 class RowPass {

@@ -13,7 +13,7 @@
 namespace dravik {
 namespace {
 
-constexpr std::size_t blockBytes = 256 * 1024;
+constexpr std::size_t blockBytes = std::size_t{256} * 1024;
 
 /// What loggers and old systems leave behind a text: zeros of a preallocated file, Ctrl-Z.
 bool IsPadding(const char* unit, const Encoding& encoding) {

@@ -11,8 +11,8 @@
 
 namespace dravik {
 
-inline constexpr std::size_t headBytes = 256 * 1024;
-inline constexpr std::size_t longestLine = 1024 * 1024;
+inline constexpr std::size_t headBytes = std::size_t{256} * 1024;
+inline constexpr std::size_t longestLine = std::size_t{1024} * 1024;
 
 /// An open file: its encoding, where its text begins and ends, how its lines end. Throws ExchangeError for a
 /// file that cannot be read, is not a regular file, is empty or is not text.
