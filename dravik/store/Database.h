@@ -44,18 +44,6 @@ struct Damage {
     std::int32_t last = -1;
 };
 
-/// Bytes without a first value: filling them with zeros would cost as much as reading them.
-struct StagingBuffer {
-    std::unique_ptr<unsigned char[]> bytes;
-    std::size_t size = 0;
-    void Reserve(std::size_t wanted) {
-        if (wanted <= size)
-            return;
-        bytes = std::make_unique_for_overwrite<unsigned char[]>(wanted);
-        size = wanted;
-    }
-};
-
 /// All functions throw StoreError with a status of DKBase.h; then the file and every output are as they were.
 class Database {
   public:
@@ -173,7 +161,6 @@ class Database {
     bool explicitTransaction_ = false;
     bool reading_ = false;                              ///< a ReadScope of its own lives
     std::chrono::steady_clock::time_point lastCommit_;  ///< of a DBbegin
-    StagingBuffer staging_;
     std::unique_ptr<Statements> sql_;
 };
 

@@ -1,8 +1,13 @@
 // The samples of items: chunks of up to 64 KiB, each with a checksum over its place, its validity bits and
 // its samples.
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <optional>
 
 #include "dravik/store/Crc32c.h"
@@ -13,7 +18,6 @@
 namespace vorela::store {
 namespace {
 
-constexpr std::size_t keptStaging = std::size_t{4} << 20;
 /// The list of an item's chunks stays within what a row may hold.
 constexpr std::size_t mostChunks = std::size_t{1} << 21;
 
@@ -46,6 +50,42 @@ bool AllSet(std::span<const unsigned char> bits, std::size_t begin, std::size_t 
     return true;
 }
 
+/// Memory for what a reading call gives. One for the whole process, and kept while it is not too large: fresh
+/// memory comes from the operating system page by page and cleared, which costs as much as reading into it,
+/// and programs open and close a database for each curve. Calls of the store do not run side by side.
+class Staging {
+  public:
+    static unsigned char* Take(std::size_t wanted) {
+        if (wanted > size) {
+            Free();
+            const std::size_t rounded = (wanted + hugePage - 1) / hugePage * hugePage;
+            bytes.reset(static_cast<unsigned char*>(std::aligned_alloc(hugePage, rounded)));
+            if (bytes == nullptr)
+                throw std::bad_alloc();
+            madvise(bytes.get(), rounded, MADV_HUGEPAGE);  // worth having, not needed
+            size = rounded;
+        }
+        return bytes.get();
+    }
+    static void GiveBack() {
+        if (size > mostKept)
+            Free();
+    }
+
+  private:
+    struct Release {
+        void operator()(unsigned char* memory) const { std::free(memory); }
+    };
+    static void Free() {
+        bytes.reset();
+        size = 0;
+    }
+    static constexpr std::size_t hugePage = std::size_t{2} << 20;
+    static constexpr std::size_t mostKept = std::size_t{64} << 20;
+    static inline std::unique_ptr<unsigned char[], Release> bytes;
+    static inline std::size_t size = 0;
+};
+
 /// A chunk row as SQLite holds it.
 struct ChunkView {
     std::span<const unsigned char> present;  ///< empty: all are there
@@ -61,18 +101,26 @@ std::uint32_t ChunkCrc(std::int64_t place, const ChunkView& view) {
     return Crc32c(view.samples.data(), view.samples.size(), crc);
 }
 
+std::string NameOf(std::int64_t place) {
+    return "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1));
+}
+
+/// Whether a chunk can have so many bytes of validity bits (0: all samples are there) and of samples.
+bool IsPossible(const ItemInfo& info, std::size_t presentBytes, std::size_t samplesBytes) {
+    const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
+    const std::size_t capacity = samplesBytes / sampleBytes;
+    return capacity > 0 && samplesBytes % sampleBytes == 0 && capacity <= info.SamplesPerChunk() &&
+           (presentBytes == 0 || presentBytes == (capacity + 7) / 8);
+}
+
 /// The row of the query, columns present and samples. Throws unless it is what the item's list says.
 ChunkView CheckedView(Query& query, std::int64_t place, std::uint32_t sum, const ItemInfo& info) {
-    const std::string name = "chunk " + std::to_string(place & ((std::int64_t{1} << chunkNumberBits) - 1));
     if (!query.Bind(1, place).Step())
-        throw StoreError{DK_DISK_ERROR, name + " is missing", true};
+        throw StoreError{DK_DISK_ERROR, NameOf(place) + " is missing", true};
     const ChunkView view{query.Blob(0), query.Blob(1)};
-    const auto sampleBytes = static_cast<std::size_t>(info.sampleBytes);
-    const std::size_t capacity = view.samples.size() / sampleBytes;
-    if (capacity == 0 || view.samples.size() % sampleBytes != 0 || capacity > info.SamplesPerChunk() ||
-        !(query.IsNull(0) || query.IsBlob(0)) ||
-        (!view.present.empty() && view.present.size() != (capacity + 7) / 8) || ChunkCrc(place, view) != sum)
-        Damaged(name);
+    if (!IsPossible(info, view.present.size(), view.samples.size()) ||
+        !(query.IsNull(0) || query.IsBlob(0)) || ChunkCrc(place, view) != sum)
+        Damaged(NameOf(place));
     return view;
 }
 
@@ -99,36 +147,51 @@ void ForEachChunk(std::int64_t firstOrdinal, std::int64_t count, std::int64_t pe
 }  // namespace
 
 /// What a reading call gives. Nothing reaches the caller before Deliver: a call that fails leaves its outputs
-/// alone.
+/// alone. Until then the samples lie on the grid of the chunks, so that a chunk is read to where it belongs.
 class Database::SampleOutput {
   public:
-    SampleOutput(unsigned char* buffer, std::uint8_t* present, std::size_t count, std::size_t sampleBytes,
-                 StagingBuffer& staging)
-        : buffer_(buffer), present_(present), count_(count), sampleBytes_(sampleBytes), staging_(staging) {
-        staging_.Reserve(count * sampleBytes);
+    /// Ordinals `from` (negative: before the grid) and on.
+    SampleOutput(const ItemInfo& info, std::int64_t from, std::size_t count, unsigned char* buffer,
+                 std::uint8_t* present)
+        : buffer_(buffer),
+          present_(present),
+          count_(count),
+          sampleBytes_(static_cast<std::size_t>(info.sampleBytes)),
+          chunkBytes_(info.SamplesPerChunk() * sampleBytes_) {
+        const std::int64_t perChunk = info.SamplesPerChunk();
+        const std::int64_t lead = (from % perChunk + perChunk) % perChunk;
+        firstChunk_ = (from - lead) / perChunk;
+        leadBytes_ = static_cast<std::size_t>(lead) * sampleBytes_;
+        const std::size_t bytes = leadBytes_ + count * sampleBytes_;
+        staging_ = Staging::Take((bytes + chunkBytes_ - 1) / chunkBytes_ * chunkBytes_);
         if (present_ == nullptr)
             return;
         flags_.resize(count);
-        std::memset(staging_.bytes.get(), 0, count * sampleBytes);
+        std::memset(staging_ + leadBytes_, 0, count * sampleBytes_);
     }
+
+    ~SampleOutput() { Staging::GiveBack(); }
+    SampleOutput(const SampleOutput&) = delete;
+    SampleOutput& operator=(const SampleOutput&) = delete;
 
     void TakeGap() const {
         if (present_ == nullptr)
             throw StoreError{DK_NOT_AVAILABLE, "a gap"};
     }
 
-    /// The part of a chunk that falls into the request, to lie from `offset` on.
+    /// Where the samples of a chunk are to be read to.
+    unsigned char* PlaceFor(std::int64_t chunk) const {
+        return staging_ + static_cast<std::size_t>(chunk - firstChunk_) * chunkBytes_;
+    }
+
+    /// The part of a chunk, read to its place, that falls into the request, to lie from `offset` on.
     void Take(std::size_t offset, const Span& span, const ChunkView& view) {
         const std::size_t stop = std::min(span.end, view.samples.size() / sampleBytes_);
         const bool allThere =
             stop == span.end && (view.present.empty() || AllSet(view.present, span.begin, span.end));
         if (!allThere)
             TakeGap();
-        if (span.begin >= stop)
-            return;
-        std::memcpy(staging_.bytes.get() + offset * sampleBytes_,
-                    view.samples.data() + span.begin * sampleBytes_, (stop - span.begin) * sampleBytes_);
-        if (present_ == nullptr)
+        if (present_ == nullptr || span.begin >= stop)
             return;
         if (allThere)
             std::memset(flags_.data() + offset, 1, stop - span.begin);
@@ -138,7 +201,7 @@ class Database::SampleOutput {
     }
 
     void Deliver() const {
-        std::memcpy(buffer_, staging_.bytes.get(), count_ * sampleBytes_);
+        std::memcpy(buffer_, staging_ + leadBytes_, count_ * sampleBytes_);
         if (present_ != nullptr)
             std::memcpy(present_, flags_.data(), count_);
     }
@@ -148,7 +211,10 @@ class Database::SampleOutput {
     std::uint8_t* present_;
     std::size_t count_;
     std::size_t sampleBytes_;
-    StagingBuffer& staging_;
+    std::size_t chunkBytes_;
+    std::int64_t firstChunk_ = 0;
+    std::size_t leadBytes_ = 0;  ///< in the first chunk before the request
+    unsigned char* staging_ = nullptr;
     std::vector<std::uint8_t> flags_;
 };
 
@@ -237,15 +303,26 @@ void Database::SampleInput::CopyInto(Chunk& chunk, const Span& span) const {
 /// Ordinals [begin, end). `offset` is where `begin` lies in the output.
 void Database::ReadChunks(const ItemRow& row, std::int64_t begin, std::int64_t end, std::size_t offset,
                           SampleOutput& output) {
+    BlobReader samples(connection_, "chunks", "samples");
     ForEachChunk(begin, end - begin, row.info.SamplesPerChunk(), [&](const Span& span) {
         const std::optional<std::uint32_t> sum = row.chunks.Find(span.chunk);
         if (!sum) {
             output.TakeGap();
             return;
         }
-        Query query(connection_, sql_->chunk);
         const std::int64_t place = PlaceOf(row.number, span.chunk);
-        output.Take(offset + span.offset, span, CheckedView(query, place, *sum, row.info));
+        Query query(connection_, sql_->chunkShape);
+        if (!query.Bind(1, place).Step())
+            throw StoreError{DK_DISK_ERROR, NameOf(place) + " is missing", true};
+        const auto present = query.Blob(0);
+        if (!(query.IsNull(0) || query.IsBlob(0)) || query.IsNull(1) ||
+            !IsPossible(row.info, present.size(), static_cast<std::size_t>(query.Integer(1))))
+            Damaged(NameOf(place));
+        const std::span into(output.PlaceFor(span.chunk), static_cast<std::size_t>(query.Integer(1)));
+        samples.Read(place, into);
+        if (ChunkCrc(place, {present, into}) != *sum)
+            Damaged(NameOf(place));
+        output.Take(offset + span.offset, span, {present, into});
     });
 }
 
@@ -268,12 +345,9 @@ void Database::Read(const ItemKey& key, std::int32_t first, std::int32_t count, 
 
     const std::int64_t begin = std::max<std::int64_t>(from, 0);
     const std::int64_t end = std::min(from + count, info.LastOrdinal() + 1);
-    SampleOutput output(buffer, present, static_cast<std::size_t>(count),
-                        static_cast<std::size_t>(info.sampleBytes), staging_);
+    SampleOutput output(info, from, static_cast<std::size_t>(count), buffer, present);
     ReadChunks(row, begin, end, static_cast<std::size_t>(begin - from), output);
     output.Deliver();
-    if (staging_.size > keptStaging)
-        staging_ = {};
 }
 
 /// False for a chunk that the item does not have.

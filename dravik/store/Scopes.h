@@ -77,6 +77,9 @@ struct Database::Statements {
     Statement deleteItem{"DELETE FROM items2 WHERE number = ?1"};
 
     Statement chunk{"SELECT present, samples FROM chunks WHERE place = ?1"};
+    /// The length is null for what is not a blob; neither reads the samples.
+    Statement chunkShape{
+        "SELECT present, iif(typeof(samples) = 'blob', length(samples), NULL) FROM chunks WHERE place = ?1"};
     Statement countChunks{"SELECT count(*) FROM chunks"};
     Statement storeChunk{
         "INSERT OR REPLACE INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};

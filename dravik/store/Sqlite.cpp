@@ -223,4 +223,14 @@ std::span<const unsigned char> Query::Blob(int column) const {
     return {bytes, count};
 }
 
+void BlobReader::Read(std::int64_t number, std::span<unsigned char> into) {
+    int code = blob_ != nullptr
+                   ? sqlite3_blob_reopen(blob_, number)
+                   : sqlite3_blob_open(connection_.Handle(), "main", table_, column_, number, 0, &blob_);
+    if (code == SQLITE_OK)
+        code = sqlite3_blob_read(blob_, into.data(), static_cast<int>(into.size()), 0);
+    if (code != SQLITE_OK)
+        connection_.Fail(code);
+}
+
 }  // namespace vorela::store

@@ -99,4 +99,25 @@ class Query {
     sqlite3_stmt* statement_;
 };
 
+/// Reads the blobs of one column straight to where they are wanted; a column of a Query is SQLite's own copy.
+/// While one lives, so does its transaction: it must end before that. It rejects what is not a blob, and
+/// cannot be used any more after an error.
+class BlobReader {
+  public:
+    BlobReader(Connection& connection, const char* table, const char* column)
+        : connection_(connection), table_(table), column_(column) {}
+    ~BlobReader() { sqlite3_blob_close(blob_); }
+    BlobReader(const BlobReader&) = delete;
+    BlobReader& operator=(const BlobReader&) = delete;
+
+    /// The first bytes of the blob in row `number`; it must not be shorter.
+    void Read(std::int64_t number, std::span<unsigned char> into);
+
+  private:
+    Connection& connection_;
+    const char* table_;
+    const char* column_;
+    sqlite3_blob* blob_ = nullptr;
+};
+
 }  // namespace vorela::store
