@@ -81,8 +81,11 @@ struct Database::Statements {
     Statement chunkShape{
         "SELECT present, iif(typeof(samples) = 'blob', length(samples), NULL) FROM chunks WHERE place = ?1"};
     Statement countChunks{"SELECT count(*) FROM chunks"};
+    /// An update of the same length overwrites in place: only pages that differ reach the journal and the
+    /// disk.
     Statement storeChunk{
-        "INSERT OR REPLACE INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4)"};
+        "INSERT INTO chunks(place, crc, present, samples) VALUES(?1, ?2, ?3, ?4) ON CONFLICT(place) DO UPDATE"
+        " SET crc = excluded.crc, present = excluded.present, samples = excluded.samples"};
     Statement deleteChunks{"DELETE FROM chunks WHERE place BETWEEN ?1 AND ?2"};
 
     // Of version 1
