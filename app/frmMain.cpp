@@ -283,6 +283,7 @@ void frmMain::UpdateMainWindow() {
         ShowGrids();
         LayOutForTab();
         ShowStaleCurves();
+        ShowResultHints();
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
     });
     ShowStanding(Text(quiet.Standing()));
@@ -299,6 +300,21 @@ void frmMain::ShowStaleCurves() {
         return;
     stale_ = stale;
     ShowSelectionHints();
+}
+
+// Levels whose selected entry has no results leave empty rows: said while it is so. What following has made
+// is said once and not lost to it.
+void frmMain::ShowResultHints() {
+    QStringList lines;
+    for (const std::string& line : ResultHints())
+        lines << Text(line);
+    if (lines == resultHints_)
+        return;
+    resultHints_ = lines;
+    const QString before = ui_->statBar->currentMessage();
+    ShowSelectionHints();
+    if (before.startsWith(QLatin1String("Following ")))
+        ui_->statBar->showMessage(QStringList{before, hints_}.join(QStringLiteral("; ")));
 }
 
 // An error that still holds stands in the status bar, one that does not leaves it.
@@ -511,6 +527,7 @@ CycleCell frmMain::CycleNumberCell() {
         if (found == choices.end())
             return;
         ChooseCycle(dataset, static_cast<std::size_t>(found - choices.begin()));
+        ShowResultHints();
         ShowGrid(levelTab);
     };
     return {CycleChoices(dataset), commit};
@@ -571,6 +588,7 @@ void frmMain::TimerTick() {
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
     if (!stale_.isEmpty())
         ShowStaleCurves();
+    ShowResultHints();
     ShowStanding(Text(quiet.Standing()));
     FillChoosers();
     // The pass does not redraw a dataset whose recording has ended; its last samples came with this pass.

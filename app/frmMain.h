@@ -107,6 +107,7 @@ class frmMain : public QMainWindow {
     bool PlotDataCheck();
     void ShowSelectionHints();
     void ShowStaleCurves();
+    void ShowResultHints();
     void ShowStanding(QString error);
 
     // The user's choices
@@ -143,6 +144,7 @@ class frmMain : public QMainWindow {
     QString hints_;  ///< as last shown in the status bar
     QString standing_;
     QStringList stale_;
+    QStringList resultHints_;  ///< levels without results at their selected entry
     QRect normalPlace_;
     bool running_ = false;
     bool loading_ = false;

@@ -132,7 +132,7 @@ void frmMain::SelectDataEntry() {
 // What an engineer would otherwise find out late: foreign units, and curves that are there while no cycle was
 // measured.
 void frmMain::ShowSelectionHints() {
-    QStringList hints = stale_;
+    QStringList hints = stale_ + resultHints_;
     for (const std::string& line : UnitWarnings())
         hints << QString::fromStdString(line);
     for (const std::string& line : CurveNotes())

@@ -212,6 +212,7 @@ TEST_F(CycleAnalysis, RecalculationsUseTheirCurvesAndAreRefusedWithoutCycles) {
     ASSERT_TRUE(RecalculateWithUnfilteredCurves());
     EXPECT_NEAR(Cycles().pressure[1].magnitude, 2.5, 1e-4);
     EXPECT_EQ(Cycles().valve[1].magnitude, filtered.valve[1].magnitude);
+    ASSERT_TRUE(CreateCurves());
     ASSERT_TRUE(RecalculateWithMotorPosition());
     EXPECT_EQ(Cycles().pressure[1].phase, filtered.pressure[1].phase);
     // A square wave of ±1 has a fundamental of 4/π, a triangle one of 8/π².

@@ -198,10 +198,19 @@ TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
     press(Qt::Key_Return);
     EXPECT_FALSE(box.isVisible());
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "Window");
+    const auto status = [this] {
+        return Find<QStatusBar>(*window, "statBar").currentMessage().toStdString();
+    };
+    EditCell("fgLevel", levelCycleNumberRow);
+    press(Qt::Key_End);
+    press(Qt::Key_Up);  // the last cycle: the filtered curves end before it does
+    press(Qt::Key_Return);
+    EXPECT_THAT(status(), testing::ContainsRegex("LEVEL2: cycle .* has no results"));
     EditCell("fgLevel", levelCycleNumberRow);
     press(Qt::Key_Home);
     press(Qt::Key_Down);
     press(Qt::Key_Tab);
+    EXPECT_THAT(status(), testing::Not(testing::HasSubstr("LEVEL2")));
     EXPECT_FALSE(box.isVisible());
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "2");
     EditCell("fgLevel", levelCycleNumberRow);
