@@ -296,7 +296,11 @@ TEST_F(Results, SingleValueGridsShowTheChosenIntervalAndTheSpinnerTypeByName) {
     AddLevel(8990, 0.02, 10);
     AddLevel(8980, 0.05, 30);
     CurrentParameters().spinner = 1;
-    CurrentParameters().compressibility = 0;
+    ParameterSet& parameters = CurrentParameters();
+    parameters.compressibility = 0;
+    std::tie(parameters.porosity, parameters.viscosity, parameters.ct, parameters.height) =
+        std::tuple(std::vector{0.1, 0.2, 0.3}, std::vector{1.1, 1.2, 1.3}, std::vector{2.1, 2.2, 2.3},
+                   std::vector{7.0, 8.0, 9.0});
     ShownChoice().interval = 2;
     ASSERT_TRUE(RefreshGrids());
     const std::pair<std::size_t, std::string> expected[] = {{2, "0.05"},   {3, "0.02"},        {11, "6"},
@@ -304,7 +308,12 @@ TEST_F(Results, SingleValueGridsShowTheChosenIntervalAndTheSpinnerTypeByName) {
                                                             {16, "0"},     {17, "RTA-RTB-RTC"}};
     for (const auto& [row, text] : expected)
         EXPECT_EQ(Value(GridKind::interval, row), text);
-    EXPECT_EQ(Value(GridKind::quicklook, quicklookHeightRow), "10");
+    const std::pair<std::size_t, std::string> own[] = {{quicklookPorosityRow, "0.3"},
+                                                       {quicklookViscosityRow, "1.3"},
+                                                       {quicklookCompressibilityRow, "2.3"},
+                                                       {quicklookHeightRow, "9"}};
+    for (const auto& [row, text] : own)
+        EXPECT_EQ(Value(GridKind::quicklook, row), text);
     EXPECT_EQ(Value(GridKind::quicklook, 2), Value(GridKind::interval, 19));
     EXPECT_EQ(Grid(GridKind::summary).cells[2][5], Value(GridKind::quicklook, 13));
     ShownChoice().interval = 3;
