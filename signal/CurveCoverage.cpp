@@ -139,6 +139,7 @@ std::vector<std::string> StaleCurveLines() {
         addOnce(datasets[{stale.made, stale.wanted}], stale.dataset);
     }
     std::vector<std::string> lines;
+    lines.reserve(curves.size());
     for (const auto& [way, names] : curves)
         lines.push_back(Listed(names) + " of " + Listed(datasets[way]) +
                         (names.size() == 1 ? " was" : " were") + " made by \"" + way.first +
