@@ -103,15 +103,15 @@ void AddRecord(CLI::App& app) {
     command->add_option("--depth", a.depth, "With --from: depth of the level, ft (for files without ADPTH)")
         ->check(depthRange);
     command->add_option("--speed", a.request.speed, "Times real time; 0: as fast as it goes")
-        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->check(CLI::Range(0.0, 1e6).description(""))
         ->capture_default_str();
     command->add_option("--commit", a.request.commitSeconds, "Seconds of data in one transaction")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
+        ->check(CLI::Range(0.001, 1e6).description(""))
         ->capture_default_str();
     command
         ->add_option("--patience", a.request.patienceSeconds,
                      "Seconds for which a failed transaction is tried again")
-        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->check(CLI::Range(0.0, 1e6).description(""))
         ->capture_default_str();
     command->add_flag("--ack", a.request.acknowledge, "Print the last index of each commit once it is safe");
     command->add_flag("--replace", a.request.replace, "Start anew instead of continuing");

@@ -81,7 +81,7 @@ std::string PathToReadFrom(const std::string& path, const WorkFolder& folder) {
         return path;
     WriteStandardOutput(TerminalText(path) +
                         ": a writer was interrupted; its journal is applied to a copy\n");
-    const std::string copy = folder.File("damaged.dkb");
+    std::string copy = folder.File("damaged.dkb");
     std::error_code failed;
     std::filesystem::copy_file(path, copy, failed);
     if (!failed)
