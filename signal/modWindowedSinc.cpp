@@ -45,50 +45,6 @@ std::size_t TransformPoints(std::size_t length) {
                    NextPowerOfTwo(CheckedNarrow<std::int32_t>(static_cast<std::int64_t>(length), source)));
 }
 
-void SwapPoints(std::span<float> buffer, std::size_t a, std::size_t b) {
-    std::swap(buffer[2 * a], buffer[2 * b]);
-    std::swap(buffer[2 * a + 1], buffer[2 * b + 1]);
-}
-
-void ReorderByReversedBits(std::span<float> buffer, std::size_t points) {
-    std::size_t reversed = 0;
-    for (std::size_t k = 0; k < points; ++k) {
-        if (reversed > k)
-            SwapPoints(buffer, k, reversed);
-        std::size_t bit = points / 2;
-        while (bit > 0 && (reversed & bit) != 0) {
-            reversed ^= bit;
-            bit /= 2;
-        }
-        reversed |= bit;
-    }
-}
-
-/// Combines transforms of `half` points each into transforms of 2·half points, all over the buffer.
-void CombineStage(std::span<float> buffer, std::size_t points, std::size_t half, int sign) {
-    const double theta = twoPi / (sign * static_cast<double>(2 * half));
-    const double sine = std::sin(theta / 2);
-    const double wpr = -2.0 * sine * sine;
-    const double wpi = std::sin(theta);
-    double wr = 1.0;
-    double wi = 0.0;
-    for (std::size_t m = 0; m < half; ++m) {
-        for (std::size_t k = m; k < points; k += 2 * half) {
-            const std::size_t near = 2 * k;
-            const std::size_t far = 2 * (k + half);
-            const double re = wr * buffer[far] - wi * buffer[far + 1];
-            const double im = wr * buffer[far + 1] + wi * buffer[far];
-            buffer[far] = static_cast<float>(buffer[near] - re);
-            buffer[far + 1] = static_cast<float>(buffer[near + 1] - im);
-            buffer[near] = static_cast<float>(buffer[near] + re);
-            buffer[near + 1] = static_cast<float>(buffer[near + 1] + im);
-        }
-        const double before = wr;
-        wr += before * wpr - wi * wpi;
-        wi += wi * wpr + before * wpi;
-    }
-}
-
 }  // namespace
 
 float RoundUp(float x) {
@@ -154,14 +110,6 @@ void Normalise(std::span<float> kernel) {
         return;
     for (float& value : kernel)
         value = CheckedSingle(value / sum);
-}
-
-void Fft(std::span<float> buffer, std::size_t points, int sign) {
-    if (!std::has_single_bit(points) || buffer.size() < 2 * points || (sign != 1 && sign != -1))
-        throw RunTimeError{error_number::invalidProcedureCall, source, "Invalid procedure call or argument"};
-    ReorderByReversedBits(buffer, points);
-    for (std::size_t half = 1; half < points; half *= 2)
-        CombineStage(buffer, points, half, sign);
 }
 
 Blanking BlankedEnds(std::int64_t signalLength, std::int64_t kernelLength) {
@@ -263,31 +211,6 @@ void OverlapAddFilter::Provisional(const Sink& sink) const {
     Work work(*kernel_);
     Transform(pending_, work);
     sink(pairStart_, std::span(work.output).first(pending_.size()));
-}
-
-std::vector<float> Convolve(std::span<const float> signal, std::span<const float> kernel) {
-    std::vector<float> result(signal.size());
-    const auto length = static_cast<std::int64_t>(signal.size());
-    const auto shared =
-        std::make_shared<const OverlapAddKernel>(std::vector<float>(kernel.begin(), kernel.end()));
-    const auto delay = static_cast<std::int64_t>(shared->Delay());
-    const Blanking blanked = BlankedEnds(length, static_cast<std::int64_t>(kernel.size()));
-    const auto keep = [&](std::int64_t first, std::span<const float> values) {
-        const std::int64_t from = std::max(first, blanked.head + delay);
-        const std::int64_t end =
-            std::min(first + static_cast<std::int64_t>(values.size()), blanked.tail + delay);
-        if (from < end)
-            std::copy(values.begin() + (from - first), values.begin() + (end - first),
-                      result.begin() + (from - delay));
-    };
-    OverlapAddFilter filter(shared);
-    filter.Feed(signal, keep);
-    filter.Provisional(keep);
-    return result;
-}
-
-std::vector<float> BandPassFilter(std::span<const float> signal, float fc1, float fc2, std::int16_t n) {
-    return Convolve(signal, BandPassKernel(fc1, fc2, n));
 }
 
 }  // namespace vorela

@@ -36,12 +36,6 @@ void InvertSpectrum(std::span<float> kernel);
 /// Every element divided by the sum of all, in place; unchanged when the sum is exactly 0.
 void Normalise(std::span<float> kernel);
 
-/// The radix-2 complex transform of `points` interleaved points (re, im, re, im …), in place and unscaled in
-/// both directions: out[m] = sum of in[k] e^(i sign 2π m k/points). sign is +1 or −1. Throws invalid
-/// procedure call (5) unless `points` is a power of two, the sign one of the two and the buffer holds
-/// 2·points values.
-void Fft(std::span<float> buffer, std::size_t points, int sign);
-
 /// Samples blanked at the ends of a filtered signal of `signalLength`: the first `head` and those from `tail`
 /// on. With D = kernelLength div 2, D at the start and D + 1 at the end; the two meet when the signal is
 /// short.
@@ -116,12 +110,5 @@ class OverlapAddFilter {
     std::vector<float> pending_;  ///< samples of the pair in progress
     std::vector<float> overlap_;  ///< M − 1 values carried into it, without the level
 };
-
-/// The filtered signal, of the same length: delay taken out, ends blanked with zeros. An empty signal gives
-/// an empty one.
-std::vector<float> Convolve(std::span<const float> signal, std::span<const float> kernel);
-
-/// Convolve(signal, BandPassKernel(fc1, fc2, n)).
-std::vector<float> BandPassFilter(std::span<const float> signal, float fc1, float fc2, std::int16_t n);
 
 }  // namespace vorela

@@ -1,12 +1,6 @@
 // Cycles of signals of known phase and amplitude, in real databases.
-#include <gmock/gmock.h>
-
-#include <cmath>
 
 #include "analysis/modMatchFilter.h"
-#include "db/modDravik.h"
-#include "db/modSelectData.h"
-#include "general/RunTimeError.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 #include "signal/modParameters.h"

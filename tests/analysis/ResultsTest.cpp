@@ -1,8 +1,6 @@
 // Level, interval and quicklook values from hand-made cycle records; grids and export as bytes.
-#include <gmock/gmock.h>
 
 #include <clocale>
-#include <cmath>
 
 #include "analysis/modComplex.h"
 #include "analysis/modIntervalInfo.h"
@@ -16,7 +14,6 @@
 namespace vorela::test {
 namespace {
 
-using ::testing::HasSubstr;
 using Row = std::vector<std::string>;
 
 class Results : public SettingsFixture {

@@ -1,11 +1,8 @@
 #include "tests/app/GuiSupport.h"
 
 #include <QAction>
-#include <cmath>
 
 #include "app/StartUp.h"
-#include "db/modSelectData.h"
-#include "general/SettingsFile.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "signal/modParameters.h"

@@ -1,8 +1,6 @@
 // What tests of the window need: modal dialogs driven by name and a window over real databases.
 #pragma once
 
-#include <gmock/gmock.h>
-
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
@@ -13,9 +11,6 @@
 #include <QTableWidget>
 #include <QTest>
 #include <QTimer>
-#include <deque>
-#include <functional>
-#include <memory>
 
 #include "app/QtPorts.h"
 #include "app/frmMain.h"

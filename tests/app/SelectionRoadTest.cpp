@@ -3,15 +3,11 @@
 
 #include "BuildPaths.h"
 #include "analysis/modMain.h"
-#include "db/modSelectData.h"
 #include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 
 namespace vorela::test {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 class SelectionRoad : public WindowFixture {
   protected:

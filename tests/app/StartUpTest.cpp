@@ -1,7 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
-#include <tuple>
-
 #include "BuildPaths.h"
 #include "app/StartUp.h"
 #include "db/DatasetRecord.h"

@@ -74,6 +74,7 @@ TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
         {"a.dkb --set Parameters.FilterN=1.5", "whole number"},
         {"a.dkb --set Parameters.1Porosity=x", "Porosity: Out of range"},
         {"a.dkb --set Parameters.Porosity=1", "\"Porosity\""},
+        {"a.dkb --set Parameters.01CT=1", "\"01CT\""},
         {"a.dkb --set Presentation.PresMin=-2000.5", "Pressure Axis"},
         {"a.dkb --set Presentation.Nonsense=1", "\"Nonsense\""},
         {"a.dkb --set Cursors.Cursor1=-1", "Cursor position"},
@@ -86,8 +87,9 @@ TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
 TEST(CommandLine, SettingsAreTakenUnderTheRangesOfTheDialogs) {
     for (const char* text :
          {"Parameters.Period=20", "parameters.period=90", "Parameters.1CycleNo=3", "Parameters.0Porosity=0.2",
-          "Parameters.DLen=1000", "Presentation.PresMin=-2000", "Presentation.TimeAuto=-1", "Plot.Valve=1",
-          "Cursors.Cursor2=100", "Dataset.FlowCurveNum=RTC", "Dataset.PresCurve=A=B"}) {
+          "Parameters.DLen=1000", "Parameters.CasingID=6", "Parameters.B0=1", "Parameters.17Height=3",
+          "Presentation.PresMin=-2000", "Presentation.TimeAuto=-1", "Plot.Valve=1", "Cursors.Cursor2=100",
+          "Dataset.FlowCurveNum=RTC", "Dataset.PresCurve=A=B"}) {
         std::string fault;
         EXPECT_TRUE(ParseSetting(text, fault)) << fault;
     }

@@ -1,18 +1,11 @@
 // The curve reader and writer on a real database.
-#include <gmock/gmock.h>
 
-#include <random>
-
-#include "db/Curves.h"
 #include "tests/support/DravikFixture.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
 
-using test::CurveSpec;
-using testing::HasSubstr;
-
-class Curves : public test::DravikFixture {
+class Curves : public DravikFixture {
   protected:
     void SetUp() override {
         DravikFixture::SetUp();
@@ -41,7 +34,7 @@ class Curves : public test::DravikFixture {
 };
 
 std::string DescriptionOf(const std::function<void()>& body) {
-    return test::ThrownBy(body).description;
+    return ThrownBy(body).description;
 }
 
 TEST_F(Curves, ReaderInterpolatesBetweenSamplesAndHoldsTheOneBeforeForCodesBridgingNoGap) {
@@ -123,7 +116,7 @@ TEST_F(Curves, WriterJoinsRunsReplacesSamplesAndDropsWhatLiesBeforeTheGridOrIsOf
     writer.Put(110, 6);
     writer.Put(150, 7);  // leaves gaps at 130 and 140
     writer.Flush();
-    const test::StoredCurve stored = ReadCurve("L", "X_p");
+    const StoredCurve stored = ReadCurve("L", "X_p");
     EXPECT_THAT(stored.samples, testing::ElementsAre(3.0F, 6.0F, 5.0F, std::nullopt, std::nullopt, 7.0F));
     EXPECT_EQ(stored.info.extentFirst, 100);
 }
@@ -136,7 +129,7 @@ TEST_F(Curves, NothingRecordedIsOverwritten) {
         EXPECT_TRUE(RecordingStands(*database, "L", name));
     }
     EXPECT_FALSE(RecordingStands(*database, "L", "NONE_p"));
-    const std::string before = test::ReadAll(DatabasePath());
+    const std::string before = ReadAll(DatabasePath());
     CurrentSelection().choice.flow = "AB_p";
     for (const std::string name :
          {"LINE", "AB_p", "RTC_f", "PVLSIG", "PVLPOS", "PVLID", "PVLIDT", "PVLT", "ADPTH", "ZG"}) {
@@ -145,7 +138,7 @@ TEST_F(Curves, NothingRecordedIsOverwritten) {
         EXPECT_EQ(DescriptionOf([&] { OpenOrCreate(name); }), recreated);
     }
     database->Close();
-    EXPECT_EQ(test::ReadAll(DatabasePath()), before);
+    EXPECT_EQ(ReadAll(DatabasePath()), before);
 }
 
 TEST_F(Curves, ExtensionOnAnotherGridIsRefused) {
@@ -164,4 +157,4 @@ TEST_F(Curves, AFailingCallNamesItemFileAndStatus) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

@@ -1,10 +1,5 @@
 // The layer over the database library.
-#include <gmock/gmock.h>
 
-#include <algorithm>
-#include <array>
-
-#include "db/modDravik.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {

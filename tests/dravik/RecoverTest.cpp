@@ -1,17 +1,13 @@
 // Saving what is sound of a damaged database: what verified comes over identical, what did not is named.
-#include <random>
 
 #include "dravik/tool/Database.h"
 #include "tests/store/StoreTest.h"
 #include "tests/support/ProgramTest.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
 
-using test::CommandResult;
-using testing::HasSubstr;
-
-class RecoverCommand : public test::ProgramTest {
+class RecoverCommand : public ProgramTest {
   protected:
     RecoverCommand() : ProgramTest("dravik") {}
     void SetUp() override {
@@ -24,15 +20,15 @@ class RecoverCommand : public test::ProgramTest {
 /// Where each sample of an item lies and its bits, as far as they can be read; the information block first.
 std::map<std::int32_t, std::string> Readable(const Database& database, const std::string& path) {
     std::map<std::int32_t, std::string> samples;
-    test::Block block;
+    Block block;
     std::int32_t item = 0;
     if (DBattachA(database.Handle(), path.c_str(), &item, 0, block.bytes) != DK_OK)
         return samples;
-    const auto bytes = test::FieldAt<std::int32_t>(block.bytes, DK_INFO_SAMPLE_BYTES);
-    const auto step = test::FieldAt<std::int16_t>(block.bytes, DK_INFO_STEP);
+    const auto bytes = FieldAt<std::int32_t>(block.bytes, DK_INFO_SAMPLE_BYTES);
+    const auto step = FieldAt<std::int16_t>(block.bytes, DK_INFO_STEP);
     std::string sample(static_cast<std::size_t>(bytes), '\0');
     const std::int64_t stride = 97 * step;  // a chunk has thousands of samples
-    const auto begin = test::FieldAt<std::int32_t>(block.bytes, DK_INFO_FIRST_INDEX);
+    const auto begin = FieldAt<std::int32_t>(block.bytes, DK_INFO_FIRST_INDEX);
     // The same places of the grid, wherever the samples begin.
     for (std::int64_t index = begin; index <= block.Last(); index += stride)
         if (DBread(item, static_cast<std::int32_t>(index), 1, sample.data()) == DK_OK)
@@ -44,7 +40,7 @@ std::map<std::int32_t, std::string> Readable(const Database& database, const std
 /// Everything about an item but its extents, which shrink with a loss at its ends. The code of a unit is the
 /// file's.
 std::string Attributes(const Database& database, const std::string& path) {
-    test::Block block;
+    Block block;
     const Item item(database, path);
     std::int32_t handle = 0;
     EXPECT_EQ(DBattachA(database.Handle(), path.c_str(), &handle, 0, block.bytes), DK_OK);
@@ -64,7 +60,7 @@ std::vector<std::string> Paths(const Database& database) {
 TEST_F(RecoverCommand, SoundDatabaseComesOverWholeAndTheOldOneIsNotTouched) {
     {
         Database database(folder.File("well.dk"), OpenMode::existing);
-        DBNewItem derived = test::TimeCurve(10, -50, "psi");
+        DBNewItem derived = TimeCurve(10, -50, "psi");
         derived.scale = 2.5F;
         derived.offset = -1.0F;
         derived.madeText = "made somehow";
@@ -92,7 +88,7 @@ TEST_F(RecoverCommand, WhateverVerifiesInADamagedDatabaseIsIdenticalInTheNewOneA
     const std::string sound = Bytes("well.dk");
     std::mt19937 random(20240611);
     int opened = 0;
-    for (int round = test::Rounds("VORELA_FLIPS", 60) / 3; round > 0; --round) {
+    for (int round = Rounds("VORELA_FLIPS", 60) / 3; round > 0; --round) {
         std::string bytes = sound;
         for (int flip = 0; flip < 3; ++flip)
             bytes[random() % bytes.size()] ^= static_cast<char>(1U << random() % 8);
@@ -142,4 +138,4 @@ TEST_F(RecoverCommand, AnInterruptedWritersJournalIsAppliedToACopyOnly) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

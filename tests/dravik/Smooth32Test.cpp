@@ -1,8 +1,5 @@
 // The filter library as the program meets it: through the loaded module.
-#include <cmath>
 #include <numeric>
-#include <random>
-#include <tuple>
 
 #include "platform/DravikLibraries.h"
 #include "tests/support/DravikFixture.h"

@@ -1,6 +1,3 @@
-#include <set>
-#include <stdexcept>
-
 #include "general/AtomicFile.h"
 #include "general/modGeneral.h"
 #include "tests/support/TestSupport.h"

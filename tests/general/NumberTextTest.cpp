@@ -1,6 +1,4 @@
 #include <clocale>
-#include <limits>
-#include <tuple>
 
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"

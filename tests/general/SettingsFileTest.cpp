@@ -1,7 +1,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "general/SettingsFile.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {

@@ -1,7 +1,5 @@
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "analysis/modMain.h"
 #include "app/ActionQueue.h"
 #include "app/CurveChecks.h"
@@ -9,11 +7,8 @@
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
-
-using test::Recording;
-using test::TestPlan;
 
 /// Writing calls of the database library that fail from now on; the next ones go through again.
 int writesToFail = 0;
@@ -24,11 +19,11 @@ std::int32_t FailingWrite(std::int32_t item, std::int32_t first, std::int32_t co
 
 using Calls = std::vector<std::string>;
 
-class ActionQueueTest : public test::LiveFixture {
+class ActionQueueTest : public LiveFixture {
   protected:
     void SetUp() override {
         LiveFixture::SetUp();
-        test::Use({1, false, 1, 1.0}, TestPlan{}.periodSeconds);
+        Use({1, false, 1, 1.0}, TestPlan{}.periodSeconds);
         writesToFail = 0;
         writeThrough = LoadedLibraries().database.DBwrite;
         LoadedLibraries().database.DBwrite = FailingWrite;
@@ -183,4 +178,4 @@ TEST_F(ActionQueueTest, keepsTheWindowSelectedAsCyclesAreAdded) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

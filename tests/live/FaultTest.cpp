@@ -4,12 +4,8 @@
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
-
-using test::Outcome;
-using test::Recording;
-using test::TestPlan;
 
 /// The database library with a counter in front: the call number `failAt` gives `status` instead of working.
 struct FaultyLibrary {
@@ -79,11 +75,11 @@ void InstallFaultyLibrary() {
 /// recording's end.
 enum class Moment { creation, extension, end };
 
-class FaultTest : public test::LiveFixture, public ::testing::WithParamInterface<test::Way> {
+class FaultTest : public LiveFixture, public ::testing::WithParamInterface<Way> {
   protected:
     void SetUp() override {
         LiveFixture::SetUp();
-        test::Use(GetParam(), plan.periodSeconds);
+        Use(GetParam(), plan.periodSeconds);
         InstallFaultyLibrary();
     }
     ~FaultTest() override { LoadedLibraries().database = library.real; }
@@ -139,8 +135,7 @@ TEST_P(FaultTest, theNextPassGoesOnAsIfNothingHadHappenedWhicheverCallFailed) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, FaultTest,
-                         ::testing::Values(test::Way{2, false, 1, 0.9}, test::Way{1, true, 3, 1.0}));
+INSTANTIATE_TEST_SUITE_P(Ways, FaultTest, ::testing::Values(Way{2, false, 1, 0.9}, Way{1, true, 3, 1.0}));
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

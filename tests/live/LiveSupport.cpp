@@ -1,13 +1,5 @@
 #include "tests/live/LiveSupport.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <numbers>
-#include <tuple>
-
-#include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 

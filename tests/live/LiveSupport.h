@@ -2,10 +2,6 @@
 // follower leaves behind: derived curves and cycle record, to be compared with one run over the final data.
 #pragma once
 
-#include <map>
-#include <string>
-#include <vector>
-
 #include "app/StartUp.h"
 #include "signal/modDFilt.h"
 #include "signal/modParameters.h"

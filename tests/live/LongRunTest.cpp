@@ -2,10 +2,6 @@
 // time (one when it is not set).
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "app/ActionQueue.h"
 #include "tests/live/LiveSupport.h"
 

@@ -4,13 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
-#include <random>
-#include <sstream>
-
 #include "BuildPaths.h"
 #include "app/ActionQueue.h"
-#include "db/modSelectData.h"
 #include "tests/live/LiveSupport.h"
 
 namespace vorela {

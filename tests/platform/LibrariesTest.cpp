@@ -1,9 +1,6 @@
 #include <unistd.h>
 
-#include <cstdlib>
-#include <optional>
 #include <system_error>
-#include <vector>
 
 #include "general/modGeneral.h"
 #include "platform/Application.h"

@@ -1,8 +1,3 @@
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <cstring>
-
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
 #include "plot/modPlot.h"

@@ -1,18 +1,12 @@
-#include <gmock/gmock.h>
-
 #include "general/NumberText.h"
 #include "plot/PlotRenderer.h"
 #include "tests/plot/RecordingSurface.h"
 #include "tests/support/TestSupport.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
 
-using test::RecordingSurface;
 using Operation = RecordingSurface::Operation;
-using ::testing::Contains;
-using ::testing::IsSupersetOf;
-using ::testing::Not;
 
 constexpr float gap = std::numeric_limits<float>::quiet_NaN();
 
@@ -74,7 +68,7 @@ TEST(PlotLayout, cellsLeaveATextHeightOnThreeSidesAndHalfOneAbove) {
 }
 
 TEST(PlotLayout, aPictureTooLowForItsTextHasNoCellsAndNoSizeIsAnError) {
-    test::ScriptedPorts ports;
+    ScriptedPorts ports;
     EXPECT_TRUE(LayoutOf({1000, 20}, {}).cells.empty());
     EXPECT_TRUE(Drawn(FiveCurves(), {}, {1000, 20}).operations.empty());
     for (const PictureSize size : {PictureSize{0, 0}, PictureSize{1, 600}})
@@ -273,7 +267,7 @@ TEST(CurveDrawing, theValveBufferFlushesEvery500PointsWithoutALoss) {
 }
 
 TEST(PlotDriver, withoutADeviceContextNothingIsDrawn) {
-    test::ScriptedPorts ports;
+    ScriptedPorts ports;
     RecordingSurface surface({1000, 600});
     surface.ready = false;
     PlotDrawing drawing;
@@ -283,4 +277,4 @@ TEST(PlotDriver, withoutADeviceContextNothingIsDrawn) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

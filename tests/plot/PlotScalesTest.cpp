@@ -34,24 +34,16 @@ class PlotScales : public test::SettingsFixture {
     }
 };
 
-TEST_F(PlotScales, readsAndWritesItsKeysInOrderAndAnEmptyFileGivesTheDefaults) {
+TEST_F(PlotScales, anEmptyFileGivesTheDefaultsUnderTheKeysInOrder) {
     const std::string defaults =
         "[Presentation]\r\nTimeRange=240\r\nTimeAuto=0\r\nElapsed=0\r\n"
         "PresMin=10\r\nPresMax=25\r\nPresAuto=-1\r\nFlowMin=-10\r\nFlowMax=10\r\nFlowAuto=-1\r\n"
         "ModMin=0\r\nModMax=100\r\nModAuto=-1\r\nFiltPresMin=-20\r\nFiltPresMax=20\r\nFPresAuto=-1\r\n"
         "FiltFlowMin=-10\r\nFiltFlowMax=10\r\nFFlowAuto=-1\r\nFixed=-1\r\nStart=0\r\nEnd=1000\r\n";
-    const std::string changed =
-        "[Presentation]\r\nTimeRange=960\r\nTimeAuto=-1\r\nElapsed=-1\r\n"
-        "PresMin=1\r\nPresMax=2\r\nPresAuto=0\r\nFlowMin=3\r\nFlowMax=4\r\nFlowAuto=-1\r\n"
-        "ModMin=5\r\nModMax=6\r\nModAuto=0\r\nFiltPresMin=-2.5\r\nFiltPresMax=3.25\r\nFPresAuto=-1\r\n"
-        "FiltFlowMin=7\r\nFiltFlowMax=8\r\nFFlowAuto=0\r\nFixed=0\r\nStart=-0.125\r\nEnd=9\r\n";
     PrsOpt().axes[0].automatic = false;
     PrsOpt().rangeStart = 7;
     EXPECT_EQ(RoundTrip("", ReadPresentationOptions, WritePresentationOptions), defaults);
     EXPECT_EQ(PrsOpt().rangeStart, 0);
-    EXPECT_EQ(RoundTrip(changed, ReadPresentationOptions, WritePresentationOptions), changed);
-    EXPECT_TRUE(PrsOpt().timeAuto && PrsOpt().elapsed && !PrsOpt().fixed);
-    EXPECT_EQ(PrsOpt().Axis(Quantity::filteredPressure).minimum, -2.5);
 }
 
 TEST_F(PlotScales, oneUnusableKeyDoesNotLoseTheOthers) {

@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <QSignalSpy>
 #include <QTest>
-#include <limits>
 
 #include "plot/TimeCursors.h"
 #include "tests/support/TestSupport.h"

@@ -1,7 +1,4 @@
 // The two filters by themselves: against plain slow references, and fed in pieces against one run.
-#include <cmath>
-#include <numbers>
-#include <random>
 
 #include "signal/BandPassCurve.h"
 #include "signal/DifferenceFilter.h"

@@ -1,22 +1,14 @@
-#include <gmock/gmock.h>
-
-#include <cmath>
-
-#include "db/modSelectData.h"
-#include "general/RunTimeError.h"
 #include "signal/modDFilt.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
-
-using test::CurveSpec;
 
 constexpr std::int32_t samples = 250;
 enum FilterType : std::int16_t { none, square, gaussian, triangle };
 
-class SpinnerFilter : public test::DravikFixture {
+class SpinnerFilter : public DravikFixture {
   protected:
     SpinnerFilter() { CurrentParameters() = ParameterSet{}; }
     ~SpinnerFilter() override { ReleaseAllFilters(); }
@@ -44,8 +36,8 @@ TEST_F(SpinnerFilter, OutputIsMovedBackByTheLagAndItsEndStaysUnwritten) {
     MakeLevel("L", Flow());
     SetFilter(square, 0.9);  // nine samples, lag 40
     ASSERT_TRUE(FilterDatasetFlow(0, false));
-    const test::StoredCurve flow = ReadCurve("L", "RTC");
-    const test::StoredCurve filtered = ReadCurve("L", "RTC_f");
+    const StoredCurve flow = ReadCurve("L", "RTC");
+    const StoredCurve filtered = ReadCurve("L", "RTC_f");
     EXPECT_EQ(filtered.info.extentFirst, 200);
     EXPECT_EQ(filtered.info.extentLast, flow.info.extentLast - 40);
     EXPECT_EQ(filtered.info.validFirst, 240);
@@ -87,7 +79,7 @@ TEST_F(SpinnerFilter, AnotherFilterAndADatasetImportedAgainStartTheCurveAnew) {
     ASSERT_TRUE(FilterDatasetFlow(0, true));
     EXPECT_EQ(Made(), "Triangle,9 by Smooth32") << "a living filter goes on";
     SetFilter(triangle, 9);
-    const test::StoredCurve extended = ReadCurve("L", "RTC_f");
+    const StoredCurve extended = ReadCurve("L", "RTC_f");
     ASSERT_TRUE(FilterDatasetFlow(0, false));
     EXPECT_EQ(extended.samples, ReadCurve("L", "RTC_f").samples);
     SetFilter(square, 1);
@@ -107,9 +99,9 @@ TEST_F(SpinnerFilter, ThatWasReleasedJoinsWithoutAStepWhereItGoesOn) {
         ResetFilterSlots();
         Append(level, Flow(samples, true), samples - 170);
         ASSERT_TRUE(FilterDatasetFlow(0, true));
-        const test::StoredCurve joined = ReadCurve(level, "RTC_f");
+        const StoredCurve joined = ReadCurve(level, "RTC_f");
         ASSERT_TRUE(FilterDatasetFlow(0, false));
-        const test::StoredCurve whole = ReadCurve(level, "RTC_f");
+        const StoredCurve whole = ReadCurve(level, "RTC_f");
         ASSERT_EQ(joined.samples.size(), whole.samples.size());
         for (std::size_t i = 0; i < whole.samples.size(); ++i)
             EXPECT_FLOAT_EQ(joined.samples[i].value_or(-1.0F), whole.samples[i].value_or(-1.0F)) << i;
@@ -143,7 +135,7 @@ TEST_F(SpinnerFilter, ALengthOrTypeThatIsNoneIsToldAndLeavesTheCurve) {
     SetFilter(square, -1);
     EXPECT_FALSE(FilterDatasetFlow(0, false));
     EXPECT_EQ(ports.TakeBox(),
-              (test::ShownBox{MessageIcon::information, "Vorela", "Error creating filtered flow"}));
+              (ShownBox{MessageIcon::information, "Vorela", "Error creating filtered flow"}));
     CurrentParameters().dFilt = 9;
     EXPECT_FALSE(CreateFilteredFlow(false));
     EXPECT_THAT(ports.boxes.at(0).text, testing::HasSubstr("Creating Dravik filter: Subscript out of range"));
@@ -161,4 +153,4 @@ TEST_F(SpinnerFilter, TheEntryReportsUnderTheLabelOfTheValveCurves) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

@@ -1,22 +1,12 @@
 // The filtered curves in a real database: what is written, how it is marked, what is kept.
-#include <gmock/gmock.h>
 
-#include <cmath>
-#include <numbers>
-
-#include "db/modSelectData.h"
 #include "signal/CurveCoverage.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
-
-using test::CurveSpec;
-using test::StoredCurve;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 /// A pressure-like signal: high level, drift, ripple of the period of test, noise that repeats.
 double Signal(std::int32_t t) {
@@ -25,7 +15,7 @@ double Signal(std::int32_t t) {
            0.01 * static_cast<double>(t * 7919LL % 101);
 }
 
-class FilteredCurves : public test::DravikFixture {
+class FilteredCurves : public DravikFixture {
   protected:
     FilteredCurves() {
         CurrentParameters() = ParameterSet{};
@@ -267,4 +257,4 @@ TEST_F(FilteredCurves, InformationStatesBandAndGainAtThePeriodOfTest) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

@@ -1,14 +1,8 @@
-#include <gmock/gmock.h>
-
-#include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "signal/modModulator.h"
 #include "tests/support/DravikFixture.h"
 
-namespace vorela {
+namespace vorela::test {
 namespace {
-
-using test::CurveSpec;
 
 constexpr std::int32_t samples = 400;
 constexpr int cycleBoundaries = 11;
@@ -33,7 +27,7 @@ TEST(ValveArithmetic, RampIsStraightBetweenTwoStatesAndAnUnknownCodeKeepsTheStat
     EXPECT_EQ(RampValue(15, 10, 20, 5, 3, remembered), -1.0F) << "and by now it is that of code 3";
 }
 
-class Modulator : public test::DravikFixture {
+class Modulator : public DravikFixture {
   protected:
     Modulator() {
         SetCycleAnalysis(
@@ -60,7 +54,7 @@ class Modulator : public test::DravikFixture {
         std::vector<CurveSpec> curves;
         for (const char* name : {"ZG", "RTC", "ZG_p", "RTC_qs"})
             curves.push_back({name, "", count, [](std::int32_t) { return 1.0; }, 500});
-        std::ranges::move(test::ValveCurves({555, 386, count * 10 / toolStep, 500, toolStep}),
+        std::ranges::move(ValveCurves({555, 386, count * 10 / toolStep, 500, toolStep}),
                           std::back_inserter(curves));
         std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == without; });
         return curves;
@@ -126,7 +120,7 @@ TEST_F(Modulator, BoundariesAreFoundWhereTheTimerSaysWhateverTheSampling) {
     EXPECT_EQ(CurrentSelection().datasets[0].cycleSource, CycleSource::filtered);
     EXPECT_THAT(ports.statusTexts, testing::Contains(testing::StartsWith("Creating Vorela valve curves ")));
     EXPECT_EQ(ports.highestValue, 20);
-    const test::StoredCurve signal = ReadCurve("L", "PVLSIG");
+    const StoredCurve signal = ReadCurve("L", "PVLSIG");
     EXPECT_EQ(signal.info.validFirst, 500);
     EXPECT_NEAR(signal.info.validLast, 555 + 386 * 10, timerRounding) << "the last change";
     EXPECT_EQ(signal.info.extentLast, signal.info.validLast / 10 * 10);
@@ -195,7 +189,7 @@ TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     EXPECT_EQ(boundaries.size(), cycleBoundaries);
     EXPECT_NEAR(boundaries[1], 941, 1);
-    const test::StoredCurve signal = ReadCurve("L", "PVLSIG");
+    const StoredCurve signal = ReadCurve("L", "PVLSIG");
     EXPECT_EQ(signal.info.step, 10);
     EXPECT_NEAR(*signal.At(640), 1.0 - 2.0 * (941 - 193 - 640) / 193, 0.02);
     EXPECT_NEAR(*signal.At(850), 1.0 - 2.0 * (850 - 748) / 193.0, 0.02);
@@ -205,11 +199,11 @@ TEST_F(Modulator, CyclesAreFoundWithoutWritingWhereTheSignalExists) {
     MakeLevel("L", Level());
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     const std::vector<std::int32_t> found = std::exchange(boundaries, {});
-    const std::string bytes = test::ReadAll(DatabasePath());
+    const std::string bytes = ReadAll(DatabasePath());
     ASSERT_TRUE(FindValveCycles(0));
     EXPECT_EQ(boundaries, found);
     EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries);
-    EXPECT_EQ(test::ReadAll(DatabasePath()), bytes);
+    EXPECT_EQ(ReadAll(DatabasePath()), bytes);
 }
 
 TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTheyWere) {
@@ -251,8 +245,8 @@ TEST_F(Modulator, AMissingToolCurveIsNamed) {
     for (const std::string missing : {"PVLID", "PVLIDT", "PVLT"}) {
         MakeLevel("NO" + missing, Level(samples, missing));
         EXPECT_FALSE(CreateReconstructedValveCurves(true));
-        EXPECT_EQ(ports.TakeBox(), (test::ShownBox{MessageIcon::critical, "PVL Curves",
-                                                   "Can not find " + missing + " curve in all datasets."}));
+        EXPECT_EQ(ports.TakeBox(), (ShownBox{MessageIcon::critical, "PVL Curves",
+                                             "Can not find " + missing + " curve in all datasets."}));
     }
 }
 
@@ -295,4 +289,4 @@ TEST_F(Modulator, AFailureIsReportedAndTheNextExtensionGoesOn) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace vorela::test

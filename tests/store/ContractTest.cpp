@@ -1,8 +1,6 @@
 // The contract of DKBase.h, call by call.
 #include <unistd.h>
 
-#include <limits>
-
 #include "tests/store/StoreTest.h"
 
 namespace vorela::test {

@@ -2,11 +2,6 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <array>
-#include <map>
-#include <random>
-
 #include "tests/store/StoreTest.h"
 
 namespace vorela::test {

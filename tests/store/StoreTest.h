@@ -1,14 +1,6 @@
 // What tests of the store share: an open database, curves and their information blocks.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "dravik/include/DKBase.h"
 #include "tests/support/TestSupport.h"
 

@@ -1,13 +1,6 @@
 #include "tests/support/DravikFixture.h"
 
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
-
 #include "BuildPaths.h"
-#include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "platform/DravikLibraries.h"
 
 namespace vorela::test {

@@ -2,17 +2,10 @@
 // and databases made from functions of the time index.
 #pragma once
 
-#include <cstdint>
-#include <deque>
-#include <functional>
-#include <optional>
-#include <span>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
+#include "db/modDravik.h"
+#include "db/modSelectData.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela::test {

@@ -1,13 +1,6 @@
 // Tests that run the built programs as a user would: in a folder of their own, by their names.
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <string>
-#include <utility>
-
 #include "BuildPaths.h"
 #include "tests/support/TestSupport.h"
 

@@ -1,18 +1,39 @@
-// What tests of every room need: scripted ports that record what was shown, and a temporary folder.
+// What tests of every room need: the test and standard library, scripted ports that record what was shown,
+// and a temporary folder. What it includes its users do not include again.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <limits>
+#include <map>
+#include <numbers>
 #include <optional>
+#include <random>
+#include <set>
+#include <span>
+#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "general/Ports.h"
 #include "general/RunTimeError.h"
 #include "general/SettingsFile.h"
+
+namespace vorela {
+using testing::_, testing::AllOf, testing::Contains, testing::Each, testing::ElementsAre, testing::FieldsAre,
+    testing::FloatNear, testing::HasSubstr, testing::IsSupersetOf, testing::Not, testing::Pointwise;
+}
 
 namespace vorela::test {
 
