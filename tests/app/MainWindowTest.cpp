@@ -73,6 +73,7 @@ TEST_F(MainWindow, TabsStandForGridsThenDatasetsDeepestFirst) {
         for (int row = 0; row < GridOf(name).rowCount(); ++row)
             EXPECT_LE(GridOf(name).fontMetrics().horizontalAdvance(GridOf(name).item(row, 0)->text()),
                       GridOf(name).columnWidth(0));
+    EXPECT_EQ(PixelsFromTwips(2800, 192), 373);
     SetTab(4);
     EXPECT_TRUE(GridOf("fgSummary").isVisible());
     EXPECT_EQ(GridOf("fgSummary").item(0, 1)->toolTip(),

@@ -1,6 +1,8 @@
+#include <QContextMenuEvent>
 #include <QImage>
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPrinter>
 #include <QSignalSpy>
 #include <QTest>
@@ -125,6 +127,31 @@ TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
     ExpectSeen(0, 500);
     DragTo(middle, left, Qt::ShiftModifier);
     ExpectSeen(250, 750);
+    QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
+    for (const auto& [key, from, to] : {std::tuple(Qt::Key_Right, 300.0, 800.0),
+                                        {Qt::Key_Minus, 237.5, 862.5},
+                                        {Qt::Key_Plus, 300.0, 800.0}}) {
+        QTest::keyClick(&plot_, key);
+        EXPECT_TRUE(redrawn.wait());
+        ExpectSeen(from, to);
+    }
+}
+
+TEST_F(PlotWidgetTest, theZoneBetweenTheCursorsIsShownAndTheCursorsStayAtTheirTimes) {
+    plot_.ShowDataset(0);
+    cursors_.setCursor1(70);
+    cursors_.setCursor2(20);
+    QTimer::singleShot(0, [] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        menu->actions()[0]->trigger();
+        menu->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, {100, 100}, plot_.mapToGlobal(QPoint(100, 100)));
+    QApplication::sendEvent(&plot_, &event);
+    ExpectSeen(200, 700);
+    EXPECT_NEAR(plot_.FileOptions(0).cursors->first, 700, 1e-3);
+    EXPECT_NEAR(plot_.FileOptions(0).cursors->second, 200, 1e-3);
 }
 
 TEST_F(PlotWidgetTest, followingStaysWhereItIsWhileZoomed) {
