@@ -59,13 +59,12 @@ std::string WhyLacking(const Database& database, const std::string& name, const 
     return {};
 }
 
-/// Why a dataset does not qualify; "" when it does. A damaged one does not keep the others out.
-std::string WhyLeftOut(const Database& database, const std::string& name, const CurveChoice& choice) {
-    try {
-        return WhyLacking(database, name, choice);
-    } catch (const RunTimeError& fault) {
-        return fault.description;
-    }
+/// Why a dataset does not qualify; "" when it does. A damaged one is reported, which tells in the exit status
+/// too, and does not keep the others out: nothing.
+std::optional<std::string> WhyLeftOut(const Database& database, const std::string& name,
+                                      const CurveChoice& choice) {
+    return Attempt("Dataset " + name + " is left out", std::optional<std::string>{},
+                   [&] { return std::optional(WhyLacking(database, name, choice)); });
 }
 
 void SayLeftOut(const std::string& name, const std::string& why) {
@@ -78,11 +77,11 @@ std::vector<std::string> QualifyingDatasets(const std::string& databasePath, con
     Require(Attempt("Selecting data", [&] {
         const Database database(databasePath);
         for (const std::string& name : all) {
-            const std::string why = WhyLeftOut(database, name, choice);
-            if (why.empty())
+            const std::optional<std::string> why = WhyLeftOut(database, name, choice);
+            if (why && why->empty())
                 names.push_back(name);
-            else
-                SayLeftOut(name, why);
+            else if (why)
+                SayLeftOut(name, *why);
         }
     }));
     if (names.empty())

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -187,16 +188,22 @@ void List(const std::string& path, const std::string& dataset) {
     const auto isDamaged = [](const NamedItem& item) {
         return item.information.shape.kind == DK_ITEM_DAMAGED;
     };
+    const auto addDataset = [&](const NamedItem& item) {
+        const std::vector<NamedItem> curves = database.Curves(item.name);
+        // The step and span are then those of a curve that may not lead the dataset.
+        const auto damaged = std::count_if(curves.begin(), curves.end(), isDamaged);
+        table.Add({item.name, KindText(item.information), std::to_string(curves.size()) + " curves",
+                   std::to_string(item.information.step), span(item.information, true),
+                   span(item.information, false),
+                   std::string(IsRecording(database, item.name) ? "recording" : "complete") +
+                       (damaged > 0 ? ", " + std::to_string(damaged) + " damaged" : "")});
+    };
     if (dataset.empty()) {
         for (const NamedItem& item : database.Datasets())
             if (isDamaged(item))
                 table.Add({item.name, "-", "-", "-", "-", "-", "damaged"});
             else
-                table.Add({item.name, KindText(item.information),
-                           std::to_string(database.Curves(item.name).size()) + " curves",
-                           std::to_string(item.information.step), span(item.information, true),
-                           span(item.information, false),
-                           IsRecording(database, item.name) ? "recording" : "complete"});
+                addDataset(item);
     } else {
         for (const NamedItem& item : database.Curves(dataset)) {
             const std::string unit = isDamaged(item) ? "damaged" : item.information.unit;
@@ -209,8 +216,10 @@ void List(const std::string& path, const std::string& dataset) {
 
 namespace {
 
+/// Least, greatest and sum are of the finite samples: one NaN or infinity is counted and hides no other.
 struct CurveStatistics {
     std::int64_t count = 0;
+    std::int64_t finite = 0;
     double least = std::numeric_limits<double>::infinity();
     double greatest = -std::numeric_limits<double>::infinity();
     double sum = 0.0;
@@ -229,6 +238,9 @@ CurveStatistics StatisticsOf(const Item& item) {
             if (present[i] == 0)
                 continue;
             ++statistics.count;
+            if (!std::isfinite(values[i]))
+                continue;
+            ++statistics.finite;
             statistics.least = std::min<double>(statistics.least, values[i]);
             statistics.greatest = std::max<double>(statistics.greatest, values[i]);
             statistics.sum += values[i];
@@ -265,9 +277,14 @@ void Info(const std::string& path, const std::string& dataset, const std::string
         add("last", IndexText(information, information.last));
         add("samples", std::to_string(statistics.count));
         add("gaps", std::to_string(information.RowCount() - statistics.count));
-        add("least", ShortestText(static_cast<float>(statistics.least)));
-        add("greatest", ShortestText(static_cast<float>(statistics.greatest)));
-        add("mean", ShortestText(static_cast<float>(statistics.sum / static_cast<double>(statistics.count))));
+        if (statistics.finite < statistics.count)
+            add("no numbers", std::to_string(statistics.count - statistics.finite));
+        if (statistics.finite > 0) {
+            const double mean = statistics.sum / static_cast<double>(statistics.finite);
+            add("least", ShortestText(static_cast<float>(statistics.least)));
+            add("greatest", ShortestText(static_cast<float>(statistics.greatest)));
+            add("mean", ShortestText(static_cast<float>(mean)));
+        }
     }
     if (!information.made.empty()) {
         add("made by", information.made);

@@ -179,10 +179,14 @@ class Copier {
         const Item source(from_, path);
         Item target(to_, path);
         lost_.reset();
+        const int lossesBefore = losses_;
         const ItemInformation& information = item.information;
         if (!information.IsEmpty())
             CopySpan(source, target, item, path, {information.first, information.last});
         EndLoss(path);
+        // A derived curve with a hole no longer is a full response: without a valid span it is made anew.
+        if (losses_ > lossesBefore && !information.made.empty())
+            MarkValid(path, information.gridFirst, information.gridFirst - 1);
         ++copied_;
     }
 
@@ -199,11 +203,14 @@ class Copier {
         attributes.unitText = information.unit.c_str();
         attributes.madeText = information.made.empty() ? nullptr : information.made.c_str();
         to_.Create(path, attributes);
-        if (attributes.kind != DK_ITEM_CURVE)
-            return;  // only curves have a valid span
+        if (attributes.kind == DK_ITEM_CURVE)  // only curves have a valid span
+            MarkValid(path, information.validFirst, information.validLast);
+    }
+
+    void MarkValid(const std::string& path, std::int32_t first, std::int32_t last) {
         std::int32_t handle = 0;
         to_.Check(DBattachA(to_.Handle(), path.c_str(), &handle, 0, nullptr), path);
-        const std::int32_t marked = DBmark(handle, information.validFirst, information.validLast, nullptr);
+        const std::int32_t marked = DBmark(handle, first, last, nullptr);
         DBdetach(handle);
         to_.Check(marked, path + " cannot be marked");
     }

@@ -1,4 +1,5 @@
 // The tool as its users run it: exit status, output, and what is in the database afterwards.
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -36,6 +37,21 @@ TEST_F(Dravik, SimulatedDatabaseListsItsLevelsAndPrintsTheirTruth) {
     EXPECT_THAT(Run("info a.dk LEVEL2 ADPTH").out, HasSubstr("9800"));
     Succeeds("check a.dk");
     EXPECT_TRUE(nlohmann::json::accept(Run("simulate b.dk --cycles 1 --json -").out));
+}
+
+TEST_F(Dravik, StatisticsPassOverWhatIsNoNumber) {
+    Write("odd.csv", "TIME,ZG\n0,1\n1,2\n2,4\n");
+    Succeeds("import a.dk odd.csv");
+    const float infinite = std::numeric_limits<float>::infinity();
+    const auto infoWithInfinityAt = [&](std::int32_t index) {
+        const Database database(folder.File("a.dk"), OpenMode::existing);
+        Item(database, "odd/ZG/1").Write(index, 1, &infinite);
+        return Run("info a.dk odd ZG").out;
+    };
+    EXPECT_THAT(infoWithInfinityAt(100), HasSubstr("no numbers      1\nleast           1\ngreatest        4\n"
+                                                   "mean            2.5\n"));
+    infoWithInfinityAt(0);
+    EXPECT_THAT(infoWithInfinityAt(200), HasSubstr("no numbers      3\n"));
 }
 
 TEST_F(Dravik, ImportMakesADatasetThatExportsTheSameText) {
