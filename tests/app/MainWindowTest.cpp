@@ -420,11 +420,13 @@ TEST_F(MainWindow, DatasetOrDatabaseGoneUnderTheSelectionIsReportedOnceForEachAc
         Trigger(entry);
         EXPECT_FALSE(ports.boxes.empty() || window->ActionRunning()) << entry;
     }
+    std::filesystem::rename(folder.File("away"), DatabasePath());
     CurrentParameters().period = 0;
     SetTab(2);
     SetTab(3);
     const auto& status = Find<QStatusBar>(*window, "statBar");
-    EXPECT_TRUE(status.currentMessage().contains("Division by zero"));
+    EXPECT_TRUE(status.currentMessage().contains("Division by zero"))
+        << status.currentMessage().toStdString();
     CurrentParameters().period = 240;
     SetTab(2);
     EXPECT_FALSE(status.currentMessage().contains("Division by zero"));
