@@ -22,7 +22,7 @@ class GriddedSource final : public vorela::CurveSource {
     void Read(std::size_t curve, std::int64_t firstRow, std::int64_t count, float* values,
               std::uint8_t* present) override;
     std::int64_t NextRow(std::int64_t row) const override;
-    std::int64_t BlockRows() const { return blockRows_; }
+    std::int64_t BlockRows() const override { return blockRows_; }
     const ImportPlan& Plan() const { return plan_; }
 
   private:

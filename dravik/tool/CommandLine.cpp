@@ -11,6 +11,8 @@
 
 #include "dravik/include/DKBase.h"
 #include "dravik/tool/Commands.h"
+#include "dravik/tool/ImportArguments.h"
+#include "dravik/tool/ImportCommand.h"
 #include "dravik/tool/Recover.h"
 #include "dravik/tool/SimulationArguments.h"
 #include "dravik/tool/ToolError.h"
@@ -25,14 +27,6 @@ constexpr double longestTime = 21474836.0;  // s: what an index in hundredths ca
 const CLI::Validator depthRange = CLI::Range(-100000.0, 100000.0).description("");
 
 enum ExitStatus { done = 0, failed = 1, badUsage = 2 };
-
-void AddStepOption(CLI::App& command, std::optional<std::int16_t>& step) {
-    command
-        .add_option("--step", step,
-                    "Put samples on an even grid of so many hundredths, each at its nearest point")
-        ->type_name("CS")
-        ->check(CLI::Range(1, 32767).description(""));
-}
 
 void AddSimulate(CLI::App& app) {
     struct Arguments {
@@ -56,28 +50,6 @@ void AddSimulate(CLI::App& app) {
     });
 }
 
-void AddImport(CLI::App& app) {
-    auto request = std::make_shared<ImportRequest>();
-    CLI::App* command = app.add_subcommand(
-        "import",
-        "Import CSV or LAS 2.0 files, each as a dataset; of a file with a fault nothing is imported");
-    command->add_option("DB", request->database, "Database file; created when absent")->required();
-    command->add_option("FILE", request->files, "FILE.csv or FILE.las ...")->required();
-    command->add_option("--dataset", request->dataset, "Name of the dataset (default: the file's base name)");
-    command->add_flag("--replace", request->replace, "Replace a dataset that exists");
-    command->add_option("--depth", request->depth, "Depth of the level, ft (for files without ADPTH)")
-        ->check(depthRange);
-    AddStepOption(*command, request->step);
-    command
-        ->add_option("--index", request->indexKind,
-                     "What the first column is, where the file does not tell: time or depth")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, std::int16_t>{{"time", DK_INDEX_TIME},
-                                                                                {"depth", DK_INDEX_DEPTH}})
-                        .description(""))
-        ->type_name("time|depth");
-    command->callback([request] { Import(*request); });
-}
-
 void AddRecord(CLI::App& app) {
     struct Arguments {
         RecordRequest request;
@@ -94,7 +66,7 @@ void AddRecord(CLI::App& app) {
                                            "recording; continues one that was broken off");
     command->add_option("DB", a.request.database, "Database file; created when absent")->required();
     command->add_option("DATASET", a.request.dataset, "Dataset to record")->required();
-    command->add_option("--from", a.file, "Play FILE.csv or FILE.las")->type_name("FILE");
+    command->add_option("--from", a.file, "Play a file that import takes")->type_name("FILE");
     command->add_flag("--simulate", a.simulate, "Play a level of the simulated test described below");
     command->add_option("--level", a.level, "With --simulate: which level")
         ->type_name("N")
@@ -128,11 +100,12 @@ void AddRecord(CLI::App& app) {
             SimulatedLevel source(simulation, level - 1);
             return Record(arguments->request, source, simulatedTools);
         }
-        ParseOptions options;
+        dravik::Choices choices;
+        choices.depth = arguments->depth;
         if (command->count("--step") > 0)
-            options.step = static_cast<std::int16_t>(arguments->simulation.step);
-        LogTable table = ReadLogFile(arguments->file, options, arguments->depth);
-        Record(arguments->request, table, "PLAYBACK");
+            choices.step = static_cast<std::int16_t>(arguments->simulation.step);
+        dravik::GriddedSource source = dravik::OpenSource(arguments->file, choices);
+        Record(arguments->request, source, "PLAYBACK");
     });
 }
 
@@ -238,7 +211,7 @@ int RunDravik(int argc, const char* const* argv) {
     app.get_formatter()->label("REQUIRED", "");
     int status = done;
     AddSimulate(app);
-    AddImport(app);
+    dravik::AddImportCommand(app, status, failed);
     AddValve(app);
     AddRecord(app);
     AddReaders(app, status);
@@ -263,7 +236,7 @@ int RunDravik(int argc, const char* const* argv) {
     } catch (const std::bad_alloc&) {
         std::cerr << "dravik: out of memory\n";
     } catch (const std::exception& error) {
-        std::cerr << "dravik: " << TerminalText(error.what()) << "\n";
+        std::cerr << "dravik: " << TerminalLines(error.what()) << "\n";
     } catch (const RunTimeError& error) {
         std::cerr << "dravik: " << TerminalText(error.description) << "\n";
     }

@@ -1,7 +1,5 @@
 #include "dravik/tool/Commands.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -10,8 +8,6 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <memory>
-#include <variant>
 
 #include "dravik/tool/Database.h"
 #include "dravik/tool/TableWriter.h"
@@ -36,29 +32,6 @@ std::string IndexText(const ItemInformation& information, std::int32_t index) {
 
 std::string KindText(const ItemInformation& information) {
     return information.indexKind == DK_INDEX_TIME ? "time" : "depth";
-}
-
-std::string ReadFile(const std::string& path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    const auto fail = [&] { throw ToolError(path + ": cannot be read: " + std::strerror(errno)); };
-    if (file == nullptr)
-        fail();
-    std::string bytes;
-    std::array<char, 65536> block{};
-    while (const std::size_t count = std::fread(block.data(), 1, block.size(), file.get()))
-        bytes.append(block.data(), count);
-    if (std::ferror(file.get()) != 0)
-        fail();
-    return bytes;
-}
-
-/// When a file was last written, Unix seconds; the best that an imported file tells about its recording.
-std::int32_t ModificationTime(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0)
-        return 0;
-    return static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(status.st_mtime, 0, std::numeric_limits<std::int32_t>::max()));
 }
 
 void WriteJson(const std::string& target, const std::string& json) {
@@ -95,45 +68,6 @@ void Simulate(const SimulateRequest& request) {
         WriteJson(request.json, TruthJson(simulation, truth));
     if (request.json != "-")
         WriteStandardOutput(TruthText(simulation, truth));
-}
-
-LogTable ReadLogFile(const std::string& path, const ParseOptions& options, std::optional<double> depth) {
-    const std::string ending = std::filesystem::path(path).extension().string();
-    const bool isCsv = EqualIgnoringCase(ending, ".csv");
-    if (!isCsv && !EqualIgnoringCase(ending, ".las"))
-        throw UsageError(path + ": the name must end in .csv or .las");
-    const std::string bytes = ReadFile(path);
-    ParseResult result = isCsv ? ParseCsv(bytes, options) : ParseLas(bytes, options);
-    if (const auto* error = std::get_if<ParseError>(&result))
-        throw ToolError(path + (error->line > 0 ? ", line " + std::to_string(error->line) : "") + ": " +
-                        error->message);
-    LogTable table = std::move(std::get<LogTable>(result));
-    if (depth) {
-        const auto isDepth = [](const CurveDescription& curve) { return curve.name == depthCurveName; };
-        if (std::any_of(table.Curves().begin(), table.Curves().end(), isDepth))
-            throw ToolError(path + ": it has a depth curve (" + depthCurveName +
-                            "); --depth would contradict it");
-        table.AddSingleValue({depthCurveName, "ft"}, static_cast<float>(*depth));
-    }
-    return table;
-}
-
-void Import(const ImportRequest& request) {
-    if (!request.dataset.empty() && request.files.size() > 1)
-        throw UsageError("--dataset names one dataset, but there are " +
-                         std::to_string(request.files.size()) + " files");
-    for (const std::string& file : request.files) {
-        LogTable table = ReadLogFile(file, {request.step, request.indexKind}, request.depth);
-        const std::string dataset =
-            request.dataset.empty() ? std::filesystem::path(file).stem().string() : request.dataset;
-        CheckDatasetName(dataset);
-        Database database(request.database, OpenMode::create);
-        Transaction transaction(database);
-        CreateDataset(database, dataset, table,
-                      PresentationOf(table.Grid(), ModificationTime(file), "IMPORT"), request.replace);
-        DatasetWriter(database, dataset, table).WriteRows(0, table.Grid().rowCount);
-        transaction.Commit();
-    }
 }
 
 void Record(const RecordRequest& request, CurveSource& source, const std::string& toolString) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "dravik/tool/LogTable.h"
+#include "dravik/tool/CurveSource.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/Simulator.h"
 
@@ -18,22 +18,6 @@ struct SimulateRequest {
     std::string json;  ///< file, or "-" for standard output (then nothing else is printed); empty: none
 };
 void Simulate(const SimulateRequest& request);
-
-struct ImportRequest {
-    std::string database;
-    std::vector<std::string> files;
-    std::string dataset;  ///< empty: the file's base name
-    bool replace = false;
-    std::optional<double> depth;  ///< ft
-    std::optional<std::int16_t> step;
-    std::optional<std::int16_t> indexKind;
-};
-/// A log file as a table. Throws ToolError naming file and line; UsageError for an ending other than .csv and
-/// .las.
-LogTable ReadLogFile(const std::string& path, const ParseOptions& options, std::optional<double> depth);
-
-/// One transaction for each file: of a refused file nothing is left, the files before it stay.
-void Import(const ImportRequest& request);
 
 struct ValveRequest {
     std::string database;

@@ -46,6 +46,8 @@ class CurveSource {
     /// The first row at or after `row` that may hold a value; rowCount when there is none. Lets a writer leap
     /// gaps.
     virtual std::int64_t NextRow(std::int64_t row) const { return row; }
+    /// Rows to read at once at most: what the source can hold of all its curves.
+    virtual std::int64_t BlockRows() const { return 65536; }
 
   protected:
     CurveGrid grid_;

@@ -337,7 +337,7 @@ DatasetWriter::DatasetWriter(Database& database, const std::string& dataset, Cur
 
 void DatasetWriter::WriteRows(std::int64_t first, std::int64_t end) {
     for (std::int64_t row = source_.NextRow(first); row < end; row = source_.NextRow(row)) {
-        const std::int64_t count = std::min(blockRows, end - row);
+        const std::int64_t count = std::min({blockRows, source_.BlockRows(), end - row});
         for (std::size_t curve = 0; curve < items_.size(); ++curve) {
             source_.Read(curve, row, count, values_.data(), present_.data());
             // A block without a single value would only cost a call.

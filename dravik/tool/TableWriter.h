@@ -38,9 +38,9 @@ void AppendSample(std::string& text, float value);
 /// Hundredths with two decimals: 1234 is "12.34".
 void AppendHundredths(std::string& text, std::int64_t hundredths);
 
-/// What ParseCsv reads back to the same samples.
+/// What an import reads back to the same samples.
 void WriteCsv(CurveSource& source, const TextSink& sink);
-/// What ParseLas reads back to the same samples. Reads the source twice: the NULL value is one that no sample
+/// What an import reads back to the same samples. Reads the source twice: the NULL value is one that no sample
 /// has.
 void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, const TextSink& sink);
 
