@@ -109,21 +109,66 @@ void AddRecord(CLI::App& app) {
     });
 }
 
+/// "3=A,1=B"
+dravik::CodeMap CodeMapOf(const std::string& text) {
+    dravik::CodeMap map;
+    const std::size_t comma = text.find(',');
+    for (const std::string& part :
+         {text.substr(0, comma), comma == std::string::npos ? "" : text.substr(comma + 1)}) {
+        const std::optional<float> value = part.size() > 2 ? StrictFloat(part.substr(2)) : std::nullopt;
+        if (!value || (!part.starts_with("3=") && !part.starts_with("1=")))
+            throw UsageError("--map " + text + ": two values, as in 3=2,1=0");
+        (part.front() == '3' ? map.three : map.one) = *value;
+    }
+    return map;
+}
+
 void AddValve(CLI::App& app) {
     auto request = std::make_shared<ValveRequest>();
-    CLI::App* command = app.add_subcommand(
-        "valve", "Add PVLPOS, PVLID, PVLIDT and PVLT for a valve that keeps a nominal schedule");
+    CLI::App* command = app.add_subcommand("valve",
+                                           "Add PVLPOS, PVLID, PVLIDT and PVLT of a valve: on a nominal "
+                                           "schedule, at listed times, or from a recorded curve");
     command->add_option("DB", request->database, "Database file")->required();
     command->add_option("DATASET", request->dataset, "Dataset recorded against time")->required();
-    command->add_option("--period", request->periodSeconds, "Period of the valve, s")
-        ->required()
+    command->add_option("--period", request->periodSeconds, "A nominal schedule: period of the valve, s")
         ->check(CLI::Range(0.0, longestTime).description(""));
     command
         ->add_option("--first", request->firstSeconds,
                      "Time of the first cycle boundary, s (default: first sample)")
         ->check(CLI::Range(-longestTime, longestTime).description(""));
+    command
+        ->add_option("--times", request->times,
+                     "Times of the changes, one a line: seconds or dates, code 1 or 3")
+        ->type_name("FILE");
+    CLI::Option* from =
+        command->add_option("--from", request->from, "Changes where this curve crosses a threshold")
+            ->type_name("CURVE");
+    CLI::Option* threshold =
+        command->add_option("--threshold", request->threshold.value, "With --from: that value")->needs(from);
+    from->needs(threshold);
+    command
+        ->add_option("--hysteresis", request->threshold.hysteresis, "With --from: width of the band to leave")
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->needs(from);
+    command->add_flag("--invert", request->threshold.invert, "With --from: code 1 where it rises")
+        ->needs(from);
+    CLI::Option* codes =
+        command->add_option("--codes", request->codes, "Changes where this curve of codes does")
+            ->type_name("CURVE");
+    auto map = std::make_shared<std::string>();
+    command->add_option("--map", *map, "With --codes: values that stand for 3 and 1")
+        ->type_name("3=A,1=B")
+        ->needs(codes);
     command->add_flag("--replace", request->replace, "Replace valve curves that exist");
-    command->callback([request] { AddValveCurves(*request); });
+    command->callback([request, map] {
+        const int ways = (request->periodSeconds ? 1 : 0) + (request->times.empty() ? 0 : 1) +
+                         (request->from.empty() ? 0 : 1) + (request->codes.empty() ? 0 : 1);
+        if (ways != 1)
+            throw UsageError("valve needs one of --period, --times, --from and --codes");
+        if (!map->empty())
+            request->map = CodeMapOf(*map);
+        AddValveCurves(*request);
+    });
 }
 
 void AddReaders(CLI::App& app, int& status) {
@@ -164,6 +209,12 @@ void AddExport(CLI::App& app) {
         ->add_option("-o,--output", request->output, "FILE.csv or FILE.las (default: CSV to standard output)")
         ->type_name("FILE");
     command->add_flag("--wrap", request->wrapped, "LAS: several lines for each step");
+    command
+        ->add_option("--time-format", request->dates,
+                     "CSV: times in seconds, or dates from the start of recording")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, bool>{{"seconds", false}, {"dates", true}})
+                        .description(""))
+        ->type_name("seconds|dates");
     command->callback([request] { Export(*request); });
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <limits>
 
 #include "dravik/tool/Database.h"
@@ -75,6 +76,32 @@ void Record(const RecordRequest& request, CurveSource& source, const std::string
     Recorder(request, source, toolString).Run(StopSignalled);
 }
 
+namespace {
+
+/// The valve that the request describes.
+std::function<ValveSample(std::int32_t)> ValveOf(const Database& database, const ValveRequest& request,
+                                                 const CurveGrid& grid) {
+    if (request.periodSeconds) {
+        const double first =
+            request.firstSeconds ? *request.firstSeconds * 100.0 : static_cast<double>(grid.firstIndex);
+        return [schedule = ValveSchedule(first, *request.periodSeconds * 100.0, grid)](std::int32_t index) {
+            return schedule.At(index);
+        };
+    }
+    std::vector<ValveChange> changes;
+    if (!request.times.empty())
+        changes = dravik::ReadValveTimes(request.times, RecordingStart(database, request.dataset));
+    else if (!request.from.empty())
+        changes = dravik::FindCrossings(Item(database, CurvePath(request.dataset, request.from)),
+                                        request.threshold);
+    else
+        changes =
+            dravik::FindCodeChanges(Item(database, CurvePath(request.dataset, request.codes)), request.map);
+    return [record = ValveRecord(std::move(changes), grid)](std::int32_t index) { return record.At(index); };
+}
+
+}  // namespace
+
 void AddValveCurves(const ValveRequest& request) {
     Database database(request.database, OpenMode::existing);
     Transaction transaction(database);
@@ -95,10 +122,8 @@ void AddValveCurves(const ValveRequest& request) {
         if (exists)
             database.Delete(CurvePath(request.dataset, curve.name));
     }
-    CurveGrid grid{information.indexKind, information.step, information.first, information.RowCount()};
-    const double first =
-        request.firstSeconds ? *request.firstSeconds * 100.0 : static_cast<double>(grid.firstIndex);
-    const ValveSchedule schedule(first, request.periodSeconds * 100.0, grid);
+    const CurveGrid grid{information.indexKind, information.step, information.first, information.RowCount()};
+    const std::function<ValveSample(std::int32_t)> sampleAt = ValveOf(database, request, grid);
     CreateCurves(database, request.dataset, grid, ValveCurves());
     std::vector<float> values(static_cast<std::size_t>(blockRows));
     for (std::size_t curve = 0; curve < ValveCurves().size(); ++curve) {
@@ -106,7 +131,7 @@ void AddValveCurves(const ValveRequest& request) {
         for (std::int64_t row = 0; row < grid.rowCount; row += blockRows) {
             const std::int64_t count = std::min(blockRows, grid.rowCount - row);
             for (std::int64_t i = 0; i < count; ++i)
-                values[static_cast<std::size_t>(i)] = ValveValue(schedule.At(grid.IndexOf(row + i)), curve);
+                values[static_cast<std::size_t>(i)] = ValveValue(sampleAt(grid.IndexOf(row + i)), curve);
             item.Write(grid.IndexOf(row), count, values.data());
         }
     }
@@ -234,14 +259,19 @@ void Export(const ExportRequest& request) {
         request.output.empty() || request.output.ends_with(".csv") || request.output.ends_with(".CSV");
     if (!isLas && !isCsv)
         throw UsageError("-o " + request.output + ": the name must end in .csv or .las");
+    if (isLas && request.dates)
+        throw UsageError("--time-format dates is for CSV; a LAS file counts seconds");
     RefuseDatabaseAs(request.output, "-o", request.database);
     const Database database(request.database, OpenMode::readOnly);
     DatasetSource source(database, request.dataset, request.curves);
+    std::optional<std::int32_t> start;
+    if (request.dates)
+        start = RecordingStart(database, request.dataset);
     const auto write = [&](const TextSink& sink) {
         if (isLas)
             WriteLas(source, request.dataset, request.wrapped, sink);
         else
-            WriteCsv(source, sink);
+            WriteCsv(source, sink, start);
     };
     if (request.output.empty()) {
         write(WriteStandardOutput);

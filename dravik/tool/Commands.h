@@ -8,6 +8,7 @@
 #include "dravik/tool/CurveSource.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/Simulator.h"
+#include "dravik/tool/ValveTimes.h"
 
 namespace vorela {
 
@@ -22,7 +23,12 @@ void Simulate(const SimulateRequest& request);
 struct ValveRequest {
     std::string database;
     std::string dataset;
-    double periodSeconds = 0.0;
+    std::optional<double> periodSeconds;
+    std::string times;  ///< file of times
+    std::string from;   ///< curve that crosses the threshold
+    dravik::Threshold threshold;
+    std::string codes;  ///< curve of codes
+    dravik::CodeMap map;
     std::optional<double> firstSeconds;  ///< time of the first boundary; nothing: the record's first sample
     bool replace = false;
 };
@@ -39,6 +45,7 @@ struct ExportRequest {
     std::vector<std::string> curves;  ///< empty: all
     std::string output;               ///< .csv or .las; empty: CSV to standard output
     bool wrapped = false;             ///< LAS only
+    bool dates = false;               ///< CSV only: times as dates from the start of recording
 };
 void Export(const ExportRequest& request);
 

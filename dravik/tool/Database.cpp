@@ -270,6 +270,12 @@ bool IsRecording(const Database& database, const std::string& dataset) {
     return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
 }
 
+std::int32_t RecordingStart(const Database& database, const std::string& dataset) {
+    constexpr std::size_t startOffset = 6;
+    return FieldAt<std::int32_t>(
+        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(32).data(), startOffset);
+}
+
 void SetRecording(Database& database, const std::string& dataset, bool recording) {
     Item item(database, CurvePath(dataset, presentationItem));
     std::vector<std::byte> bytes = item.ReadWholeRecord(presentationBytes);

@@ -153,6 +153,9 @@ void WritePresentation(Database& database, const std::string& dataset, const Pre
 /// The recording flag of a dataset that has a presentation record; false without one.
 bool IsRecording(const Database& database, const std::string& dataset);
 
+/// When the recording of a dataset began, Unix seconds.
+std::int32_t RecordingStart(const Database& database, const std::string& dataset);
+
 /// Sets or clears the flag and leaves the rest of the record as it is.
 void SetRecording(Database& database, const std::string& dataset, bool recording);
 

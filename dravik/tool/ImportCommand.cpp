@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <limits>
 
@@ -72,12 +71,7 @@ TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
         throw ToolError(where + " is being recorded");
     TargetGrid target{leading->information.indexKind, leading->information.step, leading->information.first,
                       0.0, true};
-    const std::vector<std::byte> record =
-        vorela::Item(database, vorela::CurvePath(dataset, "_defaults_")).ReadWholeRecord(32);
-    constexpr std::size_t startOffset = 6;
-    std::int32_t start = 0;
-    std::memcpy(&start, record.data() + startOffset, sizeof start);
-    target.start = start;
+    target.start = vorela::RecordingStart(database, dataset);
     return target;
 }
 

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 
+#include "dravik/exchange/Stamp.h"
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
 
@@ -194,16 +195,21 @@ void AppendHundredths(std::string& text, std::int64_t hundredths) {
     text += static_cast<char>('0' + size % 10);
 }
 
-void WriteCsv(CurveSource& source, const TextSink& sink) {
+void WriteCsv(CurveSource& source, const TextSink& sink, std::optional<std::int32_t> start) {
     const bool isTime = source.Grid().indexKind == DK_INDEX_TIME;
+    const bool asDates = isTime && start;
     sink(HeaderLine(isTime ? "TIME" : "DEPTH", source, &CurveDescription::name));
-    sink(HeaderLine(isTime ? "s" : "ft", source, &CurveDescription::unit));
+    sink(HeaderLine(asDates ? "" : isTime ? "s" : "ft", source, &CurveDescription::unit));
     RowWalker rows(source);
     std::string text;
     rows.Walk([&](std::int64_t firstRow, std::int64_t count) {
         text.clear();
         for (std::int64_t i = 0; i < count; ++i) {
-            AppendHundredths(text, source.Grid().IndexOf(firstRow + i));
+            const std::int32_t index = source.Grid().IndexOf(firstRow + i);
+            if (asDates)
+                text += dravik::DateText(*start + index / 100.0);
+            else
+                AppendHundredths(text, index);
             for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
                 text += ',';
                 if (rows.Has(curve, i))

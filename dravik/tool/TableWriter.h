@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,9 +40,10 @@ void AppendSample(std::string& text, float value);
 void AppendHundredths(std::string& text, std::int64_t hundredths);
 
 /// What an import reads back to the same samples.
-void WriteCsv(CurveSource& source, const TextSink& sink);
-/// What an import reads back to the same samples. Reads the source twice: the NULL value is one that no sample
-/// has.
+/// With `start` (Unix seconds) times are dates.
+void WriteCsv(CurveSource& source, const TextSink& sink, std::optional<std::int32_t> start = {});
+/// What an import reads back to the same samples. Reads the source twice: the NULL value is one that no
+/// sample has.
 void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, const TextSink& sink);
 
 /// Writes to standard output at once; a failure is a ToolError.

@@ -1,5 +1,6 @@
 #include "dravik/tool/ValveSchedule.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "dravik/tool/ToolError.h"
@@ -21,6 +22,12 @@ float TimerAt(double time) {
 /// Whether the wrapping timer tells how long before `sample` the moment `change` was.
 bool TimerReaches(double change, double sample) {
     return (sample - change) * ticksPerHundredth < timerRange - 1.0;
+}
+
+void CheckTimer(std::int16_t step) {
+    if (!TimerReaches(0.0, step))
+        throw ToolError("the valve's timer wraps every 16.78 s; samples every " + ShortestText(step / 100.0) +
+                        " s cannot carry its times");
 }
 
 }  // namespace
@@ -50,9 +57,7 @@ ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGri
         throw ToolError("a period of " + ShortestText(period / 100.0) + " s needs samples at least every " +
                         ShortestText(period / 400.0) + " s; the step is " + ShortestText(step_ / 100.0) +
                         " s");
-    if (!TimerReaches(0.0, step_))
-        throw ToolError("the valve's timer wraps every 16.78 s; samples every " +
-                        ShortestText(step_ / 100.0) + " s cannot carry its times");
+    CheckTimer(step_);
     postponed_ = PostponedChange();
 }
 
@@ -90,6 +95,40 @@ ValveSample ValveSchedule::At(std::int32_t index) const {
     }
     sample.code = change->number % 2 == 0 ? boundaryCode : halfWayCode;
     sample.changeTimer = TimerAt(change->time);
+    return sample;
+}
+
+ValveRecord::ValveRecord(std::vector<ValveChange> changes, const CurveGrid& grid)
+    : changes_(std::move(changes)), firstIndex_(grid.firstIndex), step_(grid.step) {
+    CheckTimer(step_);
+    if (changes_.empty())
+        throw ToolError("no change of the valve was found");
+    const std::size_t count = CountTo(firstIndex_);
+    if (count > 0 && TimerReaches(changes_[count - 1].time, firstIndex_ + static_cast<double>(step_)))
+        postponed_ = count;
+}
+
+std::size_t ValveRecord::CountTo(double time) const {
+    const auto behind = std::upper_bound(changes_.begin(), changes_.end(), time,
+                                         [](double t, const ValveChange& change) { return t < change.time; });
+    return static_cast<std::size_t>(behind - changes_.begin());
+}
+
+ValveSample ValveRecord::At(std::int32_t index) const {
+    ValveSample sample;
+    sample.timer = TimerAt(index);
+    std::size_t count = CountTo(index);
+    if (count == 0)
+        return sample;
+    sample.position = changes_[count - 1].code == 3 ? -1.0F : 1.0F;
+    if (postponed_ > 0 && index == firstIndex_)
+        --count;
+    else if (postponed_ > 0 && index == firstIndex_ + step_)
+        count = postponed_;
+    if (count == 0)
+        return sample;
+    sample.code = static_cast<float>(changes_[count - 1].code);
+    sample.changeTimer = TimerAt(changes_[count - 1].time);
     return sample;
 }
 

@@ -52,4 +52,27 @@ class ValveSchedule {
     std::optional<Change> postponed_;
 };
 
+/// A change of the valve to a position code, in hundredths of a second.
+struct ValveChange {
+    double time = 0.0;
+    int code = 3;  ///< 3 or 1
+};
+
+/// The samples of a valve that changes at listed times; they show as those of a schedule do.
+class ValveRecord {
+  public:
+    /// Changes in rising order of time. Throws ToolError for none, and for a grid too coarse for the timer.
+    ValveRecord(std::vector<ValveChange> changes, const CurveGrid& grid);
+    ValveSample At(std::int32_t index) const;
+
+  private:
+    /// How many changes lie at or before a time.
+    std::size_t CountTo(double time) const;
+
+    std::vector<ValveChange> changes_;
+    std::int32_t firstIndex_;
+    std::int16_t step_;
+    std::size_t postponed_ = 0;  ///< changes up to this one show from the second sample on; 0: none
+};
+
 }  // namespace vorela

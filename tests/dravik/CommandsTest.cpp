@@ -218,6 +218,28 @@ TEST_F(Dravik, ValveCurvesFollowTheSchedule) {
               "3.00,1,1,11718,11718\n4.00,1,1,11718,15625\n5.00,1,1,11718,19531\n6.00,-1,3,23437,23437\n");
     Fails("valve a.dk p --period 6", "PVLPOS already");
     Succeeds("valve a.dk p --period 4 --first 2 --replace");
+    const std::string scheduled = Run("export a.dk p --curves PVLPOS,PVLID,PVLIDT,PVLT").out;
+    Write("s.csv", "TIME,S,C\n0,0,7\n1,0,7\n2,2,5\n3,2,5\n4,0,7\n5,0,7\n6,0.9,5\n");
+    Succeeds("import a.dk s.csv --dataset p --merge >/dev/null");
+    Write("times.txt", "2\n4 1\n6,3\n");
+    for (const char* way : {"--times times.txt", "--codes C --map 3=5,1=7"}) {
+        Succeeds(std::string("valve a.dk p --replace ") + way);
+        EXPECT_EQ(Run("export a.dk p --curves PVLPOS,PVLID,PVLIDT,PVLT").out, scheduled) << way;
+    }
+    Succeeds("valve a.dk p --from S --threshold 0.5 --hysteresis 1 --replace");
+    EXPECT_EQ(Run("export a.dk p --curves PVLID,PVLIDT").out,
+              "TIME,PVLID,PVLIDT\ns,,\n0.00,1,0\n1.00,1,0\n2.00,3,4882\n3.00,3,4882\n4.00,1,14648\n5.00,1,"
+              "14648\n6.00,1,14648\n")
+        << "crossed at 1.25 and 3.75 s; 0.9 stays in the band";
+    Write("bad.txt", "1\nx\n");
+    Fails("valve a.dk p --times bad.txt --replace", "bad.txt: line 2");
+    Fails("valve a.dk p --times bad.txt --period 4", "one of", 2);
+    Write("d.csv",
+          "When;P\n14.03.2024 09:30:00,5;1,5\n14.03.2024 09:30:01,5;2,5\n14.03.2024 09:30:02,5;3,5\n");
+    Succeeds("import a.dk d.csv >/dev/null");
+    EXPECT_EQ(
+        Run("export a.dk d --time-format dates").out,
+        "TIME,P\n,\n2024-03-14T09:30:00.500,1.5\n2024-03-14T09:30:01.500,2.5\n2024-03-14T09:30:02.500,3.5\n");
 }
 
 // --- Recording ---
