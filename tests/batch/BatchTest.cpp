@@ -134,6 +134,8 @@ TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
     EXPECT_EQ(level["hpi"], level["window"]["ratio"]);
     const Json second = Results("--cycle 2");
     EXPECT_EQ(second["levels"][1]["hpi"], second["levels"][1]["cycles"][1]["ratio"]);
+    EXPECT_EQ(second["levels"][1]["selectedCycle"], 2);
+    EXPECT_THAT(Run("--cycle 8").err, HasSubstr("LEVEL1: cycle 8 has no results")) << "not covered";
     const Json raw = Results("--unfiltered");
     EXPECT_FALSE(raw["levels"][0]["cycles"].back()["pressure"].is_null()) << "raw curves reach further";
     const Json motor = Results("--pvlpos");
