@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -149,10 +150,13 @@ void Connection::AllowSteps() {
 }
 
 void Connection::Fail(int code) const {
-    const bool ours = sqlite3_extended_errcode(handle_) == code;
-    std::string detail = path_ + ": " + (ours ? sqlite3_errmsg(handle_) : sqlite3_errstr(code));
-    const int cause = sqlite3_system_errno(handle_);
-    if ((code & 0xFF) == SQLITE_IOERR && cause != 0)
+    const bool ioFailed = (code & 0xFF) == SQLITE_IOERR;
+    const int cause = ioFailed ? sqlite3_system_errno(handle_) : 0;
+    // A limit on the file's size is a full disk to whoever reads the message.
+    const int told = cause == EFBIG ? SQLITE_FULL : code;
+    const bool ours = sqlite3_extended_errcode(handle_) == told;
+    std::string detail = path_ + ": " + (ours ? sqlite3_errmsg(handle_) : sqlite3_errstr(told));
+    if (cause != 0)
         detail += std::string(" (") + std::strerror(cause) + ")";
     throw StoreError{StatusFor(code), detail, IsDamage(code)};
 }

@@ -208,10 +208,12 @@ TEST_F(CommitTest, AFileAtItsSizeLimitIsAFullDiskAndGoesOnWhenThereIsRoom) {
         std::int32_t status = Write(item, at, more);
         if (explicitly)
             status = std::max(status, DBcommit(database.handle));
+        const std::string said = DBlastdetail();
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
         EXPECT_TRUE(status == DK_DISK_ERROR || status == DK_OK) << status;
         full += status == DK_OK ? 0 : 1;
         if (status != DK_OK) {
+            EXPECT_TRUE(explicitly || said.find("full") != std::string::npos) << said;
             EXPECT_EQ(database.Information("L/ZG/1").Last(), at - 10);
             EXPECT_EQ(Write(item, at, more), DK_OK) << "on the same handle: " << DBlastdetail();
         }
