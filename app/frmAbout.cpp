@@ -2,7 +2,7 @@
 
 #include <QFont>
 
-#include "app/StartUp.h"
+#include "follow/StartUp.h"
 #include "general/Ports.h"
 #include "general/modGeneral.h"
 #include "platform/Application.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "app/RepeatedMessages.h"
+#include "follow/RepeatedMessages.h"
 
 class QDialog;
 class QLabel;

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "app/QtPorts.h"
-#include "app/StartUp.h"
 #include "app/frmMain.h"
 #include "dravik/chooser/Chooser.h"
+#include "follow/StartUp.h"
 #include "general/modGeneral.h"
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
@@ -38,7 +38,7 @@ int main(int argc, char* argv[]) {
     }
     if (fault.number != 0 || !vorela::StartUp())
         return 1;
-    vorela::RegisterChooser(vorela::LoadedLibraries().database);
+    dravik::RegisterChooser(vorela::LoadedLibraries().database);
     vorela::frmMain window(ports);
     window.Load();
     window.show();

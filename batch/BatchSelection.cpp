@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "app/CurveChecks.h"
 #include "batch/BatchStop.h"
 #include "db/Curves.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
-#include "dravik/include/DKBase.h"
+#include "follow/CurveChecks.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
+#include "interfaces/DKBase.h"
 #include "platform/DravikLibraries.h"
 #include "signal/modParameters.h"
 

@@ -14,8 +14,6 @@
 
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
-#include "app/ActionQueue.h"
-#include "app/StartUp.h"
 #include "batch/BatchCurves.h"
 #include "batch/BatchReport.h"
 #include "batch/BatchSelection.h"
@@ -23,6 +21,8 @@
 #include "db/AnalysisClaim.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
+#include "follow/ActionQueue.h"
+#include "follow/StartUp.h"
 #include "general/AtomicFile.h"
 #include "general/ConsolePorts.h"
 #include "general/NumberText.h"

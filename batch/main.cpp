@@ -5,7 +5,7 @@
 
 #include "batch/BatchOptions.h"
 #include "batch/BatchWork.h"
-#include "plot/PlotFile.h"
+#include "plotview/PlotFile.h"
 
 namespace {
 

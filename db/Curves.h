@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "dravik/include/ItemSamples.h"
+#include "interfaces/ItemSamples.h"
 
 namespace vorela {
 

@@ -7,8 +7,8 @@
 
 #include "db/modSelectData.h"
 #include "dravik/chooser/DatasetListing.h"
-#include "dravik/include/DKBase.h"
 #include "fuzz/FuzzTarget.h"
+#include "interfaces/DKBase.h"
 #include "platform/DravikLibraries.h"
 
 namespace {
@@ -147,7 +147,7 @@ void Select(const std::string& path) {
         if (vorela::ReadDatasets(path, {dataset}, records))
             Require(std::isfinite(records[0].sortKey), "a depth is a number");
     std::string problem;
-    vorela::ListDatasets(vorela::LoadedLibraries().database, path, problem);
+    dravik::ListDatasets(vorela::LoadedLibraries().database, path, problem);
 }
 
 void WriteInto(std::int32_t database) {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "dravik/include/DKBase.h"
-#include "dravik/include/Smooth32.h"
+#include "interfaces/DKBase.h"
+#include "interfaces/Smooth32.h"
 
 namespace vorela {
 

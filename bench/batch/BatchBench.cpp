@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "BuildPaths.h"
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 namespace {
 

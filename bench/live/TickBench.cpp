@@ -7,9 +7,9 @@
 #include <chrono>
 #include <utility>
 
-#include "app/ActionQueue.h"
-#include "app/StartUp.h"
 #include "db/modSelectData.h"
+#include "follow/ActionQueue.h"
+#include "follow/StartUp.h"
 #include "general/SettingsFile.h"
 #include "signal/modDFilt.h"
 #include "tests/live/LiveSupport.h"

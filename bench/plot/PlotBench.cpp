@@ -14,10 +14,10 @@
 #include "db/modSelectData.h"
 #include "platform/DravikLibraries.h"
 #include "plot/CurveSamples.h"
-#include "plot/PainterSurface.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
-#include "plot/PlotWidget.h"
+#include "plotview/PainterSurface.h"
+#include "plotview/PlotWidget.h"
 
 namespace vorela {
 namespace {

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/store/Crc32c.h"
+#include "interfaces/DKBase.h"
 
 namespace {
 
@@ -136,7 +136,7 @@ void ReadRaw(benchmark::State& state, bool checked) {
             const auto bytes = static_cast<std::size_t>(count * 4);
             Require(pread(file, buffer.data(), bytes, at * 4) == count * 4, "raw read");
             if (checked)
-                benchmark::DoNotOptimize(vorela::store::Crc32c(buffer.data(), bytes));
+                benchmark::DoNotOptimize(dravik::store::Crc32c(buffer.data(), bytes));
         });
         close(file);
     }

@@ -6,10 +6,10 @@
 #include "dravik/chooser/DatasetListing.h"
 #include "dravik/chooser/frmChooser.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
-std::int32_t Choose(const DkBaseApi& api, DBMultiSelect* selection) {
+std::int32_t Choose(const vorela::DkBaseApi& api, DBMultiSelect* selection) {
     frmChooser dialog(api, QApplication::activeWindow());
     const bool busy = QApplication::overrideCursor() != nullptr;
     if (busy)
@@ -32,7 +32,7 @@ std::int32_t Choose(const DkBaseApi& api, DBMultiSelect* selection) {
 /// Called by the library, which is C: nothing may be thrown through it.
 std::int32_t ChooseForLibrary(void* context, DBMultiSelect* selection) {
     try {
-        return Choose(*static_cast<const DkBaseApi*>(context), selection);
+        return Choose(*static_cast<const vorela::DkBaseApi*>(context), selection);
     } catch (const std::exception&) {
         return 0;
     }
@@ -40,8 +40,8 @@ std::int32_t ChooseForLibrary(void* context, DBMultiSelect* selection) {
 
 }  // namespace
 
-void RegisterChooser(const DkBaseApi& api) {
-    api.DBsetchooser(ChooseForLibrary, const_cast<DkBaseApi*>(&api));
+void RegisterChooser(const vorela::DkBaseApi& api) {
+    api.DBsetchooser(ChooseForLibrary, const_cast<vorela::DkBaseApi*>(&api));
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -3,10 +3,10 @@
 
 #include "platform/DravikLibraries.h"
 
-namespace vorela {
+namespace dravik {
 
 /// Hands the dialog to the loaded library. `api` must outlive it; a QApplication must exist when DBselectA is
 /// called.
-void RegisterChooser(const DkBaseApi& api);
+void RegisterChooser(const vorela::DkBaseApi& api);
 
-}  // namespace vorela
+}  // namespace dravik

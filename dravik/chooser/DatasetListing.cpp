@@ -9,10 +9,10 @@
 #include <filesystem>
 #include <span>
 
-#include "dravik/include/ItemSamples.h"
 #include "general/SettingsFile.h"
+#include "interfaces/ItemSamples.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr std::size_t recentCount = 8;
@@ -33,7 +33,7 @@ Value FieldAt(std::span<const std::byte> block, std::size_t offset) {
 
 class OpenDatabase {
   public:
-    OpenDatabase(const DkBaseApi& api, const std::string& path) : api_(api) {
+    OpenDatabase(const vorela::DkBaseApi& api, const std::string& path) : api_(api) {
         status_ = api_.DBopenA(path.c_str(), DK_OPEN_READ_ONLY, &handle_);
     }
     ~OpenDatabase() {
@@ -46,20 +46,20 @@ class OpenDatabase {
     std::int32_t Handle() const { return handle_; }
 
   private:
-    const DkBaseApi& api_;
+    const vorela::DkBaseApi& api_;
     std::int32_t handle_ = 0;
     std::int32_t status_ = DK_OK;
 };
 
-void ReadPresentation(const DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
+void ReadPresentation(const vorela::DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
     Block information{};
     std::vector<std::byte> record;
     std::int32_t item = 0;
     const std::string path = listing.name + "/_defaults_/1";
     if (api.DBattachA(database, path.c_str(), &item, 0, information.data()) != DK_OK)
         return;
-    const ItemShape shape = ItemShape::Of(information.data());
-    if (ReadRecord(api.DBread, item, shape, presentationBytes, record) == DK_OK) {
+    const vorela::ItemShape shape = vorela::ItemShape::Of(information.data());
+    if (vorela::ReadRecord(api.DBread, item, shape, presentationBytes, record) == DK_OK) {
         listing.recording = FieldAt<std::int16_t>(record, recordingFlagByte) != 0;
         const auto started = FieldAt<std::int32_t>(record, recordingStartByte);
         if (started != 0)
@@ -69,14 +69,15 @@ void ReadPresentation(const DkBaseApi& api, std::int32_t database, DatasetListin
 }
 
 /// The first sample of the depth curve; none where it is no number.
-void ReadDepth(const DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
+void ReadDepth(const vorela::DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
     Block information{};
     std::int32_t item = 0;
     if (api.DBattachA(database, (listing.name + "/ADPTH/1").c_str(), &item, 0, information.data()) != DK_OK)
         return;
     float sample = 0.0F;
     const auto first = FieldAt<std::int32_t>(information, DK_INFO_EXTENT_FIRST);
-    if (ReadCurveSample(api.DBread, item, ItemShape::Of(information.data()), first, sample) == DK_OK) {
+    if (vorela::ReadCurveSample(api.DBread, item, vorela::ItemShape::Of(information.data()), first, sample) ==
+        DK_OK) {
         const double depth = static_cast<double>(sample) * FieldAt<float>(information, DK_INFO_SCALE) +
                              FieldAt<float>(information, DK_INFO_OFFSET);
         if (std::isfinite(depth))
@@ -85,7 +86,7 @@ void ReadDepth(const DkBaseApi& api, std::int32_t database, DatasetListing& list
     api.DBdetach(item);
 }
 
-std::string ProblemText(const DkBaseApi& api, const std::string& path, std::int32_t status) {
+std::string ProblemText(const vorela::DkBaseApi& api, const std::string& path, std::int32_t status) {
     std::string text =
         status == DK_NOT_DATABASE ? "This file is not a Dravik database" : "The database cannot be read";
     text += ": " + path;
@@ -105,7 +106,7 @@ std::string RecentFile() {
 std::vector<std::string> StoredDatabases() {
     std::vector<std::string> paths;
     for (std::size_t i = 1; i <= recentCount; ++i) {
-        std::string path = ReadIniString(recentSection, "File" + std::to_string(i), "", RecentFile());
+        std::string path = vorela::ReadIniString(recentSection, "File" + std::to_string(i), "", RecentFile());
         if (!path.empty())
             paths.push_back(std::move(path));
     }
@@ -114,7 +115,7 @@ std::vector<std::string> StoredDatabases() {
 
 }  // namespace
 
-std::optional<std::vector<DatasetListing>> ListDatasets(const DkBaseApi& api, const std::string& path,
+std::optional<std::vector<DatasetListing>> ListDatasets(const vorela::DkBaseApi& api, const std::string& path,
                                                         std::string& problem) {
     const OpenDatabase database(api, path);
     std::int32_t status = database.Status();
@@ -161,7 +162,7 @@ std::vector<std::string> RecentDatabases() {
 }
 
 void RememberDatabase(const std::string& path) {
-    if (path.size() > longestIniValue)
+    if (path.size() > vorela::longestIniValue)
         return;  // would come back cut, as the name of another file
     std::vector<std::string> paths = StoredDatabases();
     paths.erase(std::remove(paths.begin(), paths.end(), path), paths.end());
@@ -170,7 +171,7 @@ void RememberDatabase(const std::string& path) {
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(RecentFile()).parent_path(), ignored);
     for (std::size_t i = 0; i < paths.size(); ++i)
-        WriteIniString(recentSection, "File" + std::to_string(i + 1), paths[i], RecentFile());
+        vorela::WriteIniString(recentSection, "File" + std::to_string(i + 1), paths[i], RecentFile());
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -8,7 +8,7 @@
 
 #include "platform/DravikLibraries.h"
 
-namespace vorela {
+namespace dravik {
 
 struct DatasetListing {
     std::string name;
@@ -22,7 +22,7 @@ struct DatasetListing {
 
 /// The datasets of a database file in order of creation. Nothing, with `problem` set, when it cannot be read;
 /// the file is opened for reading only.
-std::optional<std::vector<DatasetListing>> ListDatasets(const DkBaseApi& api, const std::string& path,
+std::optional<std::vector<DatasetListing>> ListDatasets(const vorela::DkBaseApi& api, const std::string& path,
                                                         std::string& problem);
 
 /// Database files chosen from before, the latest first; those that have gone are left out. $DRAVIK_DATABASE,
@@ -30,4 +30,4 @@ std::optional<std::vector<DatasetListing>> ListDatasets(const DkBaseApi& api, co
 std::vector<std::string> RecentDatabases();
 void RememberDatabase(const std::string& path);
 
-}  // namespace vorela
+}  // namespace dravik

@@ -15,7 +15,7 @@
 #include "dravik/chooser/DatasetListing.h"
 #include "ui_frmChooser.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 enum Column { nameColumn, kindColumn, depthColumn, startColumn, lengthColumn, recordingColumn, columnCount };
@@ -87,7 +87,7 @@ std::unique_ptr<Line> MakeLine(const DatasetListing& listing, bool metres) {
 
 }  // namespace
 
-frmChooser::frmChooser(const DkBaseApi& api, QWidget* parent)
+frmChooser::frmChooser(const vorela::DkBaseApi& api, QWidget* parent)
     : QDialog(parent), api_(api), ui_(std::make_unique<Ui::frmChooser>()) {
     ui_->setupUi(this);
     resize(size().boundedTo(screen()->availableSize() * largestShare));
@@ -204,4 +204,4 @@ std::vector<std::string> frmChooser::ChosenDatasets() const {
     return names;
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -12,12 +12,12 @@ namespace Ui {
 class frmChooser;
 }
 
-namespace vorela {
+namespace dravik {
 
 class frmChooser : public QDialog {
     Q_OBJECT
   public:
-    explicit frmChooser(const DkBaseApi& api, QWidget* parent = nullptr);
+    explicit frmChooser(const vorela::DkBaseApi& api, QWidget* parent = nullptr);
     ~frmChooser() override;
 
     /// Absolute path of the database whose datasets are listed; "" when none is.
@@ -37,9 +37,9 @@ class frmChooser : public QDialog {
     void ApplyFilter();
     void EnableOk();
 
-    const DkBaseApi& api_;
+    const vorela::DkBaseApi& api_;
     std::unique_ptr<Ui::frmChooser> ui_;
     std::string database_;
 };
 
-}  // namespace vorela
+}  // namespace dravik

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "dravik/include/DKBase.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {

@@ -36,16 +36,16 @@ void GriddedSource::DescribeCurves() {
     for (const PlannedColumn& column : plan_.columns) {
         if (column.role != ColumnRole::curve)
             continue;
-        vorela::CurveDescription description{column.name, column.unit};
+        CurveDescription description{column.name, column.unit};
         // Depth curves in metres are displayed in feet.
-        if (column.name == vorela::depthCurveName && FeetPer(column.unit))
+        if (column.name == depthCurveName && FeetPer(column.unit))
             description.scale = static_cast<float>(*FeetPer(column.unit));
         curves_.push_back(std::move(description));
         isCode_.push_back(column.isCode);
     }
     fileCurves_ = curves_.size();
     if (plan_.depth)
-        curves_.push_back({vorela::depthCurveName, "ft"});
+        curves_.push_back({depthCurveName, "ft"});
 }
 
 void GriddedSource::Restart() {

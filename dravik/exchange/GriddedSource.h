@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/Plan.h"
 #include "dravik/exchange/SampleReader.h"
-#include "dravik/tool/CurveSource.h"
 
 namespace dravik {
 
 /// Reads the file once where blocks are asked for in rising order; going back begins again. Memory is bounded
 /// by the blocks: Read no more than BlockRows() at once.
-class GriddedSource final : public vorela::CurveSource {
+class GriddedSource final : public CurveSource {
   public:
     /// The plan must permit the import. Throws ExchangeError when the file has become unreadable.
     explicit GriddedSource(ImportPlan plan, const Progress& progress = {});

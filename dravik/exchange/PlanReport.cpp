@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "dravik/exchange/Stamp.h"
-#include "dravik/include/DKBase.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {

@@ -10,8 +10,8 @@
 #include "dravik/exchange/Plan.h"
 #include "dravik/exchange/RowPass.h"
 #include "dravik/exchange/TimeColumns.h"
-#include "dravik/include/DKBase.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {

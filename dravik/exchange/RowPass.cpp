@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "dravik/exchange/Cells.h"
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {

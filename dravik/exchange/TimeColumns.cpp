@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "dravik/exchange/ExchangeError.h"
-#include "dravik/include/DKBase.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "general/NumberText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 /// a + b without loss beyond the last of about 106 bits.
@@ -114,7 +114,7 @@ std::optional<FilterDefinition> ParseFilterDefinition(std::string_view text) {
         definition.shape = FilterShape::gaussian;
     else
         return std::nullopt;
-    const std::optional<double> length = StrictNumber(text.substr(comma + 1));
+    const std::optional<double> length = vorela::StrictNumber(text.substr(comma + 1));
     if (!length || *length < 0.0)
         return std::nullopt;
     definition.lengthSeconds = *length;
@@ -170,4 +170,4 @@ std::unique_ptr<RunningFilter> MakeRunningFilter(FilterShape shape, std::size_t 
     return std::make_unique<PassThrough>();
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorela {
+namespace dravik {
 
 enum class FilterShape { none, square, triangle, gaussian };
 
@@ -69,4 +69,4 @@ class RunningFilter {
 /// `n` is odd and positive. Square and triangle cost O(1) a value, gaussian O(n).
 std::unique_ptr<RunningFilter> MakeRunningFilter(FilterShape shape, std::size_t n);
 
-}  // namespace vorela
+}  // namespace dravik

@@ -1,5 +1,5 @@
 // The C interface of Smooth32 over the filters of RunningFilter.h.
-#include "dravik/include/Smooth32.h"
+#include "interfaces/Smooth32.h"
 
 #include <cmath>
 #include <exception>
@@ -12,8 +12,8 @@
 namespace {
 
 struct Slot {
-    vorela::FilterDefinition definition;
-    std::unique_ptr<vorela::RunningFilter> filter;  ///< null until prepared
+    dravik::FilterDefinition definition;
+    std::unique_ptr<dravik::RunningFilter> filter;  ///< null until prepared
     std::int32_t lag = 0;
 };
 
@@ -37,13 +37,13 @@ std::int32_t NewHandle() {
 }
 
 bool Prepare(Slot& slot, std::int32_t unitsPerSecond, std::int16_t step) {
-    const auto samples = vorela::FilterSampleCount(slot.definition, unitsPerSecond, step);
+    const auto samples = dravik::FilterSampleCount(slot.definition, unitsPerSecond, step);
     if (!samples)
         return false;
     const std::int64_t lag = (*samples - 1) / 2 * step;
     if (lag > std::numeric_limits<std::int32_t>::max())
         return false;
-    slot.filter = vorela::MakeRunningFilter(slot.definition.shape, static_cast<std::size_t>(*samples));
+    slot.filter = dravik::MakeRunningFilter(slot.definition.shape, static_cast<std::size_t>(*samples));
     slot.lag = static_cast<std::int32_t>(lag);
     return true;
 }
@@ -55,7 +55,7 @@ int32_t CreateSOFilter(const char* /*name*/, const char* definition, int32_t /*r
     try {
         if (definition == nullptr)
             return 0;
-        const auto parsed = vorela::ParseFilterDefinition(definition);
+        const auto parsed = dravik::ParseFilterDefinition(definition);
         if (!parsed)
             return 0;
         const std::int32_t handle = NewHandle();
@@ -86,7 +86,7 @@ int32_t ApplySOFilter(int32_t filter, double* value) {
     const Slot* slot = Find(filter);
     if (slot == nullptr || slot->filter == nullptr || value == nullptr)
         return 0;
-    if (!(std::abs(*value) <= vorela::largestFilterValue))  // true for NaN as well
+    if (!(std::abs(*value) <= dravik::largestFilterValue))  // true for NaN as well
         return 0;
     *value = slot->filter->Push(*value);
     return 1;

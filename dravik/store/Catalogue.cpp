@@ -9,7 +9,7 @@
 #include "dravik/store/StoreError.h"
 #include "dravik/store/UnitTexts.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 std::string Quoted(const char* what, const std::string& name) {
@@ -402,4 +402,4 @@ void Database::Mark(const ItemKey& key, std::int32_t validFirst, std::int32_t va
     scope.Commit();
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

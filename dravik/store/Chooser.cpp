@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 namespace {
 

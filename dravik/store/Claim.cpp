@@ -11,10 +11,10 @@
 #include <set>
 #include <utility>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/store/StoreError.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 // A claim is a listening socket in the abstract namespace, whose name nobody else can have until the holder's
@@ -108,4 +108,4 @@ void EndClaim(std::int32_t claim) {
     close(claim);
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -7,7 +7,7 @@
 #include <array>
 #include <cstring>
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 using Word = std::uint32_t;
@@ -215,4 +215,4 @@ Word Crc32c(const void* bytes, std::size_t count, Word crc) {
     return ~advance(static_cast<const unsigned char*>(bytes), count, ~crc);
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

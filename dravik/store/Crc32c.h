@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace vorela::store {
+namespace dravik::store {
 
 /// The checksum of `bytes` continued from `crc` (0 to begin), so that Crc32c(a + b) = Crc32c(b, Crc32c(a)).
 /// Takes the fastest way of this processor, chosen on the first call.
@@ -20,4 +20,4 @@ struct Crc32cWay {
 /// The ways that this processor has, the slowest (a table, always there) first.
 std::vector<Crc32cWay> Crc32cWays();
 
-}  // namespace vorela::store
+}  // namespace dravik::store

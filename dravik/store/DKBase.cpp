@@ -1,5 +1,5 @@
 // The C interface: handles, argument checks, and the border that no exception crosses.
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 #include <signal.h>
 
@@ -15,7 +15,7 @@
 #include "dravik/store/StoreError.h"
 #include "dravik/store/UnitTexts.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 constexpr std::size_t mostDatabases = 256;
@@ -153,9 +153,9 @@ void Write(std::int32_t item, std::int32_t first, std::int32_t count, const void
 }
 
 }  // namespace
-}  // namespace vorela::store
+}  // namespace dravik::store
 
-using namespace vorela::store;
+using namespace dravik::store;
 
 int32_t DBopenA(const char* path, int16_t mode, int32_t* database) {
     return Guarded([&] {

@@ -10,7 +10,7 @@
 #include "dravik/store/Scopes.h"
 #include "dravik/store/StoreError.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 constexpr std::size_t longestName = 255;
@@ -225,4 +225,4 @@ void Database::Rollback() {
         connection_.Execute("ROLLBACK");
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

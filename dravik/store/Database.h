@@ -8,12 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/store/ItemInfo.h"
 #include "dravik/store/Seals.h"
 #include "dravik/store/Sqlite.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 /// "LEVEL1/ZG/1" is item "/ZG/1" of dataset "LEVEL1"; a dataset itself has an empty item.
 struct ItemPath {
@@ -164,4 +164,4 @@ class Database {
     std::unique_ptr<Statements> sql_;
 };
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -8,7 +8,7 @@
 
 #include "dravik/store/StoreError.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 using namespace std::string_view_literals;
@@ -135,4 +135,4 @@ int FormatOf(Connection& connection) {
     return static_cast<int>(version);
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -44,7 +44,7 @@
 
 #include "dravik/store/Sqlite.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 inline constexpr std::int32_t applicationId = 0x44524B42;  // "DRKB"
 inline constexpr int newestFormat = 2;
@@ -73,4 +73,4 @@ bool HasSoundHeader(Connection& connection);
 /// version, and unless the schema is to the letter that of its version.
 int FormatOf(Connection& connection);
 
-}  // namespace vorela::store
+}  // namespace dravik::store

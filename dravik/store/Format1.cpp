@@ -10,7 +10,7 @@
 #include "dravik/store/StoreError.h"
 #include "dravik/store/UnitTexts.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 /// The checksum of a row of that version.
@@ -210,4 +210,4 @@ void Database::Raise() {
     format_ = newestFormat;
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

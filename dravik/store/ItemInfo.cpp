@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstring>
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
@@ -97,4 +97,4 @@ std::optional<ItemInfo> ItemInfo::Decode(std::span<const unsigned char> block) {
     return sound ? std::optional(info) : std::nullopt;
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

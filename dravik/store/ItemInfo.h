@@ -8,9 +8,9 @@
 #include <span>
 #include <string>
 
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 using InfoBlock = std::array<unsigned char, DK_INFO_BYTES>;
 
@@ -52,4 +52,4 @@ struct ItemInfo {
     static std::optional<ItemInfo> Decode(std::span<const unsigned char> block);
 };
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -16,7 +16,7 @@
 #include "dravik/store/Format.h"
 #include "dravik/store/StoreError.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 constexpr std::size_t longestPath = 4096;
@@ -160,4 +160,4 @@ void MakeDatabaseFile(const std::string& path) {
         fsync(directory.Number());
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

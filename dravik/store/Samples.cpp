@@ -15,7 +15,7 @@
 #include "dravik/store/Scopes.h"
 #include "dravik/store/StoreError.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 /// The list of an item's chunks stays within what a row may hold.
@@ -429,4 +429,4 @@ void Database::Write(const ItemKey& key, std::int32_t first, std::int32_t count,
     scope.Commit();
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -3,7 +3,7 @@
 
 #include "dravik/store/Database.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 inline constexpr int chunkNumberBits = 28;
 constexpr std::int64_t PlaceOf(std::int64_t item, std::int64_t chunk) {
@@ -99,4 +99,4 @@ struct Database::Statements {
     Statement oldSequence{"SELECT coalesce(max(seq), 0) FROM sqlite_sequence"};
 };
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -5,7 +5,7 @@
 
 #include "dravik/store/Crc32c.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 template <typename Value>
@@ -147,4 +147,4 @@ RowSum& RowSum::Add(std::string_view text) {
     return Add(std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()));
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorela::store {
+namespace dravik::store {
 
 using Bytes = std::vector<unsigned char>;
 
@@ -64,4 +64,4 @@ class RowSum {
     std::uint32_t crc_;
 };
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -7,10 +7,10 @@
 #include <cstring>
 #include <thread>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/store/StoreError.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 std::chrono::milliseconds longestWait{5000};
@@ -237,4 +237,4 @@ void BlobReader::Read(std::int64_t number, std::span<unsigned char> into) {
         connection_.Fail(code);
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

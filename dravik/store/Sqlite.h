@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace vorela::store {
+namespace dravik::store {
 
 /// How long a call waits for a lock that another process holds; 5 s unless set. For tests.
 void SetLongestWait(std::chrono::milliseconds wait);
@@ -120,4 +120,4 @@ class BlobReader {
     sqlite3_blob* blob_ = nullptr;
 };
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string>
 
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 struct StoreError {
     std::int32_t status;
@@ -20,4 +20,4 @@ struct StoreError {
     throw StoreError{DK_DISK_ERROR, what + " is damaged", true};
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <deque>
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 /// By code. A deque, because texts that were given out must not move.
@@ -30,4 +30,4 @@ const char* ProcessUnitText(std::int32_t code) {
                : "";
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

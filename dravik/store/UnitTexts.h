@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace vorela::store {
+namespace dravik::store {
 
 /// The process's code for `text`: 0 for "", a new code for a text not seen before.
 std::int32_t ProcessUnitCode(const std::string& text);
@@ -13,4 +13,4 @@ std::int32_t ProcessUnitCode(const std::string& text);
 /// The text of a code, "" for an unknown one. Lives as long as the library.
 const char* ProcessUnitText(std::int32_t code);
 
-}  // namespace vorela::store
+}  // namespace dravik::store

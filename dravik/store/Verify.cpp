@@ -3,7 +3,7 @@
 #include "dravik/store/Scopes.h"
 #include "dravik/store/StoreError.h"
 
-namespace vorela::store {
+namespace dravik::store {
 
 /// Goes down from the catalogue as reading does, and looks for rows that no list knows.
 class Database::Verification {
@@ -105,4 +105,4 @@ std::vector<Damage> Database::Verify(std::string& fault) {
     return Verification(*this, fault).Run();
 }
 
-}  // namespace vorela::store
+}  // namespace dravik::store

@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/tool/Commands.h"
 #include "dravik/tool/ImportArguments.h"
 #include "dravik/tool/ImportCommand.h"
@@ -19,8 +18,9 @@
 #include "general/NumberText.h"
 #include "general/RunTimeError.h"
 #include "general/TerminalText.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
@@ -115,7 +115,8 @@ dravik::CodeMap CodeMapOf(const std::string& text) {
     const std::size_t comma = text.find(',');
     for (const std::string& part :
          {text.substr(0, comma), comma == std::string::npos ? "" : text.substr(comma + 1)}) {
-        const std::optional<float> value = part.size() > 2 ? StrictFloat(part.substr(2)) : std::nullopt;
+        const std::optional<float> value =
+            part.size() > 2 ? vorela::StrictFloat(part.substr(2)) : std::nullopt;
         if (!value || (!part.starts_with("3=") && !part.starts_with("1=")))
             throw UsageError("--map " + text + ": two values, as in 3=2,1=0");
         (part.front() == '3' ? map.three : map.one) = *value;
@@ -233,7 +234,7 @@ void AddRecover(CLI::App& app, int& status) {
 /// CLI11 takes "nan" and "inf" for numbers, and no range check stops "nan". For numbers of users neither is
 /// one.
 std::string FaultOfReal(const std::string& text) {
-    return StrictNumber(text) ? "" : "\"" + text + "\" is not a finite number";
+    return vorela::StrictNumber(text) ? "" : "\"" + text + "\" is not a finite number";
 }
 
 /// What users write in place of CLI11's type names, and what every real number has to be.
@@ -277,21 +278,22 @@ int RunDravik(int argc, const char* const* argv) {
             return app.exit(error);
         const bool unknownCommand = app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-';
         std::cerr << "dravik: "
-                  << TerminalText(unknownCommand ? "there is no command \"" + std::string(argv[1]) + "\""
-                                                 : error.what())
+                  << vorela::TerminalText(unknownCommand
+                                              ? "there is no command \"" + std::string(argv[1]) + "\""
+                                              : error.what())
                   << " (--help explains)\n";
         return badUsage;
     } catch (const UsageError& error) {
-        std::cerr << "dravik: " << TerminalText(error.what()) << "\n";
+        std::cerr << "dravik: " << vorela::TerminalText(error.what()) << "\n";
         return badUsage;
     } catch (const std::bad_alloc&) {
         std::cerr << "dravik: out of memory\n";
     } catch (const std::exception& error) {
-        std::cerr << "dravik: " << TerminalLines(error.what()) << "\n";
-    } catch (const RunTimeError& error) {
-        std::cerr << "dravik: " << TerminalText(error.description) << "\n";
+        std::cerr << "dravik: " << vorela::TerminalLines(error.what()) << "\n";
+    } catch (const vorela::RunTimeError& error) {
+        std::cerr << "dravik: " << vorela::TerminalText(error.description) << "\n";
     }
     return failed;
 }
 
-}  // namespace vorela
+}  // namespace dravik

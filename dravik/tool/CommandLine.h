@@ -1,9 +1,9 @@
 // The command line of `dravik`.
 #pragma once
 
-namespace vorela {
+namespace dravik {
 
 /// Runs the tool; the exit status: 0 done, 1 failed (one line on standard error), 2 bad usage.
 int RunDravik(int argc, const char* const* argv);
 
-}  // namespace vorela
+}  // namespace dravik

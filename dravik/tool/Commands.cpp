@@ -10,8 +10,10 @@
 #include <functional>
 #include <limits>
 
+#include "dravik/exchange/TableWriter.h"
 #include "dravik/tool/Database.h"
-#include "dravik/tool/TableWriter.h"
+#include "dravik/tool/DatasetSource.h"
+#include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/TextTable.h"
 #include "dravik/tool/ToolError.h"
 #include "dravik/tool/ValveSchedule.h"
@@ -19,7 +21,7 @@
 #include "general/NumberText.h"
 #include "general/TerminalText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 /// A simulated recording starts on 1 January 2026: the same options give the same bytes.
@@ -40,12 +42,12 @@ void WriteJson(const std::string& target, const std::string& json) {
         WriteStandardOutput(json);
         return;
     }
-    WriteFileAtomically(target, json);
+    vorela::WriteFileAtomically(target, json);
 }
 
 /// An output put in place of what the command reads would destroy it.
 void RefuseDatabaseAs(const std::string& output, const char* option, const std::string& database) {
-    const std::string named = InputNamedBy(output, {database, database + "-journal"});
+    const std::string named = vorela::InputNamedBy(output, {database, database + "-journal"});
     if (output != "-" && !named.empty())
         throw UsageError(std::string(option) + " " + output + ": that is the database " + named);
 }
@@ -220,14 +222,15 @@ void Info(const std::string& path, const std::string& dataset, const std::string
     TextTable table({});
     std::string text;
     const auto add = [&](const std::string& name, const std::string& value) {
-        text += name + std::string(name.size() < 16 ? 16 - name.size() : 1, ' ') + TerminalText(value) + "\n";
+        text += name + std::string(name.size() < 16 ? 16 - name.size() : 1, ' ') +
+                vorela::TerminalText(value) + "\n";
     };
     add("curve", dataset + "/" + curve);
     add("index", KindText(information));
     add("step", IndexText(information, information.step));
     add("unit", information.unit.empty() ? "-" : information.unit);
-    add("scale", ShortestText(information.scale));
-    add("offset", ShortestText(information.offset));
+    add("scale", vorela::ShortestText(information.scale));
+    add("offset", vorela::ShortestText(information.offset));
     if (information.IsEmpty()) {
         add("samples", "0");
     } else {
@@ -240,9 +243,9 @@ void Info(const std::string& path, const std::string& dataset, const std::string
             add("no numbers", std::to_string(statistics.count - statistics.finite));
         if (statistics.finite > 0) {
             const double mean = statistics.sum / static_cast<double>(statistics.finite);
-            add("least", ShortestText(static_cast<float>(statistics.least)));
-            add("greatest", ShortestText(static_cast<float>(statistics.greatest)));
-            add("mean", ShortestText(static_cast<float>(mean)));
+            add("least", vorela::ShortestText(static_cast<float>(statistics.least)));
+            add("greatest", vorela::ShortestText(static_cast<float>(statistics.greatest)));
+            add("mean", vorela::ShortestText(static_cast<float>(mean)));
         }
     }
     if (!information.made.empty()) {
@@ -277,7 +280,7 @@ void Export(const ExportRequest& request) {
         write(WriteStandardOutput);
         return;
     }
-    AtomicFile file(request.output);
+    vorela::AtomicFile file(request.output);
     write([&](std::string_view text) { file.Write(text); });
     file.Commit();
 }
@@ -289,7 +292,7 @@ bool Check(const std::string& path) {
         const std::string what = last < first ? " is damaged\n"
                                               : ": samples " + std::to_string(first) + " to " +
                                                     std::to_string(last) + " are damaged\n";
-        *static_cast<std::string*>(context) += TerminalText(item) + what;
+        *static_cast<std::string*>(context) += vorela::TerminalText(item) + what;
     };
     const std::int32_t status = DBverify(database.Handle(), collect, &lines);
     WriteStandardOutput(lines);
@@ -298,4 +301,4 @@ bool Check(const std::string& path) {
     return status == DK_OK;
 }
 
-}  // namespace vorela
+}  // namespace dravik

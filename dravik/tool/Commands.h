@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "dravik/tool/CurveSource.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/Simulator.h"
 #include "dravik/tool/ValveTimes.h"
 
-namespace vorela {
+namespace dravik {
 
 struct SimulateRequest {
     std::string database;
@@ -55,4 +55,4 @@ void Record(const RecordRequest& request, CurveSource& source, const std::string
 /// True when every chunk is sound; otherwise one line for each bad chunk is printed.
 bool Check(const std::string& database);
 
-}  // namespace vorela
+}  // namespace dravik

@@ -10,7 +10,7 @@
 
 #include "dravik/tool/ToolError.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr std::size_t longestDatasetName = 66;
@@ -75,7 +75,7 @@ ItemInformation UnpackInformation(const void* block) {
     information.unit = GetUnitTextA(FieldAt<std::int32_t>(block, DK_INFO_UNIT));
     information.scale = FieldAt<float>(block, DK_INFO_SCALE);
     information.offset = FieldAt<float>(block, DK_INFO_OFFSET);
-    information.shape = ItemShape::Of(block);
+    information.shape = vorela::ItemShape::Of(block);
     information.gridFirst = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
     information.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
     information.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
@@ -140,7 +140,7 @@ std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
     std::vector<NamedItem> items = Items(dataset);
     // What is damaged stays: nobody shall take a dataset for complete that is not.
     std::erase_if(items, [](const NamedItem& item) {
-        const ItemShape& shape = item.information.shape;
+        const vorela::ItemShape& shape = item.information.shape;
         return item.name == presentationItem || !(shape.IsCurve() || shape.kind == DK_ITEM_DAMAGED);
     });
     return items;
@@ -208,7 +208,7 @@ void Item::WritePresent(std::int32_t first, std::int64_t count, const float* val
 
 std::vector<std::byte> Item::ReadWholeRecord(std::size_t wanted) const {
     std::vector<std::byte> sample;
-    database_.Check(ReadRecord(DBread, handle_, information_.shape, wanted, sample),
+    database_.Check(vorela::ReadRecord(DBread, handle_, information_.shape, wanted, sample),
                     path_ + " cannot be read");
     return sample;
 }
@@ -265,7 +265,7 @@ bool IsRecording(const Database& database, const std::string& dataset) {
         return false;
     std::vector<std::byte> bytes;
     const std::int32_t status =
-        ReadRecord(DBread, item, ItemShape::Of(block.data()), presentationBytes, bytes);
+        vorela::ReadRecord(DBread, item, vorela::ItemShape::Of(block.data()), presentationBytes, bytes);
     DBdetach(item);
     return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
 }
@@ -355,4 +355,4 @@ void DatasetWriter::WriteRows(std::int64_t first, std::int64_t end) {
     }
 }
 
-}  // namespace vorela
+}  // namespace dravik

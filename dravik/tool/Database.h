@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "dravik/include/DKBase.h"
-#include "dravik/include/ItemSamples.h"
-#include "dravik/tool/CurveSource.h"
+#include "dravik/exchange/CurveSource.h"
+#include "interfaces/DKBase.h"
+#include "interfaces/ItemSamples.h"
 
-namespace vorela {
+namespace dravik {
 
 /// Samples moved by one call of the library.
 inline constexpr std::int64_t blockRows = 65536;
@@ -25,7 +25,7 @@ struct ItemInformation {
     std::string unit;
     float scale = 1.0F;
     float offset = 0.0F;
-    ItemShape shape;  ///< what one sample is
+    vorela::ItemShape shape;  ///< what one sample is
     std::int32_t gridFirst = 0;
     std::int32_t validFirst = 0;
     std::int32_t validLast = -1;
@@ -185,4 +185,4 @@ class DatasetWriter {
     std::vector<std::uint8_t> present_;
 };
 
-}  // namespace vorela
+}  // namespace dravik

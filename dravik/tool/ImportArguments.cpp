@@ -9,15 +9,13 @@
 #include <vector>
 
 #include "dravik/exchange/Units.h"
-#include "dravik/include/DKBase.h"
 #include "dravik/tool/ImportCommand.h"
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {
-
-using vorela::UsageError;
 
 constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
 constexpr double greatestDepth = 100000.0;  // ft

@@ -13,18 +13,13 @@
 #include "dravik/exchange/PlanReport.h"
 #include "dravik/tool/Database.h"
 #include "dravik/tool/Recorder.h"
-#include "dravik/tool/TableWriter.h"
+#include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
 #include "general/AtomicFile.h"
 #include "general/TerminalText.h"
 
 namespace dravik {
 namespace {
-
-using vorela::Database;
-using vorela::OpenMode;
-using vorela::ToolError;
-using vorela::UsageError;
 
 /// Percents on a terminal, and SIGINT.
 class ProgressLine {
@@ -44,7 +39,7 @@ class ProgressLine {
             percent_ = percent;
             std::fprintf(stderr, "\r%s: %d %%", vorela::TerminalText(file_).c_str(), percent);
         }
-        return !vorela::StopSignalled();
+        return !StopSignalled();
     }
 
   private:
@@ -61,17 +56,16 @@ std::string DatasetOf(const ImportRequest& request, const std::string& file) {
 TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
     const Database database(request.database, OpenMode::readOnly);
     const std::string where = request.database + ": dataset \"" + dataset + "\"";
-    const std::vector<vorela::NamedItem> curves = database.Curves(dataset);
-    const auto leading = std::find_if(curves.begin(), curves.end(), [](const vorela::NamedItem& curve) {
-        return !curve.information.IsEmpty();
-    });
+    const std::vector<NamedItem> curves = database.Curves(dataset);
+    const auto leading = std::find_if(curves.begin(), curves.end(),
+                                      [](const NamedItem& curve) { return !curve.information.IsEmpty(); });
     if (leading == curves.end())
         throw ToolError(where + " holds no samples to join");
-    if (vorela::IsRecording(database, dataset))
+    if (IsRecording(database, dataset))
         throw ToolError(where + " is being recorded");
     TargetGrid target{leading->information.indexKind, leading->information.step, leading->information.first,
                       0.0, true};
-    target.start = vorela::RecordingStart(database, dataset);
+    target.start = RecordingStart(database, dataset);
     return target;
 }
 
@@ -85,8 +79,8 @@ ImportPlan PlanFile(const ImportRequest& request, const std::string& file, Progr
 }
 
 void CheckNewCurves(const Database& database, const std::string& dataset, const GriddedSource& source) {
-    for (const vorela::NamedItem& item : database.Curves(dataset)) {
-        for (const vorela::CurveDescription& curve : source.Curves()) {
+    for (const NamedItem& item : database.Curves(dataset)) {
+        for (const CurveDescription& curve : source.Curves()) {
             if (item.name == curve.name)
                 throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has a curve " + curve.name +
                                 " already (--curves COL=NAME renames)");
@@ -95,18 +89,18 @@ void CheckNewCurves(const Database& database, const std::string& dataset, const 
 }
 
 void Store(const ImportRequest& request, const std::string& dataset, GriddedSource& source) {
-    vorela::CheckDatasetName(dataset);
+    CheckDatasetName(dataset);
     Database database(request.database, request.merge ? OpenMode::existing : OpenMode::create);
-    vorela::Transaction transaction(database);
+    Transaction transaction(database);
     if (request.merge) {
         CheckNewCurves(database, dataset, source);
-        vorela::CreateCurves(database, dataset, source.Grid(), source.Curves());
+        CreateCurves(database, dataset, source.Grid(), source.Curves());
     } else {
-        vorela::CreateDataset(database, dataset, source,
-                              vorela::PresentationOf(source.Grid(), RecordingStart(source.Plan()), "IMPORT"),
-                              request.replace);
+        CreateDataset(database, dataset, source,
+                      PresentationOf(source.Grid(), RecordingStart(source.Plan()), "IMPORT"),
+                      request.replace);
     }
-    vorela::DatasetWriter(database, dataset, source).WriteRows(0, source.Grid().rowCount);
+    DatasetWriter(database, dataset, source).WriteRows(0, source.Grid().rowCount);
     transaction.Commit();
 }
 
@@ -118,7 +112,7 @@ void ImportFile(const ImportRequest& request, ImportPlan plan, ProgressLine& pro
     GriddedSource source(std::move(plan), std::ref(progress));
     Store(request, DatasetOf(request, file), source);
     if (request.json != "-")
-        vorela::WriteStandardOutput(vorela::TerminalLines(told));
+        WriteStandardOutput(vorela::TerminalLines(told));
 }
 
 void WritePlans(const std::string& target, const nlohmann::ordered_json& plans) {
@@ -126,7 +120,7 @@ void WritePlans(const std::string& target, const nlohmann::ordered_json& plans) 
         return;
     const std::string text = plans.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
     if (target == "-")
-        vorela::WriteStandardOutput(text);
+        WriteStandardOutput(text);
     else
         vorela::WriteFileAtomically(target, text);
 }
@@ -152,7 +146,7 @@ bool Treat(const ImportRequest& request, const std::string& file, nlohmann::orde
         const bool sound = plan.CanImport();
         if (request.dryRun) {
             if (request.json != "-")
-                vorela::WriteStandardOutput(vorela::TerminalLines(PlanText(plan)));
+                WriteStandardOutput(vorela::TerminalLines(PlanText(plan)));
         } else if (!sound) {
             throw ToolError(RefusalText(plan));
         } else {
@@ -186,7 +180,7 @@ GriddedSource OpenSource(const std::string& file, const Choices& choices) {
 
 bool Import(const ImportRequest& request) {
     CheckRequest(request);
-    vorela::StopSignalled();
+    StopSignalled();
     nlohmann::ordered_json plans = nlohmann::ordered_json::array();
     bool sound = true;
     try {

@@ -8,11 +8,11 @@
 #include <iostream>
 #include <thread>
 
-#include "dravik/tool/TableWriter.h"
+#include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
 #include "general/TerminalText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -101,7 +101,7 @@ void Recorder::CommitPatiently(const std::function<void()>& body) {
             if (SecondsSince(begin) >= request_.patienceSeconds)
                 throw;
             if (!told)
-                std::cerr << "dravik: " << TerminalText(error.what()) << "; trying again\n";
+                std::cerr << "dravik: " << vorela::TerminalText(error.what()) << "; trying again\n";
             told = true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -141,4 +141,4 @@ void Recorder::Run(const std::function<bool()>& stopAsked) {
         CommitPatiently([&] { SetRecording(database_, request_.dataset, false); });
 }
 
-}  // namespace vorela
+}  // namespace dravik

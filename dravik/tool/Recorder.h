@@ -5,10 +5,10 @@
 #include <functional>
 #include <string>
 
-#include "dravik/tool/CurveSource.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/tool/Database.h"
 
-namespace vorela {
+namespace dravik {
 
 struct RecordRequest {
     std::string database;
@@ -47,4 +47,4 @@ class Recorder {
 /// True once SIGINT or SIGTERM has come; the first call takes the signals over.
 bool StopSignalled();
 
-}  // namespace vorela
+}  // namespace dravik

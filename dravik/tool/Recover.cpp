@@ -15,14 +15,14 @@
 #include <utility>
 #include <vector>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/tool/Database.h"
-#include "dravik/tool/TableWriter.h"
+#include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
 #include "general/AtomicFile.h"
 #include "general/TerminalText.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 struct Span {
@@ -79,7 +79,7 @@ std::string PathToReadFrom(const std::string& path, const WorkFolder& folder) {
     const std::string journalPath = path + "-journal";
     if (stat(path.c_str(), &file) != 0 || stat(journalPath.c_str(), &journal) != 0 || journal.st_size == 0)
         return path;
-    WriteStandardOutput(TerminalText(path) +
+    WriteStandardOutput(vorela::TerminalText(path) +
                         ": a writer was interrupted; its journal is applied to a copy\n");
     std::string copy = folder.File("damaged.dkb");
     std::error_code failed;
@@ -147,7 +147,7 @@ class Copier {
   private:
     void Lose(const std::string& what) {
         ++losses_;
-        WriteStandardOutput("lost: " + TerminalText(what) + "\n");
+        WriteStandardOutput("lost: " + vorela::TerminalText(what) + "\n");
     }
 
     void CopyDataset(const std::string& dataset) {
@@ -159,7 +159,8 @@ class Copier {
             return;
         }
         if (items.empty())
-            WriteStandardOutput("dataset " + TerminalText(dataset) + " holds nothing and is left out\n");
+            WriteStandardOutput("dataset " + vorela::TerminalText(dataset) +
+                                " holds nothing and is left out\n");
         Transaction transaction(to_);
         for (const ListedItem& item : items)
             CopyItem(dataset + item.name, item);
@@ -305,8 +306,8 @@ void RefuseExisting(const std::string& output) {
 }  // namespace
 
 bool Recover(const RecoverRequest& request) {
-    if (NameSameFile(request.output, request.database) ||
-        NameSameFile(request.output, request.database + "-journal"))
+    if (vorela::NameSameFile(request.output, request.database) ||
+        vorela::NameSameFile(request.output, request.database + "-journal"))
         throw UsageError("-o " + request.output + ": that is the damaged database");
     RefuseExisting(request.output);
     const WorkFolder folder(request.output);
@@ -322,4 +323,4 @@ bool Recover(const RecoverRequest& request) {
     return whole;
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace vorela {
+namespace dravik {
 
 struct RecoverRequest {
     std::string database;
@@ -18,4 +18,4 @@ struct RecoverRequest {
 /// ToolError, UsageError.
 bool Recover(const RecoverRequest& request);
 
-}  // namespace vorela
+}  // namespace dravik

@@ -11,7 +11,7 @@
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr std::size_t defaultLevels = 4;
@@ -26,7 +26,7 @@ std::vector<double> ParseList(const std::string& text, const std::string& option
     std::size_t from = 0;
     while (from <= text.size()) {
         const std::size_t comma = std::min(text.find(',', from), text.size());
-        const std::optional<double> value = StrictNumber(text.substr(from, comma - from));
+        const std::optional<double> value = vorela::StrictNumber(text.substr(from, comma - from));
         if (!value)
             throw UsageError(option + ": \"" + text.substr(from, comma - from) + "\" is not a number");
         values.push_back(*value);
@@ -61,8 +61,8 @@ void CheckRange(double value, double lowest, double highest, const std::string& 
     if (!std::isfinite(value))
         throw UsageError(option + " is not a finite number");
     if (!(value >= lowest && value <= highest))
-        throw UsageError(option + ": " + ShortestText(value) + " lies outside " + ShortestText(lowest) +
-                         " to " + ShortestText(highest));
+        throw UsageError(option + ": " + vorela::ShortestText(value) + " lies outside " +
+                         vorela::ShortestText(lowest) + " to " + vorela::ShortestText(highest));
 }
 
 std::vector<double> Depths(const SimulationArguments& arguments) {
@@ -165,7 +165,7 @@ Simulation MakeSimulation(const SimulationArguments& arguments) {
     const double period = arguments.periodSeconds * 100.0;
     simulation.period = static_cast<std::int32_t>(std::lround(period));
     if (std::abs(period - simulation.period) > 1e-6)
-        throw UsageError("--period: " + ShortestText(arguments.periodSeconds) +
+        throw UsageError("--period: " + vorela::ShortestText(arguments.periodSeconds) +
                          " s is not a whole number of hundredths of a second");
     simulation.step = static_cast<std::int16_t>(arguments.step);
     simulation.cycles = arguments.cycles;
@@ -185,4 +185,4 @@ Simulation MakeSimulation(const SimulationArguments& arguments) {
     return simulation;
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -10,7 +10,7 @@ namespace CLI {
 class App;
 }
 
-namespace vorela {
+namespace dravik {
 
 /// As typed; lists are comma-separated texts in the order of `depths`, one value standing for all levels.
 struct SimulationArguments {
@@ -43,4 +43,4 @@ void AddSimulationOptions(CLI::App& command, const std::string& group, Simulatio
 /// ToolError for what no real test could have.
 Simulation MakeSimulation(const SimulationArguments& arguments);
 
-}  // namespace vorela
+}  // namespace dravik

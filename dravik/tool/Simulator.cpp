@@ -6,11 +6,11 @@
 #include <numbers>
 #include <numeric>
 
-#include "dravik/include/DKBase.h"
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 using Complex = std::complex<double>;
@@ -79,18 +79,19 @@ void CheckLevels(const Simulation& simulation) {
     const double omega = OmegaPerHour(simulation);
     std::vector<double> depths;
     for (const Level& level : simulation.levels) {
-        const std::string name = "level at " + ShortestText(level.depth) + " ft: ";
+        const std::string name = "level at " + vorela::ShortestText(level.depth) + " ft: ";
         if (level.depth > simulation.well.totalDepth)
             throw ToolError(name + "it lies below the total depth of " +
-                            ShortestText(simulation.well.totalDepth) + " ft");
+                            vorela::ShortestText(simulation.well.totalDepth) + " ft");
         if (std::find(depths.begin(), depths.end(), level.depth) != depths.end())
             throw ToolError(name + "two levels at one depth");
         depths.push_back(level.depth);
         if (!(DimensionlessImpedance(level.layer, omega).real() > leastImpedance))
-            throw ToolError(name + "a skin of " + ShortestText(level.layer.skin) +
-                            " is impossible at this period; it must stay above " +
-                            FormatNumber(leastImpedance -
-                                         WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
+            throw ToolError(
+                name + "a skin of " + vorela::ShortestText(level.layer.skin) +
+                " is impossible at this period; it must stay above " +
+                vorela::FormatNumber(leastImpedance -
+                                     WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
     }
 }
 
@@ -109,7 +110,7 @@ void CheckSimulation(const Simulation& simulation) {
     const CurveGrid grid = GridOf(simulation);
     if ((grid.rowCount - 1) * grid.step > std::numeric_limits<std::int32_t>::max())
         throw ToolError(std::to_string(simulation.cycles) + " cycles of " +
-                        ShortestText(simulation.period / 100.0) +
+                        vorela::ShortestText(simulation.period / 100.0) +
                         " s last longer than 32-bit times reach (248 days)");
     const ValveSchedule valve(simulation.period / 2.0, simulation.period, grid);
     static_cast<void>(valve);
@@ -126,8 +127,12 @@ Truth TruthOf(const Simulation& simulation) {
         truth.levels.push_back({LevelDataset(i), level.depth, hpi, std::arg(index) * degrees, std::abs(index),
                                 hpi * simulation.pressureAmplitude, simulation.pressureAmplitude});
         const Complex layerIndex = LayerIndex(level.layer, omega);
-        LayerTruth layer{"below " + FormatNumber(level.depth), LevelDataset(i), false, std::abs(layerIndex),
-                         std::arg(layerIndex) * degrees,       level.layer};
+        LayerTruth layer{"below " + vorela::FormatNumber(level.depth),
+                         LevelDataset(i),
+                         false,
+                         std::abs(layerIndex),
+                         std::arg(layerIndex) * degrees,
+                         level.layer};
         double deeper = std::numeric_limits<double>::infinity();
         for (const Level& other : simulation.levels) {
             if (other.depth > level.depth)
@@ -135,7 +140,7 @@ Truth TruthOf(const Simulation& simulation) {
         }
         if (std::isfinite(deeper)) {
             layer.isInterval = true;
-            layer.label = FormatNumber(deeper) + " to " + FormatNumber(level.depth);
+            layer.label = vorela::FormatNumber(deeper) + " to " + vorela::FormatNumber(level.depth);
         }
         truth.layers.push_back(layer);
     }
@@ -235,4 +240,4 @@ void SimulatedLevel::Read(std::size_t curve, std::int64_t firstRow, std::int64_t
     }
 }
 
-}  // namespace vorela
+}  // namespace dravik

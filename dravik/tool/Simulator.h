@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "dravik/tool/CurveSource.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/tool/ValveSchedule.h"
 #include "dravik/tool/WellModel.h"
 
-namespace vorela {
+namespace dravik {
 
 struct Simulation {
     std::vector<Level> levels;  ///< in the user's order; depths differ
@@ -106,4 +106,4 @@ class SimulatedLevel final : public CurveSource {
 std::string TruthText(const Simulation& simulation, const Truth& truth);
 std::string TruthJson(const Simulation& simulation, const Truth& truth);
 
-}  // namespace vorela
+}  // namespace dravik

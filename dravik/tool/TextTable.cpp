@@ -4,7 +4,7 @@
 
 #include "general/TerminalText.h"
 
-namespace vorela {
+namespace dravik {
 
 TextTable::TextTable(const Row& captions) {
     if (!captions.empty())
@@ -14,7 +14,7 @@ TextTable::TextTable(const Row& captions) {
 void TextTable::Add(const Row& row) {
     Row& shown = rows_.emplace_back();
     for (const std::string& cell : row)
-        shown.push_back(TerminalText(cell));
+        shown.push_back(vorela::TerminalText(cell));
 }
 
 std::string TextTable::Text() const {
@@ -36,4 +36,4 @@ std::string TextTable::Text() const {
     return text;
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace vorela {
+namespace dravik {
 
 class TextTable {
   public:
@@ -20,4 +20,4 @@ class TextTable {
     std::vector<Row> rows_;
 };
 
-}  // namespace vorela
+}  // namespace dravik

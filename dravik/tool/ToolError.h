@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace vorela {
+namespace dravik {
 
 /// The command failed: one line for the user that names the file, line, dataset or curve. Exit status 1.
 struct ToolError : std::runtime_error {
@@ -17,4 +17,4 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-}  // namespace vorela
+}  // namespace dravik

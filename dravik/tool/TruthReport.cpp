@@ -9,7 +9,7 @@
 #include "dravik/tool/TextTable.h"
 #include "general/NumberText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 std::string Significant(double value) {
@@ -29,7 +29,7 @@ std::string AnalysisSettings(const Simulation& simulation) {
     });
     std::string text;
     const auto add = [&](const std::string& key, double value) {
-        text += " --set Parameters." + key + "=" + ShortestText(value);
+        text += " --set Parameters." + key + "=" + vorela::ShortestText(value);
     };
     add("Period", simulation.period / 100.0);
     add("CasingID", simulation.well.casingId);
@@ -54,13 +54,13 @@ std::string AnalysisSettings(const Simulation& simulation) {
 std::string TruthText(const Simulation& simulation, const Truth& truth) {
     TextTable levels({"Level", "Depth ft", "HPI rps/psi", "Phase lag deg", "HPI bbl/day/psi"});
     for (const LevelTruth& level : truth.levels)
-        levels.Add({level.dataset, ShortestText(level.depth), Significant(level.hpi),
+        levels.Add({level.dataset, vorela::ShortestText(level.depth), Significant(level.hpi),
                     Significant(level.phaseLag), Significant(level.downholeHpi)});
     TextTable layers({"Interval", "HPI bbl/day/psi", "Phase deg", "Permeability mD", "Skin", "Height ft"});
     for (const LayerTruth& layer : truth.layers)
         layers.Add({layer.label, Significant(layer.hpi), Significant(layer.phase),
-                    ShortestText(layer.layer.permeability), ShortestText(layer.layer.skin),
-                    ShortestText(layer.layer.height)});
+                    vorela::ShortestText(layer.layer.permeability), vorela::ShortestText(layer.layer.skin),
+                    vorela::ShortestText(layer.layer.height)});
     return levels.Text() + "\n" + layers.Text() + "\nThe same parameters for the analysis:\n " +
            AnalysisSettings(simulation) + "\n";
 }
@@ -93,4 +93,4 @@ std::string TruthJson(const Simulation& simulation, const Truth& truth) {
     return json.dump(2) + "\n";
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -6,7 +6,7 @@
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr double ticksPerHundredth = 4000000.0 / 1024.0 / 100.0;
@@ -26,8 +26,8 @@ bool TimerReaches(double change, double sample) {
 
 void CheckTimer(std::int16_t step) {
     if (!TimerReaches(0.0, step))
-        throw ToolError("the valve's timer wraps every 16.78 s; samples every " + ShortestText(step / 100.0) +
-                        " s cannot carry its times");
+        throw ToolError("the valve's timer wraps every 16.78 s; samples every " +
+                        vorela::ShortestText(step / 100.0) + " s cannot carry its times");
 }
 
 }  // namespace
@@ -54,9 +54,9 @@ float ValveValue(const ValveSample& sample, std::size_t curve) {
 ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGrid& grid)
     : first_(firstBoundary), halfPeriod_(period / 2.0), firstIndex_(grid.firstIndex), step_(grid.step) {
     if (!(period >= 4.0 * step_))
-        throw ToolError("a period of " + ShortestText(period / 100.0) + " s needs samples at least every " +
-                        ShortestText(period / 400.0) + " s; the step is " + ShortestText(step_ / 100.0) +
-                        " s");
+        throw ToolError("a period of " + vorela::ShortestText(period / 100.0) +
+                        " s needs samples at least every " + vorela::ShortestText(period / 400.0) +
+                        " s; the step is " + vorela::ShortestText(step_ / 100.0) + " s");
     CheckTimer(step_);
     postponed_ = PostponedChange();
 }
@@ -132,4 +132,4 @@ ValveSample ValveRecord::At(std::int32_t index) const {
     return sample;
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "dravik/tool/CurveSource.h"
+#include "dravik/exchange/CurveSource.h"
 
-namespace vorela {
+namespace dravik {
 
 /// One sample of the four valve curves.
 struct ValveSample {
@@ -75,4 +75,4 @@ class ValveRecord {
     std::size_t postponed_ = 0;  ///< changes up to this one show from the second sample on; 0: none
 };
 
-}  // namespace vorela
+}  // namespace dravik

@@ -14,9 +14,6 @@
 namespace dravik {
 namespace {
 
-using vorela::ToolError;
-using vorela::ValveChange;
-
 /// A time in hundredths from the start of recording.
 std::optional<double> TimeOf(std::string_view text, std::int32_t start) {
     if (const std::optional<double> seconds = vorela::StrictNumber(text))
@@ -46,12 +43,12 @@ int TakeCode(std::string_view& text) {
 }
 
 /// Calls `visit(index, value)` for every sample of a curve.
-void ForEachSample(const vorela::Item& curve, const std::function<void(double, double)>& visit) {
-    const vorela::ItemInformation& information = curve.Information();
-    std::vector<float> values(static_cast<std::size_t>(vorela::blockRows));
+void ForEachSample(const Item& curve, const std::function<void(double, double)>& visit) {
+    const ItemInformation& information = curve.Information();
+    std::vector<float> values(static_cast<std::size_t>(blockRows));
     std::vector<std::uint8_t> present(values.size());
-    for (std::int64_t row = 0; row < information.RowCount(); row += vorela::blockRows) {
-        const std::int64_t count = std::min(vorela::blockRows, information.RowCount() - row);
+    for (std::int64_t row = 0; row < information.RowCount(); row += blockRows) {
+        const std::int64_t count = std::min(blockRows, information.RowCount() - row);
         const auto first = static_cast<std::int32_t>(information.first + row * information.step);
         curve.ReadPresent(first, count, values.data(), present.data());
         for (std::int64_t i = 0; i < count; ++i) {
@@ -92,7 +89,7 @@ std::vector<ValveChange> ReadValveTimes(const std::string& file, std::int32_t st
     return changes;
 }
 
-std::vector<ValveChange> FindCrossings(const vorela::Item& curve, const Threshold& threshold) {
+std::vector<ValveChange> FindCrossings(const Item& curve, const Threshold& threshold) {
     std::vector<ValveChange> changes;
     double crossing = std::numeric_limits<double>::quiet_NaN();
     double beforeIndex = 0.0;
@@ -114,7 +111,7 @@ std::vector<ValveChange> FindCrossings(const vorela::Item& curve, const Threshol
     return changes;
 }
 
-std::vector<ValveChange> FindCodeChanges(const vorela::Item& curve, const CodeMap& map) {
+std::vector<ValveChange> FindCodeChanges(const Item& curve, const CodeMap& map) {
     std::vector<ValveChange> changes;
     int code = 0;
     ForEachSample(curve, [&](double index, double value) {

@@ -13,7 +13,7 @@ namespace dravik {
 
 /// A file of one time a line, in seconds or as dates (`start`: the dataset's, Unix seconds), with a code 1 or
 /// 3 behind if wanted; else they alternate, 3 first. Throws ToolError with the line.
-std::vector<vorela::ValveChange> ReadValveTimes(const std::string& file, std::int32_t start);
+std::vector<ValveChange> ReadValveTimes(const std::string& file, std::int32_t start);
 
 struct Threshold {
     double value = 0.0;
@@ -21,13 +21,13 @@ struct Threshold {
     bool invert = false;
 };
 /// Code 3 where the curve rises through the threshold, 1 where it falls, interpolated to 0.01 s.
-std::vector<vorela::ValveChange> FindCrossings(const vorela::Item& curve, const Threshold& threshold);
+std::vector<ValveChange> FindCrossings(const Item& curve, const Threshold& threshold);
 
 /// Which values of a curve of codes stand for 3 and for 1.
 struct CodeMap {
     float three = 3.0F;
     float one = 1.0F;
 };
-std::vector<vorela::ValveChange> FindCodeChanges(const vorela::Item& curve, const CodeMap& map);
+std::vector<ValveChange> FindCodeChanges(const Item& curve, const CodeMap& map);
 
 }  // namespace dravik

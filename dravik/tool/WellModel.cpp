@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 using Complex = std::complex<double>;
@@ -77,4 +77,4 @@ double SpinnerResponse(double slope, double casingId) {
     return slope / (0.445 * pi * (casingId * casingId - toolDiameter * toolDiameter));
 }
 
-}  // namespace vorela
+}  // namespace dravik

@@ -6,7 +6,7 @@
 #include <complex>
 #include <vector>
 
-namespace vorela {
+namespace dravik {
 
 /// Modified Bessel functions of the second kind, each multiplied by exp(z).
 struct ScaledBesselK {
@@ -70,4 +70,4 @@ std::complex<double> LevelIndex(const std::vector<Level>& levels, std::size_t le
 /// tool of 1.6875 inches.
 double SpinnerResponse(double slope, double casingId);
 
-}  // namespace vorela
+}  // namespace dravik

@@ -4,5 +4,5 @@
 
 int main(int argc, char** argv) {
     signal(SIGXFSZ, SIG_IGN);  // a file at its size limit is a write that fails, not the end of the program
-    return vorela::RunDravik(argc, argv);
+    return dravik::RunDravik(argc, argv);
 }

@@ -82,7 +82,7 @@ class Chooser : public WindowFixture {
 
 TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
     std::string problem;
-    const auto listed = ListDatasets(Api(), DatabasePath(), problem);
+    const auto listed = dravik::ListDatasets(Api(), DatabasePath(), problem);
     ASSERT_TRUE(listed) << problem;
     EXPECT_THAT(*listed,
                 ElementsAre(FieldsAre("ALPHA", DK_INDEX_TIME, 6000.5, _, 1999.9, false, false),
@@ -92,16 +92,16 @@ TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
 
 TEST_F(Chooser, FileThatIsNoDatabaseIsNamedAndNotMade) {
     std::string problem;
-    EXPECT_FALSE(ListDatasets(Api(), folder.File("absent.dkb"), problem));
+    EXPECT_FALSE(dravik::ListDatasets(Api(), folder.File("absent.dkb"), problem));
     EXPECT_THAT(problem, ::testing::HasSubstr(folder.File("absent.dkb")));
     EXPECT_FALSE(std::filesystem::exists(folder.File("absent.dkb")));
     WriteAll(folder.File("text.dkb"), "no database");
-    EXPECT_FALSE(ListDatasets(Api(), folder.File("text.dkb"), problem));
+    EXPECT_FALSE(dravik::ListDatasets(Api(), folder.File("text.dkb"), problem));
     EXPECT_THAT(problem, ::testing::StartsWith("This file is not a Dravik database"));
 }
 
 TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
-    RegisterChooser(Api());
+    dravik::RegisterChooser(Api());
     ModalScript script;
     script.Then("frmChooser", [this](QDialog& dialog) {
         EXPECT_FALSE(Find<QPushButton>(dialog, "cmdOK").isEnabled());
@@ -134,7 +134,7 @@ TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
     ASSERT_EQ(chosen->count, 1);
     EXPECT_EQ(std::string(chosen->paths[0]), PathOf("BETA"));
     Api().DBreleaseMS(chosen);
-    EXPECT_THAT(RecentDatabases(), ElementsAre(DatabasePath()));
+    EXPECT_THAT(dravik::RecentDatabases(), ElementsAre(DatabasePath()));
 }
 
 class QtBoxes : public WindowFixture {};

@@ -2,7 +2,7 @@
 
 #include <QAction>
 
-#include "app/StartUp.h"
+#include "follow/StartUp.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "signal/modParameters.h"

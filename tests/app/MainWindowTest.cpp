@@ -13,12 +13,12 @@
 
 #include "analysis/ResultGridView.h"
 #include "analysis/modMain.h"
-#include "app/StartUp.h"
 #include "app/WindowPlace.h"
+#include "follow/StartUp.h"
 #include "platform/DravikLibraries.h"
-#include "plot/TimeCursors.h"
-#include "plot/frmPlotScales.h"
 #include "plot/modPlotScales.h"
+#include "plotview/TimeCursors.h"
+#include "plotview/frmPlotScales.h"
 #include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 

@@ -1,6 +1,6 @@
 #include "BuildPaths.h"
-#include "app/StartUp.h"
 #include "db/DatasetRecord.h"
+#include "follow/StartUp.h"
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
 #include "tests/support/TestSupport.h"

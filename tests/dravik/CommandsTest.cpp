@@ -6,13 +6,15 @@
 #include "dravik/tool/Database.h"
 #include "tests/support/ProgramTest.h"
 
-namespace vorela {
+namespace dravik {
+using namespace vorela::test;
+
 namespace {
 
-using test::CommandResult;
 using testing::HasSubstr;
+using vorela::test::CommandResult;
 
-class Dravik : public test::ProgramTest {
+class Dravik : public vorela::test::ProgramTest {
   protected:
     Dravik() : ProgramTest("dravik") {}
     std::string Exported(const std::string& database, const std::string& dataset) const {
@@ -304,4 +306,4 @@ TEST_F(Dravik, SignalledRecorderLosesNothingAcknowledgedAndContinuesWhereItStopp
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace dravik

@@ -4,8 +4,10 @@
 #include "tests/store/StoreTest.h"
 #include "tests/support/ProgramTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
+
+using testing::HasSubstr;
 
 class RecoverCommand : public ProgramTest {
   protected:
@@ -138,4 +140,4 @@ TEST_F(RecoverCommand, AnInterruptedWritersJournalIsAppliedToACopyOnly) {
 }
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

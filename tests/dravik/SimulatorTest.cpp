@@ -12,7 +12,7 @@
 #include "dravik/tool/Simulator.h"
 #include "dravik/tool/ToolError.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 using Complex = std::complex<double>;
@@ -160,4 +160,4 @@ TEST(ValveSchedule, AChangeBeforeTheRecordShowsFromTheSecondSampleWhileTheTimerR
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace dravik

@@ -4,12 +4,14 @@
 #include "platform/DravikLibraries.h"
 #include "tests/support/DravikFixture.h"
 
-namespace vorela {
+namespace dravik {
+using namespace vorela::test;
+
 namespace {
 
 class Smooth32 : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(test::LoadBuiltLibraries()); }
+    void SetUp() override { ASSERT_TRUE(vorela::test::LoadBuiltLibraries()); }
 
     std::int32_t Create(const std::string& definition) {
         return api.CreateSOFilter("", definition.c_str(), 0, 0);
@@ -29,7 +31,7 @@ class Smooth32 : public testing::Test {
         return output;
     }
 
-    const Smooth32Api& api = LoadedLibraries().filter;
+    const vorela::Smooth32Api& api = vorela::LoadedLibraries().filter;
 };
 
 /// Weights by the plain definition of each filter, of unit sum.
@@ -156,4 +158,4 @@ TEST_F(Smooth32, AValueThatIsNotFiniteIsRefusedAndLeavesTheFilterAsItWas) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace dravik

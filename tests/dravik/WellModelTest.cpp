@@ -7,7 +7,7 @@
 
 #include "dravik/tool/WellModel.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 using Complex = std::complex<double>;
@@ -69,4 +69,4 @@ TEST(WellModel, FlowPastALevelIsThatOfTheLayersBelowItAndOfTheWellsStorage) {
 }
 
 }  // namespace
-}  // namespace vorela
+}  // namespace dravik

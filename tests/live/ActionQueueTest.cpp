@@ -1,9 +1,9 @@
 #include <unistd.h>
 
 #include "analysis/modMain.h"
-#include "app/ActionQueue.h"
-#include "app/CurveChecks.h"
 #include "db/AnalysisClaim.h"
+#include "follow/ActionQueue.h"
+#include "follow/CurveChecks.h"
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 

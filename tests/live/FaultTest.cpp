@@ -1,6 +1,6 @@
 // Every call that an extension makes to the database library fails once: the step reports it, holds nothing
 // afterwards, and the next pass brings everything to where one run without faults would have brought it.
-#include "app/ActionQueue.h"
+#include "follow/ActionQueue.h"
 #include "platform/DravikLibraries.h"
 #include "tests/live/LiveSupport.h"
 

@@ -1,6 +1,6 @@
 #include "BuildPaths.h"
-#include "app/ActionQueue.h"
-#include "app/CurveChecks.h"
+#include "follow/ActionQueue.h"
+#include "follow/CurveChecks.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 #include "tests/live/LiveSupport.h"

@@ -2,7 +2,7 @@
 // follower leaves behind: derived curves and cycle record, to be compared with one run over the final data.
 #pragma once
 
-#include "app/StartUp.h"
+#include "follow/StartUp.h"
 #include "signal/modDFilt.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"

@@ -2,7 +2,7 @@
 // time (one when it is not set).
 #include <unistd.h>
 
-#include "app/ActionQueue.h"
+#include "follow/ActionQueue.h"
 #include "tests/live/LiveSupport.h"
 
 namespace vorela {

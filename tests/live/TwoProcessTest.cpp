@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "BuildPaths.h"
-#include "app/ActionQueue.h"
+#include "follow/ActionQueue.h"
 #include "tests/live/LiveSupport.h"
 
 namespace vorela {

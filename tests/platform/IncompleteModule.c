@@ -1,5 +1,5 @@
 /* A filter library without GetSOFilterLag. */
-#include "../../dravik/include/Smooth32.h"
+#include "../../interfaces/Smooth32.h"
 
 int32_t CreateSOFilter(const char* name, const char* definition, int32_t reserved1, int32_t reserved2) {
     (void)name;

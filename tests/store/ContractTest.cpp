@@ -3,7 +3,7 @@
 
 #include "tests/store/StoreTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
 
 class ContractTest : public StoreTest {};
@@ -247,4 +247,4 @@ TEST(HeaderTest, HasOneLayoutInCAndCpp) {
 }
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

@@ -6,7 +6,7 @@
 
 #include "dravik/store/Crc32c.h"
 
-namespace vorela::store {
+namespace dravik::store {
 namespace {
 
 // The check value of the catalogue of parametrised CRC algorithms, and two of RFC 3720, appendix B.4.
@@ -44,4 +44,4 @@ TEST(Crc32cTest, EveryWayOfTheProcessorAgreesWithTheBitwiseDefinition) {
 }
 
 }  // namespace
-}  // namespace vorela::store
+}  // namespace dravik::store

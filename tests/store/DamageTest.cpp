@@ -4,7 +4,7 @@
 
 #include "tests/store/StoreTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
 
 constexpr std::int32_t samples = 40000;
@@ -373,4 +373,4 @@ INSTANTIATE_TEST_SUITE_P(
                     "UPDATE datasets2 SET items = x''", "UPDATE datasets2 SET stamp = 1"));
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

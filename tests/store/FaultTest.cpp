@@ -9,7 +9,7 @@
 #include "tests/store/FaultyVfs.h"
 #include "tests/store/StoreTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
 
 constexpr std::size_t recorded = 20000;
@@ -249,4 +249,4 @@ TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
 }
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

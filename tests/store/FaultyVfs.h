@@ -7,7 +7,7 @@
 
 #include <map>
 
-namespace vorela::test {
+namespace dravik::test {
 
 enum class Fault { none, readError, writeError, diskFull, syncError, lockBusy, openError, deleteError, kill };
 
@@ -109,4 +109,4 @@ class FaultyVfs {
     static inline sqlite3_vfs vfs_;
 };
 
-}  // namespace vorela::test
+}  // namespace dravik::test

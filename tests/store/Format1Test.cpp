@@ -4,7 +4,7 @@
 #include "dravik/store/Crc32c.h"
 #include "tests/store/StoreTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
 
 class Format1Test : public StoreTest {
@@ -141,4 +141,4 @@ TEST_F(Format1Test, WhatIsDamagedStaysSoAndStopsNothingElse) {
 }
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

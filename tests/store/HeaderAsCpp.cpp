@@ -1,3 +1,3 @@
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 static_assert(DK_INFO_EXTENT_FIRST == 192 && DK_INFO_EXTENT_LAST == 196, "what every program relies on");

@@ -1,10 +1,11 @@
 // What tests of the store share: an open database, curves and their information blocks.
 #pragma once
 
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 #include "tests/support/TestSupport.h"
 
-namespace vorela::test {
+namespace dravik::test {
+using namespace vorela::test;
 
 class StoreTest : public testing::Test {
   protected:
@@ -110,4 +111,4 @@ struct Opened {
     std::int32_t Verify() const { return DBverify(handle, nullptr, nullptr); }
 };
 
-}  // namespace vorela::test
+}  // namespace dravik::test

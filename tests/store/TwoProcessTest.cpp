@@ -6,7 +6,7 @@
 
 #include "tests/store/StoreTest.h"
 
-namespace vorela::test {
+namespace dravik::test {
 namespace {
 
 constexpr std::int32_t piece = 700;
@@ -85,4 +85,4 @@ TEST_F(TwoProcessTest, AWriterWithoutARestLetsAnotherOneIn) {
 }
 
 }  // namespace
-}  // namespace vorela::test
+}  // namespace dravik::test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace vorela {
+namespace dravik {
 
 inline constexpr const char* depthCurveName = "ADPTH";
 
@@ -54,4 +54,4 @@ class CurveSource {
     std::vector<CurveDescription> curves_;
 };
 
-}  // namespace vorela
+}  // namespace dravik

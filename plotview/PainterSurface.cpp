@@ -1,4 +1,4 @@
-#include "plot/PainterSurface.h"
+#include "plotview/PainterSurface.h"
 
 #include <QFontMetricsF>
 #include <QImage>

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "dravik/include/DKBase.h"
+#include "interfaces/DKBase.h"
 
 namespace vorela {
 

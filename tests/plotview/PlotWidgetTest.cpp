@@ -10,8 +10,8 @@
 #include <QWheelEvent>
 
 #include "plot/PlotReadout.h"
-#include "plot/PlotWidget.h"
-#include "plot/TimeCursors.h"
+#include "plotview/PlotWidget.h"
+#include "plotview/TimeCursors.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {

@@ -1,4 +1,4 @@
-#include "app/StartUp.h"
+#include "follow/StartUp.h"
 
 #include <charconv>
 #include <cstdio>

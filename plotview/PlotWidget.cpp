@@ -1,4 +1,4 @@
-#include "plot/PlotWidget.h"
+#include "plotview/PlotWidget.h"
 
 #include <QContextMenuEvent>
 #include <QImage>
@@ -16,12 +16,12 @@
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
 #include "general/modGeneral.h"
-#include "plot/PainterSurface.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
-#include "plot/TimeCursors.h"
 #include "plot/ViewSpan.h"
 #include "plot/modPlot.h"
+#include "plotview/PainterSurface.h"
+#include "plotview/TimeCursors.h"
 
 namespace vorela {
 namespace {

@@ -4,7 +4,7 @@
 #include <QDialog>
 #include <memory>
 
-#include "plot/PlotFile.h"
+#include "plotview/PlotFile.h"
 
 namespace Ui {
 class frmSavePlot;

@@ -1,4 +1,4 @@
-#include "plot/frmPlotScales.h"
+#include "plotview/frmPlotScales.h"
 
 #include "db/DatasetRecord.h"
 #include "ui_frmPlotScales.h"

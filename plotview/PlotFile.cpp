@@ -1,4 +1,4 @@
-#include "plot/PlotFile.h"
+#include "plotview/PlotFile.h"
 
 #include <QBuffer>
 #include <QByteArray>
@@ -13,8 +13,8 @@
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
-#include "plot/PainterSurface.h"
 #include "plot/PlotRenderer.h"
+#include "plotview/PainterSurface.h"
 
 namespace vorela {
 namespace {

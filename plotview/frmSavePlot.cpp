@@ -1,4 +1,4 @@
-#include "app/frmSavePlot.h"
+#include "plotview/frmSavePlot.h"
 
 #include "ui_frmSavePlot.h"
 

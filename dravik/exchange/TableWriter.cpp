@@ -1,19 +1,16 @@
-#include "dravik/tool/TableWriter.h"
+#include "dravik/exchange/TableWriter.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <limits>
+#include <vector>
 
+#include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/Stamp.h"
-#include "dravik/tool/ToolError.h"
-#include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 constexpr std::int64_t exportRows = 4096;
@@ -36,6 +33,23 @@ class RowWalker {
             block(row, count);
         }
     }
+    /// A line a row: `appendIndex(text, index)`, then `appendCell(text, curve, value)` for every curve, the
+    /// value null where there is none.
+    template <typename AppendIndex, typename AppendCell>
+    void WriteRows(const TextSink& sink, AppendIndex&& appendIndex, AppendCell&& appendCell) {
+        std::string text;
+        Walk([&](std::int64_t firstRow, std::int64_t count) {
+            text.clear();
+            for (std::int64_t i = 0; i < count; ++i) {
+                appendIndex(text, source_.Grid().IndexOf(firstRow + i));
+                for (std::size_t curve = 0; curve < values_.size(); ++curve)
+                    appendCell(text, curve,
+                               Has(curve, i) ? &values_[curve][static_cast<std::size_t>(i)] : nullptr);
+                text += '\n';
+            }
+            sink(text);
+        });
+    }
     bool Has(std::size_t curve, std::int64_t i) const {
         return present_[curve][static_cast<std::size_t>(i)] != 0;
     }
@@ -55,8 +69,8 @@ std::string HeaderLine(const std::string& first, const CurveSource& source,
     for (const CurveDescription& curve : source.Curves()) {
         const std::string& cell = curve.*field;
         if (cell.find_first_of(",\r\n") != std::string::npos)
-            throw ToolError("curve " + curve.name + ": a CSV file cannot hold its name or unit \"" + cell +
-                            "\"");
+            throw ExchangeError("curve " + curve.name + ": a CSV file cannot hold its name or unit \"" +
+                                cell + "\"");
         line += "," + cell;
     }
     return line + "\n";
@@ -77,7 +91,7 @@ float FreeNullValue(CurveSource& source) {
     });
     const auto free = std::find(taken.begin(), taken.end(), false);
     if (free == taken.end())
-        throw ToolError("every NULL value of a LAS file occurs among the samples; export as CSV");
+        throw ExchangeError("every NULL value of a LAS file occurs among the samples; export as CSV");
     return candidates[static_cast<std::size_t>(free - taken.begin())];
 }
 
@@ -109,71 +123,14 @@ std::string LasHeader(const CurveSource& source, const std::string& dataset, boo
         // A line that begins with # or ~ is a remark or a section.
         if (curve.name.find_first_of(".: \t") != std::string::npos || curve.name.find_first_of("#~") == 0 ||
             curve.unit.find_first_of(": \t\r\n") != std::string::npos)
-            throw ToolError("curve " + curve.name + ": a LAS file cannot hold its name or unit \"" +
-                            curve.unit + "\"");
+            throw ExchangeError("curve " + curve.name + ": a LAS file cannot hold its name or unit \"" +
+                                curve.unit + "\"");
         text += LasLine(curve.name, curve.unit, "", "");
     }
     return text + "~A\n";
 }
 
-[[noreturn]] void RefuseCurve(const Database& database, const std::string& dataset, const std::string& name) {
-    throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has no curve \"" + name + "\"");
-}
-
 }  // namespace
-
-DatasetSource::DatasetSource(const Database& database, const std::string& dataset,
-                             const std::vector<std::string>& names) {
-    std::vector<NamedItem> all = database.Curves(dataset);
-    std::vector<NamedItem> chosen;
-    for (const std::string& name : names) {
-        const auto found =
-            std::find_if(all.begin(), all.end(), [&](const NamedItem& item) { return item.name == name; });
-        if (found == all.end())
-            RefuseCurve(database, dataset, name);
-        chosen.push_back(*found);
-    }
-    FitGrid(database, dataset, names.empty() ? all : chosen);
-}
-
-void DatasetSource::FitGrid(const Database& database, const std::string& dataset,
-                            const std::vector<NamedItem>& curves) {
-    const NamedItem* leading = nullptr;
-    std::int64_t first = std::numeric_limits<std::int64_t>::max();
-    std::int64_t last = std::numeric_limits<std::int64_t>::min();
-    for (const NamedItem& curve : curves) {
-        const ItemInformation& info = curve.information;
-        if (!info.IsEmpty()) {
-            leading = leading == nullptr ? &curve : leading;
-            const ItemInformation& lead = leading->information;
-            if (info.step != lead.step || info.indexKind != lead.indexKind ||
-                (std::int64_t{info.first} - lead.first) % lead.step != 0)
-                throw ToolError(database.Path() + ": dataset \"" + dataset + "\": curves " + leading->name +
-                                " and " + curve.name +
-                                " lie on different grids; --curves exports them one by one");
-            first = std::min<std::int64_t>(first, info.first);
-            last = std::max<std::int64_t>(last, info.last);
-        }
-        curves_.push_back({curve.name, info.unit, info.scale, info.offset});
-        items_.emplace_back(database, CurvePath(dataset, curve.name));
-    }
-    if (leading == nullptr)
-        throw ToolError(database.Path() + ": dataset \"" + dataset + "\" holds no sample of these curves");
-    grid_.indexKind = leading->information.indexKind;
-    grid_.step = leading->information.step;
-    grid_.firstIndex = static_cast<std::int32_t>(first);
-    grid_.rowCount = (last - first) / grid_.step + 1;
-}
-
-void DatasetSource::Read(std::size_t curve, std::int64_t firstRow, std::int64_t count, float* values,
-                         std::uint8_t* present) {
-    if (items_[curve].Information().IsEmpty()) {
-        std::fill_n(values, count, 0.0F);
-        std::fill_n(present, count, std::uint8_t{0});
-        return;
-    }
-    items_[curve].ReadPresent(grid_.IndexOf(firstRow), count, values, present);
-}
 
 void AppendSample(std::string& text, float value) {
     if (std::isnan(value)) {
@@ -200,24 +157,16 @@ void WriteCsv(CurveSource& source, const TextSink& sink, std::optional<std::int3
     const bool asDates = isTime && start;
     sink(HeaderLine(isTime ? "TIME" : "DEPTH", source, &CurveDescription::name));
     sink(HeaderLine(asDates ? "" : isTime ? "s" : "ft", source, &CurveDescription::unit));
-    RowWalker rows(source);
-    std::string text;
-    rows.Walk([&](std::int64_t firstRow, std::int64_t count) {
-        text.clear();
-        for (std::int64_t i = 0; i < count; ++i) {
-            const std::int32_t index = source.Grid().IndexOf(firstRow + i);
-            if (asDates)
-                text += dravik::DateText(*start + index / 100.0);
-            else
-                AppendHundredths(text, index);
-            for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
-                text += ',';
-                if (rows.Has(curve, i))
-                    AppendSample(text, rows.Value(curve, i));
-            }
-            text += '\n';
-        }
-        sink(text);
+    const auto appendIndex = [&](std::string& text, std::int32_t index) {
+        if (asDates)
+            text += DateText(*start + index / 100.0);
+        else
+            AppendHundredths(text, index);
+    };
+    RowWalker(source).WriteRows(sink, appendIndex, [](std::string& text, std::size_t, const float* value) {
+        text += ',';
+        if (value != nullptr)
+            AppendSample(text, *value);
     });
 }
 
@@ -225,26 +174,11 @@ void WriteLas(CurveSource& source, const std::string& dataset, bool wrapped, con
     constexpr std::size_t lineValues = 5;  // keeps wrapped lines below the format's 80 characters
     const float nullValue = FreeNullValue(source);
     sink(LasHeader(source, dataset, wrapped, nullValue));
-    RowWalker rows(source);
-    std::string text;
-    rows.Walk([&](std::int64_t firstRow, std::int64_t count) {
-        text.clear();
-        for (std::int64_t i = 0; i < count; ++i) {
-            AppendHundredths(text, source.Grid().IndexOf(firstRow + i));
-            for (std::size_t curve = 0; curve < source.Curves().size(); ++curve) {
-                text += wrapped && curve % lineValues == 0 ? '\n' : ' ';
-                const bool has = rows.Has(curve, i) && !std::isnan(rows.Value(curve, i));
-                AppendSample(text, has ? rows.Value(curve, i) : nullValue);
-            }
-            text += '\n';
-        }
-        sink(text);
-    });
+    RowWalker(source).WriteRows(
+        sink, AppendHundredths, [&](std::string& text, std::size_t curve, const float* value) {
+            text += wrapped && curve % lineValues == 0 ? '\n' : ' ';
+            AppendSample(text, value != nullptr && !std::isnan(*value) ? *value : nullValue);
+        });
 }
 
-void WriteStandardOutput(std::string_view text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        throw ToolError(std::string("standard output: cannot be written: ") + std::strerror(errno));
-}
-
-}  // namespace vorela
+}  // namespace dravik

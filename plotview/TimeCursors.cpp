@@ -1,4 +1,4 @@
-#include "plot/TimeCursors.h"
+#include "plotview/TimeCursors.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>

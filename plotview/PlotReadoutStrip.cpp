@@ -1,4 +1,4 @@
-#include "plot/PlotReadoutStrip.h"
+#include "plotview/PlotReadoutStrip.h"
 
 #include <QLabel>
 #include <QScrollArea>
@@ -8,7 +8,7 @@
 
 #include "general/NumberText.h"
 #include "plot/PlotReadout.h"
-#include "plot/PlotWidget.h"
+#include "plotview/PlotWidget.h"
 
 namespace vorela {
 namespace {

@@ -1,4 +1,4 @@
-#include "plot/frmPlotFormat.h"
+#include "plotview/frmPlotFormat.h"
 
 #include <QButtonGroup>
 

@@ -1,14 +1,14 @@
-#include "app/CurveChecks.h"
+#include "follow/CurveChecks.h"
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-#include "app/ActionQueue.h"
 #include "db/AnalysisClaim.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
+#include "follow/ActionQueue.h"
 #include "general/modGeneral.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"

@@ -1,4 +1,4 @@
-#include "app/ActionQueue.h"
+#include "follow/ActionQueue.h"
 
 #include <algorithm>
 #include <optional>

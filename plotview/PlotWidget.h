@@ -12,7 +12,7 @@
 #include <memory>
 
 #include "plot/PlotData.h"
-#include "plot/PlotFile.h"
+#include "plotview/PlotFile.h"
 
 namespace vorela {
 

@@ -1,7 +1,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "plot/TimeCursors.h"
+#include "plotview/TimeCursors.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {

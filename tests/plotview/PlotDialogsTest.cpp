@@ -7,8 +7,8 @@
 #include <QSignalSpy>
 
 #include "db/DatasetRecord.h"
-#include "plot/frmPlotFormat.h"
-#include "plot/frmPlotScales.h"
+#include "plotview/frmPlotFormat.h"
+#include "plotview/frmPlotScales.h"
 #include "tests/support/TestSupport.h"
 
 namespace vorela {
