@@ -463,7 +463,7 @@ bool OnFinished(std::size_t dataset) {
         if (record.cycleSource == CycleSource::none)
             record.cycleSource = CycleSource::filtered;
         RecordState& state = StateOf(record);
-        const Database database(record.database);
+        const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
         CycleCurves curves = AttachCurves(database, dataset, record.cycleSource);
@@ -479,7 +479,7 @@ bool OnFinished(std::size_t dataset) {
 bool Recalculate(std::size_t dataset, CycleSource source) {
     return Attempt(step::recalculatingCycles, false, [&] {
         DatasetRecord& record = DatasetAt(dataset);
-        const Database database(record.database);
+        const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
         CycleCurves curves = AttachCurves(database, dataset, source);

@@ -45,7 +45,7 @@ ToMake CurvesToMake(std::size_t dataset) {
     ToMake toMake;
     for (const CurveStanding& curve : FilteredCurveStandings(dataset))
         toMake.filtered = HasToBeMade(curve, toMake) || toMake.filtered;
-    const Database database(Datasets()[dataset].database);
+    const DravikDatabase database(Datasets()[dataset].database);
     if (!database.IsOpen())
         throw Stop{};
     const std::string& name = Datasets()[dataset].dataset;

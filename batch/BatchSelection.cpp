@@ -39,11 +39,11 @@ std::vector<std::string> DatasetNames(const std::string& databasePath) {
     std::error_code ignored;
     if (!std::filesystem::exists(databasePath, ignored))
         throw Stop{exit_status::failed, databasePath + ": there is no such database"};
-    const Database database(databasePath);
+    const DravikDatabase database(databasePath);
     if (!database.IsOpen())
         throw Stop{exit_status::failed, databasePath + ": the database cannot be opened"};
     std::vector<std::string> names;
-    Require(Attempt("Selecting data", [&] { names = ItemsOf(database.Handle(), ""); }));
+    Require(Attempt("Selecting data", [&] { names = ItemsOf(database, ""); }));
     return names;
 }
 
@@ -75,7 +75,7 @@ std::vector<std::string> QualifyingDatasets(const std::string& databasePath, con
     const std::vector<std::string> all = DatasetNames(databasePath);
     std::vector<std::string> names;
     Require(Attempt("Selecting data", [&] {
-        const Database database(databasePath);
+        const DravikDatabase database(databasePath);
         for (const std::string& name : all) {
             const std::optional<std::string> why = WhyLeftOut(database, name, choice);
             if (why && why->empty())
@@ -132,18 +132,11 @@ void CheckIndices(const BatchOptions& options) {
 
 /// The names of all datasets; nothing when they cannot be had. Without the messages of a failure.
 std::optional<std::vector<std::string>> QuietDatasetNames(const std::string& path) {
-    const DkBaseApi& api = LoadedLibraries().database;
-    std::int32_t database = 0;
-    if (api.DBopenA(path.c_str(), DK_OPEN_EXISTING, &database) != DK_OK)
+    try {
+        return ItemsOf(Database(path, OpenMode::existing), "");
+    } catch (const RunTimeError&) {
         return std::nullopt;
-    std::vector<std::string> names;
-    const auto collect = [](void* context, const char* name, const void*) -> std::int32_t {
-        static_cast<std::vector<std::string>*>(context)->emplace_back(name);
-        return 0;
-    };
-    const bool listed = api.DBenumA(database, nullptr, collect, &names) == DK_OK;
-    api.DBclose(database);
-    return listed ? std::optional(names) : std::nullopt;
+    }
 }
 
 /// What a recorder, which makes file, tables and dataset one after the other, still owes; "" for a database

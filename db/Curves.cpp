@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <utility>
@@ -12,33 +11,12 @@
 #include "db/modDravik.h"
 #include "general/CheckedMath.h"
 #include "general/RunTimeError.h"
-#include "platform/DravikLibraries.h"
 
 namespace vorela {
 namespace {
 
 /// Samples in a block: a whole number of the store's chunks, and small against a curve.
 constexpr std::int64_t blockSamples = 16384;
-
-using InfoBlock = std::array<std::byte, DK_INFO_BYTES>;
-
-const DkBaseApi& Api() {
-    return LoadedLibraries().database;
-}
-
-void Check(std::int32_t status, const std::string& what) {
-    if (status != DK_OK)
-        ThrowDravikStatus(status, what);
-}
-
-template <typename Field>
-Field FieldAt(std::span<const std::byte> block, std::size_t at) {
-    Field field{};
-    if (at + sizeof(Field) > block.size())
-        throw RunTimeError{error_number::subscriptOutOfRange, "UnpackItemInfo", "Subscript out of range"};
-    std::memcpy(&field, block.data() + at, sizeof(Field));
-    return field;
-}
 
 bool IsInputName(const std::string& name) {
     const CurveChoice& choice = CurrentSelection().choice;
@@ -99,38 +77,40 @@ void CreateItem(const Database& database, const std::string& path, const Derived
     item.offset = attributes.offset;
     item.unitText = attributes.unit.c_str();
     item.madeText = made.c_str();
-    Check(Api().DBnewA(database.Handle(), path.c_str(), &item), path + " in " + database.Path());
+    database.Create(path, item);
 }
 
 }  // namespace
-
-[[noreturn]] void ThrowDravikStatus(std::int32_t status, const std::string& what) {
-    const char* said = Api().DBlastdetail == nullptr ? nullptr : Api().DBlastdetail();
-    const std::string detail = said == nullptr ? "" : said;
-    throw RunTimeError{status == DK_NO_MEMORY ? error_number::outOfMemory : error_number::deviceIo, "DKBase",
-                       what + ": " + StatusText(status) + (detail.empty() ? "" : " (" + detail + ")")};
-}
 
 bool IsWritable(const std::string& databasePath) {
     const std::string folder = std::filesystem::absolute(databasePath).parent_path().string();
     return access(databasePath.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
 }
 
-Database::Database(const std::string& path) : path_(path) {
+namespace {
+
+/// The kept handle or a new one; 0 after the message box.
+std::int32_t OpenOrReuse(const std::string& path) {
     if (Kept().handle != 0 && Kept().path == path)
-        handle_ = std::exchange(Kept().handle, 0);
-    else
-        OpenDravikDatabase(path, DK_OPEN_EXISTING, handle_);
+        return std::exchange(Kept().handle, 0);
+    std::int32_t handle = 0;
+    OpenDravikDatabase(path, DK_OPEN_EXISTING, handle);
+    return handle;
 }
 
-Database::~Database() {
-    if (handle_ != 0 && !Keep(path_, handle_))
-        DetachAndClose(handle_, 0);
+}  // namespace
+
+DravikDatabase::DravikDatabase(const std::string& path) : Database(path, OpenOrReuse(path)) {}
+
+DravikDatabase::~DravikDatabase() {
+    const std::int32_t handle = Release();
+    if (handle != 0 && !Keep(Path(), handle))
+        DetachAndClose(handle, 0);
 }
 
-bool Database::Close() {
-    const std::int32_t handle = std::exchange(handle_, 0);
-    return handle == 0 || Keep(path_, handle) || CloseDravikDatabase(handle);
+bool DravikDatabase::Close() {
+    const std::int32_t handle = Release();
+    return handle == 0 || Keep(Path(), handle) || CloseDravikDatabase(handle);
 }
 
 DatabaseReuse::DatabaseReuse() {
@@ -142,78 +122,6 @@ DatabaseReuse::~DatabaseReuse() {
         return;
     if (const std::int32_t handle = std::exchange(Kept().handle, 0); handle != 0)
         DetachAndClose(handle, 0);
-}
-
-Transaction::Transaction(Database& database) : database_(database.Handle()), path_(database.Path()) {
-    Check(Api().DBbegin(database_), path_);
-}
-
-Transaction::~Transaction() {
-    if (open_)
-        Api().DBrollback(database_);
-}
-
-void Transaction::Commit() {
-    open_ = false;  // a commit that fails has rolled back
-    Check(Api().DBcommit(database_), path_);
-}
-
-ItemInfo UnpackItemInfo(std::span<const std::byte> block) {
-    ItemInfo info;
-    info.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
-    info.step = FieldAt<std::int16_t>(block, DK_INFO_STEP);
-    info.unitCode = FieldAt<std::int32_t>(block, DK_INFO_UNIT);
-    info.scale = FieldAt<float>(block, DK_INFO_SCALE);
-    info.offset = FieldAt<float>(block, DK_INFO_OFFSET);
-    info.shape = ItemShape::Of(block.data());
-    info.firstIndex = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
-    info.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
-    info.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
-    info.extentFirst = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
-    info.extentLast = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);
-    const auto made = FieldAt<std::array<char, DK_INFO_MADE_BYTES>>(block, DK_INFO_MADE);
-    info.made.assign(made.begin(), std::find(made.begin(), made.end(), '\0'));
-    return info;
-}
-
-std::string ItemPath(const std::string& dataset, const std::string& curve) {
-    return dataset + "/" + curve + "/1";
-}
-
-Item::Item(std::int32_t handle, std::string path, std::string database, ItemInfo info)
-    : handle_(handle), path_(std::move(path)), database_(std::move(database)), info_(std::move(info)) {}
-
-Item::Item(const Database& database, const std::string& path) : path_(path), database_(database.Path()) {
-    InfoBlock block{};
-    Check(Api().DBattachA(database.Handle(), path.c_str(), &handle_, 0, block.data()), Name());
-    info_ = UnpackItemInfo(block);
-}
-
-Item::Item(Item&& other) noexcept
-    : handle_(std::exchange(other.handle_, 0)),
-      path_(std::move(other.path_)),
-      database_(std::move(other.database_)),
-      info_(std::move(other.info_)) {}
-
-Item::~Item() {
-    if (handle_ != 0)
-        Api().DBdetach(handle_);
-}
-
-std::optional<Item> Item::Find(const Database& database, const std::string& path) {
-    InfoBlock block{};
-    std::int32_t handle = 0;
-    const std::int32_t status = Api().DBattachA(database.Handle(), path.c_str(), &handle, 0, block.data());
-    if (status == DK_NOT_AVAILABLE)
-        return std::nullopt;
-    Check(status, path + " in " + database.Path());
-    return Item(handle, path, database.Path(), UnpackItemInfo(block));
-}
-
-void Item::RefreshInfo() {
-    InfoBlock block{};
-    Check(Api().DBinformation(handle_, block.data()), Name());
-    info_ = UnpackItemInfo(block);
 }
 
 // --- Reading ---
@@ -249,9 +157,7 @@ void CurveReader::ReadPresent(std::int64_t gridPosition, std::span<float> values
         return;
     // Within the extents every index fits into 32 bits.
     const auto index = static_cast<std::int32_t>(Info().firstIndex + gridPosition * Info().step);
-    Check(Api().DBreadpresent(item_.Handle(), index, static_cast<std::int32_t>(values.size()), values.data(),
-                              present.data()),
-          item_.Name());
+    item_.ReadPresent(index, std::ssize(values), values.data(), present.data());
 }
 
 void CurveReader::Load(Block& block, std::int64_t gridPosition) {
@@ -364,7 +270,7 @@ CurveWriter CurveWriter::Recreate(const Database& database, const std::string& d
         exists = existing.has_value();
     }
     if (exists)
-        Check(Api().DBdeleteA(database.Handle(), path.c_str()), path + " in " + database.Path());
+        database.Delete(path);
     CreateItem(database, path, attributes);
     return CurveWriter(Item(database, path));
 }
@@ -418,15 +324,13 @@ void CurveWriter::PutRun(std::int32_t first, std::span<const float> values) {
 void CurveWriter::Flush() {
     if (run_.empty())
         return;
-    Check(Api().DBwrite(item_.Handle(), runStart_, static_cast<std::int32_t>(run_.size()), run_.data()),
-          item_.Name());
+    item_.Write(runStart_, std::ssize(run_), run_.data());
     run_.clear();
 }
 
 void CurveWriter::Mark(std::int32_t validFirst, std::int32_t validLast, const std::string& made) {
     const std::string text = made.substr(0, DK_INFO_MADE_BYTES - 1);
-    Check(Api().DBmark(item_.Handle(), validFirst, validLast, text.empty() ? nullptr : text.c_str()),
-          item_.Name());
+    item_.Mark(validFirst, validLast, text.empty() ? nullptr : text.c_str());
 }
 
 }  // namespace vorela

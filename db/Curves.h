@@ -1,6 +1,6 @@
-// Reading and writing items of the database in blocks: guards for handles, the reader that gives a curve's
-// value at any index, the writer of derived curves. Functions here throw RunTimeError (57 device I/O with the
-// curve and the status text for a failing library call); they are used inside a guarded body.
+// Reading and writing curves of the database in blocks: the reader that gives a curve's value at any index,
+// the writer of derived curves. Functions here throw RunTimeError (57 device I/O with the curve and the
+// status text for a failing library call); they are used inside a guarded body.
 #pragma once
 
 #include <array>
@@ -12,29 +12,20 @@
 #include <string>
 #include <vector>
 
-#include "interfaces/ItemSamples.h"
+#include "platform/DatabaseClient.h"
 
 namespace vorela {
 
 /// The database file and its folder, where the journal goes, let this user write.
 bool IsWritable(const std::string& databasePath);
 
-/// An open database. Opening shows the database message box when it fails; closing too, and never throws.
-class Database {
+/// A database as the program opens it: the database message box when it cannot be opened or closed.
+class DravikDatabase final : public Database {
   public:
-    explicit Database(const std::string& path);
-    ~Database();
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
-    bool IsOpen() const { return handle_ != 0; }
-    std::int32_t Handle() const { return handle_; }
-    const std::string& Path() const { return path_; }
+    explicit DravikDatabase(const std::string& path);
+    ~DravikDatabase();
     /// Closes now; false after the message box.
     bool Close();
-
-  private:
-    std::string path_;
-    std::int32_t handle_ = 0;
 };
 
 /// While it lives, a database that is closed after use stays open for the next use of the same path, and is
@@ -46,75 +37,6 @@ class DatabaseReuse {
     ~DatabaseReuse();
     DatabaseReuse(const DatabaseReuse&) = delete;
     DatabaseReuse& operator=(const DatabaseReuse&) = delete;
-};
-
-/// One transaction of a database: rolled back unless committed.
-class Transaction {
-  public:
-    explicit Transaction(Database& database);  ///< throws when the writer's lock cannot be had
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    void Commit();
-
-  private:
-    std::int32_t database_;
-    std::string path_;
-    bool open_ = true;
-};
-
-/// The item information block, unpacked.
-struct ItemInfo {
-    std::int16_t indexKind = 0;
-    std::int16_t step = 1;
-    ItemShape shape;  ///< what one sample is
-    std::int32_t unitCode = 0;
-    float scale = 1.0F;
-    float offset = 0.0F;
-    std::int32_t firstIndex = 0;  ///< where the grid begins
-    std::int32_t validFirst =
-        0;  ///< span of full response of a derived curve; empty when validLast < validFirst
-    std::int32_t validLast = -1;
-    std::int32_t extentFirst = 0;  ///< first and last index written; empty when extentLast < extentFirst
-    std::int32_t extentLast = -1;
-    std::string made;  ///< how a derived curve was made; "" for a recorded curve
-    bool IsEmpty() const { return extentLast < extentFirst; }
-    bool IsCurve() const { return shape.IsCurve(); }
-};
-ItemInfo UnpackItemInfo(std::span<const std::byte> block);
-
-/// Throws the run-time error of a failing library call: `what` (an item, a file), the status and the
-/// library's detail.
-[[noreturn]] void ThrowDravikStatus(std::int32_t status, const std::string& what);
-
-/// "LEVEL1" and "ZG" to "LEVEL1/ZG/1".
-std::string ItemPath(const std::string& dataset, const std::string& curve);
-
-/// An attached item. Detaches in the destructor.
-class Item {
-  public:
-    /// Throws RunTimeError naming the path and the status.
-    Item(const Database& database, const std::string& path);
-    Item(Item&& other) noexcept;
-    Item& operator=(Item&&) = delete;
-    Item(const Item&) = delete;
-    Item& operator=(const Item&) = delete;
-    ~Item();
-    /// Nothing when there is no such item; throws on every other failure.
-    static std::optional<Item> Find(const Database& database, const std::string& path);
-    std::int32_t Handle() const { return handle_; }
-    const ItemInfo& Info() const { return info_; }
-    const std::string& Path() const { return path_; }
-    /// "LEVEL1/ZG/1 in /data/well.vdb": how a message names the item.
-    std::string Name() const { return path_ + " in " + database_; }
-    void RefreshInfo();
-
-  private:
-    Item(std::int32_t handle, std::string path, std::string database, ItemInfo info);
-    std::int32_t handle_ = 0;
-    std::string path_;
-    std::string database_;
-    ItemInfo info_;
 };
 
 /// What a curve's value between two samples is.

@@ -1,7 +1,8 @@
 #include "db/modDravik.h"
 
-#include <array>
 #include <cstddef>
+#include <optional>
+#include <utility>
 
 #include "db/Curves.h"
 #include "general/CheckedMath.h"
@@ -26,48 +27,7 @@ const DkBaseApi& Api() {
     return LoadedLibraries().database;
 }
 
-struct Enumeration {
-    std::vector<std::string> names;
-    bool outOfMemory = false;
-};
-
-std::int32_t VisitItem(void* context, const char* name, const void*) noexcept {
-    auto& enumeration = *static_cast<Enumeration*>(context);
-    try {
-        enumeration.names.emplace_back(name);
-        return 0;
-    } catch (...) {
-        enumeration.outOfMemory = true;
-        return 1;
-    }
-}
-
 }  // namespace
-
-std::string StatusText(std::int32_t status) {
-    switch (status) {
-        case DK_NOT_AVAILABLE:
-            return "The requested item or sample is not available";
-        case DK_EXISTS:
-            return "The item already exists";
-        case DK_NOT_UNDERSTOOD:
-            return "The request wasn't understood";
-        case DK_NOT_DATABASE:
-            return "The file isn't a database";
-        case DK_MAXIMUM:
-            return "An internal maximum was reached";
-        case DK_NOT_WRITTEN:
-            return "The data to be read hasn't been written yet";
-        case DK_NO_MEMORY:
-            return "Unable to allocate memory";
-        case DK_DISK_ERROR:
-            return "Operating system disk error";
-        case DK_UNSPECIFIED:
-            return "Unspecified error";
-        default:
-            return "Error" + std::to_string(status);
-    }
-}
 
 void ShowDravikError(std::int32_t status, const std::string& title) {
     CurrentPorts().messages->Show(MessageIcon::critical, title, "Dravik error: " + StatusText(status));
@@ -104,11 +64,6 @@ void DetachAndClose(std::int32_t database, std::int32_t item) noexcept {
     }
 }
 
-std::string GetUnitText(std::int32_t unitCode) {
-    const char* text = Api().GetUnitTextA(unitCode);
-    return text == nullptr ? "" : text;
-}
-
 bool IsSelectableCurve(const std::string& itemName) {
     return itemName.find("_zsc_") == std::string::npos && itemName.find("_vars_") == std::string::npos &&
            itemName.substr(0, 4).find("/RAW") == std::string::npos && itemName.ends_with("/1");
@@ -139,14 +94,11 @@ std::string MakeCurveMnemonic(const std::string& name, const std::string& suffix
     return base + ending;
 }
 
-std::vector<std::string> ItemsOf(std::int32_t database, const std::string& dataset) {
-    Enumeration enumeration;
-    const std::int32_t status = Api().DBenumA(database, dataset.c_str(), VisitItem, &enumeration);
-    if (enumeration.outOfMemory)
-        throw RunTimeError{error_number::outOfMemory, "ItemsOf", "Out of memory"};
-    if (status != DK_OK)
-        ThrowDravikStatus(status, dataset);
-    return std::move(enumeration.names);
+std::vector<std::string> ItemsOf(const Database& database, const std::string& dataset) {
+    std::vector<std::string> names;
+    for (ListedItem& item : database.List(dataset))
+        names.push_back(std::move(item.name));
+    return names;
 }
 
 Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
@@ -155,24 +107,20 @@ Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
         const std::int32_t extentA = record.extentA;
         const std::int32_t extentB = record.extentB;
         record.database = Trimmed(record.database);
-        Database database(record.database);
+        DravikDatabase database(record.database);
         if (!database.IsOpen())
             return Growth::failed;
         record.dataset = Trimmed(record.dataset);
         const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "ReadGrowth");
         const std::string path = ItemPath(record.dataset, first.name);
-        std::array<std::byte, DK_INFO_BYTES> block{};
-        std::int32_t item = 0;
-        if (Api().DBattachA(database.Handle(), path.c_str(), &item, 0, block.data()) != DK_OK) {
+        const std::optional<Item> item = Item::FindQuietly(database, path);
+        if (!item) {
             database.Close();
             ReportError(updatingInformation);
             return Growth::failed;
         }
-        const ItemInfo info = UnpackItemInfo(block);
-        record.extentA = info.extentFirst;
-        record.extentB = info.extentLast;
-        Api().DBdetach(item);
-        database.Close();
+        record.extentA = item->Info().extentFirst;
+        record.extentB = item->Info().extentLast;
         return record.extentA != extentA || record.extentB != extentB ? Growth::grown : Growth::none;
     });
 }
@@ -183,17 +131,12 @@ bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t 
 
 bool ReadPresentation(const Database& database, DatasetRecord& record) {
     std::vector<std::byte> stored;
-    std::array<std::byte, DK_INFO_BYTES> block{};
-    std::int32_t item = 0;
-    const std::string path = PresentationPath(record.dataset);
-    if (Api().DBattachA(database.Handle(), path.c_str(), &item, 0, block.data()) != DK_OK) {
+    const std::optional<Item> item = Item::FindQuietly(database, PresentationPath(record.dataset));
+    if (!item) {
         ReportError(presentationAttachFailed);
         return false;
     }
-    const std::int32_t status =
-        ReadRecord(Api().DBread, item, ItemShape::Of(block.data()), presentationBytes, stored);
-    Api().DBdetach(item);
-    if (status != DK_OK) {
+    if (item->ReadRecord(presentationBytes, stored) != DK_OK) {
         ReportError(presentationReadFailed);
         return false;
     }
@@ -208,7 +151,7 @@ bool GetPresentationInformation(std::vector<DatasetRecord>& datasets, std::size_
     return Attempt(gettingPresentation, false, [&] {
         DatasetRecord& record =
             CheckedAt(datasets, static_cast<std::int64_t>(index), "GetPresentationInformation");
-        const Database database(record.database);
+        const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
         record.dataset = Trimmed(record.dataset);

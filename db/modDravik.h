@@ -7,14 +7,10 @@
 #include <vector>
 
 #include "db/DatasetRecord.h"
+#include "platform/DatabaseClient.h"
 
 namespace vorela {
 
-class Database;
-
-/// The message of a status code; a code that the table does not hold (bits combined included) is "Error" &
-/// code.
-std::string StatusText(std::int32_t status);
 /// The database message box: critical icon, `title`, "Dravik error: " & StatusText.
 void ShowDravikError(std::int32_t status, const std::string& title);
 
@@ -25,8 +21,6 @@ bool CloseDravikDatabase(std::int32_t handle);
 /// Detaches the item when its handle is not 0, then closes. Never throws.
 void DetachAndClose(std::int32_t database, std::int32_t item) noexcept;
 
-std::string GetUnitText(std::int32_t unitCode);
-
 /// The four-part rule that decides which items of a dataset ("/ZG/1") are curves to choose from.
 bool IsSelectableCurve(const std::string& itemName);
 /// "/ZG/1" to "ZG".
@@ -36,7 +30,7 @@ std::string CurveNameOfItem(const std::string& itemName);
 std::string MakeCurveMnemonic(const std::string& name, const std::string& suffix);
 
 /// Names of a dataset's items ("/ZG/1", …) in order of creation. Throws RunTimeError.
-std::vector<std::string> ItemsOf(std::int32_t database, const std::string& dataset);
+std::vector<std::string> ItemsOf(const Database& database, const std::string& dataset);
 
 /// What became of a dataset's extent; `failed` after a report.
 enum class Growth { none, grown, failed };

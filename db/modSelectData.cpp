@@ -56,44 +56,23 @@ void Tell(MessageIcon icon, const std::string& text) {
 
 // --- Reading a dataset ---
 
-struct EnumeratedCurves {
-    std::vector<std::string> names;
-    std::vector<CurveAttributes> attributes;
-    std::string damaged;  ///< their names, with a comma between
-    bool outOfMemory = false;
-};
-
-std::int32_t VisitCurve(void* context, const char* name, const void* information) noexcept {
-    auto& curves = *static_cast<EnumeratedCurves*>(context);
-    try {
-        const ItemInfo info = UnpackItemInfo({static_cast<const std::byte*>(information), DK_INFO_BYTES});
+void ReadCurves(const Database& database, DatasetRecord& record) {
+    const std::vector<ListedItem> items = database.List(record.dataset);
+    std::string damaged;
+    record.curves.clear();
+    record.curveAttributes.clear();
+    for (const auto& [name, info] : items) {
         if (info.shape.kind == DK_ITEM_DAMAGED)
-            curves.damaged += (curves.damaged.empty() ? "" : ", ") + CurveNameOfItem(name);
+            damaged += (damaged.empty() ? "" : ", ") + CurveNameOfItem(name);
         // Records ("/_defaults_/1") pass the rule of names but hold no samples to choose.
         if (!info.IsCurve() || !IsSelectableCurve(name))
-            return 0;
-        curves.names.push_back(CurveNameOfItem(name));
-        curves.attributes.push_back(
+            continue;
+        record.curves.push_back(CurveNameOfItem(name));
+        record.curveAttributes.push_back(
             {GetUnitText(info.unitCode), info.extentFirst, info.extentLast, info.step});
-        return 0;
-    } catch (...) {
-        curves.outOfMemory = true;
-        return 1;
     }
-}
-
-void ReadCurves(const Database& database, DatasetRecord& record) {
-    EnumeratedCurves curves;
-    const std::int32_t status = Api().DBenumA(database.Handle(), record.dataset.c_str(), VisitCurve, &curves);
-    if (curves.outOfMemory)
-        throw RunTimeError{error_number::outOfMemory, "ReadCurves", "Out of memory"};
-    if (status != DK_OK)
-        ThrowDravikStatus(status, record.dataset + " in " + database.Path());
-    if (!curves.damaged.empty())
-        Tell(MessageIcon::exclamation,
-             record.dataset + ": damaged in the database and left out: " + curves.damaged);
-    record.curves = std::move(curves.names);
-    record.curveAttributes = std::move(curves.attributes);
+    if (!damaged.empty())
+        Tell(MessageIcon::exclamation, record.dataset + ": damaged in the database and left out: " + damaged);
 }
 
 /// The index description of an index kind; nothing for a kind that is neither depth nor time.
@@ -114,8 +93,7 @@ double ReadDepth(const Database& database, const std::string& dataset) {
         return nullDepth;
     const ItemInfo& info = item->Info();
     float sample = 0.0F;
-    const std::int32_t status =
-        ReadCurveSample(Api().DBread, item->Handle(), info.shape, info.extentFirst, sample);
+    const std::int32_t status = item->ReadCurveSample(info.extentFirst, sample);
     if (status == DK_NOT_AVAILABLE || status == DK_NOT_WRITTEN)
         return nullDepth;
     if (status != DK_OK)
@@ -198,7 +176,7 @@ bool ReadDatasetsOf(const std::string& path, const std::vector<std::string>& nam
         trimmed.push_back(Trimmed(name));
     if (trimmed.empty() || !FitsTheRecord(databasePath, trimmed))
         return false;
-    const Database database(databasePath);
+    const DravikDatabase database(databasePath);
     if (!database.IsOpen())
         return false;
     std::vector<DatasetRecord> records;
@@ -317,7 +295,7 @@ void FollowChosenNames() {
 void TakeExtentsAnew() {
     Selection& selection = CurrentSelection();
     for (DatasetRecord& record : selection.datasets) {
-        if (const Database database(record.database); database.IsOpen())
+        if (const DravikDatabase database(record.database); database.IsOpen())
             ReadCurves(database, record);
         TakeExtent(record, selection.commonCurves);
     }
@@ -557,7 +535,7 @@ bool RefreshCommonCurves() {
     return Attempt(checkingDatasets, false, [] {
         std::vector<DatasetRecord>& datasets = CurrentSelection().datasets;
         for (DatasetRecord& record : datasets) {
-            const Database database(record.database);
+            const DravikDatabase database(record.database);
             if (!database.IsOpen())
                 return false;
             ReadCurves(database, record);

@@ -105,7 +105,7 @@ void CatchUpWithRecordings() {
 /// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
 /// record.
 bool EndsBeforeValvePosition(const DatasetRecord& record, const CurveChoice& choice) {
-    Database database(record.database);
+    DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
     const auto lastIndexOf = [&](const std::string& curve) {

@@ -147,7 +147,7 @@ void Select(const std::string& path) {
         if (vorela::ReadDatasets(path, {dataset}, records))
             Require(std::isfinite(records[0].sortKey), "a depth is a number");
     std::string problem;
-    dravik::ListDatasets(vorela::LoadedLibraries().database, path, problem);
+    dravik::ListDatasets(path, problem);
 }
 
 void WriteInto(std::int32_t database) {

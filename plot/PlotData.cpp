@@ -140,7 +140,7 @@ class DatasetCurves {
     }
 
   private:
-    Database database_;
+    DravikDatabase database_;
     std::array<std::optional<PlotCurveReader>, quantityCount> readers_;
 };
 

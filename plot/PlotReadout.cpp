@@ -27,7 +27,7 @@ void ReadValues(const PlotDrawing& drawing, double time1, double time2, PlotRead
     const DatasetPlot& plot = drawing.information.datasets.front();
     const DatasetRecord& record =
         CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(plot.dataset), "modPlot");
-    const Database database(record.database);
+    const DravikDatabase database(record.database);
     for (const PlottedCurve& curve : plot.curves) {
         if (!drawing.format.Shows(curve.quantity))
             continue;

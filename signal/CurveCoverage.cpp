@@ -22,7 +22,7 @@ constexpr const char* checkingCurves = "Checking derived curves";
 constexpr double indexUnitsPerSecond = 100.0;
 
 std::optional<LevelCoverage> CoverageOfLevel(const DatasetRecord& record, int filterN) {
-    const Database database(record.database);
+    const DravikDatabase database(record.database);
     if (!database.IsOpen())
         return std::nullopt;
     const CurveChoice& choice = CurrentSelection().choice;
@@ -112,7 +112,7 @@ std::vector<StaleCurve> StaleCurves() {
         std::vector<StaleCurve> stale;
         const Selection& selection = CurrentSelection();
         for (const DatasetRecord& record : selection.datasets) {
-            const Database database(record.database);
+            const DravikDatabase database(record.database);
             if (!database.IsOpen())
                 break;
             for (const std::string& name :

@@ -18,14 +18,14 @@ bool DatabasesOpen() {
         return false;
     }
     return std::all_of(datasets.begin(), datasets.end(), [](const DatasetRecord& record) {
-        Database database(record.database);
+        DravikDatabase database(record.database);
         return database.IsOpen() && database.Close();
     });
 }
 
 void RefuseToReplaceRecordings(const std::vector<std::string>& curves) {
     for (const DatasetRecord& record : CurrentSelection().datasets) {
-        const Database database(record.database);
+        const DravikDatabase database(record.database);
         for (const std::string& curve : curves)
             RefuseToReplaceARecording(database, record.dataset, curve);
     }

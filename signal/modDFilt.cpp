@@ -233,7 +233,7 @@ bool CanGoOnFrom(const FilterSlot& slot, const CurveReader& flow, const Database
 
 bool FilterDataset(std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    Database database(record.database);
+    DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
     if (RecordingStands(database, record.dataset, DravikFilteredFlowName(CurrentSelection().choice)))
@@ -312,7 +312,7 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
 CurveStanding FilteredFlowStanding(std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
     const CurveChoice& choice = CurrentSelection().choice;
-    const Database database(record.database);
+    const DravikDatabase database(record.database);
     const std::string definition = FilterDefinition(CurrentParameters().dFilt, CurrentParameters().dLen);
     return StandingOf(database, record.dataset, DravikFilteredFlowName(choice), MadeText(definition),
                       [&](const ItemInfo& output) {

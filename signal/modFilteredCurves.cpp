@@ -373,7 +373,7 @@ class CurveRun {
 bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress) {
     const DatasetRecord& record = SelectedDataset(index);
     const std::array<FilterSettings, slots> settings = CurrentSettings();
-    Database database(record.database);
+    DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
     const DatasetState* const known = incremental ? States().Find(record) : nullptr;
@@ -433,7 +433,7 @@ std::set<std::int16_t> InputSteps() {
     std::set<std::int16_t> steps;
     const CurveChoice& choice = CurrentSelection().choice;
     for (const DatasetRecord& record : CurrentSelection().datasets) {
-        Database database(record.database);
+        DravikDatabase database(record.database);
         if (!database.IsOpen())
             break;
         for (const std::string& name : {choice.pressure, choice.flow})
@@ -531,7 +531,7 @@ std::string FilterDescription() {
 
 std::vector<CurveStanding> FilteredCurveStandings(std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    const Database database(record.database);
+    const DravikDatabase database(record.database);
     std::vector<CurveStanding> standings;
     for (const FilterSettings& settings : CurrentSettings())
         standings.push_back(StandingOf(

@@ -290,7 +290,7 @@ bool CanGoOnFrom(const WalkState& state, const ToolCurves& tool, const Database&
 
 bool ReconstructDataset(std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    Database database(record.database);
+    DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
     ToolCurves tool(database, record.dataset);
@@ -304,7 +304,7 @@ bool ReconstructDataset(std::size_t index, bool incremental) {
 
 bool FindCycles(std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    Database database(record.database);
+    DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
     StartAfresh(index);
@@ -465,7 +465,7 @@ bool ReconstructValveCurve(std::size_t index, bool incremental) {
 
 CurveStanding ValveSignalStanding(std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    const Database database(record.database);
+    const DravikDatabase database(record.database);
     return StandingOf(database, record.dataset, curve::valveSignal, madeText, [&](const ItemInfo& signal) {
         ToolCurves tool(database, record.dataset);
         return IsComplete(signal, GridOf(database, record), WholeWalk(record, tool));

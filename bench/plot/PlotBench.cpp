@@ -138,7 +138,7 @@ void RedrawWhilePanning(benchmark::State& state) {
 void EverySample(benchmark::State& state) {
     const Record record(state.range(0));
     while (state.KeepRunning()) {
-        const Database database(record.Path());
+        const DravikDatabase database(record.Path());
         for (const char* name : {"ZG", "RTC", "PVLPOS", "ZG_p", "RTC_qs"}) {
             CurveReader reader(database, "LEVEL", name, Between::linear);
             std::vector<float> values(PlotCurveReader::blockSamples);

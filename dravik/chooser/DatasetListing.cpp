@@ -1,7 +1,6 @@
 #include "dravik/chooser/DatasetListing.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
@@ -10,7 +9,7 @@
 #include <span>
 
 #include "general/SettingsFile.h"
-#include "interfaces/ItemSamples.h"
+#include "platform/DatabaseClient.h"
 
 namespace dravik {
 namespace {
@@ -22,76 +21,54 @@ constexpr std::size_t recordingFlagByte = 0;
 constexpr std::size_t recordingStartByte = 6;
 constexpr const char* recentSection = "RecentFiles";
 
-using Block = std::array<std::byte, DK_INFO_BYTES>;
-
 template <typename Value>
-Value FieldAt(std::span<const std::byte> block, std::size_t offset) {
+Value FieldAt(std::span<const std::byte> record, std::size_t offset) {
     Value value;
-    std::memcpy(&value, block.data() + offset, sizeof value);
+    std::memcpy(&value, record.data() + offset, sizeof value);
     return value;
 }
 
-class OpenDatabase {
-  public:
-    OpenDatabase(const vorela::DkBaseApi& api, const std::string& path) : api_(api) {
-        status_ = api_.DBopenA(path.c_str(), DK_OPEN_READ_ONLY, &handle_);
-    }
-    ~OpenDatabase() {
-        if (status_ == DK_OK)
-            api_.DBclose(handle_);
-    }
-    OpenDatabase(const OpenDatabase&) = delete;
-    OpenDatabase& operator=(const OpenDatabase&) = delete;
-    std::int32_t Status() const { return status_; }
-    std::int32_t Handle() const { return handle_; }
-
-  private:
-    const vorela::DkBaseApi& api_;
-    std::int32_t handle_ = 0;
-    std::int32_t status_ = DK_OK;
-};
-
-void ReadPresentation(const vorela::DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
-    Block information{};
+/// What cannot be read of a dataset stays unsaid: it is listed all the same.
+void ReadPresentation(const vorela::Database& database, DatasetListing& listing) {
+    const std::optional<vorela::Item> item =
+        vorela::Item::FindQuietly(database, vorela::ItemPath(listing.name, "_defaults_"));
     std::vector<std::byte> record;
-    std::int32_t item = 0;
-    const std::string path = listing.name + "/_defaults_/1";
-    if (api.DBattachA(database, path.c_str(), &item, 0, information.data()) != DK_OK)
+    if (!item || item->ReadRecord(presentationBytes, record) != DK_OK)
         return;
-    const vorela::ItemShape shape = vorela::ItemShape::Of(information.data());
-    if (vorela::ReadRecord(api.DBread, item, shape, presentationBytes, record) == DK_OK) {
-        listing.recording = FieldAt<std::int16_t>(record, recordingFlagByte) != 0;
-        const auto started = FieldAt<std::int32_t>(record, recordingStartByte);
-        if (started != 0)
-            listing.started = started;
-    }
-    api.DBdetach(item);
+    listing.recording = FieldAt<std::int16_t>(record, recordingFlagByte) != 0;
+    const auto started = FieldAt<std::int32_t>(record, recordingStartByte);
+    if (started != 0)
+        listing.started = started;
 }
 
 /// The first sample of the depth curve; none where it is no number.
-void ReadDepth(const vorela::DkBaseApi& api, std::int32_t database, DatasetListing& listing) {
-    Block information{};
-    std::int32_t item = 0;
-    if (api.DBattachA(database, (listing.name + "/ADPTH/1").c_str(), &item, 0, information.data()) != DK_OK)
-        return;
+void ReadDepth(const vorela::Database& database, DatasetListing& listing) {
+    const std::optional<vorela::Item> item =
+        vorela::Item::FindQuietly(database, vorela::ItemPath(listing.name, "ADPTH"));
     float sample = 0.0F;
-    const auto first = FieldAt<std::int32_t>(information, DK_INFO_EXTENT_FIRST);
-    if (vorela::ReadCurveSample(api.DBread, item, vorela::ItemShape::Of(information.data()), first, sample) ==
-        DK_OK) {
-        const double depth = static_cast<double>(sample) * FieldAt<float>(information, DK_INFO_SCALE) +
-                             FieldAt<float>(information, DK_INFO_OFFSET);
-        if (std::isfinite(depth))
-            listing.depth = depth;
-    }
-    api.DBdetach(item);
+    if (!item || item->ReadCurveSample(item->Info().extentFirst, sample) != DK_OK)
+        return;
+    const double depth = static_cast<double>(sample) * item->Info().scale + item->Info().offset;
+    if (std::isfinite(depth))
+        listing.depth = depth;
 }
 
-std::string ProblemText(const vorela::DkBaseApi& api, const std::string& path, std::int32_t status) {
-    std::string text =
-        status == DK_NOT_DATABASE ? "This file is not a Dravik database" : "The database cannot be read";
-    text += ": " + path;
-    const std::string detail = api.DBlastdetail();
-    return detail.empty() ? text : text + " (" + detail + ")";
+DatasetListing ListingOf(const vorela::ListedItem& dataset) {
+    DatasetListing listing;
+    listing.name = dataset.name;
+    listing.damaged = dataset.info.shape.kind == DK_ITEM_DAMAGED;
+    listing.indexKind = dataset.info.indexKind;
+    if (!dataset.info.IsEmpty())
+        listing.length =
+            (static_cast<double>(dataset.info.extentLast) - dataset.info.extentFirst) / indexUnitsPerSecond;
+    return listing;
+}
+
+std::string ProblemText(const vorela::DatabaseError& error) {
+    std::string text = error.status == DK_NOT_DATABASE ? "This file is not a Dravik database"
+                                                       : "The database cannot be read";
+    text += ": " + error.database;
+    return error.detail.empty() ? text : text + " (" + error.detail + ")";
 }
 
 std::string RecentFile() {
@@ -115,37 +92,20 @@ std::vector<std::string> StoredDatabases() {
 
 }  // namespace
 
-std::optional<std::vector<DatasetListing>> ListDatasets(const vorela::DkBaseApi& api, const std::string& path,
-                                                        std::string& problem) {
-    const OpenDatabase database(api, path);
-    std::int32_t status = database.Status();
-    std::vector<DatasetListing> listings;
-    if (status == DK_OK) {
-        const auto visit = [](void* context, const char* name, const void* information) -> std::int32_t {
-            Block block;
-            std::memcpy(block.data(), information, block.size());
-            DatasetListing listing;
-            listing.name = name;
-            listing.damaged = FieldAt<std::int16_t>(block, DK_INFO_KIND) == DK_ITEM_DAMAGED;
-            listing.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
-            const auto first = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
-            const auto last = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);
-            if (last >= first)
-                listing.length = (static_cast<double>(last) - first) / indexUnitsPerSecond;
-            static_cast<std::vector<DatasetListing>*>(context)->push_back(std::move(listing));
-            return 0;
-        };
-        status = api.DBenumA(database.Handle(), nullptr, visit, &listings);
-    }
-    if (status != DK_OK) {
-        problem = ProblemText(api, path, status);
+std::optional<std::vector<DatasetListing>> ListDatasets(const std::string& path, std::string& problem) {
+    try {
+        const vorela::Database database(path, vorela::OpenMode::readOnly);
+        std::vector<DatasetListing> listings;
+        for (const vorela::ListedItem& dataset : database.List("")) {
+            listings.push_back(ListingOf(dataset));
+            ReadPresentation(database, listings.back());
+            ReadDepth(database, listings.back());
+        }
+        return listings;
+    } catch (const vorela::DatabaseError& error) {
+        problem = ProblemText(error);
         return std::nullopt;
     }
-    for (DatasetListing& listing : listings) {
-        ReadPresentation(api, database.Handle(), listing);
-        ReadDepth(api, database.Handle(), listing);
-    }
-    return listings;
 }
 
 std::vector<std::string> RecentDatabases() {

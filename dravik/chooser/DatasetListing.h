@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/DravikLibraries.h"
-
 namespace dravik {
 
 struct DatasetListing {
@@ -22,8 +20,7 @@ struct DatasetListing {
 
 /// The datasets of a database file in order of creation. Nothing, with `problem` set, when it cannot be read;
 /// the file is opened for reading only.
-std::optional<std::vector<DatasetListing>> ListDatasets(const vorela::DkBaseApi& api, const std::string& path,
-                                                        std::string& problem);
+std::optional<std::vector<DatasetListing>> ListDatasets(const std::string& path, std::string& problem);
 
 /// Database files chosen from before, the latest first; those that have gone are left out. $DRAVIK_DATABASE,
 /// when set, comes first.

@@ -163,7 +163,7 @@ void frmChooser::List() {
     QString hint = tr("Open a database file: type its name and press Enter, or press Browse.");
     if (!database_.empty()) {
         std::string problem;
-        const auto listings = ListDatasets(api_, database_, problem);
+        const auto listings = ListDatasets(database_, problem);
         const bool metres = api_.GetDravikSetting(DK_SETTING_DEPTH_UNIT) == 1;
         hint = QString::fromStdString(problem);
         if (listings) {

@@ -9,9 +9,11 @@
 #include <optional>
 #include <string>
 
+#include "dravik/exchange/Datasets.h"
 #include "dravik/tool/Commands.h"
 #include "dravik/tool/ImportArguments.h"
 #include "dravik/tool/ImportCommand.h"
+#include "dravik/tool/LinkedLibrary.h"
 #include "dravik/tool/Recover.h"
 #include "dravik/tool/SimulationArguments.h"
 #include "dravik/tool/ToolError.h"
@@ -262,6 +264,7 @@ int RunDravik(int argc, const char* const* argv) {
     app.set_help_all_flag("--help-all", "Help for every command");
     app.get_formatter()->label("REQUIRED", "");
     int status = done;
+    LinkDatabaseLibrary();
     AddSimulate(app);
     dravik::AddImportCommand(app, status, failed);
     AddValve(app);
@@ -290,6 +293,8 @@ int RunDravik(int argc, const char* const* argv) {
         std::cerr << "dravik: out of memory\n";
     } catch (const std::exception& error) {
         std::cerr << "dravik: " << vorela::TerminalLines(error.what()) << "\n";
+    } catch (const vorela::DatabaseError& error) {
+        std::cerr << "dravik: " << vorela::TerminalText(FailureText(error)) << "\n";
     } catch (const vorela::RunTimeError& error) {
         std::cerr << "dravik: " << vorela::TerminalText(error.description) << "\n";
     }

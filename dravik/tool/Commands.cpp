@@ -10,8 +10,8 @@
 #include <functional>
 #include <limits>
 
+#include "dravik/exchange/Datasets.h"
 #include "dravik/exchange/TableWriter.h"
-#include "dravik/tool/Database.h"
 #include "dravik/tool/DatasetSource.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/TextTable.h"
@@ -27,13 +27,13 @@ namespace {
 /// A simulated recording starts on 1 January 2026: the same options give the same bytes.
 constexpr std::int32_t simulatedStart = 1767225600;
 
-std::string IndexText(const ItemInformation& information, std::int32_t index) {
+std::string IndexText(const ItemInfo& information, std::int32_t index) {
     std::string text;
     AppendHundredths(text, index);
     return text + (information.indexKind == DK_INDEX_TIME ? " s" : " ft");
 }
 
-std::string KindText(const ItemInformation& information) {
+std::string KindText(const ItemInfo& information) {
     return information.indexKind == DK_INDEX_TIME ? "time" : "depth";
 }
 
@@ -57,7 +57,7 @@ void RefuseDatabaseAs(const std::string& output, const char* option, const std::
 void Simulate(const SimulateRequest& request) {
     RefuseDatabaseAs(request.json, "--json", request.database);
     const Simulation& simulation = request.simulation;
-    Database database(request.database, OpenMode::create);
+    Database database = OpenDatabase(request.database, OpenMode::create);
     Transaction transaction(database);
     for (std::size_t i = 0; i < simulation.levels.size(); ++i) {
         SimulatedLevel level(simulation, i);
@@ -105,15 +105,15 @@ std::function<ValveSample(std::int32_t)> ValveOf(const Database& database, const
 }  // namespace
 
 void AddValveCurves(const ValveRequest& request) {
-    Database database(request.database, OpenMode::existing);
+    Database database = OpenDatabase(request.database, OpenMode::existing);
     Transaction transaction(database);
-    const std::vector<NamedItem> curves = database.Curves(request.dataset);
+    const std::vector<NamedItem> curves = CurvesOf(database, request.dataset);
     const std::string where = request.database + ": dataset \"" + request.dataset + "\"";
     const auto leading = std::find_if(curves.begin(), curves.end(),
                                       [](const NamedItem& curve) { return !curve.information.IsEmpty(); });
     if (leading == curves.end())
         throw ToolError(where + " holds no samples");
-    const ItemInformation& information = leading->information;
+    const ItemInfo& information = leading->information;
     if (information.indexKind != DK_INDEX_TIME)
         throw ToolError(where + " is recorded against depth; a valve schedule needs time");
     for (const CurveDescription& curve : ValveCurves()) {
@@ -124,7 +124,8 @@ void AddValveCurves(const ValveRequest& request) {
         if (exists)
             database.Delete(CurvePath(request.dataset, curve.name));
     }
-    const CurveGrid grid{information.indexKind, information.step, information.first, information.RowCount()};
+    const CurveGrid grid{information.indexKind, information.step, information.extentFirst,
+                         information.RowCount()};
     const std::function<ValveSample(std::int32_t)> sampleAt = ValveOf(database, request, grid);
     CreateCurves(database, request.dataset, grid, ValveCurves());
     std::vector<float> values(static_cast<std::size_t>(blockRows));
@@ -141,16 +142,18 @@ void AddValveCurves(const ValveRequest& request) {
 }
 
 void List(const std::string& path, const std::string& dataset) {
-    const Database database(path, OpenMode::readOnly);
+    const Database database = OpenDatabase(path, OpenMode::readOnly);
     TextTable table({});
-    const auto span = [](const ItemInformation& information, bool first) {
-        return information.IsEmpty() ? "-" : std::to_string(first ? information.first : information.last);
+    const auto span = [](const ItemInfo& information, bool first) {
+        return information.IsEmpty()
+                   ? "-"
+                   : std::to_string(first ? information.extentFirst : information.extentLast);
     };
     const auto isDamaged = [](const NamedItem& item) {
         return item.information.shape.kind == DK_ITEM_DAMAGED;
     };
     const auto addDataset = [&](const NamedItem& item) {
-        const std::vector<NamedItem> curves = database.Curves(item.name);
+        const std::vector<NamedItem> curves = CurvesOf(database, item.name);
         // The step and span are then those of a curve that may not lead the dataset.
         const auto damaged = std::count_if(curves.begin(), curves.end(), isDamaged);
         table.Add({item.name, KindText(item.information), std::to_string(curves.size()) + " curves",
@@ -160,14 +163,15 @@ void List(const std::string& path, const std::string& dataset) {
                        (damaged > 0 ? ", " + std::to_string(damaged) + " damaged" : "")});
     };
     if (dataset.empty()) {
-        for (const NamedItem& item : database.Datasets())
+        for (const NamedItem& item : DatasetsOf(database))
             if (isDamaged(item))
                 table.Add({item.name, "-", "-", "-", "-", "-", "damaged"});
             else
                 addDataset(item);
     } else {
-        for (const NamedItem& item : database.Curves(dataset)) {
-            const std::string unit = isDamaged(item) ? "damaged" : item.information.unit;
+        for (const NamedItem& item : CurvesOf(database, dataset)) {
+            const std::string unit =
+                isDamaged(item) ? "damaged" : vorela::GetUnitText(item.information.unitCode);
             table.Add({item.name, unit.empty() ? "-" : unit, std::to_string(item.information.step),
                        span(item.information, true), span(item.information, false)});
         }
@@ -188,12 +192,12 @@ struct CurveStatistics {
 
 CurveStatistics StatisticsOf(const Item& item) {
     CurveStatistics statistics;
-    const ItemInformation& information = item.Information();
+    const ItemInfo& information = item.Info();
     std::vector<float> values(static_cast<std::size_t>(blockRows));
     std::vector<std::uint8_t> present(static_cast<std::size_t>(blockRows));
     for (std::int64_t row = 0; row < information.RowCount(); row += blockRows) {
         const std::int64_t count = std::min(blockRows, information.RowCount() - row);
-        item.ReadPresent(static_cast<std::int32_t>(information.first + row * information.step), count,
+        item.ReadPresent(static_cast<std::int32_t>(information.extentFirst + row * information.step), count,
                          values.data(), present.data());
         for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
             if (present[i] == 0)
@@ -213,12 +217,12 @@ CurveStatistics StatisticsOf(const Item& item) {
 }  // namespace
 
 void Info(const std::string& path, const std::string& dataset, const std::string& curve) {
-    const Database database(path, OpenMode::readOnly);
-    const std::vector<NamedItem> curves = database.Curves(dataset);
+    const Database database = OpenDatabase(path, OpenMode::readOnly);
+    const std::vector<NamedItem> curves = CurvesOf(database, dataset);
     if (std::none_of(curves.begin(), curves.end(), [&](const NamedItem& item) { return item.name == curve; }))
         throw ToolError(path + ": dataset \"" + dataset + "\" has no curve \"" + curve + "\"");
     const Item item(database, CurvePath(dataset, curve));
-    const ItemInformation& information = item.Information();
+    const ItemInfo& information = item.Info();
     TextTable table({});
     std::string text;
     const auto add = [&](const std::string& name, const std::string& value) {
@@ -228,15 +232,16 @@ void Info(const std::string& path, const std::string& dataset, const std::string
     add("curve", dataset + "/" + curve);
     add("index", KindText(information));
     add("step", IndexText(information, information.step));
-    add("unit", information.unit.empty() ? "-" : information.unit);
+    add("unit",
+        vorela::GetUnitText(information.unitCode).empty() ? "-" : vorela::GetUnitText(information.unitCode));
     add("scale", vorela::ShortestText(information.scale));
     add("offset", vorela::ShortestText(information.offset));
     if (information.IsEmpty()) {
         add("samples", "0");
     } else {
         const CurveStatistics statistics = StatisticsOf(item);
-        add("first", IndexText(information, information.first));
-        add("last", IndexText(information, information.last));
+        add("first", IndexText(information, information.extentFirst));
+        add("last", IndexText(information, information.extentLast));
         add("samples", std::to_string(statistics.count));
         add("gaps", std::to_string(information.RowCount() - statistics.count));
         if (statistics.finite < statistics.count)
@@ -265,7 +270,7 @@ void Export(const ExportRequest& request) {
     if (isLas && request.dates)
         throw UsageError("--time-format dates is for CSV; a LAS file counts seconds");
     RefuseDatabaseAs(request.output, "-o", request.database);
-    const Database database(request.database, OpenMode::readOnly);
+    const Database database = OpenDatabase(request.database, OpenMode::readOnly);
     DatasetSource source(database, request.dataset, request.curves);
     std::optional<std::int32_t> start;
     if (request.dates)
@@ -286,7 +291,7 @@ void Export(const ExportRequest& request) {
 }
 
 bool Check(const std::string& path) {
-    const Database database(path, OpenMode::readOnly);
+    const Database database = OpenDatabase(path, OpenMode::readOnly);
     std::string lines;
     const auto collect = [](void* context, const char* item, std::int32_t first, std::int32_t last) {
         const std::string what = last < first ? " is damaged\n"
@@ -297,7 +302,7 @@ bool Check(const std::string& path) {
     const std::int32_t status = DBverify(database.Handle(), collect, &lines);
     WriteStandardOutput(lines);
     if (lines.empty())
-        database.Check(status, "cannot be verified");
+        database.Check(status, "", "cannot be verified");
     return status == DK_OK;
 }
 

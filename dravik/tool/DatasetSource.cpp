@@ -17,7 +17,7 @@ namespace {
 
 DatasetSource::DatasetSource(const Database& database, const std::string& dataset,
                              const std::vector<std::string>& names) {
-    std::vector<NamedItem> all = database.Curves(dataset);
+    std::vector<NamedItem> all = CurvesOf(database, dataset);
     std::vector<NamedItem> chosen;
     for (const std::string& name : names) {
         const auto found =
@@ -35,19 +35,19 @@ void DatasetSource::FitGrid(const Database& database, const std::string& dataset
     std::int64_t first = std::numeric_limits<std::int64_t>::max();
     std::int64_t last = std::numeric_limits<std::int64_t>::min();
     for (const NamedItem& curve : curves) {
-        const ItemInformation& info = curve.information;
+        const ItemInfo& info = curve.information;
         if (!info.IsEmpty()) {
             leading = leading == nullptr ? &curve : leading;
-            const ItemInformation& lead = leading->information;
+            const ItemInfo& lead = leading->information;
             if (info.step != lead.step || info.indexKind != lead.indexKind ||
-                (std::int64_t{info.first} - lead.first) % lead.step != 0)
+                (std::int64_t{info.extentFirst} - lead.extentFirst) % lead.step != 0)
                 throw ToolError(database.Path() + ": dataset \"" + dataset + "\": curves " + leading->name +
                                 " and " + curve.name +
                                 " lie on different grids; --curves exports them one by one");
-            first = std::min<std::int64_t>(first, info.first);
-            last = std::max<std::int64_t>(last, info.last);
+            first = std::min<std::int64_t>(first, info.extentFirst);
+            last = std::max<std::int64_t>(last, info.extentLast);
         }
-        curves_.push_back({curve.name, info.unit, info.scale, info.offset});
+        curves_.push_back({curve.name, vorela::GetUnitText(info.unitCode), info.scale, info.offset});
         items_.emplace_back(database, CurvePath(dataset, curve.name));
     }
     if (leading == nullptr)
@@ -60,7 +60,7 @@ void DatasetSource::FitGrid(const Database& database, const std::string& dataset
 
 void DatasetSource::Read(std::size_t curve, std::int64_t firstRow, std::int64_t count, float* values,
                          std::uint8_t* present) {
-    if (items_[curve].Information().IsEmpty()) {
+    if (items_[curve].Info().IsEmpty()) {
         std::fill_n(values, count, 0.0F);
         std::fill_n(present, count, std::uint8_t{0});
         return;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "dravik/exchange/CurveSource.h"
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
 
 namespace dravik {
 

@@ -9,9 +9,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "dravik/exchange/Datasets.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/PlanReport.h"
-#include "dravik/tool/Database.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
@@ -54,17 +54,17 @@ std::string DatasetOf(const ImportRequest& request, const std::string& file) {
 
 /// The grid and start of a dataset that curves are to join.
 TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
-    const Database database(request.database, OpenMode::readOnly);
+    const Database database = OpenDatabase(request.database, OpenMode::readOnly);
     const std::string where = request.database + ": dataset \"" + dataset + "\"";
-    const std::vector<NamedItem> curves = database.Curves(dataset);
+    const std::vector<NamedItem> curves = CurvesOf(database, dataset);
     const auto leading = std::find_if(curves.begin(), curves.end(),
                                       [](const NamedItem& curve) { return !curve.information.IsEmpty(); });
     if (leading == curves.end())
         throw ToolError(where + " holds no samples to join");
     if (IsRecording(database, dataset))
         throw ToolError(where + " is being recorded");
-    TargetGrid target{leading->information.indexKind, leading->information.step, leading->information.first,
-                      0.0, true};
+    TargetGrid target{leading->information.indexKind, leading->information.step,
+                      leading->information.extentFirst, 0.0, true};
     target.start = RecordingStart(database, dataset);
     return target;
 }
@@ -79,7 +79,7 @@ ImportPlan PlanFile(const ImportRequest& request, const std::string& file, Progr
 }
 
 void CheckNewCurves(const Database& database, const std::string& dataset, const GriddedSource& source) {
-    for (const NamedItem& item : database.Curves(dataset)) {
+    for (const NamedItem& item : CurvesOf(database, dataset)) {
         for (const CurveDescription& curve : source.Curves()) {
             if (item.name == curve.name)
                 throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has a curve " + curve.name +
@@ -90,7 +90,7 @@ void CheckNewCurves(const Database& database, const std::string& dataset, const 
 
 void Store(const ImportRequest& request, const std::string& dataset, GriddedSource& source) {
     CheckDatasetName(dataset);
-    Database database(request.database, request.merge ? OpenMode::existing : OpenMode::create);
+    Database database = OpenDatabase(request.database, request.merge ? OpenMode::existing : OpenMode::create);
     Transaction transaction(database);
     if (request.merge) {
         CheckNewCurves(database, dataset, source);

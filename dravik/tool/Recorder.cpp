@@ -48,7 +48,7 @@ Recorder::Recorder(RecordRequest request, CurveSource& source, std::string toolS
 std::int64_t Recorder::Begin() {
     Transaction transaction(database_);
     std::int64_t row = 0;
-    if (database_.HasDataset(request_.dataset) && !request_.replace) {
+    if (HasDataset(database_, request_.dataset) && !request_.replace) {
         row = ResumeRow();
         SetRecording(database_, request_.dataset, true);
     } else {
@@ -62,7 +62,7 @@ std::int64_t Recorder::Begin() {
 }
 
 std::int64_t Recorder::ResumeRow() const {
-    const std::vector<NamedItem> curves = database_.Curves(request_.dataset);
+    const std::vector<NamedItem> curves = CurvesOf(database_, request_.dataset);
     const CurveGrid& grid = source_.Grid();
     std::int64_t row = 0;
     for (const CurveDescription& curve : source_.Curves()) {
@@ -70,13 +70,14 @@ std::int64_t Recorder::ResumeRow() const {
                                         [&](const NamedItem& item) { return item.name == curve.name; });
         const bool fits = found != curves.end() && found->information.step == grid.step &&
                           found->information.indexKind == grid.indexKind &&
-                          found->information.gridFirst == grid.firstIndex;
+                          found->information.firstIndex == grid.firstIndex;
         if (!fits)
             throw ToolError(request_.database + ": dataset \"" + request_.dataset +
                             "\" exists and is no recording of this" + " (curve " + curve.name +
                             " differs); --replace starts anew");
         if (!found->information.IsEmpty())
-            row = std::max(row, (std::int64_t{found->information.last} - grid.firstIndex) / grid.step + 1);
+            row = std::max(row,
+                           (std::int64_t{found->information.extentLast} - grid.firstIndex) / grid.step + 1);
     }
     return row;
 }
@@ -97,11 +98,11 @@ void Recorder::CommitPatiently(const std::function<void()>& body) {
             body();
             transaction.Commit();
             return;
-        } catch (const ToolError& error) {
+        } catch (const vorela::DatabaseError& error) {
             if (SecondsSince(begin) >= request_.patienceSeconds)
                 throw;
             if (!told)
-                std::cerr << "dravik: " << vorela::TerminalText(error.what()) << "; trying again\n";
+                std::cerr << "dravik: " << vorela::TerminalText(FailureText(error)) << "; trying again\n";
             told = true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(200));

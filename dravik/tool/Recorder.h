@@ -6,7 +6,7 @@
 #include <string>
 
 #include "dravik/exchange/CurveSource.h"
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
 
 namespace dravik {
 

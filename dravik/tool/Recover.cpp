@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
 #include "general/AtomicFile.h"
@@ -28,11 +28,6 @@ namespace {
 struct Span {
     std::int64_t first = 0;
     std::int64_t last = -1;
-};
-
-struct ListedItem {
-    std::string name;  ///< as the library lists it: "LEVEL1", "/ZG/1"
-    ItemInformation information;
 };
 
 /// A folder beside the new database for what is not finished; gone with the object.
@@ -53,16 +48,6 @@ class WorkFolder {
   private:
     std::string path_;
 };
-
-std::vector<ListedItem> ItemsOf(const Database& database, const char* dataset) {
-    std::vector<ListedItem> items;
-    const auto collect = [](void* context, const char* name, const void* block) -> std::int32_t {
-        static_cast<std::vector<ListedItem>*>(context)->push_back({name, UnpackInformation(block)});
-        return 0;
-    };
-    database.Check(DBenumA(database.Handle(), dataset, collect, &items), "cannot be listed");
-    return items;
-}
 
 // --- The damaged database ---
 
@@ -131,8 +116,8 @@ class Copier {
     Copier(const Database& from, Database& to) : from_(from), to_(to), damages_(from) {}
 
     bool CopyAll() {
-        for (const ListedItem& dataset : ItemsOf(from_, nullptr)) {
-            if (dataset.information.shape.kind == DK_ITEM_DATASET)
+        for (const vorela::ListedItem& dataset : from_.List("")) {
+            if (dataset.info.shape.kind == DK_ITEM_DATASET)
                 CopyDataset(dataset.name);
             else
                 Lose("dataset " + dataset.name);
@@ -151,10 +136,10 @@ class Copier {
     }
 
     void CopyDataset(const std::string& dataset) {
-        std::vector<ListedItem> items;
+        std::vector<vorela::ListedItem> items;
         try {
-            items = ItemsOf(from_, dataset.c_str());
-        } catch (const ToolError&) {
+            items = from_.List(dataset);
+        } catch (const vorela::DatabaseError&) {
             Lose("dataset " + dataset);
             return;
         }
@@ -162,46 +147,44 @@ class Copier {
             WriteStandardOutput("dataset " + vorela::TerminalText(dataset) +
                                 " holds nothing and is left out\n");
         Transaction transaction(to_);
-        for (const ListedItem& item : items)
+        for (const vorela::ListedItem& item : items)
             CopyItem(dataset + item.name, item);
         transaction.Commit();
     }
 
-    void CopyItem(const std::string& path, const ListedItem& item) {
-        std::int32_t handle = 0;
-        const std::int16_t kind = item.information.shape.kind;
-        if ((kind != DK_ITEM_CURVE && kind != DK_ITEM_RECORD) ||
-            DBattachA(from_.Handle(), path.c_str(), &handle, 0, nullptr) != DK_OK) {
+    void CopyItem(const std::string& path, const vorela::ListedItem& item) {
+        const std::int16_t kind = item.info.shape.kind;
+        const bool isKnown = kind == DK_ITEM_CURVE || kind == DK_ITEM_RECORD;
+        const std::optional<Item> source = isKnown ? Item::FindQuietly(from_, path) : std::nullopt;
+        if (!source) {
             Lose(path);
             return;
         }
-        DBdetach(handle);
         Create(path, item);
-        const Item source(from_, path);
         Item target(to_, path);
         lost_.reset();
         const int lossesBefore = losses_;
-        const ItemInformation& information = item.information;
+        const ItemInfo& information = item.info;
         if (!information.IsEmpty())
-            CopySpan(source, target, item, path, {information.first, information.last});
+            CopySpan(*source, target, item, path, {information.extentFirst, information.extentLast});
         EndLoss(path);
         // A derived curve with a hole no longer is a full response: without a valid span it is made anew.
         if (losses_ > lossesBefore && !information.made.empty())
-            MarkValid(path, information.gridFirst, information.gridFirst - 1);
+            MarkValid(path, information.firstIndex, information.firstIndex - 1);
         ++copied_;
     }
 
-    void Create(const std::string& path, const ListedItem& item) {
-        const ItemInformation& information = item.information;
+    void Create(const std::string& path, const vorela::ListedItem& item) {
+        const ItemInfo& information = item.info;
         DBNewItem attributes{};
         attributes.kind = information.shape.kind;
         attributes.indexKind = information.indexKind;
         attributes.step = information.step;
-        attributes.firstIndex = information.gridFirst;
-        attributes.sampleBytes = item.information.shape.sampleBytes;
+        attributes.firstIndex = information.firstIndex;
+        attributes.sampleBytes = item.info.shape.sampleBytes;
         attributes.scale = information.scale;
         attributes.offset = information.offset;
-        attributes.unitText = information.unit.c_str();
+        attributes.unitText = vorela::GetUnitText(information.unitCode).c_str();
         attributes.madeText = information.made.empty() ? nullptr : information.made.c_str();
         to_.Create(path, attributes);
         if (attributes.kind == DK_ITEM_CURVE)  // only curves have a valid span
@@ -209,17 +192,13 @@ class Copier {
     }
 
     void MarkValid(const std::string& path, std::int32_t first, std::int32_t last) {
-        std::int32_t handle = 0;
-        to_.Check(DBattachA(to_.Handle(), path.c_str(), &handle, 0, nullptr), path);
-        const std::int32_t marked = DBmark(handle, first, last, nullptr);
-        DBdetach(handle);
-        to_.Check(marked, path + " cannot be marked");
+        Item(to_, path).Mark(first, last, nullptr);
     }
 
     /// Around what is known to be bad; what cannot be read beyond that is narrowed down by halves.
-    void CopySpan(const Item& source, Item& target, const ListedItem& item, const std::string& path,
+    void CopySpan(const Item& source, Item& target, const vorela::ListedItem& item, const std::string& path,
                   const Span& span) {
-        const std::int64_t step = item.information.step;
+        const std::int64_t step = item.info.step;
         if (const auto bad = damages_.FirstWithin(path, span)) {
             if (bad->first > span.first)
                 CopySpan(source, target, item, path, {span.first, bad->first - step});
@@ -228,18 +207,18 @@ class Copier {
                 CopySpan(source, target, item, path, {bad->last + step, span.last});
             return;
         }
-        const std::int64_t longest = item.information.shape.kind == DK_ITEM_CURVE ? blockRows : 1;
+        const std::int64_t longest = item.info.shape.kind == DK_ITEM_CURVE ? blockRows : 1;
         for (std::int64_t first = span.first; first <= span.last; first += longest * step)
             CopyBlock(source, target, item, path, first, std::min(longest, (span.last - first) / step + 1));
     }
 
-    void CopyBlock(const Item& source, Item& target, const ListedItem& item, const std::string& path,
+    void CopyBlock(const Item& source, Item& target, const vorela::ListedItem& item, const std::string& path,
                    std::int64_t first, std::int64_t count) {
         if (Read(source, item, static_cast<std::int32_t>(first), count)) {
             Write(target, item, static_cast<std::int32_t>(first), count);
             return;
         }
-        const std::int64_t step = item.information.step;
+        const std::int64_t step = item.info.step;
         if (count == 1) {
             NoteLoss(path, {first, first}, step);
             return;
@@ -248,23 +227,23 @@ class Copier {
         CopyBlock(source, target, item, path, first + count / 2 * step, count - count / 2);
     }
 
-    bool Read(const Item& source, const ListedItem& item, std::int32_t first, std::int64_t count) {
+    bool Read(const Item& source, const vorela::ListedItem& item, std::int32_t first, std::int64_t count) {
         present_.assign(static_cast<std::size_t>(count), 0);
-        if (item.information.shape.kind == DK_ITEM_CURVE) {
+        if (item.info.shape.kind == DK_ITEM_CURVE) {
             values_.resize(static_cast<std::size_t>(count));
             return DBreadpresent(source.Handle(), first, static_cast<std::int32_t>(count), values_.data(),
                                  present_.data()) == DK_OK;
         }
-        record_.resize(static_cast<std::size_t>(item.information.shape.sampleBytes));
+        record_.resize(static_cast<std::size_t>(item.info.shape.sampleBytes));
         const std::int32_t status = DBread(source.Handle(), first, 1, record_.data());
         present_[0] = status == DK_OK ? 1 : 0;
         return status == DK_OK || status == DK_NOT_AVAILABLE;
     }
 
-    void Write(Item& target, const ListedItem& item, std::int32_t first, std::int64_t count) {
+    void Write(Item& target, const vorela::ListedItem& item, std::int32_t first, std::int64_t count) {
         if (std::find(present_.begin(), present_.end(), 1) == present_.end())
             return;
-        if (item.information.shape.kind == DK_ITEM_CURVE)
+        if (item.info.shape.kind == DK_ITEM_CURVE)
             target.WritePresent(first, count, values_.data(), present_.data());
         else
             target.Write(first, 1, record_.data());
@@ -314,8 +293,8 @@ bool Recover(const RecoverRequest& request) {
     const std::string made = folder.File("recovered.dkb");
     bool whole = false;
     {
-        const Database from(PathToReadFrom(request.database, folder), OpenMode::readOnly);
-        Database to(made, OpenMode::create);
+        const Database from = OpenDatabase(PathToReadFrom(request.database, folder), OpenMode::readOnly);
+        Database to = OpenDatabase(made, OpenMode::create);
         whole = Copier(from, to).CopyAll();
     }
     if (renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, request.output.c_str(), RENAME_NOREPLACE) != 0)

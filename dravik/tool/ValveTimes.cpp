@@ -44,12 +44,12 @@ int TakeCode(std::string_view& text) {
 
 /// Calls `visit(index, value)` for every sample of a curve.
 void ForEachSample(const Item& curve, const std::function<void(double, double)>& visit) {
-    const ItemInformation& information = curve.Information();
+    const ItemInfo& information = curve.Info();
     std::vector<float> values(static_cast<std::size_t>(blockRows));
     std::vector<std::uint8_t> present(values.size());
     for (std::int64_t row = 0; row < information.RowCount(); row += blockRows) {
         const std::int64_t count = std::min(blockRows, information.RowCount() - row);
-        const auto first = static_cast<std::int32_t>(information.first + row * information.step);
+        const auto first = static_cast<std::int32_t>(information.extentFirst + row * information.step);
         curve.ReadPresent(first, count, values.data(), present.data());
         for (std::int64_t i = 0; i < count; ++i) {
             if (present[static_cast<std::size_t>(i)] != 0)

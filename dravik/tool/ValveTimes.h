@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
 #include "dravik/tool/ValveSchedule.h"
 
 namespace dravik {

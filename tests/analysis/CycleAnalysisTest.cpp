@@ -48,7 +48,7 @@ class CycleAnalysis : public DravikFixture {
         Cycles().start[0] = a;
         AppendCycle(0);
         Cycles().start[1] = b;
-        const Database database(DatabasePath());
+        const DravikDatabase database(DatabasePath());
         CycleCurves curves = RawCurves(database);
         return AnalyseCycle(0, curves, false, 1);
     }
@@ -172,7 +172,7 @@ TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLas
     EXPECT_NEAR(std::remainder(cycles.pressure[5].phase - (40 - 180), 360), 0, 1e-3);
     EXPECT_NEAR(cycles.phaseLag[5], cycles.phaseLag[1], 1e-3);
     EXPECT_DOUBLE_EQ(cycles.period[5], 0) << "the window has no measured period";
-    const Database database(DatabasePath());
+    const DravikDatabase database(DatabasePath());
     CycleCurves curves = RawCurves(database);
     ASSERT_TRUE(AnalyseWindow(0, curves, false)) << "an entry further to the front";
     EXPECT_NEAR(cycles.pressure[4].phase, cycles.pressure[5].phase, 1e-3);

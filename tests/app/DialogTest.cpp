@@ -82,7 +82,7 @@ class Chooser : public WindowFixture {
 
 TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
     std::string problem;
-    const auto listed = dravik::ListDatasets(Api(), DatabasePath(), problem);
+    const auto listed = dravik::ListDatasets(DatabasePath(), problem);
     ASSERT_TRUE(listed) << problem;
     EXPECT_THAT(*listed,
                 ElementsAre(FieldsAre("ALPHA", DK_INDEX_TIME, 6000.5, _, 1999.9, false, false),
@@ -92,11 +92,11 @@ TEST_F(Chooser, ListsKindDepthStartLengthAndState) {
 
 TEST_F(Chooser, FileThatIsNoDatabaseIsNamedAndNotMade) {
     std::string problem;
-    EXPECT_FALSE(dravik::ListDatasets(Api(), folder.File("absent.dkb"), problem));
+    EXPECT_FALSE(dravik::ListDatasets(folder.File("absent.dkb"), problem));
     EXPECT_THAT(problem, ::testing::HasSubstr(folder.File("absent.dkb")));
     EXPECT_FALSE(std::filesystem::exists(folder.File("absent.dkb")));
     WriteAll(folder.File("text.dkb"), "no database");
-    EXPECT_FALSE(dravik::ListDatasets(Api(), folder.File("text.dkb"), problem));
+    EXPECT_FALSE(dravik::ListDatasets(folder.File("text.dkb"), problem));
     EXPECT_THAT(problem, ::testing::StartsWith("This file is not a Dravik database"));
 }
 

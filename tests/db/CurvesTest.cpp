@@ -30,7 +30,7 @@ class Curves : public DravikFixture {
     }
     static constexpr std::int32_t lastIndex = 100 + 39999 * 10;
     DerivedCurve derived{10, 100, "psi", 1.0F, 0.0F, "made by a test"};
-    std::optional<Database> database;
+    std::optional<DravikDatabase> database;
 };
 
 std::string DescriptionOf(const std::function<void()>& body) {

@@ -3,13 +3,16 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
+#include "dravik/tool/LinkedLibrary.h"
 #include "tests/support/ProgramTest.h"
 
 namespace dravik {
 using namespace vorela::test;
 
 namespace {
+
+[[maybe_unused]] const bool isLinked = (LinkDatabaseLibrary(), true);
 
 using testing::HasSubstr;
 using vorela::test::CommandResult;
@@ -46,7 +49,7 @@ TEST_F(Dravik, StatisticsPassOverWhatIsNoNumber) {
     Succeeds("import a.dk odd.csv");
     const float infinite = std::numeric_limits<float>::infinity();
     const auto infoWithInfinityAt = [&](std::int32_t index) {
-        const Database database(folder.File("a.dk"), OpenMode::existing);
+        const Database database = OpenDatabase(folder.File("a.dk"), OpenMode::existing);
         Item(database, "odd/ZG/1").Write(index, 1, &infinite);
         return Run("info a.dk odd ZG").out;
     };
@@ -87,7 +90,7 @@ TEST_F(Dravik, DepthOptionAddsTheDepthCurveLast) {
 TEST_F(Dravik, PresentationRecordHasItsFieldsAtTheirOffsets) {
     Write("pass.csv", "TIME,ZG\n-1.5,1\n100,2\n");
     Succeeds("import a.dk pass.csv --step 50");
-    const Database database(folder.File("a.dk"), OpenMode::readOnly);
+    const Database database = OpenDatabase(folder.File("a.dk"), OpenMode::readOnly);
     const std::vector<std::byte> record = Item(database, "pass/_defaults_/1").ReadWholeRecord(32);
     const std::string bytes(reinterpret_cast<const char*>(record.data()), record.size());
     EXPECT_EQ(bytes.substr(0, 6), std::string("\0\0\1\0\2\0", 6)) << "not recorded, by time, two tracks";
@@ -288,16 +291,17 @@ TEST_F(Dravik, SignalledRecorderLosesNothingAcknowledgedAndContinuesWhereItStopp
         const CommandResult ended = Shell(SignalledRecorder(signal, commits));
         EXPECT_TRUE(killed || ended.status == 0) << ended.err;
         EXPECT_THAT(Run("list b.dk").out, HasSubstr(killed ? "recording" : "complete"));
-        const auto curves = Database(folder.File("b.dk"), OpenMode::readOnly).Curves("LIVE");
+        const auto curves = CurvesOf(OpenDatabase(folder.File("b.dk"), OpenMode::readOnly), "LIVE");
         ASSERT_EQ(curves.size(), 7U);
         std::istringstream lines(Bytes("ack"));
         std::int32_t acknowledged = -1;
         while (lines >> acknowledged) {
         }
         EXPECT_GT(acknowledged, 0);
-        EXPECT_GE(curves[0].information.last, acknowledged);
-        EXPECT_LT(curves[0].information.last, 48000) << "the signal came too late";
-        EXPECT_EQ(curves[0].information.last, curves[5].information.last) << "all curves of a commit or none";
+        EXPECT_GE(curves[0].information.extentLast, acknowledged);
+        EXPECT_LT(curves[0].information.extentLast, 48000) << "the signal came too late";
+        EXPECT_EQ(curves[0].information.extentLast, curves[5].information.extentLast)
+            << "all curves of a commit or none";
         Succeeds("check b.dk");
     }
     Succeeds("record b.dk LIVE --simulate --levels 1 --cycles 1 --speed 0 --commit 100");

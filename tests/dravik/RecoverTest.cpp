@@ -1,11 +1,14 @@
 // Saving what is sound of a damaged database: what verified comes over identical, what did not is named.
 
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
+#include "dravik/tool/LinkedLibrary.h"
 #include "tests/store/StoreTest.h"
 #include "tests/support/ProgramTest.h"
 
 namespace dravik::test {
 namespace {
+
+[[maybe_unused]] const bool isLinked = (LinkDatabaseLibrary(), true);
 
 using testing::HasSubstr;
 
@@ -53,15 +56,15 @@ std::string Attributes(const Database& database, const std::string& path) {
 
 std::vector<std::string> Paths(const Database& database) {
     std::vector<std::string> paths;
-    for (const NamedItem& dataset : database.Datasets())
-        for (const NamedItem& item : database.Items(dataset.name))
+    for (const NamedItem& dataset : DatasetsOf(database))
+        for (const NamedItem& item : ItemsOf(database, dataset.name))
             paths.push_back(CurvePath(dataset.name, item.name));
     return paths;
 }
 
 TEST_F(RecoverCommand, SoundDatabaseComesOverWholeAndTheOldOneIsNotTouched) {
     {
-        Database database(folder.File("well.dk"), OpenMode::existing);
+        Database database = OpenDatabase(folder.File("well.dk"), OpenMode::existing);
         DBNewItem derived = TimeCurve(10, -50, "psi");
         derived.scale = 2.5F;
         derived.offset = -1.0F;
@@ -72,8 +75,8 @@ TEST_F(RecoverCommand, SoundDatabaseComesOverWholeAndTheOldOneIsNotTouched) {
     }
     const std::string before = Bytes("well.dk");
     EXPECT_THAT(Run("recover well.dk -o new.dk").out, HasSubstr("0 losses"));
-    const Database old(folder.File("well.dk"), OpenMode::readOnly);
-    const Database recovered(folder.File("new.dk"), OpenMode::readOnly);
+    const Database old = OpenDatabase(folder.File("well.dk"), OpenMode::readOnly);
+    const Database recovered = OpenDatabase(folder.File("new.dk"), OpenMode::readOnly);
     ASSERT_EQ(Paths(recovered), Paths(old));
     for (const std::string& path : Paths(old)) {
         EXPECT_EQ(Attributes(recovered, path), Attributes(old, path)) << path;
@@ -103,12 +106,12 @@ TEST_F(RecoverCommand, WhateverVerifiesInADamagedDatabaseIsIdenticalInTheNewOneA
             continue;
         ++opened;
         Succeeds("check new.dk");
-        const Database damaged(folder.File("well.dk"), OpenMode::readOnly);
-        const Database recovered(folder.File("new.dk"), OpenMode::readOnly);
-        for (const NamedItem& dataset : damaged.Datasets()) {
+        const Database damaged = OpenDatabase(folder.File("well.dk"), OpenMode::readOnly);
+        const Database recovered = OpenDatabase(folder.File("new.dk"), OpenMode::readOnly);
+        for (const NamedItem& dataset : DatasetsOf(damaged)) {
             std::vector<NamedItem> items;
             try {
-                items = damaged.Items(dataset.name);
+                items = ItemsOf(damaged, dataset.name);
             } catch (const std::exception&) {
                 EXPECT_THAT(result.out, HasSubstr("lost: dataset " + dataset.name));
             }

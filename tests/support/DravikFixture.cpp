@@ -20,7 +20,7 @@ void Write(const std::string& path, const std::function<void(const Database&)>& 
     std::int32_t made = 0;
     if (!std::filesystem::exists(path) && Api().DBopenA(path.c_str(), DK_OPEN_CREATE, &made) == DK_OK)
         Api().DBclose(made);
-    Database database(path);
+    DravikDatabase database(path);
     Transaction transaction(database);
     write(database);
     transaction.Commit();
@@ -179,7 +179,7 @@ void DravikFixture::DeleteItem(const std::string& path) {
 }
 
 StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::string& curve) {
-    const Database database(DatabasePath());
+    const DravikDatabase database(DatabasePath());
     CurveReader reader(database, dataset, curve, Between::sampleBefore);
     StoredCurve stored{reader.Info(), {}};
     if (stored.info.IsEmpty())
@@ -195,7 +195,7 @@ StoredCurve DravikFixture::ReadCurve(const std::string& dataset, const std::stri
 }
 
 bool DravikFixture::HasCurve(const std::string& dataset, const std::string& curve) {
-    const Database database(DatabasePath());
+    const DravikDatabase database(DatabasePath());
     return Item::Find(database, ItemPath(dataset, curve)).has_value();
 }
 

@@ -1,14 +1,15 @@
-#include "dravik/tool/Database.h"
+#include "dravik/exchange/Datasets.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <system_error>
 #include <utility>
 
-#include "dravik/tool/ToolError.h"
+#include "platform/DravikLibraries.h"
 
 namespace dravik {
 namespace {
@@ -56,10 +57,11 @@ std::string ShownName(std::string_view itemName) {
     return std::string(itemName);
 }
 
-std::int32_t CollectItem(void* context, const char* name, const void* information) {
-    static_cast<std::vector<NamedItem>*>(context)->push_back(
-        {ShownName(name), UnpackInformation(information)});
-    return 0;
+std::vector<NamedItem> Named(std::vector<vorela::ListedItem> listed) {
+    std::vector<NamedItem> items;
+    for (vorela::ListedItem& item : listed)
+        items.push_back({ShownName(item.name), std::move(item.info)});
+    return items;
 }
 
 std::int32_t WholeUnits(double index) {
@@ -68,76 +70,49 @@ std::int32_t WholeUnits(double index) {
 
 }  // namespace
 
-ItemInformation UnpackInformation(const void* block) {
-    ItemInformation information;
-    information.indexKind = FieldAt<std::int16_t>(block, DK_INFO_INDEX_KIND);
-    information.step = FieldAt<std::int16_t>(block, DK_INFO_STEP);
-    information.unit = GetUnitTextA(FieldAt<std::int32_t>(block, DK_INFO_UNIT));
-    information.scale = FieldAt<float>(block, DK_INFO_SCALE);
-    information.offset = FieldAt<float>(block, DK_INFO_OFFSET);
-    information.shape = vorela::ItemShape::Of(block);
-    information.gridFirst = FieldAt<std::int32_t>(block, DK_INFO_FIRST_INDEX);
-    information.validFirst = FieldAt<std::int32_t>(block, DK_INFO_VALID_FIRST);
-    information.validLast = FieldAt<std::int32_t>(block, DK_INFO_VALID_LAST);
-    const auto* made = static_cast<const char*>(block) + DK_INFO_MADE;
-    information.made.assign(made, strnlen(made, DK_INFO_MADE_BYTES));
-    information.first = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_FIRST);
-    information.last = FieldAt<std::int32_t>(block, DK_INFO_EXTENT_LAST);
-    return information;
-}
-
-Database::Database(std::string path, OpenMode mode) : path_(std::move(path)) {
-    std::error_code ignored;
-    const bool wasThere = std::filesystem::exists(std::filesystem::symlink_status(path_, ignored));
-    const std::int32_t status = DBopenA(path_.c_str(), static_cast<std::int16_t>(mode), &handle_);
-    if (status == DK_OK)
-        return;
-    if (!wasThere && mode != OpenMode::create)
-        throw ToolError(path_ + ": there is no such file");
-    Check(status, "cannot be opened");
-}
-
-Database::~Database() {
-    DBclose(handle_);
-}
-
-void Database::Check(std::int32_t status, const std::string& what) const {
-    if (status == DK_OK)
-        return;
-    std::string detail = DBlastdetail();
+std::string FailureText(const vorela::DatabaseError& error) {
+    std::string detail = error.detail;
     // The library names the file too, a relative one from the current folder.
-    for (const std::string& prefix : {path_ + ": ", "./" + path_ + ": "}) {
+    for (const std::string& prefix : {error.database + ": ", "./" + error.database + ": "}) {
         if (detail.starts_with(prefix))
             detail.erase(0, prefix.size());
     }
-    throw ToolError(path_ + ": " + what + ": " + StatusMessage(status) +
-                    (detail.empty() ? "" : " (" + detail + ")"));
+    const std::string what =
+        error.item + (error.item.empty() || error.action.empty() ? "" : " ") + error.action;
+    return error.database + ": " + what + ": " + StatusMessage(error.status) +
+           (detail.empty() ? "" : " (" + detail + ")");
 }
 
-std::vector<NamedItem> Database::Enumerate(const char* dataset) const {
-    std::vector<NamedItem> items;
-    Check(DBenumA(handle_, dataset, CollectItem, &items), "cannot be listed");
-    return items;
+Database OpenDatabase(const std::string& path, OpenMode mode) {
+    std::error_code ignored;
+    const bool wasThere = std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+    try {
+        return Database(path, mode);
+    } catch (const vorela::DatabaseError&) {
+        if (wasThere || mode == OpenMode::create)
+            throw;
+        throw DatasetError(path + ": there is no such file");
+    }
 }
 
-std::vector<NamedItem> Database::Datasets() const {
-    return Enumerate(nullptr);
+std::vector<NamedItem> DatasetsOf(const Database& database) {
+    return Named(database.List(""));
 }
 
-bool Database::HasDataset(const std::string& dataset) const {
-    const std::vector<NamedItem> datasets = Datasets();
+bool HasDataset(const Database& database, const std::string& dataset) {
+    const std::vector<NamedItem> datasets = DatasetsOf(database);
     return std::any_of(datasets.begin(), datasets.end(),
                        [&](const NamedItem& item) { return item.name == dataset; });
 }
 
-std::vector<NamedItem> Database::Items(const std::string& dataset) const {
-    if (dataset.empty() || !HasDataset(dataset))
-        throw ToolError(path_ + ": there is no dataset \"" + dataset + "\"");
-    return Enumerate(dataset.c_str());
+std::vector<NamedItem> ItemsOf(const Database& database, const std::string& dataset) {
+    if (dataset.empty() || !HasDataset(database, dataset))
+        throw DatasetError(database.Path() + ": there is no dataset \"" + dataset + "\"");
+    return Named(database.List(dataset));
 }
 
-std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
-    std::vector<NamedItem> items = Items(dataset);
+std::vector<NamedItem> CurvesOf(const Database& database, const std::string& dataset) {
+    std::vector<NamedItem> items = ItemsOf(database, dataset);
     // What is damaged stays: nobody shall take a dataset for complete that is not.
     std::erase_if(items, [](const NamedItem& item) {
         const vorela::ItemShape& shape = item.information.shape;
@@ -146,76 +121,18 @@ std::vector<NamedItem> Database::Curves(const std::string& dataset) const {
     return items;
 }
 
-void Database::Create(const std::string& itemPath, const DBNewItem& attributes) {
-    Check(DBnewA(handle_, itemPath.c_str(), &attributes), itemPath + " cannot be created");
-}
-
-void Database::Delete(const std::string& itemPath) {
-    Check(DBdeleteA(handle_, itemPath.c_str()), itemPath + " cannot be deleted");
-}
-
 RecordingClaim::RecordingClaim(const Database& database, const std::string& dataset) {
     std::int32_t holder = 0;
-    const std::int32_t status =
-        DBclaimA(database.Path().c_str(), ("dataset " + dataset).c_str(), &claim_, &holder);
+    const std::int32_t status = vorela::LoadedLibraries().database.DBclaimA(
+        database.Path().c_str(), ("dataset " + dataset).c_str(), &claim_, &holder);
     if (status == DK_EXISTS)
-        throw ToolError(database.Path() + ": dataset \"" + dataset + "\" is being recorded by " +
-                        (holder == 0 ? "another process" : "process " + std::to_string(holder)));
-    database.Check(status, "dataset \"" + dataset + "\" cannot be claimed");
+        throw DatasetError(database.Path() + ": dataset \"" + dataset + "\" is being recorded by " +
+                           (holder == 0 ? "another process" : "process " + std::to_string(holder)));
+    database.Check(status, "dataset \"" + dataset + "\"", "cannot be claimed");
 }
 
-Transaction::Transaction(Database& database) : database_(database) {
-    database.Check(DBbegin(database.Handle()), "cannot be written");
-}
-
-Transaction::~Transaction() {
-    if (open_)
-        DBrollback(database_.Handle());
-}
-
-void Transaction::Commit() {
-    open_ = false;
-    database_.Check(DBcommit(database_.Handle()), "cannot be written");
-}
-
-Item::Item(const Database& database, const std::string& path) : database_(database), path_(path) {
-    std::array<unsigned char, DK_INFO_BYTES> block{};
-    database.Check(DBattachA(database.Handle(), path.c_str(), &handle_, 0, block.data()), path);
-    information_ = UnpackInformation(block.data());
-}
-
-Item::~Item() {
-    if (handle_ != 0)
-        DBdetach(handle_);
-}
-
-Item::Item(Item&& other) noexcept
-    : database_(other.database_),
-      path_(std::move(other.path_)),
-      handle_(std::exchange(other.handle_, 0)),
-      information_(std::move(other.information_)) {}
-
-void Item::ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const {
-    database_.Check(DBreadpresent(handle_, first, static_cast<std::int32_t>(count), values, present),
-                    path_ + " cannot be read");
-}
-
-void Item::WritePresent(std::int32_t first, std::int64_t count, const float* values,
-                        const std::uint8_t* present) {
-    database_.Check(DBwritepresent(handle_, first, static_cast<std::int32_t>(count), values, present),
-                    path_ + " cannot be written");
-}
-
-std::vector<std::byte> Item::ReadWholeRecord(std::size_t wanted) const {
-    std::vector<std::byte> sample;
-    database_.Check(vorela::ReadRecord(DBread, handle_, information_.shape, wanted, sample),
-                    path_ + " cannot be read");
-    return sample;
-}
-
-void Item::Write(std::int32_t first, std::int64_t count, const void* samples) {
-    database_.Check(DBwrite(handle_, first, static_cast<std::int32_t>(count), samples),
-                    path_ + " cannot be written");
+RecordingClaim::~RecordingClaim() {
+    vorela::LoadedLibraries().database.DBunclaim(claim_);
 }
 
 std::string CurvePath(const std::string& dataset, const std::string& curve) {
@@ -258,16 +175,10 @@ void WritePresentation(Database& database, const std::string& dataset, const Pre
 }
 
 bool IsRecording(const Database& database, const std::string& dataset) {
-    std::array<unsigned char, DK_INFO_BYTES> block{};
-    std::int32_t item = 0;
-    if (DBattachA(database.Handle(), CurvePath(dataset, presentationItem).c_str(), &item, 0, block.data()) !=
-        DK_OK)
-        return false;
+    const std::optional<Item> item = Item::FindQuietly(database, CurvePath(dataset, presentationItem));
     std::vector<std::byte> bytes;
-    const std::int32_t status =
-        vorela::ReadRecord(DBread, item, vorela::ItemShape::Of(block.data()), presentationBytes, bytes);
-    DBdetach(item);
-    return status == DK_OK && FieldAt<std::int16_t>(bytes.data(), 0) != 0;
+    return item && item->ReadRecord(presentationBytes, bytes) == DK_OK &&
+           FieldAt<std::int16_t>(bytes.data(), 0) != 0;
 }
 
 std::int32_t RecordingStart(const Database& database, const std::string& dataset) {
@@ -287,12 +198,12 @@ void SetRecording(Database& database, const std::string& dataset, bool recording
 void CheckDatasetName(const std::string& dataset) {
     const std::string shown = "dataset name \"" + dataset.substr(0, 80) + "\"";
     if (dataset.empty())
-        throw ToolError("the dataset's name is empty");
+        throw DatasetError("the dataset's name is empty");
     if (dataset.size() > longestDatasetName)
-        throw ToolError(shown + " is longer than " + std::to_string(longestDatasetName) + " characters");
+        throw DatasetError(shown + " is longer than " + std::to_string(longestDatasetName) + " characters");
     if (std::any_of(dataset.begin(), dataset.end(),
                     [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20; }))
-        throw ToolError(shown + " holds a slash or a control character");
+        throw DatasetError(shown + " holds a slash or a control character");
 }
 
 void CreateCurves(Database& database, const std::string& dataset, const CurveGrid& grid,
@@ -313,12 +224,12 @@ void CreateCurves(Database& database, const std::string& dataset, const CurveGri
 void CreateDataset(Database& database, const std::string& dataset, const CurveSource& source,
                    const PresentationRecord& presentation, bool replace) {
     CheckDatasetName(dataset);
-    if (database.HasDataset(dataset)) {
+    if (HasDataset(database, dataset)) {
         if (!replace)
-            throw ToolError(database.Path() + ": dataset \"" + dataset +
-                            "\" exists already; --replace replaces it");
+            throw DatasetError(database.Path() + ": dataset \"" + dataset +
+                               "\" exists already; --replace replaces it");
         if (IsRecording(database, dataset))
-            throw ToolError(database.Path() + ": dataset \"" + dataset + "\" is being recorded");
+            throw DatasetError(database.Path() + ": dataset \"" + dataset + "\" is being recorded");
         database.Delete(dataset);
     }
     std::vector<CurveDescription> curves = source.Curves();
