@@ -7,12 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "general/Colour.h"
+
 namespace vorela {
 
 enum class RowShade { none = 1, buttonShadow, paleOrange };
-struct Colour {
-    int red, green, blue;
-};
 inline constexpr Colour paleOrange{255, 224, 192};
 
 /// A grid: texts by row and column, one shade for each row, column widths in twips (1/1440 inch; 0: as wide

@@ -8,7 +8,7 @@ packages=(
     libsqlite3-dev libcli11-dev nlohmann-json3-dev fonts-liberation libhowardhinnant-date-dev
 )
 if [ "${1:-}" = tests ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3)
 fi
 
 missing=()

@@ -6,14 +6,9 @@
 #include <span>
 #include <string>
 
-namespace vorela {
+#include "general/Colour.h"
 
-struct Colour {
-    std::uint8_t red = 0;
-    std::uint8_t green = 0;
-    std::uint8_t blue = 0;
-    bool operator==(const Colour&) const = default;
-};
+namespace vorela {
 
 enum class LineStyle { solid, dotted, none };
 

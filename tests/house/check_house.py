@@ -1,0 +1,122 @@
+#!/usr/bin/env python3
+"""Holds the sources to the rules of the house: arrows between rooms go down only, no circle of files, no type name
+twice in a namespace, no Qt where there is none.   check_house.py SOURCE_DIR"""
+import pathlib
+import re
+import sys
+
+# What each room may include besides itself.
+SIGNAL = {"general", "interfaces", "platform", "db"}
+MAY_INCLUDE = {
+    "general": set(),
+    "interfaces": set(),
+    "platform": {"general", "interfaces"},
+    "db": {"general", "interfaces", "platform"},
+    "signal": SIGNAL,
+    "analysis": SIGNAL | {"signal"},
+    "plot": SIGNAL | {"signal"},
+    "plotview": SIGNAL | {"signal", "plot"},
+    "follow": SIGNAL | {"signal", "analysis", "plot"},
+    "app": SIGNAL | {"signal", "analysis", "plot", "plotview", "follow"},
+    "batch": SIGNAL | {"signal", "analysis", "plot", "plotview", "follow"},
+    "dravik/store": {"interfaces"},
+    "dravik/filter": {"general", "interfaces"},
+    "dravik/exchange": {"general", "platform", "interfaces"},
+    "dravik/chooser": {"general", "platform", "interfaces"},
+    "dravik/importer": {"general", "platform", "interfaces", "dravik/exchange"},
+    "dravik/tool": {"general", "platform", "interfaces", "dravik/exchange", "dravik/store"},
+}
+# The window's programs put the acquisition side's dialogs behind the library's calls and the File menu.
+DIALOGS_OF_THE_OTHER_SIDE = {"app": {"dravik/chooser", "dravik/importer"}}
+INCLUDE = re.compile(r'^#include "([^"]+)"', re.M)
+NAMESPACE = re.compile(r"^namespace(?: ([\w:]+))? \{")
+TYPE = re.compile(r"^(?:struct|class|enum class|enum)(?: \[\[\w+\]\])? (\w+)\b(?!\s*::)(?!.*;)")
+QT = re.compile(r"^#include <Q\w+>", re.M)
+
+
+def room_of(path):
+    parts = path.split("/")
+    room = "/".join(parts[:2]) if parts[0] == "dravik" else parts[0]
+    return room if room in MAY_INCLUDE else None
+
+
+def arrows(files):
+    for path, text in files.items():
+        room = room_of(path)
+        for target in INCLUDE.findall(text):
+            wanted = room_of(target)
+            allowed = MAY_INCLUDE[room] | DIALOGS_OF_THE_OTHER_SIDE.get(room, set()) | {room, None}
+            if wanted not in allowed:
+                yield f"{path}: includes {target}, which stands above or beside {room}/"
+
+
+def circles(files):
+    state = {}
+
+    def walk(path, way):
+        if state.get(path) == "done" or path not in files:
+            return None
+        if path in way:
+            return " -> ".join(way[way.index(path):] + [path])
+        for target in INCLUDE.findall(files[path]):
+            found = walk(target, way + [path])
+            if found:
+                return found
+        state[path] = "done"
+        return None
+
+    for path in files:
+        found = walk(path, [])
+        if found:
+            yield f"circle: {found}"
+            return
+
+
+def types_of(text):
+    """(namespace, name) of every type defined in a namespace that the linker sees."""
+    inside = []
+    for line in text.splitlines():
+        opened = NAMESPACE.match(line)
+        if opened:
+            inside.append(opened.group(1) or "(own)")
+        elif line.startswith("}  // namespace"):
+            inside.pop()
+        elif inside and "(own)" not in inside:
+            defined = TYPE.match(line)
+            if defined:
+                yield "::".join(inside), defined.group(1)
+
+
+def twins(files):
+    seen = {}
+    for path, text in files.items():
+        for name in types_of(text):
+            if seen.setdefault(name, path) != path:
+                yield f"{path}: type {'::'.join(name)} is defined in {seen[name]} too"
+
+
+def qt_in_modules(files):
+    qt_rooms = {"app", "plotview", "dravik/chooser", "dravik/importer"}
+    for path, text in files.items():
+        if room_of(path) not in qt_rooms or path.rsplit("/", 1)[1].startswith("mod"):
+            is_form = re.search(r"/(frm\w+|ResultGridView)\.(h|cpp)$|^batch/main\.cpp$", path)
+            if QT.search(text) and not is_form:
+                yield f"{path}: a module without a window includes Qt"
+
+
+def main(source):
+    files = {}
+    for top in {room.split("/")[0] for room in MAY_INCLUDE}:
+        for file in sorted((source / top).rglob("*")):
+            if file.suffix in (".h", ".cpp", ".inl"):
+                files[file.relative_to(source).as_posix()] = file.read_text(encoding="utf-8")
+    if len(files) < 100:
+        print(f"{source}: only {len(files)} sources found")
+        return 1
+    faults = [fault for check in (arrows, circles, twins, qt_in_modules) for fault in check(files)]
+    print("\n".join(faults) or f"{len(files)} sources stand as they should")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1])))
