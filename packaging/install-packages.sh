@@ -6,6 +6,7 @@ packages=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev
     libsqlite3-dev libcli11-dev nlohmann-json3-dev fonts-liberation libhowardhinnant-date-dev
+    libboost-math-dev libeigen3-dev
 )
 if [ "${1:-}" = tests ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3)

@@ -8,6 +8,7 @@
 
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
+#include "general/WellFunction.h"
 #include "interfaces/DKBase.h"
 
 namespace dravik {
@@ -91,7 +92,7 @@ void CheckLevels(const Simulation& simulation) {
                 name + "a skin of " + vorela::ShortestText(level.layer.skin) +
                 " is impossible at this period; it must stay above " +
                 vorela::FormatNumber(leastImpedance -
-                                     WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
+                                     vorela::WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
     }
 }
 

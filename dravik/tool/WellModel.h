@@ -8,20 +8,6 @@
 
 namespace dravik {
 
-/// Modified Bessel functions of the second kind, each multiplied by exp(z).
-struct ScaledBesselK {
-    std::complex<double> k0;
-    std::complex<double> k1;
-};
-
-/// K0 and K1 at z = x exp(i pi/4), x > 0, to about 1e-14 of their magnitude. The integral over t of
-/// exp(-z cosh t) cosh(v t) is summed by the trapezoidal rule, which converges exponentially here because the
-/// integrand is analytic in a strip of half-width pi/4 and falls off doubly exponentially.
-ScaledBesselK BesselKOnDiagonal(double x);
-
-/// Dimensionless pressure of a well of finite radius: K0(z) / (z K1(z)), z = x exp(i pi/4).
-std::complex<double> WellFunction(double x);
-
 /// One layer of the reservoir with the well through it.
 struct Layer {
     double permeability = 100.0;  ///< mD

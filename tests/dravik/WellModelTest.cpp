@@ -17,28 +17,6 @@ void ExpectNear(Complex got, Complex expected, double relative) {
     EXPECT_LE(std::abs(got - expected), relative * std::abs(expected)) << got << " for " << expected;
 }
 
-Complex K0(double x) {
-    return BesselKOnDiagonal(x).k0 * std::exp(-std::polar(x, pi / 4.0));
-}
-
-TEST(BesselK, EqualsTabulatedValues) {
-    constexpr double tabulated = 3e-13;  // thirteen digits are given
-    ExpectNear(K0(0.01), {4.721121335629, -0.7852551357322}, tabulated);
-    ExpectNear(K0(0.1), {2.420473981038, -0.7768506465367}, tabulated);
-    ExpectNear(K0(1.0), {0.2867062087283, -0.4949946365187}, tabulated);
-    ExpectNear(K0(5.0), {-0.01151172719949, 0.01118758650987}, tabulated);
-    ExpectNear(WellFunction(0.01), {4.721511412825, -0.7840533456279}, tabulated);
-    ExpectNear(WellFunction(1.0), {0.6158001556541, -0.4002355768522}, tabulated);
-    const std::tuple<double, Complex, Complex> scaled[] = {
-        {1e-5, {11.6289447627275, -0.785321487667668}, {70711.6780765315, -70710.678155225}},
-        {30, {0.21103355176731, -0.0867021128428533}, {0.212509928425846, -0.0901820757772736}},
-        {1e5, {0.00366163507501618, -0.00151669511681366}, {0.00366164265854309, -0.00151671342492986}}};
-    for (const auto& [x, k0, k1] : scaled) {
-        ExpectNear(BesselKOnDiagonal(x).k0, k0, tabulated);
-        ExpectNear(BesselKOnDiagonal(x).k1, k1, tabulated);
-    }
-}
-
 TEST(WellModel, SingleLayerHasTheKnownIndexAndPhase) {
     const Layer layer{100.0, 5.0, 10.0, 0.2, 1.0, 1e-5, 8.5};
     const double omega = 2.0 * pi * 3600.0 / 240.0;
