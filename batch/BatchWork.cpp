@@ -9,7 +9,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/modIntervalInfo.h"
@@ -210,17 +212,38 @@ void Follow(const std::string& database) {
 
 // --- Results ---
 
-void ChooseCycles(const CycleWish& wish) {
+/// What keeps a level from showing the entry that was asked for; "" when it has it.
+std::string WhyNoSuchEntry(const CycleRecord& cycles, const CycleWish& wish) {
+    if (cycles.count == 0)
+        return "no whole cycle yet";
+    if (wish.window || wish.number <= cycles.RealCycles())
+        return "";
+    std::string text =
+        "there is no cycle " + std::to_string(wish.number) + ", only " + std::to_string(cycles.RealCycles());
+    if (cycles.IsWindow(wish.number))
+        text += "; the window is shown, whose entry comes next";
+    return text;
+}
+
+/// Levels differ in how long they were recorded: one that lacks the cycle keeps the number, has no results
+/// for it and is named, as with a stored number that has become stale. A cycle that no level has is a
+/// mistake. Gives the names with what is wrong.
+std::vector<std::string> ChooseCycles(const CycleWish& wish) {
+    std::vector<std::string> faults;
     for (std::size_t i = 0; i < Datasets().size(); ++i) {
-        const CycleRecord& cycles = Datasets()[i].cycles;
-        const std::int32_t entry = wish.window ? cycles.count : wish.number;
-        if (entry < 1 || (!wish.window && entry > cycles.RealCycles()))
-            throw Stop{exit_status::failed,
-                       "dataset " + Datasets()[i].dataset + " has " + std::to_string(cycles.RealCycles()) +
-                           " cycles, " +
-                           (wish.window ? "no window" : "not --cycle " + std::to_string(wish.number))};
-        Require(ChooseCycle(i, static_cast<std::size_t>(entry) - 1));
+        CycleRecord& cycles = Datasets()[i].cycles;
+        const std::string fault = WhyNoSuchEntry(cycles, wish);
+        if (fault.empty()) {
+            const std::int32_t entry = wish.window ? cycles.count : wish.number;
+            Require(ChooseCycle(i, static_cast<std::size_t>(entry) - 1));
+            continue;
+        }
+        SelectCycle(cycles, wish.window ? windowCycleNumber : wish.number);
+        faults.push_back(Datasets()[i].dataset + ": " + fault);
     }
+    if (faults.size() == Datasets().size())
+        throw Stop{exit_status::failed, "--cycle: " + faults.front()};
+    return faults;
 }
 
 bool WriteResults(const BatchOptions& options) {
@@ -283,11 +306,14 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     claim.reset();
     if (options.follow)
         Follow(options.database);
-    if (options.cycle)
-        ChooseCycles(*options.cycle);
+    const std::vector<std::string> faults =
+        options.cycle ? ChooseCycles(*options.cycle) : std::vector<std::string>();
     ShownChoice() = {options.level.value_or(1) - 1, options.interval.value_or(1)};
     const bool computed = RefreshGrids();
-    for (const std::string& hint : ResultHints())
+    std::set<std::string> hints(faults.begin(), faults.end());
+    for (std::string& hint : ResultHints())
+        hints.insert(std::move(hint));
+    for (const std::string& hint : hints)
         Say(hint);
     const bool written = WriteResults(options);
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);

@@ -254,12 +254,6 @@ bool RecordingStands(const Database& database, const std::string& dataset, const
     return IsRecording(database, path, curve, Item::Find(database, path));
 }
 
-void RefuseToReplaceARecording(const Database& database, const std::string& dataset,
-                               const std::string& curve) {
-    const std::string path = ItemPath(dataset, curve);
-    RefuseRecordedCurve(database, path, curve, Item::Find(database, path));
-}
-
 CurveWriter CurveWriter::Recreate(const Database& database, const std::string& dataset,
                                   const std::string& curve, const DerivedCurve& attributes) {
     const std::string path = ItemPath(dataset, curve);

@@ -155,9 +155,6 @@ class CurveReader {
 /// of analysed data may have put it there). Throws when `curve` is the name of an input curve, which cannot
 /// stand for a derived one.
 bool RecordingStands(const Database& database, const std::string& dataset, const std::string& curve);
-/// For runs that would have to replace it. Throws as CurveWriter does.
-void RefuseToReplaceARecording(const Database& database, const std::string& dataset,
-                               const std::string& curve);
 
 /// Attributes of a derived curve when it is created.
 struct DerivedCurve {

@@ -24,11 +24,17 @@ bool DatabasesOpen() {
 }
 
 void RefuseToReplaceRecordings(const std::vector<std::string>& curves) {
+    std::string recorded;
     for (const DatasetRecord& record : CurrentSelection().datasets) {
         const DravikDatabase database(record.database);
         for (const std::string& curve : curves)
-            RefuseToReplaceARecording(database, record.dataset, curve);
+            if (RecordingStands(database, record.dataset, curve))
+                recorded += (recorded.empty() ? "" : ", ") + ItemPath(record.dataset, curve) + " in " +
+                            record.database;
     }
+    if (!recorded.empty())
+        throw RunTimeError{error_number::permissionDenied, "Vorela",
+                           recorded + ": What was recorded is not overwritten"};
 }
 
 CurveStanding StandingOf(const Database& database, const std::string& dataset, const std::string& curve,

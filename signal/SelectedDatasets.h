@@ -22,8 +22,8 @@ DatasetRecord& SelectedDataset(std::size_t index);
 /// told.
 bool DatabasesOpen();
 
-/// Throws, naming the curve, when one of `curves` is a recording in a selected dataset: a run over the
-/// selection that would have to replace it does not begin.
+/// Throws, naming all of them, when some of `curves` are recordings in the selected datasets: a run over the
+/// selection that would have to replace them does not begin.
 void RefuseToReplaceRecordings(const std::vector<std::string>& curves);
 
 /// How a derived curve stands against what one run over its inputs would write now.

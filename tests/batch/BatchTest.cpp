@@ -140,7 +140,17 @@ TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
     EXPECT_FALSE(raw["levels"][0]["cycles"].back()["pressure"].is_null()) << "raw curves reach further";
     const Json motor = Results("--pvlpos");
     EXPECT_NEAR(motor["levels"][0]["cycles"][1]["valve"]["magnitude"], 2 / std::numbers::pi, 0.01);
-    Fails("--cycle 99", "LEVEL");
+    Fails("--cycle 99", "LEVEL2: there is no cycle 99, only 8");
+    // A level that was recorded for a shorter time keeps none of the others from its cycle.
+    Dravik("record well.dkb SHORT --simulate --levels 1 --cycles 4 --depths 9000 --speed 0");
+    const CommandResult uneven = Run("--cycle 6 --json -");
+    EXPECT_EQ(uneven.status, 0);
+    EXPECT_EQ(uneven.err, "vorela-batch: SHORT: there is no cycle 6, only 4\n");
+    const Json sixth = Json::parse(uneven.out);
+    EXPECT_EQ(sixth["levels"][0]["hpi"], sixth["levels"][0]["cycles"][5]["ratio"]);
+    EXPECT_TRUE(sixth["levels"][2]["hpi"].is_null() && sixth["intervals"][1]["hpi1"].is_null());
+    EXPECT_TRUE(sixth["intervals"][0]["hpi"].is_number());
+    EXPECT_THAT(Run("--cycle 5").err, HasSubstr("SHORT: there is no cycle 5, only 4; the window is shown"));
 }
 
 TEST_F(Batch, ExportShowsTheChosenLevelAndIntervalAndTheTableTheRest) {
@@ -220,6 +230,27 @@ TEST_F(Batch, DatabaseThatIsMissingForeignTruncatedOrDamagedIsNamedWithStatus1) 
     }
     ASSERT_THAT(report, HasSubstr("/ZG/"));
     Fails("", "LEVEL1/ZG/1");
+    // A level whose row is damaged keeps the others from nothing but the status of success.
+    Write("well.dkb", sound);
+    Dravik("record well.dkb OTHER --simulate --levels 1 --cycles 4 --depths 9000 --speed 0");
+    std::string flipped = Bytes("well.dkb");
+    flipped[flipped.rfind("OTHER")] ^= 1;
+    Write("well.dkb", flipped);
+    const CommandResult rest = Run("--json -");
+    EXPECT_EQ(rest.status, 1);
+    EXPECT_THAT(rest.err, HasSubstr("OTHER is left out"));
+    EXPECT_EQ(Json::parse(rest.out)["levels"].size(), 1U);
+}
+
+TEST_F(Batch, RecordingsWithTheNamesOfDerivedCurvesAreAllNamedAndNotReplaced) {
+    Simulate("--levels 2 --cycles 4");
+    ASSERT_EQ(Run("").status, 0);
+    for (const char* level : {"LEVEL1", "LEVEL2"})
+        Dravik("export well.dkb " + std::string(level) + " -o " + level + ".csv");
+    Dravik("import other.dkb LEVEL1.csv LEVEL2.csv");  // recordings now, whatever their names
+    const CommandResult result = Shell("vorela-batch other.dkb --settings Vorela.ini --recreate");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, AllOf(HasSubstr("LEVEL1/PVLSIG/1"), HasSubstr("LEVEL2/PVLSIG/1")));
 }
 
 TEST_F(Batch, ReadOnlyDatabaseIsAnalysedWhenItHasAllDerivedCurvesAndRefusedWhenItLacksOne) {
