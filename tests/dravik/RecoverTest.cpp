@@ -1,5 +1,7 @@
 // Saving what is sound of a damaged database: what verified comes over identical, what did not is named.
 
+#include <numeric>
+
 #include "dravik/exchange/Datasets.h"
 #include "dravik/tool/LinkedLibrary.h"
 #include "tests/store/StoreTest.h"
@@ -125,6 +127,52 @@ TEST_F(RecoverCommand, WhateverVerifiesInADamagedDatabaseIsIdenticalInTheNewOneA
         }
     }
     EXPECT_GT(opened, 5);
+}
+
+TEST_F(RecoverCommand, ListCountsDamageAndADerivedCurveWithALossIsNotTakenForWhole) {
+    {
+        Database database(folder.File("well.dk"), OpenMode::existing);
+        DBNewItem derived = TimeCurve(10, 0, "units");
+        derived.madeText = "made somehow";
+        for (const char* path : {"LEVEL1/HOLE/1", "LEVEL1/WHOLE/1"}) {
+            database.Create(path, derived);
+            Item item(database, path);
+            std::vector<float> values(50000);
+            std::iota(values.begin(), values.end(), std::strlen(path) == 13 ? 1.0F : 7e6F);
+            item.Write(0, 50000, values.data());
+            ASSERT_EQ(DBmark(item.Handle(), 100, 400000, nullptr), DK_OK);
+        }
+    }
+    const std::string sound = Bytes("well.dk");
+    const float lost[] = {30000.0F, 30001.0F, 30002.0F};
+    std::string bytes = sound;
+    bytes[bytes.find(std::string(reinterpret_cast<const char*>(lost), sizeof lost))] ^= 1;
+    Write("well.dk", bytes);
+    EXPECT_THAT(Run("recover well.dk -o new.dk").out, HasSubstr("lost: LEVEL1/HOLE/1 samples "));
+    {
+        const Database recovered(folder.File("new.dk"), OpenMode::readOnly);
+        const auto valid = [&](const char* path) {
+            for (const NamedItem& item : recovered.Items("LEVEL1"))
+                if (CurvePath("LEVEL1", item.name) == path)
+                    return std::pair(item.information.validFirst, item.information.validLast);
+            return std::pair(-1, -1);
+        };
+        EXPECT_EQ(valid("LEVEL1/WHOLE/1"), std::pair(100, 400000));
+        const auto [first, last] = valid("LEVEL1/HOLE/1");
+        EXPECT_LT(last, first) << "it is made anew";
+        EXPECT_GT(Readable(recovered, "LEVEL1/HOLE/1").size(), 300U);
+    }
+    // Rows of an item and of a dataset: each by a letter of its own text.
+    for (const auto& [text, line] : {std::pair("units", "complete, 1 damaged"), {"LEVEL2", "-   damaged"}}) {
+        std::string list;
+        for (std::size_t at = sound.find(text); at != std::string::npos; at = sound.find(text, at + 1)) {
+            bytes = sound;
+            bytes[at] ^= 1;
+            Write("well.dk", bytes);
+            list += Run("list well.dk").out;
+        }
+        EXPECT_THAT(list, HasSubstr(line));
+    }
 }
 
 TEST_F(RecoverCommand, AnInterruptedWritersJournalIsAppliedToACopyOnly) {

@@ -1,5 +1,8 @@
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "tests/support/TestSupport.h"
 
@@ -48,11 +51,29 @@ TEST_F(SettingsFileTest, createsTheFileOnTheFirstWriteAndCutsAValueReadAt255Char
 TEST_F(SettingsFileTest, aWriteThatFailsLeavesTheFileAsItWas) {
     EXPECT_FALSE(WriteIniString("A", "k", "v", folder.File("missing/Vorela.ini")));
     WriteSettings("[A]\nk=old\n");
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root may write everywhere";
     chmod(path.c_str(), 0444);
+    chmod(folder.Path().c_str(), 0777);
+    const bool root = geteuid() == 0;  // who may write everything
+    ASSERT_TRUE(!root || setresuid(65534, 65534, 0) == 0);
     EXPECT_FALSE(WriteIniString("A", "k", "new", path));
+    ASSERT_TRUE(!root || setresuid(0, 0, 0) == 0);
     EXPECT_EQ(Settings(), "[A]\nk=old\n");
+}
+
+/// A disk that takes only a part of the new file.
+TEST_F(SettingsFileTest, aWriteThatEndsHalfwayLeavesTheFileAsItWas) {
+    const std::string before = "[A]\nk=" + std::string(5000, 'x') + "\n[B]\n";
+    WriteSettings(before);
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit small{3000, limit.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool written = WriteIniString("B", "k", "new", path);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(Settings(), before);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
 TEST_F(SettingsFileTest, anOverlayTakesWritesAndAnswersFirst) {
