@@ -154,21 +154,36 @@ TEST_F(SelectionRoad, FromTwoOfThreeLevelsToTheExportFile) {
     for (const char* kind : {"png", "svg", "pdf"})
         EXPECT_EQ(test::Run("cd '" + folder.Path().string() + "'; '" VORELA_BIN_DIR "/vorela-batch' '" +
                             DatabasePath() +
-                            "' LEVEL1 LEVEL2 --settings batch.ini --plot-dataset LEVEL1"
-                            " --size 500x300 --plot batch." +
+                            "' LEVEL1 LEVEL2 --settings batch.ini --plot-dataset LEVEL1 --cursors 20,75"
+                            " --set Plot.NPlots=1 --size 500x300 --plot batch." +
                             kind)
                       .status,
                   0)
             << kind;
+    // The time axis goes from 23 to 477.
     const QImage picture(QString::fromStdString(folder.File("batch.png")));
     EXPECT_EQ(picture.size(), QSize(500, 300));
-    int red = 0;
-    for (int x = 0; x < picture.width(); ++x)
-        for (int y = 0; y < picture.height(); ++y)
-            red += picture.pixelColor(x, y) == QColor(255, 0, 0) ? 1 : 0;
-    EXPECT_GT(red, 300) << "the pressure curve";
-    EXPECT_NE(ReadAll(folder.File("batch.svg")).find(">RTC_qs<"), std::string::npos);
-    EXPECT_EQ(ReadAll(folder.File("batch.pdf")).substr(0, 5), "%PDF-");
+    const auto count = [&](int from, int to, const QColor& colour) {
+        int found = 0;
+        for (int x = from; x <= to; ++x)
+            for (int y = 0; y < picture.height(); ++y)
+                found += picture.pixelColor(x, y) == colour ? 1 : 0;
+        return found;
+    };
+    EXPECT_GT(count(0, 499, Qt::red), 300) << "the pressure curve";
+    EXPECT_GT(count(113, 114, Qt::red), 80) << "cursor 1";
+    EXPECT_GT(count(363, 364, Qt::blue), 80) << "cursor 2";
+    const std::string svg = ReadAll(folder.File("batch.svg"));
+    for (const char* text : {">RTC_qs<", "Vorela plot - LEVEL1<", "d=\"M113.8,", "d=\"M363.5,"})
+        EXPECT_THAT(svg, HasSubstr(text));
+    const std::string pdf = ReadAll(folder.File("batch.pdf"));
+    const std::size_t stream = pdf.find("stream\n") + 7;
+    const QByteArray drawing = qUncompress(
+        QByteArray(4, '\1') + QByteArray(pdf.data() + stream, static_cast<int>(pdf.size() - stream)));
+    EXPECT_THAT(drawing.toStdString(), AllOf(HasSubstr("1 0 0 SCN\n2 w 0 J 2 j [2 4 ]0  d\n113.8"),
+                                             HasSubstr("0 0 1 SCN\n2 w 0 J 2 j [2 4 ]0  d\n363.5")));
+    EXPECT_GT(drawing.count(" Tj"), 100) << "title, labels and numbers";
+    EXPECT_THAT(pdf, HasSubstr(std::string("V\0o\0r\0e\0l\0a\0 \0p\0l\0o\0t", 21)));
 }
 
 }  // namespace

@@ -131,7 +131,7 @@ TEST_F(RecoverCommand, WhateverVerifiesInADamagedDatabaseIsIdenticalInTheNewOneA
 
 TEST_F(RecoverCommand, ListCountsDamageAndADerivedCurveWithALossIsNotTakenForWhole) {
     {
-        Database database(folder.File("well.dk"), OpenMode::existing);
+        Database database = OpenDatabase(folder.File("well.dk"), OpenMode::existing);
         DBNewItem derived = TimeCurve(10, 0, "units");
         derived.madeText = "made somehow";
         for (const char* path : {"LEVEL1/HOLE/1", "LEVEL1/WHOLE/1"}) {
@@ -150,9 +150,9 @@ TEST_F(RecoverCommand, ListCountsDamageAndADerivedCurveWithALossIsNotTakenForWho
     Write("well.dk", bytes);
     EXPECT_THAT(Run("recover well.dk -o new.dk").out, HasSubstr("lost: LEVEL1/HOLE/1 samples "));
     {
-        const Database recovered(folder.File("new.dk"), OpenMode::readOnly);
+        const Database recovered = OpenDatabase(folder.File("new.dk"), OpenMode::readOnly);
         const auto valid = [&](const char* path) {
-            for (const NamedItem& item : recovered.Items("LEVEL1"))
+            for (const NamedItem& item : ItemsOf(recovered, "LEVEL1"))
                 if (CurvePath("LEVEL1", item.name) == path)
                     return std::pair(item.information.validFirst, item.information.validLast);
             return std::pair(-1, -1);

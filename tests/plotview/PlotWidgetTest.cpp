@@ -1,17 +1,21 @@
 #include <QContextMenuEvent>
 #include <QImage>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPrinter>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextDocumentFragment>
 #include <QTimer>
 #include <QWheelEvent>
 
 #include "plot/PlotReadout.h"
+#include "plotview/PlotReadoutStrip.h"
 #include "plotview/PlotWidget.h"
 #include "plotview/TimeCursors.h"
+#include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {
@@ -41,12 +45,34 @@ class PlotWidgetTest : public test::DravikFixture {
     static test::CurveSpec Ramp(const char* name, std::int32_t count) {
         return {name, "psi", count, [](std::int32_t t) { return t / 100.0; }};
     }
-    /// One notch nearer, around the left end of the time axis.
-    void ZoomIn() {
-        QWheelEvent event(QPointF(left, 100), QPointF(left, 100), {}, {0, 120}, {}, {}, {}, false);
+    void Wheel(double x, QPoint turned, Qt::KeyboardModifiers modifiers = {}) {
+        QWheelEvent event(QPointF(x, 100), QPointF(x, 100), {}, turned, {}, modifiers, {}, false);
         QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
         QApplication::sendEvent(&plot_, &event);
         EXPECT_TRUE(redrawn.wait());
+    }
+    /// One notch nearer, around the left end of the time axis.
+    void ZoomIn() { Wheel(left, {0, 120}); }
+    /// An entry of the context menu; what it asks for is answered by `text`.
+    void Choose(int entry, const QString& text = {}) {
+        QTimer::singleShot(0, [entry, text] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            EXPECT_TRUE(menu->actions()[entry]->isEnabled());
+            if (!text.isEmpty())
+                Type(text);
+            menu->actions()[entry]->trigger();
+            menu->close();
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, {100, 100}, plot_.mapToGlobal(QPoint(100, 100)));
+        QApplication::sendEvent(&plot_, &event);
+    }
+    void ExpectCursors(double first, double second) {
+        const auto [time1, time2] = *plot_.FileOptions(0).cursors;
+        EXPECT_NEAR(time1, first, 0.01);
+        EXPECT_NEAR(time2, second, 0.01);
+        EXPECT_NEAR(cursors_.cursor1(), first / 10, 0.001) << "the control under the plot";
+        EXPECT_NEAR(cursors_.cursor2(), second / 10, 0.001);
     }
     void ExpectSeen(double from, double to) {
         const TimeSpan span = *plot_.FileOptions(0).span;
@@ -88,11 +114,18 @@ TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
 TEST_F(PlotWidgetTest, aCursorIsDraggedInThePlotAndNotBeyondItsAxis) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(50);
-    QTest::mousePress(&plot_, Qt::LeftButton, {}, {middle, 100});
-    for (const int x : {left + 94, left - 1}) {
+    cursors_.setCursor2(75);
+    for (const auto& [from, x, first, second] : {std::tuple(middle + 5, left + 94, 9.94F, 75.0F),
+                                                 {left + 98, left - 1, 9.94F, 75.0F},
+                                                 {left + 709, left + 850, 9.94F, 89.85F},
+                                                 {left + 846, 974, 9.94F, 89.85F}}) {
+        QTest::mousePress(&plot_, Qt::LeftButton, {}, {from, 100});
         QTest::mouseMove(&plot_, {x, 100});
-        EXPECT_NEAR(cursors_.cursor1(), 9.94, 0.02) << x;
+        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {x, 100});
+        EXPECT_NEAR(cursors_.cursor1(), first, 0.02) << x;
+        EXPECT_NEAR(cursors_.cursor2(), second, 0.02) << x;
     }
+    ExpectSeen(0, 1000);
 }
 
 TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
@@ -130,7 +163,8 @@ TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
     QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
     for (const auto& [key, from, to] : {std::tuple(Qt::Key_Right, 300.0, 800.0),
                                         {Qt::Key_Minus, 237.5, 862.5},
-                                        {Qt::Key_Plus, 300.0, 800.0}}) {
+                                        {Qt::Key_Plus, 300.0, 800.0},
+                                        {Qt::Key_Left, 250.0, 750.0}}) {
         QTest::keyClick(&plot_, key);
         EXPECT_TRUE(redrawn.wait());
         ExpectSeen(from, to);
@@ -141,17 +175,94 @@ TEST_F(PlotWidgetTest, theZoneBetweenTheCursorsIsShownAndTheCursorsStayAtTheirTi
     plot_.ShowDataset(0);
     cursors_.setCursor1(70);
     cursors_.setCursor2(20);
-    QTimer::singleShot(0, [] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        ASSERT_NE(menu, nullptr);
-        menu->actions()[0]->trigger();
-        menu->close();
-    });
-    QContextMenuEvent event(QContextMenuEvent::Mouse, {100, 100}, plot_.mapToGlobal(QPoint(100, 100)));
-    QApplication::sendEvent(&plot_, &event);
+    const QSignalSpy told(&plot_, &PlotWidget::ScalesChanged);
+    Choose(0);
+    EXPECT_EQ(told.count(), 1);
     ExpectSeen(200, 700);
     EXPECT_NEAR(plot_.FileOptions(0).cursors->first, 700, 1e-3);
     EXPECT_NEAR(plot_.FileOptions(0).cursors->second, 200, 1e-3);
+}
+
+TEST_F(PlotWidgetTest, theWheelZoomsAroundThePointerAndPansWithTheHand) {
+    plot_.ShowDataset(0);
+    cursors_.setCursor1(-50);
+    cursors_.setCursor2(-50);
+    DragTo(left, middle);
+    Wheel(middle, {0, 120});
+    ExpectSeen(50, 450);
+    Wheel(left + 946 / 4.0, {0, -120});
+    ExpectSeen(25, 525);
+    Wheel(middle, {0, -120}, Qt::ShiftModifier);
+    ExpectSeen(75, 575);
+    Wheel(middle, {240, 10});
+    ExpectSeen(0, 500);
+    QTest::mousePress(&plot_, Qt::MiddleButton, {}, {middle, 100});
+    QTest::mouseMove(&plot_, {middle - 473, 100});
+    QTest::mouseRelease(&plot_, Qt::MiddleButton, {}, {middle - 473, 100});
+    QTest::qWait(5);
+    ExpectSeen(250, 750);
+    DragTo(middle, middle + 3);  // a click
+    ExpectSeen(250, 750);
+}
+
+TEST_F(PlotWidgetTest, theMenuActsOnTheCursorItNames) {
+    plot_.ShowDataset(0);
+    cursors_.setCursor1(60);
+    cursors_.setCursor2(90);
+    DragTo(left, middle);
+    Choose(5);
+    ExpectCursors(500 / 3.0, 1000 / 3.0);
+    Choose(4, "222.5");
+    ExpectCursors(500 / 3.0, 222.5);
+    Choose(3, "111.5");
+    ExpectCursors(111.5, 222.5);
+    Choose(1);
+    ExpectSeen(0, 1000);
+    cursors_.setCursor1(50);
+    Type("333.5");
+    QTest::mouseDClick(&plot_, Qt::LeftButton, {}, {middle, 100});
+    ExpectCursors(333.5, 222.5);
+    Type("444.5");
+    QTest::mouseDClick(cursors_.findChild<QWidget*>("imgCursor2"), Qt::LeftButton);
+    ExpectCursors(333.5, 444.5);
+}
+
+TEST_F(PlotWidgetTest, linesAndStripShowEachCursorWhereItIs) {
+    PlotReadoutStrip strip(&plot_);
+    PlotFormat().nPlots = 1;
+    plot_.ShowDataset(0);
+    cursors_.setCursor1(25);
+    cursors_.setCursor2(75);
+    CurrentParameters().period = 100;
+    EXPECT_TRUE(QSignalSpy(&plot_, &PlotWidget::ReadoutChanged).wait());
+    const auto pixels = [&](double x, const QColor& colour) {
+        const QImage image = plot_.grab().toImage();
+        int count = 0;
+        for (int y = 8; y < 584; ++y)  // beside the grid and the curve
+            count += image.pixelColor(static_cast<int>(x), y) == colour ? 1 : 0;
+        return count;
+    };
+    const double x1 = left + 946 * 0.25, x2 = left + 946 * 0.75;
+    EXPECT_GT(pixels(x1, Qt::red), 150);
+    EXPECT_GT(pixels(x2, Qt::blue), 150);
+    EXPECT_TRUE(pixels(x1, Qt::blue) < 20 && pixels(x2, Qt::red) < 20);
+    const auto text = [&] {
+        return QTextDocumentFragment::fromHtml(strip.findChild<QLabel*>("lblReadout")->text())
+            .toPlainText()
+            .simplified()
+            .toStdString();
+    };
+    EXPECT_THAT(text(), testing::StartsWith("Time (s) ZG (psi) RTC (psi)"));
+    for (const char* row :
+         {"Cursor 1 250 250 250 ", "Cursor 2 750 750 750 ", "Difference 500 = 5 periods 500 500"})
+        EXPECT_THAT(text(), HasSubstr(row));
+    ZoomIn();
+    EXPECT_GT(pixels(left + 946 * 0.25 / 0.8, Qt::red), 150);
+    EXPECT_TRUE(strip.toolTip().contains("zoomed"));
+    QTest::mouseMove(&plot_, {static_cast<int>(left + 946 * 0.25 / 0.8) + 4, 100});
+    EXPECT_EQ(plot_.cursor().shape(), Qt::SizeHorCursor);
+    QTest::mouseMove(&plot_, {middle, 100});
+    EXPECT_EQ(plot_.cursor().shape(), Qt::ArrowCursor);
 }
 
 TEST_F(PlotWidgetTest, followingStaysWhereItIsWhileZoomed) {

@@ -59,6 +59,21 @@ TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
     EXPECT_EQ(moved.count(), 2);
 }
 
+TEST_F(TimeCursorsTest, arrowKeysMoveTheMarkerThatHasTheFocus) {
+    const std::tuple<const char*, Qt::Key, Qt::KeyboardModifiers, float, float> keys[] = {
+        {"imgCursor1", Qt::Key_Right, {}, 33.4F, 66.66F},
+        {"imgCursor2", Qt::Key_Left, {}, 33.4F, 66.6F},
+        {"imgCursor2", Qt::Key_Left, Qt::ControlModifier, 33.4F, 65.6F},
+        {"imgCursor1", Qt::Key_Right, Qt::ControlModifier, 34.4F, 65.6F},
+        {"imgCursor1", Qt::Key_Up, {}, 34.4F, 65.6F}};
+    for (const auto& [marker, key, modifiers, first, second] : keys) {
+        QTest::mouseClick(Child(marker), Qt::LeftButton);
+        QTest::keyClick(control_.focusWidget(), key, modifiers);
+        EXPECT_FLOAT_EQ(control_.cursor1(), first);
+        EXPECT_FLOAT_EQ(control_.cursor2(), second);
+    }
+}
+
 TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     control_.setMargin(100);
