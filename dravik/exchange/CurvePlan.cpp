@@ -105,7 +105,9 @@ class CurvePlanner {
     void TakeChosen() {
         for (const CurveChoice& choice : choices_.curves) {
             const std::size_t column = FindColumn(choice.column, names_, captions_);
-            if (plan_.columns[column].kind != ColumnKind::number)
+            if (plan_.columns[column].role == ColumnRole::curve)
+                Problem("column " + names_[column].name + " is chosen twice (--curves)");
+            else if (plan_.columns[column].kind != ColumnKind::number)
                 Problem("column " + names_[column].name + " holds no numbers");
             else
                 Take(column, choice.name, choice.unit);

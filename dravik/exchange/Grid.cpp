@@ -71,7 +71,7 @@ class GridDecider {
             Problem("the median step of " + Span(median) + " is longer than the longest of a grid, " +
                     Span(longestStep) + " (--step " + LargestDivisor(median) + ")");
         if (median < 0.5 - roundOff)
-            Problem("the median step of " + vorela::ShortestText(median / 100.0) +
+            Problem("the median step of " + vorela::ShortestText(std::round(median * 1e7) / 1e9) +
                     (kind_ == DK_INDEX_TIME ? " s" : " ft") +
                     " is shorter than half of the shortest of a grid (--time-unit, or --step CS for means)");
     }
@@ -157,8 +157,9 @@ class GridDecider {
             Note(std::to_string(times_.gaps) + (times_.gaps == 1 ? " gap" : " gaps") +
                  " between rows, up to " + Span(times_.longestStep));
         if (choices_.fill > 0.0)
-            Note(std::to_string(times_.gapsToFill) + " gaps between rows of up to " +
-                 Span(choices_.fill * 100.0) + " are filled by straight lines");
+            Note(std::to_string(times_.gapsToFill) +
+                 (times_.gapsToFill == 1 ? " gap between rows of up to " : " gaps between rows of up to ") +
+                 Span(choices_.fill * 100.0) + " filled by straight lines");
     }
     void Note(std::string text) { decision_.notes.push_back(std::move(text)); }
     std::string Axis() const { return kind_ == DK_INDEX_TIME ? "time" : "depth"; }

@@ -34,6 +34,26 @@ double ShareOfValues(const HeadLine& line) {
     return filled == 0 ? 0.0 : static_cast<double>(values) / static_cast<double>(filled);
 }
 
+/// Of the lines of a width that hold any value.
+double MeanShare(const std::vector<HeadLine>& lines, std::size_t width) {
+    double sum = 0.0;
+    std::size_t count = 0;
+    for (const HeadLine& line : lines) {
+        if (line.isComment || line.cells.size() != width)
+            continue;
+        const double share = ShareOfValues(line);
+        sum += share;
+        count += share > 0.0 ? 1 : 0;
+    }
+    return count == 0 ? 0.0 : sum / static_cast<double>(count);
+}
+
+bool FirstCellsAreNumbers(const std::vector<HeadLine>& lines) {
+    const auto numbers = std::count_if(
+        lines.begin(), lines.end(), [](const HeadLine& line) { return line.KindAt(0) == CellKind::number; });
+    return static_cast<std::size_t>(numbers) * 2 > lines.size();
+}
+
 /// The separator that a first line "sep=;" states.
 std::optional<char> StatedSeparator(const TextFile& file) {
     LineReader reader(file);
@@ -45,6 +65,13 @@ std::optional<char> StatedSeparator(const TextFile& file) {
     if (line.size() != 5 || LowerCase(line.substr(0, 4)) != "sep=")
         return std::nullopt;
     return line[4];
+}
+
+/// What spreadsheets write where a value cannot be had: #N/A, #REF!, #NAME?
+bool IsSheetError(std::string_view cell) {
+    return cell.size() >= 4 && cell.size() <= 8 && cell.front() == '#' &&
+           (cell == "#N/A" || cell.back() == '!' || cell.back() == '?') &&
+           cell.find_first_of(" \t") == std::string_view::npos;
 }
 
 bool IsTooWide(const std::vector<HeadLine>& lines) {
@@ -102,6 +129,12 @@ DecimalProofs CollectProofs(const SeparatedHead& head) {
     return proofs;
 }
 
+/// Names that come again between rows tell nothing about the columns.
+bool HoldsValue(const HeadLine& line) {
+    return std::any_of(line.kinds.begin(), line.kinds.end(),
+                       [](CellKind kind) { return kind == CellKind::number || IsTime(kind); });
+}
+
 CellKind KindOfColumn(const std::vector<const HeadLine*>& lines, std::size_t column) {
     std::array<std::size_t, 6> counts{};
     for (const HeadLine* line : lines)
@@ -144,7 +177,7 @@ std::size_t FindFirstRow(const SeparatedHead& head, const TableShape& shape) {
 
 std::optional<std::string_view> BehindCommentMark(std::string_view text) {
     text = TrimmedCell(text);
-    if (!text.starts_with('#') && !text.starts_with("//"))
+    if (IsSheetError(text) || (!text.starts_with('#') && !text.starts_with("//")))
         return std::nullopt;
     const std::size_t behind = text.find_first_not_of(text.front());
     return behind == std::string_view::npos ? std::string_view() : text.substr(behind);
@@ -218,9 +251,13 @@ SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, 
         if (IsTooWide(lines))
             throw ExchangeError("line " + std::to_string(lines.front().place.line) + ": more than " +
                                 std::to_string(mostCells) + " columns");
+        // "0,5 12,25": the blanks count half, yet leave nothing but numbers.
+        best.blanksExplainMore = candidate == ' ' && best.separator == ',' && !separator &&
+                                 score.score * 2.0 > bestScore && MeanShare(lines, score.width) > 0.9 &&
+                                 FirstCellsAreNumbers(best.lines);
         if (score.score > bestScore * (1.0 + 1e-9)) {
             bestScore = score.score;
-            best = {sign, score.width, std::move(lines)};
+            best = {sign, score.width, false, std::move(lines)};
         }
     }
     return best;
@@ -273,7 +310,7 @@ TableShape FindTable(const SeparatedHead& head) {
     shape.width = head.width;
     std::vector<const HeadLine*> fitting;
     for (const HeadLine& line : head.lines) {
-        if (!line.isComment && FitsWidth(line, head.width, head.separator))
+        if (!line.isComment && FitsWidth(line, head.width, head.separator) && HoldsValue(line))
             fitting.push_back(&line);
     }
     fitting.erase(fitting.begin(), fitting.begin() + static_cast<std::ptrdiff_t>(fitting.size() / 2));

@@ -47,7 +47,8 @@ SeparatorScore ScoreOf(const std::vector<HeadLine>& head, char separator);
 /// The head under the separator that explains it best.
 struct SeparatedHead {
     char separator = ',';
-    std::size_t width = 0;  ///< 0: no separator makes a table
+    std::size_t width = 0;           ///< 0: no separator makes a table
+    bool blanksExplainMore = false;  ///< commas were preferred to blanks that leave less text
     std::vector<HeadLine> lines;
 };
 /// `separator`: the user's choice; otherwise a line "sep=;" or the best score of tab ; , | and blanks. Throws

@@ -46,13 +46,14 @@ bool CouldBeNames(const HeadLine& line, const TableShape& table) {
     return false;
 }
 
-std::size_t NamesScore(const HeadLine& line) {
+/// Cells beyond the table's columns name nothing.
+std::size_t NamesScore(const HeadLine& line, std::size_t width) {
     std::set<std::string_view> texts;
     for (std::size_t i = 0; i < line.cells.size(); ++i) {
         if (line.kinds[i] == CellKind::text)
             texts.insert(line.cells[i]);
     }
-    return FilledCells(line) + texts.size();
+    return std::min(FilledCells(line), width) + std::min(texts.size(), width);
 }
 
 /// "Time" "[s]" as one cell: between blanks a unit in brackets stands apart from its name.
@@ -134,7 +135,7 @@ std::string OneLine(std::string caption) {
 std::optional<std::size_t> FindNames(const std::vector<HeadLine>& lines, const TableShape& table) {
     std::optional<std::size_t> best;
     const auto rank = [&](std::size_t i) {
-        return std::pair(lines[i].isComment ? 0 : 1, NamesScore(lines[i]));
+        return std::pair(lines[i].isComment ? 0 : 1, NamesScore(lines[i], table.width));
     };
     for (std::size_t i = 0; i < lines.size(); ++i) {
         if (!CouldBeNames(lines[i], table))

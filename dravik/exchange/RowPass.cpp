@@ -55,9 +55,8 @@ class RowPass {
         if (!time_.Read(row, time)) {
             if (result_.problems.size() < 3)
                 result_.problems.push_back("line " + std::to_string(row.Line()) + ": " +
-                                           QuotedCell(row.Cell(rules_.time.columns.front())) +
-                                           " is no time like those before (--leave-out " +
-                                           std::to_string(row.Line()) + ")");
+                                           QuotedCell(row.Cell(rules_.time.columns.front())) + WhyNoTime() +
+                                           " (--leave-out " + std::to_string(row.Line()) + ")");
             return;
         }
         if (!begun_)
@@ -82,6 +81,12 @@ class RowPass {
             first = time.at[i];
             haveOne = true;
         }
+    }
+
+    std::string WhyNoTime() const {
+        if (!rules_.time.format.empty())
+            return " does not fit --time-format " + rules_.time.format;
+        return begun_ ? " is no time like those before" : " is no time that is known (--time-format FMT)";
     }
 
     /// The first row tells where the grid of an existing dataset lies among the file's times.
@@ -160,6 +165,7 @@ class RowPass {
         result_.last = time_.Now();
         result_.hasDate = time_.HasDate();
         result_.hasZone = time_.HasZone();
+        result_.minutesOnly = time_.MinutesOnly();
         result_.problems.insert(result_.problems.begin(), rows_->Problems().begin(), rows_->Problems().end());
         result_.notes = rows_->Notes();
         result_.leftOut = rows_->LinesLeftOut();

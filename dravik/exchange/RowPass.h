@@ -24,6 +24,7 @@ struct RowPassResult {
     TimeReader::State last;
     bool hasDate = false;
     bool hasZone = false;
+    bool minutesOnly = false;  ///< clocks mm:ss.f
     std::vector<Checkpoint> checkpoints;
     std::vector<std::string> problems;
     std::vector<std::string> notes;

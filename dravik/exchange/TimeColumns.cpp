@@ -57,6 +57,26 @@ std::string UnitInName(const std::string& name) {
     return {};
 }
 
+/// Six digits or more, four in front or a colon between two.
+bool LooksLikeTime(std::string_view cell) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    if (std::count_if(cell.begin(), cell.end(), isDigit) < 6)
+        return false;
+    const std::size_t colon = cell.find(':');
+    const bool clock = colon != std::string_view::npos && colon > 0 && colon + 1 < cell.size() &&
+                       isDigit(cell[colon - 1]) && isDigit(cell[colon + 1]);
+    return clock || std::all_of(cell.begin(), cell.begin() + 4, isDigit);
+}
+
+/// Numbers hhmmss: every pair of digits below 60 (24).
+bool CouldBePackedClocks(const std::vector<double>& values) {
+    return !values.empty() && std::all_of(values.begin(), values.end(), [](double v) {
+        const auto whole = static_cast<std::int64_t>(std::clamp(v, -1.0, 1e9));
+        return static_cast<double>(whole) == std::floor(v) && whole >= 0 && whole < 240000 &&
+               whole % 100 < 60 && whole / 100 % 100 < 60;
+    });
+}
+
 /// Searches the columns in the order of trust.
 class TimeColumnFinder {
   public:
@@ -191,7 +211,21 @@ class TimeColumnFinder {
         return true;
     }
 
+    /// A text column that may well be dates in a form not known: no number is taken for the time beside it.
+    std::optional<std::size_t> UnreadTime() const {
+        return First([&](std::size_t i) {
+            return head_.Kind(i) == CellKind::text && head_.Changes(i) && !head_.Cells(i).front().empty() &&
+                   (NamesTime(head_.Name(i).name) || LooksLikeTime(head_.Cells(i).front()));
+        });
+    }
+
     bool FindEven() {
+        if (const auto unread = UnreadTime()) {
+            finding_.problems.push_back("column " + head_.Name(*unread).name + ": " +
+                                        QuotedCell(head_.Cells(*unread).front()) +
+                                        " is no date or clock that is known (--time COL --time-format FMT)");
+            return true;
+        }
         const auto found = First([&](std::size_t i) {
             const NameAndUnit& name = head_.Name(i);
             return head_.Kind(i) == CellKind::number && name.unit.empty() && !NamesCounter(name.name) &&
@@ -226,6 +260,26 @@ double EpochUnit(const std::vector<double>& values, const std::string& unit) {
     if (between(1e9, 1e10) && (seconds == 0.0 || seconds == 1.0))
         return 1.0;
     return between(1e12, 1e13) && (seconds == 0.0 || seconds == 0.001) ? 0.001 : 0.0;
+}
+
+/// Dates and clocks written as one number must not pass for seconds.
+void FindPackedTimes(const HeadColumns& head, std::size_t column, const std::string& unit,
+                     const std::vector<double>& values, TimeFinding& finding) {
+    const std::vector<std::string>& cells = head.Cells(column);
+    if (values.empty() || !unit.empty())
+        return;
+    const std::string where = "column " + head.Name(column).name + ": ";
+    if (values.front() >= 1e13)
+        finding.problems.push_back(where + QuotedCell(cells.front()) +
+                                   " is no number of seconds: a date? (--time COL --time-format FMT)");
+    bool besideDates = false;
+    for (std::size_t i = 0; i < head.Count(); ++i)
+        besideDates = besideDates || head.Kind(i) == CellKind::date;
+    const bool padded = cells.front().size() == 6 && cells.front().front() == '0';
+    if ((besideDates || padded) && values.back() >= 10000.0 && CouldBePackedClocks(values))
+        finding.problems.push_back(
+            where + QuotedCell(cells.front()) +
+            ": seconds or hhmmss? (--time-unit s, or --time COL,COL --time-format FMT)");
 }
 
 }  // namespace
@@ -320,6 +374,7 @@ void SettleNumberUnit(const HeadColumns& head, std::size_t column, std::string u
     rule.unitName = rule.unit == 0.001 ? "ms" : "s";
     if (rule.isEpoch)
         return;
+    FindPackedTimes(head, column, unit, values, finding);
     const double least = values.empty() ? 0.0 : *std::min_element(values.begin(), values.end());
     const double most = values.empty() ? 0.0 : *std::max_element(values.begin(), values.end());
     if (unit.empty() && least >= 20000.0 && most <= 80000.0 && std::abs(MedianOf(StepsOf(values))) < 1.0)

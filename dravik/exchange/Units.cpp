@@ -52,6 +52,7 @@ std::string KeyOf(std::string_view unit) {
 /// What stands in brackets without being a unit: how a value was made, serial numbers.
 bool IsRemark(std::string_view text) {
     return text.find_first_of(":#") != std::string_view::npos ||
+           text.find_first_not_of("0123456789") == std::string_view::npos ||
            IsOneOf(LowerCase(TrimmedCell(text)),
                    {"avg", "min", "max", "sum", "std", "smp", "mean", "average"});
 }
@@ -70,7 +71,9 @@ std::optional<NameAndUnit> SplitAtBracket(std::string_view caption) {
     const std::string_view inside = TrimmedCell(caption.substr(open + 1, caption.size() - open - 2));
     const std::string_view name = TrimmedCell(caption.substr(0, open));
     const bool detached = caption[open - 1] == ' ';
-    if (inside.empty() || name.empty() || IsRemark(inside) || (!detached && !IsKnownUnit(inside)))
+    const bool isMinutes = LowerCase(inside) == "min" && NamesTime(name);
+    if (inside.empty() || name.empty() || (IsRemark(inside) && !isMinutes) ||
+        (!detached && !IsKnownUnit(inside)))
         return std::nullopt;
     return NameAndUnit{std::string(name), std::string(inside)};
 }

@@ -70,7 +70,7 @@ TEST(Grid, RowsOnAGridStayAsTheyAreAndGapsStayGaps) {
     for (std::size_t i = 0; i < values.size(); ++i)
         EXPECT_NEAR(values[i], static_cast<float>(i) + 1.0F, 0.01) << i;
     EXPECT_EQ(CurveOf(filled, 1), (std::vector<float>{1, 1, 3, 3, 3, 3, 3, 1, 1}));
-    EXPECT_TRUE(Tells(filled, "1 gaps between rows of up to 4 s are filled"));
+    EXPECT_TRUE(Tells(filled, "1 gap between rows of up to 4 s filled"));
 }
 
 TEST(Grid, CodesAreNeverInterpolated) {

@@ -93,6 +93,10 @@ TEST(Las, RepairsAndRefusals) {
              {"~C\nDEPT..1IN :\nA. :\n~A\n1200 1\n1260 2\n1320 3\n", "blanks.|A |DEPT .1IN|1000+50x3", ""},
              {"~C\nDEPT.M :\nA. :\nB. :\n~A DEPT A\n101 3\n100.5 2\n100 1\n", "blanks.|A |DEPT M|32808+164x3",
               "turned round"},
+             {"~W\nSTRT.FT 0 :\n~C\nT.M :\nA. :\n~A\n0, 1\n0.5, 2\n1, 3\n", ",.|A |T M|0+164x3",
+              "STRT is in FT"},
+             {"~C\nT.D :\nA. :\n~A\n45365.25 1\n45365.2500115741 2\n45365.2500231481 3\n",
+              "blanks.|A |T D|0+100x3|2024-03-14T06:00:00", "30 December 1899"},
              {"~V\nVERS. 2 :\n", "it has no ~A section (LAS)", ""}}) {
         const ImportPlan plan = PlanOf(c.text);
         EXPECT_EQ(Summary(plan), c.plan) << c.text << PlanText(plan);

@@ -46,6 +46,9 @@ TEST(Plan, FindsEncodingLineEndsAndSeparator) {
                  {"T [s]  P [psi]\n  0 1.5\n  1 2.5\n  2 3.5\n 3 4.5\n", "blanks.|P(psi) |T s|0+100x4", ""},
                  {"T,P,\n0,1.5,\n1,2.5,\n2,3.5,\n3,4.5,\n", ",.|P |T s|0+100x4", ""},
                  {"\"T\n(s)\",\"a \"\"P\"\"\"\n" + rows, ",.|A__P_ |T s|0+100x40", ""},
+                 {"T P\n0,5 1,5\n1,5 2,5\n2,5 3,5\n",
+                  "commas or blanks between the cells? (--separator , or --separator blanks)", ""},
+                 {"T,P\n0,1,5\n1,2,5\n2,3,5\n", ",.|P COL3 |T s|0+100x3", "no name for COL3"},
                  {"PK\x03\x04" + rows, "it is a binary file, not text", ""},
                  {"\n \n", "the file is empty", ""},
                  {"some words\nand more\n",
@@ -79,6 +82,9 @@ TEST(Plan, FindsNamesAndUnits) {
          {"# logger\n# T,P,Q\n# s,psi,gpm\n" + body, ",.|P(psi) Q(gpm) " + grid, "1 line of preamble"},
          {body, ",.|COL2 COL3 |COL1 s|0+100x4", "COL1, COL2 ..."},
          {"T,P,Unit\n0,1.5,psi\n1,2.5,psi\n2,3.5,psi\n", ",.|P(psi) |T s|0+100x3", "text in column Unit"},
+         {"Time (min),P #2 (psi),T [12]\n" + body, ",.|P_#2(psi) T_[12] |Time min|0+6000x4", ""},
+         {"and much more prose\nT P Q\n0 1 2\n1 2 3\n2 5 4\n3 2 1\n", "blanks.|P Q " + grid,
+          "1 line of preamble"},
          {"P\nUNIT: psi\nT,P,Q\n" + body, ",.|P(psi) Q " + grid, ""}});
 }
 
@@ -96,7 +102,7 @@ TEST(Plan, FindsTheTime) {
           ",.|P |Date Time mdy|0+100x3|2024-03-14T13:59:59", ""},
          {at("Clock,Date", {"23:59:59,2024-12-31", "00:00:00,2025-01-01", "00:00:01,2025-01-01"}),
           ",.|P |Date Clock ymd|0+100x3|2024-12-31T23:59:59", ""},
-         {at("Clock", {"23:59:59", "00:00:00", "00:00:01"}), ",.|P |Clock |0+100x3", "1 times past midnight"},
+         {at("Clock", {"23:59:59", "00:00:00", "00:00:01"}), ",.|P |Clock |0+100x3", "once past midnight"},
          {at("Clock", {"59:59.5", "00:00.0", "00:00.5"}), ",.|P |Clock |50+50x3", "full hour"},
          {at("Date,Time,ms", {"2024/3/4,1:00:00,500", "2024/3/4,1:00:00,750", "2024/3/4,1:00:01,0"}),
           ",.|P |Date Time ms ymd|50+25x3|2024-03-04T01:00:00", "milliseconds"},
@@ -115,6 +121,16 @@ TEST(Plan, FindsTheTime) {
           "column Time rises by less than 1 from 45365.1: days or seconds? (--time-unit d or s)", ""},
          {at("No,X", {"1,0", "2,2", "3,4"}), ",.|NO P |X s|0+200x3", "rises evenly"},
          {at("Depth (m)", {"100", "100.1524", "100.3048"}), ",.|P |Depth m|32808+50x3", ""},
+         {at("When", {"20240314 093000", "20240314 093001", "20240314 093002"}),
+          "column When: \"20240314 093000\" is no date or clock that is known (--time COL --time-format FMT)",
+          ""},
+         {at("When", {"20240314093000", "20240314093001", "20240314093002"}),
+          "column When: \"20240314093000\" is no number of seconds: a date? (--time COL --time-format FMT)",
+          ""},
+         {at("Date,Time", {"2024-03-14,093058", "2024-03-14,093059", "2024-03-14,093100"}),
+          "column Time: \"093058\": seconds or hhmmss? (--time-unit s, or --time COL,COL --time-format FMT)",
+          ""},
+         {at("Clock", {"09:30", "09:31", "09:32"}), ",.|P |Clock |0+6000x3", "read as hours and minutes"},
          {at("A,B", {"4,7", "2,9", "3,1"}), "no column tells the time (--time COL)", ""},
          {at("D", {"05/06/2024 10:00", "05/06/2024 10:01", "05/06/2024 10:02"}),
           ",.|P |D dmy|0+6000x3|2024-06-05T10:00:00", "--date-order"},
@@ -130,6 +146,9 @@ TEST(Plan, LeavesOutWhatIsNoRowAndSaysSo) {
         {{head + "\nEnd of data\nMean,3\n", ",." + plain, "without time at the end"},
          {head + "40,1", ",." + plain, "cut row at the end (line 42)"},
          {head + "T,P\n40,1.5\n# stop\n41,1.5\n", ",.|P |T s|0+100x42", "header again (line 42)"},
+         {"T,P\n0,#REF!\n1,1.5\nT,P\n2,2.5\nT,P\n3,3.5\nT,P\n", ",.|P |T s|0+100x4",
+          "again (3 lines from line 4)"},
+         {"P,T\n#N/A,0\n1.5,1\n2.5,2\n", ",.|P |T s|0+100x3", ""},
          {head + "39,39.5\n40,5.5\n", ",.|P |T s|0+100x41", "equal to the one before (line 42)"},
          {head + "40,1.5,9\n41,1.5,9\n42,1.5,9\n", ",.|P |T s|0+100x43", "from line 42 on"},
          {head + "40,x\n41,1.5\n", "line 42: \"x\" in column 2 is no number (--leave-out 42)", ""},
@@ -158,6 +177,9 @@ TEST(Plan, ChoicesOverrideWhatIsFound) {
     const ImportPlan plan = PlanOf("A,B,Q (x)\n1,0,100\n2,500,200\n3,1000,300\n", choices);
     EXPECT_EQ(Summary(plan), ",.|FLOW(psi) |B ms|1000+50x3");
     EXPECT_FLOAT_EQ(CurveOf(plan, 0)[0], 14.5037738F);
+    Choices twice;
+    twice.curves = {{"P", "", ""}, {"#2", "AGAIN", ""}};
+    EXPECT_EQ(Summary(PlanOf("T,P\n" + rows, twice)), "column P is chosen twice (--curves)");
     Choices unknown;
     unknown.time = {"nowhere"};
     EXPECT_EQ(Summary(PlanOf("T,P\n" + rows, unknown)), "there is no column \"nowhere\" among T, P");

@@ -1,0 +1,15 @@
+// Why cycles have no results.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace vorela {
+
+/// One line for each cause among the real cycles of a dataset that have no results, in the order of the
+/// cycles: "cycles 4, 5 without results: gap in ZG F from 120.5 s to 130 s". Reads the curves that the
+/// results are computed from; throws when they cannot be read.
+std::vector<std::string> ReasonsForMissingResults(std::size_t dataset);
+
+}  // namespace vorela
