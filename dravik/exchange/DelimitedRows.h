@@ -8,6 +8,7 @@
 
 #include "dravik/exchange/Choices.h"
 #include "dravik/exchange/Head.h"
+#include "dravik/exchange/PlainRows.h"
 #include "dravik/exchange/RowReader.h"
 
 namespace dravik {
@@ -40,6 +41,10 @@ class DelimitedRows final : public RowReader {
     };
     enum class Verdict { row, leftOut, strange };
 
+    bool NextPlain(Row& row);
+    void RememberPrevious();
+    bool HasNumbersAtTimes(const Row& row) const;
+    void KeepLength(std::size_t bytes);
     Verdict Judge(const Record& record, Row& row);
     Verdict JudgeOther(const Record& record, const Row& row);
     bool FitsOrExceeds(const Record& record);
@@ -61,6 +66,8 @@ class DelimitedRows final : public RowReader {
     std::vector<LineRange> leaveOut_;
     RecordReader records_;
     std::vector<Strange> strange_;
+    PlainRows plain_;
+    std::string_view previousHeld_;  ///< the row before, where it is still held by the reader
     std::string previousText_;
     bool havePrevious_ = false;
     std::size_t extraFrom_ = 0;  ///< line of the first row with cells beyond the width
@@ -68,6 +75,7 @@ class DelimitedRows final : public RowReader {
     std::size_t shortRows_ = 0;
     std::array<std::size_t, 50> lastLengths_{};  ///< of the last cells of the rows before
     std::size_t lengthsSeen_ = 0;
+    std::size_t nextLength_ = 0;
 };
 
 }  // namespace dravik

@@ -20,6 +20,13 @@ std::size_t TouchingMinus(std::string_view word) {
     return std::string_view::npos;
 }
 
+PlainLayout PlainLayoutOf(const LasLayout& layout) {
+    PlainLayout plain;
+    plain.separator = layout.delimiter;
+    plain.columns.assign(layout.columns, PlainKind::number);
+    return plain;
+}
+
 }  // namespace
 
 LasRows::LasRows(const TextFile& file, const LasLayout& layout, CellRules rules,
@@ -30,14 +37,34 @@ LasRows::LasRows(const TextFile& file, const LasLayout& layout, CellRules rules,
       leaveOut_(std::move(leaveOut)),
       reader_(file),
       doubleQuotes_(layout.delimiter, '"'),
-      singleQuotes_(layout.delimiter, '\'') {
+      singleQuotes_(layout.delimiter, '\''),
+      plain_(file, PlainLayoutOf(layout), rules_) {
     reader_.Seek(layout_.data);
 }
 
 void LasRows::Seek(const Place& place) {
     reader_.Seek(place);
     havePrevious_ = false;
+    previousHeld_ = {};
     ended_ = false;
+}
+
+/// A line of as many numbers as there are columns.
+bool LasRows::NextPlain(Row& row) {
+    if (layout_.wrapped || !leaveOut_.empty() || ended_)
+        return false;
+    const std::string_view held = reader_.Held();
+    std::size_t length = 0;
+    row.place = reader_.Here();
+    if (!plain_.Scan(held, row, length) || row.states.front() != CellState::number)
+        return false;
+    const std::string_view text = held.substr(0, plain_.RowBytes());
+    if (!previousHeld_.empty() ? text == previousHeld_ : havePrevious_ && text == previousText_)
+        return false;
+    previousHeld_ = text;
+    havePrevious_ = true;
+    reader_.SkipLine(length);
+    return true;
 }
 
 bool LasRows::NextLine(std::string_view& line, Place& place) {
@@ -123,6 +150,12 @@ bool LasRows::IsRepeated(std::string_view text) {
 }
 
 bool LasRows::Next(Row& row) {
+    if (NextPlain(row))
+        return true;
+    if (!previousHeld_.empty()) {
+        previousText_ = previousHeld_.substr(0, previousHeld_.find_last_not_of('\r') + 1);
+        previousHeld_ = {};
+    }
     while (GatherCells(row)) {
         const std::size_t count = cells_.size();
         if (count != layout_.columns && Repair()) {

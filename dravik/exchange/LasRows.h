@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dravik/exchange/Choices.h"
+#include "dravik/exchange/PlainRows.h"
 #include "dravik/exchange/Records.h"
 #include "dravik/exchange/RowReader.h"
 
@@ -28,6 +29,7 @@ class LasRows final : public RowReader {
 
   private:
     bool NextLine(std::string_view& line, Place& place);
+    bool NextPlain(Row& row);
     bool GatherCells(Row& row);
     void Split(std::string_view text);
     bool Repair();
@@ -44,6 +46,8 @@ class LasRows final : public RowReader {
     std::vector<std::string_view> cells_;
     std::string text_;
     std::vector<std::string> repaired_;
+    PlainRows plain_;
+    std::string_view previousHeld_;  ///< the row before, where it is still held by the reader
     std::string previousText_;
     bool havePrevious_ = false;
     bool ended_ = false;

@@ -1,7 +1,6 @@
 #include "dravik/exchange/Numbers.h"
 
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -71,12 +70,6 @@ bool FromChars(std::string_view text, Real& value) {
     return std::isfinite(value);
 }
 
-/// Whether a double lies midway between two singles, where rounding twice may go the other way.
-bool IsMidway(double value) {
-    constexpr std::uint64_t belowSingle = (std::uint64_t{1} << 29) - 1;
-    return (std::bit_cast<std::uint64_t>(value) & belowSingle) == std::uint64_t{1} << 28;
-}
-
 constexpr std::ptrdiff_t exactDigits = 15;
 constexpr std::ptrdiff_t mostScannedDigits = 19;
 
@@ -91,7 +84,7 @@ bool ReadSingle(std::string_view cell, const NumberFormat& format, double& value
     if (!ReadNumber(cell, format, value))
         return false;
     const bool isSubnormal = std::abs(value) < static_cast<double>(std::numeric_limits<float>::min());
-    if (!isSubnormal && !IsMidway(value) &&
+    if (!isSubnormal && !IsMidwayBetweenSingles(value) &&
         std::abs(value) < static_cast<double>(std::numeric_limits<float>::max()))
         return true;
     float single = 0.0F;

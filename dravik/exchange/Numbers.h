@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -21,6 +22,12 @@ bool ReadNumber(std::string_view cell, const NumberFormat& format, double& value
 /// The same, rounded once from the decimals to single precision, so that what was written from singles comes
 /// back the same; infinite beyond their range.
 bool ReadSingle(std::string_view cell, const NumberFormat& format, double& value);
+
+/// Whether a double lies midway between two singles, where rounding twice may go the other way.
+inline bool IsMidwayBetweenSingles(double value) {
+    constexpr std::uint64_t belowSingle = (std::uint64_t{1} << 29) - 1;
+    return (std::bit_cast<std::uint64_t>(value) & belowSingle) == std::uint64_t{1} << 28;
+}
 
 inline constexpr std::array<double, 20> powersOfTen{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
                                                     1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,

@@ -108,8 +108,9 @@ class RowPass {
     /// Unix seconds of the first row's clock, where numbers tell the steps.
     std::optional<double> StartOf(const Row& row) const {
         Stamp stamp;
-        if (rules_.time.startColumns.empty() || !ReadStampCells(row, rules_.time.startColumns, "", stamp) ||
-            !stamp.hasDate)
+        std::array<StampCache, 2> stamps;
+        if (rules_.time.startColumns.empty() ||
+            !ReadStampCells(row, rules_.time.startColumns, "", stamps, stamp) || !stamp.hasDate)
             return std::nullopt;
         for (std::size_t i = 0; i < dateOrders; ++i) {
             const auto order = static_cast<DateOrder>(i);

@@ -1,8 +1,6 @@
 #include "dravik/exchange/RowReader.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
 #include "dravik/exchange/Cells.h"
 #include "general/NumberText.h"
@@ -27,12 +25,11 @@ CellState CellRules::Read(std::string_view cell, std::size_t column, double& val
     }
     if (!isNumber)
         return IsNullText(cell) ? CellState::null : CellState::other;
-    if (hasNullNumber && column != indexColumn && std::abs(value - nullNumber) <= std::abs(nullNumber) * 1e-7)
-        return CellState::null;
-    return CellState::number;
+    return IsNullNumber(value, column) ? CellState::null : CellState::number;
 }
 
 void ReadCells(const CellRules& rules, std::size_t columns, Row& row) {
+    row.isExact = false;
     row.states.resize(columns);
     row.values.resize(columns);
     for (std::size_t i = 0; i < columns; ++i)

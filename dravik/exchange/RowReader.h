@@ -1,6 +1,7 @@
 // The rows of a table, whatever the file's format.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -20,6 +21,7 @@ struct Row {
         nullptr;                    ///< may be fewer than columns; valid until the next row
     std::vector<CellState> states;  ///< one a column
     std::vector<double> values;  ///< one a column: infinite beyond single precision; 0 where it is no number
+    bool isExact = false;        ///< the values are those of ReadNumber
 
     std::string_view Cell(std::size_t column) const {
         return column < cells->size() ? (*cells)[column] : std::string_view();
@@ -37,6 +39,10 @@ struct CellRules {
     std::size_t indexColumn = static_cast<std::size_t>(-1);  ///< to which the null number does not apply
 
     CellState Read(std::string_view cell, std::size_t column, double& value) const;
+    bool IsNullNumber(double value, std::size_t column) const {
+        return hasNullNumber && column != indexColumn &&
+               std::abs(value - nullNumber) <= std::abs(nullNumber) * 1e-7;
+    }
 };
 
 /// Lines that hold no sample.

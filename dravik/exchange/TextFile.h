@@ -62,6 +62,13 @@ class LineReader {
     /// Of the line that Next gives next.
     Place Here() const { return {bufferOffset_ + at_, line_}; }
     void Seek(const Place& place);
+    /// What is held of the text from the next line on; valid until the next call.
+    std::string_view Held() const { return {buffer_.data() + at_, filled_ - at_}; }
+    /// Behind one line of the held text, `bytes` with its end.
+    void SkipLine(std::size_t bytes) {
+        at_ += bytes;
+        ++line_;
+    }
     /// Whether the line given last was closed by a line end.
     bool LineWasEnded() const { return ended_; }
 

@@ -12,19 +12,19 @@ constexpr double hourSeconds = 3600.0;
 }  // namespace
 
 bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
-                    Stamp& stamp) {
+                    std::array<StampCache, 2>& stamps, Stamp& stamp) {
     if (!format.empty()) {
         std::string text(row.Cell(columns.front()));
         for (std::size_t i = 1; i < columns.size(); ++i)
             text += " " + std::string(row.Cell(columns[i]));
         return ParseStampByFormat(text, format, stamp);
     }
-    if (!ParseStamp(row.Cell(columns.front()), stamp))
+    if (!stamps[0].Parse(row.Cell(columns.front()), stamp))
         return false;
     if (columns.size() < 2)
         return true;
     Stamp second;
-    if (!ParseStamp(row.Cell(columns[1]), second))
+    if (!stamps[1].Parse(row.Cell(columns[1]), second))
         return false;
     if (second.hasDate == stamp.hasDate)
         return second.hasDate != second.hasClock || !second.hasDate;
@@ -41,7 +41,10 @@ bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, con
 
 bool TimeReader::ReadNumberTime(const Row& row, RowTime& time) {
     double value = 0.0;
-    if (!ReadNumber(row.Cell(rule_.columns.front()), rule_.numbers, value) || !std::isfinite(value))
+    const std::size_t column = rule_.columns.front();
+    if (row.isExact && row.states[column] == CellState::number)
+        value = row.values[column];
+    else if (!ReadNumber(row.Cell(column), rule_.numbers, value) || !std::isfinite(value))
         return false;
     if (!state_.haveFirst) {
         state_.haveFirst = true;
@@ -75,12 +78,22 @@ double TimeReader::PassMidnights(double clock, const Stamp& stamp) {
     return clock + static_cast<double>(state_.turns) * turn;
 }
 
+/// Successive rows lie on the same day.
+void TimeReader::FindDays(const Stamp& stamp) {
+    if (stamp.parts == parts_ && stamp.shortYear == shortYear_)
+        return;
+    parts_ = stamp.parts;
+    shortYear_ = stamp.shortYear;
+    for (std::size_t i = 0; i < dateOrders; ++i)
+        days_[i] = DayOf(stamp, static_cast<DateOrder>(i));
+}
+
 bool TimeReader::Read(const Row& row, RowTime& time) {
     time = {};
     if (rule_.isNumber)
         return ReadNumberTime(row, time);
     Stamp stamp;
-    if (!ReadStampCells(row, rule_.columns, rule_.format, stamp))
+    if (!ReadStampCells(row, rule_.columns, rule_.format, stamps_, stamp))
         return false;
     if (state_.haveFirst && stamp.hasDate != hasDate_)
         return false;
@@ -97,12 +110,13 @@ bool TimeReader::Read(const Row& row, RowTime& time) {
         return true;
     }
     clock -= stamp.zoneSeconds - state_.firstZone;
+    FindDays(stamp);
     time.orders = stamp.orderIsPlain ? stamp.orders : static_cast<DateOrderSet>(stamp.orders & rule_.orders);
     for (std::size_t i = 0; i < dateOrders; ++i) {
         const auto order = static_cast<DateOrder>(i);
         if ((time.orders & SetOf(order)) == 0)
             continue;
-        const std::optional<std::int64_t> day = DayOf(stamp, order);
+        const std::optional<std::int64_t>& day = days_[i];
         if (!day)
             continue;
         if (!state_.haveFirst)

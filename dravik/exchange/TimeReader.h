@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "dravik/exchange/RowReader.h"
-#include "dravik/exchange/Stamp.h"
+#include "dravik/exchange/StampCache.h"
 
 namespace dravik {
 
@@ -62,7 +62,7 @@ class TimeReader {
 
   private:
     bool ReadNumberTime(const Row& row, RowTime& time);
-    bool ReadStamp(const Row& row, Stamp& stamp) const;
+    void FindDays(const Stamp& stamp);
     double ClockOf(const Row& row, const Stamp& stamp);
     double PassMidnights(double clock, const Stamp& stamp);
 
@@ -71,10 +71,14 @@ class TimeReader {
     bool hasDate_ = false;
     bool hasZone_ = false;
     bool minutesOnly_ = false;
+    std::array<StampCache, 2> stamps_;
+    std::array<int, 3> parts_{};  ///< of the date that days_ belong to
+    bool shortYear_ = false;
+    std::array<std::optional<std::int64_t>, dateOrders> days_{};
 };
 
 /// Date and clock cells of a row as one stamp, in either order.
 bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
-                    Stamp& stamp);
+                    std::array<StampCache, 2>& stamps, Stamp& stamp);
 
 }  // namespace dravik
