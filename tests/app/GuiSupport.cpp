@@ -98,15 +98,17 @@ void WindowFixture::TearDown() {
     DravikFixture::TearDown();
 }
 
-void WindowFixture::MakeLevel(const std::string& dataset, double depth, double flowAmplitude) {
+void WindowFixture::MakeLevel(const std::string& dataset, double depth, double flowAmplitude,
+                              std::int32_t first) {
     constexpr std::int32_t count = 20000;
     constexpr double radiansPerIndex = 2 * 3.14159265358979 / period;
     std::vector<CurveSpec> curves{
-        {"ZG", "psi", count, [](std::int32_t t) { return 3000 + 20 * std::sin(radiansPerIndex * t); }},
+        {"ZG", "psi", count, [](std::int32_t t) { return 3000 + 20 * std::sin(radiansPerIndex * t); }, first},
         {"RTC", "rps", count,
-         [flowAmplitude](std::int32_t t) { return 5 - flowAmplitude * std::cos(radiansPerIndex * t); }},
-        {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }}};
-    for (CurveSpec& curve : ValveCurves({6000, period, count}))
+         [flowAmplitude](std::int32_t t) { return 5 - flowAmplitude * std::cos(radiansPerIndex * t); },
+         first},
+        {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }, first}};
+    for (CurveSpec& curve : ValveCurves({first + 6000, period, count, first}))
         curves.push_back(std::move(curve));
     AddCurves(dataset, curves);
     SetPresentation(dataset, Presentation{});

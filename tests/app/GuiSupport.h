@@ -65,7 +65,7 @@ class WindowFixture : public DravikFixture {
     void TearDown() override;
 
     /// Pressure and flow of known amplitude and phase at the period of test, with the valve curves.
-    void MakeLevel(const std::string& dataset, double depth, double flowAmplitude);
+    void MakeLevel(const std::string& dataset, double depth, double flowAmplitude, std::int32_t first = 0);
     void MakeLevels();
     std::string PathOf(const std::string& dataset) const { return DatabasePath() + "/" + dataset; }
     /// Through File, Select Data..., Add, OK; then `filter` in the dialog of the filtered curves, if it is to

@@ -2,20 +2,27 @@
 
 #include <QAbstractItemView>
 #include <QAction>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSpinBox>
 #include <QStatusBar>
+#include <QTextBrowser>
 
+#include "BuildPaths.h"
 #include "analysis/ResultGridView.h"
 #include "analysis/modMain.h"
 #include "app/WindowPlace.h"
 #include "follow/StartUp.h"
 #include "platform/DravikLibraries.h"
+#include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
 #include "plotview/TimeCursors.h"
 #include "plotview/frmPlotScales.h"
@@ -220,10 +227,19 @@ TEST_F(MainWindow, CycleInformationListsEveryCycleAndChoosesOne) {
                                         "mag.\tPres. mag.\tFlow mag.\n1\t240\t"));
         emit grid.cellDoubleClicked(2, 0);
         EXPECT_EQ(cycle.currentText(), "3");
+        Click(dialog, "cmdCopy");
+        EXPECT_EQ(QApplication::clipboard()->text(), grid.WholeText());
+        Find<QComboBox>(dialog, "cboLevel").setFocus();
+        Press(Qt::Key_Down);
+        EXPECT_EQ(dialog.windowTitle(), "Cycle information - LEVEL1");
+        EXPECT_NE(QApplication::clipboard()->text(), grid.WholeText());
+        cycle.setFocus();
+        Press(Qt::Key_Down);
         Click(dialog, "cmdOK");
     });
     Trigger("mnuView0");
     EXPECT_EQ(Cell("fgLevel", levelCycleNumberRow), "3");
+    EXPECT_EQ(CurrentSelection().datasets[1].cycles.selectedCycle, 2);
 }
 
 TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
@@ -272,19 +288,53 @@ TEST_F(MainWindow, TimerFollowsARecordingToItsEndButNeverDuringAnAction) {
 
 TEST_F(MainWindow, EveryMenuEntryDoesWhatItSays) {
     FinishedJob();
-    const std::pair<const char*, const char*> dialogs[] = {
-        {"Save &Plot to File...", "frmSavePlot"},
-        {"&Parameters...", "frmParameters"},
-        {"&Cycle information...", "frmCycleInfo"},
-        {"&Create filtered P and QS curves...", "frmFilteredCurves"},
-        {"&Scales...", "frmPlotScales"},
-        {"&Format...", "frmPlotFormat"},
-        {"&About...", "frmAbout"}};
+    const std::tuple<const char*, const char*, const char*> dialogs[] = {
+        {"Save &Plot to File...", "mnuFile6", "frmSavePlot"},
+        {"&Print Plot...", "mnuFile7", "dlgPrint"},
+        {"&Parameters...", "mnuEdit0", "frmParameters"},
+        {"&Cycle information...", "mnuView0", "frmCycleInfo"},
+        {"&Create filtered P and QS curves...", "mnuAction0", "frmFilteredCurves"},
+        {"&Scales...", "mnuPlot0", "frmPlotScales"},
+        {"&Format...", "mnuPlot1", "frmPlotFormat"},
+        {"&About...", "mnuHelp2", "frmAbout"}};
     ModalScript script;
-    for (const auto& [caption, dialog] : dialogs) {
+    for (const auto& [caption, name, dialog] : dialogs) {
+        EXPECT_EQ(window->findChild<QAction*>(name)->text(), caption);
         script.Then(dialog, [](QDialog& shown) { shown.reject(); });
         Choose(caption);
     }
+    const std::pair<QKeySequence, const char*> keys[] = {{QKeySequence("Ctrl+Shift+S"), "frmSavePlot"},
+                                                         {QKeySequence("Ctrl+P"), "dlgPrint"},
+                                                         {QKeySequence("Ctrl+E"), "frmParameters"},
+                                                         {QKeySequence("Ctrl+I"), "frmCycleInfo"},
+                                                         {QKeySequence("Ctrl+D"), "frmSelectData"}};
+    ports.answers = {false};  // the data stay selected
+    for (const auto& [key, dialog] : keys) {
+        script.Then(dialog, [](QDialog& shown) {
+            shown.findChild<QPushButton*>("cmdOK") != nullptr&& shown.objectName() == "frmSelectData"
+                ? Click(shown, "cmdOK")
+                : shown.reject();
+        });
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+        QTest::keySequence(window.get(), key);
+    }
+    // The file's place is known once the program has started; here nothing has set it.
+    const_cast<std::string&>(HelpFilePath()) = VORELA_SOURCE_DIR "/docs/help/Vorela.hlp";
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    QTest::keyClick(window.get(), Qt::Key_F1);
+    auto* help = window->findChild<QWidget*>("dlgHelp");
+    ASSERT_TRUE(help != nullptr && help->isVisible());
+    EXPECT_TRUE(Find<QTextBrowser>(*help, "txtHelp").toPlainText().contains("Vorela"));
+    QTest::keyClick(help, Qt::Key_Escape);
+    EXPECT_FALSE(help->isVisible());
+    Choose("&Contents...");
+    EXPECT_TRUE(help->isVisible());
+    help->close();
+    const_cast<std::string&>(HelpFilePath()) = folder.File("absent.hlp");
+    Choose("&Contents...");
+    EXPECT_THAT(ports.TakeBox().text, HasSubstr("absent.hlp"));
     Choose("&Save Interpretation Data to File...");
     ASSERT_EQ(ports.saveRequests.size(), 1U);
     EXPECT_EQ(ports.saveRequests[0].proposed, folder.File("well LEVEL2"));
@@ -316,6 +366,129 @@ TEST_F(MainWindow, EveryMenuEntryDoesWhatItSays) {
     EXPECT_FALSE(window->isVisible());
     EXPECT_EQ(LoadedLibraries().databaseHandle, nullptr);
     ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
+}
+
+TEST_F(MainWindow, SavedAndPrintedPlotsFollowEveryControlOfTheirDialogs) {
+    FinishedJob();
+    PlotFormat().nPlots = 1;
+    SetTab(6);
+    QTest::qWait(20);  // the layout has settled
+    auto& cursors = Find<TimeCursors>(*window, "cursors");
+    cursors.setCursor1(15);
+    cursors.setCursor2(65);
+    const QSize size = Find<QWidget>(*window, "picPlot").size();
+    const auto pixels = [&](const QImage& image, double percent, const QColor& colour) {
+        const double scale = image.width() / static_cast<double>(size.width());
+        const double x = (cursors.Margin() + percent / 100 * (size.width() - 2 * cursors.Margin())) * scale;
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            count += image.pixelColor(static_cast<int>(x), y) == colour ||
+                             image.pixelColor(static_cast<int>(x) - 1, y) == colour
+                         ? 1
+                         : 0;
+        return count;
+    };
+    ModalScript script;
+    const std::string file = folder.File("saved.png");
+    for (const auto& [resolution, mono, lines] :
+         {std::tuple(192, true, true), {96, false, false}, {288, false, true}}) {
+        ports.saveFileAnswer = SaveFileChoice{file, 1};
+        script.Then("frmSavePlot", [=](QDialog& dialog) {
+            EXPECT_EQ(Find<QSpinBox>(dialog, "spnResolution").value(), 150);
+            Find<QSpinBox>(dialog, "spnResolution").setValue(resolution);
+            Find<QCheckBox>(dialog, "chkMonochrome").setChecked(mono);
+            Find<QCheckBox>(dialog, "chkCursors").setChecked(lines);
+            Click(dialog, "cmdOK");
+        });
+        Trigger("mnuFile6");
+        EXPECT_EQ(ports.saveRequests.back().proposed, folder.File("well LEVEL1"));
+        EXPECT_TRUE(Find<QStatusBar>(*window, "statBar").currentMessage().endsWith("saved.png"));
+        const QImage image(QString::fromStdString(file));
+        EXPECT_EQ(image.size(), size * (resolution / 96));
+        for (const auto& [percent, own] : {std::pair(15.0, QColor(Qt::red)), {65.0, QColor(Qt::blue)}})
+            EXPECT_EQ(pixels(image, percent, mono ? QColor(Qt::black) : own) > image.height() / 5, lines)
+                << resolution << " " << percent;
+        EXPECT_EQ(mono, pixels(image, 40, Qt::red) + pixels(image, 40, Qt::blue) == 0) << "the curves";
+    }
+    script.Then("frmSavePlot", [](QDialog& dialog) { Click(dialog, "cmdCancel"); });
+    Trigger("mnuFile6");
+    EXPECT_EQ(ports.saveRequests.size(), 3U);
+    script.Then("dlgPrint", [this](QDialog& dialog) {
+        auto* printer = static_cast<QPrintDialog&>(dialog).printer();
+        EXPECT_EQ(printer->pageLayout().orientation(), QPageLayout::Landscape);
+        printer->setOutputFormat(QPrinter::PdfFormat);
+        printer->setOutputFileName(QString::fromStdString(folder.File("paper.pdf")));
+        dialog.done(QDialog::Accepted);
+    });
+    Trigger("mnuFile7");
+    EXPECT_EQ(Find<QStatusBar>(*window, "statBar").currentMessage(), "Plot printed");
+    EXPECT_GT(ReadAll(folder.File("paper.pdf")).size(), 1000U);
+}
+
+TEST_F(MainWindow, ChoosersTabsAndLabelsTellWhatIsSelected) {
+    FinishedJob({"LEVEL1", "LEVEL2", "LEVEL3"});
+    EXPECT_EQ(Find<QLabel>(*window, "lblSelection").text(), "3 levels, ZG / RTC");
+    auto& strip = Find<QTabBar>(*window, "tsMain");
+    EXPECT_EQ(strip.tabToolTip(4), "LEVEL2 (6100 ft)");
+    const std::tuple<Qt::Key, Qt::KeyboardModifiers, int> keys[] = {
+        {Qt::Key_Tab, Qt::ControlModifier, 2},
+        {Qt::Key_PageDown, Qt::ControlModifier, 3},
+        {Qt::Key_PageUp, Qt::ControlModifier, 2},
+        {Qt::Key_Tab, Qt::ControlModifier | Qt::ShiftModifier, 1},
+        {Qt::Key_Tab, Qt::ControlModifier | Qt::ShiftModifier, 7}};
+    for (const auto& [key, modifiers, tab] : keys) {
+        QTest::keyClick(window.get(), key, modifiers);
+        EXPECT_EQ(window->SelectedTab(), tab);
+    }
+    EXPECT_FALSE(Find<QComboBox>(*window, "cboLevel").isVisible());
+    const std::tuple<int, const char*, const char*, const char*, int, const char*> boxes[] = {
+        {1, "cboLevel", "cboInterval", "fgLevel", 3, "LEVEL3"},
+        {2, "cboInterval", "cboLevel", "fgInterval", 13, "6000"},
+        {3, "cboInterval", "cboLevel", "fgQuicklook", 0, ""}};
+    for (const auto& [tab, box, hidden, grid, row, text] : boxes) {
+        SetTab(tab);
+        EXPECT_FALSE(Find<QComboBox>(*window, hidden).isVisible());
+        Find<QComboBox>(*window, box).setFocus();
+        Press(Qt::Key_Down);
+        EXPECT_EQ(Find<QComboBox>(*window, box).currentIndex(), 1);
+        EXPECT_EQ(Cell(grid, row), text);
+    }
+    SetTab(4);
+    GridOf("fgSummary").setCurrentCell(0, 2);
+    EXPECT_EQ(Find<QStatusBar>(*window, "statBar").currentMessage(),
+              GridOf("fgSummary").item(0, 2)->toolTip());
+}
+
+TEST_F(MainWindow, CursorTimesFollowTheScalesThatAreAppliedAndTheElapsedOrigin) {
+    MakeLevel("LATE", 6000, 1, 123'450);
+    ports.answers = {false, false, false};
+    SelectThroughDialog({"LATE"});
+    SetTab(5);
+    Find<TimeCursors>(*window, "cursors").setCursor1(25);
+    Find<TimeCursors>(*window, "cursors").setCursor2(70);
+    const auto& label = Find<QLabel>(*window, "lblCursors");
+    ModalScript script;
+    script.Then("frmPlotScales", [&](QDialog& dialog) {
+        Find<QCheckBox>(dialog, "chkFullRange").setChecked(true);
+        Click(dialog, "cmdApply");
+        EXPECT_EQ(label.text(), "[1733] [2637]") << "1230 s to 3240 s";
+        Find<QCheckBox>(dialog, "chkElapsed").setChecked(true);
+        Click(dialog, "cmdOK");
+    });
+    Trigger("mnuPlot0");
+    EXPECT_EQ(label.text(), "[502.5] [1407]");
+    ports.saveFileAnswer = SaveFileChoice{folder.File("late.svg"), 2};
+    script.Then("frmPlotFormat", [&](QDialog& dialog) {
+        Find<QComboBox>(dialog, "cboNPlots").setCurrentIndex(0);
+        Find<QComboBox>(dialog, "cboVertical").setCurrentText("4");
+        Click(dialog, "cmdApply");
+        dialog.reject();
+    });
+    Trigger("mnuPlot1");
+    script.Then("frmSavePlot", [](QDialog& dialog) { Click(dialog, "cmdOK"); });
+    Trigger("mnuFile6");
+    for (const char* text : {">0<", ">502.5<", ">1005<", ">2010<", "Vorela plot - LATE<"})
+        EXPECT_NE(ReadAll(folder.File("late.svg")).find(text), std::string::npos) << text;
 }
 
 TEST_F(MainWindow, DatabaseThatCannotBeWrittenIsAnalysedAsItStands) {

@@ -49,11 +49,16 @@ TEST_F(PlotDialogs, everyBoxOfTheScalesKeepsItsOwnValue) {
         return Get<QGroupBox>(dialog, frame)->findChild<QCheckBox*>("chkAutoscale");
     };
     const char* frames[] = {"fraPres", "fraFlow", "fraMod", "fraFiltPres", "fraFiltFlow"};
-    CurrentSelection().commonCurves = {{"ZG", "psi"}, {"RTC", "rps"}};
+    EXPECT_EQ(Get<QLabel>(frmPlotScales(), "lblModUnits")->text(), "units");
+    CurrentSelection().commonCurves = {{"ZG", "psi"}, {"RTC", "rps"}, {"PVLPOS", "cps"}};
     CurrentSelection().choice.flowIndex = 1;
     frmPlotScales first;
-    EXPECT_EQ(Get<QLabel>(first, "lblFlowUnits")->text(), "rps");
-    EXPECT_EQ(Get<QLabel>(first, "lblModUnits")->text(), "units");
+    for (const auto& [label, unit] : {std::pair("lblPresUnits", "psi"),
+                                      {"lblFlowUnits", "rps"},
+                                      {"lblModUnits", "cps"},
+                                      {"lblFiltPresUnits", "psi"},
+                                      {"lblFiltFlowUnits", "rps"}})
+        EXPECT_EQ(Get<QLabel>(first, label)->text(), unit) << label;
     EXPECT_TRUE(Enabled(first, "cboRange") && !Enabled(first, "txtStart"));
     Click(first, "optSpecific");
     EXPECT_TRUE(!Enabled(first, "cboRange") && Enabled(first, "txtEnd"));
