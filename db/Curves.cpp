@@ -311,15 +311,22 @@ void CurveWriter::PutRun(std::int32_t first, std::span<const float> values) {
         run_.resize(std::max(run_.size(), start + values.size()));
         std::copy(values.begin(), values.end(), run_.begin() + at);
     }
-    if (std::ssize(run_) >= blockSamples)
-        Flush();
+    // A chunk of the store that is written twice costs twice, so the run goes out in whole ones.
+    const std::int64_t position = (std::int64_t{runStart_} - Info().firstIndex) / step;
+    const std::int64_t boundary = (position + std::ssize(run_)) / blockSamples * blockSamples;
+    if (boundary > position)
+        WriteFront(static_cast<std::size_t>(boundary - position));
+}
+
+void CurveWriter::WriteFront(std::size_t count) {
+    item_.Write(runStart_, static_cast<std::int64_t>(count), run_.data());
+    run_.erase(run_.begin(), run_.begin() + static_cast<std::ptrdiff_t>(count));
+    runStart_ = static_cast<std::int32_t>(runStart_ + static_cast<std::int64_t>(count) * Info().step);
 }
 
 void CurveWriter::Flush() {
-    if (run_.empty())
-        return;
-    item_.Write(runStart_, std::ssize(run_), run_.data());
-    run_.clear();
+    if (!run_.empty())
+        WriteFront(run_.size());
 }
 
 void CurveWriter::Mark(std::int32_t validFirst, std::int32_t validLast, const std::string& made) {

@@ -194,6 +194,8 @@ class CurveWriter {
 
   private:
     explicit CurveWriter(Item item) : item_(std::move(item)) {}
+    /// Writes the first samples of the run; the others wait.
+    void WriteFront(std::size_t count);
     Item item_;
     std::int32_t runStart_ = 0;
     std::vector<float> run_;

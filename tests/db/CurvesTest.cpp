@@ -121,6 +121,27 @@ TEST_F(Curves, WriterJoinsRunsReplacesSamplesAndDropsWhatLiesBeforeTheGridOrIsOf
     EXPECT_EQ(stored.info.extentFirst, 100);
 }
 
+TEST_F(Curves, WriterSendsWholeChunksWhereverRunsBeginAndEnd) {
+    constexpr std::size_t count = 40000;
+    std::vector<float> values(count);
+    std::iota(values.begin(), values.end(), 1.0F);
+    CurveWriter writer = Recreate("X_p");
+    constexpr std::array<std::size_t, 5> lengths{16380, 3, 16400, 1,
+                                                 7216};  // they end round the chunks' ends
+    const auto index = [](std::size_t at) { return static_cast<std::int32_t>(100 + 10 * at); };
+    std::size_t at = 0;
+    for (const std::size_t length : lengths) {
+        writer.PutRun(index(at), std::span(values).subspan(at, length));
+        at += length;
+    }
+    values[16383] = values[16385] = values[20000] = -1.0F;  // the first lies in a chunk that has gone out
+    for (const std::size_t changed : {16385, 16383, 20000})
+        writer.Put(index(changed), -1.0F);
+    writer.Flush();
+    const StoredCurve stored = ReadCurve("L", "X_p");
+    EXPECT_TRUE(std::equal(values.begin(), values.end(), stored.samples.begin(), stored.samples.end()));
+}
+
 TEST_F(Curves, NothingRecordedIsOverwritten) {
     CurveSpec taken = Line();
     for (const char* name : {"AB_p", "RTC_f", "PVLSIG"}) {
