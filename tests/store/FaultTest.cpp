@@ -230,6 +230,17 @@ TEST_F(CommitTest, AFileAtItsSizeLimitIsAFullDiskAndGoesOnWhenThereIsRoom) {
     EXPECT_GT(full, rounds / 3) << "rounds that met a full disk";
 }
 
+TEST_F(CommitTest, WhatUndoesOneCallOfManyNeedsNoTemporaryFile) {
+    const FaultyVfs vfs;
+    const Opened database(path);
+    const std::int32_t item = database.New("L/ZG/1", TimeCurve(), Ramp(4 * appended));
+    ASSERT_EQ(DBbegin(database.handle), DK_OK);
+    for (const float from : {1.0F, 2.0F})  // the second call changes what the transaction has changed
+        ASSERT_EQ(Write(item, 0, Ramp(4 * appended, from)), DK_OK);
+    EXPECT_EQ(DBcommit(database.handle), DK_OK);
+    EXPECT_EQ(FaultyVfs::TemporaryFiles(), 0);
+}
+
 TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
     Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
     sqlite3* reader = nullptr;

@@ -36,6 +36,8 @@ class FaultyVfs {
     static void Disarm() { Arm(Fault::none, 0, false); }
     /// Whether a call has failed since Arm.
     static bool Fired() { return state_.fired; }
+    /// Files in the folder for temporary ones so far.
+    static int TemporaryFiles() { return temporaryFiles_; }
 
   private:
     struct State {
@@ -85,6 +87,7 @@ class FaultyVfs {
     }
     static int Open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, int* given) {
         file->pMethods = nullptr;
+        temporaryFiles_ += name == nullptr ? 1 : 0;
         if (Fails(Fault::openError))
             return SQLITE_CANTOPEN;
         const int code = RealVfs()->xOpen(RealVfs(), name, file, flags, given);
@@ -106,6 +109,7 @@ class FaultyVfs {
     }
 
     static inline State state_{};
+    static inline int temporaryFiles_ = 0;
     static inline sqlite3_vfs vfs_;
 };
 
