@@ -244,7 +244,7 @@ void FillSummary(ResultGrid& grid) {
 /// The selection may have changed since the per-interval parameters were read.
 void MatchParametersToSelection() {
     const std::size_t count = CurrentSelection().datasets.size();
-    if (count > 0 && CurrentParameters().porosity.size() != count)
+    if (count > 0 && CurrentParameters().intervals.size() != count)
         ResizeIntervalArrays();
 }
 

@@ -18,16 +18,17 @@ constexpr const char* source = "modQuicklook";
 QuicklookRecord RecordOf(std::size_t interval) {
     const ParameterSet& parameters = CurrentParameters();
     const IntervalRecord& from = CurrentIntervals()[interval];
-    const auto entry = static_cast<std::int64_t>(interval);
+    const IntervalParameters& entry =
+        CheckedAt(parameters.intervals, static_cast<std::int64_t>(interval), source);
     QuicklookRecord record;
     record.label = from.label;
     record.reservoirHpi = from.reservoirHpi;
     record.reservoirPhase = from.reservoirPhase;
-    record.porosity = CheckedAt(parameters.porosity, entry, source);
-    record.viscosity = CheckedAt(parameters.viscosity, entry, source);
-    record.compressibility = CheckedAt(parameters.ct, entry, source);
+    record.porosity = entry.porosity;
+    record.viscosity = entry.viscosity;
+    record.compressibility = entry.ct;
     record.b0 = parameters.b0;
-    record.height = CheckedAt(parameters.height, entry, source);
+    record.height = entry.height;
     record.period = parameters.period;
     record.boreholeDiameter = parameters.dw;
     return record;

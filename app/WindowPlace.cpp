@@ -6,9 +6,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
-#include <string>
 
-#include "general/SettingsFile.h"
+#include "general/SettingsTable.h"
 
 namespace vorela {
 namespace {
@@ -17,11 +16,22 @@ constexpr const char* section = "Window";
 constexpr int smallestSide = 100;
 constexpr int largestSide = 100000;
 
-int Read(const char* key) {
-    return ReadIniInteger(section, key, 0, SettingsFilePath());
-}
-void Write(const char* key, int value) {
-    WriteIniString(section, key, std::to_string(value), SettingsFilePath());
+/// The section's fields; what the file does not hold makes no sense and so is not used.
+struct StoredPlace {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    bool maximized = false;
+};
+
+SettingFields Fields(StoredPlace& place) {
+    constexpr auto integer = SettingReading::integer;
+    return {{"Left", &place.left, {}, integer},
+            {"Top", &place.top, {}, integer},
+            {"Width", &place.width, {}, integer},
+            {"Height", &place.height, {}, integer},
+            {"Maximized", &place.maximized}};
 }
 
 std::int64_t Area(const QRect& rect) {
@@ -65,23 +75,19 @@ void FitDialog(QDialog& dialog, const QSize& room) {
 }
 
 std::optional<WindowPlace> ReadWindowPlace() {
-    const int width = Read("Width");
-    const int height = Read("Height");
-    const int left = Read("Left");
-    const int top = Read("Top");
+    StoredPlace place;
+    ReadFields(section, Fields(place));
     const auto sound = [](int value, int lower) { return value >= lower && value <= largestSide; };
-    if (!sound(width, smallestSide) || !sound(height, smallestSide) || !sound(left, -largestSide) ||
-        !sound(top, -largestSide))
+    if (!sound(place.width, smallestSide) || !sound(place.height, smallestSide) ||
+        !sound(place.left, -largestSide) || !sound(place.top, -largestSide))
         return std::nullopt;
-    return WindowPlace{QRect(left, top, width, height), Read("Maximized") != 0};
+    return WindowPlace{QRect(place.left, place.top, place.width, place.height), place.maximized};
 }
 
 void WriteWindowPlace(const WindowPlace& place) {
-    Write("Left", place.normal.left());
-    Write("Top", place.normal.top());
-    Write("Width", place.normal.width());
-    Write("Height", place.normal.height());
-    Write("Maximized", place.maximized ? -1 : 0);
+    const QRect& normal = place.normal;
+    StoredPlace stored{normal.left(), normal.top(), normal.width(), normal.height(), place.maximized};
+    WriteFields(section, Fields(stored));
 }
 
 QRect PlaceOnScreens(const QRect& window, const std::vector<QRect>& screens) {

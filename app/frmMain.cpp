@@ -495,10 +495,10 @@ void frmMain::StepChoice(int by) {
 
 std::optional<TextCell> frmMain::IntervalCell(int row) {
     static const std::vector<std::pair<std::size_t, IntervalField>> fields{
-        {quicklookPorosityRow, IntervalField::porosity},
-        {quicklookViscosityRow, IntervalField::viscosity},
-        {quicklookCompressibilityRow, IntervalField::compressibility},
-        {quicklookHeightRow, IntervalField::height}};
+        {quicklookPorosityRow, &IntervalParameters::porosity},
+        {quicklookViscosityRow, &IntervalParameters::viscosity},
+        {quicklookCompressibilityRow, &IntervalParameters::ct},
+        {quicklookHeightRow, &IntervalParameters::height}};
     const auto found = std::find_if(fields.begin(), fields.end(), [row](const auto& entry) {
         return static_cast<int>(entry.first) == row;
     });

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "follow/StartUp.h"
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
@@ -106,9 +107,10 @@ void CheckDatasetNames(const std::vector<std::string>& names) {
 }
 
 void Digest(const RawOptions& raw, BatchOptions& options) {
+    const std::vector<SettingsSection> sections = CommandLineSettings();
     for (const std::string& text : raw.settings) {
         std::string fault;
-        const auto setting = ParseSetting(text, fault);
+        const auto setting = ParseSetting(sections, text, fault);
         if (!setting)
             throw UsageFault{fault};
         options.settings.push_back(*setting);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/BatchSettings.h"
+#include "general/SettingsTable.h"
 
 namespace vorela {
 

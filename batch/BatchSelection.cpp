@@ -126,7 +126,7 @@ void CheckIndices(const BatchOptions& options) {
     if (options.interval && *options.interval > levels - 1)
         refuse("--interval " + std::to_string(*options.interval), levels - 1, "intervals");
     for (const SettingValue& setting : options.settings)
-        if (const auto level = LevelOfSetting(setting); level && *level >= levels)
+        if (const auto level = IndexOfKey(setting.key); level && *level >= levels)
             refuse("--set " + setting.section + "." + setting.key, levels, "levels, counted from 0");
 }
 

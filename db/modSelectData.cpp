@@ -335,6 +335,30 @@ std::int16_t To16Bit(std::int64_t value) {
                                                               std::numeric_limits<std::int16_t>::max()));
 }
 
+// --- Settings ---
+
+constexpr const char* datasetSection = "Dataset";
+
+/// The choice of curves as the settings file holds it.
+struct StoredChoice {
+    std::int32_t pressureIndex = 0;
+    std::int32_t flowIndex = 0;
+    std::string pressure = defaultPressure;
+    std::string flow = defaultFlow;
+};
+
+/// The flow curve's name stands under the key of its number and overwrites the number just written: settings
+/// files in the field are kept that way.
+SettingFields Fields(StoredChoice& stored) {
+    constexpr auto integer = SettingReading::integer;
+    const SettingRange number{0, std::numeric_limits<std::int16_t>::max(), "Curve number: Out of range"};
+    const SettingRange name{.message = "a curve name is needed"};
+    return {{"PresCurveNum", &stored.pressureIndex, number, integer},
+            {"FlowCurveNum", &stored.flowIndex, number, integer},
+            {"PresCurve", &stored.pressure, name},
+            {"FlowCurveNum", &stored.flow, name}};
+}
+
 }  // namespace
 
 void InitialiseDatasetVariables() {
@@ -574,27 +598,24 @@ std::vector<std::string> FilesInUse() {
 
 void ReadDatasetSettings() {
     Attempt(readingOptions, [] {
-        CurveChoice& choice = CurrentSelection().choice;
-        const std::string& file = SettingsFilePath();
-        choice.pressureIndex = To16Bit(ReadIniInteger("Dataset", "PresCurveNum", 0, file));
-        choice.flowIndex = To16Bit(ReadIniInteger("Dataset", "FlowCurveNum", 0, file));
-        choice.pressure = ReadIniString("Dataset", "PresCurve", defaultPressure, file);
-        // The flow curve's name stands under the key of its number: settings files in the field are kept that
-        // way.
-        choice.flow = ReadIniString("Dataset", "FlowCurveNum", defaultFlow, file);
+        StoredChoice stored;
+        ReadFields(datasetSection, Fields(stored));
+        CurrentSelection().choice = {To16Bit(stored.pressureIndex), To16Bit(stored.flowIndex),
+                                     stored.pressure, stored.flow};
     });
 }
 
 void WriteDatasetSettings() {
     Attempt(writingOptions, [] {
         const CurveChoice& choice = CurrentSelection().choice;
-        const std::string& file = SettingsFilePath();
-        WriteIniString("Dataset", "PresCurveNum", std::to_string(choice.pressureIndex), file);
-        WriteIniString("Dataset", "FlowCurveNum", std::to_string(choice.flowIndex), file);
-        WriteIniString("Dataset", "PresCurve", choice.pressure, file);
-        // The name overwrites the number just written (see ReadDatasetSettings).
-        WriteIniString("Dataset", "FlowCurveNum", choice.flow, file);
+        StoredChoice stored{choice.pressureIndex, choice.flowIndex, choice.pressure, choice.flow};
+        WriteFields(datasetSection, Fields(stored));
     });
+}
+
+SettingsSection DatasetSettings() {
+    static StoredChoice any;
+    return {datasetSection, Fields(any)};
 }
 
 }  // namespace vorela

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "db/DatasetRecord.h"
+#include "general/SettingsTable.h"
 
 namespace vorela {
 
@@ -72,5 +73,7 @@ std::vector<std::string> FilesInUse();
 /// The `[Dataset]` section.
 void ReadDatasetSettings();
 void WriteDatasetSettings();
+/// What the command line can set of it.
+SettingsSection DatasetSettings();
 
 }  // namespace vorela

@@ -1,9 +1,7 @@
 #include "follow/StartUp.h"
 
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <system_error>
 
 #include "analysis/modMatchFilter.h"
 #include "db/modSelectData.h"
@@ -14,11 +12,13 @@
 #include "platform/Application.h"
 #include "platform/DravikLibraries.h"
 #include "plot/modPlot.h"
+#include "plot/modPlotFormat.h"
 #include "signal/modParameters.h"
 
 namespace vorela {
 namespace {
 
+constexpr const char* versionSection = "Version";
 constexpr const char* cursorsSection = "Cursors";
 constexpr const char* helpFileName = "Vorela.hlp";
 
@@ -29,6 +29,15 @@ std::string& HelpFileState() {
 
 std::int32_t Hundredths(const std::string& version) {
     return RoundTo<std::int32_t>(LeadingNumber(version) * 100, "CheckIniFile");
+}
+
+SettingFields Fields(std::string& version) {
+    return {{"Version", &version}};
+}
+
+SettingFields Fields(CursorPositions& positions) {
+    const SettingRange guide{0, 100, "Cursor position: Out of range"};  // percent
+    return {{"Cursor1", &positions.cursor1, guide}, {"Cursor2", &positions.cursor2, guide}};
 }
 
 /// What the loader said goes to standard error: the report itself has no description.
@@ -45,18 +54,19 @@ std::string VersionText(const ProgramVersion& version) {
            std::to_string(version.revision);
 }
 
-void StampVersion(const ProgramVersion& version, const std::string& filePath) {
-    const std::int32_t stored = Hundredths(ReadIniString("Version", "Version", "", filePath));
-    const std::string current = VersionText(version);
-    if (stored >= 0 && stored != Hundredths(current))
-        WriteIniString("Version", "Version", current, filePath);
+void StampVersion(const ProgramVersion& version) {
+    std::string stored;
+    ReadFields(versionSection, Fields(stored));
+    std::string current = VersionText(version);
+    if (Hundredths(stored) >= 0 && Hundredths(stored) != Hundredths(current))
+        WriteFields(versionSection, Fields(current));
 }
 
 bool CheckIniFile() {
     return Attempt("Checking ini file", false, [] {
         SetSettingsFilePath(DefaultSettingsFilePath());
         // Whether the file exists is not asked: a missing one is no error, the first write creates it.
-        StampVersion(programVersion, SettingsFilePath());
+        StampVersion(programVersion);
         return true;
     });
 }
@@ -66,20 +76,21 @@ const std::string& HelpFilePath() {
 }
 
 CursorPositions ReadCursorSettings() {
-    const auto read = [](const char* key, const char* defaultText) {
-        const std::string text = Trimmed(ReadIniString(cursorsSection, key, defaultText, SettingsFilePath()));
-        // A place beyond single precision is none, be it a number of double precision or not even that.
-        float single = 0.0F;
-        const bool beyond = std::from_chars(text.data(), text.data() + text.size(), single).ec ==
-                            std::errc::result_out_of_range;
-        return static_cast<float>(LeadingNumber(beyond ? defaultText : text));
-    };
-    return {read("Cursor1", "33.33"), read("Cursor2", "66.33")};
+    CursorPositions positions;
+    ReadFields(cursorsSection, Fields(positions));
+    return positions;
 }
 
-void WriteCursorSettings(const CursorPositions& positions) {
-    WriteIniString(cursorsSection, "Cursor1", ShortestText(positions.cursor1), SettingsFilePath());
-    WriteIniString(cursorsSection, "Cursor2", ShortestText(positions.cursor2), SettingsFilePath());
+void WriteCursorSettings(CursorPositions positions) {
+    WriteFields(cursorsSection, Fields(positions));
+}
+
+std::vector<SettingsSection> CommandLineSettings() {
+    return {ParameterSettings(),
+            DatasetSettings(),
+            {cursorsSection, Fields(CurrentCursorPositions())},
+            PresentationSettings(),
+            PlotSettings()};
 }
 
 CursorPositions& CurrentCursorPositions() {

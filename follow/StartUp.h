@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "general/SettingsTable.h"
 
 namespace vorela {
 
@@ -14,9 +17,9 @@ inline constexpr ProgramVersion programVersion{};
 /// Major, point, minor and revision side by side: {1, 0, 5} is "1.05", {2, 1, 12} is "2.112".
 std::string VersionText(const ProgramVersion& version);
 
-/// Writes the version into `[Version]` when the file holds another one; other sections are never touched, and
-/// a negative stored number leaves the file alone.
-void StampVersion(const ProgramVersion& version, const std::string& filePath);
+/// Writes the version into `[Version]` when the settings file holds another one; other sections are never
+/// touched, and a negative stored number leaves the file alone.
+void StampVersion(const ProgramVersion& version);
 /// Stamps the program's own settings file. False after a report, which ends the program.
 bool CheckIniFile();
 
@@ -30,7 +33,10 @@ struct CursorPositions {
     float cursor2 = 66.33F;
 };
 CursorPositions ReadCursorSettings();
-void WriteCursorSettings(const CursorPositions& positions);
+void WriteCursorSettings(CursorPositions positions);
+
+/// Every section that the command line can set.
+std::vector<SettingsSection> CommandLineSettings();
 
 /// Everything between the start of the process and the showing of the window, the single instance test left
 /// aside: paths, current directory, settings check, both libraries, empty selection. False when the program

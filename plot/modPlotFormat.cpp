@@ -1,14 +1,11 @@
 #include "plot/modPlotFormat.h"
 
 #include <algorithm>
-#include <limits>
-#include <variant>
 
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
-#include "general/SettingsFile.h"
 #include "general/modGeneral.h"
 
 namespace vorela {
@@ -18,64 +15,21 @@ constexpr const char* section = "Plot";
 constexpr const char* source = "modPlotFormat";
 constexpr std::int16_t lastQuantityCode = quantityCount - 1;
 
-/// How a key is read: as an integer, as a text that is converted, or as a flag.
-enum class Kind { integer, text, flag };
-using Place = std::variant<std::int16_t*, std::int32_t*, bool*>;
-
-struct Key {
-    const char* name;
-    Kind kind;
-    double lower;
-    double upper;
-    Place (*place)(PlotFormatOptions&);
-};
-
-constexpr double anyLow = std::numeric_limits<std::int32_t>::min();
-constexpr double anyHigh = std::numeric_limits<std::int32_t>::max();
-
 /// In the section's order.
-constexpr std::array keys{
-    Key{"Y1", Kind::integer, 0, lastQuantityCode, [](PlotFormatOptions& f) -> Place { return &f.y1; }},
-    Key{"Y2", Kind::integer, 0, lastQuantityCode, [](PlotFormatOptions& f) -> Place { return &f.y2; }},
-    Key{"Horizontal", Kind::text, 1, mostGridlines,
-        [](PlotFormatOptions& f) -> Place { return &f.horizontal; }},
-    Key{"Vertical", Kind::text, 1, mostGridlines, [](PlotFormatOptions& f) -> Place { return &f.vertical; }},
-    Key{"Valve", Kind::integer, 0, 1, [](PlotFormatOptions& f) -> Place { return &f.valve; }},
-    Key{"Flow", Kind::integer, 0, 1, [](PlotFormatOptions& f) -> Place { return &f.flowCurve; }},
-    Key{"NPlots", Kind::integer, 1, 2, [](PlotFormatOptions& f) -> Place { return &f.nPlots; }},
-    Key{"PPres", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.pressure; }},
-    Key{"PFlow", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.flow; }},
-    Key{"PValve", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.valveShown; }},
-    Key{"PFPres", Kind::flag, anyLow, anyHigh,
-        [](PlotFormatOptions& f) -> Place { return &f.filteredPressure; }},
-    Key{"PFFlow", Kind::flag, anyLow, anyHigh, [](PlotFormatOptions& f) -> Place { return &f.filteredFlow; }},
-};
-
-std::string TextOf(const Place& place) {
-    struct Writer {
-        std::string operator()(const std::int16_t* value) const { return std::to_string(*value); }
-        std::string operator()(const std::int32_t* value) const { return std::to_string(*value); }
-        std::string operator()(const bool* value) const { return *value ? "-1" : "0"; }
-    };
-    return std::visit(Writer{}, place);
-}
-
-void ReadKey(const Key& key, PlotFormatOptions& format) {
-    const Place place = key.place(format);
-    const std::string current = TextOf(place);
-    const std::string& path = SettingsFilePath();
-    double number = 0;
-    if (key.kind == Kind::text)
-        number = LeadingNumber(ReadIniString(section, key.name, current, path));
-    else
-        number = ReadIniInteger(section, key.name, LeadingInteger(current), path);
-    struct Store {
-        double number;
-        void operator()(std::int16_t* value) const { *value = RoundTo<std::int16_t>(number, source); }
-        void operator()(std::int32_t* value) const { *value = RoundTo<std::int32_t>(number, source); }
-        void operator()(bool* value) const { *value = number != 0; }
-    };
-    std::visit(Store{number}, place);
+SettingFields Fields(PlotFormatOptions& format) {
+    constexpr auto integer = SettingReading::integer;
+    return {{"Y1", &format.y1, {0, lastQuantityCode}, integer},
+            {"Y2", &format.y2, {0, lastQuantityCode}, integer},
+            {"Horizontal", &format.horizontal, {1, mostGridlines}},
+            {"Vertical", &format.vertical, {1, mostGridlines}},
+            {"Valve", &format.valve, {0, 1}, integer},
+            {"Flow", &format.flowCurve, {0, 1}, integer},
+            {"NPlots", &format.nPlots, {1, 2}, integer},
+            {"PPres", &format.pressure},
+            {"PFlow", &format.flow},
+            {"PValve", &format.valveShown},
+            {"PFPres", &format.filteredPressure},
+            {"PFFlow", &format.filteredFlow}};
 }
 
 std::int16_t IntegerOf(const std::string& text) {
@@ -117,26 +71,14 @@ int DrawnPlots(std::int16_t stored) {
 
 void ReadPlotFormat() {
     Attempt("Reading plot options", [] {
-        PlotFormatOptions format;
-        std::optional<RunTimeError> fault;
-        for (const Key& key : keys) {
-            try {
-                ReadKey(key, format);
-            } catch (const RunTimeError& error) {
-                fault = error;
-            }
-        }
-        PlotFormat() = format;
-        if (fault)
-            throw *fault;
+        PlotFormat() = PlotFormatOptions{};
+        if (ReadFields(section, Fields(PlotFormat())))
+            throw RunTimeError{error_number::overflow, source, "Overflow"};
     });
 }
 
 void WritePlotFormat() {
-    Attempt("Writing plot options", [] {
-        for (const Key& key : keys)
-            WriteIniString(section, key.name, TextOf(key.place(PlotFormat())), SettingsFilePath());
-    });
+    Attempt("Writing plot options", [] { WriteFields(section, Fields(PlotFormat())); });
 }
 
 PlotFormatForm ShowPlotFormat() {
@@ -191,11 +133,8 @@ bool ValveSignalInCommonList() {
     return CurveInCommonList(curve::valveSignal);
 }
 
-std::optional<SettingRange> PlotFormatSettingRange(const std::string& key) {
-    for (const Key& known : keys)
-        if (EqualIgnoringCase(known.name, key))
-            return SettingRange{known.lower, known.upper, known.name + std::string(": Out of range"), true};
-    return std::nullopt;
+SettingsSection PlotSettings() {
+    return {section, Fields(PlotFormat())};
 }
 
 }  // namespace vorela

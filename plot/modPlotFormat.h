@@ -58,7 +58,7 @@ bool GetPlotFormatFromDialog(const PlotFormatForm& form);
 /// PVLSIG is a curve common to all selected datasets.
 bool ValveSignalInCommonList();
 
-/// The keys that vorela-batch's --set accepts for `[Plot]`, with their range; nothing for an unknown key.
-std::optional<SettingRange> PlotFormatSettingRange(const std::string& key);
+/// What the command line can set of `[Plot]`.
+SettingsSection PlotSettings();
 
 }  // namespace vorela

@@ -1,8 +1,6 @@
 #include "plot/modPlotScales.h"
 
 #include <cmath>
-#include <limits>
-#include <variant>
 
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
@@ -15,106 +13,75 @@ namespace {
 constexpr const char* section = "Presentation";
 constexpr const char* source = "modPlotScales";
 constexpr std::int32_t narrowestRangeSeconds = 60;
-constexpr double highestInteger = std::numeric_limits<std::int32_t>::max();
-constexpr double lowestInteger = std::numeric_limits<std::int32_t>::min();
-
-/// Where a key's value lives.
-using Place = std::variant<std::int32_t*, bool*, double*>;
-
-struct Key {
-    const char* name;
-    Place (*place)(PresentationOptions&);
-};
-
-template <Quantity quantity>
-Place Minimum(PresentationOptions& o) {
-    return &o.Axis(quantity).minimum;
-}
-template <Quantity quantity>
-Place Maximum(PresentationOptions& o) {
-    return &o.Axis(quantity).maximum;
-}
-template <Quantity quantity>
-Place Automatic(PresentationOptions& o) {
-    return &o.Axis(quantity).automatic;
-}
-
-/// In the section's order. The flags of the filtered axes are FPresAuto and FFlowAuto beside FiltPresMin and
-/// FiltFlowMin: settings files in the field carry these names, so the mismatch stays.
-constexpr std::array keys{
-    Key{"TimeRange", [](PresentationOptions& o) -> Place { return &o.timeRange; }},
-    Key{"TimeAuto", [](PresentationOptions& o) -> Place { return &o.timeAuto; }},
-    Key{"Elapsed", [](PresentationOptions& o) -> Place { return &o.elapsed; }},
-    Key{"PresMin", Minimum<Quantity::pressure>},
-    Key{"PresMax", Maximum<Quantity::pressure>},
-    Key{"PresAuto", Automatic<Quantity::pressure>},
-    Key{"FlowMin", Minimum<Quantity::flow>},
-    Key{"FlowMax", Maximum<Quantity::flow>},
-    Key{"FlowAuto", Automatic<Quantity::flow>},
-    Key{"ModMin", Minimum<Quantity::valve>},
-    Key{"ModMax", Maximum<Quantity::valve>},
-    Key{"ModAuto", Automatic<Quantity::valve>},
-    Key{"FiltPresMin", Minimum<Quantity::filteredPressure>},
-    Key{"FiltPresMax", Maximum<Quantity::filteredPressure>},
-    Key{"FPresAuto", Automatic<Quantity::filteredPressure>},
-    Key{"FiltFlowMin", Minimum<Quantity::filteredFlow>},
-    Key{"FiltFlowMax", Maximum<Quantity::filteredFlow>},
-    Key{"FFlowAuto", Automatic<Quantity::filteredFlow>},
-    Key{"Fixed", [](PresentationOptions& o) -> Place { return &o.fixed; }},
-    Key{"Start", [](PresentationOptions& o) -> Place { return &o.start; }},
-    Key{"End", [](PresentationOptions& o) -> Place { return &o.end; }},
-};
-
-struct AxisCheck {
+/// What tells the axes apart: the keys, the name in messages, the range of both limits, the step to which an
+/// automatic range is rounded.
+struct AxisRules {
     Quantity quantity;
+    const char* minimumKey;
+    const char* maximumKey;
+    const char* automaticKey;
     const char* name;
     double lower;
     double upper;
-    AxisBoxes boxes;
     std::int32_t roundingStep;
 };
 
-/// In the dialog's order of checking, which is not that of the quantity codes.
-constexpr std::array axisChecks{
-    AxisCheck{Quantity::pressure, "Pressure", -2000, highestInteger, {"txtPresMin", "txtPresMax"}, 10},
-    AxisCheck{Quantity::flow, "Flow", lowestInteger, highestInteger, {"txtFlowMin", "txtFlowMax"}, 10},
-    AxisCheck{Quantity::filteredPressure,
-              "Filtered Pressure",
-              -10000,
-              10000,
-              {"txtFiltPresMin", "txtFiltPresMax"},
-              1},
-    AxisCheck{Quantity::filteredFlow, "Filtered Flow", -1000, 1000, {"txtFiltFlowMin", "txtFiltFlowMax"}, 1},
-    AxisCheck{Quantity::valve, "Valve", -100, 70000, {"txtModMin", "txtModMax"}, 10},
-};
+/// By quantity code, which is the section's order. The flags of the filtered axes are FPresAuto and FFlowAuto
+/// beside FiltPresMin and FiltFlowMin: settings files in the field carry these names, so the mismatch stays.
+constexpr std::array<AxisRules, quantityCount> axisRules{{
+    {Quantity::pressure, "PresMin", "PresMax", "PresAuto", "Pressure", -2000, highestSetting, 10},
+    {Quantity::flow, "FlowMin", "FlowMax", "FlowAuto", "Flow", lowestSetting, highestSetting, 10},
+    {Quantity::valve, "ModMin", "ModMax", "ModAuto", "Valve", -100, 70000, 10},
+    {Quantity::filteredPressure, "FiltPresMin", "FiltPresMax", "FPresAuto", "Filtered Pressure", -10000,
+     10000, 1},
+    {Quantity::filteredFlow, "FiltFlowMin", "FiltFlowMax", "FFlowAuto", "Filtered Flow", -1000, 1000, 1},
+}};
 
-const AxisCheck& CheckOf(Quantity quantity) {
-    for (const AxisCheck& check : axisChecks)
-        if (check.quantity == quantity)
-            return check;
-    throw RunTimeError{error_number::internalError, source, "Unknown quantity"};
+constexpr std::array dialogOrder{Quantity::pressure, Quantity::flow, Quantity::filteredPressure,
+                                 Quantity::filteredFlow, Quantity::valve};
+
+const AxisRules& RulesOf(Quantity quantity) {
+    return axisRules[IndexOf(quantity)];
+}
+
+SettingFields AxisFields(const AxisRules& rules, AxisOptions& axis) {
+    const std::string name = rules.name;
+    return {{rules.minimumKey,
+             &axis.minimum,
+             {rules.lower, rules.upper, name + " Axis: Minimum value out of range"}},
+            {rules.maximumKey,
+             &axis.maximum,
+             {rules.lower, rules.upper, name + " Axis: Maximum value out of range"}},
+            {rules.automaticKey, &axis.automatic}};
 }
 
 /// The end of a zone may lie a digit further below zero than its start; sites rely on both bounds as they
 /// are.
-constexpr double earliestStart = -999999;
-constexpr double earliestEnd = -9999999;
-constexpr double latestTime = 999999999;
-constexpr const char* startMessage = "Start time out of range";
-constexpr const char* endMessage = "End time out of range";
-
-std::string MinimumMessage(const AxisCheck& c) {
-    return c.name + std::string(" Axis: Minimum value out of range");
-}
-std::string MaximumMessage(const AxisCheck& c) {
-    return c.name + std::string(" Axis: Maximum value out of range");
+SettingFields ZoneFields(PresentationOptions& options) {
+    constexpr double latestTime = 999999999;
+    return {{"Start", &options.start, {-999999, latestTime, "Start time out of range"}},
+            {"End", &options.end, {-9999999, latestTime, "End time out of range"}}};
 }
 
-std::optional<Refusal> AxisOrderFault(const AxisCheck& check, const AxisOptions& axis) {
+/// In the section's order.
+SettingFields Fields(PresentationOptions& options) {
+    SettingFields fields{
+        {"TimeRange", &options.timeRange}, {"TimeAuto", &options.timeAuto}, {"Elapsed", &options.elapsed}};
+    const auto append = [&fields](const SettingFields& more) {
+        fields.insert(fields.end(), more.begin(), more.end());
+    };
+    for (const AxisRules& rules : axisRules)
+        append(AxisFields(rules, options.Axis(rules.quantity)));
+    fields.push_back({"Fixed", &options.fixed});
+    append(ZoneFields(options));
+    return fields;
+}
+
+std::optional<Refusal> AxisOrderFault(const AxisRules& rules, const AxisOptions& axis) {
     if (axis.maximum > axis.minimum)
         return std::nullopt;
-    return Refusal{check.boxes.maximum,
-                   check.name + std::string(" Axis: Maximum must be greater than Minimum")};
+    return Refusal{std::string("txt") + rules.maximumKey,
+                   rules.name + std::string(" Axis: Maximum must be greater than Minimum")};
 }
 
 std::optional<Refusal> TimeOrderFault(const PresentationOptions& options) {
@@ -123,22 +90,24 @@ std::optional<Refusal> TimeOrderFault(const PresentationOptions& options) {
     return Refusal{"txtEnd", "Start and end times are not in the correct order"};
 }
 
-std::optional<Refusal> CheckAxis(const AxisForm& form, const AxisCheck& check, AxisOptions& axis) {
+std::optional<Refusal> CheckAxis(const AxisForm& form, const AxisRules& rules, AxisOptions& axis) {
     axis.automatic = form.autoscale;
     if (form.autoscale)
         return std::nullopt;
-    if (!CheckRange(form.minimum, check.lower, check.upper, axis.minimum))
-        return Refusal{check.boxes.minimum, MinimumMessage(check)};
-    if (!CheckRange(form.maximum, check.lower, check.upper, axis.maximum))
-        return Refusal{check.boxes.maximum, MaximumMessage(check)};
-    return AxisOrderFault(check, axis);
+    const SettingFields fields = AxisFields(rules, axis);
+    if (auto refusal = CheckBox(form.minimum, fields, rules.minimumKey))
+        return refusal;
+    if (auto refusal = CheckBox(form.maximum, fields, rules.maximumKey))
+        return refusal;
+    return AxisOrderFault(rules, axis);
 }
 
 std::optional<Refusal> CheckZone(const BoxText& start, const BoxText& end, PresentationOptions& options) {
-    if (!CheckRange(start, earliestStart, latestTime, options.start))
-        return Refusal{"txtStart", startMessage};
-    if (!CheckRange(end, earliestEnd, latestTime, options.end))
-        return Refusal{"txtEnd", endMessage};
+    const SettingFields fields = ZoneFields(options);
+    if (auto refusal = CheckBox(start, fields, "Start"))
+        return refusal;
+    if (auto refusal = CheckBox(end, fields, "End"))
+        return refusal;
     return TimeOrderFault(options);
 }
 
@@ -148,8 +117,8 @@ std::optional<Refusal> CheckScales(const ScalesForm& form, PresentationOptions& 
     options.timeRange = RoundTo<std::int32_t>(LeadingNumber(form.range), source);
     options.timeAuto = form.fullRange;
     options.elapsed = form.elapsed;
-    for (const AxisCheck& check : axisChecks)
-        if (auto refusal = CheckAxis(form.axes[IndexOf(check.quantity)], check, options.Axis(check.quantity)))
+    for (const Quantity quantity : dialogOrder)
+        if (auto refusal = CheckAxis(form.axes[IndexOf(quantity)], RulesOf(quantity), options.Axis(quantity)))
             return refusal;
     options.fixed = form.fixed;
     return CheckZone(form.start, form.end, options);
@@ -192,31 +161,6 @@ void UpdateAxis(AxisOptions& axis, const DataExtent& extent, std::int32_t step) 
     }
 }
 
-void ReadKey(const Key& key, PresentationOptions& options) {
-    struct Reader {
-        const char* name;
-        const std::string& path = SettingsFilePath();
-        double Number(double defaultValue) const {
-            return LeadingNumber(ReadIniString(section, name, ShortestText(defaultValue), path));
-        }
-        void operator()(std::int32_t* value) const { *value = RoundTo<std::int32_t>(Number(*value), source); }
-        void operator()(double* value) const { *value = Number(*value); }
-        void operator()(bool* value) const {
-            *value = ReadIniInteger(section, name, *value ? -1 : 0, path) != 0;
-        }
-    };
-    std::visit(Reader{key.name}, key.place(options));
-}
-
-std::string TextOf(const Place& place) {
-    struct Writer {
-        std::string operator()(const std::int32_t* value) const { return std::to_string(*value); }
-        std::string operator()(const double* value) const { return ShortestText(*value); }
-        std::string operator()(const bool* value) const { return *value ? "-1" : "0"; }
-    };
-    return std::visit(Writer{}, place);
-}
-
 }  // namespace
 
 PresentationOptions& PrsOpt() {
@@ -226,26 +170,14 @@ PresentationOptions& PrsOpt() {
 
 void ReadPresentationOptions() {
     Attempt("Reading presentation options", [] {
-        PresentationOptions options;
-        std::optional<RunTimeError> fault;
-        for (const Key& key : keys) {
-            try {
-                ReadKey(key, options);
-            } catch (const RunTimeError& error) {
-                fault = error;
-            }
-        }
-        PrsOpt() = options;
-        if (fault)
-            throw *fault;
+        PrsOpt() = PresentationOptions{};
+        if (ReadFields(section, Fields(PrsOpt())))
+            throw RunTimeError{error_number::overflow, source, "Overflow"};
     });
 }
 
 void WritePresentationOptions() {
-    Attempt("Writing presentation options", [] {
-        for (const Key& key : keys)
-            WriteIniString(section, key.name, TextOf(key.place(PrsOpt())), SettingsFilePath());
-    });
+    Attempt("Writing presentation options", [] { WriteFields(section, Fields(PrsOpt())); });
 }
 
 double RoundDown(double value, std::int32_t step) {
@@ -275,7 +207,7 @@ void UpdateTimeRange(std::int32_t first, std::int32_t last) {
 void UpdateYAxes(PresentationOptions& options, const DataExtents& extents) {
     Attempt("Updating PrsOpt Y axes", [&] {
         for (std::size_t i = 0; i < quantityCount; ++i)
-            UpdateAxis(options.axes[i], extents[i], CheckOf(static_cast<Quantity>(i)).roundingStep);
+            UpdateAxis(options.axes[i], extents[i], axisRules[i].roundingStep);
     });
 }
 
@@ -310,10 +242,6 @@ std::array<std::int32_t, 11> RangeChoices() {
     return choices;
 }
 
-const AxisBoxes& BoxesOf(Quantity quantity) {
-    return CheckOf(quantity).boxes;
-}
-
 TimeControls EnabledTimeControls(bool fullRange, bool fixed) {
     return {!fullRange, !fullRange && fixed, !fullRange && !fixed};
 }
@@ -340,32 +268,15 @@ bool SetSpecificZone(double startSeconds, double endSeconds) {
     });
 }
 
-std::optional<SettingRange> PresentationSettingRange(const std::string& key) {
-    for (const Key& known : keys) {
-        if (!EqualIgnoringCase(known.name, key))
-            continue;
-        PresentationOptions options;
-        const Place place = known.place(options);
-        if (place == Place(&options.start))
-            return SettingRange{earliestStart, latestTime, startMessage};
-        if (place == Place(&options.end))
-            return SettingRange{earliestEnd, latestTime, endMessage};
-        for (const AxisCheck& check : axisChecks) {
-            if (place == Place(&options.Axis(check.quantity).minimum))
-                return SettingRange{check.lower, check.upper, MinimumMessage(check)};
-            if (place == Place(&options.Axis(check.quantity).maximum))
-                return SettingRange{check.lower, check.upper, MaximumMessage(check)};
-        }
-        return SettingRange{lowestInteger, highestInteger, key + ": Out of range", true};
-    }
-    return std::nullopt;
+SettingsSection PresentationSettings() {
+    return {section, Fields(PrsOpt())};
 }
 
 std::optional<Refusal> PresentationOrderFault(const PresentationOptions& options) {
-    for (const AxisCheck& check : axisChecks) {
-        const AxisOptions& axis = options.Axis(check.quantity);
+    for (const Quantity quantity : dialogOrder) {
+        const AxisOptions& axis = options.Axis(quantity);
         if (!axis.automatic)
-            if (auto refusal = AxisOrderFault(check, axis))
+            if (auto refusal = AxisOrderFault(RulesOf(quantity), axis))
                 return refusal;
     }
     return TimeOrderFault(options);

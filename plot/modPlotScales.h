@@ -6,8 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "general/RangeCheck.h"
-#include "signal/modParameters.h"
+#include "general/SettingsTable.h"
 
 namespace vorela {
 
@@ -105,13 +104,6 @@ struct ScalesForm {
 ScalesForm ShowPresentationOptions();
 /// Entries of cboRange, seconds.
 std::array<std::int32_t, 11> RangeChoices();
-/// Names of an axis's text boxes.
-struct AxisBoxes {
-    const char* minimum;
-    const char* maximum;
-};
-const AxisBoxes& BoxesOf(Quantity quantity);
-
 /// Which controls of the time frame apply to the chosen time mode.
 struct TimeControls {
     bool modes;  ///< optFixed, optSpecific
@@ -128,9 +120,8 @@ bool ValidatePresentationOptions(const ScalesForm& form, std::string& control);
 /// message.
 bool SetSpecificZone(double startSeconds, double endSeconds);
 
-/// The keys that vorela-batch's --set accepts for `[Presentation]`, with the dialog's range; nothing for an
-/// unknown key.
-std::optional<SettingRange> PresentationSettingRange(const std::string& key);
+/// What the command line can set of `[Presentation]`.
+SettingsSection PresentationSettings();
 /// What the dialog would say about the order of the stored limits; nothing when it would accept them.
 std::optional<Refusal> PresentationOrderFault(const PresentationOptions& options);
 

@@ -1,10 +1,6 @@
 #include "signal/modParameters.h"
 
 #include <algorithm>
-#include <functional>
-#include <limits>
-#include <string_view>
-#include <variant>
 
 #include "db/DatasetRecord.h"
 #include "general/CheckedMath.h"
@@ -19,195 +15,67 @@ constexpr const char* section = "Parameters";
 constexpr const char* readingParameters = "Reading parameters";
 constexpr const char* writingParameters = "Writing parameters";
 
-constexpr double largest32Bit = 2147483647.0;
-constexpr double smallest32Bit = -2147483648.0;
-
-/// More levels than any test has; a settings file that asks for more is damaged.
-constexpr std::int32_t mostIntervals = 9999;
-
-/// A single-valued setting: key, default text, field, and the range that a dialog or command line accepts.
-struct ScalarSetting {
-    const char* key;
-    const char* defaultText;
-    std::variant<double ParameterSet::*, std::int16_t ParameterSet::*, std::int32_t ParameterSet::*> field;
-    double lower;
-    double upper;
-    const char* message;
-};
-
-/// In the order of the section. NumInts, which stands behind the interval keys, and DFilt and DLen follow
-/// apart.
-const std::array<ScalarSetting, 11>& ScalarSettings() {
-    using P = ParameterSet;
-    static const std::array<ScalarSetting, 11> settings{{
-        {"Period", "240", &P::period, 20, largest32Bit, "Period of test: Out of range"},
-        {"UsePeriodInMatch", "0", &P::usePeriodInMatch, -1, 1, "Use period in match: Out of range"},
-        {"BandPass", "0", &P::bandPass, -1, 1, "Band pass: Out of range"},
-        {"FilterN", "1", &P::filterN, 1, 32767, "No. of times to apply filter: Out of range"},
-        {"CasingID", "6", &P::casingID, 1, 10000, "Casing ID: Out of range"},
-        {"TD", "10000", &P::td, 1, largest32Bit, "Total depth: Out of range"},
-        {"Compressibility", "0.01", &P::compressibility, smallest32Bit, largest32Bit,
-         "Compressibility: Out of range"},
-        {"Spinner", "0", &P::spinner, 0, 3, "Spinner type: Out of range"},
-        {"Slope", "0.05", &P::slope, 0.0001, 100, "Spinner slope: Out of range"},
-        {"B0", "1", &P::b0, smallest32Bit, largest32Bit, "Formation volume factor: Out of range"},
-        {"DW", "7.5", &P::dw, 1, 10000, "Borehole diameter: Out of range"},
-    }};
-    return settings;
+/// In the order of the section; the intervals stand between these and NumInts.
+SettingFields ScalarFields(ParameterSet& set) {
+    return {{"Period", &set.period, {20, highestSetting, "Period of test: Out of range"}},
+            {"UsePeriodInMatch", &set.usePeriodInMatch, {-1, 1, "Use period in match: Out of range"}},
+            {"BandPass", &set.bandPass, {-1, 1, "Band pass: Out of range"}},
+            {"FilterN", &set.filterN, {1, 32767, "No. of times to apply filter: Out of range"}},
+            {"CasingID", &set.casingID, {1, 10000, "Casing ID: Out of range"}},
+            {"TD", &set.td, {1, highestSetting, "Total depth: Out of range"}},
+            {"Compressibility", &set.compressibility, {.message = "Compressibility: Out of range"}},
+            {"Spinner", &set.spinner, {0, userDefinedSpinner, "Spinner type: Out of range"}},
+            {"Slope", &set.slope, {0.0001, 100, "Spinner slope: Out of range"}},
+            {"B0", &set.b0, {.message = "Formation volume factor: Out of range"}},
+            {"DW", &set.dw, {1, 10000, "Borehole diameter: Out of range"}}};
 }
 
-constexpr const char* numIntsKey = "NumInts";
-const ScalarSetting& FilterTypeSetting() {
-    static const ScalarSetting setting{"DFilt", "0", &ParameterSet::dFilt,
-                                       0,       3,   "Dravik filter type: Out of range"};
-    return setting;
-}
-const ScalarSetting& FilterLengthSetting() {
-    static const ScalarSetting setting{"DLen", "0.0", &ParameterSet::dLen,
-                                       0,      1000,  "Dravik filter length: Out of range"};
-    return setting;
+/// Each key stands behind the interval's 0-based index.
+SettingFields IntervalFields(IntervalParameters& interval) {
+    return {{"CycleNo", &interval.cycleNo, {.lower = 1, .message = "Cycle number: Out of range"}},
+            {"Porosity", &interval.porosity, {.message = "Porosity: Out of range"}},
+            {"Viscosity", &interval.viscosity, {.message = "Viscosity: Out of range"}},
+            {"CT", &interval.ct, {.message = "Compressibility: Out of range"}},
+            {"Height", &interval.height, {.message = "Height: Out of range"}}};
 }
 
-/// A setting with one value for each interval; the key is the 0-based index followed by `name`.
-struct IntervalSetting {
-    const char* name;
-    const char* defaultText;
-    std::variant<std::vector<double> ParameterSet::*, std::vector<std::int32_t> ParameterSet::*> field;
-    double lower;
-    const char* message;
-};
-
-const std::array<IntervalSetting, 5>& IntervalSettings() {
-    using P = ParameterSet;
-    static const std::array<IntervalSetting, 5> settings{{
-        {"CycleNo", "1", &P::cycleNo, 1, "Cycle number: Out of range"},
-        {"Porosity", "1", &P::porosity, smallest32Bit, "Porosity: Out of range"},
-        {"Viscosity", "1", &P::viscosity, smallest32Bit, "Viscosity: Out of range"},
-        {"CT", "1", &P::ct, smallest32Bit, "Compressibility: Out of range"},
-        {"Height", "10", &P::height, smallest32Bit, "Height: Out of range"},
-    }};
-    return settings;
+SettingFields CountFields(ParameterSet& set) {
+    return {{"NumInts", &set.numInts, {0, mostIndexedSettings, "Number of intervals: Out of range"}}};
 }
 
-const IntervalSetting& SettingOf(IntervalField field) {
-    return CheckedAt(IntervalSettings(), static_cast<std::int64_t>(field), "SettingOf");
+SettingFields FilterFields(ParameterSet& set) {
+    return {{"DFilt", &set.dFilt, {0, 3, "Dravik filter type: Out of range"}, SettingReading::integer},
+            {"DLen", &set.dLen, {0, 1000, "Dravik filter length: Out of range"}}};
 }
 
-std::string IntervalKey(std::size_t interval, const IntervalSetting& setting) {
-    return std::to_string(interval) + setting.name;
+[[noreturn]] void ThrowBeyond(const std::string& key) {
+    throw RunTimeError{error_number::overflow, "ReadParameters",
+                       SettingsFilePath() + ", [" + section + "] " + key + ": Overflow"};
 }
 
-double ReadNumber(const std::string& key, const char* defaultText) {
-    return LeadingNumber(ReadIniString(section, key, defaultText, SettingsFilePath()));
+/// Reads the fields; a number beyond its type is an error that names file and key.
+void Read(const SettingFields& fields) {
+    if (const auto key = ReadFields(section, fields))
+        ThrowBeyond(*key);
 }
 
-/// The rounded value of an integer setting; a value beyond the field's type is an error that names file and
-/// key.
-template <typename Integer>
-Integer ToInteger(double value, const std::string& key) {
-    try {
-        return RoundTo<Integer>(value, "ReadParameters");
-    } catch (const RunTimeError&) {
-        throw RunTimeError{error_number::overflow, "ReadParameters",
-                           SettingsFilePath() + ", [" + section + "] " + key + ": Overflow"};
-    }
-}
-
-void ReadInto(double& field, const std::string& key, const char* defaultText) {
-    field = ReadNumber(key, defaultText);
-}
-template <typename Integer>
-void ReadInto(Integer& field, const std::string& key, const char* defaultText) {
-    field = ToInteger<Integer>(ReadNumber(key, defaultText), key);
-}
-
-std::string TextOf(double value) {
-    return ShortestText(value);
-}
-std::string TextOf(std::int32_t value) {
-    return std::to_string(value);
-}
-
-void Write(const std::string& key, const std::string& text) {
-    WriteIniString(section, key, text, SettingsFilePath());
-}
-
-void WriteScalar(const ParameterSet& set, const ScalarSetting& setting) {
-    std::visit([&](auto member) { Write(setting.key, TextOf(set.*member)); }, setting.field);
-}
-
-void ReadScalar(ParameterSet& set, const ScalarSetting& setting) {
-    std::visit([&](auto member) { ReadInto(set.*member, setting.key, setting.defaultText); }, setting.field);
+/// Brings the intervals to `count` entries and reads every entry; what they held is forgotten.
+void ReadIntervals(ParameterSet& set, std::int32_t count) {
+    set.intervals.assign(static_cast<std::size_t>(count), {});
+    for (std::size_t i = 0; i < set.intervals.size(); ++i)
+        Read(AtIndex(i, IntervalFields(set.intervals[i])));
 }
 
 std::int32_t SelectedDatasets() {
     return static_cast<std::int32_t>(CurrentSelection().datasets.size());
 }
 
-/// Brings the interval arrays to `count` entries and reads every entry.
-void ReadIntervals(ParameterSet& set, std::int32_t count) {
-    for (const IntervalSetting& setting : IntervalSettings()) {
-        std::visit([&](auto member) { (set.*member).resize(static_cast<std::size_t>(count)); },
-                   setting.field);
-    }
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        for (const IntervalSetting& setting : IntervalSettings()) {
-            std::visit(
-                [&](auto member) {
-                    ReadInto((set.*member)[i], IntervalKey(i, setting), setting.defaultText);
-                },
-                setting.field);
-        }
-    }
-}
-
-/// Grows the interval arrays, with default values, until they hold `interval`.
-void MakeRoomFor(ParameterSet& set, std::size_t interval) {
-    for (const IntervalSetting& setting : IntervalSettings()) {
-        std::visit(
-            [&](auto member) {
-                auto& values = set.*member;
-                using Value = typename std::decay_t<decltype(values)>::value_type;
-                if (values.size() <= interval)
-                    values.resize(interval + 1, static_cast<Value>(LeadingNumber(setting.defaultText)));
-            },
-            setting.field);
-    }
+/// The entry of an interval; those up to it are made, with default values, where there are none.
+IntervalParameters& RoomFor(std::size_t interval) {
+    ParameterSet& set = CurrentParameters();
+    set.intervals.resize(std::max(set.intervals.size(), interval + 1));
     set.numInts = std::max(set.numInts, static_cast<std::int32_t>(interval + 1));
-}
-
-std::optional<Refusal> CheckBox(const char* control, const BoxText& box, const ScalarSetting& setting) {
-    double& field = CurrentParameters().*std::get<double ParameterSet::*>(setting.field);
-    if (CheckRange(box, setting.lower, setting.upper, field))
-        return std::nullopt;
-    return Refusal{control, setting.message};
-}
-
-const ScalarSetting& SettingOf(const char* key) {
-    const auto& settings = ScalarSettings();
-    return *std::find_if(settings.begin(), settings.end(),
-                         [&](const auto& setting) { return std::string_view(setting.key) == key; });
-}
-
-std::optional<SettingRange> IntervalSettingRange(const std::string& key) {
-    const std::size_t digits = std::min(key.find_first_not_of("0123456789"), key.size());
-    if (digits == 0 || digits > 4 || (digits > 1 && key.front() == '0'))
-        return std::nullopt;
-    if (LeadingInteger(key) >= mostIntervals)
-        return std::nullopt;
-    for (const IntervalSetting& setting : IntervalSettings()) {
-        if (EqualIgnoringCase(key.substr(digits), setting.name)) {
-            const bool integer =
-                std::holds_alternative<std::vector<std::int32_t> ParameterSet::*>(setting.field);
-            return SettingRange{setting.lower, largest32Bit, setting.message, integer};
-        }
-    }
-    return std::nullopt;
-}
-
-SettingRange RangeOf(const ScalarSetting& setting) {
-    return {setting.lower, setting.upper, setting.message,
-            !std::holds_alternative<double ParameterSet::*>(setting.field)};
+    return set.intervals[interval];
 }
 
 }  // namespace
@@ -234,20 +102,22 @@ const std::array<const char*, 4>& SpinnerFilterTypes() {
 
 void ReadParameters() {
     Attempt(readingParameters, [] {
-        ParameterSet set = CurrentParameters();
-        for (const ScalarSetting& setting : ScalarSettings())
-            ReadScalar(set, setting);
-        ReadInto(set.numInts, numIntsKey, "1");
-        if (set.numInts > mostIntervals)
-            throw RunTimeError{error_number::overflow, "ReadParameters",
-                               SettingsFilePath() + ", [" + section + "] " + numIntsKey + ": Overflow"};
+        const ParameterSet& before = CurrentParameters();
+        ParameterSet set;
+        Read(ScalarFields(set));
+        Read(CountFields(set));
+        if (set.numInts > mostIndexedSettings)
+            ThrowBeyond("NumInts");
         set.numInts = std::max(set.numInts, SelectedDatasets());
-        // Without intervals the reading ends here: the filter of the acquisition system keeps its values too.
         if (set.numInts >= 1) {
             ReadIntervals(set, set.numInts);
-            set.dFilt =
-                ToInteger<std::int16_t>(ReadIniInteger(section, "DFilt", 0, SettingsFilePath()), "DFilt");
-            ReadScalar(set, FilterLengthSetting());
+            Read(FilterFields(set));
+        } else {
+            // Without intervals the reading ends here: the filter of the acquisition system keeps its values
+            // too.
+            set.intervals = before.intervals;
+            set.dFilt = before.dFilt;
+            set.dLen = before.dLen;
         }
         CurrentParameters() = std::move(set);
     });
@@ -265,28 +135,19 @@ void ResizeIntervalArrays() {
 
 void WriteParameters() {
     Attempt(writingParameters, [] {
-        const ParameterSet& set = CurrentParameters();
-        for (const ScalarSetting& setting : ScalarSettings())
-            WriteScalar(set, setting);
-        for (std::size_t i = 0; i < static_cast<std::size_t>(std::max(set.numInts, 0)); ++i) {
-            for (const IntervalSetting& setting : IntervalSettings()) {
-                std::visit(
-                    [&](auto member) {
-                        if (i < (set.*member).size())
-                            Write(IntervalKey(i, setting), TextOf((set.*member)[i]));
-                    },
-                    setting.field);
-            }
-        }
-        Write(numIntsKey, TextOf(set.numInts));
-        WriteScalar(set, FilterTypeSetting());
-        WriteScalar(set, FilterLengthSetting());
+        ParameterSet& set = CurrentParameters();
+        WriteFields(section, ScalarFields(set));
+        const auto count = static_cast<std::size_t>(std::max(set.numInts, 0));
+        for (std::size_t i = 0; i < std::min(count, set.intervals.size()); ++i)
+            WriteFields(section, AtIndex(i, IntervalFields(set.intervals[i])));
+        WriteFields(section, CountFields(set));
+        WriteFields(section, FilterFields(set));
     });
 }
 
 std::int32_t CycleNumberOf(std::size_t interval) {
-    const std::vector<std::int32_t>& numbers = CurrentParameters().cycleNo;
-    return interval < numbers.size() ? numbers[interval] : 1;
+    const std::vector<IntervalParameters>& intervals = CurrentParameters().intervals;
+    return interval < intervals.size() ? intervals[interval].cycleNo : IntervalParameters{}.cycleNo;
 }
 
 ParametersForm ShowParameters() {
@@ -317,28 +178,29 @@ ParametersForm ShowParameters() {
 
 std::optional<Refusal> ValidateParameters(const ParametersForm& form) {
     ParameterSet& set = CurrentParameters();
-    if (auto refusal = CheckBox("txtPeriod", form.period, SettingOf("Period")))
+    const SettingFields fields = ScalarFields(set);
+    if (auto refusal = CheckBox(form.period, fields, "Period"))
         return refusal;
     set.usePeriodInMatch = form.periodInMatch ? 1 : 0;
     set.bandPass = form.bandPass ? 1 : 0;
-    if (auto refusal = CheckBox("txtCasingID", form.casingID, SettingOf("CasingID")))
+    if (auto refusal = CheckBox(form.casingID, fields, "CasingID"))
         return refusal;
-    if (auto refusal = CheckBox("txtTD", form.td, SettingOf("TD")))
+    if (auto refusal = CheckBox(form.td, fields, "TD"))
         return refusal;
-    if (auto refusal = CheckBox("txtCompressibility", form.compressibility, SettingOf("Compressibility")))
+    if (auto refusal = CheckBox(form.compressibility, fields, "Compressibility"))
         return refusal;
     set.spinner = form.spinner.value_or(1);
     if (set.spinner == userDefinedSpinner) {
-        if (auto refusal = CheckBox("txtSlope", form.slope, SettingOf("Slope")))
+        if (auto refusal = CheckBox(form.slope, fields, "Slope"))
             return refusal;
     }
-    if (auto refusal = CheckBox("txtB0", form.b0, SettingOf("B0")))
+    if (auto refusal = CheckBox(form.b0, fields, "B0"))
         return refusal;
-    if (auto refusal = CheckBox("txtDW", form.dw, SettingOf("DW")))
+    if (auto refusal = CheckBox(form.dw, fields, "DW"))
         return refusal;
     if (form.filter) {
         set.dFilt = CheckedNarrow<std::int16_t>(*form.filter, "ValidateParameters");
-        return CheckBox("txtDLen", form.dLen, FilterLengthSetting());
+        return CheckBox(form.dLen, FilterFields(set), "DLen");
     }
     set.dFilt = 0;
     set.dLen = 0;
@@ -346,39 +208,35 @@ std::optional<Refusal> ValidateParameters(const ParametersForm& form) {
 }
 
 std::string IntervalValueText(IntervalField field, std::size_t interval) {
-    const auto member = std::get<std::vector<double> ParameterSet::*>(SettingOf(field).field);
-    const std::vector<double>& values = CurrentParameters().*member;
-    return interval < values.size() ? ShortestText(values[interval]) : std::string();
+    const std::vector<IntervalParameters>& intervals = CurrentParameters().intervals;
+    return interval < intervals.size() ? ShortestText(intervals[interval].*field) : std::string();
 }
 
 std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text) {
-    const IntervalSetting& setting = SettingOf(field);
-    const std::optional<double> value = NumberInRange(text, setting.lower, largest32Bit);
-    if (!value)
-        return Refusal{"txtEdit", setting.message};
-    ParameterSet& set = CurrentParameters();
-    MakeRoomFor(set, interval);
-    (set.*std::get<std::vector<double> ParameterSet::*>(setting.field))[interval] = *value;
+    IntervalParameters edited;
+    for (const SettingField& known : IntervalFields(edited)) {
+        if (known.place != SettingPlace(&(edited.*field)))
+            continue;
+        if (!CheckRange({text}, known.range.lower, known.range.upper, edited.*field))
+            return Refusal{"txtEdit", known.range.message};
+    }
+    RoomFor(interval).*field = edited.*field;
     WriteParameters();
     return std::nullopt;
 }
 
 void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber) {
-    MakeRoomFor(CurrentParameters(), interval);
-    CurrentParameters().cycleNo[interval] = cycleNumber;
+    RoomFor(interval).cycleNo = cycleNumber;
     WriteParameters();
 }
 
-std::optional<SettingRange> ParameterSettingRange(const std::string& key) {
-    for (const ScalarSetting& setting : ScalarSettings())
-        if (EqualIgnoringCase(key, setting.key))
-            return RangeOf(setting);
-    for (const ScalarSetting* setting : {&FilterTypeSetting(), &FilterLengthSetting()})
-        if (EqualIgnoringCase(key, setting->key))
-            return RangeOf(*setting);
-    if (EqualIgnoringCase(key, numIntsKey))
-        return SettingRange{0, mostIntervals, "Number of intervals: Out of range", true};
-    return IntervalSettingRange(key);
+SettingsSection ParameterSettings() {
+    ParameterSet& set = CurrentParameters();
+    static IntervalParameters any;
+    SettingsSection settings{section, ScalarFields(set), IntervalFields(any)};
+    for (const SettingFields& more : {CountFields(set), FilterFields(set)})
+        settings.fields.insert(settings.fields.end(), more.begin(), more.end());
+    return settings;
 }
 
 }  // namespace vorela

@@ -7,9 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "general/RangeCheck.h"
+#include "general/SettingsTable.h"
 
 namespace vorela {
+
+/// The values of one interval.
+struct IntervalParameters {
+    std::int32_t cycleNo = 1;
+    double porosity = 1;   ///< v/v
+    double viscosity = 1;  ///< cP
+    double ct = 1;         ///< total compressibility, 1/psi
+    double height = 10;    ///< ft
+};
 
 struct ParameterSet {
     double period = 240;  ///< period of test (valve cycle), s
@@ -23,11 +32,7 @@ struct ParameterSet {
     double slope = 0.05;            ///< rps/ft/min
     double b0 = 1;                  ///< formation volume factor, rb/stb
     double dw = 7.5;                ///< borehole diameter, in
-    std::vector<std::int32_t> cycleNo;
-    std::vector<double> porosity;   ///< v/v
-    std::vector<double> viscosity;  ///< cP
-    std::vector<double> ct;         ///< total compressibility, 1/psi
-    std::vector<double> height;     ///< ft
+    std::vector<IntervalParameters> intervals;
     std::int32_t numInts = 1;
     std::int16_t dFilt = 0;  ///< index into SpinnerFilterTypes()
     double dLen = 0;         ///< s
@@ -47,7 +52,7 @@ const std::array<const char*, 4>& SpinnerFilterTypes();
 void ReadParameters();
 /// Writes every field back, in the section's order.
 void WriteParameters();
-/// Sizes the interval arrays to the number of selected datasets and reads their entries again.
+/// Brings the intervals to the number of selected datasets and reads their entries again.
 void ResizeIntervalArrays();
 /// CycleNo of an interval, 1 where there is no entry yet.
 std::int32_t CycleNumberOf(std::size_t interval);
@@ -66,21 +71,15 @@ ParametersForm ShowParameters();
 /// when all is well.
 std::optional<Refusal> ValidateParameters(const ParametersForm& form);
 
-/// Stores one per-interval value edited in a grid and writes the section.
-enum class IntervalField { porosity = 1, viscosity, compressibility, height };
+/// A value of an interval that is edited in a grid, as in &IntervalParameters::porosity.
+using IntervalField = double IntervalParameters::*;
 /// The stored value as the shortest text that reads back to it; empty where there is no entry yet.
 std::string IntervalValueText(IntervalField field, std::size_t interval);
+/// Stores the value and writes the section.
 std::optional<Refusal> SetIntervalValue(IntervalField field, std::size_t interval, const std::string& text);
 void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber);
 
-/// The keys that vorela-batch's --set accepts for `[Parameters]`, with their range; nothing for an unknown
-/// key. The message is that of the range check.
-struct SettingRange {
-    double lower;
-    double upper;
-    std::string message;
-    bool integer = false;
-};
-std::optional<SettingRange> ParameterSettingRange(const std::string& key);
+/// What the command line can set of `[Parameters]`.
+SettingsSection ParameterSettings();
 
 }  // namespace vorela

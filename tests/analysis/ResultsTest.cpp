@@ -187,10 +187,7 @@ class Quicklook : public Results {
             AddLevel(8990, 2, 0);
         }
         ParameterSet& parameters = CurrentParameters();
-        parameters.porosity.assign(2, porosity);
-        parameters.viscosity.assign(2, 1);
-        parameters.ct.assign(2, 1e-5);
-        parameters.height.assign(2, 10);
+        parameters.intervals.assign(2, {1, porosity, 1, 1e-5, 10});
         parameters.dw = 8.5;
         GetIntervalInformation();
         CurrentIntervals()[1].reservoirHpi = hpi;
@@ -270,7 +267,7 @@ TEST_F(Results, LevelGridShowsTheSelectedCycleTheWindowByNameAndEmptyCellsWithou
     EXPECT_EQ(Value(GridKind::level, levelCycleNumberRow), "Window");
     EXPECT_EQ(Value(GridKind::level, 8), "");
     EXPECT_EQ(Value(GridKind::level, 19), "0.02");
-    EXPECT_EQ(CurrentParameters().cycleNo[0], windowCycleNumber);
+    EXPECT_EQ(CurrentParameters().intervals[0].cycleNo, windowCycleNumber);
     EXPECT_TRUE(cycles.windowSelected);
     cycles.analysed[0] = 0;
     cycles.valve[0] = cycles.pressure[0] = cycles.flow[0] = {};
@@ -295,9 +292,7 @@ TEST_F(Results, SingleValueGridsShowTheChosenIntervalAndTheSpinnerTypeByName) {
     CurrentParameters().spinner = 1;
     ParameterSet& parameters = CurrentParameters();
     parameters.compressibility = 0;
-    std::tie(parameters.porosity, parameters.viscosity, parameters.ct, parameters.height) =
-        std::tuple(std::vector{0.1, 0.2, 0.3}, std::vector{1.1, 1.2, 1.3}, std::vector{2.1, 2.2, 2.3},
-                   std::vector{7.0, 8.0, 9.0});
+    parameters.intervals = {{1, 0.1, 1.1, 2.1, 7}, {1, 0.2, 1.2, 2.2, 8}, {1, 0.3, 1.3, 2.3, 9}};
     ShownChoice().interval = 2;
     ASSERT_TRUE(RefreshGrids());
     const std::pair<std::size_t, std::string> expected[] = {{2, "0.05"},   {3, "0.02"},        {11, "6"},

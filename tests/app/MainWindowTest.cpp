@@ -122,13 +122,13 @@ TEST_F(MainWindow, TextEditorKeepsWhatWasTypedUnlessEscapeDiscardsIt) {
     Press(Qt::Key_Escape);
     EXPECT_EQ(Cell("fgQuicklook", quicklookPorosityRow), "1");
     // The grid rounds, the editor does not: what was not changed stays as it is to the last digit.
-    CurrentParameters().ct[1] = 3.456789e-6;
+    CurrentParameters().intervals[1].ct = 3.456789e-6;
     for (const Qt::Key end : {Qt::Key_Return, Qt::Key_Tab, Qt::Key_Escape}) {
         enter(quicklookCompressibilityRow, "");
         EXPECT_EQ(editor.selectedText(), "0.000003456789");
         Press(end);
         EXPECT_FALSE(editor.isVisible());
-        EXPECT_EQ(CurrentParameters().ct[1], 3.456789e-6);
+        EXPECT_EQ(CurrentParameters().intervals[1].ct, 3.456789e-6);
     }
     const std::pair<const char*, std::function<void()>> ways[] = {
         {"0.125", [] { Press(Qt::Key_Return); }},
@@ -167,7 +167,7 @@ TEST_F(MainWindow, TextEditorKeepsWhatWasTypedUnlessEscapeDiscardsIt) {
         EXPECT_EQ(editor.selectedText(), "much");
         Press(Qt::Key_Escape);
     }
-    EXPECT_EQ(CurrentParameters().viscosity[1], 1);
+    EXPECT_EQ(CurrentParameters().intervals[1].viscosity, 1);
     // A cell that is computed opens nothing; typing into one that is entered begins with what was typed.
     EditCell("fgQuicklook", 13);
     EXPECT_FALSE(editor.isVisible());
@@ -175,7 +175,7 @@ TEST_F(MainWindow, TextEditorKeepsWhatWasTypedUnlessEscapeDiscardsIt) {
     Type("7");
     EXPECT_EQ(editor.text(), "7");
     window->close();
-    EXPECT_EQ(CurrentParameters().height[1], 7);
+    EXPECT_EQ(CurrentParameters().intervals[1].height, 7);
     ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 

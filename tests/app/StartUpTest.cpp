@@ -23,7 +23,7 @@ TEST_F(StartUpTest, stampsOnlyAVersionThatDiffers) {
     };
     for (const auto& [before, running, after] : cases) {
         WriteSettings(before);
-        StampVersion(running, SettingsFilePath());
+        StampVersion(running);
         EXPECT_EQ(Settings(), after) << before;
     }
 }

@@ -85,18 +85,18 @@ TEST(CommandLine, RefusesWithStatus2AndNamesWhatIsWrong) {
 }
 
 TEST(CommandLine, SettingsAreTakenUnderTheRangesOfTheDialogs) {
-    for (const char* text :
+    for (const std::string text :
          {"Parameters.Period=20", "parameters.period=90", "Parameters.1CycleNo=3", "Parameters.0Porosity=0.2",
           "Parameters.DLen=1000", "Parameters.CasingID=6", "Parameters.B0=1", "Parameters.17Height=3",
           "Presentation.PresMin=-2000", "Presentation.TimeAuto=-1", "Plot.Valve=1", "Cursors.Cursor2=100",
           "Dataset.FlowCurveNum=RTC", "Dataset.PresCurve=A=B"}) {
-        std::string fault;
-        EXPECT_TRUE(ParseSetting(text, fault)) << fault;
+        const ParsedCommandLine parsed = Parse("a.dkb --set " + text);
+        ASSERT_TRUE(parsed.options) << text;
+        const SettingValue& setting = parsed.options->settings.at(0);
+        EXPECT_EQ(setting.section + "." + setting.key + "=" + setting.value, text);
     }
-    std::string fault;
-    EXPECT_EQ(ParseSetting("Dataset.PresCurve=A=B", fault)->value, "A=B");
-    EXPECT_EQ(LevelOfSetting(*ParseSetting("Parameters.12Height=1", fault)), 12U);
-    EXPECT_FALSE(LevelOfSetting(*ParseSetting("Parameters.Period=90", fault)));
+    EXPECT_EQ(IndexOfKey("12Height"), 12U);
+    EXPECT_FALSE(IndexOfKey("Period"));
 }
 
 }  // namespace

@@ -140,10 +140,13 @@ TEST_F(PlotScales, checksInTheDialogsOrderAndKeepsWhatWasChecked) {
     for (AxisForm& axis : form.axes)
         axis = {false, {"5"}, {"x"}};
     form.start = {"?"};
-    const Quantity order[] = {Quantity::pressure, Quantity::flow, Quantity::filteredPressure,
-                              Quantity::filteredFlow, Quantity::valve};
-    for (const Quantity quantity : order) {
-        EXPECT_EQ(Refused(form).control, BoxesOf(quantity).maximum);
+    const std::pair<Quantity, const char*> order[] = {{Quantity::pressure, "txtPresMax"},
+                                                      {Quantity::flow, "txtFlowMax"},
+                                                      {Quantity::filteredPressure, "txtFiltPresMax"},
+                                                      {Quantity::filteredFlow, "txtFiltFlowMax"},
+                                                      {Quantity::valve, "txtModMax"}};
+    for (const auto& [quantity, control] : order) {
+        EXPECT_EQ(Refused(form).control, control);
         EXPECT_EQ(PrsOpt().Axis(quantity).minimum, 5);
         EXPECT_TRUE(PrsOpt().fixed);
         form.axes[IndexOf(quantity)].maximum = {"6"};

@@ -56,29 +56,30 @@ TEST_F(Parameters, AStoredNumberOfIntervalsIsRaisedNeverLowered) {
     SelectDatasets(2);
     ReadParameters();
     EXPECT_EQ(CurrentParameters().numInts, 5);
-    EXPECT_EQ(CurrentParameters().height.size(), 5U);
+    EXPECT_EQ(CurrentParameters().intervals.size(), 5U);
     ResizeIntervalArrays();
     EXPECT_EQ(CurrentParameters().numInts, 2);
-    EXPECT_EQ(CurrentParameters().height.size(), 2U);
+    EXPECT_EQ(CurrentParameters().intervals.size(), 2U);
 }
 
 TEST_F(Parameters, WithoutIntervalsTheReadingEndsBeforeTheFilter) {
     WriteSettings(Section("NumInts=0 DLen=7 DFilt=2 Period=100"));
-    CurrentParameters().porosity = {0.5};
+    CurrentParameters().intervals.assign(1, {.porosity = 0.5});
     ReadParameters();
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.dLen, set.dFilt), std::make_tuple(100.0, 0.0, 0));
-    EXPECT_THAT(set.porosity, ElementsAre(0.5));
+    EXPECT_THAT(set.intervals, ElementsAre(FieldsAre(1, 0.5, 1, 1, 10)));
 }
 
 TEST_F(Parameters, ResizingReadsEveryEntryAgain) {
     WriteSettings(Section("0Porosity=0.25"));
-    CurrentParameters().porosity = {0.9};
+    CurrentParameters().intervals.assign(1, {.porosity = 0.9});
     for (const std::size_t datasets : {2U, 0U}) {
         SelectDatasets(datasets);
         ResizeIntervalArrays();
         EXPECT_EQ(CurrentParameters().numInts, static_cast<int>(datasets));
-        EXPECT_THAT(CurrentParameters().porosity, ElementsAre(0.25, 1));
+        EXPECT_THAT(CurrentParameters().intervals,
+                    ElementsAre(FieldsAre(1, 0.25, 1, 1, 10), FieldsAre(1, 1, 1, 1, 10)));
     }
 }
 
@@ -160,13 +161,13 @@ TEST_F(Parameters, SlopeCountsForTheUserDefinedSpinnerOnlyAndNoFilterMeansNone) 
 TEST_F(Parameters, IntervalValuesAreStoredWhenTheyAreNumbers) {
     SelectDatasets(2);
     ReadParameters();
-    EXPECT_FALSE(SetIntervalValue(IntervalField::viscosity, 1, " 0.5 "));
+    EXPECT_FALSE(SetIntervalValue(&IntervalParameters::viscosity, 1, " 0.5 "));
     EXPECT_THAT(Settings(), HasSubstr("1Viscosity=0.5\r\n"));
-    EXPECT_FALSE(SetIntervalValue(IntervalField::compressibility, 0, "-1e-5"));
-    EXPECT_EQ(CurrentParameters().ct[0], -1e-5);
-    EXPECT_EQ(SetIntervalValue(IntervalField::porosity, 0, "")->message, "Porosity: Out of range");
-    EXPECT_EQ(SetIntervalValue(IntervalField::height, 1, "1m")->message, "Height: Out of range");
-    EXPECT_EQ(CurrentParameters().height[1], 10);
+    EXPECT_FALSE(SetIntervalValue(&IntervalParameters::ct, 0, "-1e-5"));
+    EXPECT_EQ(CurrentParameters().intervals[0].ct, -1e-5);
+    EXPECT_EQ(SetIntervalValue(&IntervalParameters::porosity, 0, "")->message, "Porosity: Out of range");
+    EXPECT_EQ(SetIntervalValue(&IntervalParameters::height, 1, "1m")->message, "Height: Out of range");
+    EXPECT_EQ(CurrentParameters().intervals[1].height, 10);
     SetCycleNumber(1, 7);
     EXPECT_THAT(Settings(), HasSubstr("1CycleNo=7\r\n"));
     EXPECT_EQ(CycleNumberOf(1), 7);
