@@ -10,6 +10,7 @@
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/modGeneral.h"
+#include "signal/CurveCoverage.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"

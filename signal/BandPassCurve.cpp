@@ -2,9 +2,35 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <tuple>
 #include <utility>
 
+#include "general/CheckedMath.h"
+
 namespace vorela {
+
+KernelDesign DesignFor(double period, std::int16_t filterN, std::int16_t step) {
+    constexpr const char* source = "modFilteredCurves";
+    const double frequency = CheckedDivide(1.0, period, source);
+    return {static_cast<float>(CheckedDivide(frequency, step, source) / 2.0),
+            static_cast<float>(2.0 * CheckedDivide(frequency, step, source)),
+            RoundTo<std::int16_t>(filterN * period * step, source)};
+}
+
+std::shared_ptr<const OverlapAddKernel> SharedKernel(const KernelDesign& design) {
+    using Key = std::tuple<float, float, std::int16_t>;
+    static std::map<Key, std::weak_ptr<const OverlapAddKernel>> kernels;
+    std::erase_if(kernels, [](const auto& entry) { return entry.second.expired(); });
+    std::weak_ptr<const OverlapAddKernel>& known = kernels[{design.fc1, design.fc2, design.length}];
+    std::shared_ptr<const OverlapAddKernel> kernel = known.lock();
+    if (!kernel) {
+        kernel =
+            std::make_shared<const OverlapAddKernel>(BandPassKernel(design.fc1, design.fc2, design.length));
+        known = kernel;
+    }
+    return kernel;
+}
 
 BandPassCurve::BandPassCurve(std::shared_ptr<const OverlapAddKernel> kernel) : filter_(std::move(kernel)) {}
 

@@ -11,6 +11,19 @@
 
 namespace vorela {
 
+/// The band-pass kernel of a curve with a sampling step in hundredths of a second. The step enters as the
+/// tool's sampling value does, in hundredths and not in seconds: kept, since the filter settings in use are
+/// tuned to it.
+struct KernelDesign {
+    float fc1 = 0;
+    float fc2 = 0;
+    std::int16_t length = 0;
+};
+/// Throws division by zero (11) and overflow (6) where there is none; the period in seconds.
+KernelDesign DesignFor(double period, std::int16_t filterN, std::int16_t step);
+/// Kernels in use, shared by the curves of one design.
+std::shared_ptr<const OverlapAddKernel> SharedKernel(const KernelDesign& design);
+
 /// The delay is taken out; the first D positions and the last D + 1 are zero (D = half the kernel). An output
 /// whose kernel span touches a gap has no value. What is handed out for the transform in progress and the
 /// zeros of the end are replaced as the recording grows: each Finish() costs one transform, however long the

@@ -2,15 +2,23 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
+#include <limits>
 #include <map>
+#include <numbers>
 #include <optional>
+#include <set>
+#include <span>
 #include <utility>
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
+#include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
+#include "signal/BandPassCurve.h"
+#include "signal/DerivedRun.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
@@ -19,7 +27,9 @@ namespace vorela {
 namespace {
 
 constexpr const char* checkingCurves = "Checking derived curves";
+constexpr const char* gettingInformation = "Getting filter information";
 constexpr double indexUnitsPerSecond = 100.0;
+constexpr double lowestGain = 0.9;
 
 std::optional<LevelCoverage> CoverageOfLevel(const DatasetRecord& record, int filterN) {
     const DravikDatabase database(record.database);
@@ -30,8 +40,8 @@ std::optional<LevelCoverage> CoverageOfLevel(const DatasetRecord& record, int fi
     const auto flow = Item::Find(database, ItemPath(record.dataset, choice.flow));
     if (!pressure || !flow)
         return std::nullopt;
-    const IndexSpan p = FilteredSpanOf(pressure->Info(), filterN);
-    const IndexSpan q = FilteredSpanOf(flow->Info(), filterN);
+    const GridSpan p = FilteredSpanOf(pressure->Info(), filterN);
+    const GridSpan q = FilteredSpanOf(flow->Info(), filterN);
     const auto length = [](const ItemInfo& info) {
         return info.IsEmpty() ? 0.0 : static_cast<double>(std::int64_t{info.extentLast} - info.extentFirst);
     };
@@ -64,6 +74,67 @@ std::string Listed(const std::vector<std::string>& names) {
     for (const std::string& name : names)
         text += (text.empty() ? "" : ", ") + name;
     return text;
+}
+
+/// Gain of a kernel at a frequency in cycles per sample.
+double GainAt(std::span<const float> kernel, double frequency) {
+    std::complex<double> response = 0.0;
+    for (std::size_t k = 0; k < kernel.size(); ++k)
+        response += static_cast<double>(kernel[k]) *
+                    std::polar(1.0, -2.0 * std::numbers::pi * frequency * static_cast<double>(k));
+    return std::abs(response);
+}
+
+/// Sampling steps of the selected datasets' input curves.
+std::set<std::int16_t> InputSteps() {
+    std::set<std::int16_t> steps;
+    const CurveChoice& choice = CurrentSelection().choice;
+    for (const DatasetRecord& record : CurrentSelection().datasets) {
+        DravikDatabase database(record.database);
+        if (!database.IsOpen())
+            break;
+        for (const std::string& name : {choice.pressure, choice.flow})
+            if (const auto item = Item::Find(database, ItemPath(record.dataset, name)))
+                steps.insert(item->Info().step);
+    }
+    return steps;
+}
+
+/// One line on the band pass of curves with this sampling step.
+std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning) {
+    const ParameterSet& p = CurrentParameters();
+    const double stepSeconds = step / indexUnitsPerSecond;
+    const std::string sampling = "Band pass at a sampling of " + Seconds(stepSeconds) + ": ";
+    const double length = filterN * p.period * step;
+    if (!(RoundHalfEven(length) >= 1.0 &&
+          RoundHalfEven(length) <= std::numeric_limits<std::int16_t>::max())) {
+        warning = true;
+        return sampling + "the kernel would need " + FormatNumber(RoundHalfEven(length)) +
+               " samples, 1 to 32767 can be had";
+    }
+    const KernelDesign design = DesignFor(p.period, filterN, step);
+    const double gain = GainAt(SharedKernel(design)->Values(), stepSeconds / p.period);
+    std::string line = sampling + "periods from " + Seconds(stepSeconds / design.fc2) + " to " +
+                       Seconds(stepSeconds / design.fc1) + ", gain " + FormatByPattern(gain, "0.000") +
+                       " at " + Seconds(p.period);
+    if (gain < lowestGain) {
+        warning = true;
+        line += " - Warning: the period of test is weakened";
+    }
+    return line;
+}
+
+PassBand DescribePassBand(std::int16_t filterN) {
+    const ParameterSet& p = CurrentParameters();
+    if (p.bandPass == 0)
+        return {"Half-period difference: gain 1 at " + Seconds(p.period) +
+                ", constants and straight lines are removed"};
+    PassBand band;
+    for (const std::int16_t step : InputSteps()) {
+        const std::string line = BandPassLine(filterN, step, band.warning);
+        band.text += (band.text.empty() ? "" : "\n") + line;
+    }
+    return band;
 }
 
 void AddIfStale(const Database& database, const StaleCurve& wanted, std::vector<StaleCurve>& stale) {
@@ -105,6 +176,11 @@ CoverageText DescribeCoverage(int filterN) {
     for (const auto& [words, datasets] : lines)
         description.text += (description.text.empty() ? "" : "\n") + Listed(datasets) + ": " + words;
     return description;
+}
+
+PassBand GetPassBand(int filterN) {
+    return Attempt(gettingInformation, PassBand{},
+                   [&] { return DescribePassBand(CheckedNarrow<std::int16_t>(filterN, "CurveCoverage")); });
 }
 
 std::vector<StaleCurve> StaleCurves() {

@@ -1,5 +1,6 @@
 // What the derived curves of the selected datasets can be used for: from when to when filtered curves will be
-// valid, and which curves that exist were made with other settings than those in force. Reads, never writes.
+// valid, what the filter lets pass, and which curves that exist were made with other settings than those in
+// force. Reads, never writes.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +28,15 @@ struct CoverageText {
     bool warning = false;  ///< a level keeps no whole cycle, or the filter cannot be made
 };
 CoverageText DescribeCoverage(int filterN);
+
+/// What the filter of the current parameters does with this FilterN.
+struct PassBand {
+    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
+    /// difference filter its gain. One or more lines.
+    std::string text;
+    bool warning = false;
+};
+PassBand GetPassBand(int filterN);
 
 /// A derived curve that was made in another way than the settings in force say.
 struct StaleCurve {

@@ -1,7 +1,6 @@
 #include "signal/modDFilt.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -14,7 +13,7 @@
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "platform/DravikLibraries.h"
-#include "signal/RunProgress.h"
+#include "signal/DerivedRun.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 
@@ -26,13 +25,12 @@ constexpr const char* creatingCurve = "Creating reconstructed valve curves";
 constexpr const char* creatingFailed = "Error creating filtered flow";
 constexpr const char* creatingFilter = "Creating Dravik filter";
 constexpr const char* creatingStatus = "Creating filtered flow";
+constexpr const char* overwriteQuestion =
+    "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?";
 constexpr const char* caption = "Vorela";
 
 /// Hundredths of a second: what the filter library is told about the unit of step and lag.
 constexpr std::int32_t indexUnitsPerSecond = 100;
-
-/// Samples filtered between two commits.
-constexpr std::int64_t samplesPerCommit = 262144;
 
 const Smooth32Api& Api() {
     return LoadedLibraries().filter;
@@ -81,11 +79,12 @@ class SpinnerFilter {
     std::int32_t lag_ = 0;
 };
 
-/// What is remembered of a dataset: its living filter, and how far the curve was filtered with which filter.
+/// What is remembered of a dataset: its living filter, and with which filter and how far the curve was
+/// filtered.
 struct FilterSlot {
     SpinnerFilter filter;
     std::string definition;
-    std::optional<std::int32_t> resumeMark;  ///< last time index filtered
+    std::optional<DerivedMark> mark;
 };
 
 PerDataset<FilterSlot>& Slots() {
@@ -95,36 +94,22 @@ PerDataset<FilterSlot>& Slots() {
     return slots;
 }
 
-/// A stretch of the flow curve; `usable` is false for gaps and for values that are no numbers.
-struct FlowBlock {
-    std::vector<float> values;
-    std::vector<std::uint8_t> usable;
-
-    FlowBlock(CurveReader& flow, std::int64_t first, std::int64_t last)
-        : values(static_cast<std::size_t>((last - first) / flow.Info().step + 1)), usable(values.size()) {
-        flow.ReadGrid(static_cast<std::int32_t>(first), values, usable);
-        for (std::size_t i = 0; i < values.size(); ++i)
-            if (!std::isfinite(values[i]))
-                usable[i] = 0;
-    }
-};
-
-/// Feeds a fresh filter the samples before `index` that its response reaches back to (2 × lag of them), so
+/// Feeds a fresh filter the samples up to `index` that its response reaches back to (2 × lag of them), so
 /// that its output joins what was filtered before without a step. The filter counts samples, so gaps are not
 /// counted here.
-void WarmUp(SpinnerFilter& filter, CurveReader& flow, std::int64_t index) {
-    const std::int64_t step = flow.Info().step;
-    const std::int64_t wanted = 2 * std::int64_t{filter.Lag()} / step;
+void WarmUp(SpinnerFilter& filter, CurveReader& flow, std::int32_t index) {
+    GridSpan before = GridSpan::Of(flow.Info());
+    before.last = index;
+    const std::int64_t wanted = 2 * std::int64_t{filter.Lag()} / before.step;
     std::vector<float> earlier;  // latest first
-    std::int64_t before = index - step;
-    while (std::ssize(earlier) < wanted && before >= flow.Info().extentFirst) {
-        const std::int64_t from = std::max<std::int64_t>(flow.Info().extentFirst,
-                                                         before - (wanted - std::ssize(earlier) - 1) * step);
-        const FlowBlock block(flow, from, before);
-        for (std::size_t i = block.values.size(); i-- > 0 && std::ssize(earlier) < wanted;)
-            if (block.usable[i] != 0)
+    SampleBlock block;
+    for (std::int64_t count = before.Count(); count > 0 && std::ssize(earlier) < wanted;) {
+        const std::int64_t from = std::max<std::int64_t>(0, count - (wanted - std::ssize(earlier)));
+        block.Read(flow, {before.IndexOf(from), before.IndexOf(count - 1), before.step});
+        for (std::size_t i = block.values.size(); i-- > 0;)
+            if (block.present[i] != 0)
                 earlier.push_back(block.values[i]);
-        before = from - step;
+        count = from;
     }
     for (auto value = earlier.rbegin(); value != earlier.rend(); ++value)
         filter.Apply(*value);
@@ -134,7 +119,7 @@ std::string MadeText(const std::string& definition) {
     return definition + " by Smooth32";
 }
 
-/// What FilterToTheEnd states of a curve that it has finished.
+/// What FilterFlow states of a curve that it has finished.
 bool IsComplete(const ItemInfo& output, const ItemInfo& flow, std::int32_t lag) {
     if (flow.IsEmpty())
         return output.IsEmpty();
@@ -142,48 +127,40 @@ bool IsComplete(const ItemInfo& output, const ItemInfo& flow, std::int32_t lag) 
            output.validLast == std::int64_t{flow.extentLast} - lag;
 }
 
-/// Filters the samples first … last and writes them, moved back by the filter's lag. One transaction.
-void FilterBlock(Database& database, CurveReader& flow, CurveWriter& writer, FilterSlot& slot,
-                 std::int64_t first, std::int64_t last, RunProgress& progress) {
-    const ItemInfo& info = flow.Info();
+/// Filters the samples that `slot` has not seen and writes them, moved back by the filter's lag.
+void FilterFlow(DerivedRun& run, CurveReader& flow, FilterSlot& slot, RunProgress& progress) {
+    const GridSpan& recorded = run.Recorded();
     const std::int64_t lag = slot.filter.Lag();
-    Transaction transaction(database);  // before the reading, which then waits for nobody
-    const FlowBlock block(flow, first, last);
-    std::int64_t t = first;
-    for (std::size_t i = 0; i < block.values.size(); ++i, t += info.step) {
-        progress.At(static_cast<std::int32_t>(t));
-        if (block.usable[i] == 0)
-            continue;
-        const double filtered = slot.filter.Apply(block.values[i]);
-        if (t - lag >= info.extentFirst)
-            writer.Put(static_cast<std::int32_t>(t - lag), static_cast<float>(filtered));
-    }
-    writer.Flush();
-    writer.Mark(CheckedNarrow<std::int32_t>(info.extentFirst + lag, "Filtered flow"),
-                CheckedNarrow<std::int32_t>(last - lag, "Filtered flow"), MadeText(slot.definition));
-    transaction.Commit();
+    SampleBlock block;
+    const auto filterPiece = [&](const GridSpan& piece) {
+        run.Begin();  // before the reading, which then waits for nobody
+        block.Read(flow, piece);
+        std::int64_t t = piece.first;
+        for (std::size_t i = 0; i < block.values.size(); ++i, t += piece.step) {
+            progress.At(static_cast<std::int32_t>(t));
+            if (block.present[i] == 0)
+                continue;
+            const double filtered = slot.filter.Apply(block.values[i]);
+            if (t - lag >= recorded.first)
+                run.Output().Put(static_cast<std::int32_t>(t - lag), static_cast<float>(filtered));
+        }
+        run.State(recorded.first + lag, piece.last - lag);
+        run.Commit();
+        slot.mark = run.MarkAt(piece.last);
+        return true;
+    };
+    InPieces(recorded, slot.mark ? slot.mark->taken.Count() : 0, samplesPerCommit, filterPiece);
 }
 
-/// True when the curve is there and was made by another filter: then nothing of it may be left.
-bool IsOfAnotherFilter(const Database& database, const std::string& path, const FilterSlot& slot) {
-    const std::optional<Item> existing = Item::Find(database, path);
-    return existing && existing->Info().made != MadeText(slot.definition);
-}
-
-CurveWriter OpenOutput(Database& database, const DatasetRecord& record, const ItemInfo& flow,
-                       const FilterSlot& slot, bool incremental) {
+/// A curve of another filter must not be left in part.
+void OpenOutput(DerivedRun& run, const ItemInfo& flow, const FilterSlot& slot, bool incremental) {
     const DerivedCurve attributes{flow.step,  flow.firstIndex, GetUnitText(flow.unitCode),
                                   flow.scale, flow.offset,     MadeText(slot.definition)};
-    const std::string name = DravikFilteredFlowName(CurrentSelection().choice);
-    const bool startsOver =
-        !incremental ||
-        (!slot.resumeMark && IsOfAnotherFilter(database, ItemPath(record.dataset, name), slot));
-    if (!startsOver)
-        return CurveWriter::OpenOrCreate(database, record.dataset, name, attributes);
-    Transaction transaction(database);
-    CurveWriter writer = CurveWriter::Recreate(database, record.dataset, name, attributes);
-    transaction.Commit();
-    return writer;
+    const std::optional<ItemInfo> existing = run.OutputInfo();
+    if (incremental && (slot.mark || !existing || existing->made == attributes.made))
+        run.Extend(attributes);
+    else
+        run.StartAnew(attributes);
 }
 
 /// Makes the slot's filter live, for a run that goes on behind its resume mark (from the start when there is
@@ -197,38 +174,13 @@ bool ReadyFilter(FilterSlot& slot, CurveReader& flow) {
         const std::string definition = FilterDefinition(parameters.dFilt, parameters.dLen);
         // A curve is of one filter throughout: with another one it is made from the start.
         if (slot.definition != definition)
-            slot.resumeMark.reset();
+            slot.mark.reset();
         slot.definition = definition;
         slot.filter = SpinnerFilter(definition, flow.Info().step);
-        if (slot.filter.IsUsable() && slot.resumeMark)
-            WarmUp(slot.filter, flow, std::int64_t{*slot.resumeMark} + flow.Info().step);
+        if (slot.filter.IsUsable() && slot.mark)
+            WarmUp(slot.filter, flow, slot.mark->taken.last);
         return slot.filter.IsUsable();
     });
-}
-
-void FilterToTheEnd(Database& database, CurveReader& flow, CurveWriter& writer, FilterSlot& slot,
-                    bool incremental) {
-    const ItemInfo& info = flow.Info();
-    const std::int64_t step = info.step;
-    const std::int64_t start = slot.resumeMark ? *slot.resumeMark + step : std::int64_t{info.extentFirst};
-    const std::int64_t end = info.extentLast;
-    RunProgress progress(!incremental, creatingStatus, static_cast<std::int32_t>(std::min(start, end)),
-                         info.extentLast);
-    for (std::int64_t first = start; first <= end;) {
-        const std::int64_t last = std::min(end, first + (samplesPerCommit - 1) * step);
-        FilterBlock(database, flow, writer, slot, first, last, progress);
-        slot.resumeMark = static_cast<std::int32_t>(last);
-        first = last + step;
-    }
-}
-
-/// Flow and filtered curve are as the filter left them, but for growth. They are not when the dataset was
-/// imported again.
-bool CanGoOnFrom(const FilterSlot& slot, const CurveReader& flow, const Database& database,
-                 const DatasetRecord& record) {
-    const std::string name = DravikFilteredFlowName(CurrentSelection().choice);
-    return slot.resumeMark && *slot.resumeMark <= flow.Info().extentLast &&
-           Item::Find(database, ItemPath(record.dataset, name)).has_value();
 }
 
 bool FilterDataset(std::size_t index, bool incremental) {
@@ -236,11 +188,15 @@ bool FilterDataset(std::size_t index, bool incremental) {
     DravikDatabase database(record.database);
     if (!database.IsOpen())
         return false;
-    if (RecordingStands(database, record.dataset, DravikFilteredFlowName(CurrentSelection().choice)))
+    const CurveChoice& choice = CurrentSelection().choice;
+    const std::string output = DravikFilteredFlowName(choice);
+    if (RecordingStands(database, record.dataset, output))
         return true;
-    CurveReader flow(database, record.dataset, CurrentSelection().choice.flow, Between::sampleBefore);
+    CurveReader flow(database, record.dataset, choice.flow, Between::sampleBefore);
+    WriteTransaction transaction(database);
+    DerivedRun run(transaction, record.dataset, choice.flow, GridSpan::Of(flow.Info()), output);
     FilterSlot& slot = Slots().Of(record);
-    if (!incremental || !CanGoOnFrom(slot, flow, database, record))
+    if (!incremental || !slot.mark || !run.CanGoOnFrom(*slot.mark))
         slot = FilterSlot{};
     if (!ReadyFilter(slot, flow)) {
         Slots().Forget(record);
@@ -249,8 +205,10 @@ bool FilterDataset(std::size_t index, bool incremental) {
         return false;
     }
     try {
-        CurveWriter writer = OpenOutput(database, record, flow.Info(), slot, incremental);
-        FilterToTheEnd(database, flow, writer, slot, incremental);
+        OpenOutput(run, flow.Info(), slot, incremental);
+        RunProgress progress(!incremental, creatingStatus, run.Recorded());
+        FilterFlow(run, flow, slot, progress);
+        transaction.Commit();
     } catch (...) {
         // The filter has seen samples whose output was not kept; the next run makes a fresh one at the resume
         // mark.
@@ -260,12 +218,6 @@ bool FilterDataset(std::size_t index, bool incremental) {
     if (!incremental)
         slot.filter.Destroy();
     return database.Close();
-}
-
-bool AgreesToOverwrite() {
-    return CurrentPorts().messages->AskYesNo(
-        caption,
-        "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?");
 }
 
 }  // namespace
@@ -299,7 +251,8 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
             return false;
         if (FilteredFlowExists())
             RefuseToReplaceRecordings({DravikFilteredFlowName(CurrentSelection().choice)});
-        if (askBeforeOverwriting && FilteredFlowExists() && !AgreesToOverwrite())
+        if (askBeforeOverwriting && FilteredFlowExists() &&
+            !CurrentPorts().messages->AskYesNo(caption, overwriteQuestion))
             return false;
         ResetFilterSlots();
         for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)

@@ -2,15 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <complex>
 #include <limits>
-#include <map>
 #include <memory>
-#include <numbers>
 #include <optional>
-#include <set>
-#include <tuple>
 #include <utility>
 
 #include "db/Curves.h"
@@ -20,6 +14,7 @@
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "signal/BandPassCurve.h"
+#include "signal/DerivedRun.h"
 #include "signal/DifferenceFilter.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
@@ -40,13 +35,7 @@ constexpr const char* source = "modFilteredCurves";
 
 /// Samples read at a time.
 constexpr std::int64_t blockSamples = 16384;
-/// Samples filtered between two commits: bounds what a transaction holds and how long it locks out the
-/// recorder.
-constexpr std::int64_t samplesPerCommit = 262144;
-
-constexpr double unitsPerSecond = 100.0;
 constexpr int mostPasses = 10;
-constexpr double lowestGain = 0.9;
 
 // --- Settings ---
 
@@ -57,8 +46,6 @@ struct FilterSettings {
     bool bandPass = false;
     double period = 0;  ///< s
     std::int16_t filterN = 1;
-
-    friend bool operator==(const FilterSettings&, const FilterSettings&) = default;
 };
 
 constexpr std::size_t slots = 2;
@@ -77,42 +64,11 @@ std::array<FilterSettings, slots> CurrentSettings() {
     return settings;
 }
 
-/// The band-pass kernel of a curve with a sampling step in hundredths of a second. The step enters as the
-/// tool's sampling value does, in hundredths and not in seconds: kept, since the filter settings in use are
-/// tuned to it.
-struct KernelDesign {
-    float fc1 = 0;
-    float fc2 = 0;
-    std::int16_t length = 0;
-};
-KernelDesign DesignFor(double period, std::int16_t filterN, std::int16_t step) {
-    const double frequency = CheckedDivide(1.0, period, source);
-    return {static_cast<float>(CheckedDivide(frequency, step, source) / 2.0),
-            static_cast<float>(2.0 * CheckedDivide(frequency, step, source)),
-            RoundTo<std::int16_t>(filterN * period * step, source)};
-}
-
-/// Kernels in use, shared by the curves of one design.
-std::shared_ptr<const OverlapAddKernel> SharedKernel(const KernelDesign& design) {
-    using Key = std::tuple<float, float, std::int16_t>;
-    static std::map<Key, std::weak_ptr<const OverlapAddKernel>> kernels;
-    std::erase_if(kernels, [](const auto& entry) { return entry.second.expired(); });
-    std::weak_ptr<const OverlapAddKernel>& known = kernels[{design.fc1, design.fc2, design.length}];
-    std::shared_ptr<const OverlapAddKernel> kernel = known.lock();
-    if (!kernel) {
-        kernel =
-            std::make_shared<const OverlapAddKernel>(BandPassKernel(design.fc1, design.fc2, design.length));
-        known = kernel;
-    }
-    return kernel;
-}
-
-std::unique_ptr<CurveFilter> MakeFilter(const FilterSettings& settings, const ItemInfo& input) {
+std::unique_ptr<CurveFilter> MakeFilter(const FilterSettings& settings, const GridSpan& input) {
     if (settings.bandPass)
         return std::make_unique<BandPassCurve>(
             SharedKernel(DesignFor(settings.period, settings.filterN, input.step)));
-    return std::make_unique<DifferenceFilter>(input.extentFirst, input.step, settings.period,
-                                              settings.filterN);
+    return std::make_unique<DifferenceFilter>(input.first, input.step, settings.period, settings.filterN);
 }
 
 std::string PassesText(const FilterSettings& settings) {
@@ -180,13 +136,9 @@ class FilterProgress {
 
 // --- One curve ---
 
-/// What is remembered of a filtered curve: the filter, fed with everything filtered so far, and how the curve
-/// was left.
+/// What is remembered of a filtered curve: where it stands, and the filter, fed with everything up to there.
 struct CurveState {
-    FilterSettings settings;
-    std::int32_t firstIndex = 0;
-    std::int16_t step = 1;
-    std::int32_t outputLast = 0;
+    DerivedMark mark;
     std::shared_ptr<const CurveFilter> filter;
 };
 struct SlotState {
@@ -200,138 +152,87 @@ PerDataset<DatasetState>& States() {
     return states;
 }
 
-/// A transaction that begins with the first need to write and is committed and begun again now and then on a
-/// long run.
-class LongTransaction {
+/// Filters one curve of one dataset.
+class FilteredCurve {
   public:
-    explicit LongTransaction(Database& database) : database_(database) {}
-    void Begin() {
-        if (!transaction_)
-            transaction_.emplace(database_);
-    }
-    void Commit() {
-        if (transaction_)
-            transaction_->Commit();
-        transaction_.reset();
-    }
-
-  private:
-    Database& database_;
-    std::optional<Transaction> transaction_;
-};
-
-/// Filters one curve of one dataset within a transaction of the caller's.
-class CurveRun {
-  public:
-    CurveRun(const Database& database, const std::string& dataset, FilterSettings settings)
-        : database_(database),
-          dataset_(dataset),
-          settings_(std::move(settings)),
-          reader_(database, dataset, settings_.input, Between::linear),
-          info_(reader_.Info()),
-          count_(info_.IsEmpty() ? 0
-                                 : (std::int64_t{info_.extentLast} - info_.extentFirst) / info_.step + 1) {}
+    FilteredCurve(const Database& database, const std::string& dataset, const FilterSettings& settings)
+        : dataset_(dataset),
+          settings_(settings),
+          reader_(database, dataset, settings.input, Between::linear),
+          recorded_(GridSpan::Of(reader_.Info())) {}
 
     /// Goes on from `before` where that is possible. Nothing to remember when nothing has been recorded yet.
-    std::optional<CurveState> Run(const std::optional<CurveState>& before, LongTransaction& transaction,
+    std::optional<CurveState> Run(const std::optional<CurveState>& before, WriteTransaction& transaction,
                                   FilterProgress* progress) {
-        const bool goesOn = before && CanGoOnFrom(*before);
-        if (goesOn && before->filter->Fed() == count_)
+        DerivedRun run(transaction, dataset_, settings_.input, recorded_, settings_.output);
+        const bool goesOn =
+            before && before->mark.made == MadeText(settings_) && run.CanGoOnFrom(before->mark);
+        if (goesOn && before->mark.taken.last == recorded_.last)
             return before;
-        transaction.Begin();
+        run.Begin();
         if (goesOn) {
-            std::optional<CurveState> extended =
-                RunFrom(before->filter->Clone(), false, transaction, progress);
-            if (extended)
+            run.Extend(Attributes());
+            if (std::optional<CurveState> extended = FilterToTheEnd(run, before->filter->Clone(), progress))
                 return extended;
         }
-        if (info_.IsEmpty()) {
-            Open(true).Mark(info_.firstIndex, info_.firstIndex - 1);
-            return std::nullopt;
-        }
-        return RunFrom(MakeFilter(settings_, info_), true, transaction, progress);
+        run.StartAnew(Attributes());
+        if (!recorded_.IsEmpty())
+            return FilterToTheEnd(run, MakeFilter(settings_, recorded_), progress);
+        State(run, {});
+        return std::nullopt;
     }
 
     /// The curve is what Run would leave. The valid span tells it but where a recording is too short to have
     /// one: there the last value does.
     bool IsComplete(const ItemInfo& output) {
-        if (info_.IsEmpty())
+        if (recorded_.IsEmpty())
             return output.IsEmpty();
-        if (output.step != info_.step || output.firstIndex != info_.extentFirst)
+        if (output.step != recorded_.step || output.firstIndex != recorded_.first)
             return false;
-        const std::unique_ptr<CurveFilter> filter = MakeFilter(settings_, info_);
-        const CurveFilter::Span span = filter->ValidSpanOf(count_);
+        const std::unique_ptr<CurveFilter> filter = MakeFilter(settings_, recorded_);
+        const CurveFilter::Span span = filter->ValidSpanOf(recorded_.Count());
         if (span.first <= span.last)
-            return output.validFirst == IndexOf(span.first) && output.validLast == IndexOf(span.last);
+            return output.validFirst == recorded_.IndexOf(span.first) &&
+                   output.validLast == recorded_.IndexOf(span.last);
         const std::int64_t last = LastOutput(*filter);
         return output.validLast < output.validFirst &&
-               (last < 0 ? output.IsEmpty() : output.extentLast == IndexOf(last));
+               (last < 0 ? output.IsEmpty() : output.extentLast == recorded_.IndexOf(last));
     }
 
   private:
-    /// The state is of these settings, input and output are as it left them (but for growth).
-    bool CanGoOnFrom(const CurveState& state) const {
-        if (!(state.settings == settings_) || state.firstIndex != info_.extentFirst ||
-            state.step != info_.step || state.filter->Fed() > count_)
-            return false;
-        const std::optional<Item> output = Item::Find(database_, ItemPath(dataset_, settings_.output));
-        return output && output->Info().made == MadeText(settings_) &&
-               output->Info().extentLast >= state.outputLast;
+    /// A filtered curve has no constant part, so that an offset between sample and displayed value has no
+    /// place.
+    DerivedCurve Attributes() const {
+        const ItemInfo& info = reader_.Info();
+        return {info.step, recorded_.first,    GetUnitText(info.unitCode), info.scale,
+                0.0F,      MadeText(settings_)};
     }
 
-    CurveWriter Open(bool fresh) const {
-        // A filtered curve has no constant part, so that an offset between sample and displayed value has no
-        // place.
-        const DerivedCurve attributes{info_.step,
-                                      info_.IsEmpty() ? info_.firstIndex : info_.extentFirst,
-                                      GetUnitText(info_.unitCode),
-                                      info_.scale,
-                                      0.0F,
-                                      MadeText(settings_)};
-        return fresh ? CurveWriter::Recreate(database_, dataset_, settings_.output, attributes)
-                     : CurveWriter::OpenOrCreate(database_, dataset_, settings_.output, attributes);
-    }
-
-    std::int32_t IndexOf(std::int64_t position) const {
-        return CheckedNarrow<std::int32_t>(info_.extentFirst + position * info_.step, source);
-    }
-
-    void MarkSpan(CurveWriter& writer, CurveFilter::Span span) const {
-        if (span.last < span.first)
-            writer.Mark(info_.extentFirst, info_.extentFirst - 1);
-        else
-            writer.Mark(IndexOf(span.first), IndexOf(span.last));
+    void State(DerivedRun& run, CurveFilter::Span valid) const {
+        const bool none = valid.last < valid.first;
+        run.State(recorded_.IndexOf(none ? 0 : valid.first), recorded_.IndexOf(none ? -1 : valid.last));
     }
 
     /// Nothing when a value that is in the curve has to go: then it is to be made anew.
-    std::optional<CurveState> RunFrom(std::unique_ptr<CurveFilter> filter, bool fresh,
-                                      LongTransaction& transaction, FilterProgress* progress) {
-        CurveWriter writer = Open(fresh);
+    std::optional<CurveState> FilterToTheEnd(DerivedRun& run, std::unique_ptr<CurveFilter> filter,
+                                             FilterProgress* progress) {
         const CurveFilter::Sink put = [&](std::int64_t position, std::span<const float> values) {
-            writer.PutRun(IndexOf(position), values);
+            run.Output().PutRun(recorded_.IndexOf(position), values);
         };
-        std::int64_t committed = filter->Fed();
-        while (filter->Fed() < count_) {
-            FeedBlock(*filter, put);
-            if (filter->Fed() - committed >= samplesPerCommit && filter->Fed() < count_ &&
-                !filter->NeedsFreshStart()) {
-                committed = filter->Fed();
-                writer.Flush();
-                MarkSpan(writer, {filter->ValidSpan().first, filter->FinalEnd() - 1});
-                transaction.Commit();
-                transaction.Begin();
+        InPieces(recorded_, filter->Fed(), samplesPerCommit, [&](const GridSpan& piece) {
+            run.Begin();
+            Feed(*filter, piece, put, progress);
+            if (piece.last < recorded_.last && !filter->NeedsFreshStart()) {
+                State(run, {filter->ValidSpan().first, filter->FinalEnd() - 1});
+                run.Commit();
             }
-            if (progress != nullptr)
-                progress->Update(static_cast<double>(filter->Fed()) / static_cast<double>(count_));
-        }
+            return true;
+        });
         filter->Finish(put);
         if (filter->NeedsFreshStart())
             return std::nullopt;
-        writer.Flush();
-        MarkSpan(writer, filter->ValidSpan());
-        const std::optional<Item> output = Item::Find(database_, ItemPath(dataset_, settings_.output));
-        return CurveState{settings_, info_.extentFirst, info_.step, output ? output->Info().extentLast : 0,
-                          std::move(filter)};
+        State(run, filter->ValidSpan());
+        return CurveState{run.MarkAt(recorded_.last), std::move(filter)};
     }
 
     std::int64_t LastOutput(CurveFilter& filter) {
@@ -339,32 +240,27 @@ class CurveRun {
         const CurveFilter::Sink note = [&](std::int64_t position, std::span<const float> values) {
             last = std::max(last, position + std::ssize(values) - 1);
         };
-        while (filter.Fed() < count_)
-            FeedBlock(filter, note);
+        Feed(filter, recorded_, note, nullptr);
         filter.Finish(note);
         return last;
     }
 
-    void FeedBlock(CurveFilter& filter, const CurveFilter::Sink& put) {
-        const std::int64_t from = filter.Fed();
-        const auto size = static_cast<std::size_t>(std::min(blockSamples, count_ - from));
-        values_.resize(size);
-        present_.resize(size);
-        reader_.ReadGrid(IndexOf(from), values_, present_);
-        for (std::size_t i = 0; i < size; ++i)
-            if (!std::isfinite(values_[i]))
-                present_[i] = 0;
-        filter.Feed(values_, present_, put);
+    void Feed(CurveFilter& filter, const GridSpan& piece, const CurveFilter::Sink& put,
+              FilterProgress* progress) {
+        InPieces(piece, 0, blockSamples, [&](const GridSpan& block) {
+            block_.Read(reader_, block);
+            filter.Feed(block_.values, block_.present, put);
+            if (progress != nullptr)
+                progress->Update(static_cast<double>(filter.Fed()) / static_cast<double>(recorded_.Count()));
+            return true;
+        });
     }
 
-    const Database& database_;
     std::string dataset_;
     FilterSettings settings_;
     CurveReader reader_;
-    ItemInfo info_;
-    std::int64_t count_;  ///< samples recorded when the run began
-    std::vector<float> values_;
-    std::vector<std::uint8_t> present_;
+    GridSpan recorded_;  ///< when the run began
+    SampleBlock block_;
 };
 
 // --- One dataset ---
@@ -380,7 +276,7 @@ bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress
     const DatasetState before = known != nullptr ? *known : DatasetState{};
     DatasetState after;
     {
-        LongTransaction transaction(database);
+        WriteTransaction transaction(database);
         // An extension mostly has something to write. Reading under the lock that it then needs anyway, it
         // does not wait for a busy recorder at every look at a curve.
         if (known != nullptr)
@@ -390,7 +286,7 @@ bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress
                 progress->BeginCurve(record.dataset, settings[slot]);
             after[slot].recorded = RecordingStands(database, record.dataset, settings[slot].output);
             if (!after[slot].recorded)
-                after[slot].curve = CurveRun(database, record.dataset, settings[slot])
+                after[slot].curve = FilteredCurve(database, record.dataset, settings[slot])
                                         .Run(before[slot].curve, transaction, progress);
             if (progress != nullptr)
                 progress->EndCurve();
@@ -415,73 +311,6 @@ bool WithProgress(std::size_t curves, Body&& body) {
     if (done)
         progress->Finish();
     return Attempt(tidyingUp, [&] { progress.reset(); }) && done;
-}
-
-// --- Information ---
-
-/// Gain of a kernel at a frequency in cycles per sample.
-double GainAt(std::span<const float> kernel, double frequency) {
-    std::complex<double> response = 0.0;
-    for (std::size_t k = 0; k < kernel.size(); ++k)
-        response += static_cast<double>(kernel[k]) *
-                    std::polar(1.0, -2.0 * std::numbers::pi * frequency * static_cast<double>(k));
-    return std::abs(response);
-}
-
-/// Sampling steps of the selected datasets' input curves.
-std::set<std::int16_t> InputSteps() {
-    std::set<std::int16_t> steps;
-    const CurveChoice& choice = CurrentSelection().choice;
-    for (const DatasetRecord& record : CurrentSelection().datasets) {
-        DravikDatabase database(record.database);
-        if (!database.IsOpen())
-            break;
-        for (const std::string& name : {choice.pressure, choice.flow})
-            if (const auto item = Item::Find(database, ItemPath(record.dataset, name)))
-                steps.insert(item->Info().step);
-    }
-    return steps;
-}
-
-std::string Seconds(double seconds) {
-    return FormatNumber(seconds) + " s";
-}
-
-/// One line on the band pass of curves with this sampling step.
-std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning) {
-    const ParameterSet& p = CurrentParameters();
-    const double stepSeconds = step / unitsPerSecond;
-    const std::string sampling = "Band pass at a sampling of " + Seconds(stepSeconds) + ": ";
-    const double length = filterN * p.period * step;
-    if (!(RoundHalfEven(length) >= 1.0 &&
-          RoundHalfEven(length) <= std::numeric_limits<std::int16_t>::max())) {
-        warning = true;
-        return sampling + "the kernel would need " + FormatNumber(RoundHalfEven(length)) +
-               " samples, 1 to 32767 can be had";
-    }
-    const KernelDesign design = DesignFor(p.period, filterN, step);
-    const double gain = GainAt(SharedKernel(design)->Values(), stepSeconds / p.period);
-    std::string line = sampling + "periods from " + Seconds(stepSeconds / design.fc2) + " to " +
-                       Seconds(stepSeconds / design.fc1) + ", gain " + FormatByPattern(gain, "0.000") +
-                       " at " + Seconds(p.period);
-    if (gain < lowestGain) {
-        warning = true;
-        line += " - Warning: the period of test is weakened";
-    }
-    return line;
-}
-
-PassBand DescribePassBand(std::int16_t filterN) {
-    const ParameterSet& p = CurrentParameters();
-    if (p.bandPass == 0)
-        return {"Half-period difference: gain 1 at " + Seconds(p.period) +
-                ", constants and straight lines are removed"};
-    PassBand band;
-    for (const std::int16_t step : InputSteps()) {
-        const std::string line = BandPassLine(filterN, step, band.warning);
-        band.text += (band.text.empty() ? "" : "\n") + line;
-    }
-    return band;
 }
 
 }  // namespace
@@ -536,22 +365,22 @@ std::vector<CurveStanding> FilteredCurveStandings(std::size_t index) {
     for (const FilterSettings& settings : CurrentSettings())
         standings.push_back(StandingOf(
             database, record.dataset, settings.output, MadeText(settings), [&](const ItemInfo& output) {
-                return CurveRun(database, record.dataset, settings).IsComplete(output);
+                return FilteredCurve(database, record.dataset, settings).IsComplete(output);
             }));
     return standings;
 }
 
-IndexSpan FilteredSpanOf(const ItemInfo& input, int filterN) {
-    if (input.IsEmpty())
+GridSpan FilteredSpanOf(const ItemInfo& input, int filterN) {
+    const GridSpan recorded = GridSpan::Of(input);
+    if (recorded.IsEmpty())
         return {};
     const ParameterSet& p = CurrentParameters();
     const FilterSettings settings{"", "", p.bandPass != 0, p.period,
                                   CheckedNarrow<std::int16_t>(filterN, source)};
-    const std::int64_t count = (std::int64_t{input.extentLast} - input.extentFirst) / input.step + 1;
-    const CurveFilter::Span span = MakeFilter(settings, input)->ValidSpanOf(count);
+    const CurveFilter::Span span = MakeFilter(settings, recorded)->ValidSpanOf(recorded.Count());
     if (span.last < span.first)
         return {};
-    return {input.extentFirst + span.first * input.step, input.extentFirst + span.last * input.step};
+    return {recorded.IndexOf(span.first), recorded.IndexOf(span.last), recorded.step};
 }
 
 std::int32_t FirstProvisionalIndex(std::size_t index) {
@@ -565,9 +394,7 @@ std::int32_t FirstProvisionalIndex(std::size_t index) {
             continue;
         if (!slot.curve)
             return unknown;
-        const CurveState& curve = *slot.curve;
-        const std::int64_t at = curve.firstIndex + curve.filter->FinalEnd() * curve.step;
-        first = std::min(first, CheckedNarrow<std::int32_t>(at, source));
+        first = std::min(first, slot.curve->mark.taken.IndexOf(slot.curve->filter->FinalEnd()));
     }
     return first;
 }
@@ -593,11 +420,6 @@ FilterInformation GetFilterInformation() {
         information.storedChoice = static_cast<std::size_t>(entry - information.passChoices.begin());
     });
     return information;
-}
-
-PassBand GetPassBand(int filterN) {
-    return Attempt(gettingInformation, PassBand{},
-                   [&] { return DescribePassBand(CheckedNarrow<std::int16_t>(filterN, source)); });
 }
 
 }  // namespace vorela

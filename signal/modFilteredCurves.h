@@ -11,6 +11,7 @@
 
 namespace vorela {
 
+struct GridSpan;
 struct ItemInfo;
 
 /// True when both filtered curves are in every selected dataset.
@@ -33,14 +34,10 @@ std::string FilterDescription();
 /// guarded bodies: throws.
 std::vector<CurveStanding> FilteredCurveStandings(std::size_t index);
 
-/// Indices of time, hundredths of a second; empty when last < first.
-struct IndexSpan {
-    std::int64_t first = 0;
-    std::int64_t last = -1;
-};
 /// Where the filtered curve of an input of these extents would be a full response with the current period and
-/// kind of filter and `filterN` passes. Throws as the filter does where it cannot be made.
-IndexSpan FilteredSpanOf(const ItemInfo& input, int filterN);
+/// kind of filter and `filterN` passes; empty where there is none. Throws as the filter does where it cannot
+/// be made.
+GridSpan FilteredSpanOf(const ItemInfo& input, int filterN);
 
 /// First time index at which a sample of the dataset's filtered curves may still change when the recording
 /// grows: values that lack later inputs, and last bits in the band pass's transform in progress. Samples
@@ -66,14 +63,5 @@ struct FilterInformation {
     std::size_t storedChoice = 0;  ///< the entry of the stored FilterN
 };
 FilterInformation GetFilterInformation();
-
-/// What the filter of the current parameters does with this FilterN.
-struct PassBand {
-    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
-    /// difference filter its gain. One or more lines.
-    std::string text;
-    bool warning = false;
-};
-PassBand GetPassBand(int filterN);
 
 }  // namespace vorela

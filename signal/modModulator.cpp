@@ -13,7 +13,7 @@
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/modGeneral.h"
-#include "signal/RunProgress.h"
+#include "signal/DerivedRun.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modFilteredCurves.h"
 
@@ -27,14 +27,12 @@ constexpr const char* checkingStatus = "Checking Vorela valve curves";
 constexpr const char* recalculatingStatus = "Recalculating cycle info";
 constexpr const char* valveCurvesCaption = "PVL Curves";
 constexpr const char* valveSignalCaption = "PVLSIG Curve";
+constexpr const char* overwriteQuestion =
+    "The reconstructed valve curve already exists.\rDo you want to overwrite the existing curves?";
 constexpr const char* madeText = "valve signal from PVLID, PVLIDT and PVLT";
 
 constexpr std::int32_t boundaryCode = 3;
 constexpr double timerWrap = 65536.0;
-
-/// Tool samples walked between two commits: bounds what a transaction holds and how long it locks out the
-/// recorder.
-constexpr std::int64_t samplesPerCommit = 262144;
 
 CycleAnalysis& Analysis() {
     static CycleAnalysis analysis;
@@ -50,21 +48,15 @@ std::int32_t TimerIndex(double ticks) {
 
 /// Where the walk over the tool's samples stands. Times in hundredths of a second.
 struct WalkState {
+    DerivedMark mark;
     std::optional<std::int32_t> lastCode;
     std::optional<std::int32_t> lastChange;
-    std::optional<std::int32_t> lastSample;
     double valveState = 1.0;  ///< returned for a code that is none
 };
 
 PerDataset<WalkState>& States() {
     static PerDataset<WalkState> states;
     return states;
-}
-
-/// Walks that wrote nothing: what they found, no extension goes on from them.
-PerDataset<WalkState>& WalksWithoutWriting() {
-    static PerDataset<WalkState> walks;
-    return walks;
 }
 
 // --- The walk ---
@@ -85,12 +77,14 @@ class ToolCurves {
           changeTimer_(database, dataset, curve::valveChangeTimer, Between::sampleBefore),
           timer_(database, dataset, curve::valveTimer, Between::sampleBefore) {}
 
-    std::int32_t First() const { return code_.Info().extentFirst; }
-    /// The last index for which all three curves are there: a recorder may have written one before the other.
-    std::int32_t Last() const {
-        return std::min({code_.Info().extentLast, changeTimer_.Info().extentLast, timer_.Info().extentLast});
+    /// To the last index for which all three curves are there: a recorder may have written one before the
+    /// other.
+    GridSpan Recorded() const {
+        GridSpan recorded = GridSpan::Of(code_.Info());
+        for (const CurveReader* timer : {&changeTimer_, &timer_})
+            recorded.last = std::min(recorded.last, timer->Info().extentLast);
+        return recorded;
     }
-    std::int16_t Step() const { return code_.Info().step; }
 
     /// Code and time of the last change of the sample at `index`; nothing when one of the three cannot be
     /// read.
@@ -122,16 +116,11 @@ class ToolCurves {
     CurveReader timer_;
 };
 
-/// Walks the next samples, at most samplesPerCommit of them; the changes found are added to `changes`. False
-/// at the end of what is recorded.
-bool Walk(ToolCurves& tool, WalkState& state, std::vector<Change>& changes, RunProgress& progress) {
-    const std::int64_t step = tool.Step();
-    const std::int64_t from = state.lastSample ? *state.lastSample + step : tool.First();
-    const std::int64_t last = tool.Last();
-    const std::int64_t to = std::min(last, from + (samplesPerCommit - 1) * step);
-    for (std::int64_t t = from; t <= to; t += step) {
+/// Walks the samples of a piece and gives the changes found.
+std::vector<Change> Walk(ToolCurves& tool, const GridSpan& piece, WalkState& state, RunProgress& progress) {
+    std::vector<Change> changes;
+    for (std::int64_t t = piece.first; t <= piece.last; t += piece.step) {
         const auto index = static_cast<std::int32_t>(t);
-        state.lastSample = index;
         progress.At(index);
         const auto sample = tool.At(index);
         if (!sample)
@@ -146,11 +135,12 @@ bool Walk(ToolCurves& tool, WalkState& state, std::vector<Change>& changes, RunP
         if (at > t || at < std::numeric_limits<std::int32_t>::min())
             continue;
         const auto change = static_cast<std::int32_t>(at);
-        changes.push_back({state.lastChange.value_or(tool.First()), change, *state.lastCode, sample->code});
+        changes.push_back(
+            {state.lastChange.value_or(tool.Recorded().first), change, *state.lastCode, sample->code});
         state.lastChange = change;
         state.lastCode = sample->code;
     }
-    return to < last;
+    return changes;
 }
 
 // --- Writing ---
@@ -158,84 +148,63 @@ bool Walk(ToolCurves& tool, WalkState& state, std::vector<Change>& changes, RunP
 /// The dataset's own sample grid: that of its first common curve.
 struct SampleGrid {
     std::int32_t origin = 0;
-    std::int32_t first = 0;
-    std::int16_t step = 1;
-    bool recorded = false;  ///< there is a first sample
+    GridSpan recorded;
 
     /// The first sample time at or after `index` and the grid's first sample.
     std::int64_t AtOrAfter(std::int32_t index) const {
-        const std::int64_t offset = std::max<std::int64_t>(std::int64_t{index} - first, 0);
-        return first + (offset + step - 1) / step * step;
+        const std::int64_t offset = std::max<std::int64_t>(std::int64_t{index} - recorded.first, 0);
+        return recorded.first + (offset + recorded.step - 1) / recorded.step * recorded.step;
     }
 };
 
 SampleGrid GridOf(const Database& database, const DatasetRecord& record) {
     const CommonCurve& common = CheckedAt(CurrentSelection().commonCurves, 0, "Sample grid");
-    const Item item(database, ItemPath(record.dataset, common.name));
-    const ItemInfo& info = item.Info();
-    return {info.firstIndex, info.IsEmpty() ? info.firstIndex : info.extentFirst, info.step, !info.IsEmpty()};
+    const ItemInfo info = Item(database, ItemPath(record.dataset, common.name)).Info();
+    return {info.firstIndex, GridSpan::Of(info)};
 }
 
-/// The valve signal of one dataset, from the start or behind what is there.
-class SignalCurve {
-  public:
-    SignalCurve(Database& database, const DatasetRecord& record, const SampleGrid& grid, bool incremental)
-        : database_(database), grid_(grid), writer_(Open(database, record, grid, incremental)) {}
+/// Makes the signal anew, or opens one that has begun for extension.
+void OpenSignal(DerivedRun& run, const SampleGrid& grid, bool incremental) {
+    const DerivedCurve attributes{grid.recorded.step, grid.origin, "", 1.0F, 0.0F, madeText};
+    if (incremental && (!run.Extend(attributes).Info().IsEmpty() || grid.recorded.IsEmpty()))
+        return;
+    run.StartAnew(attributes);
+    if (!grid.recorded.IsEmpty())
+        run.Output().Put(grid.recorded.first, 0.0F);
+    run.State(grid.recorded.first,
+              std::int64_t{grid.recorded.first} - 1);  // nothing is known before the first change
+    run.Commit();
+}
 
-    /// Writes the straight lines that end at `changes` and states how far the signal is known. One
-    /// transaction.
-    void Write(const std::vector<Change>& changes, WalkState& state) {
-        if (changes.empty())
-            return;
-        Transaction transaction(database_);
-        for (const Change& change : changes)
-            PutLine(change, state.valveState);
-        writer_.Flush();
-        writer_.Mark(grid_.first, changes.back().at, madeText);
-        transaction.Commit();
-    }
-
-  private:
-    void PutLine(const Change& change, double& valveState) {
-        constexpr std::size_t samplesAtOnce = 4096;
-        std::vector<float> line;
-        std::int64_t first = grid_.AtOrAfter(change.previous);
-        for (std::int64_t t = first; t <= change.at; t += grid_.step) {
-            line.push_back(RampValue(static_cast<double>(t), change.previous, change.at, change.oldCode,
-                                     change.newCode, valveState));
-            if (line.size() == samplesAtOnce) {
-                writer_.PutRun(static_cast<std::int32_t>(first), line);
-                first = t + grid_.step;
-                line.clear();
-            }
+/// The straight line that ends at the change.
+void PutLine(CurveWriter& signal, const SampleGrid& grid, const Change& change, double& valveState) {
+    constexpr std::size_t samplesAtOnce = 4096;
+    std::vector<float> line;
+    std::int64_t first = grid.AtOrAfter(change.previous);
+    for (std::int64_t t = first; t <= change.at; t += grid.recorded.step) {
+        line.push_back(RampValue(static_cast<double>(t), change.previous, change.at, change.oldCode,
+                                 change.newCode, valveState));
+        if (line.size() == samplesAtOnce) {
+            signal.PutRun(static_cast<std::int32_t>(first), line);
+            first = t + grid.recorded.step;
+            line.clear();
         }
-        if (!line.empty())
-            writer_.PutRun(static_cast<std::int32_t>(first), line);
     }
+    if (!line.empty())
+        signal.PutRun(static_cast<std::int32_t>(first), line);
+}
 
-    static CurveWriter Open(Database& database, const DatasetRecord& record, const SampleGrid& grid,
-                            bool incremental) {
-        const DerivedCurve attributes{grid.step, grid.origin, "", 1.0F, 0.0F, madeText};
-        if (incremental) {
-            CurveWriter writer =
-                CurveWriter::OpenOrCreate(database, record.dataset, curve::valveSignal, attributes);
-            if (!writer.Info().IsEmpty() || !grid.recorded)
-                return writer;
-        }
-        Transaction transaction(database);
-        CurveWriter writer = CurveWriter::Recreate(database, record.dataset, curve::valveSignal, attributes);
-        if (grid.recorded)
-            writer.Put(grid.first, 0.0F);
-        writer.Flush();
-        writer.Mark(grid.first, grid.first - 1);  // nothing is known before the first change
-        transaction.Commit();
-        return writer;
-    }
-
-    Database& database_;
-    SampleGrid grid_;
-    CurveWriter writer_;
-};
+/// Writes the lines that end at `changes` and states how far the signal is known. One transaction.
+void WriteLines(DerivedRun& run, const SampleGrid& grid, const std::vector<Change>& changes,
+                double& valveState) {
+    if (changes.empty())
+        return;
+    run.Begin();
+    for (const Change& change : changes)
+        PutLine(run.Output(), grid, change, valveState);
+    run.State(grid.recorded.first, changes.back().at);
+    run.Commit();
+}
 
 /// False when the cycle record did not take one (which has been reported).
 bool ReportBoundaries(std::size_t index, const std::vector<Change>& changes) {
@@ -258,34 +227,22 @@ void StartAfresh(std::size_t index) {
 
 /// Walks to the end of what is recorded. Where it stands is kept with every commit, so an error on the way
 /// costs nothing that was done.
-bool WalkAndWrite(std::size_t index, Database& database, ToolCurves& tool, WalkState state,
-                  bool incremental) {
+bool WalkAndWrite(std::size_t index, ToolCurves& tool, DerivedRun& run, const SampleGrid* grid,
+                  RunProgress& progress) {
     const DatasetRecord& record = SelectedDataset(index);
-    std::optional<SignalCurve> signal;
-    if (!RecordingStands(database, record.dataset, curve::valveSignal))
-        signal.emplace(database, record, GridOf(database, record), incremental);
-    RunProgress progress(!incremental, creatingStatus, tool.First(), tool.Last());
-    for (bool more = true; more;) {
-        std::vector<Change> changes;
-        more = Walk(tool, state, changes, progress);
-        if (signal)
-            signal->Write(changes, state);
+    WalkState state = States().Of(record);
+    return InPieces(run.Recorded(), state.mark.taken.Count(), samplesPerCommit, [&](const GridSpan& piece) {
+        const std::vector<Change> changes = Walk(tool, piece, state, progress);
+        if (grid != nullptr)
+            WriteLines(run, *grid, changes, state.valveState);
+        state.mark = run.MarkAt(piece.last);
         States().Of(record) = state;
         // The analysis reads what was written through a handle of its own: only now is it there to be seen.
-        if (!ReportBoundaries(index, changes)) {
-            States().Forget(record);  // the cycle record lacks a boundary: the next run starts afresh
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Tool curves and signal are as the walk left them, but for growth. They are not when the dataset was
-/// imported again.
-bool CanGoOnFrom(const WalkState& state, const ToolCurves& tool, const Database& database,
-                 const DatasetRecord& record) {
-    return (!state.lastSample || *state.lastSample <= tool.Last()) &&
-           Item::Find(database, ItemPath(record.dataset, curve::valveSignal)).has_value();
+        if (ReportBoundaries(index, changes))
+            return true;
+        States().Forget(record);  // the cycle record lacks a boundary: the next run starts afresh
+        return false;
+    });
 }
 
 bool ReconstructDataset(std::size_t index, bool incremental) {
@@ -294,12 +251,35 @@ bool ReconstructDataset(std::size_t index, bool incremental) {
     if (!database.IsOpen())
         return false;
     ToolCurves tool(database, record.dataset);
+    WriteTransaction transaction(database);
+    DerivedRun run(transaction, record.dataset, curve::valveCode, tool.Recorded(), curve::valveSignal);
     const WalkState* kept = incremental ? States().Find(record) : nullptr;
-    const bool goesOn = kept != nullptr && CanGoOnFrom(*kept, tool, database, record);
-    const WalkState state = goesOn ? *kept : WalkState{};
+    const bool goesOn = kept != nullptr && run.CanGoOnFrom(kept->mark);
     if (!goesOn)
         StartAfresh(index);
-    return WalkAndWrite(index, database, tool, state, incremental) && database.Close() && FinishCycles(index);
+    std::optional<SampleGrid> grid;  // none: a recording stands in the place of the signal
+    if (!RecordingStands(database, record.dataset, curve::valveSignal)) {
+        grid = GridOf(database, record);
+        OpenSignal(run, *grid, incremental);
+    }
+    if (!goesOn)
+        States().Of(record).mark = run.MarkAt(run.Recorded().first - 1);
+    RunProgress progress(!incremental, creatingStatus, run.Recorded());
+    return WalkAndWrite(index, tool, run, grid ? &*grid : nullptr, progress) && database.Close() &&
+           FinishCycles(index);
+}
+
+/// Where a walk over all that is recorded ends that writes nothing; nothing when `found` is false. No
+/// extension goes on from its mark, which names no curve.
+std::optional<WalkState> WholeWalk(ToolCurves& tool, const char* status,
+                                   const std::function<bool(const std::vector<Change>& changes)>& found) {
+    WalkState walk;
+    walk.mark.taken = tool.Recorded();
+    RunProgress progress(true, status, walk.mark.taken);
+    const bool whole = InPieces(walk.mark.taken, 0, samplesPerCommit, [&](const GridSpan& piece) {
+        return found(Walk(tool, piece, walk, progress));
+    });
+    return whole ? std::optional(walk) : std::nullopt;
 }
 
 bool FindCycles(std::size_t index) {
@@ -309,47 +289,31 @@ bool FindCycles(std::size_t index) {
         return false;
     StartAfresh(index);
     ToolCurves tool(database, record.dataset);
-    RunProgress progress(true, creatingStatus, tool.First(), tool.Last());
-    WalkState state;
-    for (bool more = true; more;) {
-        std::vector<Change> changes;
-        more = Walk(tool, state, changes, progress);
-        if (!ReportBoundaries(index, changes))
-            return false;
-    }
-    WalksWithoutWriting().Of(record) = state;
+    const auto report = [&](const std::vector<Change>& changes) { return ReportBoundaries(index, changes); };
+    const std::optional<WalkState> walk = WholeWalk(tool, creatingStatus, report);
+    if (!walk)
+        return false;
+    States().Of(record) = *walk;
     return database.Close() && FinishCycles(index);
 }
 
-/// Where a walk over all that is recorded ends.
-WalkState WholeWalk(const DatasetRecord& record, ToolCurves& tool) {
-    for (PerDataset<WalkState>* known : {&States(), &WalksWithoutWriting()})
-        if (const WalkState* walk = known->Find(record); walk != nullptr && walk->lastSample == tool.Last())
-            return *walk;
-    RunProgress progress(true, checkingStatus, tool.First(), tool.Last());
-    WalkState walk;
-    for (bool more = true; more;) {
-        std::vector<Change> ignored;
-        more = Walk(tool, walk, ignored, progress);
-    }
-    return walk;
+/// Time of the last change in all that is recorded.
+std::optional<std::int32_t> LastChange(const DatasetRecord& record, ToolCurves& tool) {
+    const WalkState* known = States().Find(record);
+    if (known != nullptr && known->mark.taken.last == tool.Recorded().last)
+        return known->lastChange;
+    return WholeWalk(tool, checkingStatus, [](const std::vector<Change>&) { return true; })->lastChange;
 }
 
 /// The signal is what one reconstruction leaves: it ends with the last change.
-bool IsComplete(const ItemInfo& signal, const SampleGrid& grid, const WalkState& walk) {
-    if (!grid.recorded)
+bool IsComplete(const ItemInfo& signal, const SampleGrid& grid, std::optional<std::int32_t> lastChange) {
+    if (grid.recorded.IsEmpty())
         return signal.IsEmpty();
-    const std::int32_t last = walk.lastChange ? *walk.lastChange : grid.first - 1;
-    return signal.step == grid.step && signal.validFirst == grid.first && signal.validLast == last;
+    return signal.step == grid.recorded.step && signal.validFirst == grid.recorded.first &&
+           signal.validLast == lastChange.value_or(grid.recorded.first - 1);
 }
 
 // --- The interactive entry ---
-
-bool AgreesToOverwrite() {
-    return CurrentPorts().messages->AskYesNo(
-        applicationTitle,
-        "The reconstructed valve curve already exists.\rDo you want to overwrite the existing curves?");
-}
 
 bool FilteredCurvesAreThere() {
     if (FilteredCurvesExist())
@@ -445,7 +409,7 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
             return false;
         if (askBeforeOverwriting && ValveSignalPresent()) {
             RefuseToReplaceRecordings({curve::valveSignal});
-            if (!AgreesToOverwrite())
+            if (!CurrentPorts().messages->AskYesNo(applicationTitle, overwriteQuestion))
                 return false;
         }
         if (!FilteredCurvesAreThere())
@@ -468,7 +432,7 @@ CurveStanding ValveSignalStanding(std::size_t index) {
     const DravikDatabase database(record.database);
     return StandingOf(database, record.dataset, curve::valveSignal, madeText, [&](const ItemInfo& signal) {
         ToolCurves tool(database, record.dataset);
-        return IsComplete(signal, GridOf(database, record), WholeWalk(record, tool));
+        return IsComplete(signal, GridOf(database, record), LastChange(record, tool));
     });
 }
 
