@@ -30,6 +30,8 @@ struct TargetGrid {
     std::int32_t firstIndex = 0;
     double start = 0.0;  ///< start of recording, Unix seconds
     bool hasStart = false;
+    bool knowsZone = false;          ///< whether the zone of its start is known, none included
+    std::optional<int> zoneMinutes;  ///< east of Greenwich
 };
 
 struct Choices {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <limits>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -185,6 +186,26 @@ std::int32_t RecordingStart(const Database& database, const std::string& dataset
     constexpr std::size_t startOffset = 6;
     return FieldAt<std::int32_t>(
         Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(32).data(), startOffset);
+}
+
+std::string ToolString(const Database& database, const std::string& dataset) {
+    constexpr std::size_t toolOffset = 18;
+    const std::vector<std::byte> bytes =
+        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(presentationBytes);
+    std::string text(reinterpret_cast<const char*>(bytes.data()) + toolOffset,
+                     presentationBytes - toolOffset);
+    text.erase(text.find_last_not_of(std::string_view(" \0", 2)) + 1);
+    return text;
+}
+
+std::string ToolString(const Database& database, const std::string& dataset) {
+    constexpr std::size_t toolOffset = 18;
+    const std::vector<std::byte> bytes =
+        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(presentationBytes);
+    std::string text(reinterpret_cast<const char*>(bytes.data()) + toolOffset,
+                     presentationBytes - toolOffset);
+    text.erase(text.find_last_not_of(std::string_view(" \0", 2)) + 1);
+    return text;
 }
 
 void SetRecording(Database& database, const std::string& dataset, bool recording) {

@@ -86,6 +86,9 @@ bool IsRecording(const Database& database, const std::string& dataset);
 /// When the recording of a dataset began, Unix seconds.
 std::int32_t RecordingStart(const Database& database, const std::string& dataset);
 
+/// What recorded a dataset, without blanks at the end.
+std::string ToolString(const Database& database, const std::string& dataset);
+
 /// Sets or clears the flag and leaves the rest of the record as it is.
 void SetRecording(Database& database, const std::string& dataset, bool recording);
 

@@ -29,6 +29,7 @@ GriddedSource::GriddedSource(ImportPlan plan, const Progress& progress)
     blockRows_ = std::clamp(windowCells / static_cast<std::int64_t>(std::max<std::size_t>(1, fileCurves_)),
                             leastBlockRows, mostBlockRows);
     window_.resize(fileCurves_);
+    perStep_ = 1.0 / plan_.grid.step;
     Restart();
 }
 
@@ -63,7 +64,7 @@ void GriddedSource::Restart() {
 /// Place of a file index on the grid, whole for one that lies on it.
 double GriddedSource::PlaceOf(double index) const {
     const double step = plan_.grid.step;
-    const double place = (index - plan_.grid.origin) / step;
+    const double place = (index - plan_.grid.origin) * perStep_;
     const auto nearest = static_cast<double>(static_cast<std::int64_t>(place + (place < 0.0 ? -0.5 : 0.5)));
     return std::abs(place - nearest) * step <= plan_.grid.snap ? nearest : place;
 }

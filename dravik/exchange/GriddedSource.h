@@ -63,6 +63,7 @@ class GriddedSource final : public CurveSource {
     bool havePrevious_ = false;
     bool haveCurrent_ = false;
     bool ended_ = false;
+    double perStep_ = 0.0;
     double previousPlace_ = 0.0;
     double currentPlace_ = 0.0;
     std::int64_t nextRow_ = 0;  ///< of the grid, not yet put

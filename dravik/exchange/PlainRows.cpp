@@ -21,6 +21,9 @@ inline bool IsDigit(char c) {
 PlainRows::PlainRows(const TextFile& file, PlainLayout layout, const CellRules& rules)
     : layout_(std::move(layout)),
       rules_(rules),
+      decimal_(rules.format.decimal),
+      hasNull_(rules.hasNullNumber),
+      exact_(rules.exact),
       asciiOnly_(!file.TextEncoding().IsUtf8()),
       stamps_(layout_.columns.size()),
       cells_(layout_.columns.size()) {
@@ -73,7 +76,7 @@ bool PlainRows::ScanNumber(std::size_t column, Row& row) {
         digits = digits * 10 + static_cast<unsigned char>(*at - '0');
     std::ptrdiff_t count = at - first;
     std::ptrdiff_t decimals = 0;
-    if (*at == rules_.format.decimal) {
+    if (*at == decimal_) {
         const char* const behind = ++at;
         for (; IsDigit(*at); ++at)
             digits = digits * 10 + static_cast<unsigned char>(*at - '0');
@@ -94,8 +97,8 @@ bool PlainRows::ScanNumber(std::size_t column, Row& row) {
         value /= powersOfTen[static_cast<std::size_t>(decimals)];
     value = negative ? -value : value;
     row.values[column] = value;
-    row.states[column] = rules_.IsNullNumber(value, column) ? CellState::null : CellState::number;
-    return !rules_.exact || !IsMidwayBetweenSingles(value);
+    row.states[column] = hasNull_ && rules_.IsNullNumber(value, column) ? CellState::null : CellState::number;
+    return !exact_ || !IsMidwayBetweenSingles(value);
 }
 
 /// The text up to a separator or the line's end.

@@ -49,6 +49,9 @@ class PlainRows {
 
     PlainLayout layout_;
     const CellRules& rules_;
+    char decimal_;
+    bool hasNull_;
+    bool exact_;
     bool usable_ = false;  ///< the encoding lets bytes be read as they are
     bool asciiOnly_ = false;
     std::vector<StampCache> stamps_;

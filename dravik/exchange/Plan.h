@@ -63,8 +63,8 @@ struct ImportPlan {
     std::vector<std::string> timeColumns;
     std::string timeFormat;  ///< "number" "clock" "date" "date and clock" "epoch"
     std::string timeUnit;
-    std::string dateOrder;  ///< empty: no dates
-    bool hasZone = false;
+    std::string dateOrder;           ///< empty: no dates
+    std::optional<int> zoneMinutes;  ///< of the first row's time, east of Greenwich
     bool clockOnly = false;
     TimeBaseSummary timeBase;
     GridPlan grid;

@@ -7,10 +7,12 @@
 #include "dravik/exchange/LasPlan.h"
 #include "dravik/exchange/PlanDraft.h"
 #include "dravik/exchange/RowPass.h"
+#include "general/NumberText.h"
 
 namespace dravik {
 namespace {
 
+constexpr double mostFillBytes = 24.0 * 1024.0 * 1024.0;
 constexpr double shortestOrderLead = 20.0 * 86400.0 * 100.0;  // index units
 
 std::string TurnsText(std::int64_t turns) {
@@ -60,15 +62,30 @@ class Planner {
         for (const std::size_t column : draft_.TimeColumns())
             plan_.timeColumns.push_back(draft_.names[column].name);
         plan_.timeUnit = rule.isNumber ? rule.unitName : "";
-        plan_.hasZone = pass.hasZone;
+        if (pass.hasZone)
+            plan_.zoneMinutes = static_cast<int>(std::lround(pass.last.firstZone / 60.0));
         plan_.clockOnly = !rule.isNumber && !pass.hasDate;
         plan_.timeFormat = rule.isEpoch    ? "epoch"
                            : rule.isNumber ? "number"
                            : pass.hasDate  ? "date"
                                            : "clock";
+        TellZones();
         if (plan_.clockOnly && pass.last.turns != 0)
             draft_.Note("clocks without a date: " + TurnsText(std::abs(pass.last.turns)) +
                         (pass.minutesOnly ? "the full hour" : "midnight"));
+    }
+
+    /// Dates meet dates as they are written.
+    void TellZones() {
+        const std::optional<TargetGrid>& target = choices_.target;
+        if (!target || !target->knowsZone || plan_.timeFormat != "date" ||
+            target->zoneMinutes == plan_.zoneMinutes)
+            return;
+        const bool both = target->zoneMinutes && plan_.zoneMinutes;
+        draft_.Note(both ? "the zones of file and dataset differ: times are taken as written (--shift)"
+                    : plan_.zoneMinutes
+                        ? "only the file's times have a zone: they are taken as written (--shift)"
+                        : "only the dataset's start has a zone: times are taken as written (--shift)");
     }
 
     void DecideTime(const RowPassResult& pass) {
@@ -89,6 +106,22 @@ class Planner {
         plan_.grid = decision.grid;
         plan_.notes.insert(plan_.notes.end(), decision.notes.begin(), decision.notes.end());
         plan_.problems.insert(plan_.problems.end(), decision.problems.begin(), decision.problems.end());
+        CheckFill();
+    }
+
+    /// Rows with missing cells wait for the value behind the gap: as many as the longest gap to fill has.
+    void CheckFill() {
+        const auto missing = [](const PlannedColumn& c) {
+            return c.role == ColumnRole::curve && c.missing > 0;
+        };
+        if (choices_.fill <= 0.0 || std::none_of(plan_.columns.begin(), plan_.columns.end(), missing))
+            return;
+        const double rowBytes = 64.0 + 8.0 * static_cast<double>(plan_.columns.size());
+        const double most = mostFillBytes / rowBytes * plan_.timeBase.medianStep / 100.0;
+        if (choices_.fill > most && static_cast<double>(plan_.rows) * rowBytes > mostFillBytes)
+            draft_.Problem("--fill " + vorela::ShortestText(choices_.fill) +
+                           " takes more rows than can be held: at most " +
+                           vorela::ShortestText(std::floor(most)) + " for this file");
     }
 
     /// The order of day and month: what all rows leave possible, then the differences, then the span.

@@ -17,6 +17,11 @@ double Phase(double index, double step) {
     return index - std::floor(index / step) * step;
 }
 
+/// std::round without its call: indices are far below 2^63.
+double Rounded(double value) {
+    return static_cast<double>(static_cast<std::int64_t>(value + (value < 0.0 ? -0.5 : 0.5)));
+}
+
 bool IsWholeGap(double steps) {
     const double whole = std::round(steps);
     return whole >= 2.0 && whole <= mostStepsMissing && std::abs(steps - whole) <= wholeStepTolerance * whole;
@@ -56,6 +61,8 @@ void TimeBase::Begin() {
     FindMedian();
     const double nearest = std::max(1.0, std::round(summary_.medianStep));
     summary_.gridStep = options_.step ? static_cast<double>(*options_.step) : nearest;
+    perStep_ = 1.0 / summary_.gridStep;
+    perMedian_ = 1.0 / summary_.medianStep;
     summary_.onGrid = true;
     FindOrigin(summary_.gridStep);
     for (const Sample& sample : head_)
@@ -141,7 +148,7 @@ void TimeBase::TrackStep(const Sample& sample) {
     previous_ = sample;
     summary_.shortestStep = std::min(summary_.shortestStep, step);
     summary_.longestStep = std::max(summary_.longestStep, step);
-    const double steps = step / summary_.medianStep;
+    const double steps = step * perMedian_;
     if (std::abs(steps - 1.0) > 0.5 && !IsWholeGap(steps))
         ++summary_.stepsOff;
     if (steps <= gapSteps)
@@ -152,7 +159,7 @@ void TimeBase::TrackStep(const Sample& sample) {
 
 /// On the grid: near a place, on one that no other row has, and no place passed over without a gap.
 void TimeBase::TrackGrid(const Sample& sample, double step) {
-    const double place = std::round((sample.index - summary_.origin) / step);
+    const double place = Rounded((sample.index - summary_.origin) * perStep_);
     const double distance = std::abs(sample.index - summary_.origin - place * step);
     summary_.largestDistance = std::max(summary_.largestDistance, distance);
     if (distance > Tolerance(step))

@@ -66,6 +66,8 @@ class TimeBase {
     bool havePrevious_ = false;
     Sample previous_{};
     double previousPlace_ = 0.0;
+    double perStep_ = 0.0;  ///< a product costs a fraction of a quotient
+    double perMedian_ = 0.0;
 };
 
 }  // namespace dravik

@@ -95,9 +95,9 @@ bool TimeReader::Read(const Row& row, RowTime& time) {
     Stamp stamp;
     if (!ReadStampCells(row, rule_.columns, rule_.format, stamps_, stamp))
         return false;
-    if (state_.haveFirst && stamp.hasDate != hasDate_)
+    if (state_.haveFirst && stamp.hasDate != state_.hasDate)
         return false;
-    hasDate_ = stamp.hasDate;
+    state_.hasDate = stamp.hasDate;
     hasZone_ = hasZone_ || stamp.hasZone;
     minutesOnly_ = minutesOnly_ || stamp.minutesOnly;
     if (!state_.haveFirst)

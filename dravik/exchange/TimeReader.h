@@ -49,6 +49,7 @@ class TimeReader {
         std::int64_t turns = 0;  ///< midnights (or full hours) passed by clocks without dates
         double lastClock = 0.0;
         bool haveFirst = false;
+        bool hasDate = false;
         std::array<std::int64_t, dateOrders> firstDay{};
         double firstZone = 0.0;
         double epochStart = 0.0;
@@ -56,7 +57,7 @@ class TimeReader {
     const State& Now() const { return state_; }
     void Resume(const State& state) { state_ = state; }
 
-    bool HasDate() const { return hasDate_; }
+    bool HasDate() const { return state_.hasDate; }
     bool HasZone() const { return hasZone_; }
     bool MinutesOnly() const { return minutesOnly_; }
 
@@ -68,7 +69,6 @@ class TimeReader {
 
     TimeRule rule_;
     State state_;
-    bool hasDate_ = false;
     bool hasZone_ = false;
     bool minutesOnly_ = false;
     std::array<StampCache, 2> stamps_;

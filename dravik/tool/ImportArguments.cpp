@@ -179,6 +179,13 @@ void AddImportCommand(CLI::App& app, int& status, int refused) {
         ->excludes(replace);
     command->add_option("--depth", w.depth, "Depth of the level, ft or with m (for files without ADPTH)")
         ->type_name("8120|2475m");
+    command->footer(
+        "Examples (docs/importing.md has them in full):\n"
+        "  dravik import well.dkb level1.csv --depth 2475m --convert    a logger's file, kPa to psi\n"
+        "  dravik import - sheet.csv --dry-run                          the plan only\n"
+        "  dravik import well.dkb sheet.csv --curves Pressure=ZG,Flow=RTC --convert\n"
+        "  dravik import well.dkb pressure.csv --dataset level2 --curves '#2=ZG'\n"
+        "  dravik import well.dkb flow.txt --dataset level2 --merge --curves Spinner=RTC");
     AddReading(*command, w);
     AddTaking(*command, w);
     command->add_flag("--dry-run", w.request.dryRun, "Print the plan, write nothing");

@@ -4,14 +4,18 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <optional>
 
 #include "dravik/exchange/Datasets.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/PlanReport.h"
+#include "dravik/tool/NewDatabase.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
@@ -52,6 +56,30 @@ std::string DatasetOf(const ImportRequest& request, const std::string& file) {
     return request.dataset.empty() ? std::filesystem::path(file).stem().string() : request.dataset;
 }
 
+constexpr const char* importMark = "IMPORT";
+
+/// The tool string of an imported dataset: with the zone of its start, "IMPORT+01:00", where the file has
+/// one.
+std::string ImportMark(const ImportPlan& plan) {
+    std::array<char, 16> zone{};
+    if (plan.zoneMinutes) {
+        const int minutes = std::abs(*plan.zoneMinutes);
+        std::snprintf(zone.data(), zone.size(), "%c%02d:%02d", *plan.zoneMinutes < 0 ? '-' : '+',
+                      minutes / 60 % 100, minutes % 60);
+    }
+    return importMark + std::string(zone.data());
+}
+
+/// The zone that such a string tells.
+std::optional<int> ZoneOfMark(const std::string& mark) {
+    int hours = 0;
+    int minutes = 0;
+    char sign = '+';
+    if (std::sscanf(mark.c_str(), "IMPORT%c%2d:%2d", &sign, &hours, &minutes) != 3)
+        return std::nullopt;
+    return (sign == '-' ? -1 : 1) * (hours * 60 + minutes);
+}
+
 /// The grid and start of a dataset that curves are to join.
 TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
     const Database database = OpenDatabase(request.database, OpenMode::readOnly);
@@ -63,9 +91,15 @@ TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
         throw ToolError(where + " holds no samples to join");
     if (IsRecording(database, dataset))
         throw ToolError(where + " is being recorded");
-    TargetGrid target{leading->information.indexKind, leading->information.step,
-                      leading->information.extentFirst, 0.0, true};
+    TargetGrid target;
+    target.indexKind = leading->information.indexKind;
+    target.step = leading->information.step;
+    target.firstIndex = leading->information.extentFirst;
+    target.hasStart = true;
     target.start = RecordingStart(database, dataset);
+    const std::string mark = ToolString(database, dataset);
+    target.knowsZone = mark.starts_with(importMark);
+    target.zoneMinutes = ZoneOfMark(mark);
     return target;
 }
 
@@ -88,20 +122,32 @@ void CheckNewCurves(const Database& database, const std::string& dataset, const 
     }
 }
 
-void Store(const ImportRequest& request, const std::string& dataset, GriddedSource& source) {
-    CheckDatasetName(dataset);
-    Database database = OpenDatabase(request.database, request.merge ? OpenMode::existing : OpenMode::create);
+void StoreIn(const std::string& path, const ImportRequest& request, const std::string& dataset,
+             GriddedSource& source) {
+    Database database = OpenDatabase(path, request.merge ? OpenMode::existing : OpenMode::create);
     Transaction transaction(database);
     if (request.merge) {
         CheckNewCurves(database, dataset, source);
         CreateCurves(database, dataset, source.Grid(), source.Curves());
     } else {
         CreateDataset(database, dataset, source,
-                      PresentationOf(source.Grid(), RecordingStart(source.Plan()), "IMPORT"),
+                      PresentationOf(source.Grid(), RecordingStart(source.Plan()), ImportMark(source.Plan())),
                       request.replace);
     }
     DatasetWriter(database, dataset, source).WriteRows(0, source.Grid().rowCount);
     transaction.Commit();
+}
+
+/// A database that an import makes is there when the import is done, not before.
+void Store(const ImportRequest& request, const std::string& dataset, GriddedSource& source) {
+    CheckDatasetName(dataset);
+    NewDatabase made(request.database);
+    try {
+        StoreIn(made.WorkPath(), request, dataset, source);
+        made.Publish();
+    } catch (const ToolError& error) {
+        throw ToolError(made.Shown(error.what()));
+    }
 }
 
 void ImportFile(const ImportRequest& request, ImportPlan plan, ProgressLine& progress) {

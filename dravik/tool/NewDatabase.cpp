@@ -12,7 +12,7 @@
 
 #include "dravik/tool/ToolError.h"
 
-namespace vorela {
+namespace dravik {
 namespace {
 
 /// Never over a file that is there.
@@ -54,4 +54,4 @@ std::string NewDatabase::Shown(std::string message) const {
     return message;
 }
 
-}  // namespace vorela
+}  // namespace dravik

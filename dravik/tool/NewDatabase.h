@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace vorela {
+namespace dravik {
 
 /// Where there is no file of that name, work goes on under a name of its own beside it, which only Publish
 /// gives the name asked for; without Publish nothing is left. An existing file is used as it is.
@@ -26,4 +26,4 @@ class NewDatabase {
     std::string work_;
 };
 
-}  // namespace vorela
+}  // namespace dravik

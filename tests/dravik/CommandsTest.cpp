@@ -142,6 +142,46 @@ TEST_F(Dravik, RefusedInputLeavesTheDatabaseByteIdenticalOrAbsent) {
     EXPECT_FALSE(Exists("missing.dk"));
 }
 
+TEST_F(Dravik, AnInterruptedImportLeavesNothing) {
+    // The signal comes when storing has begun: in a new database, and in one that is there.
+    Shell("awk 'BEGIN { print \"T,P\"; for (i = 0; i < 600000; ++i) print i \",\" i % 977 }' > long.csv");
+    const auto interrupted = [&](const std::string& sign) {
+        return Shell("dravik import a.dk long.csv & p=$!; until ls " + sign +
+                     " >/dev/null 2>&1 || ! kill -0 $p 2>/dev/null; do :; done; kill -INT $p; wait $p");
+    };
+    const CommandResult made = interrupted("a.dk.new-*");
+    EXPECT_NE(made.status, 0);
+    EXPECT_THAT(made.err, HasSubstr("long.csv: stopped; nothing of it is in the database"));
+    EXPECT_EQ(Shell("ls a.dk*").out, "");
+    Write("good.csv", smallCsv);
+    Succeeds("import a.dk good.csv");
+    const std::string before = Bytes("a.dk");
+    EXPECT_NE(interrupted("a.dk-journal").status, 0);
+    EXPECT_EQ(Bytes("a.dk"), before);
+    EXPECT_EQ(Shell("ls a.dk*").out, "a.dk\n");
+}
+
+TEST_F(Dravik, MergedFilesTellZonesThatDiffer) {
+    const auto file = [&](const std::string& name, const std::string& zone) {
+        std::string text = "Date," + name + "\n";
+        for (int i = 10; i < 40; ++i)
+            text += "2024-03-14T09:30:" + std::to_string(i) + zone + ",1.5\n";
+        Write(name + ".csv", text);
+    };
+    file("p", "+01:00");
+    file("q", "");
+    file("r", "+02:00");
+    file("s", "+01:00");
+    Succeeds("import a.dk p.csv");
+    const std::string merge = "import a.dk --dataset p --merge ";
+    EXPECT_THAT(Run(merge + "q.csv").out, HasSubstr("only the dataset's start has a zone"));
+    EXPECT_THAT(Run(merge + "r.csv").out, HasSubstr("zones of file and dataset differ"));
+    EXPECT_THAT(Run(merge + "s.csv").out, testing::Not(HasSubstr("zone")));
+    Succeeds("import a.dk q.csv");
+    EXPECT_THAT(Run("import a.dk --dataset q --merge r.csv").out,
+                HasSubstr("only the file's times have a zone"));
+}
+
 TEST_F(Dravik, OfSeveralFilesTheSoundOnesBeforeABadOneStay) {
     Write("one.csv", smallCsv);
     Write("two.csv", "TIME,ZG\n");

@@ -102,6 +102,20 @@ TEST(Grid, FallingRowsAreTurnedRoundWhateverTheirNumber) {
         ASSERT_EQ(values[i], static_cast<float>(i));
 }
 
+TEST(Grid, FallingDatesAreTurnedRoundOverManyBlocks) {
+    std::string text = "Date,P\n";
+    for (int i = 99999; i >= 0; --i) {
+        std::array<char, 64> line{};
+        std::snprintf(line.data(), line.size(), "%02d/03/2024 %02d:%02d:%02d,%d\n", 14 + i / 86400,
+                      i / 3600 % 24, i / 60 % 60, i % 60, i);
+        text += line.data();
+    }
+    const std::vector<float> values = CurveOf(PlanOf(text), 0);
+    ASSERT_EQ(values.size(), 100000U);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        ASSERT_EQ(values[i], static_cast<float>(i));
+}
+
 TEST(Grid, TheGridIsThatOfMostRows) {
     const ImportPlan plan = PlanOf("T,P\n0.3,1\n5,2\n10,3\n15,4\n20,5\n25,6\n30,7\n");
     EXPECT_EQ(plan.grid.firstIndex, 500);
@@ -110,7 +124,7 @@ TEST(Grid, TheGridIsThatOfMostRows) {
 
 TEST(Grid, AGivenGridIsMetByItsDates) {
     Choices choices;
-    choices.target = TargetGrid{1, 100, 50, 1710408590.0, true};
+    choices.target = TargetGrid{1, 100, 50, 1710408590.0, true, false, {}};
     const ImportPlan plan =
         PlanOf("D,P\n2024-03-14 09:30:00,1.5\n2024-03-14 09:30:01,2.5\n2024-03-14 09:30:02,3.5\n", choices);
     EXPECT_EQ(plan.grid.firstIndex, 1050);

@@ -1,5 +1,6 @@
 // Small files as loggers write them: what the plan makes of them, one line each.
 #include <algorithm>
+#include <functional>
 
 #include "tests/exchange/ExchangeTest.h"
 
@@ -177,6 +178,37 @@ TEST(Plan, ChoicesOverrideWhatIsFound) {
     const ImportPlan plan = PlanOf("A,B,Q (x)\n1,0,100\n2,500,200\n3,1000,300\n", choices);
     EXPECT_EQ(Summary(plan), ",.|FLOW(psi) |B ms|1000+50x3");
     EXPECT_FLOAT_EQ(CurveOf(plan, 0)[0], 14.5037738F);
+    const auto summary = [](const std::string& text, const std::function<void(Choices&)>& choose) {
+        Choices chosen;
+        choose(chosen);
+        return Summary(PlanOf(text, chosen));
+    };
+    EXPECT_EQ(summary("T;\xE9\n0;1\n1;2\n2;4\n", [](Choices& c) { c.encoding = "latin1"; }),
+              ";.|\xC3\x89 |T s|0+100x3");
+    EXPECT_EQ(summary("T,P\n" + rows, [](Choices& c) { c.encoding = "no-such"; }),
+              "--encoding no-such: there is no such encoding");
+    const std::string twoHeads = "a,b\nT,P\n" + rows;
+    EXPECT_EQ(summary(twoHeads, [](Choices& c) { c.headerLine = 1; }), ",.|B |a s|0+100x40");
+    EXPECT_EQ(summary(twoHeads,
+                      [](Choices& c) {
+                          c.names = {"t (min)", "Q (bar)"};
+                      }),
+              ",.|Q(bar) |t min|0+6000x40");
+    EXPECT_EQ(summary("T,P\n" + rows,
+                      [](Choices& c) {
+                          c.names = {"a", "b", "c"};
+                      }),
+              "--names gives 3 names to 2 columns");
+    const auto packed = [](Choices& c) { c.time = {"D", "C"}, c.timeFormat = "%Y%m%d %H%M%S"; };
+    EXPECT_EQ(summary("D,C,P\n20240314,093059,1\n20240314,093100,2\n20240314,093101,3\n", packed),
+              ",.|P |D C ymd|0+100x3|2024-03-14T09:30:59");
+    EXPECT_EQ(summary("D,C,P\n20240314,9.30,1\n20240314,9.31,2\n20240314,9.32,3\n", packed),
+              "line 2: \"20240314\" does not fit --time-format %Y%m%d %H%M%S (--leave-out 2)");
+    std::string holes = "T,P\n0,1\n";
+    for (int i = 1; i < 400000; ++i)
+        holes += std::to_string(i) + ",\n";
+    EXPECT_EQ(summary(holes + "400000,5\n", [](Choices& c) { c.fill = 400000.0; }),
+              "--fill 400000 takes more rows than can be held: at most 314572 for this file");
     Choices twice;
     twice.curves = {{"P", "", ""}, {"#2", "AGAIN", ""}};
     EXPECT_EQ(Summary(PlanOf("T,P\n" + rows, twice)), "column P is chosen twice (--curves)");

@@ -1,9 +1,12 @@
 // Dates and clocks as they are written.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "dravik/exchange/Cells.h"
 #include "dravik/exchange/CurvePlan.h"
 #include "dravik/exchange/Stamp.h"
+#include "dravik/exchange/StampCache.h"
 
 namespace dravik {
 namespace {
@@ -30,6 +33,47 @@ TEST(Stamp, ReadsDatesAndClocks) {
     for (const char* text : {"31.02.2024", "2024-13-01", "10:60", "13:00 pm", "1.2.3", "12:00x",
                              "2024-03-01 x", "March", "3.14.2024"})
         EXPECT_FALSE(ParseStamp(text, stamp)) << text;
+}
+
+TEST(Stamp, RememberedClocksAreThoseOfTheCellItself) {
+    StampCache cache;
+    for (const char* text : {"2024-03-01 10:00:00",
+                             "2024-03-01 10:00:01",
+                             "2024-03-01 11:59:59",
+                             "2024-03-02 11:59:59",
+                             "2024-03-02 11:60:59",
+                             "2024-03-02 11:00:59.250",
+                             "2024-03-02 12:00:59.125",
+                             "2024-03-02 12:00:5x.125",
+                             "2024-03-02T10:00:00+01:00",
+                             "2024-03-02T10:00:01+01:00",
+                             "2024-03-02T10:00:01+02:00",
+                             "11:59:59 AM",
+                             "12:00:00 AM",
+                             "12:00:00 PM",
+                             "1:00:00 PM",
+                             "10:00:00 1.3.2024",
+                             "10:00:01 1.3.2024",
+                             "00:12.5",
+                             "00:13.5",
+                             "100:00:00",
+                             "25:00:00",
+                             "26:00:00,5",
+                             "x",
+                             "26:00:01,5",
+                             ""}) {
+        Stamp plain;
+        Stamp cached;
+        ASSERT_EQ(ParseStamp(text, plain), cache.Parse(text, cached)) << text;
+        if (ParseStamp(text, plain)) {
+            EXPECT_EQ(
+                std::tuple(plain.hasDate, plain.hasClock, plain.parts, plain.orders, plain.clockSeconds,
+                           plain.hasFraction, plain.minutesOnly, plain.zoneSeconds),
+                std::tuple(cached.hasDate, cached.hasClock, cached.parts, cached.orders, cached.clockSeconds,
+                           cached.hasFraction, cached.minutesOnly, cached.zoneSeconds))
+                << text;
+        }
+    }
 }
 
 TEST(Cells, NullsOfLoggers) {
