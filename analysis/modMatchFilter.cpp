@@ -310,19 +310,6 @@ RecordState& StateOf(const DatasetRecord& record) {
     return state;
 }
 
-CycleCurves AttachCurves(const Database& database, std::size_t dataset, CycleSource source) {
-    const std::string& name = DatasetAt(dataset).dataset;
-    const CurveChoice& choice = CurrentSelection().choice;
-    const bool raw = source == CycleSource::unfiltered;
-    const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
-    const std::string pressure = raw ? choice.pressure : FilteredPressureName(choice);
-    const std::string flow = raw ? choice.flow : FilteredFlowName(choice);
-    return {CurveReader(database, name, valve, Between::linear),
-            CurveReader(database, name, pressure, Between::linear),
-            CurveReader(database, name, flow, Between::linear),
-            raw ? noIndex : FirstProvisionalIndex(dataset)};
-}
-
 std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
     const double range = static_cast<double>(std::int64_t{cursors.rangeEnd} - cursors.rangeStart);
     return RoundTo<std::int32_t>((percent * range / 100.0 + cursors.rangeStart) * indexUnitsPerSecond,
@@ -466,7 +453,7 @@ bool OnFinished(std::size_t dataset) {
         const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
-        CycleCurves curves = AttachCurves(database, dataset, record.cycleSource);
+        CycleCurves curves = AttachCycleCurves(database, dataset, record.cycleSource);
         PutOff(record.cycles, BasisOf(curves), state);
         const bool allWell = AnalysePending(record, curves, state.pending);
         UpdateWindow(dataset, curves, state.window);
@@ -482,7 +469,7 @@ bool Recalculate(std::size_t dataset, CycleSource source) {
         const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
-        CycleCurves curves = AttachCurves(database, dataset, source);
+        CycleCurves curves = AttachCycleCurves(database, dataset, source);
         DatasetRecord fresh = record;
         RecordState state;
         PutOff(fresh.cycles, BasisOf(curves), state);
@@ -550,6 +537,19 @@ Complex Correlate(std::span<const double> signal, std::span<const double> sine,
         s += signal[i] * sine[i];
     }
     return {CheckedDivide(c, n, "Correlate"), CheckedDivide(s, n, "Correlate")};
+}
+
+CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, CycleSource source) {
+    const std::string& name = DatasetAt(dataset).dataset;
+    const CurveChoice& choice = CurrentSelection().choice;
+    const bool raw = source == CycleSource::unfiltered;
+    const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
+    const std::string pressure = raw ? choice.pressure : FilteredPressureName(choice);
+    const std::string flow = raw ? choice.flow : FilteredFlowName(choice);
+    return {CurveReader(database, name, valve, Between::linear),
+            CurveReader(database, name, pressure, Between::linear),
+            CurveReader(database, name, flow, Between::linear),
+            raw ? noIndex : FirstProvisionalIndex(dataset)};
 }
 
 std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber) {

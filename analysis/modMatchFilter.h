@@ -28,6 +28,9 @@ struct CycleCurves {
     std::int32_t provisionalFrom = noIndex;
 };
 
+/// The curves that a dataset's cycles are computed from.
+CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, CycleSource source);
+
 /// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range
 /// in whole seconds. Handed down by the composition (the cursors live in the window, the range in the plot).
 struct CursorSpan {

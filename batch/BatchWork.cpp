@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/CycleReasons.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "batch/BatchCurves.h"
@@ -266,6 +267,13 @@ bool WriteResults(const BatchOptions& options) {
     return allWell;
 }
 
+/// Once for each level, a line a cause.
+void TellMissingResults() {
+    for (std::size_t i = 0; i < Datasets().size(); ++i)
+        for (const std::string& reason : ReasonsForMissingResults(i))
+            Say(Datasets()[i].dataset + ": " + reason);
+}
+
 /// The dataset of the plot, checked before anything is done.
 std::size_t PlotDataset(const BatchOptions& options) {
     if (!options.plot->dataset)
@@ -315,6 +323,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
         hints.insert(std::move(hint));
     for (const std::string& hint : hints)
         Say(hint);
+    TellMissingResults();
     const bool written = WriteResults(options);
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
     return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;

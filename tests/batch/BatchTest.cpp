@@ -125,6 +125,18 @@ TEST_F(Batch, CurvesThatEndBeforeTheRecordAreMadeAgainAndThoseMadeOtherwiseAreTo
     EXPECT_THAT(other.err, HasSubstr("2 passes"));
 }
 
+TEST_F(Batch, CyclesWithoutResultsAreExplained) {
+    Dravik("simulate half.dkb --levels 1 --cycles 6");
+    Dravik("export half.dkb LEVEL1 -o all.csv");
+    Shell("awk -F, 'NR < 3 || $1 < 900 || $1 > 910' all.csv > LEVEL.csv");
+    Dravik("import well.dkb LEVEL.csv");
+    const std::string filtered = Run("").err;
+    EXPECT_THAT(filtered, HasSubstr("LEVEL: cycle 4 without results: gap in ZG_p from 900 s to 910 s\n"));
+    EXPECT_THAT(filtered, HasSubstr("LEVEL: cycle 6 without results: ZG_p ends at 1440 s\n"));
+    EXPECT_EQ(Run("--unfiltered").err,
+              "vorela-batch: LEVEL: cycle 4 without results: gap in ZG from 900 s to 910 s\n");
+}
+
 TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
     Simulate("--levels 2 --cycles 8");
     const Json window = Results("--cycle window --cursors 30,60 --set Presentation.TimeAuto=-1");
