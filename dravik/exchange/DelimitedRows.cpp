@@ -122,8 +122,8 @@ DelimitedRows::Verdict DelimitedRows::Judge(const Record& record, Row& row) {
     row.place = record.place;
     row.cells = &records_.Cells();
     const bool fits = FitsOrExceeds(record);
+    ReadCells(rules_, layout_.width, row);  // why a line is no row is told from its own cells
     if (fits) {
-        ReadCells(rules_, layout_.width, row);
         if (HoldsRow(row) && HasTime(row)) {
             if (!IsCut(record)) {
                 KeepLength(row.cells->back().size());
