@@ -21,6 +21,7 @@ struct CurveChoice {
     std::string column;
     std::string name;
     std::string unit;
+    bool convert = false;  ///< a pressure to psi
 };
 
 /// The even grid of a dataset that a file's curves join.

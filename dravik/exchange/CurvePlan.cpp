@@ -98,7 +98,7 @@ class CurvePlanner {
     void TakeAllNumbers() {
         for (std::size_t i = 0; i < plan_.columns.size(); ++i) {
             if (plan_.columns[i].role != ColumnRole::time && plan_.columns[i].kind == ColumnKind::number)
-                Take(i, {}, {});
+                Take(i, {});
         }
     }
 
@@ -110,22 +110,22 @@ class CurvePlanner {
             else if (plan_.columns[column].kind != ColumnKind::number)
                 Problem("column " + names_[column].name + " holds no numbers");
             else
-                Take(column, choice.name, choice.unit);
+                Take(column, choice);
         }
     }
 
-    void Take(std::size_t index, const std::string& name, const std::string& unit) {
+    void Take(std::size_t index, const CurveChoice& choice) {
         PlannedColumn& column = plan_.columns[index];
         column.role = ColumnRole::curve;
-        if (!unit.empty())
-            column.unit = unit;
-        const std::string source = name.empty() ? column.source : name;
+        if (!choice.unit.empty())
+            column.unit = choice.unit;
+        const std::string source = choice.name.empty() ? column.source : choice.name;
         column.name = CurveName(source, taken_);
         taken_.push_back(column.name);
         if (column.name != UpperCase(source))
             Note("\"" + source + "\" -> " + column.name);
         const std::optional<double> pascals = PascalsPer(column.unit);
-        if (pascals && choices_.convert) {
+        if (pascals && (choices_.convert || choice.convert)) {
             Note(column.name + ": " + column.unit + " becomes psi");
             column.pascals = *pascals;
             column.unit = "psi";

@@ -33,9 +33,21 @@ class Planner {
             las_ = PlanLas(draft_);
         if (plan_.isLas ? las_.has_value() : PlanTable(draft_))
             PassAndDecide();
+        else
+            NameColumns();
     }
 
   private:
+    /// Of a table without a time: what a choice of its column can name.
+    void NameColumns() {
+        for (const NameAndUnit& name : draft_.names) {
+            PlannedColumn column;
+            column.source = name.name;
+            column.unit = name.unit;
+            plan_.columns.push_back(std::move(column));
+        }
+    }
+
     void PassAndDecide() {
         RowPassResult pass =
             PassOverRows(draft_.file, plan_.reading, draft_.names.size(), choices_, progress_);

@@ -1,24 +1,21 @@
 #include "dravik/tool/ImportArguments.h"
 
-#include <algorithm>
-#include <cmath>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "dravik/exchange/Units.h"
+#include "dravik/exchange/ChoiceText.h"
+#include "dravik/exchange/ExchangeError.h"
 #include "dravik/tool/ImportCommand.h"
 #include "dravik/tool/ToolError.h"
-#include "general/NumberText.h"
 #include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {
 
 constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
-constexpr double greatestDepth = 100000.0;  // ft
 
 /// The options as they are written.
 struct Written {
@@ -31,38 +28,14 @@ struct Written {
     std::optional<int> headerLine;
 };
 
-/// "8120", "8120ft" or "2475m" in feet.
-double DepthOf(const std::string& text) {
-    const std::size_t end = text.find_last_of("0123456789.") + 1;
-    const std::optional<double> value = vorela::StrictNumber(text.substr(0, end));
-    const std::string unit = text.substr(end);
-    const std::optional<double> feet = unit.empty() ? std::optional(1.0) : FeetPer(unit);
-    if (!value || !feet || !(std::abs(*value * *feet) <= greatestDepth))
-        throw UsageError("--depth " + text + ": a depth is a number, of feet or with m behind (8120, 2475m)");
-    return *value * *feet;
-}
-
-char SeparatorOf(const std::string& text) {
-    if (text == "tab" || text == "\\t")
-        return '\t';
-    if (text == "blanks")
-        return ' ';
-    if (text.size() != 1 || text == "\"" || text == "\n")
-        throw UsageError("--separator " + text + ": one character, tab or blanks");
-    return text.front();
-}
-
-LineRange RangeOf(const std::string& text) {
-    const auto line = [&](const std::string& part) {
-        const std::optional<double> number = vorela::StrictNumber(part);
-        if (!number || *number < 1.0 || *number != std::floor(*number) || *number > 1e15)
-            throw UsageError("--leave-out " + text + ": lines are numbers from 1 on, or two with - between");
-        return static_cast<std::size_t>(*number);
-    };
-    const std::size_t dash = text.find('-');
-    if (dash == std::string::npos)
-        return {line(text), line(text)};
-    return {line(text.substr(0, dash)), line(text.substr(dash + 1))};
+/// What `read` makes of an option's text; a fault is one of usage.
+template <typename Read>
+auto Settled(const std::string& option, const std::string& text, Read read) {
+    try {
+        return read(text);
+    } catch (const ChoiceError& error) {
+        throw UsageError(option + " " + text + ": " + error.what());
+    }
 }
 
 /// COL[=NAME][:UNIT]
@@ -80,16 +53,13 @@ CurveChoice CurveOf(const std::string& text) {
 void Settle(Written& written) {
     Choices& choices = written.request.choices;
     if (!written.depth.empty())
-        choices.depth = DepthOf(written.depth);
+        choices.depth = Settled("--depth", written.depth, DepthOfText);
     if (!written.separator.empty())
-        choices.separator = SeparatorOf(written.separator);
-    if (!written.decimal.empty()) {
-        if (written.decimal != "," && written.decimal != ".")
-            throw UsageError("--decimal " + written.decimal + ": a comma or a point");
-        choices.decimal = written.decimal.front();
-    }
+        choices.separator = Settled("--separator", written.separator, SeparatorOfText);
+    if (!written.decimal.empty())
+        choices.decimal = Settled("--decimal", written.decimal, DecimalOfText);
     for (const std::string& range : written.leaveOut)
-        choices.leaveOut.push_back(RangeOf(range));
+        choices.leaveOut.push_back(Settled("--leave-out", range, LinesOfText));
     for (const std::string& curve : written.curves)
         choices.curves.push_back(CurveOf(curve));
     if (written.headerLine)
