@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "dravik/exchange/CurveSource.h"
+#include "dravik/exchange/ValveCurves.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/Simulator.h"
-#include "dravik/tool/ValveTimes.h"
 
 namespace dravik {
 
@@ -20,18 +20,6 @@ struct SimulateRequest {
 };
 void Simulate(const SimulateRequest& request);
 
-struct ValveRequest {
-    std::string database;
-    std::string dataset;
-    std::optional<double> periodSeconds;
-    std::string times;  ///< file of times
-    std::string from;   ///< curve that crosses the threshold
-    dravik::Threshold threshold;
-    std::string codes;  ///< curve of codes
-    dravik::CodeMap map;
-    std::optional<double> firstSeconds;  ///< time of the first boundary; nothing: the record's first sample
-    bool replace = false;
-};
 void AddValveCurves(const ValveRequest& request);
 
 /// A dataset a line, or with a dataset a curve a line.

@@ -1,21 +1,17 @@
 #include "dravik/tool/ImportCommand.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <limits>
 #include <optional>
 
+#include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/Datasets.h"
 #include "dravik/exchange/ExchangeError.h"
+#include "dravik/exchange/NewDatabase.h"
 #include "dravik/exchange/PlanReport.h"
-#include "dravik/tool/NewDatabase.h"
 #include "dravik/tool/Recorder.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
@@ -56,85 +52,24 @@ std::string DatasetOf(const ImportRequest& request, const std::string& file) {
     return request.dataset.empty() ? std::filesystem::path(file).stem().string() : request.dataset;
 }
 
-constexpr const char* importMark = "IMPORT";
-
-/// The tool string of an imported dataset: with the zone of its start, "IMPORT+01:00", where the file has
-/// one.
-std::string ImportMark(const ImportPlan& plan) {
-    std::array<char, 16> zone{};
-    if (plan.zoneMinutes) {
-        const int minutes = std::abs(*plan.zoneMinutes);
-        std::snprintf(zone.data(), zone.size(), "%c%02d:%02d", *plan.zoneMinutes < 0 ? '-' : '+',
-                      minutes / 60 % 100, minutes % 60);
-    }
-    return importMark + std::string(zone.data());
-}
-
-/// The zone that such a string tells.
-std::optional<int> ZoneOfMark(const std::string& mark) {
-    int hours = 0;
-    int minutes = 0;
-    char sign = '+';
-    if (std::sscanf(mark.c_str(), "IMPORT%c%2d:%2d", &sign, &hours, &minutes) != 3)
-        return std::nullopt;
-    return (sign == '-' ? -1 : 1) * (hours * 60 + minutes);
-}
-
-/// The grid and start of a dataset that curves are to join.
-TargetGrid TargetOf(const ImportRequest& request, const std::string& dataset) {
-    const Database database = OpenDatabase(request.database, OpenMode::readOnly);
-    const std::string where = request.database + ": dataset \"" + dataset + "\"";
-    const std::vector<NamedItem> curves = CurvesOf(database, dataset);
-    const auto leading = std::find_if(curves.begin(), curves.end(),
-                                      [](const NamedItem& curve) { return !curve.information.IsEmpty(); });
-    if (leading == curves.end())
-        throw ToolError(where + " holds no samples to join");
-    if (IsRecording(database, dataset))
-        throw ToolError(where + " is being recorded");
-    TargetGrid target;
-    target.indexKind = leading->information.indexKind;
-    target.step = leading->information.step;
-    target.firstIndex = leading->information.extentFirst;
-    target.hasStart = true;
-    target.start = RecordingStart(database, dataset);
-    const std::string mark = ToolString(database, dataset);
-    target.knowsZone = mark.starts_with(importMark);
-    target.zoneMinutes = ZoneOfMark(mark);
-    return target;
-}
-
 ImportPlan PlanFile(const ImportRequest& request, const std::string& file, ProgressLine& progress) {
     Choices choices = request.choices;
     if (request.merge) {
-        choices.target = TargetOf(request, DatasetOf(request, file));
+        choices.target =
+            TargetOf(OpenDatabase(request.database, OpenMode::readOnly), DatasetOf(request, file));
         choices.indexKind = choices.target->indexKind;
     }
     return PlanImport(file, choices, std::ref(progress));
-}
-
-void CheckNewCurves(const Database& database, const std::string& dataset, const GriddedSource& source) {
-    for (const NamedItem& item : CurvesOf(database, dataset)) {
-        for (const CurveDescription& curve : source.Curves()) {
-            if (item.name == curve.name)
-                throw ToolError(database.Path() + ": dataset \"" + dataset + "\" has a curve " + curve.name +
-                                " already (--curves COL=NAME renames)");
-        }
-    }
 }
 
 void StoreIn(const std::string& path, const ImportRequest& request, const std::string& dataset,
              GriddedSource& source) {
     Database database = OpenDatabase(path, request.merge ? OpenMode::existing : OpenMode::create);
     Transaction transaction(database);
-    if (request.merge) {
-        CheckNewCurves(database, dataset, source);
-        CreateCurves(database, dataset, source.Grid(), source.Curves());
-    } else {
-        CreateDataset(database, dataset, source,
-                      PresentationOf(source.Grid(), RecordingStart(source.Plan()), ImportMark(source.Plan())),
-                      request.replace);
-    }
-    DatasetWriter(database, dataset, source).WriteRows(0, source.Grid().rowCount);
+    if (request.merge)
+        MergeCurves(database, dataset, source);
+    else
+        StoreDataset(database, dataset, source, request.replace);
     transaction.Commit();
 }
 
@@ -145,8 +80,10 @@ void Store(const ImportRequest& request, const std::string& dataset, GriddedSour
     try {
         StoreIn(made.WorkPath(), request, dataset, source);
         made.Publish();
-    } catch (const ToolError& error) {
-        throw ToolError(made.Shown(error.what()));
+    } catch (const DatasetError& error) {
+        throw DatasetError(made.Shown(error.what()));
+    } catch (const vorela::DatabaseError& error) {
+        throw DatasetError(made.Shown(FailureText(error)));
     }
 }
 
@@ -207,15 +144,6 @@ bool Treat(const ImportRequest& request, const std::string& file, nlohmann::orde
 }
 
 }  // namespace
-
-std::int32_t RecordingStart(const ImportPlan& plan) {
-    struct stat status {};
-    double start = plan.start.value_or(0.0);
-    if (!plan.start && ::stat(plan.file.c_str(), &status) == 0)
-        start = static_cast<double>(status.st_mtime);
-    return static_cast<std::int32_t>(
-        std::clamp<double>(std::floor(start), 0.0, std::numeric_limits<std::int32_t>::max()));
-}
 
 GriddedSource OpenSource(const std::string& file, const Choices& choices) {
     ImportPlan plan = PlanImport(file, choices);

@@ -28,7 +28,4 @@ bool Import(const ImportRequest& request);
 /// A file ready to be played in. Throws ToolError with what forbids it.
 GriddedSource OpenSource(const std::string& file, const Choices& choices);
 
-/// The start of recording to store: the file's own, else when it was last written.
-std::int32_t RecordingStart(const ImportPlan& plan);
-
 }  // namespace dravik

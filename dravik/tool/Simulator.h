@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "dravik/exchange/CurveSource.h"
-#include "dravik/tool/ValveSchedule.h"
+#include "dravik/exchange/ValveSchedule.h"
 #include "dravik/tool/WellModel.h"
 
 namespace dravik {

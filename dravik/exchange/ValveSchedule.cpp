@@ -1,9 +1,9 @@
-#include "dravik/tool/ValveSchedule.h"
+#include "dravik/exchange/ValveSchedule.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "dravik/tool/ToolError.h"
+#include "dravik/exchange/Datasets.h"
 #include "general/NumberText.h"
 
 namespace dravik {
@@ -26,8 +26,8 @@ bool TimerReaches(double change, double sample) {
 
 void CheckTimer(std::int16_t step) {
     if (!TimerReaches(0.0, step))
-        throw ToolError("the valve's timer wraps every 16.78 s; samples every " +
-                        vorela::ShortestText(step / 100.0) + " s cannot carry its times");
+        throw DatasetError("the valve's timer wraps every 16.78 s; samples every " +
+                           vorela::ShortestText(step / 100.0) + " s cannot carry its times");
 }
 
 }  // namespace
@@ -54,9 +54,9 @@ float ValveValue(const ValveSample& sample, std::size_t curve) {
 ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGrid& grid)
     : first_(firstBoundary), halfPeriod_(period / 2.0), firstIndex_(grid.firstIndex), step_(grid.step) {
     if (!(period >= 4.0 * step_))
-        throw ToolError("a period of " + vorela::ShortestText(period / 100.0) +
-                        " s needs samples at least every " + vorela::ShortestText(period / 400.0) +
-                        " s; the step is " + vorela::ShortestText(step_ / 100.0) + " s");
+        throw DatasetError("a period of " + vorela::ShortestText(period / 100.0) +
+                           " s needs samples at least every " + vorela::ShortestText(period / 400.0) +
+                           " s; the step is " + vorela::ShortestText(step_ / 100.0) + " s");
     CheckTimer(step_);
     postponed_ = PostponedChange();
 }
@@ -102,7 +102,7 @@ ValveRecord::ValveRecord(std::vector<ValveChange> changes, const CurveGrid& grid
     : changes_(std::move(changes)), firstIndex_(grid.firstIndex), step_(grid.step) {
     CheckTimer(step_);
     if (changes_.empty())
-        throw ToolError("no change of the valve was found");
+        throw DatasetError("no change of the valve was found");
     const std::size_t count = CountTo(firstIndex_);
     if (count > 0 && TimerReaches(changes_[count - 1].time, firstIndex_ + static_cast<double>(step_)))
         postponed_ = count;

@@ -1,14 +1,14 @@
-#include "dravik/tool/ValveTimes.h"
+#include "dravik/exchange/ValveTimes.h"
 
 #include <cmath>
 #include <functional>
 #include <limits>
 
 #include "dravik/exchange/Cells.h"
+#include "dravik/exchange/Datasets.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/Stamp.h"
 #include "dravik/exchange/TextFile.h"
-#include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
 
 namespace dravik {
@@ -84,7 +84,7 @@ std::vector<ValveChange> ReadValveTimes(const std::string& file, std::int32_t st
             changes.push_back({*time, code != 0 ? code : next});
         }
     } catch (const ExchangeError& error) {
-        throw ToolError(file + ": " + error.what());
+        throw DatasetError(file + ": " + error.what());
     }
     return changes;
 }

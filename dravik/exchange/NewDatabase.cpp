@@ -1,4 +1,4 @@
-#include "dravik/tool/NewDatabase.h"
+#include "dravik/exchange/NewDatabase.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "dravik/tool/ToolError.h"
+#include "dravik/exchange/Datasets.h"
 
 namespace dravik {
 namespace {
@@ -43,7 +43,7 @@ void NewDatabase::Publish() {
     if (work_ == path_)
         return;
     if (!GiveName(work_, path_))
-        throw ToolError(path_ + ": cannot be made: " + std::strerror(errno));
+        throw DatasetError(path_ + ": cannot be made: " + std::strerror(errno));
     work_ = path_;
 }
 

@@ -26,7 +26,7 @@ float ValveValue(const ValveSample& sample, std::size_t curve);
 /// from time 0 and wraps.
 class ValveSchedule {
   public:
-    /// Times in hundredths of a second, `grid` that of the record. Throws ToolError when the grid is too
+    /// Times in hundredths of a second, `grid` that of the record. Throws DatasetError when the grid is too
     /// coarse: four samples to a period are needed, and two samples must lie closer than the timer takes to
     /// wrap.
     ValveSchedule(double firstBoundary, double period, const CurveGrid& grid);
@@ -61,7 +61,8 @@ struct ValveChange {
 /// The samples of a valve that changes at listed times; they show as those of a schedule do.
 class ValveRecord {
   public:
-    /// Changes in rising order of time. Throws ToolError for none, and for a grid too coarse for the timer.
+    /// Changes in rising order of time. Throws DatasetError for none, and for a grid too coarse for the
+    /// timer.
     ValveRecord(std::vector<ValveChange> changes, const CurveGrid& grid);
     ValveSample At(std::int32_t index) const;
 

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "dravik/exchange/Datasets.h"
-#include "dravik/tool/ValveSchedule.h"
+#include "dravik/exchange/ValveSchedule.h"
 
 namespace dravik {
 
 /// A file of one time a line, in seconds or as dates (`start`: the dataset's, Unix seconds), with a code 1 or
-/// 3 behind if wanted; else they alternate, 3 first. Throws ToolError with the line.
+/// 3 behind if wanted; else they alternate, 3 first. Throws DatasetError with the line.
 std::vector<ValveChange> ReadValveTimes(const std::string& file, std::int32_t start);
 
 struct Threshold {

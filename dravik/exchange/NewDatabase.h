@@ -16,7 +16,7 @@ class NewDatabase {
 
     /// Of the file to work on.
     const std::string& WorkPath() const { return work_; }
-    /// When it is closed. Throws ToolError when another file has got the name meanwhile.
+    /// When it is closed. Throws DatasetError when another file has got the name meanwhile.
     void Publish();
     /// A message about the file as the user knows it.
     std::string Shown(std::string message) const;
