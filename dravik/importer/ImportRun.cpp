@@ -1,0 +1,130 @@
+#include "dravik/importer/ImportRun.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+
+#include "dravik/exchange/DatasetImport.h"
+#include "dravik/exchange/PlanReport.h"
+#include "dravik/importer/ValveSettings.h"
+
+namespace dravik {
+namespace {
+
+/// A new database is made under a name beside its own and gets its own when it is whole.
+class TargetFile {
+  public:
+    explicit TargetFile(const std::string& path) : path_(path), work_(path) {
+        std::error_code ignored;
+        isNew_ = !std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+        if (isNew_)
+            work_ += ".import-" + std::to_string(::getpid());
+    }
+    ~TargetFile() {
+        if (!isNew_)
+            return;
+        std::error_code ignored;
+        std::filesystem::remove(work_, ignored);
+        std::filesystem::remove(work_ + "-journal", ignored);
+    }
+    TargetFile(const TargetFile&) = delete;
+    TargetFile& operator=(const TargetFile&) = delete;
+
+    bool IsNew() const { return isNew_; }
+    const std::string& WorkPath() const { return work_; }
+
+    /// Throws DatasetError when somebody else has made a file of that name meanwhile.
+    void Publish() const {
+        if (!isNew_ || ::link(work_.c_str(), path_.c_str()) == 0)
+            return;
+        const int fault = errno;
+        // A file system without links: the name is taken only when it is free.
+        if (fault != EEXIST && !std::filesystem::exists(path_) &&
+            std::rename(work_.c_str(), path_.c_str()) == 0)
+            return;
+        throw DatasetError(path_ + ": cannot be made: " + std::strerror(fault));
+    }
+
+  private:
+    std::string path_;
+    std::string work_;
+    bool isNew_ = false;
+};
+
+/// The progress of one file within that of all, by their sizes.
+class JobProgress {
+  public:
+    JobProgress(const JobPlan& job, const Progress& progress) : progress_(progress) {
+        for (const FilePlan& file : job.files) {
+            std::error_code ignored;
+            const std::uintmax_t size = std::filesystem::file_size(file.path, ignored);
+            sizes_.push_back(ignored ? 1 : static_cast<std::uint64_t>(size));
+            all_ += sizes_.back();
+        }
+    }
+
+    /// A file was planned before: what is left of it is the second half.
+    Progress Of(std::size_t file) const {
+        std::uint64_t before = 0;
+        for (std::size_t i = 0; i < file; ++i)
+            before += sizes_[i];
+        return [this, before, size = sizes_[file]](std::uint64_t done, std::uint64_t all) {
+            const double share =
+                all == 0
+                    ? 0.0
+                    : std::clamp(2.0 * static_cast<double>(done) / static_cast<double>(all) - 1.0, 0.0, 1.0);
+            return !progress_ ||
+                   progress_(before + static_cast<std::uint64_t>(share * static_cast<double>(size)), all_);
+        };
+    }
+
+  private:
+    const Progress& progress_;
+    std::vector<std::uint64_t> sizes_;
+    std::uint64_t all_ = 0;
+};
+
+void AddValves(const ImportSettings& settings, const JobPlan& job, const Imported& done, Database& database) {
+    for (const std::string& dataset : done.datasets) {
+        if (const auto valve = ValveOf(settings.valve, job, dataset))
+            AddValveCurves(database, *valve);
+    }
+}
+
+}  // namespace
+
+Imported RunImport(const ImportSettings& settings, const JobPlan& job, const Progress& progress) {
+    Imported done;
+    done.database = settings.database;
+    const JobProgress share(job, progress);
+    const TargetFile target(settings.database);
+    {
+        Database database =
+            OpenDatabase(target.WorkPath(), target.IsNew() ? OpenMode::create : OpenMode::existing);
+        Transaction transaction(database);
+        for (std::size_t i = 0; i < job.files.size(); ++i) {
+            const FilePlan& file = job.files[i];
+            const Progress own = share.Of(i);
+            GriddedSource source(file.plan, own);
+            // A file without a target makes its dataset.
+            if (file.target)
+                MergeCurves(database, file.dataset, source);
+            else
+                StoreDataset(database, file.dataset, source, false);
+            if (std::find(done.datasets.begin(), done.datasets.end(), file.dataset) == done.datasets.end())
+                done.datasets.push_back(file.dataset);
+            done.lines.push_back(ImportLine(file.plan));
+        }
+        AddValves(settings, job, done, database);
+        transaction.Commit();
+    }
+    target.Publish();
+    return done;
+}
+
+}  // namespace dravik

@@ -1,0 +1,542 @@
+#include "dravik/importer/modImport.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include "dravik/exchange/Cells.h"
+#include "dravik/exchange/ChoiceText.h"
+#include "dravik/exchange/DatasetImport.h"
+#include "dravik/exchange/ExchangeError.h"
+#include "dravik/exchange/Units.h"
+#include "dravik/importer/ValveSettings.h"
+#include "general/NumberText.h"
+
+namespace dravik {
+namespace {
+
+constexpr std::size_t shownRows = 25;
+constexpr std::size_t shownColumns = 256;
+constexpr std::size_t shownCharacters = 120;  // bytes of a cell
+constexpr double longestTime = 21474836.0;    // s: what an index in hundredths can say
+
+std::vector<std::string> PartsOf(const std::string& list) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0; begin <= list.size();) {
+        const std::size_t end = std::min(list.find(',', begin), list.size());
+        const std::string_view part = TrimmedCell(std::string_view(list).substr(begin, end - begin));
+        if (!part.empty())
+            parts.emplace_back(part);
+        begin = end + 1;
+    }
+    return parts;
+}
+
+/// Reads one control after the other; a fault names the control.
+class ControlReader {
+  public:
+    explicit ControlReader(std::vector<std::string>& faults) : faults_(faults) {}
+
+    template <typename Read, typename Take>
+    void Settle(const char* control, const std::string& text, Read read, Take take) {
+        if (text.empty())
+            return;
+        try {
+            take(read(text));
+        } catch (const ChoiceError& error) {
+            faults_.push_back(std::string(control) + " \"" + text + "\": " + error.what());
+        }
+    }
+
+    /// A number of seconds (feet) in [least, most].
+    static double Number(const std::string& text, double least, double most) {
+        const std::optional<double> value = vorela::StrictNumber(TrimmedCell(text));
+        if (!value || !(*value >= least && *value <= most))
+            throw ChoiceError("a number from " + vorela::ShortestText(least) + " to " +
+                              vorela::ShortestText(most));
+        return *value;
+    }
+
+  private:
+    std::vector<std::string>& faults_;
+};
+
+std::int16_t StepOfText(const std::string& text) {
+    const double hundredths = ControlReader::Number(text, 0.01, 327.67) * 100.0;
+    if (std::abs(hundredths - std::round(hundredths)) > 1e-6)
+        throw ChoiceError("whole hundredths");
+    return static_cast<std::int16_t>(std::lround(hundredths));
+}
+
+DateOrder OrderOfText(const std::string& text) {
+    for (const DateOrder order : {DateOrder::ymd, DateOrder::dmy, DateOrder::mdy}) {
+        if (DateOrderName(order) == text)
+            return order;
+    }
+    throw ChoiceError("ymd, dmy or mdy");
+}
+
+std::string ShownSeparator(const std::string& separator) {
+    return separator == "\t" ? "tab" : separator;
+}
+
+std::string ShownCell(std::string_view cell) {
+    if (cell.size() <= shownCharacters)
+        return std::string(cell);
+    std::size_t end = shownCharacters;
+    while (end > 0 && (static_cast<unsigned char>(cell[end]) & 0xC0) == 0x80)
+        --end;
+    return std::string(cell.substr(0, end)) + "...";
+}
+
+FirstRows FirstRowsOf(const ImportPlan& plan, const std::string& encoding) {
+    FirstRows head;
+    try {
+        const TextFile file(plan.file, encoding);
+        if (plan.reading.open) {
+            head.isTable = true;
+            const std::unique_ptr<RowReader> reader = plan.reading.open(file, false);
+            for (Row row; head.rows.size() < shownRows && reader->Next(row);) {
+                head.rows.emplace_back();
+                for (std::size_t i = 0; i < std::min(row.cells->size(), shownColumns); ++i)
+                    head.rows.back().push_back(ShownCell((*row.cells)[i]));
+            }
+        } else {
+            LineReader reader(file);
+            for (std::string_view line; head.rows.size() < shownRows && reader.Next(line);)
+                head.rows.push_back({ShownCell(line)});
+        }
+    } catch (const ExchangeError&) {
+        // The plan has it among its problems.
+    }
+    return head;
+}
+
+bool SameTarget(const std::optional<TargetGrid>& a, const std::optional<TargetGrid>& b) {
+    if (!a || !b)
+        return a.has_value() == b.has_value();
+    return a->indexKind == b->indexKind && a->step == b->step && a->firstIndex == b->firstIndex &&
+           a->start == b->start && a->hasStart == b->hasStart;
+}
+
+/// Without what does not change how the file is read.
+FileControls ReadingOf(FileControls controls) {
+    controls.columns.clear();
+    controls.dataset.clear();
+    controls.depth.clear();
+    return controls;
+}
+
+std::string ContentsOf(const PlannedColumn& column) {
+    if (column.kind == ColumnKind::empty)
+        return "empty";
+    std::string text = column.kind == ColumnKind::text ? "text" : "numbers";
+    if (column.missing > 0)
+        text += ", " + std::to_string(column.missing) + " missing";
+    if (column.kind == ColumnKind::number)
+        text += ", " + vorela::ShortestText(static_cast<float>(column.least)) + " to " +
+                vorela::ShortestText(static_cast<float>(column.greatest));
+    return text;
+}
+
+/// Roles, names and units of a file's columns: as suggested, and what the user settled instead.
+class ColumnSettler {
+  public:
+    ColumnSettler(const FileControls& controls, ValveWay valve) : controls_(controls), valve_(valve) {}
+
+    std::vector<ColumnView> Views(const ImportPlan& found, std::vector<Role>& taken) const {
+        std::vector<Role> before = taken;
+        std::vector<Role> given;
+        for (std::size_t i = 0; i < found.columns.size(); ++i) {
+            if (const ColumnControls* own = OwnOf(found, i); own != nullptr && own->role)
+                given.push_back(*own->role);
+        }
+        std::vector<Role> suggested = taken;
+        suggested.insert(suggested.end(), given.begin(), given.end());
+        const std::vector<Role> roles = SuggestRoles(found, suggested);
+        std::vector<ColumnView> views;
+        for (std::size_t i = 0; i < found.columns.size(); ++i) {
+            views.push_back(ViewOf(found, i, roles[i]));
+            if (!CurveOfRole(views.back().role).empty())
+                taken.push_back(views.back().role);
+        }
+        return views;
+    }
+
+    /// Each taken column with its name and unit, by its number.
+    static std::vector<CurveChoice> ChoicesOf(const std::vector<ColumnView>& views) {
+        std::vector<CurveChoice> choices;
+        for (std::size_t i = 0; i < views.size(); ++i) {
+            const ColumnView& view = views[i];
+            if (view.role != Role::time && view.role != Role::leaveOut)
+                choices.push_back({"#" + std::to_string(i + 1), view.name, view.unit, view.convert});
+        }
+        return choices;
+    }
+
+  private:
+    const ColumnControls* OwnOf(const ImportPlan& found, std::size_t column) const {
+        if (column >= controls_.columns.size() ||
+            controls_.columns[column].source != found.columns[column].source)
+            return nullptr;
+        return &controls_.columns[column];
+    }
+
+    ColumnView ViewOf(const ImportPlan& found, std::size_t index, Role suggested) const {
+        const PlannedColumn& column = found.columns[index];
+        const ColumnControls* own = OwnOf(found, index);
+        ColumnView view;
+        view.source = column.source;
+        view.isNumber = column.kind == ColumnKind::number;
+        view.contents = ContentsOf(column);
+        view.role = suggested;
+        view.unit = column.unit;
+        if (suggested == Role::time)
+            return view;
+        if (own != nullptr && own->role)
+            view.role = *own->role;
+        if (own != nullptr && !own->unit.empty())
+            view.unit = own->unit;
+        if (view.role == Role::leaveOut)
+            return view;
+        view.name = own != nullptr && !own->name.empty() ? own->name : NameOf(view);
+        view.canConvert = PascalsPer(view.unit).has_value();
+        view.convert = view.canConvert && own != nullptr && own->convert;
+        return view;
+    }
+
+    /// The valve's own name stays free where Vorela's curve is made from it.
+    std::string NameOf(const ColumnView& view) const {
+        const bool isSource = view.role == Role::valvePosition && valve_ != ValveWay::recorded;
+        const std::string_view name = isSource ? std::string_view() : CurveOfRole(view.role);
+        return name.empty() ? view.source : std::string(name);
+    }
+
+    const FileControls& controls_;
+    ValveWay valve_;
+};
+
+/// Plans the files of a job, one after the other: the first of a dataset gives the grid of those behind it.
+class JobPlanner {
+  public:
+    JobPlanner(const ImportSettings& settings, const DatabaseView& database, const JobPlan& before,
+               const Progress& progress)
+        : settings_(settings), database_(database), before_(before), progress_(progress) {}
+
+    JobPlan Run() {
+        for (std::size_t i = 0; i < settings_.files.size(); ++i)
+            job_.files.push_back(PlanFile(i));
+        CheckDatasets();
+        CheckCurveNames();
+        if (!database_.problem.empty())
+            job_.problems.push_back(database_.problem);
+        if (settings_.database.empty())
+            job_.problems.emplace_back("Database: no file is named");
+        if (settings_.files.empty())
+            job_.problems.emplace_back("no files");
+        CheckValve(settings_.valve, job_);
+        return std::move(job_);
+    }
+
+  private:
+    /// The grid that a file has to join; nothing where it makes the dataset.
+    std::optional<TargetGrid> TargetOfFile(std::size_t i, const std::string& dataset) const {
+        const auto existing = database_.targets.find(dataset);
+        if (existing != database_.targets.end())
+            return existing->second;
+        if (!settings_.join || i == 0 || job_.files.front().plan.grid.rows == 0)
+            return std::nullopt;
+        return TargetOf(job_.files.front().plan);
+    }
+
+    FilePlan PlanFile(std::size_t i) {
+        const FileEntry& entry = settings_.files[i];
+        FilePlan file;
+        file.path = entry.path;
+        file.controls = entry.controls;
+        file.dataset = DatasetOf(settings_, i);
+        file.target = TargetOfFile(i, file.dataset);
+        Choices choices = ChoicesOf(entry.controls, file.problems);
+        // A dataset that is joined has its depth.
+        if (file.target)
+            choices.depth.reset();
+        choices.target = file.target;
+        if (file.target)
+            choices.indexKind = file.target->indexKind;
+        if (!settings_.join)
+            taken_.clear();
+        if (file.problems.empty())
+            PlanWith(std::move(choices), file);
+        return file;
+    }
+
+    void PlanWith(Choices choices, FilePlan& file) {
+        const FilePlan* same = TakenOver(file);
+        if (same != nullptr) {
+            file.found = same->found;
+            file.head = same->head;
+        } else {
+            Choices reading = choices;
+            reading.depth.reset();
+            file.found = PlanImport(file.path, reading, progress_);
+            file.head = FirstRowsOf(file.found, choices.encoding);
+        }
+        NoteSecondLevel(file);
+        file.columns = ColumnSettler(file.controls, settings_.valve.way).Views(file.found, taken_);
+        choices.curves = ColumnSettler::ChoicesOf(file.columns);
+        if (file.found.grid.rows == 0 || choices.curves.empty())
+            file.plan = file.found;
+        else if (same != nullptr && SameChoices(*same, file))
+            file.plan = same->plan;
+        else
+            file.plan = PlanImport(file.path, choices, progress_);
+        Tell(choices, file);
+    }
+
+    /// Two levels that are joined by mistake are one wrong level.
+    void NoteSecondLevel(FilePlan& file) {
+        std::vector<Role> own;
+        SuggestRoles(file.found, own);
+        for (const Role role : {Role::pressure, Role::flow}) {
+            const auto has = [role](const std::vector<Role>& roles) {
+                return std::find(roles.begin(), roles.end(), role) != roles.end();
+            };
+            if (has(own) && has(taken_))
+                file.notes.push_back(std::string("a file before it has a ") + RoleText(role) +
+                                     " too: if they are of two levels, make each file a dataset of its own");
+        }
+    }
+
+    /// The same file, read in the same way.
+    const FilePlan* TakenOver(const FilePlan& file) const {
+        for (const FilePlan& other : before_.files) {
+            if (other.path == file.path && SameTarget(other.target, file.target) &&
+                ReadingOf(other.controls) == ReadingOf(file.controls) && !other.found.file.empty())
+                return &other;
+        }
+        return nullptr;
+    }
+
+    static bool SameChoices(const FilePlan& a, const FilePlan& b) {
+        const auto same = [](const ColumnView& x, const ColumnView& y) {
+            return x.role == y.role && x.name == y.name && x.unit == y.unit && x.convert == y.convert;
+        };
+        return a.controls.depth == b.controls.depth &&
+               std::equal(a.columns.begin(), a.columns.end(), b.columns.begin(), b.columns.end(), same);
+    }
+
+    void Tell(const Choices& choices, FilePlan& file) {
+        for (const std::string& note : file.plan.notes)
+            file.notes.push_back(InWordsOfDialog(note));
+        for (const std::string& problem : file.plan.problems)
+            file.problems.push_back(InWordsOfDialog(problem));
+        if (choices.curves.empty() && file.found.grid.rows > 0)
+            file.problems.emplace_back("no column is taken");
+        // The names that the plan made of those asked for.
+        for (std::size_t i = 0; i < file.columns.size() && i < file.plan.columns.size(); ++i) {
+            if (file.plan.columns[i].role == ColumnRole::curve)
+                file.columns[i].name = file.plan.columns[i].name;
+        }
+    }
+
+    void CheckDatasets() {
+        std::set<std::string> names;
+        for (std::size_t i = 0; i < job_.files.size(); ++i) {
+            FilePlan& file = job_.files[i];
+            if (settings_.join && i > 0)
+                continue;
+            if (!names.insert(file.dataset).second)
+                file.problems.push_back("Dataset \"" + file.dataset + "\" is the name of another file's too");
+            try {
+                CheckDatasetName(file.dataset);
+            } catch (const DatasetError& error) {
+                file.problems.push_back(std::string("Dataset: ") + error.what());
+            }
+        }
+    }
+
+    /// Curves of files that go into one dataset.
+    void CheckCurveNames() {
+        std::map<std::string, std::map<std::string, std::string>> owners;
+        for (const auto& [dataset, curves] : database_.curves) {
+            for (const std::string& curve : curves)
+                owners[dataset][curve] = "dataset " + dataset;
+        }
+        for (FilePlan& file : job_.files) {
+            if (file.plan.depth)
+                owners[file.dataset].emplace(CurveOfRole(Role::depth), "the Depth given");
+            for (const ColumnView& column : file.columns) {
+                if (column.name.empty())
+                    continue;
+                const auto [owner, isNew] =
+                    owners[file.dataset].emplace(column.name, std::filesystem::path(file.path).filename());
+                if (!isNew && owner->second != std::filesystem::path(file.path).filename())
+                    file.problems.push_back("curve " + column.name + " is in " + owner->second +
+                                            " too: give it another name, leave it out, or make each file a "
+                                            "dataset of its own");
+            }
+        }
+    }
+
+    const ImportSettings& settings_;
+    const DatabaseView& database_;
+    const JobPlan& before_;
+    const Progress& progress_;
+    JobPlan job_;
+    std::vector<Role> taken_;
+};
+
+}  // namespace
+
+bool JobPlan::CanImport() const {
+    return problems.empty() && !files.empty() &&
+           std::all_of(files.begin(), files.end(), [](const FilePlan& file) { return file.CanImport(); });
+}
+
+std::string DatasetOf(const ImportSettings& settings, std::size_t file) {
+    const FileEntry& entry = settings.files[settings.join ? 0 : file];
+    return entry.controls.dataset.empty() ? std::filesystem::path(entry.path).stem().string()
+                                          : entry.controls.dataset;
+}
+
+std::string SuggestedDatabase(const ImportSettings& settings) {
+    if (settings.files.empty())
+        return {};
+    std::filesystem::path path = settings.files.front().path;
+    return path.replace_extension(".dkb").string();
+}
+
+DatabaseView LookAtDatabase(const ImportSettings& settings) {
+    DatabaseView view;
+    std::error_code ignored;
+    view.exists = std::filesystem::exists(settings.database, ignored);
+    const std::filesystem::path folder = std::filesystem::path(settings.database).parent_path();
+    if (!view.exists && !folder.empty() && !std::filesystem::is_directory(folder, ignored))
+        view.problem = settings.database + ": there is no such folder";
+    if (!view.exists)
+        return view;
+    try {
+        const Database database = OpenDatabase(settings.database, OpenMode::readOnly);
+        view.datasets = DatasetsOf(database).size();
+        for (std::size_t i = 0; i < settings.files.size(); ++i) {
+            const std::string dataset = DatasetOf(settings, i);
+            if (!HasDataset(database, dataset) || view.targets.contains(dataset))
+                continue;
+            if (!settings.joinExisting)
+                throw DatasetError(settings.database + ": dataset \"" + dataset +
+                                   "\" exists already: give another name, or let the curves join it");
+            view.targets[dataset] = TargetOf(database, dataset);
+            for (const NamedItem& curve : CurvesOf(database, dataset))
+                view.curves[dataset].push_back(curve.name);
+        }
+    } catch (const DatasetError& error) {
+        view.problem = error.what();
+    } catch (const vorela::DatabaseError& error) {
+        view.problem = FailureText(error);
+    }
+    return view;
+}
+
+Choices ChoicesOf(const FileControls& controls, std::vector<std::string>& faults) {
+    Choices choices;
+    ControlReader read(faults);
+    read.Settle("Separator", controls.separator, SeparatorOfText, [&](char c) { choices.separator = c; });
+    read.Settle("Decimal sign", controls.decimal, DecimalOfText, [&](char c) { choices.decimal = c; });
+    choices.encoding = controls.encoding;
+    read.Settle(
+        "Line of names", controls.headerLine,
+        [](const std::string& text) { return LinesOfText(std::string(TrimmedCell(text))).first; },
+        [&](std::size_t line) { choices.headerLine = line; });
+    for (const std::string& range : PartsOf(controls.leaveOut))
+        read.Settle("Leave out lines", range, LinesOfText,
+                    [&](LineRange lines) { choices.leaveOut.push_back(lines); });
+    choices.nulls = PartsOf(controls.nulls);
+    choices.time = PartsOf(controls.time);
+    choices.timeUnit = controls.timeUnit;
+    read.Settle("Date order", controls.dateOrder, OrderOfText,
+                [&](DateOrder order) { choices.dateOrder = order; });
+    read.Settle("Step", controls.step, StepOfText, [&](std::int16_t step) { choices.step = step; });
+    const auto seconds = [](double least, double most) {
+        return [=](const std::string& text) { return ControlReader::Number(text, least, most); };
+    };
+    read.Settle("Fill gaps", controls.fill, seconds(0.0, longestTime),
+                [&](double value) { choices.fill = value; });
+    read.Settle("Shift", controls.shift, seconds(-longestTime * 100.0, longestTime * 100.0),
+                [&](double value) { choices.shift = value; });
+    read.Settle("Depth", controls.depth, DepthOfText, [&](double value) { choices.depth = value; });
+    return choices;
+}
+
+JobPlan PlanJob(const ImportSettings& settings, const DatabaseView& database, const JobPlan& before,
+                const Progress& progress) {
+    return JobPlanner(settings, database, before, progress).Run();
+}
+
+FoundTexts FoundOf(const ImportPlan& plan) {
+    FoundTexts found;
+    found.separator = ShownSeparator(plan.separator);
+    found.decimal = plan.separator.empty() ? "" : std::string(1, plan.decimal);
+    found.encoding = plan.encoding;
+    found.headerLine = plan.headerLines > 0 ? std::to_string(plan.preambleLines + 1) : "none";
+    for (const std::string& column : plan.timeColumns)
+        found.time += (found.time.empty() ? "" : " + ") + column;
+    found.timeUnit = plan.timeUnit;
+    found.dateOrder = plan.dateOrder;
+    if (plan.grid.rows > 0)
+        found.step = IndexSpan(plan.grid.step, plan.grid.indexKind);
+    return found;
+}
+
+std::string InWordsOfDialog(std::string text) {
+    // The longer names first: one is the beginning of another.
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 19> words{{
+        {"--separator C", "Separator"},
+        {"--separator", "Separator"},
+        {"--decimal", "Decimal sign"},
+        {"--encoding", "Encoding"},
+        {"--header-line", "Line of names"},
+        {"--leave-out", "Leave out lines"},
+        {"--time-unit", "Time unit"},
+        {"--time COL", "Time column"},
+        {"--time", "Time column"},
+        {"--date-order", "Date order"},
+        {"--null", "No value"},
+        {"--curves COL=NAME renames", "its Curve cell gives another name"},
+        {"--curves LEVEL:mH2O", "Unit mH2O"},
+        {"--convert", "To psi"},
+        {"--step CS", "Step"},
+        {"--step", "Step"},
+        {"--fill", "Fill gaps"},
+        {"--shift", "Shift"},
+        {"--depth", "Depth"},
+    }};
+    // A step of the tool counts hundredths, the dialog's seconds.
+    const std::string step = "--step ";
+    for (std::size_t at = text.find(step); at != std::string::npos; at = text.find(step, at + 1)) {
+        const std::size_t begin = at + step.size();
+        const std::size_t end = std::min(text.find_first_not_of("0123456789", begin), text.size());
+        if (const auto value = vorela::StrictNumber(text.substr(begin, end - begin)))
+            text.replace(at, end - at, "Step " + vorela::ShortestText(*value / 100.0));
+    }
+    for (const auto& [option, control] : words) {
+        for (std::size_t at = text.find(option); at != std::string::npos;
+             at = text.find(option, at + control.size()))
+            text.replace(at, option.size(), control);
+    }
+    return text;
+}
+
+bool IsDatabaseFile(const std::string& path) {
+    constexpr std::string_view mark("SQLite format 3\0", 16);
+    std::array<char, mark.size()> bytes{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(bytes.data(), bytes.size());
+    return file && std::string_view(bytes.data(), bytes.size()) == mark;
+}
+
+}  // namespace dravik
