@@ -1,8 +1,11 @@
 #include "app/frmMain.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDialog>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QProgressBar>
@@ -23,6 +26,7 @@
 #include "app/dlgHelp.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
+#include "dravik/importer/frmImport.h"
 #include "follow/ActionQueue.h"
 #include "follow/StartUp.h"
 #include "general/NumberText.h"
@@ -145,12 +149,28 @@ frmMain::frmMain(QtPorts& ports, QWidget* parent)
     tmrMain_.setObjectName(QStringLiteral("tmrMain"));
     tmrMain_.setInterval(actionQueueIntervalMs);
     connect(&tmrMain_, &QTimer::timeout, this, &frmMain::TimerTick);
+    setAcceptDrops(true);
+    connect(ui_->lblBegin, &QLabel::linkActivated, this, [this](const QString& link) {
+        link == QLatin1String("select") ? SelectDataEntry() : ImportEntry();
+    });
     RestorePlace();
 }
 
 frmMain::~frmMain() {
     ports_.Attach(nullptr, nullptr, nullptr);
     tmrMain_.setParent(nullptr);
+}
+
+// A drop begins when the dragging program has had its answer.
+void frmMain::dragEnterEvent(QDragEnterEvent* event) {
+    if (!running_ && !dravik::frmImport::FilesIn(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void frmMain::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    const QStringList files = dravik::frmImport::FilesIn(event->mimeData());
+    QTimer::singleShot(0, this, [this, files] { TakeFiles(files); });
 }
 
 void frmMain::BuildGrids() {
@@ -195,6 +215,8 @@ void frmMain::BuildKeys() {
     const auto key = [this](const QKeySequence& sequence, auto action) {
         connect(new QShortcut(sequence, this), &QShortcut::activated, this, action);
     };
+    key(QKeySequence::Paste,
+        [this] { TakeFiles(dravik::frmImport::FilesIn(QApplication::clipboard()->mimeData())); });
     key(Qt::Key_PageUp, [this] { StepChoice(-1); });
     key(Qt::Key_PageDown, [this] { StepChoice(1); });
     // The tabs from anywhere in the window.
@@ -229,7 +251,6 @@ bool frmMain::Load() {
         UpdateMainWindow();
     });
     loading_ = false;
-    ui_->statBar->showMessage(tr("Choose File, Select Data... to begin"));
     return loaded;
 }
 
@@ -396,6 +417,7 @@ void frmMain::LayOutForTab() {
         ui_->lblInterval->setVisible(interval);
         ui_->cboInterval->setVisible(interval);
         ui_->rowChoosers->setVisible(level || interval);
+        ui_->lblBegin->setVisible(CurrentSelection().datasets.empty());
     });
 }
 

@@ -33,6 +33,7 @@ class PlotWidget;
 class QtPorts;
 class TimeCursors;
 class dlgHelp;
+class frmSelectData;
 
 class frmMain : public QMainWindow {
     Q_OBJECT
@@ -59,6 +60,8 @@ class frmMain : public QMainWindow {
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
     struct MenuEntry;
@@ -73,6 +76,13 @@ class frmMain : public QMainWindow {
 
     // Menu entries
     void SelectDataEntry();
+    /// Select Data, its dialog prepared before it shows.
+    void SelectDatasets(const std::function<void(frmSelectData&)>& prepare);
+    void ImportEntry();
+    /// The import dialog with these files; then Select Data with what came in.
+    void ImportFiles(const QStringList& files, const std::string& database);
+    /// Files dropped or pasted: a database is offered to Select Data, all else to the import.
+    void TakeFiles(const QStringList& files);
     void SaveInterpretationEntry();
     void ExitEntry();
     void SavePlotEntry();

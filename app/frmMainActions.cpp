@@ -8,6 +8,7 @@
 #include <QStatusBar>
 #include <QTabBar>
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,8 +24,11 @@
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"
 #include "db/modSelectData.h"
+#include "dravik/chooser/Chooser.h"
+#include "dravik/importer/frmImport.h"
 #include "follow/CurveChecks.h"
 #include "follow/StartUp.h"
+#include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "plotview/PlotFile.h"
 #include "plotview/PlotWidget.h"
@@ -36,6 +40,7 @@
 #include "signal/frmParameters.h"
 #include "signal/modDFilt.h"
 #include "signal/modModulator.h"
+#include "signal/modParameters.h"
 #include "ui_frmMain.h"
 
 namespace vorela {
@@ -66,6 +71,7 @@ const std::vector<frmMain::MenuEntry>& frmMain::MenuEntries() {
         {"File", nullptr, nullptr, ""},
         {"File", "Save &Plot to File...", &frmMain::SavePlotEntry, "Ctrl+Shift+S"},
         {"File", "&Print Plot...", &frmMain::PrintPlotEntry, "Ctrl+P"},
+        {"File", "&Import Recording...", &frmMain::ImportEntry, "Ctrl+O"},
         {"Edit", "&Parameters...", &frmMain::ParametersEntry, "Ctrl+E"},
         {"View", "&Cycle information...", &frmMain::CycleInformationEntry, "Ctrl+I"},
         {"Action", "&Create filtered P and QS curves...", &frmMain::FilteredCurvesEntry, ""},
@@ -105,28 +111,67 @@ void frmMain::BuildMenus() {
 // --- File ---
 
 void frmMain::SelectDataEntry() {
-    Run([this] {
-        tmrMain_.stop();
-        SelectData({[this] {
-                        frmSelectData dialog(this);
-                        ShowModal(dialog);
-                    },
-                    [this] { return PlotDataCheck(); },
-                    [this] {
-                        frmFilteredCurves dialog(this);
-                        ShowModal(dialog);
-                    },
-                    [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
-        // Also when the sequence broke off: what was selected is followed.
+    Run([this] { SelectDatasets([](frmSelectData&) {}); });
+}
+
+void frmMain::SelectDatasets(const std::function<void(frmSelectData&)>& prepare) {
+    tmrMain_.stop();
+    SelectData({[&] {
+                    frmSelectData dialog(this);
+                    prepare(dialog);
+                    ShowModal(dialog);
+                },
+                [this] { return PlotDataCheck(); },
+                [this] {
+                    frmFilteredCurves dialog(this);
+                    ShowModal(dialog);
+                },
+                [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
+    // Also when the sequence broke off: what was selected is followed.
+    const auto& datasets = CurrentSelection().datasets;
+    if (std::any_of(datasets.begin(), datasets.end(),
+                    [](const auto& record) { return record.pendingFlag != 0; }))
+        tmrMain_.start();
+    // After a cancelled selection the old tabs and values must not stay.
+    if (CurrentSelection().datasets.empty())
+        UpdateMainWindow();
+    ShowSelectionHints();
+}
+
+void frmMain::ImportEntry() {
+    ImportFiles({}, {});
+}
+
+void frmMain::ImportFiles(const QStringList& files, const std::string& database) {
+    Run([&] {
         const auto& datasets = CurrentSelection().datasets;
-        if (std::any_of(datasets.begin(), datasets.end(),
-                        [](const auto& record) { return record.pendingFlag != 0; }))
-            tmrMain_.start();
-        // After a cancelled selection the old tabs and values must not stay.
-        if (CurrentSelection().datasets.empty())
-            UpdateMainWindow();
-        ShowSelectionHints();
+        dravik::ImportDefaults defaults{database, ShortestText(CurrentParameters().period)};
+        if (database.empty() && !datasets.empty())
+            defaults.database = Trimmed(datasets.front().database);
+        dravik::frmImport dialog(defaults, this);
+        dialog.AddFiles(files);
+        if (ShowModal(dialog) != QDialog::Accepted)
+            return;
+        const dravik::Imported& imported = dialog.Result();
+        SelectDatasets([&](frmSelectData& select) { select.AddNamed(imported.database, imported.datasets); });
     });
+}
+
+void frmMain::TakeFiles(const QStringList& files) {
+    const auto isDatabase = [](const QString& file) { return dravik::IsDatabaseFile(file.toStdString()); };
+    const auto database = std::find_if(files.begin(), files.end(), isDatabase);
+    QStringList recordings;
+    std::remove_copy_if(files.begin(), files.end(), std::back_inserter(recordings), isDatabase);
+    const std::string path = database == files.end() ? std::string() : database->toStdString();
+    if (!recordings.isEmpty()) {
+        ImportFiles(recordings, path);
+    } else if (!path.empty()) {
+        Run([&] {
+            dravik::OfferDatabase(path);
+            SelectDatasets(
+                [](frmSelectData& select) { QTimer::singleShot(0, &select, &frmSelectData::Add); });
+        });
+    }
 }
 
 // What an engineer would otherwise find out late: foreign units, and curves that are there while no cycle was

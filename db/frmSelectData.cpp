@@ -119,6 +119,17 @@ void frmSelectData::Add() {
     ui_->cmdOK->setFocus();
 }
 
+void frmSelectData::AddNamed(const std::string& database, const std::vector<std::string>& names) {
+    if (!AddNamedDatasets(database, names))
+        return;
+    PopulateControls();
+    const auto& datasets = CurrentSelection().datasets;
+    const std::size_t first = datasets.size() - names.size();
+    for (std::size_t line = first; line < datasets.size(); ++line)
+        ui_->lstPasses->item(static_cast<int>(line))->setSelected(true);
+    ui_->cmdOK->setFocus();
+}
+
 void frmSelectData::Remove() {
     const bool removed = Attempt(stepRemoving, [&] {
         std::vector<std::size_t> positions;

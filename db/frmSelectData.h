@@ -23,6 +23,11 @@ class frmSelectData : public QDialog {
     /// Empties the list, both combo boxes and the labels. Step "Resetting controls".
     void ResetControls();
 
+    /// Adds datasets that were named elsewhere and marks their lines.
+    void AddNamed(const std::string& database, const std::vector<std::string>& names);
+    /// What Add does: the chooser, and what is chosen in it.
+    void Add();
+
     /// Escape and the title bar's button: asks first, where there is a selection to lose.
     void reject() override;
 
@@ -30,7 +35,6 @@ class frmSelectData : public QDialog {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    void Add();
     void Remove();
     void Clear();
     void Ok();

@@ -471,6 +471,13 @@ bool AddDatasets() {
     });
 }
 
+bool AddNamedDatasets(const std::string& databasePath, const std::vector<std::string>& names) {
+    return Attempt(addingData, false, [&] {
+        std::vector<DatasetRecord> newRecords;
+        return ReadDatasets(databasePath, names, newRecords) && AppendDatasets(std::move(newRecords));
+    });
+}
+
 void RemoveDatasets(std::vector<std::size_t> positions) {
     Attempt(removingDatasets, [&] {
         Selection& selection = CurrentSelection();

@@ -35,6 +35,8 @@ bool ReadDatasets(const std::string& databasePath, const std::vector<std::string
 bool AppendDatasets(std::vector<DatasetRecord> newRecords);
 /// The dialog's "Add": chooser, then AppendDatasets.
 bool AddDatasets();
+/// The same with datasets that are named instead of chosen.
+bool AddNamedDatasets(const std::string& databasePath, const std::vector<std::string>& names);
 /// Removes the datasets at these positions.
 void RemoveDatasets(std::vector<std::size_t> positions);
 void ClearSelection();

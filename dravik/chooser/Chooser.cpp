@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <exception>
+#include <utility>
 
 #include "dravik/chooser/DatasetListing.h"
 #include "dravik/chooser/frmChooser.h"
@@ -9,8 +10,15 @@
 namespace dravik {
 namespace {
 
+std::string& OfferedDatabase() {
+    static std::string path;
+    return path;
+}
+
 std::int32_t Choose(const vorela::DkBaseApi& api, DBMultiSelect* selection) {
     frmChooser dialog(api, QApplication::activeWindow());
+    if (const std::string offered = std::exchange(OfferedDatabase(), {}); !offered.empty())
+        dialog.OpenFile(QString::fromStdString(offered));
     const bool busy = QApplication::overrideCursor() != nullptr;
     if (busy)
         QApplication::setOverrideCursor(Qt::ArrowCursor);
@@ -39,6 +47,10 @@ std::int32_t ChooseForLibrary(void* context, DBMultiSelect* selection) {
 }
 
 }  // namespace
+
+void OfferDatabase(const std::string& path) {
+    OfferedDatabase() = path;
+}
 
 void RegisterChooser(const vorela::DkBaseApi& api) {
     api.DBsetchooser(ChooseForLibrary, const_cast<vorela::DkBaseApi*>(&api));
