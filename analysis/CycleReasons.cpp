@@ -88,7 +88,7 @@ std::vector<std::string> ReasonsForMissingResults(std::size_t dataset) {
     const auto analysedEnd = cycles.analysed.begin() + cycles.RealCycles();
     if (std::find(cycles.analysed.begin(), analysedEnd, 0) == analysedEnd)
         return {};
-    const Database database(record.database);
+    const Database database(record.database, OpenMode::existing);
     CycleCurves curves = AttachCycleCurves(database, dataset, record.cycleSource);
     std::vector<Reason> reasons;
     for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n) {

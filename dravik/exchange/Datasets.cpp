@@ -198,16 +198,6 @@ std::string ToolString(const Database& database, const std::string& dataset) {
     return text;
 }
 
-std::string ToolString(const Database& database, const std::string& dataset) {
-    constexpr std::size_t toolOffset = 18;
-    const std::vector<std::byte> bytes =
-        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(presentationBytes);
-    std::string text(reinterpret_cast<const char*>(bytes.data()) + toolOffset,
-                     presentationBytes - toolOffset);
-    text.erase(text.find_last_not_of(std::string_view(" \0", 2)) + 1);
-    return text;
-}
-
 void SetRecording(Database& database, const std::string& dataset, bool recording) {
     Item item(database, CurvePath(dataset, presentationItem));
     std::vector<std::byte> bytes = item.ReadWholeRecord(presentationBytes);
