@@ -1,60 +1,17 @@
 #include "dravik/importer/ImportRun.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 
 #include "dravik/exchange/DatasetImport.h"
+#include "dravik/exchange/NewDatabase.h"
 #include "dravik/exchange/PlanReport.h"
 #include "dravik/importer/ValveSettings.h"
 
 namespace dravik {
 namespace {
-
-/// A new database is made under a name beside its own and gets its own when it is whole.
-class TargetFile {
-  public:
-    explicit TargetFile(const std::string& path) : path_(path), work_(path) {
-        std::error_code ignored;
-        isNew_ = !std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
-        if (isNew_)
-            work_ += ".import-" + std::to_string(::getpid());
-    }
-    ~TargetFile() {
-        if (!isNew_)
-            return;
-        std::error_code ignored;
-        std::filesystem::remove(work_, ignored);
-        std::filesystem::remove(work_ + "-journal", ignored);
-    }
-    TargetFile(const TargetFile&) = delete;
-    TargetFile& operator=(const TargetFile&) = delete;
-
-    bool IsNew() const { return isNew_; }
-    const std::string& WorkPath() const { return work_; }
-
-    /// Throws DatasetError when somebody else has made a file of that name meanwhile.
-    void Publish() const {
-        if (!isNew_ || ::link(work_.c_str(), path_.c_str()) == 0)
-            return;
-        const int fault = errno;
-        // A file system without links: the name is taken only when it is free.
-        if (fault != EEXIST && !std::filesystem::exists(path_) &&
-            std::rename(work_.c_str(), path_.c_str()) == 0)
-            return;
-        throw DatasetError(path_ + ": cannot be made: " + std::strerror(fault));
-    }
-
-  private:
-    std::string path_;
-    std::string work_;
-    bool isNew_ = false;
-};
 
 /// The progress of one file within that of all, by their sizes.
 class JobProgress {
@@ -102,10 +59,9 @@ Imported RunImport(const ImportSettings& settings, const JobPlan& job, const Pro
     Imported done;
     done.database = settings.database;
     const JobProgress share(job, progress);
-    const TargetFile target(settings.database);
-    {
-        Database database =
-            OpenDatabase(target.WorkPath(), target.IsNew() ? OpenMode::create : OpenMode::existing);
+    NewDatabase target(settings.database);
+    try {
+        Database database = OpenDatabase(target.WorkPath(), OpenMode::create);
         Transaction transaction(database);
         for (std::size_t i = 0; i < job.files.size(); ++i) {
             const FilePlan& file = job.files[i];
@@ -122,6 +78,10 @@ Imported RunImport(const ImportSettings& settings, const JobPlan& job, const Pro
         }
         AddValves(settings, job, done, database);
         transaction.Commit();
+    } catch (const DatasetError& error) {
+        throw DatasetError(target.Shown(error.what()));
+    } catch (const vorela::DatabaseError& error) {
+        throw DatasetError(target.Shown(FailureText(error)));
     }
     target.Publish();
     return done;
