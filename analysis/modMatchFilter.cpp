@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <numeric>
 #include <string>
 #include <utility>
 
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
@@ -20,7 +22,6 @@
 namespace vorela {
 namespace {
 
-constexpr double indexUnitsPerSecond = 100.0;
 constexpr std::int32_t pointsWithoutStep = 20;
 /// Beyond this (a day at 100 Hz) the points of one period are not a valve test but a slip in the parameters,
 /// and the working arrays would take the machine down.
@@ -29,10 +30,6 @@ constexpr std::int32_t mostPointsPerCycle = 8'640'000;
 std::function<CursorSpan(std::size_t)>& CursorSpanSource() {
     static std::function<CursorSpan(std::size_t)> source;
     return source;
-}
-
-DatasetRecord& DatasetAt(std::size_t dataset) {
-    return CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), "modMatchFilter");
 }
 
 /// A stretch of the record that is taken as one period: n points from index a (included) to b (excluded).
@@ -353,7 +350,7 @@ void PutOff(CycleRecord& cycles, const std::string& basis, RecordState& state) {
 
 /// Analyses the window unless it has been analysed over the same span of the same curves already.
 void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& window) {
-    const std::int16_t step = DatasetAt(dataset).step;
+    const std::int16_t step = SelectedDataset(dataset).step;
     const std::optional<Span> span = WindowSpan(dataset, step);
     if (!span || span->a == span->b) {  // no time between the cursors: nothing to analyse
         window = WindowState{};
@@ -378,7 +375,7 @@ void UpdateWindow(std::size_t dataset, CycleCurves& curves, WindowState& window)
             throw;
         window = WindowState{};
         window.fault =
-            "Dataset " + DatasetAt(dataset).dataset + ", window without results: " + error.description;
+            "Dataset " + SelectedDataset(dataset).dataset + ", window without results: " + error.description;
         if (window.fault != told)
             ReportNow(step::analysingWindow, {error.number, error.source, window.fault});
     }
@@ -422,7 +419,7 @@ bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std:
 
 bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
     return Attempt(step::analysingCycle, [&] {
-        DatasetRecord& record = DatasetAt(dataset);
+        DatasetRecord& record = SelectedDataset(dataset);
         CycleRecord& cycles = record.cycles;
         RecordState& state = StateOf(record);
         if (cycles.count == 0) {
@@ -435,7 +432,7 @@ bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
             MeasurePeriod(cycles, cycles.count);
             state.pending.push_back(cycles.count);
         }
-        AppendCycle(dataset);
+        AppendCycle(cycles);
     });
 }
 
@@ -444,7 +441,7 @@ bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
 // run.
 bool OnFinished(std::size_t dataset) {
     return Attempt(step::analysingCycle, false, [&] {
-        DatasetRecord& record = DatasetAt(dataset);
+        DatasetRecord& record = SelectedDataset(dataset);
         if (record.cycles.count == 0)
             return true;
         if (record.cycleSource == CycleSource::none)
@@ -465,7 +462,7 @@ bool OnFinished(std::size_t dataset) {
 // Works on a copy: an error on the way leaves the record with the results of one source, never a mixture.
 bool Recalculate(std::size_t dataset, CycleSource source) {
     return Attempt(step::recalculatingCycles, false, [&] {
-        DatasetRecord& record = DatasetAt(dataset);
+        DatasetRecord& record = SelectedDataset(dataset);
         const DravikDatabase database(record.database);
         if (!database.IsOpen())
             return false;
@@ -493,7 +490,8 @@ void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source) 
 std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds) {
     if (step == 0)
         return pointsWithoutStep;
-    const double points = indexUnitsPerSecond / std::abs(static_cast<int>(step)) * periodSeconds;
+    const double points =
+        static_cast<double>(indexUnitsPerSecond) / std::abs(static_cast<int>(step)) * periodSeconds;
     const auto n = RoundTo<std::int32_t>(points, "Points per cycle");
     if (n > mostPointsPerCycle)
         throw RunTimeError{error_number::overflow, "Points per cycle",
@@ -540,7 +538,7 @@ Complex Correlate(std::span<const double> signal, std::span<const double> sine,
 }
 
 CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, CycleSource source) {
-    const std::string& name = DatasetAt(dataset).dataset;
+    const std::string& name = SelectedDataset(dataset).dataset;
     const CurveChoice& choice = CurrentSelection().choice;
     const bool raw = source == CycleSource::unfiltered;
     const char* valve = source == CycleSource::motorPosition ? curve::valvePosition : curve::valveSignal;
@@ -550,42 +548,6 @@ CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, Cyc
             CurveReader(database, name, pressure, Between::linear),
             CurveReader(database, name, flow, Between::linear),
             raw ? noIndex : FirstProvisionalIndex(dataset)};
-}
-
-std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber) {
-    const bool done = Attempt(step::analysingCycle, [&] {
-        DatasetRecord& record = DatasetAt(dataset);
-        const std::int64_t n = append ? record.cycles.count : cycleNumber;
-        if (n <= 0)
-            return;
-        if (n < static_cast<std::int64_t>(record.cycles.start.size()))
-            ClearResults(record.cycles, static_cast<std::size_t>(n) - 1);
-        Analyser(curves, record.step).AnalyseEntry(record.cycles, n);
-    });
-    const std::int32_t status = done ? 0 : CurrentError().number;
-    if (append && dataset < CurrentSelection().datasets.size())
-        AppendCycle(dataset);
-    return status;
-}
-
-bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag) {
-    return Attempt(step::analysingWindow, [&] {
-        CycleRecord& cycles = DatasetAt(dataset).cycles;
-        const std::int32_t count = flag ? cycles.count : cycles.count - 1;
-        if (count <= 0)
-            return;
-        WindowState window;
-        UpdateWindow(dataset, curves, window);
-        StoreWindow(cycles, count, window);
-    });
-}
-
-void ResetCycles(std::size_t dataset) {
-    ResetDatasetCycles(dataset);
-}
-
-void AppendCycle(std::size_t dataset) {
-    AppendCycle(DatasetAt(dataset).cycles);
 }
 
 void InstallCycleAnalysis() {

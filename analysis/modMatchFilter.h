@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -34,8 +33,8 @@ CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, Cyc
 /// Where the window analysis gets its span: cursor positions in percent of the plotted range, and that range
 /// in whole seconds. Handed down by the composition (the cursors live in the window, the range in the plot).
 struct CursorSpan {
-    double cursor1 = 33.33;
-    double cursor2 = 66.33;
+    double cursor1 = 0;
+    double cursor2 = 0;
     std::int32_t rangeStart = 0;  ///< s
     std::int32_t rangeEnd = 0;    ///< s
 };
@@ -54,17 +53,6 @@ std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std:
 /// subscript out of range (9) when an array is shorter than n.
 Complex Correlate(std::span<const double> signal, std::span<const double> sine,
                   std::span<const double> cosine, std::int32_t n);
-
-/// Analyses one cycle: the last one held when `append` is set (which then appends an empty one), else
-/// `cycleNumber` (1-based). 0 on success; otherwise the error number, after a report.
-std::int32_t AnalyseCycle(std::size_t dataset, CycleCurves& curves, bool append, std::int16_t cycleNumber);
-/// Treats the span between the cursors as one cycle and writes it at count − 1 (`flag` set) or count − 2. An
-/// entry without results where the curves do not cover the span.
-bool AnalyseWindow(std::size_t dataset, CycleCurves& curves, bool flag);
-
-/// Resets the cycles of a dataset / appends an empty one.
-void ResetCycles(std::size_t dataset);
-void AppendCycle(std::size_t dataset);
 
 /// Connects the analysis with the valve reconstruction (SetCycleAnalysis).
 /// A boundary records start and period of the cycle that it completes; the results follow when the run ends

@@ -5,6 +5,7 @@
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
@@ -161,8 +162,8 @@ void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quan
 }
 
 TimeSpan InHundredths(const PlottedRange& seconds) {
-    return {CheckedNarrow<std::int32_t>(std::int64_t{seconds.start} * 100, source),
-            CheckedNarrow<std::int32_t>(std::int64_t{seconds.end} * 100, source)};
+    return {CheckedNarrow<std::int32_t>(std::int64_t{seconds.start} * indexUnitsPerSecond, source),
+            CheckedNarrow<std::int32_t>(std::int64_t{seconds.end} * indexUnitsPerSecond, source)};
 }
 
 /// The plotted span of a dataset in the requested mode. Nothing after a report.

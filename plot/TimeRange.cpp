@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "db/IndexUnits.h"
 #include "general/CheckedMath.h"
 
 namespace vorela {
@@ -10,14 +11,13 @@ namespace {
 
 constexpr const char* source = "modPlot";
 constexpr std::int32_t tenSeconds = 1000;
-constexpr std::int32_t perSecond = 100;
 
 std::int32_t FloorSteps(std::int32_t t, std::int32_t n) {
     return RoundTo<std::int32_t>(std::floor(CheckedDivide(t, n, source)), source);
 }
 
 std::int32_t Hundredths(std::int64_t seconds) {
-    return CheckedNarrow<std::int32_t>(seconds * perSecond, source);
+    return CheckedNarrow<std::int32_t>(seconds * indexUnitsPerSecond, source);
 }
 
 }  // namespace
@@ -37,8 +37,8 @@ TimeSpan ChosenSpan(const PresentationOptions& options, std::int32_t first, std:
     if (options.timeAuto)
         return span;
     if (!options.fixed)
-        return {RoundTo<std::int32_t>(options.start * perSecond, source),
-                RoundTo<std::int32_t>(options.end * perSecond, source)};
+        return {RoundTo<std::int32_t>(options.start * indexUnitsPerSecond, source),
+                RoundTo<std::int32_t>(options.end * indexUnitsPerSecond, source)};
     const std::int64_t width = Hundredths(options.timeRange);
     if (span.end - width < span.start)
         span.end = CheckedNarrow<std::int32_t>(span.start + width, source);
@@ -54,7 +54,7 @@ bool TurnsPages(const PresentationOptions& options) {
 PlottedRange PageThatShows(const PresentationOptions& options, std::int32_t latest) {
     PlottedRange page{options.rangeStart, options.rangeEnd};
     std::int64_t width = options.timeRange;
-    while (latest > std::int64_t{page.end} * perSecond) {
+    while (latest > std::int64_t{page.end} * indexUnitsPerSecond) {
         page = RangeInSeconds(Hundredths(page.start + width), Hundredths(page.end + width));
         width = page.end - page.start;
     }
@@ -71,7 +71,7 @@ std::int32_t SamplingStep(TimeSpan span, std::int32_t points, std::int32_t ownIn
     std::int32_t step = RoundTo<std::int32_t>(CheckedDivide(width, points, source), source);
     if (step <= ownInterval)
         step = ownInterval;
-    return step == 0 ? perSecond : step;
+    return step == 0 ? indexUnitsPerSecond : step;
 }
 
 double SecondsAt(const PlottedRange& range, double percent) {

@@ -13,6 +13,7 @@
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
@@ -28,7 +29,6 @@ namespace {
 
 constexpr const char* checkingCurves = "Checking derived curves";
 constexpr const char* gettingInformation = "Getting filter information";
-constexpr double indexUnitsPerSecond = 100.0;
 constexpr double lowestGain = 0.9;
 
 std::optional<LevelCoverage> CoverageOfLevel(const DatasetRecord& record, int filterN) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "db/IndexUnits.h"
 #include "general/CheckedMath.h"
 
 namespace vorela {
@@ -12,7 +13,6 @@ namespace {
 
 constexpr const char* source = "DifferenceFilter";
 /// Index units in a second.
-constexpr double unitsPerSecond = 100.0;
 /// Offsets are taken to a millionth of an index unit: a period's decimal fraction is not exact in binary, and
 /// a half period of 2.05 s is 205 units.
 constexpr double offsetsPerUnit = 1e6;
@@ -49,13 +49,13 @@ DifferenceFilter::Offset DifferenceFilter::OffsetOf(double indexUnits, std::int1
 
 DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, double periodSeconds,
                                    int passes)
-    : firstIndex_(firstIndex), step_(step), length_(passes * periodSeconds * unitsPerSecond) {
+    : firstIndex_(firstIndex), step_(step), length_(passes * periodSeconds * indexUnitsPerSecond) {
     // Periods beyond any index would not even count in samples.
     if (!(periodSeconds > 0.0 && periodSeconds < 1e12) || step <= 0)
         throw RunTimeError{error_number::invalidProcedureCall, source,
                            "The period of test and the sampling step have to be positive"};
-    half_ = OffsetOf(periodSeconds / 2 * unitsPerSecond, step);
-    full_ = OffsetOf(periodSeconds * unitsPerSecond, step);
+    half_ = OffsetOf(periodSeconds / 2 * indexUnitsPerSecond, step);
+    full_ = OffsetOf(periodSeconds * indexUnitsPerSecond, step);
     reach_ = full_.whole + (full_.fraction > 0.0 ? 1 : 0);
     const auto count = static_cast<std::size_t>(std::max(passes, 1));
     layers_.resize(count);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "db/Curves.h"
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
@@ -30,7 +31,6 @@ constexpr const char* overwriteQuestion =
 constexpr const char* caption = "Vorela";
 
 /// Hundredths of a second: what the filter library is told about the unit of step and lag.
-constexpr std::int32_t indexUnitsPerSecond = 100;
 
 const Smooth32Api& Api() {
     return LoadedLibraries().filter;

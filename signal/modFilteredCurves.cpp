@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "db/Curves.h"
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"

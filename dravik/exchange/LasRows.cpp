@@ -31,7 +31,7 @@ PlainLayout PlainLayoutOf(const LasLayout& layout) {
 
 LasRows::LasRows(const TextFile& file, const LasLayout& layout, CellRules rules,
                  std::vector<LineRange> leaveOut)
-    : file_(file),
+    : 
       layout_(layout),
       rules_(std::move(rules)),
       leaveOut_(std::move(leaveOut)),

@@ -36,7 +36,6 @@ class LasRows final : public RowReader {
     std::vector<std::string> RepairedWords(bool dropTwoPoints) const;
     bool IsRepeated(std::string_view text);
 
-    const TextFile& file_;
     LasLayout layout_;
     CellRules rules_;
     std::vector<LineRange> leaveOut_;

@@ -339,8 +339,10 @@ std::optional<std::int64_t> DayOf(const Stamp& stamp, DateOrder order) {
 }
 
 // date::from_stream reads into variables that it sets on every successful road; GCC 12 does not see that.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 bool ParseStampByFormat(const std::string& cell, const std::string& format, Stamp& stamp) {
     stamp = {};
     date::fields<std::chrono::nanoseconds> fields;
@@ -366,7 +368,9 @@ bool ParseStampByFormat(const std::string& cell, const std::string& format, Stam
     stamp.zoneSeconds = static_cast<double>(offset.count()) * 60.0;
     return stamp.hasDate || stamp.hasClock;
 }
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 
 std::string DateText(double unixSeconds) {
     const auto milliseconds = std::chrono::milliseconds(std::llround(unixSeconds * 1000.0));
