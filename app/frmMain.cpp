@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QProgressBar>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QShortcut>
 #include <QStatusBar>
@@ -51,7 +52,6 @@ static void InitialiseResources() {
 namespace vorela {
 namespace {
 
-constexpr int firstDatasetTab = 5;
 constexpr int levelTab = 1;
 constexpr int intervalTab = 2;
 constexpr int quicklookTab = 3;
@@ -477,11 +477,11 @@ void frmMain::TabClicked() {
         ui_->tsMain->setCurrentIndex(ui_->pages->currentIndex());
         return;
     }
-    running_ = true;
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    UpdateMainWindow();
-    QApplication::restoreOverrideCursor();
-    running_ = false;
+    RunAlone([this] {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        UpdateMainWindow();
+        QApplication::restoreOverrideCursor();
+    });
 }
 
 void frmMain::LevelChosen(int position) {
@@ -560,7 +560,10 @@ CycleCell frmMain::CycleNumberCell() {
 void frmMain::Run(const std::function<void()>& action) {
     if (running_ || !editors_->Commit())
         return;
-    running_ = true;
+    RunAlone([&] { RunWithoutInput(action); });
+}
+
+void frmMain::RunWithoutInput(const std::function<void()>& action) {
     EnableActions(false);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     ports_.TakeRepainted();
@@ -575,7 +578,15 @@ void frmMain::Run(const std::function<void()>& action) {
     }
     QApplication::restoreOverrideCursor();
     EnableActions(true);
-    running_ = false;
+}
+
+// Actions, tab updates and timer passes: while one runs, no other begins, and a window that is to be closed
+// waits for its end.
+void frmMain::RunAlone(const std::function<void()>& body) {
+    {
+        const QScopedValueRollback<bool> running(running_, true);
+        body();
+    }
     if (closeWanted_)
         close();
 }
@@ -590,9 +601,11 @@ void frmMain::EnableActions(bool on) {
 }
 
 void frmMain::TimerTick() {
-    if (running_)
-        return;
-    running_ = true;
+    if (!running_)
+        RunAlone([this] { FollowRecording(); });
+}
+
+void frmMain::FollowRecording() {
     const OnceOnly quiet(repeated_);
     const std::optional<std::size_t> shown = ShownDataset();
     const bool followed = shown && IsPending(*shown);
@@ -619,9 +632,6 @@ void frmMain::TimerTick() {
     // What a hint asked for may have come with the recording.
     if (!hints_.isEmpty() && ui_->statBar->currentMessage() == hints_)
         ShowSelectionHints();
-    running_ = false;
-    if (closeWanted_)
-        close();
 }
 
 int frmMain::ShowModal(QDialog& dialog) {

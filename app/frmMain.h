@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "follow/RepeatedMessages.h"
+#include "general/RepeatedMessages.h"
 
 class QDialog;
 class QLabel;
@@ -132,6 +132,9 @@ class frmMain : public QMainWindow {
     /// Runs one action: the menus are disabled, the cursor is the wait cursor, a second action and the timer
     /// wait, and keys pressed meanwhile are dropped. Refused while another action runs.
     void Run(const std::function<void()>& action);
+    void RunWithoutInput(const std::function<void()>& action);
+    void RunAlone(const std::function<void()>& body);
+    void FollowRecording();
     void EnableActions(bool on);
     /// The dialog, modal over the window, on screen wholly.
     int ShowModal(QDialog& dialog);

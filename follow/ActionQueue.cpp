@@ -19,7 +19,6 @@
 namespace vorela {
 namespace {
 
-constexpr int firstDatasetTab = 5;
 /// Passes that take up again what failed when the recording had ended already.
 constexpr int mostPassesAfterTheEnd = 10;
 

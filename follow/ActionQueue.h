@@ -8,10 +8,13 @@ namespace vorela {
 
 inline constexpr int actionQueueIntervalMs = 1000;
 
-/// What a pass needs from the window. Tabs count from 1: 1 … 4 the grids, k ≥ 5 dataset k − 5.
+/// Tabs count from 1: the four grids, then one for each dataset.
+inline constexpr int firstDatasetTab = 5;
+
+/// What a pass needs from the window.
 struct ActionQueueView {
     std::function<int()> selectedTab;
-    std::function<void(int tab)> refreshGrid;  ///< tab 1 … 4: that grid only
+    std::function<void(int tab)> refreshGrid;  ///< before firstDatasetTab: that grid only
     std::function<void(std::size_t dataset)> redrawPlot;
     std::function<void(bool on)> switchTimer;
 };

@@ -10,11 +10,11 @@
 #include <QTimer>
 #include <QWheelEvent>
 #include <cmath>
-#include <set>
 
 #include "db/DatasetRecord.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "general/RepeatedMessages.h"
 #include "general/modGeneral.h"
 #include "plot/PlotReadout.h"
 #include "plot/PlotRenderer.h"
@@ -32,29 +32,6 @@ constexpr int readoutDelayMs = 15;  // the strip follows a drag at most this oft
 constexpr double wheelNotch = 120;  // eighths of a degree
 constexpr double zoomPerNotch = 0.8;
 constexpr double panPerNotch = 0.1;
-
-/// Passes messages on, but each text once only, until told to start afresh: a redraw that the user did not
-/// ask for does not say again what was said.
-class OnceMessages final : public MessagePort {
-  public:
-    explicit OnceMessages(std::set<std::string>& told) : told_(told), next_(CurrentPorts().messages) {
-        CurrentPorts().messages = this;
-    }
-    ~OnceMessages() override { CurrentPorts().messages = next_; }
-    OnceMessages(const OnceMessages&) = delete;
-    OnceMessages& operator=(const OnceMessages&) = delete;
-    void Show(MessageIcon icon, const std::string& title, const std::string& text) override {
-        if (told_.insert(text).second)
-            next_->Show(icon, title, text);
-    }
-    bool AskYesNo(const std::string& title, const std::string& text) override {
-        return next_->AskYesNo(title, text);
-    }
-
-  private:
-    std::set<std::string>& told_;
-    MessagePort* next_;
-};
 
 /// The time options that a zoom belongs to.
 struct ChosenScale {
@@ -86,8 +63,8 @@ struct PlotWidget::State {
     QImage picture;
     TimeSpan chosen;  ///< what 0 … 100 % of the cursors mean
     ChosenScale scale;
-    std::array<float, 2> cursors{33.33F, 66.66F};
-    std::set<std::string> told;
+    std::array<float, 2> cursors = TimeCursors::defaults;
+    RepeatedMessages told;
     PlotReadout readout;
     QTimer redrawTimer;
     QTimer readoutTimer;
@@ -121,7 +98,7 @@ bool PlotWidget::ShowDataset(std::size_t dataset) {
     State& s = *state_;
     if (s.drawing)
         return false;
-    s.told.clear();
+    s.told.Forget();
     const bool keepZoom = s.shown && s.zoomed && s.scale == CurrentScale(dataset);
     s.dataset = dataset;
     s.asked = true;
@@ -175,7 +152,7 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     PlotDrawing next;
     bool drawn = false;
     {
-        const OnceMessages once(s.told);
+        const OnceOnly once(s.told);
         PainterSurface surface({picture.isNull() ? nullptr : &picture,
                                 {static_cast<double>(width()), static_cast<double>(height())},
                                 ratio,
@@ -299,7 +276,7 @@ void PlotWidget::RefreshReadout() {
     State& s = *state_;
     s.readoutTimer.stop();
     {
-        const OnceMessages once(s.told);
+        const OnceOnly once(s.told);
         s.readout = s.shown ? ReadCursors(s.plot, CursorTime(1), CursorTime(2)) : PlotReadout{};
     }
     emit ReadoutChanged();

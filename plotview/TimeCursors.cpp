@@ -17,8 +17,6 @@ constexpr int markerHeight = 20;
 constexpr int stripHeight = 24;
 constexpr int farOutside = 32000;  // pixels; where a marker goes that has no place on any screen
 constexpr const char* source = "TimeCursors";
-constexpr float defaultCursor1 = 33.33F;
-constexpr float defaultCursor2 = 66.66F;
 const std::array<QString, 2> persistedNames{QStringLiteral("Cursor1"), QStringLiteral("Cursor2")};
 
 class GuideBar final : public QWidget {
@@ -144,8 +142,8 @@ QVariantMap TimeCursors::SavedProperties() const {
 
 void TimeCursors::RestoreProperties(const QVariantMap& saved) {
     setMargin(saved.value(QStringLiteral("Margin"), 0).toInt());
-    setCursor1(saved.value(persistedNames[0], defaultCursor1).toFloat());
-    setCursor2(saved.value(persistedNames[1], defaultCursor2).toFloat());
+    setCursor1(saved.value(persistedNames[0], defaults[0]).toFloat());
+    setCursor2(saved.value(persistedNames[1], defaults[1]).toFloat());
 }
 
 void TimeCursors::LayOut() {

@@ -18,6 +18,9 @@ class TimeCursors : public QWidget {
     Q_PROPERTY(int Margin READ Margin WRITE setMargin)
 
   public:
+    /// Percent; the control's own, which the kept positions replace.
+    static constexpr std::array<float, 2> defaults{33.33F, 66.66F};
+
     explicit TimeCursors(QWidget* parent = nullptr);
 
     float cursor1() const { return position_[0]; }
@@ -39,7 +42,7 @@ class TimeCursors : public QWidget {
 
     /// The properties under the names by which they are persisted: "Cursor1", "Cursor2", "Margin".
     QVariantMap SavedProperties() const;
-    /// Properties that are absent get their defaults 33.33, 66.66 and 0. Raises CursorMoved.
+    /// Properties that are absent get their defaults (the margin: 0). Raises CursorMoved.
     void RestoreProperties(const QVariantMap& saved);
 
     QSize sizeHint() const override;
@@ -68,7 +71,7 @@ class TimeCursors : public QWidget {
 
     QWidget* guide_ = nullptr;
     std::array<QWidget*, 2> markers_{};
-    std::array<float, 2> position_{33.33F, 66.66F};
+    std::array<float, 2> position_ = defaults;
     std::int16_t margin_ = 0;
     std::int16_t dragOffset_ = 0;  ///< x inside the marker at which the button went down
     int guideWidth_ = 0;           ///< may be negative while the control is narrower than its margins

@@ -1,4 +1,4 @@
-// What a refresh has said once is not said again at every tab click and timer tick.
+// What has been said once is not said again at every redraw, tab click and timer tick.
 #pragma once
 
 #include <set>
