@@ -104,25 +104,6 @@ void ComputeIntervalOutputs(IntervalRecord& interval) {
     interval.intervalPhase = ArgumentDegrees(difference);
 }
 
-/// Factor from rps/psi to bbl/day/psi. HVX readings need no area; the others turn a velocity into a rate
-/// through the annulus between casing and tool.
-double FlowConversion(int spinnerType, double casingID, double slope) {
-    constexpr double hvx = 75.19;
-    constexpr double rtc = 28.0;
-    constexpr double nps = 46.6;
-    const double area = casingID * casingID - toolDiameter * toolDiameter;
-    switch (spinnerType) {
-        case 0:
-            return hvx;
-        case 1:
-            return rtc * area;
-        case 2:
-            return nps * area;
-        default:
-            return (slope == 0.0 ? rtc : CheckedDivide(0.445 * pi, slope, source)) * area;
-    }
-}
-
 /// Storage of the well below a level, bbl/psi.
 double WellboreStorage(const IntervalRecord& interval, double depth) {
     const double radius = interval.casingID / inchesDiameterToFeetRadius;
@@ -147,6 +128,23 @@ void ComputeReservoirOutputs(IntervalRecord& interval) {
 }
 
 }  // namespace
+
+double FlowConversion(int spinnerType, double casingID, double slope) {
+    constexpr double hvx = 75.19;
+    constexpr double rtc = 28.0;
+    constexpr double nps = 46.6;
+    const double area = casingID * casingID - toolDiameter * toolDiameter;
+    switch (spinnerType) {
+        case 0:
+            return hvx;
+        case 1:
+            return rtc * area;
+        case 2:
+            return nps * area;
+        default:
+            return (slope == 0.0 ? rtc : CheckedDivide(0.445 * pi, slope, source)) * area;
+    }
+}
 
 std::optional<std::size_t> SelectedEntry(std::size_t dataset) {
     const Datasets& datasets = CurrentSelection().datasets;

@@ -43,6 +43,11 @@ std::size_t IntervalCount();
 /// Step "Getting interval information". False after a report; records computed before keep their values.
 bool GetIntervalInformation();
 
+/// Factor from rps to bbl/day downhole, by the spinner's type or, for the user's own, its slope (rps/ft/min).
+/// HVX readings need no area; the others turn a velocity into a rate through the annulus between casing and
+/// tool.
+double FlowConversion(int spinnerType, double casingID, double slope);
+
 /// Runs `body` for one interval. A run-time error of it goes on with the interval's label in its description:
 /// in a list of intervals the user has to know whose parameters to look at.
 void WithIntervalNamed(const std::string& label, const std::function<void()>& body);

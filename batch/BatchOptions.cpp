@@ -27,6 +27,7 @@ struct RawOptions {
     std::vector<std::string> settings;
     std::string cycle, cursors;
     std::string level, interval;
+    std::string exactCycles;
     std::string plotFile, plotDataset, plotSize;
 };
 
@@ -59,6 +60,20 @@ CursorWish ParseCursors(const std::string& text) {
         throw UsageFault{"--cursors " + text +
                          ": two positions from 0 to 100 percent are needed, as in 20,80"};
     return {*first, *second};
+}
+
+ExactCyclesWish ParseExactCycles(const std::string& text) {
+    const std::size_t dash = text.find('-');
+    const auto number = [&](const std::string& part) {
+        const auto value = NumberInRange(part, 1, std::numeric_limits<std::int32_t>::max());
+        return value && std::trunc(*value) == *value ? static_cast<std::int32_t>(*value) : 0;
+    };
+    ExactCyclesWish wish{number(text.substr(0, dash)),
+                         dash == std::string::npos ? 0 : number(text.substr(dash + 1))};
+    if (wish.first < 1 || wish.last < wish.first)
+        throw UsageFault{"--exact-cycles " + text +
+                         ": two cycle numbers from 1 are needed, the first not behind the last, as in 2-9"};
+    return wish;
 }
 
 int Pixels(const std::string& wanted, std::string_view text) {
@@ -119,6 +134,8 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
         options.cycle = ParseCycle(raw.cycle);
     if (!raw.cursors.empty())
         options.cursors = ParseCursors(raw.cursors);
+    if (!raw.exactCycles.empty())
+        options.exactCycles = ParseExactCycles(raw.exactCycles);
     if (!raw.level.empty())
         options.level = static_cast<std::size_t>(WholeNumber("--level", raw.level));
     if (!raw.interval.empty())
@@ -153,6 +170,8 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
         ->excludes(unfiltered);
     app.add_option("--cycle", raw.cycle, "Selected cycle of every level: a number, or window");
     app.add_option("--cursors", raw.cursors, "Time cursors in percent of the plotted range, as in 20,80");
+    app.add_option("--exact-cycles", raw.exactCycles,
+                   "First and last cycle of the exact analysis, as in 2-9 (default: those of the settings)");
     app.add_option("--level", raw.level, "Level that the export's level grid shows (1: the deepest)");
     app.add_option("--interval", raw.interval, "Interval that the export's single-value grids show, from 1");
     app.add_option("--export", options.exportFile, "Writes the interpretation (.csv or .txt)");

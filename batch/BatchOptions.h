@@ -28,6 +28,12 @@ struct CursorWish {
     double cursor2 = 0;
 };
 
+/// The cycles of the exact analysis, 1-based, of every level.
+struct ExactCyclesWish {
+    std::int32_t first = 1;
+    std::int32_t last = 1;
+};
+
 /// The plot of one dataset as a file.
 struct PlotWish {
     std::string path;                    ///< .png, .svg or .pdf
@@ -52,6 +58,7 @@ struct BatchOptions {
     std::optional<std::string> exportFile;
     std::optional<std::string> jsonFile;  ///< "-": standard output
     std::optional<PlotWish> plot;
+    std::optional<ExactCyclesWish> exactCycles;
     bool follow = false;
 
     bool JsonToStandardOutput() const { return jsonFile == "-"; }

@@ -8,6 +8,7 @@
 
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
+#include "batch/BatchExact.h"
 #include "db/DatasetRecord.h"
 #include "general/NumberText.h"
 
@@ -161,14 +162,18 @@ Json QuicklookJson(const QuicklookRecord& record) {
 
 }  // namespace
 
-std::string ResultTable() {
+std::string ResultTable(const ExactResults& exact) {
     std::string text = Aligned(LevelRows());
     if (IntervalCount() > 0)
         text += "\n" + Aligned(IntervalRows());
+    if (const TextTable rows = ExactRows(exact); !rows.empty())
+        text += "\n" + Aligned(rows);
+    for (const std::string& message : ExactMessages(exact))
+        text += message + "\n";
     return text;
 }
 
-std::string ResultJson() {
+std::string ResultJson(const ExactResults& exact) {
     Json document{{"levels", Json::array()}, {"intervals", Json::array()}, {"quicklook", Json::array()}};
     for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
         document["levels"].push_back(LevelJson(i));
@@ -176,6 +181,7 @@ std::string ResultJson() {
         document["intervals"].push_back(IntervalJson(i));
     for (std::size_t i = 1; i < CurrentQuicklook().size(); ++i)
         document["quicklook"].push_back(QuicklookJson(CurrentQuicklook()[i]));
+    document["exact"] = ExactJson(exact);
     constexpr int indentation = 2;
     return document.dump(indentation, ' ', false, Json::error_handler_t::replace) + "\n";
 }

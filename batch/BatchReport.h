@@ -3,13 +3,15 @@
 
 #include <string>
 
+#include "analysis/ExactTypes.h"
+
 namespace vorela {
 
-/// Levels and intervals as a table, numbers as in the grids.
-std::string ResultTable();
+/// Levels and intervals as tables, numbers as in the grids, and the exact results behind them.
+std::string ResultTable(const ExactResults& exact);
 
 /// The results in full precision (round-trip decimals), two blanks of indentation, a line feed at the end. A
 /// value that could not be computed is null.
-std::string ResultJson();
+std::string ResultJson(const ExactResults& exact);
 
 }  // namespace vorela

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "analysis/CycleReasons.h"
+#include "analysis/modExact.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "batch/BatchCurves.h"
@@ -91,6 +92,11 @@ void ReadSettings(const BatchOptions& options, SettingsOverlay& overlay, const C
     ReadPresentationOptions();
     ReadPlotFormat();
     ReadParameters();
+    ReadExactSettings();
+    if (options.exactCycles) {
+        CurrentExactSettings().firstCycle = options.exactCycles->first;
+        CurrentExactSettings().lastCycle = options.exactCycles->last;
+    }
     ReadDatasetSettings();
     CurrentCursorPositions() = ReadCursorSettings();
     if (options.cursors)
@@ -247,7 +253,7 @@ std::vector<std::string> ChooseCycles(const CycleWish& wish) {
     return faults;
 }
 
-bool WriteResults(const BatchOptions& options) {
+bool WriteResults(const BatchOptions& options, const ExactResults& exact) {
     bool allWell = true;
     if (options.exportFile) {
         constexpr int commaSeparated = 1;
@@ -257,9 +263,11 @@ bool WriteResults(const BatchOptions& options) {
         allWell = WriteInterpretation(*options.exportFile, comma ? commaSeparated : tabSeparated);
     }
     if (options.jsonFile && !options.JsonToStandardOutput())
-        allWell = Attempt(step::savingData, [&] { WriteFileAtomically(*options.jsonFile, ResultJson()); }) &&
-                  allWell;
-    const std::string shown = options.JsonToStandardOutput() ? ResultJson() : TerminalLines(ResultTable());
+        allWell =
+            Attempt(step::savingData, [&] { WriteFileAtomically(*options.jsonFile, ResultJson(exact)); }) &&
+            allWell;
+    const std::string shown =
+        options.JsonToStandardOutput() ? ResultJson(exact) : TerminalLines(ResultTable(exact));
     if (std::fputs(shown.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
         Say("standard output: the results could not be written");
         allWell = false;
@@ -324,7 +332,7 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     for (const std::string& hint : hints)
         Say(hint);
     TellMissingResults();
-    const bool written = WriteResults(options);
+    const bool written = WriteResults(options, ComputeExact(CurrentExactSettings()));
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
     return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "analysis/modExact.h"
 #include "analysis/modMatchFilter.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
@@ -90,7 +91,8 @@ std::vector<SettingsSection> CommandLineSettings() {
             DatasetSettings(),
             {cursorsSection, Fields(CurrentCursorPositions())},
             PresentationSettings(),
-            PlotSettings()};
+            PlotSettings(),
+            ExactSettingsSection()};
 }
 
 CursorPositions& CurrentCursorPositions() {

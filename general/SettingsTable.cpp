@@ -88,7 +88,9 @@ std::string FaultOfValue(const std::string& value, const SettingField& field) {
         return MessageOf(field) + " (" + ShortestText(range.lower) + " to " + ShortestText(range.upper) + ")";
     const bool whole =
         !std::holds_alternative<double*>(field.place) && !std::holds_alternative<float*>(field.place);
-    return whole && std::trunc(*number) != *number ? MessageOf(field) + " (a whole number is needed)" : "";
+    if (whole && std::trunc(*number) != *number)
+        return MessageOf(field) + " (a whole number is needed)";
+    return range.oddOnly && std::fmod(*number, 2.0) != 1.0 ? MessageOf(field) : "";
 }
 
 std::string FaultOf(const std::vector<SettingsSection>& sections, const SettingValue& setting) {
@@ -128,6 +130,15 @@ std::optional<std::string> ReadFields(const std::string& section, const SettingF
         }
     }
     return beyond;
+}
+
+std::string FaultOfFields(const SettingFields& fields) {
+    for (const SettingField& field : fields) {
+        const std::string text = std::visit(Writer{}, field.place);
+        if (std::string fault = FaultOfValue(text, field); !fault.empty())
+            return fault;
+    }
+    return {};
 }
 
 void WriteFields(const std::string& section, const SettingFields& fields) {

@@ -28,6 +28,7 @@ struct SettingRange {
     double lower = lowestSetting;
     double upper = highestSetting;
     std::string message{};  ///< empty: the key and ": Out of range"
+    bool oddOnly = false;   ///< of a whole number
 };
 
 /// How the text of a number is read: as its leading number (rounded for an integer), or as its leading
@@ -61,6 +62,8 @@ std::optional<std::size_t> IndexOfKey(const std::string& key);
 /// Fills the fields from the program's settings file. A key that is missing, or holds a number beyond its
 /// place, leaves the default; all the others are read. Gives the first key whose number did not fit.
 std::optional<std::string> ReadFields(const std::string& section, const SettingFields& fields);
+/// The first field whose number is outside its range, as a message; "" when all are inside.
+std::string FaultOfFields(const SettingFields& fields);
 /// Writes the fields in the table's order.
 void WriteFields(const std::string& section, const SettingFields& fields);
 

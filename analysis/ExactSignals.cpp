@@ -1,0 +1,322 @@
+#include "analysis/ExactSignals.h"
+
+#include <Eigen/Dense>
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace vorela {
+namespace {
+
+using Complex = std::complex<double>;
+constexpr double pi = std::numbers::pi;
+
+// --- Filling ---
+
+constexpr int periodsSearched = 6;
+
+struct Neighbour {
+    double distance = 0;  ///< periods
+    double value = 0;
+};
+
+/// The recorded value at a position between samples, linear; false where a sample that it needs is not there.
+bool RecordedAt(const SampledCurve& curve, double position, double& value) {
+    const double below = std::floor(position);
+    if (below < 0.0 || below >= static_cast<double>(curve.values.size()))
+        return false;
+    const auto i = static_cast<std::size_t>(below);
+    const double fraction = position - below;
+    if (curve.states[i] != SampledCurve::present)
+        return false;
+    value = curve.values[i];
+    if (fraction == 0.0)
+        return true;
+    if (i + 1 >= curve.values.size() || curve.states[i + 1] != SampledCurve::present)
+        return false;
+    value += (curve.values[i + 1] - value) * fraction;
+    return true;
+}
+
+/// The two nearest on each side, else the nearest three; empty where there are fewer.
+std::vector<Neighbour> Neighbours(const SampledCurve& curve, std::size_t at, double period) {
+    std::vector<Neighbour> nearest;
+    std::vector<Neighbour> sides[2];
+    for (int j = 1; j <= periodsSearched; ++j)
+        for (const int side : {0, 1}) {
+            const double distance = side == 0 ? -j : j;
+            Neighbour found{distance, 0.0};
+            if (!RecordedAt(curve, static_cast<double>(at) + distance * period, found.value))
+                continue;
+            nearest.push_back(found);
+            if (sides[side].size() < 2)
+                sides[side].push_back(found);
+        }
+    if (sides[0].size() == 2 && sides[1].size() == 2)
+        return {sides[0][0], sides[0][1], sides[1][0], sides[1][1]};
+    constexpr std::size_t fewest = 3;
+    if (nearest.size() < fewest)
+        return {};
+    nearest.resize(fewest);
+    return nearest;
+}
+
+/// Lagrange's polynomial at distance 0.
+double InterpolatedAtZero(const std::vector<Neighbour>& points) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        double weight = 1.0;
+        for (std::size_t j = 0; j < points.size(); ++j)
+            if (j != i)
+                weight *= points[j].distance / (points[j].distance - points[i].distance);
+        sum += weight * points[i].value;
+    }
+    return sum;
+}
+
+/// Mean of the values that were recorded at the phase of sample `at`; `own` when there are none.
+double MeanOfPhase(const SampledCurve& curve, std::size_t at, double period, double own) {
+    double sum = 0.0;
+    int count = 0;
+    const auto last = static_cast<double>(curve.values.size() - 1);
+    const auto here = static_cast<double>(at);
+    for (double j = -std::floor(here / period); here + j * period <= last; ++j) {
+        double value = 0.0;
+        if (RecordedAt(curve, here + j * period, value)) {
+            sum += value;
+            ++count;
+        }
+    }
+    return count == 0 ? own : sum / count;
+}
+
+// --- Sums over a grid of phases ---
+
+/// Σ e^{2πi f τ} over the grid.
+Complex SumOfPhasors(const PhaseGrid& grid, double frequency) {
+    const auto count = static_cast<double>(grid.count);
+    const double half = pi * frequency * grid.step;
+    const double divisor = std::sin(half);
+    const double length = std::abs(divisor) < 1e-14 ? count : std::sin(count * half) / divisor;
+    return std::polar(1.0, 2.0 * pi * frequency * grid.first + (count - 1.0) * half) * length;
+}
+
+/// Frequencies that are worked on at once: as many as the processor's registers hold.
+constexpr int lanes = 4;
+using Lanes = Eigen::Array<double, lanes, 1>;
+
+/// Σ x e^{−2πi f (k · step)} over a short block by Horner's rule, for several frequencies at once.
+void CorrelateBlock(std::span<const double> block, const Lanes& turnRe, const Lanes& turnIm, Lanes& re,
+                    Lanes& im) {
+    re.setZero();
+    im.setZero();
+    for (std::size_t i = block.size(); i-- > 0;) {
+        const Lanes next = turnRe * re - turnIm * im + block[i];
+        im = turnRe * im + turnIm * re;
+        re = next;
+    }
+}
+
+}  // namespace
+
+// --- SampledCurve ---
+
+SampledCurve::Span SampledCurve::SpanOf(double from, double to) const {
+    const double begin = std::ceil((from - first) / step);
+    const double end = std::ceil((to - first) / step);
+    const auto size = static_cast<double>(values.size());
+    Span span;
+    span.inside = begin >= 0.0 && end <= size && begin < end;
+    span.begin = static_cast<std::size_t>(std::clamp(begin, 0.0, size));
+    span.end = std::max(span.begin, static_cast<std::size_t>(std::clamp(end, 0.0, size)));
+    return span;
+}
+
+std::size_t SampledCurve::Count(const Span& span, State state) const {
+    const auto begin = states.begin();
+    return static_cast<std::size_t>(std::count(begin + static_cast<std::ptrdiff_t>(span.begin),
+                                               begin + static_cast<std::ptrdiff_t>(span.end),
+                                               static_cast<std::uint8_t>(state)));
+}
+
+void FillGaps(SampledCurve& curve, double period) {
+    const double samples = period / curve.step;
+    for (std::size_t i = 0; i < curve.values.size(); ++i) {
+        if (curve.states[i] != SampledCurve::missing)
+            continue;
+        const std::vector<Neighbour> neighbours = Neighbours(curve, i, samples);
+        if (neighbours.empty())
+            continue;
+        curve.values[i] = InterpolatedAtZero(neighbours);
+        curve.states[i] = SampledCurve::filled;
+    }
+}
+
+// --- PeriodMean ---
+
+PeriodMean::PeriodMean(std::span<const double> samples, double period) : samples_(samples), period_(period) {
+    integral_.resize(samples.size());
+    for (std::size_t i = 1; i < samples.size(); ++i)
+        integral_[i] = integral_[i - 1] + (samples[i - 1] + samples[i]) / 2.0;
+    begin_ = AnchorsFrom(period / 2.0, period);
+    end_ = AnchorsFrom(static_cast<double>(samples.size()) - 1.0 - period / 2.0, -period);
+}
+
+double PeriodMean::IntegralTo(double position) const {
+    const auto last = static_cast<double>(samples_.size() - 1);
+    position = std::clamp(position, 0.0, last);
+    const auto i = std::min(static_cast<std::size_t>(position), samples_.size() - 1);
+    const double beyond = position - static_cast<double>(i);
+    if (beyond == 0.0)
+        return integral_[i];
+    return integral_[i] + beyond * (samples_[i] + (samples_[i + 1] - samples_[i]) * beyond / 2.0);
+}
+
+double PeriodMean::Full(double position) const {
+    return (IntegralTo(position + period_ / 2.0) - IntegralTo(position - period_ / 2.0)) / period_;
+}
+
+PeriodMean::Anchors PeriodMean::AnchorsFrom(double position, double inwards) const {
+    const double last = static_cast<double>(samples_.size()) - 1.0;
+    constexpr double rounding = 1e-9;
+    Anchors anchors{position};
+    if (last <= 0.0)
+        return anchors;
+    for (double at = position; anchors.count < 3; at += inwards) {
+        if (at - period_ / 2.0 < -rounding || at + period_ / 2.0 > last + rounding)
+            break;
+        anchors.means[anchors.count++] = Full(at);
+    }
+    if (anchors.count == 0) {
+        // Not one whole period: all that there is.
+        anchors.means[0] = integral_.back() / last;
+        anchors.count = 1;
+    }
+    return anchors;
+}
+
+double PeriodMean::Continued(const Anchors& anchors, double v) {
+    const auto& m = anchors.means;
+    switch (anchors.count) {
+        case 3:
+            return m[0] * (1.0 + v) * (2.0 + v) / 2.0 - m[1] * v * (2.0 + v) + m[2] * v * (1.0 + v) / 2.0;
+        case 2:
+            return m[0] * (1.0 + v) - m[1] * v;
+        default:
+            return m[0];
+    }
+}
+
+double PeriodMean::At(double position) const {
+    if (position < begin_.position)
+        return Continued(begin_, (begin_.position - position) / period_);
+    if (position > end_.position)
+        return Continued(end_, (position - end_.position) / period_);
+    return Full(position);
+}
+
+std::vector<double> WithoutPeriodMean(const SampledCurve& curve, const SampledCurve::Span& stretch,
+                                      double period) {
+    const double samples = period / curve.step;
+    SampledCurve rest;
+    const auto values = std::span(curve.values).subspan(stretch.begin, stretch.Size());
+    const auto states = std::span(curve.states).subspan(stretch.begin, stretch.Size());
+    const PeriodMean mean(values, samples);
+    rest.values.resize(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        rest.values[i] = values[i] - mean.At(static_cast<double>(i));
+    if (std::find(states.begin(), states.end(), SampledCurve::filled) == states.end())
+        return std::move(rest.values);
+    rest.states.assign(states.begin(), states.end());
+    // Filled samples are no source of the mean of a phase: they can be replaced on the way.
+    for (std::size_t i = 0; i < values.size(); ++i)
+        if (states[i] == SampledCurve::filled)
+            rest.values[i] = MeanOfPhase(rest, i, samples, rest.values[i]);
+    return std::move(rest.values);
+}
+
+// --- Correlation and least squares ---
+
+std::vector<Complex> Correlate(std::span<const double> samples, const PhaseGrid& grid,
+                               std::span<const double> frequencies) {
+    constexpr std::size_t blockSamples = 512;
+    std::vector<Complex> sums(frequencies.size());
+    for (std::size_t group = 0; group < frequencies.size(); group += lanes) {
+        const std::size_t used = std::min<std::size_t>(lanes, frequencies.size() - group);
+        Lanes turnRe = Lanes::Ones();
+        Lanes turnIm = Lanes::Zero();
+        for (std::size_t lane = 0; lane < used; ++lane) {
+            const double angle = -2.0 * pi * frequencies[group + lane] * grid.step;
+            turnRe[static_cast<Eigen::Index>(lane)] = std::cos(angle);
+            turnIm[static_cast<Eigen::Index>(lane)] = std::sin(angle);
+        }
+        for (std::size_t from = 0; from < samples.size(); from += blockSamples) {
+            Lanes re;
+            Lanes im;
+            CorrelateBlock(samples.subspan(from, std::min(blockSamples, samples.size() - from)), turnRe,
+                           turnIm, re, im);
+            const double phase = grid.first + grid.step * static_cast<double>(from);
+            for (std::size_t lane = 0; lane < used; ++lane) {
+                const auto at = static_cast<Eigen::Index>(lane);
+                sums[group + lane] +=
+                    Complex{re[at], im[at]} * std::polar(1.0, -2.0 * pi * frequencies[group + lane] * phase);
+            }
+        }
+    }
+    return sums;
+}
+
+HarmonicFit::HarmonicFit(std::span<const double> samples, const PhaseGrid& grid) : grid_(grid) {
+    const int highest = std::clamp(static_cast<int>(0.25 / grid.step + 1e-9), 1, most);
+    std::vector<double> orders;
+    for (int n = 0; n <= highest; ++n)
+        orders.push_back(n);
+    const std::vector<Complex> sums = Correlate(samples, grid, orders);
+    std::vector<Complex> phasors;
+    for (int n = 0; n <= 2 * highest; ++n)
+        phasors.push_back(SumOfPhasors(grid, n));
+    const auto sum = [&](int order) {
+        const Complex value = phasors[static_cast<std::size_t>(std::abs(order))];
+        return order < 0 ? std::conj(value) : value;
+    };
+    // Unknowns: the cosines' from 0 on, then the sines' from 1 on.
+    const int unknowns = 2 * highest + 1;
+    Eigen::MatrixXd matrix(unknowns, unknowns);
+    Eigen::VectorXd right(unknowns);
+    for (int n = 0; n <= highest; ++n) {
+        right[n] = sums[static_cast<std::size_t>(n)].real();
+        for (int m = 0; m <= highest; ++m) {
+            matrix(n, m) = (sum(n - m) + sum(n + m)).real() / 2.0;
+            if (m > 0)
+                matrix(n, highest + m) = matrix(highest + m, n) = (sum(n + m) + sum(m - n)).imag() / 2.0;
+            if (n > 0 && m > 0)
+                matrix(highest + n, highest + m) = (sum(n - m) - sum(n + m)).real() / 2.0;
+        }
+        if (n > 0)
+            right[highest + n] = -sums[static_cast<std::size_t>(n)].imag();
+    }
+    const Eigen::VectorXd solution = matrix.llt().solve(right);
+    amplitudes_.resize(static_cast<std::size_t>(highest) + 1);
+    amplitudes_[0] = solution[0];
+    for (int n = 1; n <= highest; ++n)
+        amplitudes_[static_cast<std::size_t>(n)] = {solution[n], -solution[highest + n]};
+}
+
+Complex HarmonicFit::Amplitude(int harmonic) const {
+    return harmonic <= Highest() ? amplitudes_[static_cast<std::size_t>(harmonic)] : Complex{};
+}
+
+std::vector<Complex> HarmonicFit::ResidualAt(std::span<const double> samples,
+                                             std::span<const double> frequencies) const {
+    std::vector<Complex> sums = Correlate(samples, grid_, frequencies);
+    for (std::size_t j = 0; j < frequencies.size(); ++j) {
+        sums[j] -= amplitudes_[0] * std::conj(SumOfPhasors(grid_, frequencies[j]));
+        for (int n = 1; n <= Highest(); ++n)
+            sums[j] -= (Amplitude(n) * std::conj(SumOfPhasors(grid_, frequencies[j] - n)) +
+                        std::conj(Amplitude(n)) * std::conj(SumOfPhasors(grid_, frequencies[j] + n))) /
+                       2.0;
+    }
+    return sums;
+}
+
+}  // namespace vorela

@@ -1,0 +1,234 @@
+#include "analysis/modExact.h"
+
+#include <cmath>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "analysis/ExactInterval.h"
+#include "analysis/ExactLevel.h"
+#include "analysis/modIntervalInfo.h"
+#include "db/Curves.h"
+#include "db/DatasetRecord.h"
+#include "db/modDravik.h"
+#include "general/CheckedMath.h"
+#include "general/NumberText.h"
+#include "general/SettingsTable.h"
+#include "general/Units.h"
+#include "general/modGeneral.h"
+#include "signal/modParameters.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* source = "modExact";
+
+// --- Settings ---
+
+constexpr const char* section = "Exact";
+
+SettingFields Fields(ExactSettings& settings) {
+    return {{"FirstCycle", &settings.firstCycle, {0, highestSetting, "First cycle: Out of range"}},
+            {"LastCycle", &settings.lastCycle, {0, highestSetting, "Last cycle: Out of range"}},
+            {"Harmonics", &settings.harmonics, {1, 5, "Harmonics: 1, 3 or 5 is needed", true}},
+            {"Confidence", &settings.confidence, {50, 99.99, "Confidence: Out of range"}},
+            {"CompressibilityError",
+             &settings.compressibilityError,
+             {-1, 1e6, "Error of the well compressibility: Out of range"}}};
+}
+
+// --- Reading a level ---
+
+/// Values relative to their first sample: only changes count, and in double they keep all digits.
+SampledCurve ReadWhole(CurveReader& reader, double factor) {
+    const ItemInfo& info = reader.Info();
+    SampledCurve curve;
+    curve.step = info.step;
+    curve.first = info.extentFirst;
+    if (info.IsEmpty())
+        return curve;
+    const auto count =
+        static_cast<std::size_t>((std::int64_t{info.extentLast} - info.extentFirst) / info.step + 1);
+    std::vector<float> samples(count);
+    curve.states.resize(count);
+    reader.ReadGrid(info.extentFirst, samples, curve.states);
+    double sum = 0.0;
+    std::size_t present = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool sound = curve.states[i] != 0 && std::isfinite(samples[i]);
+        curve.states[i] = sound ? SampledCurve::present : SampledCurve::missing;
+        sum += sound ? static_cast<double>(samples[i]) : 0.0;
+        present += sound ? 1 : 0;
+    }
+    const double mean = present == 0 ? 0.0 : sum / static_cast<double>(present);
+    curve.values.resize(count);
+    for (std::size_t i = 0; i < count; ++i)
+        curve.values[i] = curve.states[i] != SampledCurve::missing ? (samples[i] - mean) * factor : 0.0;
+    return curve;
+}
+
+std::string UnitOf(const DatasetRecord& record, const std::string& curve) {
+    for (std::size_t i = 0; i < record.curves.size() && i < record.curveAttributes.size(); ++i)
+        if (record.curves[i] == curve)
+            return record.curveAttributes[i].unit;
+    return {};
+}
+
+double PressureFactor(const DatasetRecord& record, const std::string& curve) {
+    const std::string unit = UnitOf(record, curve);
+    const std::optional<double> factor = PsiPer(unit);
+    if (!factor)
+        throw RunTimeError{error_number::typeMismatch, source,
+                           "unit \"" + unit + "\" of curve " + curve + " is not one of pressure"};
+    return *factor;
+}
+
+/// A spinner's revolutions are turned into a rate by its calibration; a rate is taken as that downhole.
+double FlowFactor(const DatasetRecord& record, const std::string& curve) {
+    const std::string unit = UnitOf(record, curve);
+    const ParameterSet& parameters = CurrentParameters();
+    if (IsRevolutionsPerSecond(unit))
+        return FlowConversion(parameters.spinner, parameters.casingID, parameters.slope);
+    const std::optional<double> factor = BarrelsPerDayPer(unit);
+    if (!factor)
+        throw RunTimeError{error_number::typeMismatch, source,
+                           "unit \"" + unit + "\" of curve " + curve + " is not one of flow"};
+    return *factor;
+}
+
+bool EndsBefore(const Item& curve, const CurveReader& reader) {
+    return reader.Info().extentLast < curve.Info().extentLast;
+}
+
+ExactLevel LevelOf(const DatasetRecord& record, const ExactSettings& settings) {
+    const CurveChoice& choice = CurrentSelection().choice;
+    LevelRecord level;
+    level.dataset = record.dataset;
+    const auto count = static_cast<std::size_t>(record.cycles.RealCycles());
+    if (count > 0)
+        level.boundaries.assign(record.cycles.start.begin(),
+                                record.cycles.start.begin() + static_cast<std::ptrdiff_t>(count + 1));
+    const double psi = PressureFactor(record, choice.pressure);
+    const double barrels = FlowFactor(record, choice.flow);
+    const Database database(record.database, OpenMode::existing);
+    CurveReader pressure(database, record.dataset, choice.pressure, Between::linear);
+    CurveReader flow(database, record.dataset, choice.flow, Between::linear);
+    level.pressure = ReadWhole(pressure, psi);
+    level.flow = ReadWhole(flow, barrels);
+    ExactLevel result = AnalyseLevel(std::move(level), settings);
+    const auto valve = Item::Find(database, ItemPath(record.dataset, curve::valvePosition));
+    if (valve && (EndsBefore(*valve, pressure) || EndsBefore(*valve, flow)))
+        result.notes.push_back(
+            "pressure or flow were filtered by the acquisition system, which shifts phase: its filters "
+            "should "
+            "be off; lag of the filter is not corrected");
+    return result;
+}
+
+/// What a computation threw, in words.
+std::string FaultInFlight() {
+    return ErrorFromCurrentException(source).description;
+}
+
+ExactLevel SoundLevel(const DatasetRecord& record, const ExactSettings& settings) {
+    try {
+        return LevelOf(record, settings);
+    } catch (...) {
+        ExactLevel level;
+        level.dataset = record.dataset;
+        level.fault = FaultInFlight();
+        return level;
+    }
+}
+
+// --- Intervals ---
+
+IntervalInputs InputsOf(std::size_t interval) {
+    const auto& datasets = CurrentSelection().datasets;
+    const ParameterSet& parameters = CurrentParameters();
+    const IntervalParameters& own =
+        CheckedAt(parameters.intervals, static_cast<std::int64_t>(interval), source);
+    IntervalInputs inputs;
+    inputs.depth1 = datasets[interval].sortKey;
+    inputs.depth2 = datasets[interval - 1].sortKey;
+    inputs.label = FormatNumber(inputs.depth2) + " to " + FormatNumber(inputs.depth1);
+    inputs.layer.height = own.height;
+    inputs.layer.porosity = own.porosity;
+    inputs.layer.viscosity = own.viscosity;
+    inputs.layer.compressibility = own.ct;
+    inputs.layer.boreholeDiameter = parameters.dw;
+    inputs.casingID = parameters.casingID;
+    inputs.wellCompressibility = parameters.compressibility;
+    return inputs;
+}
+
+ExactInterval SoundInterval(std::size_t i, const std::vector<ExactLevel>& levels,
+                            const ExactSettings& settings) {
+    ExactInterval result;
+    try {
+        const IntervalInputs inputs = InputsOf(i);
+        result.label = inputs.label;
+        result.depth1 = inputs.depth1;
+        result.depth2 = inputs.depth2;
+        result = AnalyseInterval(levels[i], levels[i - 1], inputs, settings);
+    } catch (...) {
+        result.messages.push_back(FaultInFlight());
+    }
+    result.dataset1 = i;
+    result.dataset2 = i - 1;
+    return result;
+}
+
+}  // namespace
+
+ExactSettings& CurrentExactSettings() {
+    static ExactSettings settings;
+    return settings;
+}
+
+void ReadExactSettings() {
+    ExactSettings read;
+    ReadFields(section, Fields(read));
+    const ExactSettings none;
+    ExactSettings one = none;
+    // A value that cannot be costs itself; values that cannot be together cost all.
+    const SettingFields wanted = Fields(read);
+    const SettingFields defaults = Fields(one);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        if (FaultOfFields({wanted[i]}).empty())
+            continue;
+        if (auto* const* whole = std::get_if<std::int32_t*>(&wanted[i].place))
+            **whole = *std::get<std::int32_t*>(defaults[i].place);
+        else
+            *std::get<double*>(wanted[i].place) = *std::get<double*>(defaults[i].place);
+    }
+    CurrentExactSettings() = ExactSettingsFault(read).empty() ? read : none;
+}
+
+void WriteExactSettings() {
+    WriteFields(section, Fields(CurrentExactSettings()));
+}
+
+SettingsSection ExactSettingsSection() {
+    return {section, Fields(CurrentExactSettings())};
+}
+
+std::string ExactSettingsFault(const ExactSettings& settings) {
+    if (settings.firstCycle > 0 && settings.lastCycle > 0 && settings.firstCycle > settings.lastCycle)
+        return "the first cycle is behind the last one";
+    const double error = settings.compressibilityError;
+    if (error < 0.0 && error != -1.0)
+        return "the error of the well compressibility is -1 (not known), 0 or more";
+    return {};
+}
+
+ExactResults ComputeExact(const ExactSettings& settings) {
+    ExactResults results;
+    for (const DatasetRecord& record : CurrentSelection().datasets)
+        results.levels.push_back(SoundLevel(record, settings));
+    for (std::size_t i = 1; i < results.levels.size(); ++i)
+        results.intervals.push_back(SoundInterval(i, results.levels, settings));
+    return results;
+}
+
+}  // namespace vorela
