@@ -481,7 +481,10 @@ TEST_F(MainWindow, CursorTimesFollowTheScalesThatAreAppliedAndTheElapsedOrigin) 
     script.Then("frmPlotFormat", [&](QDialog& dialog) {
         Find<QComboBox>(dialog, "cboNPlots").setCurrentIndex(0);
         Find<QComboBox>(dialog, "cboVertical").setCurrentText("4");
+        auto& plot = Find<QWidget>(*window, "picPlot");
+        const QImage before = plot.grab().toImage();
         Click(dialog, "cmdApply");
+        EXPECT_NE(plot.grab().toImage(), before) << "drawn while the dialog stays";
         dialog.reject();
     });
     Trigger("mnuPlot1");
@@ -533,10 +536,10 @@ TEST_F(MainWindow, StaleCurvesAreNamedUntilTheyAreMadeAnew) {
         Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(1);
         EXPECT_NE(information.text(), one);
         EXPECT_TRUE(one.contains(" to "));
-        Find<QComboBox>(dialog, "cboFilter").setCurrentIndex(0);
         Click(dialog, "cmdCreate");
     });
     Trigger("mnuAction0");
+    EXPECT_EQ(CurrentParameters().filterN, 2) << "the second entry";
     EXPECT_FALSE(stale.isVisible());
     EXPECT_FALSE(Find<QStatusBar>(*window, "statBar").currentMessage().contains("ZG_p"));
 }

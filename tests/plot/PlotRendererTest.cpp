@@ -150,7 +150,11 @@ TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
     EXPECT_THAT(dual.Texts(), Contains("Valve - Ref. Signal").Times(2));
     EXPECT_EQ(dual.FindText("Flow meter - Q")->alignment, TextAlignment::topLeft);
     EXPECT_GT(dual.FindText("Flow meter - Q")->points[0].y, 308);
+    EXPECT_NEAR(dual.FindText("Flow meter - Q")->points[0].x + 49, 500, 1) << "in the middle";
     EXPECT_EQ(AxisLabel(FiveCurves(), Quantity::valve), "Valve - PVLPOS (cps)");
+    const RecordingSurface keys = Drawn(FiveCurves(), SinglePlot());
+    EXPECT_LT(keys.FindText("RTC")->points[0].x + 20, keys.FindText("ZG_p")->points[0].x - 7 * 4)
+        << "a key stands between the names";
     EXPECT_THAT(Drawn(information, {.y1 = 9, .nPlots = 1}).Texts(), Not(Contains("Pressure - ZG (psi)")))
         << "no quantity: no axis";
 }

@@ -152,6 +152,17 @@ TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSigna
     const std::string written = Settings();
     PlotFormat() = {};
     EXPECT_EQ(RoundTrip(written, ReadPlotFormat, WritePlotFormat), written);
+    for (int only = 0; only < 5; ++only) {
+        frmPlotFormat one;
+        for (int i = 0; i < 5; ++i)
+            Get<QCheckBox>(one, curves[i])->setChecked(i == only);
+        Click(one, "cmdApply");
+        frmPlotFormat again;
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_EQ(PlotFormat().Shows(static_cast<Quantity>(i)), i == only) << curves[i];
+            EXPECT_EQ(Get<QCheckBox>(again, curves[i])->isChecked(), i == only) << curves[i];
+        }
+    }
 }
 
 }  // namespace

@@ -81,6 +81,8 @@ TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits
     EXPECT_EQ(Child("imgGuide")->width(), 800);
     EXPECT_EQ(Centre("imgCursor1"), 367);
     EXPECT_EQ(moved.count(), 0);
+    Drag(160);
+    EXPECT_NEAR(control_.cursor1(), 53.4F, 0.1F) << "in percent of the guide";
     control_.setMargin(16383);
     for (const int margin : {16384, 40000, -16385})
         EXPECT_EQ(test::ThrownBy([&] { control_.setMargin(margin); }).number, error_number::overflow);
