@@ -156,6 +156,14 @@ void AddSimulationOptions(CLI::App& command, const std::string& group, Simulatio
     add("--drift", a.drift, "X",
         "Straight trend in an hour, in parts of each signal's amplitude (default: 0)");
     add("--seed", a.seed, "N", "Of the noise");
+    add("--ramp", a.ramp, "S", "Length of the valve's edges, seconds (default: 0, sharp)");
+    add("--flow-delay", a.flowDelay, "S", "By which the flow's clock is late, seconds (default: 0)");
+    command.add_flag("--from-rest", a.fromRest, "The valve stays closed until the first boundary")
+        ->group(group);
+    command
+        .add_flag("--enlarged-well", a.enlargedWell,
+                  "Negative skin is a larger radius of the well, with all harmonics, not a thin zone")
+        ->group(group);
 }
 
 Simulation MakeSimulation(const SimulationArguments& arguments) {
@@ -181,6 +189,13 @@ Simulation MakeSimulation(const SimulationArguments& arguments) {
     simulation.noise = arguments.noise;
     simulation.drift = arguments.drift;
     simulation.seed = arguments.seed;
+    CheckRange(arguments.ramp, 0.0, arguments.periodSeconds / 2.0, "--ramp");
+    CheckRange(arguments.flowDelay, -arguments.periodSeconds, arguments.periodSeconds, "--flow-delay");
+    simulation.ramp = arguments.ramp;
+    simulation.flowDelay = arguments.flowDelay;
+    simulation.fromRest = arguments.fromRest;
+    for (Level& level : simulation.levels)
+        level.layer.enlargedWell = arguments.enlargedWell;
     CheckSimulation(simulation);
     return simulation;
 }

@@ -34,6 +34,10 @@ struct SimulationArguments {
     double noise = 0.0;
     double drift = 0.0;
     std::uint64_t seed = 1;
+    double ramp = 0.0;
+    double flowDelay = 0.0;
+    bool fromRest = false;
+    bool enlargedWell = false;
 };
 
 /// Under the heading `group` of the command's help.

@@ -6,6 +6,7 @@
 #include <numbers>
 #include <numeric>
 
+#include "dravik/tool/RestResponse.h"
 #include "dravik/tool/ToolError.h"
 #include "general/NumberText.h"
 #include "general/WellFunction.h"
@@ -18,6 +19,7 @@ using Complex = std::complex<double>;
 constexpr double pi = std::numbers::pi;
 constexpr double degrees = 180.0 / pi;
 constexpr double hundredthsPerHour = 360000.0;
+constexpr double hundredths = 100.0;                // of a second
 constexpr double psiPerFoot = 0.433;                // fresh water, for the mean pressure of a level
 constexpr double meanOfAmplitude = 2.5;             // keeps the spinner turning one way
 constexpr std::int64_t harmonicWork = 200'000'000;  // sine terms for one curve of one level
@@ -52,13 +54,18 @@ std::int64_t LastHarmonic(const Simulation& simulation, std::int64_t samplesInWa
     for (std::int64_t n = 3; n <= limit; n += 2) {
         for (const Level& level : simulation.levels) {
             const double least = leastImpedance * DimensionlessImpedance(level.layer, omega).real();
-            if (level.layer.skin < 0.0 &&
+            if (level.layer.skin < 0.0 && !IsEnlarged(level.layer) &&
                 DimensionlessImpedance(level.layer, omega * static_cast<double>(n)).real() < least)
                 return last;
         }
         last = n;
     }
     return last;
+}
+
+/// What a linear edge of this length (in periods of the harmonic) leaves of the harmonic of a sharp one.
+double RampGain(double length) {
+    return length == 0.0 ? 1.0 : std::sin(pi * length) / (pi * length);
 }
 
 std::uint64_t Mixed(std::uint64_t value) {
@@ -87,12 +94,12 @@ void CheckLevels(const Simulation& simulation) {
         if (std::find(depths.begin(), depths.end(), level.depth) != depths.end())
             throw ToolError(name + "two levels at one depth");
         depths.push_back(level.depth);
-        if (!(DimensionlessImpedance(level.layer, omega).real() > leastImpedance))
-            throw ToolError(
-                name + "a skin of " + vorela::ShortestText(level.layer.skin) +
-                " is impossible at this period; it must stay above " +
-                vorela::FormatNumber(leastImpedance -
-                                     vorela::WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
+        if (!IsEnlarged(level.layer) && !(DimensionlessImpedance(level.layer, omega).real() > leastImpedance))
+            throw ToolError(name + "a skin of " + vorela::ShortestText(level.layer.skin) +
+                            " is impossible at this period; it must stay above " +
+                            vorela::FormatNumber(
+                                leastImpedance -
+                                vorela::WellFunction(DimensionlessFrequency(level.layer, omega)).real()));
     }
 }
 
@@ -159,6 +166,13 @@ SimulatedLevel::SimulatedLevel(const Simulation& simulation, std::size_t level)
     curves_.insert(curves_.end(), ValveCurves().begin(), ValveCurves().end());
     curves_.push_back({depthCurveName, "ft"});
 
+    if (simulation.fromRest)
+        MakeStart(simulation, level);
+    else
+        MakeWave(simulation, level);
+}
+
+void SimulatedLevel::MakeWave(const Simulation& simulation, std::size_t level) {
     const auto period = static_cast<std::size_t>(simulation.period);
     const std::int64_t samplesInWave =
         simulation.period / std::gcd(simulation.period, std::int32_t{simulation.step});
@@ -182,19 +196,53 @@ SimulatedLevel::SimulatedLevel(const Simulation& simulation, std::size_t level)
     for (std::int64_t n = 1; n <= last; n += 2) {
         const double order = static_cast<double>(n);
         // The square wave sin(wt) + sin(3wt)/3 + ..., open in the first half of each cycle.
-        const Complex wholeFlow = Complex{0.0, -swing / order};
+        const Complex wholeFlow =
+            Complex{0.0, -swing / order} * RampGain(order * simulation.ramp * hundredths / simulation.period);
         const Complex pressure =
             -wholeFlow / LevelIndex(simulation.levels, top, simulation.well, omega * order);
-        const Complex flow =
+        Complex flow =
             -pressure * LevelIndex(simulation.levels, level, simulation.well, omega * order) * response;
         if (n == 1)
             flow_.amplitude = std::abs(flow);
+        if (simulation.flowDelay != 0.0)
+            flow *= std::polar(1.0, -omega * order * simulation.flowDelay * hundredths / hundredthsPerHour);
         AddHarmonic(simulation, n, pressure, flow);
     }
     for (double& value : flow_.wave)
         value += meanOfAmplitude * flow_.amplitude;
     cosines_ = {};
     sines_ = {};
+}
+
+void SimulatedLevel::MakeStart(const Simulation& simulation, std::size_t level) {
+    const std::size_t top = ShallowestLevel(simulation.levels);
+    const double omega = OmegaPerHour(simulation);
+    const double response = SpinnerResponse(simulation.spinnerSlope, simulation.well.casingId);
+    const auto rows = static_cast<std::size_t>(grid_.rowCount);
+    const double longest = static_cast<double>(grid_.rowCount) * grid_.step / hundredths;
+    pressure_.amplitude = simulation.pressureAmplitude;
+    const Complex whole = LevelIndex(simulation.levels, top, simulation.well, omega);
+    const Complex own = LevelIndex(simulation.levels, level, simulation.well, omega);
+    flow_.amplitude = pressure_.amplitude * std::abs(own) * response;
+    // Half the height of the square wave whose fundamental has the pressure's amplitude.
+    const double halfHeight = pi / 4.0 * pressure_.amplitude * std::abs(whole);
+    pressure_.wave.assign(rows, psiPerFoot * depth_);
+    flow_.wave.assign(rows, (meanOfAmplitude - pi / 4.0) * flow_.amplitude);
+    const StepResponse drawdown(StepResponse::Kind::pressure, simulation.levels, top, level, simulation.well,
+                                longest);
+    const StepResponse share(StepResponse::Kind::flow, simulation.levels, top, level, simulation.well,
+                             longest);
+    const double half = simulation.period / 2.0 / hundredths;
+    for (std::size_t row = 0; row < rows; ++row) {
+        const double time = static_cast<double>(row) * grid_.step / hundredths;
+        const double flowTime = time - simulation.flowDelay;
+        const double reach = std::max(time, flowTime) + simulation.ramp / 2.0;
+        double step = 2.0 * halfHeight;
+        for (double edge = half; edge <= reach; edge += half, step = -step) {
+            pressure_.wave[row] -= step * drawdown.AtRamp(time - edge, simulation.ramp);
+            flow_.wave[row] += step * response * share.AtRamp(flowTime - edge, simulation.ramp);
+        }
+    }
 }
 
 void SimulatedLevel::AddHarmonic(const Simulation& simulation, std::int64_t harmonic, Complex pressure,

@@ -25,6 +25,10 @@ struct Simulation {
     double noise = 0.0;               ///< standard deviation, in parts of each signal's fundamental amplitude
     double drift = 0.0;               ///< straight trend in an hour, in the same parts
     std::uint64_t seed = 1;
+    double ramp = 0.0;       ///< length of each edge of the valve's wave, s; the edge's middle keeps its time
+    double flowDelay = 0.0;  ///< by which the flow's clock is late, s
+    bool fromRest =
+        false;  ///< the valve is closed until the first boundary and opens there for the first time
 };
 
 /// The tool string of a simulated recording.
@@ -72,7 +76,8 @@ Truth TruthOf(const Simulation& simulation);
 /// The valve imposes a square wave on the well's whole flow. All its odd harmonics below half the sampling
 /// rate go through the model, none above: nothing is aliased, so the fundamental of the samples is the truth.
 /// Harmonics also end before the first one at which the skin term of a layer would outweigh its reservoir
-/// term (negative skin).
+/// term (negative skin); an enlarged well has them all. From rest the responses to the valve's single steps
+/// add up instead.
 class SimulatedLevel final : public CurveSource {
   public:
     /// `simulation` has passed CheckSimulation.
@@ -83,9 +88,12 @@ class SimulatedLevel final : public CurveSource {
 
   private:
     struct Signal {
-        std::vector<double> wave;  ///< one repetition on the sample grid, mean included
+        std::vector<double>
+            wave;  ///< one repetition on the sample grid (from rest: the whole record), mean included
         double amplitude = 0.0;
     };
+    void MakeWave(const Simulation& simulation, std::size_t level);
+    void MakeStart(const Simulation& simulation, std::size_t level);
     void AddHarmonic(const Simulation& simulation, std::int64_t harmonic, std::complex<double> pressure,
                      std::complex<double> flow);
     double SampleOf(const Signal& signal, std::size_t curve, std::int64_t row) const;

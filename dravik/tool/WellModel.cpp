@@ -16,6 +16,10 @@ constexpr double hoursPerDay = 24.0;
 
 }  // namespace
 
+bool IsEnlarged(const Layer& layer) {
+    return layer.enlargedWell && layer.skin < 0.0;
+}
+
 double DimensionlessFrequency(const Layer& layer, double omegaPerHour) {
     const double diffusivity =
         0.0002637 * layer.permeability / (layer.porosity * layer.viscosity * layer.compressibility);
@@ -24,7 +28,9 @@ double DimensionlessFrequency(const Layer& layer, double omegaPerHour) {
 }
 
 Complex DimensionlessImpedance(const Layer& layer, double omegaPerHour) {
-    return vorela::WellFunction(DimensionlessFrequency(layer, omegaPerHour)) + layer.skin;
+    const double x = DimensionlessFrequency(layer, omegaPerHour);
+    return IsEnlarged(layer) ? vorela::WellFunction(x * std::exp(-layer.skin))
+                             : vorela::WellFunction(x) + layer.skin;
 }
 
 Complex LayerIndex(const Layer& layer, double omegaPerHour) {

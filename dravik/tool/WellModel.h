@@ -17,13 +17,17 @@ struct Layer {
     double viscosity = 1.0;         ///< cP
     double compressibility = 1e-5;  ///< total, 1/psi
     double boreholeDiameter = 8.5;  ///< inches
+    bool enlargedWell = false;      ///< a negative skin is a well of the larger radius r e^{-S}
 };
+
+/// Whether the layer's skin is a larger radius and not a term of its impedance.
+bool IsEnlarged(const Layer& layer);
 
 /// Dimensionless frequency x = r_w sqrt(w / eta), eta = 0.0002637 k / (phi mu c_t) ft2/h; `omega` in rad/h.
 double DimensionlessFrequency(const Layer& layer, double omegaPerHour);
 
-/// F(x) + S: the layer's impedance in units of 141.2 mu / (k h). Only where its real part is positive does a
-/// steady skin zone stand for anything physical.
+/// F(x) + S, of an enlarged well F(x e^{-S}): the layer's impedance in units of 141.2 mu / (k h). Only where
+/// its real part is positive does a steady skin zone stand for anything physical.
 std::complex<double> DimensionlessImpedance(const Layer& layer, double omegaPerHour);
 
 /// Flow from the layer into the well for each psi that the well's pressure falls, bbl/day/psi: k h / (141.2

@@ -9,6 +9,7 @@
 #include <map>
 #include <numbers>
 
+#include "dravik/tool/RestResponse.h"
 #include "dravik/tool/Simulator.h"
 #include "dravik/tool/ToolError.h"
 
@@ -157,6 +158,48 @@ TEST(ValveSchedule, AChangeBeforeTheRecordShowsFromTheSecondSampleWhileTheTimerR
     // start.
     ExpectCells(ValveSchedule(-2000.0, 9000.0, everySecond),
                 {{0, {-1, 3, 52947, 0}}, {100, {-1, 3, 52947, 3906}}});
+}
+
+TEST(Simulator, EnlargedWellHasAllItsHarmonicsSoftEdgesKeepPhasesAndALateFlowShiftsThem) {
+    Simulation simulation = TwoLevels();
+    simulation.levels[0].layer.skin = -3.0;
+    simulation.levels[0].layer.enlargedWell = true;
+    const auto harmonic = [&](std::size_t curve, int n) {
+        SimulatedLevel level(simulation, 0);
+        return Fundamental(ReadCurve(level, curve), 0, 2400, n);
+    };
+    const auto index = [&](int n) { return -harmonic(1, n) / harmonic(0, n); };
+    const double response = SpinnerResponse(simulation.spinnerSlope, simulation.well.casingId);
+    const double omega = OmegaPerHour(simulation);
+    for (const int n : {1, 3, 9}) {
+        const Complex truth = LevelIndex(simulation.levels, 0, simulation.well, n * omega) * response;
+        EXPECT_LT(std::abs(index(n) / truth - 1.0), 1e-4) << n;
+    }
+    const Complex sharp = harmonic(0, 3);
+    const Complex before = index(3);
+    simulation.ramp = 20.0;
+    const double angle = pi * 3 * 20.0 / 240.0;
+    EXPECT_LT(std::abs(harmonic(0, 3) / sharp - std::sin(angle) / angle), 1e-5);
+    simulation.flowDelay = 0.7;
+    EXPECT_NEAR(std::arg(index(3) / before), -2.0 * pi * 3 * 0.7 / 240.0, 1e-5);
+}
+
+TEST(Simulator, ResponseToAStepIsThatOfTheLineSourceLateOnAndItsFlowGoesOverToTheDeeperLevel) {
+    const std::vector<Level> levels{{9800.0, {100.0, 5.0}}, {9900.0, {40.0, 1.0}}};
+    const Wellbore empty{6.0, 10000.0, 0.0};
+    const std::vector<Level> one{levels[0]};
+    const StepResponse step(StepResponse::Kind::pressure, one, 0, 0, empty, 20000.0);
+    const double radius = 8.5 / 24.0;
+    for (const double seconds : {300.0, 3000.0, 15000.0}) {
+        const double time = 0.0002637 * 100.0 / (0.2 * 1e-5) * seconds / 3600.0 / (radius * radius);
+        const double line = 141.2 / (100.0 * 10.0) * (-0.5 * std::expint(-1.0 / (4.0 * time)) + 5.0);
+        EXPECT_NEAR(step.At(seconds) / line, 1.0, 1e-4) << seconds;
+    }
+    EXPECT_EQ(step.At(-1.0), 0.0);
+    EXPECT_NEAR(step.AtRamp(0.0, 2.0) / step.At(0.5), 0.5, 0.05) << "half of a ramp has passed";
+    const StepResponse share(StepResponse::Kind::flow, levels, 0, 1, empty, 20000.0);
+    EXPECT_GT(share.At(100.0), 0.2);
+    EXPECT_LT(share.At(100.0), 0.5);
 }
 
 }  // namespace
