@@ -253,25 +253,6 @@ std::optional<PermeabilityAndSkin> SolutionOf(const Changed& inputs) {
     return InvertThinSkin(inputs.layer, inputs.difference - StorageIndex(inputs.layer, 1, inputs.storage));
 }
 
-void PutBudget(const Work& work, ExactInterval& interval) {
-    const Changed as{work.level1.harmonics.front().index - work.level2.harmonics.front().index,
-                     interval.wellCompressibility * interval.wellVolume, interval.layer};
-    for (const BudgetInput& input : BudgetInputs()) {
-        ExactBudgetLine line{input.name, input.step, {}, {}};
-        Changed more = as;
-        Changed less = as;
-        input.change(more, 0.5);
-        input.change(less, -0.5);
-        const auto above = SolutionOf(more);
-        const auto below = SolutionOf(less);
-        if (interval.single.HasSolution() && above && below) {
-            line.lnPermeability = std::log(above->permeability / below->permeability);
-            line.skin = above->skin - below->skin;
-        }
-        interval.budget.push_back(line);
-    }
-}
-
 }  // namespace
 
 double BarrelsOfWell(double casingID, double length) {
@@ -305,8 +286,31 @@ ExactInterval AnalyseInterval(const ExactLevel& level1, const ExactLevel& level2
     AddMethodMessages(work, interval);
     AddLateFlowMessage(work, interval);
     AddLevelNotes(work, interval);
-    PutBudget(work, interval);
+    interval.budget =
+        BudgetOf(interval.layer, level1.harmonics.front().index - level2.harmonics.front().index,
+                 interval.wellCompressibility * interval.wellVolume);
     return interval;
+}
+
+std::vector<ExactBudgetLine> BudgetOf(const ExactLayer& layer, Complex difference, double storage) {
+    const Changed asIs{difference, storage, layer};
+    const bool solved = SolutionOf(asIs).has_value();
+    std::vector<ExactBudgetLine> lines;
+    for (const BudgetInput& input : BudgetInputs()) {
+        ExactBudgetLine line{input.name, input.step, {}, {}};
+        Changed more = asIs;
+        Changed less = asIs;
+        input.change(more, 0.5);
+        input.change(less, -0.5);
+        const auto above = SolutionOf(more);
+        const auto below = SolutionOf(less);
+        if (solved && above && below) {
+            line.lnPermeability = std::log(above->permeability / below->permeability);
+            line.skin = above->skin - below->skin;
+        }
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 std::vector<Complex> ModelCurve(const ExactInterval& interval, const ExactEstimate& estimate,

@@ -26,6 +26,12 @@ double BarrelsOfWell(double casingID, double length);
 ExactInterval AnalyseInterval(const ExactLevel& level1, const ExactLevel& level2,
                               const IntervalInputs& inputs, const ExactSettings& settings);
 
+/// What half a step of each input up and down would do to the single-harmonic result. `difference` is that of
+/// the levels' fundamental indices, `storage` (bbl/psi) the assumed one between them. Lines without values
+/// where there is no solution.
+std::vector<ExactBudgetLine> BudgetOf(const ExactLayer& layer, std::complex<double> difference,
+                                      double storage);
+
 /// The pairs of the joint fit's model over any period, for pictures: index of the interval (assumed storage
 /// taken off) at `periods` in s. Empty where the estimate has no solution.
 std::vector<std::complex<double>> ModelCurve(const ExactInterval& interval, const ExactEstimate& estimate,

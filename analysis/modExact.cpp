@@ -189,9 +189,8 @@ ExactSettings& CurrentExactSettings() {
 void ReadExactSettings() {
     ExactSettings read;
     ReadFields(section, Fields(read));
-    const ExactSettings none;
-    ExactSettings one = none;
-    // A value that cannot be costs itself; values that cannot be together cost all.
+    ExactSettings one;
+    // A value that cannot be costs itself.
     const SettingFields wanted = Fields(read);
     const SettingFields defaults = Fields(one);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
@@ -202,7 +201,7 @@ void ReadExactSettings() {
         else
             *std::get<double*>(wanted[i].place) = *std::get<double*>(defaults[i].place);
     }
-    CurrentExactSettings() = ExactSettingsFault(read).empty() ? read : none;
+    CurrentExactSettings() = read;
 }
 
 void WriteExactSettings() {

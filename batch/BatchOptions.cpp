@@ -121,6 +121,19 @@ void CheckDatasetNames(const std::vector<std::string>& names) {
             throw UsageFault{"an empty dataset name"};
 }
 
+/// A plan has no database; without a plan there must be one.
+void CheckKindOfWork(const CLI::App& app, const BatchOptions& options) {
+    if (options.plan.empty()) {
+        if (options.database.empty())
+            throw CLI::RequiredError("DB");
+        return;
+    }
+    for (const CLI::Option* option : app.get_options())
+        if (option->count() > 0 && option->get_name() != "--plan" && option->get_name() != "--set" &&
+            option->get_name() != "--settings" && option->get_name() != "--json")
+            throw UsageFault{"--plan: " + option->get_name() + " does not go with it"};
+}
+
 void Digest(const RawOptions& raw, BatchOptions& options) {
     const std::vector<SettingsSection> sections = CommandLineSettings();
     for (const std::string& text : raw.settings) {
@@ -147,14 +160,15 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
         throw UsageFault{"--json: a file name or - is needed"};
     options.plot = ParsePlot(raw);
     CheckDatasetNames(options.datasets);
-    options.database = Absolute(options.database);
+    if (!options.database.empty())
+        options.database = Absolute(options.database);
     for (std::optional<std::string>* path : {&options.settingsFile, &options.exportFile, &options.jsonFile})
         if (*path && **path != "-")
             *path = Absolute(**path);
 }
 
 void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
-    app.add_option("DB", options.database, "Database")->required();
+    app.add_option("DB", options.database, "Database");
     app.add_option("DATASET", options.datasets,
                    "Datasets (levels); every one that qualifies when none is named");
     app.add_option("--pressure", options.pressure, "Pressure curve (default: the stored choice, else ZG)");
@@ -179,6 +193,11 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("--plot", raw.plotFile, "Writes a plot (.png, .svg or .pdf)");
     app.add_option("--plot-dataset", raw.plotDataset, "Dataset of the plot (default: that of --level)");
     app.add_option("--size", raw.plotSize, "Width and height of the plot, as in 1200x800 (the default)");
+    app.add_option(
+           "--plan", options.plan,
+           "Plans a test in place of all that: NAME=VALUE[,NAME=VALUE...] of what is assumed, k and skin at "
+           "least (with --settings, --set and --json only)")
+        ->allow_extra_args(false);
     app.add_flag("--follow", options.follow, "Goes on until no dataset is being recorded");
 }
 
@@ -214,6 +233,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     Declare(app, raw, options);
     try {
         app.parse(argc, argv);
+        CheckKindOfWork(app, options);
         Digest(raw, options);
         CheckOutputs(options);
     } catch (const CLI::CallForHelp& help) {

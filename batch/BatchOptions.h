@@ -60,6 +60,7 @@ struct BatchOptions {
     std::optional<PlotWish> plot;
     std::optional<ExactCyclesWish> exactCycles;
     bool follow = false;
+    std::vector<std::string> plan;  ///< lists NAME=VALUE[,...] of a plan; not empty: nothing else is done
 
     bool JsonToStandardOutput() const { return jsonFile == "-"; }
 };

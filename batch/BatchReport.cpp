@@ -24,28 +24,6 @@ std::string Cell(const std::optional<double>& value) {
     return value ? FormatNumber(*value) : "-";
 }
 
-/// First column to the left, the others to the right, two blanks between.
-std::string Aligned(const TextTable& rows) {
-    std::vector<std::size_t> widths;
-    for (const auto& row : rows) {
-        widths.resize(std::max(widths.size(), row.size()));
-        for (std::size_t column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], row[column].size());
-    }
-    std::string text;
-    for (const auto& row : rows) {
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            const std::string padding(widths[column] - row[column].size(), ' ');
-            if (column == 0)
-                text += row[column] + (row.size() > 1 ? padding : "");
-            else
-                text += "  " + padding + row[column];
-        }
-        text += '\n';
-    }
-    return text;
-}
-
 TextTable LevelRows() {
     TextTable rows{{"Level", "Depth (ft)", "Cycles", "Cycle", "HPI (rps/psi)", "Phase lag (degrees)"}};
     const auto& datasets = CurrentSelection().datasets;
@@ -161,6 +139,27 @@ Json QuicklookJson(const QuicklookRecord& record) {
 }
 
 }  // namespace
+
+std::string Aligned(const TextTable& rows) {
+    std::vector<std::size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    }
+    std::string text;
+    for (const auto& row : rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            const std::string padding(widths[column] - row[column].size(), ' ');
+            if (column == 0)
+                text += row[column] + (row.size() > 1 ? padding : "");
+            else
+                text += "  " + padding + row[column];
+        }
+        text += '\n';
+    }
+    return text;
+}
 
 std::string ResultTable(const ExactResults& exact) {
     std::string text = Aligned(LevelRows());

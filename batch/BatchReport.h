@@ -2,10 +2,14 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "analysis/ExactTypes.h"
 
 namespace vorela {
+
+/// A table as text: first column to the left, the others to the right, two blanks between.
+std::string Aligned(const std::vector<std::vector<std::string>>& rows);
 
 /// Levels and intervals as tables, numbers as in the grids, and the exact results behind them.
 std::string ResultTable(const ExactResults& exact);

@@ -19,6 +19,7 @@
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "batch/BatchCurves.h"
+#include "batch/BatchPlan.h"
 #include "batch/BatchReport.h"
 #include "batch/BatchSelection.h"
 #include "batch/BatchStop.h"
@@ -108,11 +109,16 @@ void ReadSettings(const BatchOptions& options, SettingsOverlay& overlay, const C
 
 /// Limits that are each in range may still stand in the wrong order.
 void CheckSettingsTogether(const BatchOptions& options) {
-    const bool touched = std::any_of(
-        options.settings.begin(), options.settings.end(),
-        [](const SettingValue& setting) { return EqualIgnoringCase(setting.section, "Presentation"); });
-    if (const auto fault = PresentationOrderFault(PrsOpt()); touched && fault)
+    const auto touched = [&](const char* section) {
+        return std::any_of(
+            options.settings.begin(), options.settings.end(),
+            [&](const SettingValue& setting) { return EqualIgnoringCase(setting.section, section); });
+    };
+    if (const auto fault = PresentationOrderFault(PrsOpt()); touched("Presentation") && fault)
         throw Stop{exit_status::badUsage, "--set: " + fault->message};
+    if (const std::string fault = ExactSettingsFault(CurrentExactSettings());
+        touched("Exact") && !fault.empty())
+        throw Stop{exit_status::badUsage, "--set Exact: " + fault};
 }
 
 // --- Cycles from other curves ---
@@ -346,7 +352,7 @@ void Say(const std::string& text) {
 int RunBatch(const BatchOptions& options, const PlotWriter& writePlot) {
     const ConsoleInPlace console;
     try {
-        return Work(options, console, writePlot);
+        return options.plan.empty() ? Work(options, console, writePlot) : RunPlan(options);
     } catch (const Stop& stop) {
         if (!stop.text.empty())
             Say(stop.text);

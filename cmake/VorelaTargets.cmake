@@ -46,14 +46,15 @@ function(vorela_forms name)
     vorela_warnings(${name})
 endfunction()
 
-# vorela_test(NAME SOURCES file... [LINK target...]): a GoogleTest program; every case becomes a ctest test.
+# vorela_test(NAME SOURCES file... [LINK target...] [LABELS label]): a GoogleTest program; every case becomes a ctest
+# test, which `ctest -LE slow` leaves out where it has that label.
 # Tests find programs, loadable modules and sources through BuildPaths.h: a header and not definitions on the command
 # line, so that the compiler's cache serves a test in whatever folder the tree lies.
 set(VORELA_PATHS_DIR ${CMAKE_BINARY_DIR}/paths)
 configure_file(${CMAKE_SOURCE_DIR}/cmake/BuildPaths.h.in ${VORELA_PATHS_DIR}/BuildPaths.h @ONLY)
 
 function(vorela_test name)
-    cmake_parse_arguments(arg "" "" "SOURCES;LINK;DEPENDS" ${ARGN})
+    cmake_parse_arguments(arg "" "LABELS" "SOURCES;LINK;DEPENDS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR} ${VORELA_PATHS_DIR})
@@ -64,5 +65,6 @@ function(vorela_test name)
     vorela_warnings(${name})
     include(GoogleTest)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 ENVIRONMENT
-                                                                    "QT_QPA_PLATFORM=offscreen")
+                                                                    "QT_QPA_PLATFORM=offscreen" LABELS
+                                                                    "${arg_LABELS}")
 endfunction()
