@@ -436,10 +436,8 @@ bool OnBoundary(std::size_t dataset, std::int32_t boundary) {
     });
 }
 
-// The results wait for the end of the run: the reconstruction holds its transaction open while it walks, so
-// what it wrote cannot be seen from outside before, and one opening of the database serves all cycles of the
-// run.
-bool OnFinished(std::size_t dataset) {
+// The results wait for the end of the run, so that the curves are attached once for all its cycles.
+bool OnFinished(const Database& database, std::size_t dataset) {
     return Attempt(step::analysingCycle, false, [&] {
         DatasetRecord& record = SelectedDataset(dataset);
         if (record.cycles.count == 0)
@@ -447,9 +445,6 @@ bool OnFinished(std::size_t dataset) {
         if (record.cycleSource == CycleSource::none)
             record.cycleSource = CycleSource::filtered;
         RecordState& state = StateOf(record);
-        const DravikDatabase database(record.database);
-        if (!database.IsOpen())
-            return false;
         CycleCurves curves = AttachCycleCurves(database, dataset, record.cycleSource);
         PutOff(record.cycles, BasisOf(curves), state);
         const bool allWell = AnalysePending(record, curves, state.pending);
@@ -460,12 +455,9 @@ bool OnFinished(std::size_t dataset) {
 }
 
 // Works on a copy: an error on the way leaves the record with the results of one source, never a mixture.
-bool Recalculate(std::size_t dataset, CycleSource source) {
+bool Recalculate(const Database& database, std::size_t dataset, CycleSource source) {
     return Attempt(step::recalculatingCycles, false, [&] {
         DatasetRecord& record = SelectedDataset(dataset);
-        const DravikDatabase database(record.database);
-        if (!database.IsOpen())
-            return false;
         CycleCurves curves = AttachCycleCurves(database, dataset, source);
         DatasetRecord fresh = record;
         RecordState state;

@@ -44,16 +44,16 @@ bool HasToBeMade(const CurveStanding& curve, ToMake& toMake) {
 /// Whether the valve signal gets to its end shows when the cycles have been found.
 ToMake CurvesToMake(std::size_t dataset) {
     ToMake toMake;
-    for (const CurveStanding& curve : FilteredCurveStandings(dataset))
-        toMake.filtered = HasToBeMade(curve, toMake) || toMake.filtered;
     const DravikDatabase database(Datasets()[dataset].database);
     if (!database.IsOpen())
         throw Stop{};
+    for (const CurveStanding& curve : FilteredCurveStandings(database, dataset))
+        toMake.filtered = HasToBeMade(curve, toMake) || toMake.filtered;
     const std::string& name = Datasets()[dataset].dataset;
     toMake.valve = !Item::Find(database, ItemPath(name, curve::valveSignal));
     if (toMake.valve && toMake.firstMissing.empty())
         toMake.firstMissing = ItemPath(name, curve::valveSignal);
-    toMake.dravikFlow = HasToBeMade(FilteredFlowStanding(dataset), toMake);
+    toMake.dravikFlow = HasToBeMade(FilteredFlowStanding(database, dataset), toMake);
     return toMake;
 }
 
@@ -101,13 +101,15 @@ void SayFilter() {
 
 void FindCycles(std::size_t dataset, bool makeSignal, bool writable) {
     ResetDatasetCycles(dataset);
+    DravikDatabase database(Datasets()[dataset].database);
+    Require(database.IsOpen());
     if (!makeSignal) {
-        Require(FindValveCycles(dataset));
+        Require(FindValveCycles(database, dataset));
         ToMake ignored;
-        if (!HasToBeMade(ValveSignalStanding(dataset), ignored) || !writable)
+        if (!HasToBeMade(ValveSignalStanding(database, dataset), ignored) || !writable)
             return;
     }
-    Require(ReconstructValveCurve(dataset, false));
+    Require(ReconstructValveCurve(database, dataset, false) && database.Close());
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <filesystem>
 #include <utility>
 
@@ -23,28 +22,6 @@ bool IsInputName(const std::string& name) {
     return name == choice.pressure || name == choice.flow || name == curve::valvePosition ||
            name == curve::valveCode || name == curve::valveChangeTimer || name == curve::valveTimer ||
            name == curve::depth;
-}
-
-/// The database that waits for its next use.
-struct KeptDatabase {
-    int scopes = 0;  ///< DatabaseReuse that live
-    std::string path;
-    std::int32_t handle = 0;
-};
-KeptDatabase& Kept() {
-    static KeptDatabase kept;
-    return kept;
-}
-
-/// True when the database was put by for its next use. One that is left by an exception is not: what state it
-/// is in is not known.
-bool Keep(const std::string& path, std::int32_t handle) {
-    KeptDatabase& kept = Kept();
-    if (kept.scopes == 0 || kept.handle != 0 || std::uncaught_exceptions() > 0)
-        return false;
-    kept.path = path;
-    kept.handle = handle;
-    return true;
 }
 
 [[noreturn]] void Refuse(const Database& database, const std::string& path, const std::string& why) {
@@ -89,10 +66,8 @@ bool IsWritable(const std::string& databasePath) {
 
 namespace {
 
-/// The kept handle or a new one; 0 after the message box.
-std::int32_t OpenOrReuse(const std::string& path) {
-    if (Kept().handle != 0 && Kept().path == path)
-        return std::exchange(Kept().handle, 0);
+/// 0 after the message box.
+std::int32_t OpenExisting(const std::string& path) {
     std::int32_t handle = 0;
     OpenDravikDatabase(path, DK_OPEN_EXISTING, handle);
     return handle;
@@ -100,28 +75,17 @@ std::int32_t OpenOrReuse(const std::string& path) {
 
 }  // namespace
 
-DravikDatabase::DravikDatabase(const std::string& path) : Database(path, OpenOrReuse(path)) {}
+DravikDatabase::DravikDatabase(const std::string& path) : Database(path, OpenExisting(path)) {}
 
 DravikDatabase::~DravikDatabase() {
     const std::int32_t handle = Release();
-    if (handle != 0 && !Keep(Path(), handle))
+    if (handle != 0)
         DetachAndClose(handle, 0);
 }
 
 bool DravikDatabase::Close() {
     const std::int32_t handle = Release();
-    return handle == 0 || Keep(Path(), handle) || CloseDravikDatabase(handle);
-}
-
-DatabaseReuse::DatabaseReuse() {
-    ++Kept().scopes;
-}
-
-DatabaseReuse::~DatabaseReuse() {
-    if (--Kept().scopes > 0)
-        return;
-    if (const std::int32_t handle = std::exchange(Kept().handle, 0); handle != 0)
-        DetachAndClose(handle, 0);
+    return handle == 0 || CloseDravikDatabase(handle);
 }
 
 // --- Reading ---

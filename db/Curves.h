@@ -28,17 +28,6 @@ class DravikDatabase final : public Database {
     bool Close();
 };
 
-/// While it lives, a database that is closed after use stays open for the next use of the same path, and is
-/// closed with it: the steps of one pass over a dataset open the same file again and again. Nothing is kept
-/// after an error.
-class DatabaseReuse {
-  public:
-    DatabaseReuse();
-    ~DatabaseReuse();
-    DatabaseReuse(const DatabaseReuse&) = delete;
-    DatabaseReuse& operator=(const DatabaseReuse&) = delete;
-};
-
 /// What a curve's value between two samples is.
 enum class Between { linear, sampleBefore };
 

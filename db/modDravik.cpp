@@ -101,21 +101,16 @@ std::vector<std::string> ItemsOf(const Database& database, const std::string& da
     return names;
 }
 
-Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
+Growth ReadGrowth(const Database& database, std::vector<DatasetRecord>& datasets, std::size_t index) {
     return Attempt(updatingInformation, Growth::failed, [&] {
         DatasetRecord& record = CheckedAt(datasets, static_cast<std::int64_t>(index), "ReadGrowth");
         const std::int32_t extentA = record.extentA;
         const std::int32_t extentB = record.extentB;
-        record.database = Trimmed(record.database);
-        DravikDatabase database(record.database);
-        if (!database.IsOpen())
-            return Growth::failed;
         record.dataset = Trimmed(record.dataset);
         const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "ReadGrowth");
         const std::string path = ItemPath(record.dataset, first.name);
         const std::optional<Item> item = Item::FindQuietly(database, path);
         if (!item) {
-            database.Close();
             ReportError(updatingInformation);
             return Growth::failed;
         }
@@ -126,7 +121,13 @@ Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index) {
 }
 
 bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index) {
-    return ReadGrowth(datasets, index) == Growth::grown;
+    return Attempt(updatingInformation, false, [&] {
+        DatasetRecord& record =
+            CheckedAt(datasets, static_cast<std::int64_t>(index), "UpdateDatasetInformation");
+        record.database = Trimmed(record.database);
+        const DravikDatabase database(record.database);
+        return database.IsOpen() && ReadGrowth(database, datasets, index) == Growth::grown;
+    });
 }
 
 bool ReadPresentation(const Database& database, DatasetRecord& record) {
@@ -146,14 +147,11 @@ bool ReadPresentation(const Database& database, DatasetRecord& record) {
     });
 }
 
-bool GetPresentationInformation(std::vector<DatasetRecord>& datasets, std::size_t index,
-                                Presentation& presentation) {
+bool GetPresentationInformation(const Database& database, std::vector<DatasetRecord>& datasets,
+                                std::size_t index, Presentation& presentation) {
     return Attempt(gettingPresentation, false, [&] {
         DatasetRecord& record =
             CheckedAt(datasets, static_cast<std::int64_t>(index), "GetPresentationInformation");
-        const DravikDatabase database(record.database);
-        if (!database.IsOpen())
-            return false;
         record.dataset = Trimmed(record.dataset);
         if (!ReadPresentation(database, record))
             return false;

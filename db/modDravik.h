@@ -35,8 +35,8 @@ std::vector<std::string> ItemsOf(const Database& database, const std::string& da
 /// What became of a dataset's extent; `failed` after a report.
 enum class Growth { none, grown, failed };
 /// Reads the extent of the dataset's first common curve again.
-Growth ReadGrowth(std::vector<DatasetRecord>& datasets, std::size_t index);
-/// The same as a yes or no: true when it changed.
+Growth ReadGrowth(const Database& database, std::vector<DatasetRecord>& datasets, std::size_t index);
+/// The same as a yes or no, opening and closing the database: true when it changed.
 bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index);
 
 /// "LEVEL1" to "LEVEL1/_defaults_/1".
@@ -44,9 +44,9 @@ std::string PresentationPath(const std::string& dataset);
 /// Reads the presentation record of an open database's dataset into the record and sets PendingFlag from its
 /// recording flag. False after a report; then the record is as it was.
 bool ReadPresentation(const Database& database, DatasetRecord& record);
-/// The same for one selected dataset, opening and closing its database. False after a report.
-bool GetPresentationInformation(std::vector<DatasetRecord>& datasets, std::size_t index,
-                                Presentation& presentation);
+/// The same for one selected dataset. False after a report.
+bool GetPresentationInformation(const Database& database, std::vector<DatasetRecord>& datasets,
+                                std::size_t index, Presentation& presentation);
 
 namespace suffix {
 inline constexpr const char* filteredPressure = "_p";

@@ -12,6 +12,7 @@
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/modGeneral.h"
+#include "signal/SelectedDatasets.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
@@ -31,10 +32,10 @@ std::optional<std::size_t> FirstPending() {
 }
 
 /// All three run even when one fails: a spinner filter that cannot be had must not hold up the valve curve.
-bool ExtendCurves(std::size_t index) {
-    const bool filtered = CreateFilteredCurves(index, true);
-    const bool valve = ReconstructValveCurve(index, true);
-    const bool flow = FilterDatasetFlow(index, true);
+bool ExtendCurves(const Database& database, std::size_t index) {
+    const bool filtered = CreateFilteredCurves(database, index, true);
+    const bool valve = ReconstructValveCurve(database, index, true);
+    const bool flow = FilterDatasetFlow(database, index, true);
     return filtered && valve && flow;
 }
 
@@ -64,12 +65,12 @@ void LearnOfNewCurves(std::size_t index) {
 
 /// The presentation is read before the extent: when it says that the recording has ended, the extent is the
 /// last one.
-bool ExtendToRecorded(std::size_t index) {
+bool ExtendToRecorded(const Database& database, std::size_t index) {
     auto& datasets = CurrentSelection().datasets;
     Presentation presentation;
-    if (!GetPresentationInformation(datasets, index, presentation))
+    if (!GetPresentationInformation(database, datasets, index, presentation))
         return false;
-    const Growth growth = ReadGrowth(datasets, index);
+    const Growth growth = ReadGrowth(database, datasets, index);
     DatasetRecord& record = datasets[index];
     // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
     if (growth == Growth::none && !record.extensionOwed)
@@ -77,7 +78,7 @@ bool ExtendToRecorded(std::size_t index) {
     record.extensionOwed = true;
     if (growth == Growth::failed)
         return false;
-    record.extensionOwed = !ExtendCurves(index);
+    record.extensionOwed = !ExtendCurves(database, index);
     LearnOfNewCurves(index);
     return !datasets[index].extensionOwed;
 }
@@ -115,8 +116,8 @@ bool ExtendDataset(std::size_t index) {
         CurrentSelection().datasets[index].extensionOwed = true;
         return false;
     }
-    const DatabaseReuse onePass;
-    const bool extended = ExtendToRecorded(index);
+    const bool extended =
+        WithDatabase(index, [&](const Database& database) { return ExtendToRecorded(database, index); });
     if (index >= CurrentSelection().datasets.size())
         return false;
     DatasetRecord& record = CurrentSelection().datasets[index];

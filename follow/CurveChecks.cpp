@@ -71,21 +71,20 @@ bool HasToBeCompleted(const CurveStanding& curve, bool writable) {
     return curve.standing == Standing::incomplete && writable;
 }
 
-void CompleteCurves(std::size_t index) {
-    Attempt("Completing curves", [&] {
-        const bool writable = IsWritable(CurrentSelection().datasets[index].database);
-        if (FilteredCurvesExist()) {
-            bool filtered = false;
-            for (const CurveStanding& curve : FilteredCurveStandings(index))
-                filtered = HasToBeCompleted(curve, writable) || filtered;
-            if (filtered)
-                CreateFilteredCurves(index, false);
-            if (ValveSignalPresent() && HasToBeCompleted(ValveSignalStanding(index), writable))
-                ReconstructValveCurve(index, false);
-        }
-        if (FilteredFlowExists() && HasToBeCompleted(FilteredFlowStanding(index), writable))
-            FilterDatasetFlow(index, false);
-    });
+bool CompleteCurves(const Database& database, std::size_t index) {
+    const bool writable = IsWritable(database.Path());
+    if (FilteredCurvesExist()) {
+        bool filtered = false;
+        for (const CurveStanding& curve : FilteredCurveStandings(database, index))
+            filtered = HasToBeCompleted(curve, writable) || filtered;
+        if (filtered)
+            CreateFilteredCurves(database, index, false);
+        if (ValveSignalPresent() && HasToBeCompleted(ValveSignalStanding(database, index), writable))
+            ReconstructValveCurve(database, index, false);
+    }
+    if (FilteredFlowExists() && HasToBeCompleted(FilteredFlowStanding(database, index), writable))
+        FilterDatasetFlow(database, index, false);
+    return true;
 }
 
 /// Curves of an earlier session are brought up to the recording here, where the user waits for the selection
@@ -96,7 +95,9 @@ void CatchUpWithRecordings() {
     const auto& datasets = CurrentSelection().datasets;
     for (std::size_t i = 0; i < datasets.size(); ++i) {
         if (datasets[i].pendingFlag == 0)
-            CompleteCurves(i);
+            Attempt("Completing curves", false, [&] {
+                return WithDatabase(i, [&](const Database& database) { return CompleteCurves(database, i); });
+            });
         else if (allThere)
             ExtendDataset(i);  // reports; what failed is taken up by the next tick
     }

@@ -18,6 +18,14 @@ namespace vorela {
 /// The record of a selected dataset; throws subscript out of range.
 DatasetRecord& SelectedDataset(std::size_t index);
 
+/// One pass over a selected dataset: opens its database, hands it to `work` and closes it. False when one of
+/// the three is; failures of opening and closing have been told.
+template <typename Work>
+bool WithDatabase(std::size_t index, Work&& work) {
+    DravikDatabase database(SelectedDataset(index).database);
+    return database.IsOpen() && std::forward<Work>(work)(std::as_const(database)) && database.Close();
+}
+
 /// True when something is selected and every selected dataset's database opens; otherwise a critical box has
 /// told.
 bool DatabasesOpen();

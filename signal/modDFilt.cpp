@@ -183,11 +183,8 @@ bool ReadyFilter(FilterSlot& slot, CurveReader& flow) {
     });
 }
 
-bool FilterDataset(std::size_t index, bool incremental) {
+bool FilterDataset(const Database& database, std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    DravikDatabase database(record.database);
-    if (!database.IsOpen())
-        return false;
     const CurveChoice& choice = CurrentSelection().choice;
     const std::string output = DravikFilteredFlowName(choice);
     if (RecordingStands(database, record.dataset, output))
@@ -200,7 +197,6 @@ bool FilterDataset(std::size_t index, bool incremental) {
         slot = FilterSlot{};
     if (!ReadyFilter(slot, flow)) {
         Slots().Forget(record);
-        database.Close();
         CurrentPorts().messages->Show(MessageIcon::information, caption, creatingFailed);
         return false;
     }
@@ -217,7 +213,7 @@ bool FilterDataset(std::size_t index, bool incremental) {
     }
     if (!incremental)
         slot.filter.Destroy();
-    return database.Close();
+    return true;
 }
 
 }  // namespace
@@ -262,10 +258,9 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
     });
 }
 
-CurveStanding FilteredFlowStanding(std::size_t index) {
+CurveStanding FilteredFlowStanding(const Database& database, std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
     const CurveChoice& choice = CurrentSelection().choice;
-    const DravikDatabase database(record.database);
     const std::string definition = FilterDefinition(CurrentParameters().dFilt, CurrentParameters().dLen);
     return StandingOf(database, record.dataset, DravikFilteredFlowName(choice), MadeText(definition),
                       [&](const ItemInfo& output) {
@@ -275,8 +270,15 @@ CurveStanding FilteredFlowStanding(std::size_t index) {
                       });
 }
 
+bool FilterDatasetFlow(const Database& database, std::size_t index, bool incremental) {
+    return Attempt(creatingFailed, false, [&] { return FilterDataset(database, index, incremental); });
+}
+
 bool FilterDatasetFlow(std::size_t index, bool incremental) {
-    return Attempt(creatingFailed, false, [&] { return FilterDataset(index, incremental); });
+    return Attempt(creatingFailed, false, [&] {
+        return WithDatabase(
+            index, [&](const Database& database) { return FilterDatasetFlow(database, index, incremental); });
+    });
 }
 
 }  // namespace vorela

@@ -24,8 +24,10 @@ std::string FilteredFlowDescription();
 bool CreateFilteredFlow(bool askBeforeOverwriting);
 /// How the curve of dataset `index` stands against what FilterDatasetFlow would leave. For guarded bodies:
 /// throws.
-CurveStanding FilteredFlowStanding(std::size_t index);
+CurveStanding FilteredFlowStanding(const Database& database, std::size_t index);
 /// The worker for one dataset. A recording that stands in the place of the curve is left as it is.
+bool FilterDatasetFlow(const Database& database, std::size_t index, bool incremental);
+/// The same as a pass of its own.
 bool FilterDatasetFlow(std::size_t index, bool incremental);
 
 }  // namespace vorela

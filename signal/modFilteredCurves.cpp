@@ -267,41 +267,37 @@ class FilteredCurve {
 // --- One dataset ---
 
 /// Both curves of a dataset. What is remembered of it changes only when all is committed.
-bool FilterDataset(std::size_t index, bool incremental, FilterProgress* progress) {
+bool FilterDataset(const Database& database, std::size_t index, bool incremental, FilterProgress* progress) {
     const DatasetRecord& record = SelectedDataset(index);
     const std::array<FilterSettings, slots> settings = CurrentSettings();
-    DravikDatabase database(record.database);
-    if (!database.IsOpen())
-        return false;
     const DatasetState* const known = incremental ? States().Find(record) : nullptr;
     const DatasetState before = known != nullptr ? *known : DatasetState{};
     DatasetState after;
-    {
-        WriteTransaction transaction(database);
-        // An extension mostly has something to write. Reading under the lock that it then needs anyway, it
-        // does not wait for a busy recorder at every look at a curve.
-        if (known != nullptr)
-            transaction.Begin();
-        for (std::size_t slot = 0; slot < slots; ++slot) {
-            if (progress != nullptr)
-                progress->BeginCurve(record.dataset, settings[slot]);
-            after[slot].recorded = RecordingStands(database, record.dataset, settings[slot].output);
-            if (!after[slot].recorded)
-                after[slot].curve = FilteredCurve(database, record.dataset, settings[slot])
-                                        .Run(before[slot].curve, transaction, progress);
-            if (progress != nullptr)
-                progress->EndCurve();
-        }
-        transaction.Commit();
+    WriteTransaction transaction(database);
+    // An extension mostly has something to write. Reading under the lock that it then needs anyway, it
+    // does not wait for a busy recorder at every look at a curve.
+    if (known != nullptr)
+        transaction.Begin();
+    for (std::size_t slot = 0; slot < slots; ++slot) {
+        if (progress != nullptr)
+            progress->BeginCurve(record.dataset, settings[slot]);
+        after[slot].recorded = RecordingStands(database, record.dataset, settings[slot].output);
+        if (!after[slot].recorded)
+            after[slot].curve = FilteredCurve(database, record.dataset, settings[slot])
+                                    .Run(before[slot].curve, transaction, progress);
+        if (progress != nullptr)
+            progress->EndCurve();
     }
+    transaction.Commit();
     States().Of(record) = std::move(after);
-    return database.Close();
+    return true;
 }
 
-/// One run of FilterDataset with report and tidy-up. The guards have closed what was opened by the time of
-/// the tidy-up.
-bool CreateWithProgress(std::size_t index, bool incremental, FilterProgress* progress) {
-    return Attempt(creatingFailed, false, [&] { return FilterDataset(index, incremental, progress); });
+/// One run of FilterDataset with report.
+bool CreateWithProgress(const Database& database, std::size_t index, bool incremental,
+                        FilterProgress* progress) {
+    return Attempt(creatingFailed, false,
+                   [&] { return FilterDataset(database, index, incremental, progress); });
 }
 
 /// Runs `body` with a progress that is reset afterwards, whatever happened.
@@ -323,11 +319,20 @@ bool FilteredCurvesExist() {
     });
 }
 
-bool CreateFilteredCurves(std::size_t index, bool incremental) {
+bool CreateFilteredCurves(const Database& database, std::size_t index, bool incremental) {
     if (incremental)
-        return CreateWithProgress(index, true, nullptr);
-    return WithProgress(
-        slots, [&](FilterProgress& progress) { return CreateWithProgress(index, false, &progress); });
+        return CreateWithProgress(database, index, true, nullptr);
+    return WithProgress(slots, [&](FilterProgress& progress) {
+        return CreateWithProgress(database, index, false, &progress);
+    });
+}
+
+bool CreateFilteredCurves(std::size_t index, bool incremental) {
+    return Attempt(creatingFailed, false, [&] {
+        return WithDatabase(index, [&](const Database& database) {
+            return CreateFilteredCurves(database, index, incremental);
+        });
+    });
 }
 
 bool CreateFilteredCurvesInAll(int filterN) {
@@ -348,7 +353,9 @@ bool CreateFilteredCurvesInAll() {
         const std::size_t datasets = CurrentSelection().datasets.size();
         return WithProgress(slots * datasets, [&](FilterProgress& progress) {
             for (std::size_t index = 0; index < datasets; ++index)
-                if (!CreateWithProgress(index, false, &progress))
+                if (!WithDatabase(index, [&](const Database& database) {
+                        return CreateWithProgress(database, index, false, &progress);
+                    }))
                     return false;
             return RefreshCommonCurves();
         });
@@ -359,9 +366,8 @@ std::string FilterDescription() {
     return MadeText(CurrentSettings()[0]);
 }
 
-std::vector<CurveStanding> FilteredCurveStandings(std::size_t index) {
+std::vector<CurveStanding> FilteredCurveStandings(const Database& database, std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    const DravikDatabase database(record.database);
     std::vector<CurveStanding> standings;
     for (const FilterSettings& settings : CurrentSettings())
         standings.push_back(StandingOf(

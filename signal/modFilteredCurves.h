@@ -25,6 +25,8 @@ bool FilteredCurvesExist();
 /// stopped. Either way the curve is, bit for bit, what one run over the samples recorded by now gives.
 /// Samples that are missing or are no numbers are not available to the filters. A recording that stands in
 /// the place of one of them is left as it is.
+bool CreateFilteredCurves(const Database& database, std::size_t index, bool incremental);
+/// The same as a pass of its own.
 bool CreateFilteredCurves(std::size_t index, bool incremental);
 
 /// How the filtered curves of the current parameters are made: the text that such a curve carries.
@@ -32,7 +34,7 @@ std::string FilterDescription();
 
 /// How both filtered curves of dataset `index` stand against what CreateFilteredCurves would leave. For
 /// guarded bodies: throws.
-std::vector<CurveStanding> FilteredCurveStandings(std::size_t index);
+std::vector<CurveStanding> FilteredCurveStandings(const Database& database, std::size_t index);
 
 /// Where the filtered curve of an input of these extents would be a full response with the current period and
 /// kind of filter and `filterN` passes; empty where there is none. Throws as the filter does where it cannot

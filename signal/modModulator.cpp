@@ -214,8 +214,8 @@ bool ReportBoundaries(std::size_t index, const std::vector<Change>& changes) {
     });
 }
 
-bool FinishCycles(std::size_t index) {
-    return !Analysis().onFinished || Analysis().onFinished(index);
+bool FinishCycles(const Database& database, std::size_t index) {
+    return !Analysis().onFinished || Analysis().onFinished(database, index);
 }
 
 /// The walk that follows begins at the first sample and finds every cycle again.
@@ -237,7 +237,7 @@ bool WalkAndWrite(std::size_t index, ToolCurves& tool, DerivedRun& run, const Sa
             WriteLines(run, *grid, changes, state.valveState);
         state.mark = run.MarkAt(piece.last);
         States().Of(record) = state;
-        // The analysis reads what was written through a handle of its own: only now is it there to be seen.
+        // What is told has been written.
         if (ReportBoundaries(index, changes))
             return true;
         States().Forget(record);  // the cycle record lacks a boundary: the next run starts afresh
@@ -245,11 +245,8 @@ bool WalkAndWrite(std::size_t index, ToolCurves& tool, DerivedRun& run, const Sa
     });
 }
 
-bool ReconstructDataset(std::size_t index, bool incremental) {
+bool ReconstructDataset(const Database& database, std::size_t index, bool incremental) {
     const DatasetRecord& record = SelectedDataset(index);
-    DravikDatabase database(record.database);
-    if (!database.IsOpen())
-        return false;
     ToolCurves tool(database, record.dataset);
     WriteTransaction transaction(database);
     DerivedRun run(transaction, record.dataset, curve::valveCode, tool.Recorded(), curve::valveSignal);
@@ -265,8 +262,7 @@ bool ReconstructDataset(std::size_t index, bool incremental) {
     if (!goesOn)
         States().Of(record).mark = run.MarkAt(run.Recorded().first - 1);
     RunProgress progress(!incremental, creatingStatus, run.Recorded());
-    return WalkAndWrite(index, tool, run, grid ? &*grid : nullptr, progress) && database.Close() &&
-           FinishCycles(index);
+    return WalkAndWrite(index, tool, run, grid ? &*grid : nullptr, progress) && FinishCycles(database, index);
 }
 
 /// Where a walk over all that is recorded ends that writes nothing; nothing when `found` is false. No
@@ -282,11 +278,8 @@ std::optional<WalkState> WholeWalk(ToolCurves& tool, const char* status,
     return whole ? std::optional(walk) : std::nullopt;
 }
 
-bool FindCycles(std::size_t index) {
+bool FindCycles(const Database& database, std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    DravikDatabase database(record.database);
-    if (!database.IsOpen())
-        return false;
     StartAfresh(index);
     ToolCurves tool(database, record.dataset);
     const auto report = [&](const std::vector<Change>& changes) { return ReportBoundaries(index, changes); };
@@ -294,7 +287,7 @@ bool FindCycles(std::size_t index) {
     if (!walk)
         return false;
     States().Of(record) = *walk;
-    return database.Close() && FinishCycles(index);
+    return FinishCycles(database, index);
 }
 
 /// Time of the last change in all that is recorded.
@@ -329,7 +322,9 @@ bool FilteredCurvesAreThere() {
 /// user wants it made anew.
 bool FindOrMakeCycles(std::size_t index, bool makeAnew) {
     const bool asItStands = !makeAnew && ValveSignalPresent() && !IsWritable(SelectedDataset(index).database);
-    return asItStands ? FindValveCycles(index) : ReconstructValveCurve(index, false);
+    return WithDatabase(index, [&](const Database& database) {
+        return asItStands ? FindValveCycles(database, index) : ReconstructValveCurve(database, index, false);
+    });
 }
 
 bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, const std::string& refusal) {
@@ -347,7 +342,11 @@ bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, co
     const StatusScope status(recalculatingStatus);
     bool done = true;
     for (std::size_t i = 0; i < datasets.size(); ++i)
-        done = (!Analysis().recalculate || Analysis().recalculate(i, source)) && done;
+        done = WithDatabase(i,
+                            [&](const Database& database) {
+                                return !Analysis().recalculate || Analysis().recalculate(database, i, source);
+                            }) &&
+               done;
     return done;
 }
 
@@ -423,21 +422,28 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
     });
 }
 
-bool ReconstructValveCurve(std::size_t index, bool incremental) {
-    return Attempt(creatingFailed, false, [&] { return ReconstructDataset(index, incremental); });
+bool ReconstructValveCurve(const Database& database, std::size_t index, bool incremental) {
+    return Attempt(creatingFailed, false, [&] { return ReconstructDataset(database, index, incremental); });
 }
 
-CurveStanding ValveSignalStanding(std::size_t index) {
+bool ReconstructValveCurve(std::size_t index, bool incremental) {
+    return Attempt(creatingFailed, false, [&] {
+        return WithDatabase(index, [&](const Database& database) {
+            return ReconstructValveCurve(database, index, incremental);
+        });
+    });
+}
+
+CurveStanding ValveSignalStanding(const Database& database, std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
-    const DravikDatabase database(record.database);
     return StandingOf(database, record.dataset, curve::valveSignal, madeText, [&](const ItemInfo& signal) {
         ToolCurves tool(database, record.dataset);
         return IsComplete(signal, GridOf(database, record), LastChange(record, tool));
     });
 }
 
-bool FindValveCycles(std::size_t index) {
-    return Attempt(creatingFailed, false, [&] { return FindCycles(index); });
+bool FindValveCycles(const Database& database, std::size_t index) {
+    return Attempt(creatingFailed, false, [&] { return FindCycles(database, index); });
 }
 
 bool RecalculateWithUnfilteredCurves() {

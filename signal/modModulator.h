@@ -18,9 +18,9 @@ struct CycleAnalysis {
     /// it.
     std::function<bool(std::size_t dataset, std::int32_t boundary)> onBoundary;
     /// After the boundaries of a run: cycles that were not covered before, then the window.
-    std::function<bool(std::size_t dataset)> onFinished;
+    std::function<bool(const Database& database, std::size_t dataset)> onFinished;
     /// Re-calculates all recorded cycles and the window from other input curves.
-    std::function<bool(std::size_t dataset, CycleSource source)> recalculate;
+    std::function<bool(const Database& database, std::size_t dataset, CycleSource source)> recalculate;
 };
 void SetCycleAnalysis(CycleAnalysis analysis);
 
@@ -44,13 +44,15 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting);
 
 /// The worker for one dataset: writes PVLSIG (from the start, or extends it) and reports each boundary. A
 /// recorded PVLSIG is left as it is.
+bool ReconstructValveCurve(const Database& database, std::size_t index, bool incremental);
+/// The same as a pass of its own.
 bool ReconstructValveCurve(std::size_t index, bool incremental);
 /// The same walk without writing: cycles of a dataset that has all its derived curves (a read-only database).
-bool FindValveCycles(std::size_t index);
+bool FindValveCycles(const Database& database, std::size_t index);
 
 /// How PVLSIG of dataset `index` stands against what ReconstructValveCurve would leave. Walks over the tool's
 /// curves, unless that was done already. For guarded bodies: throws.
-CurveStanding ValveSignalStanding(std::size_t index);
+CurveStanding ValveSignalStanding(const Database& database, std::size_t index);
 
 /// The re-calculation entries of the Action menu.
 bool RecalculateWithUnfilteredCurves();

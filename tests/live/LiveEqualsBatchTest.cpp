@@ -208,7 +208,7 @@ TEST_F(LiveEqualsBatchTest, forARecordingThatWentOnAfterTheSessionAndIsCompleted
                         testing::Contains(name + "/RTC_f/1 ended before the record did and was completed"));
             ASSERT_TRUE(SelectData(view));
             EXPECT_THAT(CurveNotes(), testing::IsEmpty()) << before << " " << after;
-            ASSERT_TRUE(FindValveCycles(0));
+            ASSERT_TRUE(FindValveCycles(DravikDatabase(SelectedDataset(0).database), 0));
             ExpectOneRun(Observe(name), CurvesOf(plan));
         }
 }

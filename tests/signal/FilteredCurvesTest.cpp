@@ -32,6 +32,9 @@ class FilteredCurves : public DravikFixture {
         SetPresentation("LEVEL1", {});
         Select({"LEVEL1"}, pressure);
     }
+    static std::vector<CurveStanding> Standings() {
+        return FilteredCurveStandings(DravikDatabase(SelectedDataset(0).database), 0);
+    }
     StoredCurve Filtered() { return ReadCurve("LEVEL1", "ZG_p"); }
 };
 
@@ -99,15 +102,15 @@ TEST_F(FilteredCurves, WhatWillBeValidIsToldBeforeTheyAreMadeAndWhichAreStaleAft
 
 TEST_F(FilteredCurves, StandAgainstWhatOneRunWouldLeave) {
     SelectLevel(Level(2300));
-    const auto standing = [] { return FilteredCurveStandings(0)[0].standing; };
+    const auto standing = [&] { return Standings()[0].standing; };
     EXPECT_EQ(standing(), Standing::missing);
     ASSERT_TRUE(CreateFilteredCurves(0, false));
     EXPECT_EQ(standing(), Standing::complete);
     Append("LEVEL1", Pressure(), 1);
     EXPECT_EQ(standing(), Standing::incomplete) << "one sample further";
-    EXPECT_EQ(FilteredCurveStandings(0)[1].standing, Standing::complete);
+    EXPECT_EQ(Standings()[1].standing, Standing::complete);
     CurrentParameters().period = 2;
-    EXPECT_EQ(StandingText(FilteredCurveStandings(0)[0]),
+    EXPECT_EQ(StandingText(Standings()[0]),
               "LEVEL1/ZG_p/1 was made by \"half-period difference, 1 pass, period 20 s\", the parameters say "
               "\"half-period difference, 1 pass, period 2 s\"");
 }

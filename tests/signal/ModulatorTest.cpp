@@ -39,8 +39,8 @@ class Modulator : public DravikFixture {
                  AppendCycle(record.cycles);
                  return takesBoundaries;
              },
-             [this](std::size_t) { return ++finished > 0; },
-             [this](std::size_t dataset, CycleSource source) {
+             [this](const Database&, std::size_t) { return ++finished > 0; },
+             [this](const Database&, std::size_t dataset, CycleSource source) {
                  CurrentSelection().datasets[dataset].cycleSource = source;
                  return ++recalculated > 0;
              }});
@@ -200,7 +200,7 @@ TEST_F(Modulator, CyclesAreFoundWithoutWritingWhereTheSignalExists) {
     ASSERT_TRUE(ReconstructValveCurve(0, false));
     const std::vector<std::int32_t> found = std::exchange(boundaries, {});
     const std::string bytes = ReadAll(DatabasePath());
-    ASSERT_TRUE(FindValveCycles(0));
+    ASSERT_TRUE(FindValveCycles(DravikDatabase(DatabasePath()), 0));
     EXPECT_EQ(boundaries, found);
     EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries);
     EXPECT_EQ(ReadAll(DatabasePath()), bytes);
