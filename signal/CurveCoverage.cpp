@@ -103,7 +103,7 @@ std::set<std::int16_t> InputSteps() {
 /// One line on the band pass of curves with this sampling step.
 std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning) {
     const ParameterSet& p = CurrentParameters();
-    const double stepSeconds = step / indexUnitsPerSecond;
+    const double stepSeconds = static_cast<double>(step) / indexUnitsPerSecond;
     const std::string sampling = "Band pass at a sampling of " + Seconds(stepSeconds) + ": ";
     const double length = filterN * p.period * step;
     if (!(RoundHalfEven(length) >= 1.0 &&
