@@ -220,14 +220,14 @@ void frmMain::BuildKeys() {
     key(Qt::Key_PageUp, [this] { StepChoice(-1); });
     key(Qt::Key_PageDown, [this] { StepChoice(1); });
     // The tabs from anywhere in the window.
-    const auto stepTab = [this](int by) {
+    const auto turnTab = [this](int by) {
         const int count = ui_->tsMain->count();
         ui_->tsMain->setCurrentIndex((ui_->tsMain->currentIndex() + by + count) % count);
     };
-    key(QKeySequence(Qt::CTRL | Qt::Key_Tab), [stepTab] { stepTab(1); });
-    key(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab), [stepTab] { stepTab(-1); });
-    key(QKeySequence(Qt::CTRL | Qt::Key_PageDown), [stepTab] { stepTab(1); });
-    key(QKeySequence(Qt::CTRL | Qt::Key_PageUp), [stepTab] { stepTab(-1); });
+    key(QKeySequence(Qt::CTRL | Qt::Key_Tab), [turnTab] { turnTab(1); });
+    key(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab), [turnTab] { turnTab(-1); });
+    key(QKeySequence(Qt::CTRL | Qt::Key_PageDown), [turnTab] { turnTab(1); });
+    key(QKeySequence(Qt::CTRL | Qt::Key_PageUp), [turnTab] { turnTab(-1); });
 }
 
 bool frmMain::Load() {

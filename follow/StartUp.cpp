@@ -87,12 +87,8 @@ void WriteCursorSettings(CursorPositions positions) {
 }
 
 std::vector<SettingsSection> CommandLineSettings() {
-    return {ParameterSettings(),
-            DatasetSettings(),
-            {cursorsSection, Fields(CurrentCursorPositions())},
-            PresentationSettings(),
-            PlotSettings(),
-            ExactSettingsSection()};
+    return {ParameterSettings(),    DatasetSettings(), {cursorsSection, Fields(CurrentCursorPositions())},
+            PresentationSettings(), PlotSettings(),    ExactSettingsSection()};
 }
 
 CursorPositions& CurrentCursorPositions() {

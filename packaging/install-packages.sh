@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build needs, if any is missing. `tests` adds what tests and measurements need.
+# Installs the Debian packages that the build needs, if any is missing. `tests` adds what tests and measurements need,
+# `gates` what the further checks of continuous integration need besides.
 set -euo pipefail
 
 packages=(
@@ -8,7 +9,10 @@ packages=(
     libsqlite3-dev libcli11-dev nlohmann-json3-dev fonts-liberation libhowardhinnant-date-dev
     libboost-math-dev libeigen3-dev
 )
-if [ "${1:-}" = tests ]; then
+if [ "${1:-}" = gates ]; then
+    packages+=(git clang clang-format clang-tidy)
+fi
+if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3)
 fi
 

@@ -1,10 +1,11 @@
-// The passes of the transform, included once for each instruction set (FFT_TARGET) into a namespace of its own.
+// The passes of the transform, included once for each instruction set (FFT_TARGET) into a namespace of its
+// own.
 //
-// Real and imaginary parts lie in two arrays, so that eight neighbouring points fill two vectors. The transform forth
-// is decimation in frequency: a block of n points is combined into four blocks of n/4, each of which is a transform
-// of its own. The way back undoes the same passes in reverse order (decimation in time). A block is carried down
-// to 64 points, multiplied with the spectrum and carried up again before its neighbour is touched: all but the outer
-// passes run in the innermost cache.
+// Real and imaginary parts lie in two arrays, so that eight neighbouring points fill two vectors. The
+// transform forth is decimation in frequency: a block of n points is combined into four blocks of n/4, each
+// of which is a transform of its own. The way back undoes the same passes in reverse order (decimation in
+// time). A block is carried down to 64 points, multiplied with the spectrum and carried up again before its
+// neighbour is touched: all but the outer passes run in the innermost cache.
 
 /// Eight points.
 struct Points8 {
@@ -28,11 +29,19 @@ FFT_INLINE void Store(float* re, float* im, std::size_t at, Points8 p) {
     StoreLanes(im + at, p.im);
 }
 
-FFT_INLINE Points8 Sum(Points8 a, Points8 b) { return {a.re + b.re, a.im + b.im}; }
-FFT_INLINE Points8 Difference(Points8 a, Points8 b) { return {a.re - b.re, a.im - b.im}; }
+FFT_INLINE Points8 Sum(Points8 a, Points8 b) {
+    return {a.re + b.re, a.im + b.im};
+}
+FFT_INLINE Points8 Difference(Points8 a, Points8 b) {
+    return {a.re - b.re, a.im - b.im};
+}
 /// a + ib and a − ib
-FFT_INLINE Points8 SumTurned(Points8 a, Points8 b) { return {a.re - b.im, a.im + b.re}; }
-FFT_INLINE Points8 DifferenceTurned(Points8 a, Points8 b) { return {a.re + b.im, a.im - b.re}; }
+FFT_INLINE Points8 SumTurned(Points8 a, Points8 b) {
+    return {a.re - b.im, a.im + b.re};
+}
+FFT_INLINE Points8 DifferenceTurned(Points8 a, Points8 b) {
+    return {a.re + b.im, a.im - b.re};
+}
 FFT_INLINE Points8 Product(Points8 a, Points8 w) {
     return {a.re * w.re - a.im * w.im, a.im * w.re + a.re * w.im};
 }
@@ -64,8 +73,12 @@ FFT_INLINE void Back4(Points8& p0, Points8& p1, Points8& p2, Points8& p3) {
 }
 
 /// Times e^(−iπ/4) and e^(+iπ/4).
-FFT_INLINE Points8 EighthBack(Points8 p) { return {(p.re + p.im) * sqrtHalf, (p.im - p.re) * sqrtHalf}; }
-FFT_INLINE Points8 EighthForth(Points8 p) { return {(p.re - p.im) * sqrtHalf, (p.im + p.re) * sqrtHalf}; }
+FFT_INLINE Points8 EighthBack(Points8 p) {
+    return {(p.re + p.im) * sqrtHalf, (p.im - p.re) * sqrtHalf};
+}
+FFT_INLINE Points8 EighthForth(Points8 p) {
+    return {(p.re - p.im) * sqrtHalf, (p.im + p.re) * sqrtHalf};
+}
 
 /// Eight-point transform forth across p[0 … 7]; results in the order 0 2 4 6 1 3 5 7.
 FFT_INLINE void Forth8(Points8* p) {
@@ -146,8 +159,8 @@ FFT_INLINE Points8 Rotation(const float* rotations, std::size_t r) {
     return {LoadLanes(rotations + 16 * r), LoadLanes(rotations + 16 * r + 8)};
 }
 
-/// The innermost 64 points: two passes of eight forth, product with the spectrum, two passes back; all in registers.
-/// With `record` the transform itself is kept in `spectrum` instead.
+/// The innermost 64 points: two passes of eight forth, product with the spectrum, two passes back; all in
+/// registers. With `record` the transform itself is kept in `spectrum` instead.
 FFT_TARGET void Block64(const float* rotations, float* re, float* im, float* spectrum, bool record) {
     Points8 p[8];
     for (std::size_t i = 0; i < 8; ++i)

@@ -31,8 +31,7 @@ PlainLayout PlainLayoutOf(const LasLayout& layout) {
 
 LasRows::LasRows(const TextFile& file, const LasLayout& layout, CellRules rules,
                  std::vector<LineRange> leaveOut)
-    : 
-      layout_(layout),
+    : layout_(layout),
       rules_(std::move(rules)),
       leaveOut_(std::move(leaveOut)),
       reader_(file),
