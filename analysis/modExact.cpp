@@ -1,6 +1,10 @@
 #include "analysis/modExact.h"
 
+#include <algorithm>
 #include <cmath>
+#include <deque>
+#include <future>
+#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -26,6 +30,11 @@ constexpr const char* source = "modExact";
 // --- Settings ---
 
 constexpr const char* section = "Exact";
+
+constexpr const char* filteredByTheSystem =
+    "pressure or flow were filtered by the acquisition system, which shifts phase: its filters should be "
+    "off; "
+    "lag of the filter is not corrected";
 
 SettingFields Fields(ExactSettings& settings) {
     return {{"FirstCycle", &settings.firstCycle, {0, highestSetting, "First cycle: Out of range"}},
@@ -100,9 +109,16 @@ bool EndsBefore(const Item& curve, const CurveReader& reader) {
     return reader.Info().extentLast < curve.Info().extentLast;
 }
 
-ExactLevel LevelOf(const DatasetRecord& record, const ExactSettings& settings) {
+/// A level as it is in the database, and what is to be said of its curves.
+struct ReadLevel {
+    LevelRecord record;
+    std::vector<std::string> notes;
+};
+
+ReadLevel LevelFrom(const DatasetRecord& record) {
     const CurveChoice& choice = CurrentSelection().choice;
-    LevelRecord level;
+    ReadLevel read;
+    LevelRecord& level = read.record;
     level.dataset = record.dataset;
     const auto count = static_cast<std::size_t>(record.cycles.RealCycles());
     if (count > 0)
@@ -115,14 +131,10 @@ ExactLevel LevelOf(const DatasetRecord& record, const ExactSettings& settings) {
     CurveReader flow(database, record.dataset, choice.flow, Between::linear);
     level.pressure = ReadWhole(pressure, psi);
     level.flow = ReadWhole(flow, barrels);
-    ExactLevel result = AnalyseLevel(std::move(level), settings);
     const auto valve = Item::Find(database, ItemPath(record.dataset, curve::valvePosition));
     if (valve && (EndsBefore(*valve, pressure) || EndsBefore(*valve, flow)))
-        result.notes.push_back(
-            "pressure or flow were filtered by the acquisition system, which shifts phase: its filters "
-            "should "
-            "be off; lag of the filter is not corrected");
-    return result;
+        read.notes.push_back(filteredByTheSystem);
+    return read;
 }
 
 /// What a computation threw, in words.
@@ -130,15 +142,47 @@ std::string FaultInFlight() {
     return ErrorFromCurrentException(source).description;
 }
 
-ExactLevel SoundLevel(const DatasetRecord& record, const ExactSettings& settings) {
+ExactLevel FailedLevel(const std::string& dataset) {
+    ExactLevel level;
+    level.dataset = dataset;
+    level.fault = FaultInFlight();
+    return level;
+}
+
+ExactLevel SoundLevel(ReadLevel read, const ExactSettings& settings) {
+    const std::string dataset = read.record.dataset;
     try {
-        return LevelOf(record, settings);
-    } catch (...) {
-        ExactLevel level;
-        level.dataset = record.dataset;
-        level.fault = FaultInFlight();
+        ExactLevel level = AnalyseLevel(std::move(read.record), settings);
+        level.notes.insert(level.notes.end(), read.notes.begin(), read.notes.end());
         return level;
+    } catch (...) {
+        return FailedLevel(dataset);
     }
+}
+
+/// Levels are read one after the other, since the database is of one thread, and analysed side by side; no
+/// more of them are in memory than there are processors.
+std::vector<ExactLevel> SoundLevels(const ExactSettings& settings) {
+    const std::size_t most = std::max(1U, std::thread::hardware_concurrency());
+    std::vector<ExactLevel> levels;
+    std::deque<std::future<ExactLevel>> working;
+    const auto takeFirst = [&] {
+        levels.push_back(working.front().get());
+        working.pop_front();
+    };
+    for (const DatasetRecord& record : CurrentSelection().datasets) {
+        if (working.size() >= most)
+            takeFirst();
+        try {
+            working.push_back(std::async(std::launch::async, SoundLevel, LevelFrom(record), settings));
+        } catch (...) {
+            ExactLevel failed = FailedLevel(record.dataset);
+            working.push_back(std::async(std::launch::deferred, [failed] { return failed; }));
+        }
+    }
+    while (!working.empty())
+        takeFirst();
+    return levels;
 }
 
 // --- Intervals ---
@@ -223,8 +267,7 @@ std::string ExactSettingsFault(const ExactSettings& settings) {
 
 ExactResults ComputeExact(const ExactSettings& settings) {
     ExactResults results;
-    for (const DatasetRecord& record : CurrentSelection().datasets)
-        results.levels.push_back(SoundLevel(record, settings));
+    results.levels = SoundLevels(settings);
     for (std::size_t i = 1; i < results.levels.size(); ++i)
         results.intervals.push_back(SoundInterval(i, results.levels, settings));
     return results;
