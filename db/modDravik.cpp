@@ -101,13 +101,16 @@ std::vector<std::string> ItemsOf(const Database& database, const std::string& da
     return names;
 }
 
-Growth ReadGrowth(const Database& database, std::vector<DatasetRecord>& datasets, std::size_t index) {
+Growth UpdateDatasetInformation(const Database& database, std::vector<DatasetRecord>& datasets,
+                                std::size_t index) {
     return Attempt(updatingInformation, Growth::failed, [&] {
-        DatasetRecord& record = CheckedAt(datasets, static_cast<std::int64_t>(index), "ReadGrowth");
+        DatasetRecord& record =
+            CheckedAt(datasets, static_cast<std::int64_t>(index), "UpdateDatasetInformation");
         const std::int32_t extentA = record.extentA;
         const std::int32_t extentB = record.extentB;
+        record.database = Trimmed(record.database);
         record.dataset = Trimmed(record.dataset);
-        const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "ReadGrowth");
+        const CommonCurve& first = CheckedAt(CurrentSelection().commonCurves, 0, "UpdateDatasetInformation");
         const std::string path = ItemPath(record.dataset, first.name);
         const std::optional<Item> item = Item::FindQuietly(database, path);
         if (!item) {
@@ -117,16 +120,6 @@ Growth ReadGrowth(const Database& database, std::vector<DatasetRecord>& datasets
         record.extentA = item->Info().extentFirst;
         record.extentB = item->Info().extentLast;
         return record.extentA != extentA || record.extentB != extentB ? Growth::grown : Growth::none;
-    });
-}
-
-bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index) {
-    return Attempt(updatingInformation, false, [&] {
-        DatasetRecord& record =
-            CheckedAt(datasets, static_cast<std::int64_t>(index), "UpdateDatasetInformation");
-        record.database = Trimmed(record.database);
-        const DravikDatabase database(record.database);
-        return database.IsOpen() && ReadGrowth(database, datasets, index) == Growth::grown;
     });
 }
 

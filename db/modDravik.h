@@ -34,10 +34,10 @@ std::vector<std::string> ItemsOf(const Database& database, const std::string& da
 
 /// What became of a dataset's extent; `failed` after a report.
 enum class Growth { none, grown, failed };
-/// Reads the extent of the dataset's first common curve again.
-Growth ReadGrowth(const Database& database, std::vector<DatasetRecord>& datasets, std::size_t index);
-/// The same as a yes or no, opening and closing the database: true when it changed.
-bool UpdateDatasetInformation(std::vector<DatasetRecord>& datasets, std::size_t index);
+/// Reads the extent of the dataset's first common curve again; its names are stored back without blanks at
+/// their ends.
+Growth UpdateDatasetInformation(const Database& database, std::vector<DatasetRecord>& datasets,
+                                std::size_t index);
 
 /// "LEVEL1" to "LEVEL1/_defaults_/1".
 std::string PresentationPath(const std::string& dataset);

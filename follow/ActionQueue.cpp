@@ -70,7 +70,7 @@ bool ExtendToRecorded(const Database& database, std::size_t index) {
     Presentation presentation;
     if (!GetPresentationInformation(database, datasets, index, presentation))
         return false;
-    const Growth growth = ReadGrowth(database, datasets, index);
+    const Growth growth = UpdateDatasetInformation(database, datasets, index);
     DatasetRecord& record = datasets[index];
     // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
     if (growth == Growth::none && !record.extensionOwed)
