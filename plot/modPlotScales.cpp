@@ -140,10 +140,12 @@ std::optional<double> TryRound(const char* stepText, double value, std::int32_t 
     return Attempt(stepText, std::optional<double>{},
                    [&] { return std::optional<double>(CheckedRound(value, step, stepsUp)); });
 }
-std::optional<double> TryRoundDown(double value, std::int32_t step) {
+/// floor(v / n) · n, and one whole step more: (floor(v / n) + 1) · n, also when v is a multiple already (kept
+/// on purpose: data never touch the upper edge). Nothing after the report of a product beyond 32 bits.
+std::optional<double> RoundDown(double value, std::int32_t step) {
     return TryRound("Rounding down", value, step, 0);
 }
-std::optional<double> TryRoundUp(double value, std::int32_t step) {
+std::optional<double> RoundUp(double value, std::int32_t step) {
     return TryRound("Rounding up", value, step, 1);
 }
 
@@ -153,8 +155,8 @@ void UpdateAxis(AxisOptions& axis, const DataExtent& extent, std::int32_t step) 
     if (!axis.automatic)
         return;
     const bool sampled = extent.minimum && extent.maximum;
-    const std::optional<double> low = sampled ? TryRoundDown(*extent.minimum, step) : 0.0;
-    const std::optional<double> high = sampled ? TryRoundUp(*extent.maximum, step) : step;
+    const std::optional<double> low = sampled ? RoundDown(*extent.minimum, step) : 0.0;
+    const std::optional<double> high = sampled ? RoundUp(*extent.maximum, step) : step;
     if (low && high) {
         axis.plottedMinimum = *low;
         axis.plottedMaximum = *high;
@@ -180,13 +182,6 @@ void WritePresentationOptions() {
     Attempt("Writing presentation options", [] { WriteFields(section, Fields(PrsOpt())); });
 }
 
-double RoundDown(double value, std::int32_t step) {
-    return TryRoundDown(value, step).value_or(0.0);
-}
-double RoundUp(double value, std::int32_t step) {
-    return TryRoundUp(value, step).value_or(0.0);
-}
-
 PlottedRange RangeInSeconds(std::int32_t first, std::int32_t last) {
     PlottedRange range{RoundTo<std::int32_t>(first / 100.0, source),
                        RoundTo<std::int32_t>(last / 100.0, source)};
@@ -209,10 +204,6 @@ void UpdateYAxes(PresentationOptions& options, const DataExtents& extents) {
         for (std::size_t i = 0; i < quantityCount; ++i)
             UpdateAxis(options.axes[i], extents[i], axisRules[i].roundingStep);
     });
-}
-
-void UpdateYAxes(const DataExtents& extents) {
-    UpdateYAxes(PrsOpt(), extents);
 }
 
 ScalesForm ShowPresentationOptions() {

@@ -64,12 +64,6 @@ using DataExtents = std::array<DataExtent, quantityCount>;
 void ReadPresentationOptions();
 void WritePresentationOptions();
 
-/// floor(v / n) · n, and one whole step more: (floor(v / n) + 1) · n, also when v is a multiple already (kept
-/// on purpose: data never touch the upper edge). A product beyond 32 bits is reported as overflow (6) under
-/// the steps "Rounding down" and "Rounding up" and gives 0.
-double RoundDown(double value, std::int32_t step);
-double RoundUp(double value, std::int32_t step);
-
 /// Whole seconds, at least 60 apart, of a span in hundredths of a second; halves go to the even second.
 struct PlottedRange {
     std::int32_t start = 0;
@@ -85,7 +79,6 @@ void UpdateTimeRange(std::int32_t first, std::int32_t last);
 /// is automatic, else the user's. An automatic axis without a sample goes from 0 to one step; one whose
 /// extents cannot be rounded in 32 bits gets the user's range after the report.
 void UpdateYAxes(PresentationOptions& options, const DataExtents& extents);
-void UpdateYAxes(const DataExtents& extents);
 
 /// The dialog's controls as values.
 struct AxisForm {
