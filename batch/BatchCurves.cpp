@@ -121,13 +121,13 @@ void MakeCurvesAndCycles(const BatchOptions& options) {
         SayFilter();
     for (std::size_t i = 0; i < plan.size(); ++i)
         if (plan[i].filtered)
-            Require(CreateFilteredCurves(i, false));
+            Require(WithDatabase(i, CreateFilteredCurves, false));
     for (std::size_t i = 0; i < plan.size(); ++i)
         FindCycles(i, plan[i].valve, writable);
     ResetFilterSlots();
     for (std::size_t i = 0; i < plan.size(); ++i)
         if (plan[i].dravikFlow)
-            Require(FilterDatasetFlow(i, false));
+            Require(WithDatabase(i, FilterDatasetFlow, false));
     Require(RefreshCommonCurves());
 }
 

@@ -116,8 +116,7 @@ bool ExtendDataset(std::size_t index) {
         CurrentSelection().datasets[index].extensionOwed = true;
         return false;
     }
-    const bool extended =
-        WithDatabase(index, [&](const Database& database) { return ExtendToRecorded(database, index); });
+    const bool extended = WithDatabase(index, ExtendToRecorded);
     if (index >= CurrentSelection().datasets.size())
         return false;
     DatasetRecord& record = CurrentSelection().datasets[index];

@@ -95,9 +95,7 @@ void CatchUpWithRecordings() {
     const auto& datasets = CurrentSelection().datasets;
     for (std::size_t i = 0; i < datasets.size(); ++i) {
         if (datasets[i].pendingFlag == 0)
-            Attempt("Completing curves", false, [&] {
-                return WithDatabase(i, [&](const Database& database) { return CompleteCurves(database, i); });
-            });
+            Attempt("Completing curves", false, [&] { return WithDatabase(i, CompleteCurves); });
         else if (allThere)
             ExtendDataset(i);  // reports; what failed is taken up by the next tick
     }

@@ -18,12 +18,13 @@ namespace vorela {
 /// The record of a selected dataset; throws subscript out of range.
 DatasetRecord& SelectedDataset(std::size_t index);
 
-/// One pass over a selected dataset: opens its database, hands it to `work` and closes it. False when one of
-/// the three is; failures of opening and closing have been told.
-template <typename Work>
-bool WithDatabase(std::size_t index, Work&& work) {
+/// One pass over a selected dataset: opens its database, hands it to `work` with the index and what else
+/// `work` takes, and closes it. False when one of the three is; failures of opening and closing have been
+/// told.
+template <typename Work, typename... Arguments>
+bool WithDatabase(std::size_t index, const Work& work, const Arguments&... arguments) {
     DravikDatabase database(SelectedDataset(index).database);
-    return database.IsOpen() && std::forward<Work>(work)(std::as_const(database)) && database.Close();
+    return database.IsOpen() && work(std::as_const(database), index, arguments...) && database.Close();
 }
 
 /// True when something is selected and every selected dataset's database opens; otherwise a critical box has

@@ -30,8 +30,6 @@ constexpr const char* overwriteQuestion =
     "The Dravik filtered flow curve already exists.\rDo you want to overwrite the existing curves?";
 constexpr const char* caption = "Vorela";
 
-/// Hundredths of a second: what the filter library is told about the unit of step and lag.
-
 const Smooth32Api& Api() {
     return LoadedLibraries().filter;
 }
@@ -252,7 +250,7 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
             return false;
         ResetFilterSlots();
         for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
-            if (!FilterDatasetFlow(i, false))
+            if (!WithDatabase(i, FilterDatasetFlow, false))
                 return false;
         return RefreshCommonCurves();
     });
@@ -272,13 +270,6 @@ CurveStanding FilteredFlowStanding(const Database& database, std::size_t index) 
 
 bool FilterDatasetFlow(const Database& database, std::size_t index, bool incremental) {
     return Attempt(creatingFailed, false, [&] { return FilterDataset(database, index, incremental); });
-}
-
-bool FilterDatasetFlow(std::size_t index, bool incremental) {
-    return Attempt(creatingFailed, false, [&] {
-        return WithDatabase(
-            index, [&](const Database& database) { return FilterDatasetFlow(database, index, incremental); });
-    });
 }
 
 }  // namespace vorela

@@ -27,7 +27,5 @@ bool CreateFilteredFlow(bool askBeforeOverwriting);
 CurveStanding FilteredFlowStanding(const Database& database, std::size_t index);
 /// The worker for one dataset. A recording that stands in the place of the curve is left as it is.
 bool FilterDatasetFlow(const Database& database, std::size_t index, bool incremental);
-/// The same as a pass of its own.
-bool FilterDatasetFlow(std::size_t index, bool incremental);
 
 }  // namespace vorela

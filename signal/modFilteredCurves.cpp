@@ -327,14 +327,6 @@ bool CreateFilteredCurves(const Database& database, std::size_t index, bool incr
     });
 }
 
-bool CreateFilteredCurves(std::size_t index, bool incremental) {
-    return Attempt(creatingFailed, false, [&] {
-        return WithDatabase(index, [&](const Database& database) {
-            return CreateFilteredCurves(database, index, incremental);
-        });
-    });
-}
-
 bool CreateFilteredCurvesInAll(int filterN) {
     const bool stored = Attempt(creatingCurves, [&] {
         CurrentParameters().filterN = CheckedNarrow<std::int16_t>(filterN, source);
@@ -353,9 +345,7 @@ bool CreateFilteredCurvesInAll() {
         const std::size_t datasets = CurrentSelection().datasets.size();
         return WithProgress(slots * datasets, [&](FilterProgress& progress) {
             for (std::size_t index = 0; index < datasets; ++index)
-                if (!WithDatabase(index, [&](const Database& database) {
-                        return CreateWithProgress(database, index, false, &progress);
-                    }))
+                if (!WithDatabase(index, CreateWithProgress, false, &progress))
                     return false;
             return RefreshCommonCurves();
         });

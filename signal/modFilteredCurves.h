@@ -26,8 +26,6 @@ bool FilteredCurvesExist();
 /// Samples that are missing or are no numbers are not available to the filters. A recording that stands in
 /// the place of one of them is left as it is.
 bool CreateFilteredCurves(const Database& database, std::size_t index, bool incremental);
-/// The same as a pass of its own.
-bool CreateFilteredCurves(std::size_t index, bool incremental);
 
 /// How the filtered curves of the current parameters are made: the text that such a curve carries.
 std::string FilterDescription();

@@ -322,9 +322,8 @@ bool FilteredCurvesAreThere() {
 /// user wants it made anew.
 bool FindOrMakeCycles(std::size_t index, bool makeAnew) {
     const bool asItStands = !makeAnew && ValveSignalPresent() && !IsWritable(SelectedDataset(index).database);
-    return WithDatabase(index, [&](const Database& database) {
-        return asItStands ? FindValveCycles(database, index) : ReconstructValveCurve(database, index, false);
-    });
+    return asItStands ? WithDatabase(index, FindValveCycles)
+                      : WithDatabase(index, ReconstructValveCurve, false);
 }
 
 bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, const std::string& refusal) {
@@ -342,11 +341,7 @@ bool Recalculate(CycleSource source, const std::vector<CycleSource>& allowed, co
     const StatusScope status(recalculatingStatus);
     bool done = true;
     for (std::size_t i = 0; i < datasets.size(); ++i)
-        done = WithDatabase(i,
-                            [&](const Database& database) {
-                                return !Analysis().recalculate || Analysis().recalculate(database, i, source);
-                            }) &&
-               done;
+        done = (!Analysis().recalculate || WithDatabase(i, Analysis().recalculate, source)) && done;
     return done;
 }
 
@@ -424,14 +419,6 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
 
 bool ReconstructValveCurve(const Database& database, std::size_t index, bool incremental) {
     return Attempt(creatingFailed, false, [&] { return ReconstructDataset(database, index, incremental); });
-}
-
-bool ReconstructValveCurve(std::size_t index, bool incremental) {
-    return Attempt(creatingFailed, false, [&] {
-        return WithDatabase(index, [&](const Database& database) {
-            return ReconstructValveCurve(database, index, incremental);
-        });
-    });
 }
 
 CurveStanding ValveSignalStanding(const Database& database, std::size_t index) {

@@ -45,8 +45,6 @@ bool CreateReconstructedValveCurves(bool askBeforeOverwriting);
 /// The worker for one dataset: writes PVLSIG (from the start, or extends it) and reports each boundary. A
 /// recorded PVLSIG is left as it is.
 bool ReconstructValveCurve(const Database& database, std::size_t index, bool incremental);
-/// The same as a pass of its own.
-bool ReconstructValveCurve(std::size_t index, bool incremental);
 /// The same walk without writing: cycles of a dataset that has all its derived curves (a read-only database).
 bool FindValveCycles(const Database& database, std::size_t index);
 

@@ -39,7 +39,9 @@ class CycleAnalysis : public DravikFixture {
         AddCurves("L1", ValveCurves({firstBoundary, periodCs, samples}));
         Select({"L1"});
     }
-    static bool CreateCurves() { return CreateFilteredCurves(0, false) && ReconstructValveCurve(0, false); }
+    static bool CreateCurves() {
+        return WithDatabase(0, CreateFilteredCurves, false) && WithDatabase(0, ReconstructValveCurve, false);
+    }
 
     static CycleRecord& Cycles() { return CurrentSelection().datasets[0].cycles; }
 };
@@ -178,7 +180,7 @@ TEST_F(CycleAnalysis, FirstBoundaryOnlyOpensACycleAndTheWindowStandsBehindTheLas
     EXPECT_DOUBLE_EQ(cycles.period[5], 0) << "the window has no measured period";
     SetCursorSpanSource([](std::size_t) { return CursorSpan{1e9, 25, 0, 486}; });
     for (const std::size_t boxes : {1U, 1U}) {  // told once, however often it is tried
-        EXPECT_TRUE(ReconstructValveCurve(0, true));
+        EXPECT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
         EXPECT_EQ(ports.boxes.size(), boxes);
         EXPECT_EQ(cycles.analysed[5], 0);
     }

@@ -130,8 +130,8 @@ Outcome LiveFixture::Observe(const std::string& dataset) {
 bool LiveFixture::CreateAll(std::size_t index) {
     ResetFilterSlots();
     ResetDatasetCycles(index);
-    return CreateFilteredCurves(index, false) && ReconstructValveCurve(index, false) &&
-           FilterDatasetFlow(index, false);
+    return WithDatabase(index, CreateFilteredCurves, false) &&
+           WithDatabase(index, ReconstructValveCurve, false) && WithDatabase(index, FilterDatasetFlow, false);
 }
 
 Outcome LiveFixture::OneRunOver(const std::vector<CurveSpec>& curves) {

@@ -35,7 +35,7 @@ class SpinnerFilter : public DravikFixture {
 TEST_F(SpinnerFilter, OutputIsMovedBackByTheLagAndItsEndStaysUnwritten) {
     MakeLevel("L", Flow());
     SetFilter(square, 0.9);  // nine samples, lag 40
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
     const StoredCurve flow = ReadCurve("L", "RTC");
     const StoredCurve filtered = ReadCurve("L", "RTC_f");
     EXPECT_EQ(filtered.info.extentFirst, 200);
@@ -62,7 +62,7 @@ TEST_F(SpinnerFilter, EachFilterSaysHowItWasMadeAndNoneWritesTheValuesThemselves
                                                                    {triangle, 2.1, "Triangle,2.1"}};
     for (const auto& [type, length, definition] : filters) {
         SetFilter(type, length);
-        ASSERT_TRUE(FilterDatasetFlow(0, false));
+        ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
         EXPECT_EQ(Made(), definition + " by Smooth32");
         EXPECT_EQ(ReadCurve("L", "RTC_f").samples == ReadCurve("L", "RTC").samples, type == none);
     }
@@ -71,22 +71,22 @@ TEST_F(SpinnerFilter, EachFilterSaysHowItWasMadeAndNoneWritesTheValuesThemselves
 TEST_F(SpinnerFilter, AnotherFilterAndADatasetImportedAgainStartTheCurveAnew) {
     MakeLevel("L", Flow(150));
     SetFilter(square, 1);
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
     SetFilter(triangle, 9);
     Append("L", Flow(), samples - 150);
-    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
     SetFilter(square, 5);
-    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
     EXPECT_EQ(Made(), "Triangle,9 by Smooth32") << "a living filter goes on";
     SetFilter(triangle, 9);
     const StoredCurve extended = ReadCurve("L", "RTC_f");
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
     EXPECT_EQ(extended.samples, ReadCurve("L", "RTC_f").samples);
     SetFilter(square, 1);
-    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
     DeleteItem("L");
     AddCurve("L", Flow(60));
-    ASSERT_TRUE(FilterDatasetFlow(0, true));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
     EXPECT_EQ(ReadCurve("L", "RTC_f").samples.size(), 55U);
 }
 
@@ -95,12 +95,12 @@ TEST_F(SpinnerFilter, ThatWasReleasedJoinsWithoutAStepWhereItGoesOn) {
         const std::string level = "JOIN" + std::to_string(type);
         MakeLevel(level, Flow(170, true));
         SetFilter(type, 4);
-        ASSERT_TRUE(FilterDatasetFlow(0, true));
+        ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
         ResetFilterSlots();
         Append(level, Flow(samples, true), samples - 170);
-        ASSERT_TRUE(FilterDatasetFlow(0, true));
+        ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, true));
         const StoredCurve joined = ReadCurve(level, "RTC_f");
-        ASSERT_TRUE(FilterDatasetFlow(0, false));
+        ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
         const StoredCurve whole = ReadCurve(level, "RTC_f");
         ASSERT_EQ(joined.samples.size(), whole.samples.size());
         for (std::size_t i = 0; i < whole.samples.size(); ++i)
@@ -130,10 +130,10 @@ TEST_F(SpinnerFilter, InteractiveEntryFindsTheCurveAfterwardsAndAsksBeforeOverwr
 TEST_F(SpinnerFilter, ALengthOrTypeThatIsNoneIsToldAndLeavesTheCurve) {
     MakeLevel("L", Flow());
     SetFilter(square, 1);
-    ASSERT_TRUE(FilterDatasetFlow(0, false));
+    ASSERT_TRUE(WithDatabase(0, FilterDatasetFlow, false));
     const auto before = ReadCurve("L", "RTC_f").samples;
     SetFilter(square, -1);
-    EXPECT_FALSE(FilterDatasetFlow(0, false));
+    EXPECT_FALSE(WithDatabase(0, FilterDatasetFlow, false));
     EXPECT_EQ(ports.TakeBox(),
               (ShownBox{MessageIcon::information, "Vorela", "Error creating filtered flow"}));
     CurrentParameters().dFilt = 9;

@@ -104,7 +104,7 @@ TEST_F(FilteredCurves, StandAgainstWhatOneRunWouldLeave) {
     SelectLevel(Level(2300));
     const auto standing = [&] { return Standings()[0].standing; };
     EXPECT_EQ(standing(), Standing::missing);
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
     EXPECT_EQ(standing(), Standing::complete);
     Append("LEVEL1", Pressure(), 1);
     EXPECT_EQ(standing(), Standing::incomplete) << "one sample further";
@@ -119,7 +119,7 @@ TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
     std::vector<CurveSpec> curves = Level(300);
     curves.push_back({"GAUGE", "kPa", 300, [](std::int32_t) { return 812.5; }, 500, 10, 6.9F, 101.3F});
     SelectLevel(curves, "GAUGE");
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
     const StoredCurve output = ReadCurve("LEVEL1", "GAUGE_p");
     EXPECT_THAT(output.samples, testing::Each(std::optional(0.0F)));
     EXPECT_EQ(output.samples.size(), 100);
@@ -135,7 +135,7 @@ TEST_F(FilteredCurves, ByBandPassAreBlankedHalfAKernelAndValidBetween) {
     for (CurveSpec& curve : level)
         curve.step = 20;
     SelectLevel(level);
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
     // The step enters in hundredths. Kernel 1 × 20.09 × 20 = 401.8, rounded 402 samples: 201 zeros at the
     // start, 202 at the end.
     EXPECT_THAT(GetPassBand(1).text, HasSubstr("periods from 40.2 s to 160.7 s"));
@@ -150,7 +150,7 @@ TEST_F(FilteredCurves, ByBandPassAreBlankedHalfAKernelAndValidBetween) {
 
 TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
     SelectLevel(Level(900));
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     const StoredCurve first = Filtered();
     EXPECT_GE(FirstProvisionalIndex(0), 500);
     EXPECT_LE(FirstProvisionalIndex(0), first.info.validLast + 10);
@@ -160,11 +160,11 @@ TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
         if (added == 2)  // somebody else's, made the same way
             AddCurve("LEVEL1", {"ZG_p", "psi", 0, Signal, 500, 10, 1.0F, 0.0F, 1, first.info.made});
         Append("LEVEL1", Pressure(), 1);
-        ASSERT_TRUE(CreateFilteredCurves(0, true));
+        ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
         EXPECT_EQ(Filtered().samples.size(), first.samples.size() + added);
     }
     CurrentParameters().period = 30;
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     EXPECT_EQ(Filtered().info.made, "half-period difference, 1 pass, period 30 s");
     EXPECT_EQ(Filtered().info.extentLast, 9510 - 3000) << "nothing of the older, longer curve is left";
     EXPECT_TRUE(ports.statusTexts.empty()) << "extensions are silent";
@@ -177,23 +177,23 @@ TEST_F(FilteredCurves, LeaveGapsWhereTheBandPassTouchesOneEvenWhereZerosStoodBef
         return t >= 8500 && t < 8600 ? std::nullopt : std::optional(Signal(t));
     };
     SelectLevel(Level(790));
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     Append("LEVEL1", withGap, 400);
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     const StoredCurve live = Filtered();
     EXPECT_FALSE(live.At(8500)) << "within the gap";
     EXPECT_FALSE(live.At(7600)) << "its kernel reaches the gap; a zero of the blanked end stood here";
     EXPECT_TRUE(live.At(7400));
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
     ExpectSameCurve(live, Filtered());
 }
 
 TEST_F(FilteredCurves, ThatCannotBeMadeAreReportedOnceAndTheOldOnesStay) {
     SelectLevel(Level(900));
-    ASSERT_TRUE(CreateFilteredCurves(0, false));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
     const StoredCurve old = Filtered();
     const auto expectRefusal = [&](const std::string& text) {
-        EXPECT_FALSE(CreateFilteredCurves(0, false));
+        EXPECT_FALSE(WithDatabase(0, CreateFilteredCurves, false));
         EXPECT_THAT(ports.TakeBox().text, HasSubstr(text));
         EXPECT_EQ(ports.value, 0);
     };
@@ -217,7 +217,7 @@ TEST_F(FilteredCurves, OfALongRunThatFailsStayAsFarAsTheyAreFinal) {
     curves[0].count = 270000;
     curves[0].value = [](std::int32_t t) { return t < 2690000 ? Signal(t) : t % 20 == 0 ? 3e38 : -3e38; };
     SelectLevel(curves);
-    EXPECT_FALSE(CreateFilteredCurves(0, false));
+    EXPECT_FALSE(WithDatabase(0, CreateFilteredCurves, false));
     const ItemInfo output = Filtered().info;
     EXPECT_GT(output.validLast, 2600000);
     EXPECT_LE(output.validLast, output.extentLast);
@@ -235,10 +235,10 @@ TEST_F(FilteredCurves, OfADatabaseThatDoesNotOpenStopBeforeAnyDatasetIsTouched) 
 
 TEST_F(FilteredCurves, OfARecordingWithoutSamplesAreEmptyUntilThereAreSome) {
     SelectLevel(Level(0));
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     EXPECT_TRUE(Filtered().info.IsEmpty());
     Record("LEVEL1", Level(0), 0, 300);
-    ASSERT_TRUE(CreateFilteredCurves(0, true));
+    ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, true));
     EXPECT_EQ(Filtered().samples.size(), 100U);
 }
 

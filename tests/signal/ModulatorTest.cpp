@@ -111,7 +111,7 @@ class Modulator : public DravikFixture {
 
 TEST_F(Modulator, BoundariesAreFoundWhereTheTimerSaysWhateverTheSampling) {
     MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     ASSERT_EQ(boundaries.size(), cycleBoundaries);
     constexpr int timerRounding = 1;  // hundredths of a second
     for (int i = 0; i < cycleBoundaries; ++i)
@@ -132,7 +132,7 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
         std::vector<std::int32_t> cycleStarts;
         const auto expected = Reference(name, cycleStarts);
         boundaries.clear();
-        ASSERT_TRUE(ReconstructValveCurve(0, false));
+        ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
         EXPECT_EQ(ReadCurve(name, "PVLSIG").samples, expected);
         EXPECT_EQ(boundaries, cycleStarts);
 
@@ -147,9 +147,9 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
                 // The recorder writes one curve after the other: a pass between them sees the code alone.
                 for (const CurveSpec& curve : curves) {
                     Record(pieces, {curve}, count, std::min(piece, samples - count));
-                    ASSERT_TRUE(curve.name != "PVLID" || ReconstructValveCurve(0, true));
+                    ASSERT_TRUE(curve.name != "PVLID" || WithDatabase(0, ReconstructValveCurve, true));
                 }
-                ASSERT_TRUE(ReconstructValveCurve(0, true));
+                ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
             }
             EXPECT_EQ(ReadCurve(pieces, "PVLSIG").samples, expected) << pieces;
             EXPECT_EQ(boundaries, cycleStarts) << pieces;
@@ -159,34 +159,34 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
 
 TEST_F(Modulator, CyclesStartAfreshWithANewSelectionAndWithADatasetImportedAgain) {
     MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_EQ(boundaries.size(), cycleBoundaries);
     Select({"L"});
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_EQ(boundaries.size(), 2 * cycleBoundaries);
     EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries);
     takesBoundaries = false;
     Select({"L"});
-    EXPECT_FALSE(ReconstructValveCurve(0, true));
+    EXPECT_FALSE(WithDatabase(0, ReconstructValveCurve, true));
     takesBoundaries = true;
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_EQ(CyclesOfTheLevel(), cycleBoundaries) << "no boundary lost, none twice";
     DeleteItem("L");
     AddCurves("L", Level(90));
     boundaries.clear();
-    ASSERT_TRUE(ReconstructValveCurve(0, true));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_EQ(boundaries.size(), 3U);
     EXPECT_EQ(CyclesOfTheLevel(), 3);
     DeleteItem("L");
     AddCurves("L", Level(3));
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     EXPECT_THAT(ReadCurve("L", "PVLSIG").samples, testing::ElementsAre(0.0F)) << "no change yet";
 }
 
 TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
     MakeLevel("L", Level(samples, "", 40));
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     EXPECT_EQ(boundaries.size(), cycleBoundaries);
     EXPECT_NEAR(boundaries[1], 941, 1);
     const StoredCurve signal = ReadCurve("L", "PVLSIG");
@@ -197,7 +197,7 @@ TEST_F(Modulator, SignalLiesOnTheDatasetsGridWhateverTheToolsSampling) {
 
 TEST_F(Modulator, CyclesAreFoundWithoutWritingWhereTheSignalExists) {
     MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     const std::vector<std::int32_t> found = std::exchange(boundaries, {});
     const std::string bytes = ReadAll(DatabasePath());
     ASSERT_TRUE(FindValveCycles(DravikDatabase(DatabasePath()), 0));
@@ -263,7 +263,7 @@ TEST_F(Modulator, RecalculationNeedsCyclesOfTheRightSource) {
               "To re-calculate cycle information using PVLPOS the cycle information must first be "
               "calculated using PVLSIG." +
                   advice);
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     EXPECT_TRUE(RecalculateWithUnfilteredCurves());
     EXPECT_TRUE(RecalculateWithMotorPosition());
     EXPECT_FALSE(RecalculateWithMotorPosition());
@@ -274,17 +274,17 @@ TEST_F(Modulator, RecalculationNeedsCyclesOfTheRightSource) {
 
 TEST_F(Modulator, AFailureIsReportedAndTheNextExtensionGoesOn) {
     MakeLevel("L", Level());
-    ASSERT_TRUE(ReconstructValveCurve(0, false));
+    ASSERT_TRUE(WithDatabase(0, ReconstructValveCurve, false));
     const std::vector<std::int32_t> found = boundaries;
     DeleteItem("L/PVLIDT/1");
-    EXPECT_FALSE(ReconstructValveCurve(0, true));
+    EXPECT_FALSE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_THAT(ports.TakeBox().text,
                 testing::ContainsRegex("Error creating reconstructed mod curves: .*L/PVLIDT/1 in "));
     EXPECT_EQ(ports.value, 0);
     const CurveSpec timer = Level()[6];
     ASSERT_EQ(timer.name, "PVLIDT");
     AddCurve("L", timer);
-    EXPECT_TRUE(ReconstructValveCurve(0, true));
+    EXPECT_TRUE(WithDatabase(0, ReconstructValveCurve, true));
     EXPECT_EQ(boundaries, found);
 }
 
