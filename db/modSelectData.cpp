@@ -75,6 +75,19 @@ void ReadCurves(const Database& database, DatasetRecord& record) {
         Tell(MessageIcon::exclamation, record.dataset + ": damaged in the database and left out: " + damaged);
 }
 
+/// The same by the handle that a pass holds, where it is of the dataset's database; else by one of its own.
+/// False after the box of a database that does not open.
+bool ReadCurvesAgain(DatasetRecord& record, const Database* held) {
+    if (held != nullptr && held->Path() == record.database) {
+        ReadCurves(*held, record);
+        return true;
+    }
+    const DravikDatabase database(record.database);
+    if (database.IsOpen())
+        ReadCurves(database, record);
+    return database.IsOpen();
+}
+
 /// The index description of an index kind; nothing for a kind that is neither depth nor time.
 std::optional<IndexDescription> DescribeIndex(std::int16_t kind) {
     if (kind == DK_INDEX_TIME)
@@ -292,25 +305,24 @@ void FollowChosenNames() {
 }
 
 /// The extents of all datasets by the first common curve as it stands in the file now.
-void TakeExtentsAnew() {
+void TakeExtentsAnew(const Database* held = nullptr) {
     Selection& selection = CurrentSelection();
     for (DatasetRecord& record : selection.datasets) {
-        if (const DravikDatabase database(record.database); database.IsOpen())
-            ReadCurves(database, record);
+        ReadCurvesAgain(record, held);
         TakeExtent(record, selection.commonCurves);
     }
 }
 
 /// After datasets went or changed places: the common curves, and with them the positions of the choice and,
 /// where another curve is now the first, the extents.
-void FollowCommonCurves() {
+void FollowCommonCurves(const Database* held = nullptr) {
     const std::vector<CommonCurve> before = CurrentSelection().commonCurves;
     std::string ignored;
     CheckDatasets({}, ignored);
     FollowChosenNames();
     const std::vector<CommonCurve>& now = CurrentSelection().commonCurves;
     if (!now.empty() && (before.empty() || before.front().name != now.front().name))
-        TakeExtentsAnew();
+        TakeExtentsAnew(held);
 }
 
 bool SameDataset(const DatasetRecord& a, const DatasetRecord& b) {
@@ -562,16 +574,14 @@ void SortDatasets() {
     });
 }
 
-bool RefreshCommonCurves() {
-    return Attempt(checkingDatasets, false, [] {
+bool RefreshCommonCurves(const Database* held) {
+    return Attempt(checkingDatasets, false, [&] {
         std::vector<DatasetRecord>& datasets = CurrentSelection().datasets;
         for (DatasetRecord& record : datasets) {
-            const DravikDatabase database(record.database);
-            if (!database.IsOpen())
+            if (!ReadCurvesAgain(record, held))
                 return false;
-            ReadCurves(database, record);
         }
-        FollowCommonCurves();
+        FollowCommonCurves(held);
         for (DatasetRecord& record : datasets)
             TakeExtent(record, CurrentSelection().commonCurves);
         return true;

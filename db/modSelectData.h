@@ -11,6 +11,8 @@
 
 namespace vorela {
 
+class Database;
+
 /// Empties the selection: no datasets (and with them no cycles), no common curves, a new generation.
 void InitialiseDatasetVariables();
 
@@ -62,8 +64,8 @@ std::size_t PreselectedCurve(std::int16_t storedIndex, const std::string& stored
 void SortDatasets();
 
 /// After curves were created: reads each dataset's curve names again and rebuilds the common curve list.
-/// False after a report.
-bool RefreshCommonCurves();
+/// False after a report. `held`: the database that a pass has open already; it is not opened a second time.
+bool RefreshCommonCurves(const Database* held = nullptr);
 
 /// One line for each chosen input curve whose unit is not psi or rps; empty when all are.
 std::vector<std::string> UnitWarnings();

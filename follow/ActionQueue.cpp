@@ -46,13 +46,13 @@ std::vector<std::string> DerivedCurves() {
 }
 
 /// Curves that the extension has made are known from now on, and are told once.
-void LearnOfNewCurves(std::size_t index) {
+void LearnOfNewCurves(const Database& database, std::size_t index) {
     const auto known = [&](const std::string& name) {
         return std::ranges::count(CurrentSelection().datasets[index].curves, name) > 0;
     };
     std::vector<std::string> absent = DerivedCurves();
     std::erase_if(absent, known);
-    if (absent.empty() || !RefreshCommonCurves())
+    if (absent.empty() || !RefreshCommonCurves(&database))
         return;
     std::string made;
     for (const std::string& name : absent)
@@ -79,7 +79,7 @@ bool ExtendToRecorded(const Database& database, std::size_t index) {
     if (growth == Growth::failed)
         return false;
     record.extensionOwed = !ExtendCurves(database, index);
-    LearnOfNewCurves(index);
+    LearnOfNewCurves(database, index);
     return !datasets[index].extensionOwed;
 }
 

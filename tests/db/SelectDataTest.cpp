@@ -280,6 +280,12 @@ TEST_F(SelectData, CurvesMadeSinceAreFoundByARefreshAndTheChoiceStays) {
     EXPECT_TRUE(CurveInCommonList("NEW"));
     EXPECT_FALSE(CurveInCommonList("new"));
     EXPECT_THAT(CurrentSelection().choice, FieldsAre(0, 1, "ZG", "RTC"));
+    const DravikDatabase held(DatabasePath());
+    std::filesystem::rename(DatabasePath(), folder.File("away"));
+    EXPECT_TRUE(RefreshCommonCurves(&held)) << "reads by the handle of the pass";
+    EXPECT_TRUE(ports.boxes.empty());
+    EXPECT_FALSE(RefreshCommonCurves());
+    ports.TakeBox();
 }
 
 }  // namespace
