@@ -10,10 +10,8 @@ namespace {
 
 using Factor = std::pair<std::string_view, double>;
 
-constexpr double pascalsPerPsi = 4.4482216152605 / (0.0254 * 0.0254);
 constexpr double standardGravity = 9.80665;
 constexpr double pascalsPerMetreOfWater = 1000.0 * standardGravity;
-constexpr double metresPerFoot = 0.3048;
 constexpr double cubicMetresPerBarrel = 0.158987294928;
 constexpr double cubicMetresPerGallon = cubicMetresPerBarrel / 42.0;
 constexpr double secondsPerDay = 86400.0;
@@ -68,8 +66,7 @@ std::string KeyOf(std::string_view unit) {
     return key;
 }
 
-std::optional<double> FactorOf(std::string_view unit, std::span<const Factor> factors) {
-    const std::string key = KeyOf(unit);
+std::optional<double> FactorOf(std::string_view key, std::span<const Factor> factors) {
     for (const auto& [name, factor] : factors)
         if (name == key)
             return factor;
@@ -78,13 +75,17 @@ std::optional<double> FactorOf(std::string_view unit, std::span<const Factor> fa
 
 }  // namespace
 
+std::optional<double> PascalsPer(std::string_view key) {
+    return FactorOf(key, pascals);
+}
+
 std::optional<double> PsiPer(std::string_view unit) {
-    const std::optional<double> factor = FactorOf(unit, pascals);
+    const std::optional<double> factor = PascalsPer(KeyOf(unit));
     return factor ? std::optional(*factor / pascalsPerPsi) : std::nullopt;
 }
 
 std::optional<double> BarrelsPerDayPer(std::string_view unit) {
-    const std::optional<double> factor = FactorOf(unit, cubicMetresPerDay);
+    const std::optional<double> factor = FactorOf(KeyOf(unit), cubicMetresPerDay);
     return factor ? std::optional(*factor / cubicMetresPerBarrel) : std::nullopt;
 }
 

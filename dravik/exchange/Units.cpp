@@ -3,28 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
-#include <utility>
 #include <vector>
 
 #include "dravik/exchange/Cells.h"
+#include "general/Units.h"
 
 namespace dravik {
 namespace {
-
-constexpr double pascalsPerPsi = 4.4482216152605 / (0.0254 * 0.0254);
-constexpr double metresPerFoot = 0.3048;
-constexpr double standardGravity = 9.80665;
-constexpr double pascalsPerMetreOfWater = 1000.0 * standardGravity;
-
-using Factor = std::pair<std::string_view, double>;
-
-std::optional<double> FactorOf(std::string_view key, std::initializer_list<Factor> factors) {
-    for (const Factor& factor : factors) {
-        if (factor.first == key)
-            return factor.second;
-    }
-    return std::nullopt;
-}
 
 bool IsOneOf(std::string_view key, std::initializer_list<std::string_view> words) {
     return std::find(words.begin(), words.end(), key) != words.end();
@@ -140,32 +125,14 @@ std::optional<double> FeetPer(std::string_view unit) {
     if (IsOneOf(key, {"ft", "f", "foot", "feet"}))
         return 1.0;
     if (IsOneOf(key, {"m", "metre", "metres", "meter", "meters", "metre(s)", "meter(s)"}))
-        return 1.0 / metresPerFoot;
+        return 1.0 / vorela::metresPerFoot;
     if (IsOneOf(key, {"in", "inch", "inches"}))
         return 1.0 / 12.0;
     return key == ".1in" ? std::optional(1.0 / 120.0) : std::nullopt;
 }
 
 std::optional<double> PascalsPer(std::string_view unit) {
-    const std::string key = KeyOf(unit);
-    return FactorOf(key, {{"pa", 1.0},
-                          {"hpa", 100.0},
-                          {"kpa", 1000.0},
-                          {"mpa", 1e6},
-                          {"mbar", 100.0},
-                          {"bar", 1e5},
-                          {"bara", 1e5},
-                          {"barg", 1e5},
-                          {"atm", 101325.0},
-                          {"kgf/cm2", 10000.0 * standardGravity},
-                          {"mh2o", pascalsPerMetreOfWater},
-                          {"mws", pascalsPerMetreOfWater},
-                          {"mwc", pascalsPerMetreOfWater},
-                          {"cmh2o", pascalsPerMetreOfWater * 0.01},
-                          {"fth2o", pascalsPerMetreOfWater * metresPerFoot},
-                          {"inh2o", pascalsPerMetreOfWater * 0.0254},
-                          {"mmhg", 133.322387415},
-                          {"torr", 101325.0 / 760.0}});
+    return IsPsi(unit) ? std::nullopt : vorela::PascalsPer(KeyOf(unit));
 }
 
 bool IsPsi(std::string_view unit) {
@@ -173,7 +140,7 @@ bool IsPsi(std::string_view unit) {
 }
 
 double PsiOfPascals(double pascals) {
-    return pascals / pascalsPerPsi;
+    return pascals / vorela::pascalsPerPsi;
 }
 
 bool IsKnownUnit(std::string_view text) {
