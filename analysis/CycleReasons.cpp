@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "analysis/modMatchFilter.h"
+#include "db/IndexUnits.h"
 #include "db/modSelectData.h"
 #include "general/NumberText.h"
 
@@ -13,7 +14,7 @@ namespace vorela {
 namespace {
 
 std::string Seconds(std::int64_t index) {
-    return ShortestText(static_cast<double>(index) / 100.0) + " s";
+    return ShortestText(SecondsOf(index)) + " s";
 }
 
 /// "/LEVEL1/ZG/1" as "ZG".
@@ -59,7 +60,7 @@ std::optional<std::string> FaultOf(CurveReader& curve, std::int64_t first, std::
 }
 
 std::string ReasonFor(CycleCurves& curves, std::int64_t first, double period) {
-    const auto last = first + static_cast<std::int64_t>(period * 100.0);
+    const auto last = first + static_cast<std::int64_t>(IndexUnitsIn(period));
     if (last <= first)
         return "zero length at " + Seconds(first);
     for (CurveReader* curve : {&curves.valve, &curves.pressure, &curves.flow})

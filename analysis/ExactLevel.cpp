@@ -7,11 +7,12 @@
 #include <numeric>
 #include <utility>
 
+#include "db/IndexUnits.h"
+
 namespace vorela {
 namespace {
 
 using Complex = std::complex<double>;
-constexpr double hundredths = 100.0;
 constexpr double degrees = 180.0 / std::numbers::pi;
 
 // --- Cycles ---
@@ -343,7 +344,7 @@ bool HasSignal(const CurveHarmonics& curve) {
 ExactLevel AnalyseLevel(LevelRecord record, const ExactSettings& settings) {
     ExactLevel level;
     level.dataset = record.dataset;
-    level.step = record.pressure.step / hundredths;
+    level.step = SecondsOf(record.pressure.step);
     const std::vector<double> lengths = LengthsOf(record.boundaries);
     const auto real = static_cast<std::int32_t>(lengths.size());
     const ChosenCycles chosen = Choose(settings, real);
@@ -365,7 +366,7 @@ ExactLevel AnalyseLevel(LevelRecord record, const ExactSettings& settings) {
     level.firstCycle = run.first;
     level.lastCycle = run.last;
     level.periods = run.total;
-    level.period = run.Period() / hundredths;
+    level.period = SecondsOf(run.Period());
     const CurveHarmonics pressure = HarmonicsOf(record.pressure, run);
     const CurveHarmonics flow = HarmonicsOf(record.flow, run);
     PutNotes(level, chosen, settings);

@@ -117,7 +117,7 @@ double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
     const ParameterSet& parameters = CurrentParameters();
     const std::int64_t next = CheckedAt(cycles.start, n, "Cycle start");
     const std::int64_t own = CheckedAt(cycles.start, n - 1, "Cycle start");
-    double period = static_cast<double>(next - own) / indexUnitsPerSecond;
+    double period = SecondsOf(next - own);
     if (parameters.usePeriodInMatch != 0 || period < 0.0)
         period = parameters.period;
     CheckedAt(cycles.period, n - 1, "Cycle period") = period;
@@ -159,7 +159,7 @@ class Analyser {
         const std::int32_t a = cycles.start[entry];
         try {
             const Span span{PointsPerCycle(step_, period), a,
-                            RoundTo<std::int32_t>(a + period * indexUnitsPerSecond, "Resample")};
+                            RoundTo<std::int32_t>(a + IndexUnitsIn(period), "Resample")};
             // A cycle that goes on waiting costs nothing: the valve's curve does not change any more.
             if (valveKnown && WorstCoverage(span) == Coverage::later)
                 return Coverage::later;
@@ -309,7 +309,7 @@ RecordState& StateOf(const DatasetRecord& record) {
 
 std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
     const double range = static_cast<double>(std::int64_t{cursors.rangeEnd} - cursors.rangeStart);
-    return RoundTo<std::int32_t>((percent * range / 100.0 + cursors.rangeStart) * indexUnitsPerSecond,
+    return RoundTo<std::int32_t>(IndexUnitsIn(percent * range / 100.0 + cursors.rangeStart),
                                  "Window analysis");
 }
 
@@ -482,8 +482,7 @@ void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source) 
 std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds) {
     if (step == 0)
         return pointsWithoutStep;
-    const double points =
-        static_cast<double>(indexUnitsPerSecond) / std::abs(static_cast<int>(step)) * periodSeconds;
+    const double points = IndexUnitsIn(1.0) / std::abs(static_cast<int>(step)) * periodSeconds;
     const auto n = RoundTo<std::int32_t>(points, "Points per cycle");
     if (n > mostPointsPerCycle)
         throw RunTimeError{error_number::overflow, "Points per cycle",

@@ -162,8 +162,8 @@ void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quan
 }
 
 TimeSpan InHundredths(const PlottedRange& seconds) {
-    return {CheckedNarrow<std::int32_t>(std::int64_t{seconds.start} * indexUnitsPerSecond, source),
-            CheckedNarrow<std::int32_t>(std::int64_t{seconds.end} * indexUnitsPerSecond, source)};
+    return {CheckedNarrow<std::int32_t>(IndexUnitsIn(seconds.start), source),
+            CheckedNarrow<std::int32_t>(IndexUnitsIn(seconds.end), source)};
 }
 
 /// The plotted span of a dataset in the requested mode. Nothing after a report.

@@ -5,6 +5,7 @@
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
+#include "db/IndexUnits.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
@@ -52,8 +53,8 @@ PlotReadout ReadCursors(const PlotDrawing& drawing, double time1, double time2) 
         return readout;
     readout.valid = true;
     readout.elapsed = PrsOpt().elapsed;
-    readout.time1 = (time1 - drawing.information.elapsedOrigin) / 100;
-    readout.time2 = (time2 - drawing.information.elapsedOrigin) / 100;
+    readout.time1 = SecondsOf(time1 - drawing.information.elapsedOrigin);
+    readout.time2 = SecondsOf(time2 - drawing.information.elapsedOrigin);
     readout.difference = readout.time2 - readout.time1;
     if (CurrentParameters().period > 0)
         readout.periods = readout.difference / CurrentParameters().period;

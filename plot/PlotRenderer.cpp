@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
@@ -84,7 +85,7 @@ struct Cell {
     std::string TimeText(int i) const {
         const TimeSpan& span = information.span;
         const double time = span.start + (static_cast<double>(span.end) - span.start) * i / Vertical();
-        return FormatNumber((time - information.elapsedOrigin) / 100.0);
+        return FormatNumber(SecondsOf(time - information.elapsedOrigin));
     }
     double TopTextWidth(const std::optional<Quantity>& quantity) const {
         return quantity ? surface.TextWidth(ValueText(*quantity, 0)) + 2 * layout.gap : 0;

@@ -17,7 +17,7 @@ std::int32_t FloorSteps(std::int32_t t, std::int32_t n) {
 }
 
 std::int32_t Hundredths(std::int64_t seconds) {
-    return CheckedNarrow<std::int32_t>(seconds * indexUnitsPerSecond, source);
+    return CheckedNarrow<std::int32_t>(IndexUnitsIn(seconds), source);
 }
 
 }  // namespace
@@ -37,8 +37,8 @@ TimeSpan ChosenSpan(const PresentationOptions& options, std::int32_t first, std:
     if (options.timeAuto)
         return span;
     if (!options.fixed)
-        return {RoundTo<std::int32_t>(options.start * indexUnitsPerSecond, source),
-                RoundTo<std::int32_t>(options.end * indexUnitsPerSecond, source)};
+        return {RoundTo<std::int32_t>(IndexUnitsIn(options.start), source),
+                RoundTo<std::int32_t>(IndexUnitsIn(options.end), source)};
     const std::int64_t width = Hundredths(options.timeRange);
     if (span.end - width < span.start)
         span.end = CheckedNarrow<std::int32_t>(span.start + width, source);
@@ -54,7 +54,7 @@ bool TurnsPages(const PresentationOptions& options) {
 PlottedRange PageThatShows(const PresentationOptions& options, std::int32_t latest) {
     PlottedRange page{options.rangeStart, options.rangeEnd};
     std::int64_t width = options.timeRange;
-    while (latest > std::int64_t{page.end} * indexUnitsPerSecond) {
+    while (latest > IndexUnitsIn(page.end)) {
         page = RangeInSeconds(Hundredths(page.start + width), Hundredths(page.end + width));
         width = page.end - page.start;
     }
@@ -71,7 +71,7 @@ std::int32_t SamplingStep(TimeSpan span, std::int32_t points, std::int32_t ownIn
     std::int32_t step = RoundTo<std::int32_t>(CheckedDivide(width, points, source), source);
     if (step <= ownInterval)
         step = ownInterval;
-    return step == 0 ? indexUnitsPerSecond : step;
+    return step == 0 ? static_cast<std::int32_t>(IndexUnitsIn(1)) : step;
 }
 
 double SecondsAt(const PlottedRange& range, double percent) {

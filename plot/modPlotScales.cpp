@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "db/IndexUnits.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
@@ -183,8 +184,8 @@ void WritePresentationOptions() {
 }
 
 PlottedRange RangeInSeconds(std::int32_t first, std::int32_t last) {
-    PlottedRange range{RoundTo<std::int32_t>(first / 100.0, source),
-                       RoundTo<std::int32_t>(last / 100.0, source)};
+    PlottedRange range{RoundTo<std::int32_t>(SecondsOf(first), source),
+                       RoundTo<std::int32_t>(SecondsOf(last), source)};
     if (range.end - range.start < narrowestRangeSeconds)
         range.end = range.start + narrowestRangeSeconds;
     return range;

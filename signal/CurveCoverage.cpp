@@ -46,9 +46,9 @@ std::optional<LevelCoverage> CoverageOfLevel(const DatasetRecord& record, int fi
         return info.IsEmpty() ? 0.0 : static_cast<double>(std::int64_t{info.extentLast} - info.extentFirst);
     };
     LevelCoverage coverage{record.dataset};
-    coverage.recorded = std::min(length(pressure->Info()), length(flow->Info())) / indexUnitsPerSecond;
-    coverage.from = static_cast<double>(std::max(p.first, q.first)) / indexUnitsPerSecond;
-    coverage.to = static_cast<double>(std::min(p.last, q.last)) / indexUnitsPerSecond;
+    coverage.recorded = SecondsOf(std::min(length(pressure->Info()), length(flow->Info())));
+    coverage.from = SecondsOf(std::max(p.first, q.first));
+    coverage.to = SecondsOf(std::min(p.last, q.last));
     const double left = coverage.to - coverage.from;
     coverage.wholeCycles =
         left > 0 ? static_cast<std::int64_t>(std::floor(left / CurrentParameters().period)) : 0;
@@ -103,7 +103,7 @@ std::set<std::int16_t> InputSteps() {
 /// One line on the band pass of curves with this sampling step.
 std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning) {
     const ParameterSet& p = CurrentParameters();
-    const double stepSeconds = static_cast<double>(step) / indexUnitsPerSecond;
+    const double stepSeconds = SecondsOf(step);
     const std::string sampling = "Band pass at a sampling of " + Seconds(stepSeconds) + ": ";
     const double length = filterN * p.period * step;
     if (!(RoundHalfEven(length) >= 1.0 &&

@@ -49,13 +49,13 @@ DifferenceFilter::Offset DifferenceFilter::OffsetOf(double indexUnits, std::int1
 
 DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, double periodSeconds,
                                    int passes)
-    : firstIndex_(firstIndex), step_(step), length_(passes * periodSeconds * indexUnitsPerSecond) {
+    : firstIndex_(firstIndex), step_(step), length_(IndexUnitsIn(passes * periodSeconds)) {
     // Periods beyond any index would not even count in samples.
     if (!(periodSeconds > 0.0 && periodSeconds < 1e12) || step <= 0)
         throw RunTimeError{error_number::invalidProcedureCall, source,
                            "The period of test and the sampling step have to be positive"};
-    half_ = OffsetOf(periodSeconds / 2 * indexUnitsPerSecond, step);
-    full_ = OffsetOf(periodSeconds * indexUnitsPerSecond, step);
+    half_ = OffsetOf(IndexUnitsIn(periodSeconds / 2), step);
+    full_ = OffsetOf(IndexUnitsIn(periodSeconds), step);
     reach_ = full_.whole + (full_.fraction > 0.0 ? 1 : 0);
     const auto count = static_cast<std::size_t>(std::max(passes, 1));
     layers_.resize(count);

@@ -43,7 +43,8 @@ class SpinnerFilter {
         if (Api().CreateSOFilter == nullptr)
             return;
         handle_ = Api().CreateSOFilter("", definition.c_str(), 0, 0);
-        if (handle_ != 0 && Api().InitSOFilter(handle_, indexUnitsPerSecond, step) == 0)
+        if (handle_ != 0 &&
+            Api().InitSOFilter(handle_, static_cast<std::int32_t>(IndexUnitsIn(1)), step) == 0)
             Destroy();
         if (handle_ != 0)
             lag_ = Api().GetSOFilterLag(handle_);

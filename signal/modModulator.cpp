@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "db/Curves.h"
+#include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/CheckedMath.h"
@@ -41,7 +42,7 @@ CycleAnalysis& Analysis() {
 
 /// Hundredths of a second of a timer value; a zero timer is time 0.
 std::int32_t TimerIndex(double ticks) {
-    return ticks == 0.0 ? 0 : RoundTo<std::int32_t>(ticks * 1024.0 / 4000000.0 * 100.0, "ElapsedTicks");
+    return ticks == 0.0 ? 0 : RoundTo<std::int32_t>(IndexUnitsIn(ticks * 1024.0 / 4000000.0), "ElapsedTicks");
 }
 
 // --- What is remembered of a dataset ---
