@@ -54,7 +54,6 @@ class frmMain : public QMainWindow {
     int SelectedTab() const;
     /// Of a dataset's tab; nothing on the grid tabs.
     std::optional<std::size_t> ShownDataset() const;
-    bool ActionRunning() const { return running_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;

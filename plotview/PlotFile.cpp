@@ -120,10 +120,6 @@ void CheckOptions(const PlotFileOptions& options) {
 
 }  // namespace
 
-bool IsPlotFileName(const std::string& path) {
-    return EndsWith(path, ".png") || EndsWith(path, ".svg") || EndsWith(path, ".pdf");
-}
-
 bool SavePlot(const std::string& path, const PlotFileOptions& options) {
     return Attempt("Saving plot", false, [&] {
         CheckOptions(options);

@@ -23,12 +23,9 @@ struct PlotFileOptions {
     std::optional<TimeSpan> span;  ///< what is shown, where it is not the span that the time options choose
 };
 
-/// The ending is one of .png, .svg, .pdf (any case).
-bool IsPlotFileName(const std::string& path);
-
-/// Writes the plot; the presentation options stay as they are. The format follows from the ending. The file
-/// appears complete or not at all. False after a message box or report that names the file or what is wrong
-/// with the data.
+/// Writes the plot; the presentation options stay as they are. The format follows from the ending, .png, .svg
+/// or .pdf in any case. The file appears complete or not at all. False after a message box or report that
+/// names the file or what is wrong with the data.
 bool SavePlot(const std::string& path, const PlotFileOptions& options);
 
 /// Prints the plot on one page of a prepared printer; width, height and resolution are the page's. False

@@ -225,12 +225,6 @@ void PlotWidget::SetCursors(float cursor1, float cursor2) {
     s.readoutTimer.start(readoutDelayMs);
 }
 
-float PlotWidget::Cursor1() const {
-    return state_->cursors[0];
-}
-float PlotWidget::Cursor2() const {
-    return state_->cursors[1];
-}
 bool PlotWidget::IsZoomed() const {
     return state_->zoomed;
 }

@@ -39,8 +39,6 @@ class PlotWidget : public QWidget {
 
     /// Cursor positions in percent of the chosen time range.
     void SetCursors(float cursor1, float cursor2);
-    float Cursor1() const;
-    float Cursor2() const;
 
     /// Wires the control under this plot with it, both ways.
     void ConnectCursors(TimeCursors* cursors);

@@ -25,7 +25,6 @@ class CellSplitter {
 
     const std::vector<std::string_view>& Cells() const { return cells_; }
     bool IsQuoted(std::size_t cell) const { return anyQuoted_ && quoted_[cell] != 0; }
-    bool AnyQuoted() const { return anyQuoted_; }
 
   private:
     void SplitPlain(std::string_view text);

@@ -111,7 +111,6 @@ class Database {
     void OpenEmptyFile();
     void LearnFormat();
     void BeginWriting();
-    void EndWriting(Statement& how);
     void RefuseLostPages();
 
     // Datasets and items (Catalogue.cpp)

@@ -44,7 +44,6 @@ class Connection {
     void TryExecute(const char* sql) noexcept;
     bool InTransaction() const { return sqlite3_get_autocommit(handle_) == 0; }
     bool IsReadOnly() const { return sqlite3_db_readonly(handle_, "main") != 0; }
-    std::int64_t LastInsertId() const { return sqlite3_last_insert_rowid(handle_); }
     int Changes() const { return sqlite3_changes(handle_); }
     /// The bytes at the start of the file as they stand on disk, without taking a lock; fewer than asked when
     /// the file is shorter. Goes through SQLite's own descriptor: closing a second one would drop the locks
