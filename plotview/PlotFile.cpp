@@ -10,6 +10,7 @@
 #include <QSvgGenerator>
 #include <cmath>
 
+#include "db/IndexUnits.h"
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
@@ -53,7 +54,7 @@ bool DrawOn(const PainterSurface::Target& target, const PlotFileOptions& options
     PlotStyle style;
     style.monochrome = options.monochrome;
     if (options.cursors)
-        style.cursors = {options.cursors->first * 100, options.cursors->second * 100};
+        style.cursors = {IndexUnitsIn(options.cursors->first), IndexUnitsIn(options.cursors->second)};
     PlotDrawing drawing;
     return RunPlotDriver(surface, request, style, drawing);
 }

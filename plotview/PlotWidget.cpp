@@ -12,6 +12,7 @@
 #include <cmath>
 
 #include "db/DatasetRecord.h"
+#include "db/IndexUnits.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
 #include "general/RepeatedMessages.h"
@@ -229,7 +230,7 @@ bool PlotWidget::IsZoomed() const {
     return state_->zoomed;
 }
 double PlotWidget::TimeOrigin() const {
-    return state_->plot.information.elapsedOrigin / 100.0;
+    return SecondsOf(state_->plot.information.elapsedOrigin);
 }
 const PlotReadout& PlotWidget::Readout() const {
     return state_->readout;
@@ -258,7 +259,7 @@ PlotFileOptions PlotWidget::FileOptions(std::size_t dataset) const {
     options.height = height();
     if (s.shown && s.dataset == dataset) {
         options.span = s.plot.information.span;
-        options.cursors = {CursorTime(1) / 100, CursorTime(2) / 100};
+        options.cursors = {SecondsOf(CursorTime(1)), SecondsOf(CursorTime(2))};
     } else {
         const PlottedRange range = PlottedRangeOf(dataset);
         options.cursors = {SecondsAt(range, s.cursors[0]), SecondsAt(range, s.cursors[1])};
@@ -337,13 +338,14 @@ void PlotWidget::TypeCursorPosition(int cursor) {
     dialog.setWindowTitle(tr("Time cursor %1").arg(cursor));
     dialog.setLabelText(PrsOpt().elapsed ? tr("Position in seconds of elapsed time:")
                                          : tr("Position in seconds:"));
-    dialog.setTextValue(QString::fromStdString(ReadoutTimeText((CursorTime(cursor) - origin) / 100)));
+    dialog.setTextValue(QString::fromStdString(ReadoutTimeText(SecondsOf(CursorTime(cursor) - origin))));
     while (dialog.exec() == QDialog::Accepted) {
         const TimeSpan limits = ViewLimits();
-        const std::optional<double> seconds = NumberInRange(
-            dialog.textValue().toStdString(), (limits.start - origin) / 100, (limits.end - origin) / 100);
+        const std::optional<double> seconds =
+            NumberInRange(dialog.textValue().toStdString(), SecondsOf(limits.start - origin),
+                          SecondsOf(limits.end - origin));
         if (seconds) {
-            PutCursor(cursor, *seconds * 100 + origin);
+            PutCursor(cursor, IndexUnitsIn(*seconds) + origin);
             return;
         }
         ShowRefusal({"", "Cursor position out of range"});
@@ -352,7 +354,7 @@ void PlotWidget::TypeCursorPosition(int cursor) {
 
 void PlotWidget::SetSpecificZoneFromCursors() {
     const std::array<double, 2> times{CursorTime(1), CursorTime(2)};
-    if (!SetSpecificZone(std::min(times[0], times[1]) / 100, std::max(times[0], times[1]) / 100))
+    if (!SetSpecificZone(SecondsOf(std::min(times[0], times[1])), SecondsOf(std::max(times[0], times[1]))))
         return;
     if (ShowDataset(state_->dataset)) {
         // The cursors stay at their times, so that results between them stay what they were.
