@@ -17,8 +17,8 @@ struct ExactSettings {
     std::int32_t lastCycle = 0;   ///< 1-based; 0: the last whole one
     std::int32_t harmonics = 5;   ///< highest odd harmonic of the valve's wave that may take part: 1, 3, 5
     double confidence = 95;       ///< of the ranges, %
-    double compressibilityError =
-        -1;  ///< standard error of the well fluid's compressibility, % of it; −1: not known
+    /// Standard error of the well fluid's compressibility, % of it; −1: not known.
+    double compressibilityError = -1;
 };
 
 /// A layer and the period of the test of it.

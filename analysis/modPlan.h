@@ -86,8 +86,8 @@ struct PlanResult {
     ExactMethod recommended = ExactMethod::single;
     char grade = 'D';
     std::optional<std::int64_t> cyclesWanted;
-    double hoursOnLevel =
-        0;  ///< for the cycles wanted, else for those at hand; start-up and margins included
+    /// For the cycles wanted, else for those at hand; start-up and margins included.
+    double hoursOnLevel = 0;
     std::vector<ExactBudgetLine> budget;
     std::vector<std::string> messages;
     const PlanErrors& Recommended() const;

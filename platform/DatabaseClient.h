@@ -60,8 +60,8 @@ struct ItemInfo {
     float scale = 1.0F;
     float offset = 0.0F;
     std::int32_t firstIndex = 0;  ///< where the grid begins
-    std::int32_t validFirst =
-        0;  ///< span of full response of a derived curve; empty when validLast < validFirst
+    /// Span of full response of a derived curve; empty when validLast < validFirst.
+    std::int32_t validFirst = 0;
     std::int32_t validLast = -1;
     std::int32_t extentFirst = 0;  ///< first and last index written; empty when extentLast < extentFirst
     std::int32_t extentLast = -1;

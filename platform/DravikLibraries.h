@@ -64,8 +64,8 @@ struct DravikLibraries {
     ModuleHandle filterHandle = nullptr;
     DkBaseApi database;
     Smooth32Api filter;
-    std::string
-        loadDetail;  ///< what the last failed load was about, in words; the report itself has no room for it
+    /// What the last failed load was about, in words; the report itself has no room for it.
+    std::string loadDetail;
 };
 DravikLibraries& LoadedLibraries();
 

@@ -24,8 +24,8 @@ class PainterSurface final : public DrawingSurface {
         double painterScale = 1;   ///< painter units of the device for each device unit
         double pixelsPerUnit = 1;  ///< how fine curves are drawn
         bool isVector = false;     ///< lines are kept as paths, not as pixels
-        QImage* pixels =
-            nullptr;  ///< the device itself where it is a picture in memory of 32-bit opaque pixels
+        /// The device itself where it is a picture in memory of 32-bit opaque pixels.
+        QImage* pixels = nullptr;
     };
     /// The device must live until End().
     explicit PainterSurface(const Target& target) : target_(target) {}

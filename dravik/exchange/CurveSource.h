@@ -20,8 +20,8 @@ struct CurveDescription {
 
 /// The grid that all curves of a source share. Row r stands at firstIndex + r * step.
 struct CurveGrid {
-    std::int16_t indexKind =
-        1;  ///< DK_INDEX_TIME (hundredths of a second) or DK_INDEX_DEPTH (hundredths of a foot)
+    /// DK_INDEX_TIME (hundredths of a second) or DK_INDEX_DEPTH (hundredths of a foot).
+    std::int16_t indexKind = 1;
     std::int16_t step = 0;  ///< index units, positive
     std::int32_t firstIndex = 0;
     std::int64_t rowCount = 0;

@@ -17,8 +17,8 @@ enum class CellState : std::uint8_t { null, number, other };
 
 struct Row {
     Place place;
-    const std::vector<std::string_view>* cells =
-        nullptr;                    ///< may be fewer than columns; valid until the next row
+    /// May be fewer than columns; valid until the next row.
+    const std::vector<std::string_view>* cells = nullptr;
     std::vector<CellState> states;  ///< one a column
     std::vector<double> values;  ///< one a column: infinite beyond single precision; 0 where it is no number
     bool isExact = false;        ///< the values are those of ReadNumber

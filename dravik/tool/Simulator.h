@@ -27,8 +27,8 @@ struct Simulation {
     std::uint64_t seed = 1;
     double ramp = 0.0;       ///< length of each edge of the valve's wave, s; the edge's middle keeps its time
     double flowDelay = 0.0;  ///< by which the flow's clock is late, s
-    bool fromRest =
-        false;  ///< the valve is closed until the first boundary and opens there for the first time
+    /// The valve is closed until the first boundary and opens there for the first time.
+    bool fromRest = false;
 };
 
 /// The tool string of a simulated recording.
