@@ -178,7 +178,7 @@ TEST_F(RecoverCommand, ListCountsDamageAndADerivedCurveWithALossIsNotTakenForWho
 TEST_F(RecoverCommand, AnInterruptedWritersJournalIsAppliedToACopyOnly) {
     Shell(
         "dravik record well.dk LIVE --simulate --levels 1 --speed 0 --commit 100 & pid=$!; "
-        "for i in $(seq 500); do [ -s well.dk-journal ] && break; sleep 0.01; done; kill -KILL $pid; wait "
+        "for i in $(seq 200000); do [ -s well.dk-journal ] && break; done; kill -KILL $pid; wait "
         "$pid");
     if (!Exists("well.dk-journal") || Bytes("well.dk-journal").empty())
         GTEST_SKIP() << "the recorder was not met in a commit";
