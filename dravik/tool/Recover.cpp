@@ -184,7 +184,8 @@ class Copier {
         attributes.sampleBytes = item.info.shape.sampleBytes;
         attributes.scale = information.scale;
         attributes.offset = information.offset;
-        attributes.unitText = vorela::GetUnitText(information.unitCode).c_str();
+        const std::string unit = vorela::GetUnitText(information.unitCode);
+        attributes.unitText = unit.c_str();
         attributes.madeText = information.made.empty() ? nullptr : information.made.c_str();
         to_.Create(path, attributes);
         if (attributes.kind == DK_ITEM_CURVE)  // only curves have a valid span
