@@ -9,6 +9,7 @@
 #include "general/Ports.h"
 #include "general/modGeneral.h"
 #include "signal/CurveCoverage.h"
+#include "signal/FilterProgress.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
 #include "ui_frmFilteredCurves.h"

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -44,9 +43,6 @@ GridSpan FilteredSpanOf(const ItemInfo& input, int filterN);
 /// before it are final. The first index of 32 bits when this program has not made the curves for the current
 /// selection.
 std::int32_t FirstProvisionalIndex(std::size_t index);
-
-/// Shows the share of processed time indices of an interactive run: "0%" … "100%". Nothing takes it away.
-void SetPercentageDisplay(std::function<void(const std::string& text)> show);
 
 /// The dialog's create step: stores FilterN (nothing selected: 1), writes the parameters, creates the curves
 /// of every selected dataset. False at the first that fails, and before anything is done when all are there

@@ -1,5 +1,5 @@
-// The valve signal: exact times of the valve's position changes from the tool's timer, the reconstructed
-// signal PVLSIG, and the cycle boundaries that start the cycle analysis.
+// The run over the tool's valve curves that writes the reconstructed signal (ValveSignal) from the changes
+// found (ValveChanges), and the cycle boundaries that start the cycle analysis.
 #pragma once
 
 #include <cstddef>
@@ -23,16 +23,6 @@ struct CycleAnalysis {
     std::function<bool(const Database& database, std::size_t dataset, CycleSource source)> recalculate;
 };
 void SetCycleAnalysis(CycleAnalysis analysis);
-
-/// Time from a position change to a sample in hundredths of a second, from the timer at the change (c) and at
-/// the sample (m); 16-bit timer of 4,000,000/1024 ticks per second that wraps.
-std::int32_t ElapsedTicks(double changeTimer, double sampleTimer);
-
-/// +1 or −1 for a position code; a code that is neither keeps what was returned last, which `remembered`
-/// holds.
-double ValveState(std::int32_t code, double& remembered);
-/// The signal at t between a change at t1 (code1) and the next at t2 (code2).
-float RampValue(double t, double t1, double t2, std::int32_t code1, std::int32_t code2, double& remembered);
 
 /// PVLID, PVLIDT and PVLT are in every selected dataset; otherwise a message box and false.
 bool ValveCurvesPresent();

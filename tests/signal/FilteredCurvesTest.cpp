@@ -1,6 +1,7 @@
 // The filtered curves in a real database: what is written, how it is marked, what is kept.
 
 #include "signal/CurveCoverage.h"
+#include "signal/FilterProgress.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
 #include "tests/support/DravikFixture.h"

@@ -1,3 +1,5 @@
+#include "signal/ValveChanges.h"
+#include "signal/ValveSignal.h"
 #include "signal/modModulator.h"
 #include "tests/support/DravikFixture.h"
 
