@@ -101,19 +101,59 @@ Complex SumOfPhasors(const PhaseGrid& grid, double frequency) {
     return std::polar(1.0, 2.0 * pi * frequency * grid.first + (count - 1.0) * half) * length;
 }
 
-/// Frequencies that are worked on at once: as many as the processor's registers hold.
-constexpr int lanes = 4;
-using Lanes = Eigen::Array<double, lanes, 1>;
+/// Frequencies that are worked on at once, so that the processor need not wait for the result of one: as many
+/// as its registers hold. Where its vectors are shorter the compiler splits these.
+using Four = double __attribute__((vector_size(32)));
+struct Lanes {
+    static constexpr std::size_t count = 12;
+    Four fours[3];
+    double& operator[](std::size_t lane) { return reinterpret_cast<double*>(fours)[lane]; }
+};
 
-/// Σ x e^{−2πi f (k · step)} over a short block by Horner's rule, for several frequencies at once.
+namespace portable {
+#define CORRELATE_TARGET
+#include "analysis/CorrelateBlock.inl"
+#undef CORRELATE_TARGET
+}  // namespace portable
+
+#if defined(__x86_64__)
+namespace avx2 {
+#define CORRELATE_TARGET __attribute__((target("avx2")))
+#include "analysis/CorrelateBlock.inl"
+#undef CORRELATE_TARGET
+}  // namespace avx2
+#endif
+
 void CorrelateBlock(std::span<const double> block, const Lanes& turnRe, const Lanes& turnIm, Lanes& re,
                     Lanes& im) {
-    re.setZero();
-    im.setZero();
-    for (std::size_t i = block.size(); i-- > 0;) {
-        const Lanes next = turnRe * re - turnIm * im + block[i];
-        im = turnRe * im + turnIm * re;
-        re = next;
+#if defined(__x86_64__)
+    static const bool wide = __builtin_cpu_supports("avx2") != 0;
+    if (wide)
+        return avx2::Block(block, turnRe, turnIm, re, im);
+#endif
+    portable::Block(block, turnRe, turnIm, re, im);
+}
+
+/// Correlate for at most Lanes::count frequencies.
+void CorrelateGroup(std::span<const double> samples, const PhaseGrid& grid,
+                    std::span<const double> frequencies, std::span<Complex> sums) {
+    constexpr std::size_t blockSamples = 512;
+    Lanes turnRe{};
+    Lanes turnIm{};
+    for (std::size_t lane = 0; lane < frequencies.size(); ++lane) {
+        const double angle = -2.0 * pi * frequencies[lane] * grid.step;
+        turnRe[lane] = std::cos(angle);
+        turnIm[lane] = std::sin(angle);
+    }
+    for (std::size_t from = 0; from < samples.size(); from += blockSamples) {
+        Lanes re;
+        Lanes im;
+        CorrelateBlock(samples.subspan(from, std::min(blockSamples, samples.size() - from)), turnRe, turnIm,
+                       re, im);
+        const double phase = grid.first + grid.step * static_cast<double>(from);
+        for (std::size_t lane = 0; lane < frequencies.size(); ++lane)
+            sums[lane] +=
+                Complex{re[lane], im[lane]} * std::polar(1.0, -2.0 * pi * frequencies[lane] * phase);
     }
 }
 
@@ -239,29 +279,10 @@ std::vector<double> WithoutPeriodMean(const SampledCurve& curve, const SampledCu
 
 std::vector<Complex> Correlate(std::span<const double> samples, const PhaseGrid& grid,
                                std::span<const double> frequencies) {
-    constexpr std::size_t blockSamples = 512;
     std::vector<Complex> sums(frequencies.size());
-    for (std::size_t group = 0; group < frequencies.size(); group += lanes) {
-        const std::size_t used = std::min<std::size_t>(lanes, frequencies.size() - group);
-        Lanes turnRe = Lanes::Ones();
-        Lanes turnIm = Lanes::Zero();
-        for (std::size_t lane = 0; lane < used; ++lane) {
-            const double angle = -2.0 * pi * frequencies[group + lane] * grid.step;
-            turnRe[static_cast<Eigen::Index>(lane)] = std::cos(angle);
-            turnIm[static_cast<Eigen::Index>(lane)] = std::sin(angle);
-        }
-        for (std::size_t from = 0; from < samples.size(); from += blockSamples) {
-            Lanes re;
-            Lanes im;
-            CorrelateBlock(samples.subspan(from, std::min(blockSamples, samples.size() - from)), turnRe,
-                           turnIm, re, im);
-            const double phase = grid.first + grid.step * static_cast<double>(from);
-            for (std::size_t lane = 0; lane < used; ++lane) {
-                const auto at = static_cast<Eigen::Index>(lane);
-                sums[group + lane] +=
-                    Complex{re[at], im[at]} * std::polar(1.0, -2.0 * pi * frequencies[group + lane] * phase);
-            }
-        }
+    for (std::size_t group = 0; group < frequencies.size(); group += Lanes::count) {
+        const std::size_t used = std::min(Lanes::count, frequencies.size() - group);
+        CorrelateGroup(samples, grid, frequencies.subspan(group, used), std::span(sums).subspan(group, used));
     }
     return sums;
 }

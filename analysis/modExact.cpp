@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <deque>
-#include <future>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -20,6 +18,7 @@
 #include "general/SettingsTable.h"
 #include "general/Units.h"
 #include "general/modGeneral.h"
+#include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 
 namespace vorela {
@@ -160,31 +159,6 @@ ExactLevel SoundLevel(ReadLevel read, const ExactSettings& settings) {
     }
 }
 
-/// Levels are read one after the other, since the database is of one thread, and analysed side by side; no
-/// more of them are in memory than there are processors.
-std::vector<ExactLevel> SoundLevels(const ExactSettings& settings) {
-    const std::size_t most = std::max(1U, std::thread::hardware_concurrency());
-    std::vector<ExactLevel> levels;
-    std::deque<std::future<ExactLevel>> working;
-    const auto takeFirst = [&] {
-        levels.push_back(working.front().get());
-        working.pop_front();
-    };
-    for (const DatasetRecord& record : CurrentSelection().datasets) {
-        if (working.size() >= most)
-            takeFirst();
-        try {
-            working.push_back(std::async(std::launch::async, SoundLevel, LevelFrom(record), settings));
-        } catch (...) {
-            ExactLevel failed = FailedLevel(record.dataset);
-            working.push_back(std::async(std::launch::deferred, [failed] { return failed; }));
-        }
-    }
-    while (!working.empty())
-        takeFirst();
-    return levels;
-}
-
 // --- Intervals ---
 
 IntervalInputs InputsOf(std::size_t interval) {
@@ -265,12 +239,42 @@ std::string ExactSettingsFault(const ExactSettings& settings) {
     return {};
 }
 
-ExactResults ComputeExact(const ExactSettings& settings) {
+void ExactLevels::TakeFirst() {
+    done_.push_back(working_.front().get());
+    working_.pop_front();
+}
+
+void ExactLevels::Start(std::size_t dataset) {
+    const DatasetRecord& record = SelectedDataset(dataset);
+    if (working_.size() >= std::max(1U, std::thread::hardware_concurrency()))
+        TakeFirst();
+    try {
+        working_.push_back(std::async(std::launch::async, SoundLevel, LevelFrom(record), settings_));
+    } catch (...) {
+        ExactLevel failed = FailedLevel(record.dataset);
+        working_.push_back(std::async(std::launch::deferred, [failed] { return failed; }));
+    }
+}
+
+std::vector<ExactLevel> ExactLevels::Take() {
+    while (!working_.empty())
+        TakeFirst();
+    return std::move(done_);
+}
+
+ExactResults ExactResultsOf(std::vector<ExactLevel> levels, const ExactSettings& settings) {
     ExactResults results;
-    results.levels = SoundLevels(settings);
+    results.levels = std::move(levels);
     for (std::size_t i = 1; i < results.levels.size(); ++i)
         results.intervals.push_back(SoundInterval(i, results.levels, settings));
     return results;
+}
+
+ExactResults ComputeExact(const ExactSettings& settings) {
+    ExactLevels levels(settings);
+    for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
+        levels.Start(i);
+    return ExactResultsOf(levels.Take(), settings);
 }
 
 }  // namespace vorela

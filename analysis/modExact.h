@@ -3,7 +3,11 @@
 // curves and the cycles found; nothing of the other records is written.
 #pragma once
 
+#include <cstddef>
+#include <deque>
+#include <future>
 #include <string>
+#include <vector>
 
 #include "analysis/ExactTypes.h"
 #include "general/SettingsTable.h"
@@ -19,6 +23,28 @@ void WriteExactSettings();
 SettingsSection ExactSettingsSection();
 /// What choices that are each in range may have wrong together; "" when nothing.
 std::string ExactSettingsFault(const ExactSettings& settings);
+
+/// Analyses levels on threads of their own, beside whatever the caller does meanwhile: who finds the cycles
+/// of one level after the other need not wait for all. Levels are read one after the other by Start, since
+/// the database is of one thread; no more of them are in memory than there are processors.
+class ExactLevels {
+  public:
+    explicit ExactLevels(const ExactSettings& settings) : settings_(settings) {}
+    /// Of the dataset at this position, by its cycles as they stand. Never throws what the level is at fault
+    /// for: that is said in the level.
+    void Start(std::size_t dataset);
+    /// The levels in the order of their starts, when all are done.
+    std::vector<ExactLevel> Take();
+
+  private:
+    void TakeFirst();
+    ExactSettings settings_;
+    std::vector<ExactLevel> done_;
+    std::deque<std::future<ExactLevel>> working_;
+};
+
+/// The results from the selection's levels, all of them in their order.
+ExactResults ExactResultsOf(std::vector<ExactLevel> levels, const ExactSettings& settings);
 
 /// The results for the selection as it stands. Each curve is read once, in one block. What fails costs its
 /// own level and interval, and is said there; nothing is shown and nothing is thrown. Calling it again as a

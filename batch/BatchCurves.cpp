@@ -114,7 +114,8 @@ void FindCycles(std::size_t dataset, bool makeSignal, bool writable) {
 
 }  // namespace
 
-void MakeCurvesAndCycles(const BatchOptions& options) {
+void MakeCurvesAndCycles(const BatchOptions& options,
+                         const std::function<void(std::size_t dataset)>& cyclesFound) {
     const std::vector<ToMake> plan = Plan(options);
     const bool writable = IsWritable(options.database);
     if (std::any_of(plan.begin(), plan.end(), [](const ToMake& toMake) { return toMake.filtered; }))
@@ -122,8 +123,10 @@ void MakeCurvesAndCycles(const BatchOptions& options) {
     for (std::size_t i = 0; i < plan.size(); ++i)
         if (plan[i].filtered)
             Require(WithDatabase(i, CreateFilteredCurves, false));
-    for (std::size_t i = 0; i < plan.size(); ++i)
+    for (std::size_t i = 0; i < plan.size(); ++i) {
         FindCycles(i, plan[i].valve, writable);
+        cyclesFound(i);
+    }
     ResetFilterSlots();
     for (std::size_t i = 0; i < plan.size(); ++i)
         if (plan[i].dravikFlow)

@@ -281,8 +281,14 @@ bool WriteResults(const BatchOptions& options, const ExactResults& exact) {
     return allWell;
 }
 
-/// Once for each level, a line a cause.
-void TellMissingResults() {
+/// What is to be said of the results, after the `faults` of the choice of cycles: hints, then once for each
+/// level a line a cause.
+void TellMissingResults(const std::vector<std::string>& faults) {
+    std::set<std::string> hints(faults.begin(), faults.end());
+    for (std::string& hint : ResultHints())
+        hints.insert(std::move(hint));
+    for (const std::string& hint : hints)
+        Say(hint);
     for (std::size_t i = 0; i < Datasets().size(); ++i)
         for (const std::string& reason : ReasonsForMissingResults(i))
             Say(Datasets()[i].dataset + ": " + reason);
@@ -323,7 +329,11 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     const bool soundInput = console.Complaints() == 0;  // what was told of a level that came in all the same
     const std::size_t plotDataset = options.plot ? PlotDataset(options) : 0;
     WarnOfInput();
-    MakeCurvesAndCycles(options);
+    ExactLevels exactLevels(CurrentExactSettings());
+    MakeCurvesAndCycles(options, [&](std::size_t dataset) {
+        if (!options.follow)  // a level that grows has other cycles in the end
+            exactLevels.Start(dataset);
+    });
     Recalculate(options);
     claim.reset();
     if (options.follow)
@@ -332,13 +342,10 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
         options.cycle ? ChooseCycles(*options.cycle) : std::vector<std::string>();
     ShownChoice() = {options.level.value_or(1) - 1, options.interval.value_or(1)};
     const bool computed = RefreshGrids();
-    std::set<std::string> hints(faults.begin(), faults.end());
-    for (std::string& hint : ResultHints())
-        hints.insert(std::move(hint));
-    for (const std::string& hint : hints)
-        Say(hint);
-    TellMissingResults();
-    const bool written = WriteResults(options, ComputeExact(CurrentExactSettings()));
+    TellMissingResults(faults);
+    const ExactResults exact = options.follow ? ComputeExact(CurrentExactSettings())
+                                              : ExactResultsOf(exactLevels.Take(), CurrentExactSettings());
+    const bool written = WriteResults(options, exact);
     const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
     return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;
 }

@@ -17,7 +17,7 @@
 namespace vorela {
 
 /// Samples taken between two commits: bounds what a transaction holds and how long it locks out the recorder.
-inline constexpr std::int64_t samplesPerCommit = 262144;
+inline constexpr std::int64_t samplesPerCommit = 917504;
 
 /// Samples of a curve's grid by the indices of the first and the last one, hundredths of a second; empty when
 /// last < first.

@@ -131,18 +131,28 @@ void FilterFlow(DerivedRun& run, CurveReader& flow, FilterSlot& slot, RunProgres
     const GridSpan& recorded = run.Recorded();
     const std::int64_t lag = slot.filter.Lag();
     SampleBlock block;
+    std::vector<float> filtered;  // up to a gap or the end of the piece
+    const auto putBefore = [&](std::int64_t t) {
+        const std::int64_t first = t - lag - std::ssize(filtered) * recorded.step;
+        if (!filtered.empty())
+            run.Output().PutRun(static_cast<std::int32_t>(first), filtered);
+        filtered.clear();
+    };
     const auto filterPiece = [&](const GridSpan& piece) {
         run.Begin();  // before the reading, which then waits for nobody
         block.Read(flow, piece);
         std::int64_t t = piece.first;
         for (std::size_t i = 0; i < block.values.size(); ++i, t += piece.step) {
             progress.At(static_cast<std::int32_t>(t));
-            if (block.present[i] == 0)
+            if (block.present[i] == 0) {
+                putBefore(t);
                 continue;
-            const double filtered = slot.filter.Apply(block.values[i]);
+            }
+            const auto value = static_cast<float>(slot.filter.Apply(block.values[i]));
             if (t - lag >= recorded.first)
-                run.Output().Put(static_cast<std::int32_t>(t - lag), static_cast<float>(filtered));
+                filtered.push_back(value);
         }
+        putBefore(t);
         run.State(recorded.first + lag, piece.last - lag);
         run.Commit();
         slot.mark = run.MarkAt(piece.last);

@@ -176,7 +176,7 @@ int main() {
     }
     Print("batch", batch);
     Print("copy", copy);
-    std::printf("batch / copy (at most 3)  %.2f  (processor time %.2f)\n",
+    std::printf("batch / copy (at most 1.5)  %.2f  (processor time %.2f)\n",
                 MedianOf(batch, &Cost::elapsed) / MedianOf(copy, &Cost::elapsed),
                 MedianOf(batch, &Cost::processor) / MedianOf(copy, &Cost::processor));
     std::filesystem::remove_all(folder);

@@ -63,14 +63,14 @@ Database::Database(const std::string& path, std::int16_t mode)
         throw StoreError{DK_NOT_DATABASE, path + ": the file is empty"};
     if (format_ == 0)
         OpenEmptyFile();
-    // Reading goes through few pages that stay in the processor's cache. A transaction may hold 2 MB of
-    // changed pages (14 hours of a curve at 10 Hz) before some are written early, which keeps readers out
+    // Reading goes through few pages that stay in the processor's cache. A transaction may hold 4 MB of
+    // changed pages (28 hours of a curve at 10 Hz) before some are written early, which keeps readers out
     // until its commit. (Not a multiple of 256: SQLite takes that for "never spill".) Freed pages need no
     // overwriting with zeros. Syncing stays at SQLite's FULL. What undoes one call of several within DBbegin
     // is needed no longer than the process lives: it stays in memory instead of a file in a folder that may
     // be full.
     connection_.Execute(
-        "PRAGMA cache_size = 64; PRAGMA cache_spill = 120; PRAGMA secure_delete = OFF;"
+        "PRAGMA cache_size = 64; PRAGMA cache_spill = 250; PRAGMA secure_delete = OFF;"
         "PRAGMA temp_store = MEMORY");
 }
 
