@@ -1,6 +1,7 @@
 // The filtered curves in a real database: what is written, how it is marked, what is kept.
 
 #include "signal/CurveCoverage.h"
+#include "signal/DerivedRun.h"
 #include "signal/FilterProgress.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modParameters.h"
@@ -215,12 +216,15 @@ TEST_F(FilteredCurves, ThatCannotBeMadeAreReportedOnceAndTheOldOnesStay) {
 TEST_F(FilteredCurves, OfALongRunThatFailsStayAsFarAsTheyAreFinal) {
     CurrentParameters().bandPass = 1;
     std::vector<CurveSpec> curves = Level(10);
-    curves[0].count = 270000;
-    curves[0].value = [](std::int32_t t) { return t < 2690000 ? Signal(t) : t % 20 == 0 ? 3e38 : -3e38; };
+    constexpr auto committed = static_cast<std::int32_t>(samplesPerCommit);
+    curves[0].count = committed + 8000;
+    curves[0].value = [](std::int32_t t) {
+        return t < (committed + 7000) * 10 ? Signal(t) : t % 20 == 0 ? 3e38 : -3e38;
+    };
     SelectLevel(curves);
     EXPECT_FALSE(WithDatabase(0, CreateFilteredCurves, false));
     const ItemInfo output = Filtered().info;
-    EXPECT_GT(output.validLast, 2600000);
+    EXPECT_GT(output.validLast, committed * 10 - 21000);
     EXPECT_LE(output.validLast, output.extentLast);
     EXPECT_EQ(output.validFirst, 500 + 100 * 10);
 }
