@@ -20,6 +20,7 @@
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "db/AnalysisClaim.h"
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"

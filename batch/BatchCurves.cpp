@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "batch/BatchStop.h"
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
@@ -44,9 +45,7 @@ bool HasToBeMade(const CurveStanding& curve, ToMake& toMake) {
 /// Whether the valve signal gets to its end shows when the cycles have been found.
 ToMake CurvesToMake(std::size_t dataset) {
     ToMake toMake;
-    const DravikDatabase database(Datasets()[dataset].database);
-    if (!database.IsOpen())
-        throw Stop{};
+    const Database database(Datasets()[dataset].database, OpenMode::existing);
     for (const CurveStanding& curve : FilteredCurveStandings(database, dataset))
         toMake.filtered = HasToBeMade(curve, toMake) || toMake.filtered;
     const std::string& name = Datasets()[dataset].dataset;
@@ -99,17 +98,16 @@ void SayFilter() {
     }
 }
 
-void FindCycles(std::size_t dataset, bool makeSignal, bool writable) {
+bool FindCycles(const Database& database, std::size_t dataset, bool makeSignal, bool writable) {
     ResetDatasetCycles(dataset);
-    DravikDatabase database(Datasets()[dataset].database);
-    Require(database.IsOpen());
     if (!makeSignal) {
-        Require(FindValveCycles(database, dataset));
+        if (!FindValveCycles(database, dataset))
+            return false;
         ToMake ignored;
         if (!HasToBeMade(ValveSignalStanding(database, dataset), ignored) || !writable)
-            return;
+            return true;
     }
-    Require(ReconstructValveCurve(database, dataset, false) && database.Close());
+    return ReconstructValveCurve(database, dataset, false);
 }
 
 }  // namespace
@@ -124,7 +122,7 @@ void MakeCurvesAndCycles(const BatchOptions& options,
         if (plan[i].filtered)
             Require(WithDatabase(i, CreateFilteredCurves, false));
     for (std::size_t i = 0; i < plan.size(); ++i) {
-        FindCycles(i, plan[i].valve, writable);
+        Require(WithDatabase(i, FindCycles, plan[i].valve, writable));
         cyclesFound(i);
     }
     ResetFilterSlots();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "batch/BatchStop.h"
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
@@ -39,12 +40,7 @@ std::vector<std::string> DatasetNames(const std::string& databasePath) {
     std::error_code ignored;
     if (!std::filesystem::exists(databasePath, ignored))
         throw Stop{exit_status::failed, databasePath + ": there is no such database"};
-    const DravikDatabase database(databasePath);
-    if (!database.IsOpen())
-        throw Stop{exit_status::failed, databasePath + ": the database cannot be opened"};
-    std::vector<std::string> names;
-    Require(Attempt("Selecting data", [&] { names = ItemsOf(database, ""); }));
-    return names;
+    return ItemsOf(Database(databasePath, OpenMode::existing), "");
 }
 
 std::string WhyLacking(const Database& database, const std::string& name, const CurveChoice& choice) {
@@ -72,18 +68,16 @@ void SayLeftOut(const std::string& name, const std::string& why) {
 }
 
 std::vector<std::string> QualifyingDatasets(const std::string& databasePath, const CurveChoice& choice) {
-    const std::vector<std::string> all = DatasetNames(databasePath);
     std::vector<std::string> names;
-    Require(Attempt("Selecting data", [&] {
-        const DravikDatabase database(databasePath);
-        for (const std::string& name : all) {
-            const std::optional<std::string> why = WhyLeftOut(database, name, choice);
-            if (why && why->empty())
-                names.push_back(name);
-            else if (why)
-                SayLeftOut(name, *why);
-        }
-    }));
+    const std::vector<std::string> all = DatasetNames(databasePath);
+    const Database database(databasePath, OpenMode::existing);
+    for (const std::string& name : all) {
+        const std::optional<std::string> why = WhyLeftOut(database, name, choice);
+        if (why && why->empty())
+            names.push_back(name);
+        else if (why)
+            SayLeftOut(name, *why);
+    }
     if (names.empty())
         throw Stop{exit_status::failed, databasePath + ": no dataset can be analysed"};
     return names;

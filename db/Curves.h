@@ -19,7 +19,9 @@ namespace vorela {
 /// The database file and its folder, where the journal goes, let this user write.
 bool IsWritable(const std::string& databasePath);
 
-/// A database as the program opens it: the database message box when it cannot be opened or closed.
+/// A database as a pass opens it: the database message box when it cannot be opened or closed, and the pass
+/// ends there. Whoever throws anyway opens Database itself, whose error names the file: one report either
+/// way.
 class DravikDatabase final : public Database {
   public:
     explicit DravikDatabase(const std::string& path);

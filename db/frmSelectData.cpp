@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "db/CommonCurves.h"
 #include "db/modSelectData.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"

@@ -11,8 +11,6 @@
 
 namespace vorela {
 
-class Database;
-
 /// Empties the selection: no datasets (and with them no cycles), no common curves, a new generation.
 void InitialiseDatasetVariables();
 
@@ -43,15 +41,6 @@ bool AddNamedDatasets(const std::string& databasePath, const std::vector<std::st
 void RemoveDatasets(std::vector<std::size_t> positions);
 void ClearSelection();
 
-/// Rebuilds the common curve list over the selected and the new datasets; false with
-/// "There are no common curves in the selected datasets" as `message`.
-bool CheckDatasets(const std::vector<DatasetRecord>& newRecords, std::string& message);
-/// False with "Vorela valve curve is not in all datasets".
-bool CheckForValveCurves(const std::vector<DatasetRecord>& newRecords, std::string& message);
-
-/// The curve's name is among the common curves (exact, case-sensitive).
-bool CurveInCommonList(const std::string& name);
-
 /// Stores the choice by positions in the common curve list (nothing counts as 0). Other curves than before
 /// are a new selection to everything that is remembered of the datasets, and their cycles are reset.
 void ChooseCurves(std::optional<std::size_t> pressurePosition, std::optional<std::size_t> flowPosition);
@@ -62,13 +51,6 @@ std::size_t PreselectedCurve(std::int16_t storedIndex, const std::string& stored
 
 /// Deepest first; equal depths keep their order. Selected cycle numbers are copied again afterwards.
 void SortDatasets();
-
-/// After curves were created: reads each dataset's curve names again and rebuilds the common curve list.
-/// False after a report. `held`: the database that a pass has open already; it is not opened a second time.
-bool RefreshCommonCurves(const Database* held = nullptr);
-
-/// One line for each chosen input curve whose unit is not psi or rps; empty when all are.
-std::vector<std::string> UnitWarnings();
 
 /// What the program reads and may not write over: the selected databases with their journals, the settings
 /// file.

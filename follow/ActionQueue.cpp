@@ -7,10 +7,10 @@
 
 #include "analysis/modMain.h"
 #include "db/AnalysisClaim.h"
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "general/modGeneral.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modDFilt.h"

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <limits>
 
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/IndexUnits.h"
 #include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"

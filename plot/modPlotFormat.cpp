@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "db/CommonCurves.h"
 #include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"

@@ -26,7 +26,7 @@ bool DatabasesOpen() {
 void RefuseToReplaceRecordings(const std::vector<std::string>& curves) {
     std::string recorded;
     for (const DatasetRecord& record : CurrentSelection().datasets) {
-        const DravikDatabase database(record.database);
+        const Database database(record.database, OpenMode::existing);
         for (const std::string& curve : curves)
             if (RecordingStands(database, record.dataset, curve))
                 recorded += (recorded.empty() ? "" : ", ") + ItemPath(record.dataset, curve) + " in " +

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/IndexUnits.h"
 #include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"

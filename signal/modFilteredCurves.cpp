@@ -6,9 +6,9 @@
 #include <optional>
 #include <utility>
 
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/modDravik.h"
-#include "db/modSelectData.h"
 #include "general/CheckedMath.h"
 #include "general/modGeneral.h"
 #include "signal/DerivedRun.h"

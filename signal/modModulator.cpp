@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"

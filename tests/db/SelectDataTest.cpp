@@ -1,5 +1,6 @@
 // Selecting datasets and curves.
 
+#include "db/CommonCurves.h"
 #include "general/modGeneral.h"
 #include "tests/support/DravikFixture.h"
 

@@ -1,6 +1,7 @@
 #include "tests/support/DravikFixture.h"
 
 #include "BuildPaths.h"
+#include "db/CommonCurves.h"
 #include "platform/DravikLibraries.h"
 
 namespace vorela::test {
