@@ -1,7 +1,7 @@
 // Planning and gridding a file beside reading the same file and converting every number by std::from_chars.
 // The file lies in the folder VORELA_BENCH_DIR, else in the current one; its size in MB is the first argument
 // (default 100). Resident memory is the process's peak. Processor time (the file lies in the cache); the best
-// of three runs of each.
+// of seven runs of each.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -82,22 +82,26 @@ double SumByImport(const std::string& path) {
     return sum;
 }
 
-double BestSeconds(const std::function<double()>& work) {
-    double best = 1e9;
-    for (int i = 0; i < 3; ++i) {
-        const std::clock_t begin = std::clock();
-        volatile double sum = work();
-        static_cast<void>(sum);
-        best = std::min(best, static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
-    }
-    return best;
+double Seconds(const std::function<double()>& work) {
+    const std::clock_t begin = std::clock();
+    volatile double sum = work();
+    static_cast<void>(sum);
+    return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
+/// Runs of the three in turn, so that what else the machine does meets all of them.
 void Compare(const char* what, const std::string& path) {
+    constexpr int runs = 7;
+    double peer = 1e9;
+    double plan = 1e9;
+    double all = 1e9;
     SumByFromChars(path);  // into the cache
-    const double peer = BestSeconds([&] { return SumByFromChars(path); });
-    const double plan = BestSeconds([&] { return static_cast<double>(dravik::PlanImport(path, {}).rows); });
-    const double all = BestSeconds([&] { return SumByImport(path); });
+    for (int i = 0; i < runs; ++i) {
+        peer = std::min(peer, Seconds([&] { return SumByFromChars(path); }));
+        plan =
+            std::min(plan, Seconds([&] { return static_cast<double>(dravik::PlanImport(path, {}).rows); }));
+        all = std::min(all, Seconds([&] { return SumByImport(path); }));
+    }
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     std::printf("%-10s from_chars %.3f s, plan %.3f s, plan and import %.3f s, ratio %.2f, peak %ld MB\n",

@@ -24,21 +24,19 @@ bool IsNines(std::string_view cell) {
            (decimals.starts_with("25") && decimals.find_first_not_of('0', 2) == std::string_view::npos);
 }
 
-bool StartsWithNine(std::string_view cell) {
-    return cell.front() == '9' ||
-           ((cell.front() == '-' || cell.front() == '+') && cell.size() > 1 && cell[1] == '9');
-}
-
 }  // namespace
 
-void ColumnStatistics::Add(CellState state, double value, std::string_view cell, std::size_t line) {
-    if (state == CellState::number)
-        return AddNumber(value, cell, line);
-    if (state == CellState::null) {
+void ColumnStatistics::AddOdd(CellState state, double value, std::string_view cell, std::size_t line) {
+    if (state == CellState::number && std::abs(value) >= tooLarge) {
+        if (!beyond_)
+            beyond_ = Odd{line, std::string(cell)};
+    } else if (state == CellState::number && IsNines(cell)) {
+        AddNines(value, cell, line);
+    } else if (state == CellState::number) {
+        AddNumber(value);
+    } else if (state == CellState::null) {
         ++nulls_;
-        return;
-    }
-    if (texts_++ == 0) {
+    } else if (texts_++ == 0) {
         firstText_ = Odd{line, std::string(cell)};
         onlyText_ = cell;
     } else if (onlyText_ != cell) {
@@ -46,27 +44,14 @@ void ColumnStatistics::Add(CellState state, double value, std::string_view cell,
     }
 }
 
-void ColumnStatistics::AddNumber(double value, std::string_view cell, std::size_t line) {
-    // What rounds to no single.
-    constexpr double tooLarge = 0x1.ffffffp127;
-    if (std::abs(value) >= tooLarge) {
-        if (!beyond_)
-            beyond_ = Odd{line, std::string(cell)};
-        return;
+void ColumnStatistics::AddNines(double value, std::string_view cell, std::size_t line) {
+    if (nines_++ == 0) {
+        firstNines_ = Odd{line, std::string(cell)};
+        ninesLeast_ = value;
+        ninesGreatest_ = value;
     }
-    if (StartsWithNine(cell) && IsNines(cell)) {
-        if (nines_++ == 0) {
-            firstNines_ = Odd{line, std::string(cell)};
-            ninesLeast_ = value;
-            ninesGreatest_ = value;
-        }
-        ninesLeast_ = std::min(ninesLeast_, value);
-        ninesGreatest_ = std::max(ninesGreatest_, value);
-    } else {
-        const bool first = numbers_ == nines_;
-        least_ = first ? value : std::min(least_, value);
-        greatest_ = first ? value : std::max(greatest_, value);
-    }
+    ninesLeast_ = std::min(ninesLeast_, value);
+    ninesGreatest_ = std::max(ninesGreatest_, value);
     ++numbers_;
     if (couldBeCode_)
         TrackCode(value);

@@ -1,8 +1,11 @@
 // What one column of a file holds, row by row.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,13 +16,19 @@ namespace dravik {
 
 class ColumnStatistics {
   public:
-    void Add(CellState state, double value, std::string_view cell, std::size_t line);
+    void Add(CellState state, double value, std::string_view cell, std::size_t line) {
+        // Nines are 999 at the least: nearly every number is neither these nor beyond single precision.
+        if (state == CellState::number && (std::abs(value) < 998.0 || IsCommon(value, cell)))
+            AddNumber(value);
+        else
+            AddOdd(state, value, cell, line);
+    }
 
     std::size_t Numbers() const { return numbers_; }
     std::size_t Nulls() const { return nulls_; }
     std::size_t Texts() const { return texts_; }
-    double Least() const { return least_; }
-    double Greatest() const { return greatest_; }
+    double Least() const { return numbers_ > nines_ ? least_ : 0.0; }
+    double Greatest() const { return numbers_ > nines_ ? greatest_ : 0.0; }
     /// Nine of ten cells that are not null are numbers.
     bool IsNumber() const { return numbers_ > 0 && numbers_ * 10 >= (numbers_ + texts_) * 9; }
     bool IsEmpty() const { return numbers_ + texts_ == 0; }
@@ -39,14 +48,29 @@ class ColumnStatistics {
     std::size_t SuspectedNulls() const { return nines_; }
 
   private:
-    void AddNumber(double value, std::string_view cell, std::size_t line);
+    /// What rounds to no single.
+    static constexpr double tooLarge = 0x1.ffffffp127;
+
+    static bool IsCommon(double value, std::string_view cell) {
+        const bool isSigned = cell.front() == '-' || cell.front() == '+';
+        return std::abs(value) < tooLarge && cell[isSigned && cell.size() > 1 ? 1 : 0] != '9';
+    }
+    void AddNumber(double value) {
+        least_ = std::min(least_, value);
+        greatest_ = std::max(greatest_, value);
+        ++numbers_;
+        if (couldBeCode_)
+            TrackCode(value);
+    }
+    void AddOdd(CellState state, double value, std::string_view cell, std::size_t line);
+    void AddNines(double value, std::string_view cell, std::size_t line);
     void TrackCode(double value);
 
     std::size_t numbers_ = 0;
     std::size_t nulls_ = 0;
     std::size_t texts_ = 0;
-    double least_ = 0.0;
-    double greatest_ = 0.0;
+    double least_ = std::numeric_limits<double>::infinity();  ///< of the numbers but nines
+    double greatest_ = -std::numeric_limits<double>::infinity();
     bool couldBeCode_ = true;
     std::array<double, 4> codes_{};
     std::size_t codeCount_ = 0;

@@ -50,10 +50,9 @@ void DelimitedRows::Seek(const Place& place) {
 bool DelimitedRows::NextPlain(Row& row) {
     if (!leaveOut_.empty() || !strange_.empty() || extraFrom_ != 0)
         return false;
-    const std::string_view held = records_.Held();
-    std::size_t length = 0;
+    const std::string_view held = records_.HeldLines();
     row.place = records_.Here();
-    if (!plain_.Scan(held, row, length) || !HasNumbersAtTimes(row))
+    if (!plain_.Scan(held, row) || !HasNumbersAtTimes(row))
         return false;
     const std::string_view text = held.substr(0, plain_.RowBytes());
     if (!previousHeld_.empty() ? text == previousHeld_ : havePrevious_ && text == previousText_)
@@ -61,7 +60,7 @@ bool DelimitedRows::NextPlain(Row& row) {
     previousHeld_ = text;
     havePrevious_ = true;
     KeepLength(plain_.LastCellBytes());
-    records_.SkipLine(length);
+    records_.SkipLine(text.size() + 1);
     return true;
 }
 

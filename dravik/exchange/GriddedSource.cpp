@@ -29,6 +29,8 @@ GriddedSource::GriddedSource(ImportPlan plan, const Progress& progress)
     blockRows_ = std::clamp(windowCells / static_cast<std::int64_t>(std::max<std::size_t>(1, fileCurves_)),
                             leastBlockRows, mostBlockRows);
     window_.resize(fileCurves_);
+    isDirect_ =
+        plan_.grid.method == GridMethod::asTheyAre && plan_.grid.gapLimit == 0.0 && samples_.IsDirect();
     perStep_ = 1.0 / plan_.grid.step;
     Restart();
 }
@@ -145,6 +147,30 @@ bool GriddedSource::TakeSample() {
     return haveCurrent_;
 }
 
+void GriddedSource::PutDirectly(std::size_t place) {
+    for (std::size_t curve = 0; curve < fileCurves_; ++curve) {
+        const double value = samples_.Value(curve);
+        if (!std::isnan(value))
+            window_[curve][place] = {value, 1};
+    }
+}
+
+/// The row that lies behind the window waits for the next one.
+void GriddedSource::FillWindowDirectly() {
+    const auto end = static_cast<double>(windowFirst_ + windowRows_);
+    double index = 0.0;
+    while (!ended_) {
+        if (haveCurrent_ && currentPlace_ >= end)
+            return;
+        if (haveCurrent_ && currentPlace_ >= static_cast<double>(windowFirst_))
+            PutDirectly(static_cast<std::size_t>(static_cast<std::int64_t>(currentPlace_) - windowFirst_));
+        haveCurrent_ = samples_.NextIndex(index);
+        ended_ = !haveCurrent_;
+        if (haveCurrent_)
+            currentPlace_ = PlaceOf(index);
+    }
+}
+
 /// Takes rows until none that follows can change a place of the window.
 void GriddedSource::FillWindow() {
     const std::int64_t end = windowFirst_ + windowRows_;
@@ -183,7 +209,10 @@ void GriddedSource::MoveWindow(std::int64_t first, std::int64_t count) {
                                                                          static_cast<double>(grid_.rowCount)),
                                 2 * file_.End()))
         throw ImportStopped{};
-    FillWindow();
+    if (isDirect_)
+        FillWindowDirectly();
+    else
+        FillWindow();
 }
 
 void GriddedSource::Read(std::size_t curve, std::int64_t firstRow, std::int64_t count, float* values,

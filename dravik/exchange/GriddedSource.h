@@ -35,6 +35,8 @@ class GriddedSource final : public CurveSource {
     void Restart();
     void MoveWindow(std::int64_t first, std::int64_t count);
     void FillWindow();
+    void FillWindowDirectly();
+    void PutDirectly(std::size_t place);
     bool TakeSample();
     double PlaceOf(double index) const;
     void PutBetween(std::int64_t last);
@@ -63,6 +65,7 @@ class GriddedSource final : public CurveSource {
     bool havePrevious_ = false;
     bool haveCurrent_ = false;
     bool ended_ = false;
+    bool isDirect_ = false;  ///< every row has a place of its own and nothing lies between
     double perStep_ = 0.0;
     double previousPlace_ = 0.0;
     double currentPlace_ = 0.0;

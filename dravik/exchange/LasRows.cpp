@@ -52,17 +52,16 @@ void LasRows::Seek(const Place& place) {
 bool LasRows::NextPlain(Row& row) {
     if (layout_.wrapped || !leaveOut_.empty() || ended_)
         return false;
-    const std::string_view held = reader_.Held();
-    std::size_t length = 0;
+    const std::string_view held = reader_.HeldLines();
     row.place = reader_.Here();
-    if (!plain_.Scan(held, row, length) || row.states.front() != CellState::number)
+    if (!plain_.Scan(held, row) || row.states.front() != CellState::number)
         return false;
     const std::string_view text = held.substr(0, plain_.RowBytes());
     if (!previousHeld_.empty() ? text == previousHeld_ : havePrevious_ && text == previousText_)
         return false;
     previousHeld_ = text;
     havePrevious_ = true;
-    reader_.SkipLine(length);
+    reader_.SkipLine(text.size() + 1);
     return true;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstring>
 
 #include "dravik/exchange/Cells.h"
 
@@ -34,40 +33,42 @@ PlainRows::PlainRows(const TextFile& file, PlainLayout layout, const CellRules& 
               layout_.separator != layout_.lineEnd && layout_.separator != '-' && !IsDigit(layout_.separator);
 }
 
-bool PlainRows::Scan(std::string_view text, Row& row, std::size_t& length) {
+bool PlainRows::Scan(std::string_view text, Row& row) {
     if (!usable_ || text.empty())
         return false;
-    // The loops below stop at a line end: there must be one, and something behind it.
-    const void* end = std::memchr(text.data(), layout_.lineEnd, text.size());
-    if (end == nullptr || end == text.data() + text.size() - 1)
-        return false;
+    // The loops below stop at the line end, which is there.
     const std::size_t columns = layout_.columns.size();
     row.states.resize(columns);
     row.values.resize(columns);
-    at_ = text.data();
-    for (std::size_t column = 0; column < columns; ++column) {
-        SkipBlanks();
-        const PlainKind kind = layout_.columns[column];
-        const bool read = kind == PlainKind::number  ? ScanNumber(column, row)
-                          : kind == PlainKind::stamp ? ScanStamp(column, row)
-                                                     : ScanAny(column, row);
-        if (!read || !(column + 1 < columns ? EndCell() : EndRow(column)))
-            return false;
+    const char* at = text.data();
+    for (std::size_t column = 0; at != nullptr && column < columns; ++column) {
+        at = ScanCell(SkipBlanks(at), column, row);
+        if (at != nullptr)
+            at = column + 1 < columns ? EndCell(at) : EndRow(at);
     }
-    rowBytes_ = static_cast<std::size_t>(static_cast<const char*>(end) - text.data());
-    if (at_ != end)
+    if (at == nullptr)
         return false;
-    length = rowBytes_ + 1;
+    rowBytes_ = static_cast<std::size_t>(at - text.data());
     row.cells = &cells_;
     row.isExact = true;
     return true;
 }
 
+inline const char* PlainRows::ScanCell(const char* at, std::size_t column, Row& row) {
+    switch (layout_.columns[column]) {
+        case PlainKind::number:
+            return ScanNumber(at, column, row);
+        case PlainKind::stamp:
+            return ScanStamp(at, column, row);
+        default:
+            return ScanAny(at, column, row);
+    }
+}
+
 /// Sign, digits, one decimal sign, up to 15 digits: over a power of ten that is exact too, one division gives
 /// the very double that from_chars gives. An empty cell is a missing value.
-bool PlainRows::ScanNumber(std::size_t column, Row& row) {
-    const char* const begin = at_;
-    const char* at = at_;
+inline const char* PlainRows::ScanNumber(const char* at, std::size_t column, Row& row) {
+    const char* const begin = at;
     const bool negative = *at == '-';
     at += negative ? 1 : 0;
     const char* const first = at;
@@ -83,77 +84,76 @@ bool PlainRows::ScanNumber(std::size_t column, Row& row) {
         decimals = at - behind;
         count += decimals;
     }
-    at_ = at;
     cells_[column] = {begin, static_cast<std::size_t>(at - begin)};
     if (count == 0) {
         row.states[column] = CellState::null;
         row.values[column] = 0.0;
-        return at == begin && layout_.separator != ' ';
+        return at == begin && layout_.separator != ' ' ? at : nullptr;
     }
     if (count > exactDigits)
-        return false;
+        return nullptr;
     double value = static_cast<double>(static_cast<std::int64_t>(digits));
     if (decimals > 0)
         value /= powersOfTen[static_cast<std::size_t>(decimals)];
     value = negative ? -value : value;
     row.values[column] = value;
     row.states[column] = hasNull_ && rules_.IsNullNumber(value, column) ? CellState::null : CellState::number;
-    return !exact_ || !IsMidwayBetweenSingles(value);
+    return exact_ && IsMidwayBetweenSingles(value) ? nullptr : at;
 }
 
-/// The text up to a separator or the line's end.
-std::string_view PlainRows::TakeCell() {
-    const char* const begin = at_;
+/// The text up to a separator or the line's end is the column's cell.
+const char* PlainRows::TakeCell(const char* at, std::size_t column) {
+    const char* const begin = at;
     const bool blanks = layout_.separator == ' ';
-    while (*at_ != layout_.separator && *at_ != layout_.lineEnd && !(blanks && *at_ == '\t'))
-        ++at_;
-    std::string_view cell(begin, static_cast<std::size_t>(at_ - begin));
+    while (*at != layout_.separator && *at != layout_.lineEnd && !(blanks && *at == '\t'))
+        ++at;
+    std::string_view cell(begin, static_cast<std::size_t>(at - begin));
     if (!cell.empty() && cell.back() == '\r')
         cell.remove_suffix(1);
-    at_ = begin + cell.size();
-    return TrimmedCell(cell);
+    cells_[column] = TrimmedCell(cell);
+    return begin + cell.size();
 }
 
-bool PlainRows::ScanStamp(std::size_t column, Row& row) {
-    const std::string_view cell = TakeCell();
-    cells_[column] = cell;
+const char* PlainRows::ScanStamp(const char* at, std::size_t column, Row& row) {
+    at = TakeCell(at, column);
+    const std::string_view cell = cells_[column];
     row.states[column] = CellState::other;
     row.values[column] = 0.0;
     Stamp stamp;
-    return !cell.empty() && cell.front() != layout_.quote && stamps_[column].Parse(cell, stamp);
+    const bool read = !cell.empty() && cell.front() != layout_.quote && stamps_[column].Parse(cell, stamp);
+    return read ? at : nullptr;
 }
 
-bool PlainRows::ScanAny(std::size_t column, Row& row) {
-    const std::string_view cell = TakeCell();
-    cells_[column] = cell;
+const char* PlainRows::ScanAny(const char* at, std::size_t column, Row& row) {
+    at = TakeCell(at, column);
+    const std::string_view cell = cells_[column];
     const auto isForeign = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
     if (!cell.empty() && (cell.front() == layout_.quote || cell.find('\r') != std::string_view::npos))
-        return false;
+        return nullptr;
     if (asciiOnly_ && std::any_of(cell.begin(), cell.end(), isForeign))
-        return false;
+        return nullptr;
     row.states[column] = rules_.Read(cell, column, row.values[column]);
-    return row.states[column] != CellState::number || !rules_.exact;
+    return row.states[column] != CellState::number || !rules_.exact ? at : nullptr;
 }
 
-bool PlainRows::EndCell() {
-    if (layout_.separator == ' ') {
-        const char* const before = at_;
-        SkipBlanks();
-        return at_ != before;
-    }
-    SkipBlanks();
-    return *at_++ == layout_.separator;
+inline const char* PlainRows::EndCell(const char* at) const {
+    const char* const before = at;
+    at = SkipBlanks(at);
+    if (layout_.separator == ' ')
+        return at != before ? at : nullptr;
+    return *at == layout_.separator ? at + 1 : nullptr;
 }
 
-bool PlainRows::EndRow(std::size_t column) {
-    lastCellBytes_ = cells_[column].size();
-    SkipBlanks();
-    if (*at_ == layout_.separator && layout_.separator != ' ') {
-        ++at_;
+inline const char* PlainRows::EndRow(const char* at) {
+    lastCellBytes_ = cells_.back().size();
+    at = SkipBlanks(at);
+    if (*at == layout_.separator && layout_.separator != ' ') {
+        ++at;
         lastCellBytes_ = 0;
     }
-    at_ += *at_ == '\r' ? 1 : 0;
-    return *at_ == layout_.lineEnd;
+    if (layout_.lineEnd != '\r' && *at == '\r')
+        ++at;
+    return *at == layout_.lineEnd ? at : nullptr;
 }
 
 }  // namespace dravik

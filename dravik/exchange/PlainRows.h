@@ -26,9 +26,9 @@ class PlainRows {
     /// `rules` outlive the object.
     PlainRows(const TextFile& file, PlainLayout layout, const CellRules& rules);
 
-    /// Whether the text begins with a plain row of this layout and goes on behind its end: then cells, states
-    /// and values are filled (all values exact) and `length` counts its bytes with the line end.
-    bool Scan(std::string_view text, Row& row, std::size_t& length);
+    /// Whether the text, whole lines with their ends, begins with a plain row of this layout: then its cells,
+    /// states and values are filled, all values exact.
+    bool Scan(std::string_view text, Row& row);
 
     /// Bytes of the last row's last cell, 0 where a separator ends the row.
     std::size_t LastCellBytes() const { return lastCellBytes_; }
@@ -36,15 +36,18 @@ class PlainRows {
     std::size_t RowBytes() const { return rowBytes_; }
 
   private:
-    bool ScanNumber(std::size_t column, Row& row);
-    bool ScanStamp(std::size_t column, Row& row);
-    bool ScanAny(std::size_t column, Row& row);
-    std::string_view TakeCell();
-    bool EndCell();
-    bool EndRow(std::size_t column);
-    void SkipBlanks() {
-        while (*at_ == ' ' || (*at_ == '\t' && layout_.separator != '\t'))
-            ++at_;
+    // Each reads from `at` on and returns where it stopped, nullptr where the text is not plain.
+    const char* ScanCell(const char* at, std::size_t column, Row& row);
+    const char* ScanNumber(const char* at, std::size_t column, Row& row);
+    const char* ScanStamp(const char* at, std::size_t column, Row& row);
+    const char* ScanAny(const char* at, std::size_t column, Row& row);
+    const char* TakeCell(const char* at, std::size_t column);
+    const char* EndCell(const char* at) const;
+    const char* EndRow(const char* at);
+    const char* SkipBlanks(const char* at) const {
+        while (*at == ' ' || (*at == '\t' && layout_.separator != '\t'))
+            ++at;
+        return at;
     }
 
     PlainLayout layout_;
@@ -56,7 +59,6 @@ class PlainRows {
     bool asciiOnly_ = false;
     std::vector<StampCache> stamps_;
     std::vector<std::string_view> cells_;
-    const char* at_ = nullptr;
     std::size_t lastCellBytes_ = 0;
     std::size_t rowBytes_ = 0;
 };

@@ -61,7 +61,7 @@ class RecordReader {
     const std::vector<std::string_view>& Cells() const { return splitter_.Cells(); }
     Place Here() const { return reader_.Here(); }
     void Seek(const Place& place) { reader_.Seek(place); }
-    std::string_view Held() const { return reader_.Held(); }
+    std::string_view HeldLines() const { return reader_.HeldLines(); }
     void SkipLine(std::size_t bytes) { reader_.SkipLine(bytes); }
 
   private:

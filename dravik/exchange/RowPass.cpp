@@ -29,8 +29,8 @@ class RowPass {
 
     RowPassResult Run() {
         Row row;
-        for (TimeReader::State before; rows_->Next(row); before = time_.Now()) {
-            MarkPlace(row, before);
+        while (rows_->Next(row)) {
+            MarkPlace(row);
             TakeTime(row);
             for (std::size_t i = 0; i < result_.columns.size(); ++i)
                 result_.columns[i].Add(row.states[i], row.values[i], row.Cell(i), row.Line());
@@ -41,11 +41,12 @@ class RowPass {
     }
 
   private:
-    void MarkPlace(const Row& row, const TimeReader::State& before) {
+    /// The reader of times stands before the row.
+    void MarkPlace(const Row& row) {
         if (!result_.checkpoints.empty() &&
             row.place.offset < result_.checkpoints.back().place.offset + checkpointBytes)
             return;
-        result_.checkpoints.push_back({row.place, before});
+        result_.checkpoints.push_back({row.place, time_.Now()});
         if (progress_ && !progress_(row.place.offset, 2 * file_.End()))
             throw ImportStopped{};
     }

@@ -4,12 +4,9 @@
 #include <cmath>
 #include <limits>
 
-#include "dravik/exchange/Units.h"
-
 namespace dravik {
 namespace {
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
 constexpr double perOne = 100.0;
 
 }  // namespace
@@ -18,7 +15,7 @@ SampleReader::SampleReader(const TextFile& file, const ImportPlan& plan)
     : plan_(plan), rows_(plan.reading.open(file, true)), time_(plan.reading.time) {
     for (std::size_t i = 0; i < plan.columns.size(); ++i) {
         if (plan.columns[i].role == ColumnRole::curve)
-            curveColumns_.push_back(i);
+            sources_.push_back({i, plan.columns[i].pascals});
     }
     Rewind();
 }
@@ -28,37 +25,32 @@ void SampleReader::Rewind() {
     block_.clear();
     waiting_.clear();
     ended_ = false;
-    lastIndex_.assign(curveColumns_.size(), -std::numeric_limits<double>::infinity());
-    lastValue_.assign(curveColumns_.size(), 0.0);
+    lastIndex_.assign(sources_.size(), -std::numeric_limits<double>::infinity());
+    lastValue_.assign(sources_.size(), 0.0);
     if (!plan_.reading.checkpoints.empty()) {
         rows_->Seek(plan_.reading.checkpoints.front().place);
         time_.Resume(plan_.reading.checkpoints.front().time);
     }
 }
 
-void SampleReader::Convert(const Row& row, double index, Sample& sample) const {
-    sample.index = index;
-    sample.values.resize(curveColumns_.size());
-    for (std::size_t i = 0; i < curveColumns_.size(); ++i) {
-        const std::size_t column = curveColumns_[i];
-        const double pascals = plan_.columns[column].pascals;
-        double value = row.states[column] == CellState::number ? row.values[column] : none;
-        if (pascals > 0.0)
-            value = PsiOfPascals(value * pascals);
-        sample.values[i] = value;
-    }
-}
-
-bool SampleReader::ReadOne(Sample& sample) {
+bool SampleReader::NextIndex(double& index) {
     RowTime time;
     while (rows_->Next(row_)) {
         if (!time_.Read(row_, time))
             continue;  // a plan with such a row forbids the import
-        Convert(row_, time.at[static_cast<std::size_t>(plan_.reading.order)] * perOne + plan_.reading.shift,
-                sample);
+        index = time.at[static_cast<std::size_t>(plan_.reading.order)] * perOne + plan_.reading.shift;
         return true;
     }
     return false;
+}
+
+bool SampleReader::ReadOne(Sample& sample) {
+    if (!NextIndex(sample.index))
+        return false;
+    sample.values.resize(sources_.size());
+    for (std::size_t i = 0; i < sources_.size(); ++i)
+        sample.values[i] = Value(i);
+    return true;
 }
 
 void SampleReader::ReadBlock(std::size_t checkpoint) {
@@ -95,12 +87,12 @@ bool SampleReader::Next(Sample& sample) {
 /// Missing cells between two values not too far apart lie on the straight line between them (codes: keep the
 /// earlier one).
 void SampleReader::FillBehind(const Sample& sample) {
-    for (std::size_t i = 0; i < curveColumns_.size(); ++i) {
+    for (std::size_t i = 0; i < sources_.size(); ++i) {
         const double value = sample.values[i];
         if (std::isnan(value))
             continue;
         const double gap = sample.index - lastIndex_[i];
-        const double slope = plan_.columns[curveColumns_[i]].isCode ? 0.0 : (value - lastValue_[i]) / gap;
+        const double slope = plan_.columns[sources_[i].column].isCode ? 0.0 : (value - lastValue_[i]) / gap;
         for (auto row = waiting_.rbegin(); row != waiting_.rend() && gap <= plan_.grid.fill; ++row) {
             if (!std::isnan(row->values[i]))
                 break;

@@ -106,6 +106,7 @@ void LineReader::Seek(const Place& place) {
     bufferOffset_ = place.offset;
     filled_ = 0;
     at_ = 0;
+    linesEnd_ = 0;
 }
 
 bool LineReader::Fill() {
@@ -120,6 +121,8 @@ bool LineReader::Fill() {
     const std::size_t got = file_.Read(next, buffer_.data() + filled_,
                                        static_cast<std::size_t>(std::min<std::uint64_t>(left, blockBytes)));
     filled_ += got;
+    const std::string_view held(buffer_.data(), filled_ > 0 ? filled_ - 1 : 0);
+    linesEnd_ = held.rfind(file_.LineEnd()) + 1;  // 0 where there is none
     return got > 0;
 }
 

@@ -62,8 +62,11 @@ class LineReader {
     /// Of the line that Next gives next.
     Place Here() const { return {bufferOffset_ + at_, line_}; }
     void Seek(const Place& place);
-    /// What is held of the text from the next line on; valid until the next call.
-    std::string_view Held() const { return {buffer_.data() + at_, filled_ - at_}; }
+    /// The whole lines held from the next one on, with their ends, but for the text's last; valid until the
+    /// next call.
+    std::string_view HeldLines() const {
+        return at_ < linesEnd_ ? std::string_view(buffer_.data() + at_, linesEnd_ - at_) : std::string_view();
+    }
     /// Behind one line of the held text, `bytes` with its end.
     void SkipLine(std::size_t bytes) {
         at_ += bytes;
@@ -81,6 +84,7 @@ class LineReader {
     std::vector<char> buffer_;
     std::size_t filled_ = 0;
     std::size_t at_ = 0;
+    std::size_t linesEnd_ = 0;  ///< behind the last line end with something behind it
     std::uint64_t bufferOffset_ = 0;
     std::size_t line_ = 1;
     bool ended_ = true;

@@ -62,6 +62,7 @@ void TimeBase::Begin() {
     const double nearest = std::max(1.0, std::round(summary_.medianStep));
     summary_.gridStep = options_.step ? static_cast<double>(*options_.step) : nearest;
     perStep_ = 1.0 / summary_.gridStep;
+    tolerance_ = Tolerance(summary_.gridStep);
     perMedian_ = 1.0 / summary_.medianStep;
     summary_.onGrid = true;
     FindOrigin(summary_.gridStep);
@@ -162,7 +163,7 @@ void TimeBase::TrackGrid(const Sample& sample, double step) {
     const double place = Rounded((sample.index - summary_.origin) * perStep_);
     const double distance = std::abs(sample.index - summary_.origin - place * step);
     summary_.largestDistance = std::max(summary_.largestDistance, distance);
-    if (distance > Tolerance(step))
+    if (distance > tolerance_)
         summary_.onGrid = false;
     if (havePrevious_) {
         const double jump = std::abs(place - previousPlace_);

@@ -68,6 +68,7 @@ class TimeBase {
     double previousPlace_ = 0.0;
     double perStep_ = 0.0;  ///< a product costs a fraction of a quotient
     double perMedian_ = 0.0;
+    double tolerance_ = 0.0;  ///< Tolerance(gridStep)
 };
 
 }  // namespace dravik
