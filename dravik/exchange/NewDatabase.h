@@ -6,7 +6,8 @@
 namespace dravik {
 
 /// Where there is no file of that name, work goes on under a name of its own beside it, which only Publish
-/// gives the name asked for; without Publish nothing is left. An existing file is used as it is.
+/// gives the name asked for; without Publish nothing is left. An existing file is used as it is. What killed
+/// processes left of such work is removed.
 class NewDatabase {
   public:
     explicit NewDatabase(std::string path);

@@ -1,3 +1,7 @@
+#include <sys/wait.h>
+
+#include <csignal>
+
 #include "dravik/importer/ImportRun.h"
 #include "dravik/importer/ValveSettings.h"
 #include "tests/support/DravikFixture.h"
@@ -179,6 +183,38 @@ TEST_F(ImportJob, StoppedOrRefusedLeavesTheDatabaseAsItWasAndNoNewOne) {
     WriteAll(settings.valve.times, "3\n2\n");
     EXPECT_THROW(RunImport(settings, Plan(settings)), DatasetError);
     EXPECT_EQ(Bytes(), before);
+}
+
+TEST_F(ImportJob, WhatAKilledImportLeftIsRemovedByTheNextAndNothingElse) {
+    const ImportSettings settings = SettingsFor({Sheet("upper.csv")});
+    const JobPlan job = Plan(settings);
+    const auto leftBy = [this](pid_t process) { return DatabasePath() + ".new-" + std::to_string(process); };
+    const pid_t killed = ::fork();
+    if (killed == 0)
+        RunImport(settings, job, [](std::uint64_t, std::uint64_t) { return ::raise(SIGKILL) != 0; });
+    ASSERT_EQ(::waitpid(killed, nullptr, 0), killed);
+    ASSERT_TRUE(std::filesystem::exists(leftBy(killed)));
+    ASSERT_TRUE(std::filesystem::exists(leftBy(killed) + "-journal"));
+
+    const std::string database = ReadAll(leftBy(killed));
+    const std::vector<std::string> others{leftBy(::getppid()),       // alive
+                                          leftBy(killed) + "0000x",  // no number
+                                          DatabasePath() + "2.new-" + std::to_string(killed)};
+    for (const std::string& other : others)
+        WriteAll(other, database);
+    constexpr pid_t beyondAll = 1 << 30;
+    WriteAll(leftBy(beyondAll),
+             "a text of somebody, long enough to have something where a database tells "
+             "whose it is, and behind that");
+    WriteAll(leftBy(beyondAll + 1), "");
+    RunImport(settings, job);
+    for (const std::string& other : others)
+        EXPECT_TRUE(std::filesystem::exists(other)) << other;
+    EXPECT_TRUE(std::filesystem::exists(leftBy(beyondAll)));
+    EXPECT_FALSE(std::filesystem::exists(leftBy(beyondAll + 1)));
+    EXPECT_FALSE(std::filesystem::exists(leftBy(killed)));
+    EXPECT_FALSE(std::filesystem::exists(leftBy(killed) + "-journal"));
+    EXPECT_TRUE(std::filesystem::exists(DatabasePath()));
 }
 
 TEST_F(ImportJob, NamesThatMeetAreProblemsBeforeAnythingIsWritten) {
