@@ -158,8 +158,14 @@ DelimitedRows::Verdict DelimitedRows::JudgeOther(const Record& record, const Row
         return Verdict::leftOut;
     }
     const bool fits = FitsWidth(cells.size(), cells.back().empty(), layout_.width, layout_.separator);
-    strange_.push_back(
-        {record.place.line, WhyStrange(row), !HasTime(row), !fits && cells.size() < layout_.width});
+    Strange strange{record.place.line, {}, !HasTime(row), !fits && cells.size() < layout_.width};
+    const std::optional<std::size_t> contradicting = fits ? ContradictingColumn(row) : std::nullopt;
+    const bool mayBeNull = contradicting && layout_.kinds[*contradicting] == CellKind::number &&
+                           row.Cell(*contradicting).find_first_of(" ,\"'") == std::string_view::npos;
+    strange.problem = LineText(strange.line) + ": " + WhyStrange(row, contradicting) + " (" +
+                      (mayBeNull ? "--null " + std::string(row.Cell(*contradicting)) + ", or " : "") +
+                      "--leave-out " + std::to_string(strange.line) + ")";
+    strange_.push_back(std::move(strange));
     return Verdict::strange;
 }
 
@@ -253,16 +259,23 @@ bool DelimitedRows::IsHeaderAgain() const {
         });
 }
 
-std::string DelimitedRows::WhyStrange(const Row& row) const {
+/// The first column whose kind the row's cell contradicts.
+std::optional<std::size_t> DelimitedRows::ContradictingColumn(const Row& row) const {
+    for (std::size_t i = 0; i < layout_.width; ++i) {
+        if (Contradicts(layout_.kinds[i], row.states[i], row.Cell(i)))
+            return i;
+    }
+    return std::nullopt;
+}
+
+std::string DelimitedRows::WhyStrange(const Row& row, std::optional<std::size_t> contradicting) const {
     const std::vector<std::string_view>& cells = *row.cells;
     if (!FitsWidth(cells.size(), cells.back().empty(), layout_.width, layout_.separator))
         return std::to_string(cells.size()) + (cells.size() == 1 ? " cell" : " cells") +
                " where there should be " + std::to_string(layout_.width);
-    for (std::size_t i = 0; i < layout_.width; ++i) {
-        if (Contradicts(layout_.kinds[i], row.states[i], row.Cell(i)))
-            return QuotedCell(row.Cell(i)) + " in column " + std::to_string(i + 1) + " is " +
-                   (layout_.kinds[i] == CellKind::number ? "no number" : "no time");
-    }
+    if (contradicting)
+        return QuotedCell(row.Cell(*contradicting)) + " in column " + std::to_string(*contradicting + 1) +
+               " is " + (layout_.kinds[*contradicting] == CellKind::number ? "no number" : "no time");
     if (!HasTime(row))
         return "the time cell is empty";
     return "no value in the columns of numbers";
@@ -270,23 +283,21 @@ std::string DelimitedRows::WhyStrange(const Row& row) const {
 
 /// A row follows: the lines held back stand in the middle of the table.
 void DelimitedRows::CloseStrange() {
-    for (const Strange& strange : strange_)
-        AddProblem(LineText(strange.line) + ": " + strange.why + " (--leave-out " +
-                   std::to_string(strange.line) + ")");
+    for (Strange& strange : strange_)
+        AddProblem(std::move(strange.problem));
     strange_.clear();
 }
 
 void DelimitedRows::CloseStrangeAtEnd() {
     for (std::size_t i = 0; i < strange_.size(); ++i) {
-        const Strange& strange = strange_[i];
+        Strange& strange = strange_[i];
         const bool last = i + 1 == strange_.size();
         if (strange.withoutTime)
             LeaveOut("line without time at the end", strange.line);
         else if (last && strange.tooShort)
             LeaveOut("cut row at the end", strange.line);
         else
-            AddProblem(LineText(strange.line) + ": " + strange.why + " (--leave-out " +
-                       std::to_string(strange.line) + ")");
+            AddProblem(std::move(strange.problem));
     }
     strange_.clear();
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,7 @@ class DelimitedRows final : public RowReader {
     /// A line that is no row; whether that matters shows further down.
     struct Strange {
         std::size_t line = 0;
-        std::string why;
+        std::string problem;
         bool withoutTime = false;
         bool tooShort = false;
     };
@@ -54,7 +55,8 @@ class DelimitedRows final : public RowReader {
     bool IsCut(const Record& record) const;
     bool IsRepeated(const Record& record);
     bool IsHeaderAgain() const;
-    std::string WhyStrange(const Row& row) const;
+    std::optional<std::size_t> ContradictingColumn(const Row& row) const;
+    std::string WhyStrange(const Row& row, std::optional<std::size_t> contradicting) const;
     void CloseStrange();
     void CloseStrangeAtEnd();
     void CloseExtraCells();

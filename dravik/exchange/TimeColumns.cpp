@@ -77,6 +77,22 @@ bool CouldBePackedClocks(const std::vector<double>& values) {
     });
 }
 
+/// Numbers hhmmss that are even as clocks and, at a full minute, not as numbers.
+bool RisesEvenlyAsClocks(const std::vector<double>& values) {
+    const auto allNear = [](const std::vector<double>& steps) {
+        const double median = MedianOf(steps);
+        return median > 0.0 && std::all_of(steps.begin(), steps.end(), [&](double step) {
+                   return std::abs(step - median) <= 0.5 * median;
+               });
+    };
+    std::vector<double> clocks;
+    for (const double value : values) {
+        const auto whole = static_cast<std::int64_t>(value);
+        clocks.push_back(static_cast<double>(whole / 10000 * 3600 + whole / 100 % 100 * 60 + whole % 100));
+    }
+    return allNear(StepsOf(clocks)) && !allNear(StepsOf(values));
+}
+
 /// Searches the columns in the order of trust.
 class TimeColumnFinder {
   public:
@@ -276,7 +292,8 @@ void FindPackedTimes(const HeadColumns& head, std::size_t column, const std::str
     for (std::size_t i = 0; i < head.Count(); ++i)
         besideDates = besideDates || head.Kind(i) == CellKind::date;
     const bool padded = cells.front().size() == 6 && cells.front().front() == '0';
-    if ((besideDates || padded) && values.back() >= 10000.0 && CouldBePackedClocks(values))
+    const bool mayBe = values.back() >= 100.0 && CouldBePackedClocks(values);
+    if (mayBe && (((besideDates || padded) && values.back() >= 10000.0) || RisesEvenlyAsClocks(values)))
         finding.problems.push_back(
             where + QuotedCell(cells.front()) +
             ": seconds or hhmmss? (--time-unit s, or --time COL,COL --time-format FMT)");

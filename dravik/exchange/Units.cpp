@@ -170,11 +170,11 @@ NameAndUnit SplitUnit(std::string_view caption) {
 }
 
 bool NamesTime(std::string_view name) {
-    static constexpr std::array<std::string_view, 28> words{
-        "time",    "date",    "datetime", "timestamp", "datum",  "zeit", "uhrzeit",
-        "elapsed", "epoch",   "t",        "seconds",   "second", "secs", "sec",
-        "s",       "minutes", "minute",   "mins",      "hours",  "hour", "hrs",
-        "hr",      "days",    "day",      "millis",    "ms",     "etim", "etime"};
+    static constexpr std::array<std::string_view, 34> words{
+        "time",  "date", "datetime", "timestamp", "datum",   "zeit",  "uhrzeit", "heure",   "hora",
+        "fecha", "tijd", "tid",      "ora",       "elapsed", "epoch", "t",       "seconds", "second",
+        "secs",  "sec",  "s",        "minutes",   "minute",  "mins",  "hours",   "hour",    "hrs",
+        "hr",    "days", "day",      "millis",    "ms",      "etim",  "etime"};
     return AnyWord(name, words);
 }
 
