@@ -85,6 +85,7 @@ void PutHarmonics(Work& work, ExactInterval& interval) {
 
 void PutStorage(ExactInterval& interval, const JointResult& result) {
     interval.storage = result.estimate;
+    interval.storage.storage = result.storage;
     interval.apparentCompressibility = interval.wellCompressibility + result.storage / interval.wellVolume;
     interval.apparentCompressibilitySigma = result.sigmaStorage / interval.wellVolume;
 }
@@ -104,8 +105,10 @@ void PutConstrained(const Work& work, ExactInterval& interval) {
     }
     const auto result =
         FitJoint(interval.layer, harmonics, {StorageKnowledge::limited, sigma}, work.settings.confidence);
-    if (result)
-        interval.constrained = result->estimate;
+    if (!result)
+        return;
+    interval.constrained = result->estimate;
+    interval.constrained->storage = result->storage;
 }
 
 void PutMethods(const Work& work, ExactInterval& interval) {

@@ -48,6 +48,7 @@ struct ExactEstimate {
     std::optional<double> degreesOfFreedom;  ///< of the error of ln k
     std::optional<double> x;                 ///< dimensionless frequency r_w √(ω/η) of the fundamental
     std::optional<double> pValue;  ///< chance of harmonics that agree as badly as these in a true model
+    double storage = 0;            ///< between the levels, beyond the assumed, that the fit found, bbl/psi
     bool HasSolution() const { return permeability.has_value(); }
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -275,6 +276,32 @@ ExactResults ComputeExact(const ExactSettings& settings) {
     for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
         levels.Start(i);
     return ExactResultsOf(levels.Take(), settings);
+}
+
+ExactInputState CurrentExactInputs() {
+    const Selection& selection = CurrentSelection();
+    ExactInputState state{{selection.choice.pressure, selection.choice.flow},
+                          {static_cast<double>(selection.generation)}};
+    const auto add = [&](std::initializer_list<double> numbers) {
+        state.numbers.insert(state.numbers.end(), numbers);
+    };
+    for (const DatasetRecord& record : selection.datasets) {
+        state.names.insert(state.names.end(), {record.database, record.dataset});
+        add({record.sortKey, static_cast<double>(record.pendingFlag != 0)});
+        const std::int32_t cycles = record.cycles.RealCycles();
+        add({static_cast<double>(cycles)});
+        if (cycles > 0)
+            state.numbers.insert(state.numbers.end(), record.cycles.start.begin(),
+                                 record.cycles.start.begin() + cycles + 1);
+    }
+    const ParameterSet& p = CurrentParameters();
+    add({static_cast<double>(p.spinner), p.slope, p.casingID, p.compressibility, p.dw});
+    for (const IntervalParameters& own : p.intervals)
+        add({own.porosity, own.viscosity, own.ct, own.height});
+    const ExactSettings& s = CurrentExactSettings();
+    add({static_cast<double>(s.firstCycle), static_cast<double>(s.lastCycle),
+         static_cast<double>(s.harmonics), s.confidence, s.compressibilityError});
+    return state;
 }
 
 }  // namespace vorela

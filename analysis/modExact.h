@@ -51,4 +51,13 @@ ExactResults ExactResultsOf(std::vector<ExactLevel> levels, const ExactSettings&
 /// recording goes on gives what one call over the final data gives.
 ExactResults ComputeExact(const ExactSettings& settings);
 
+/// What the results rest on, the samples apart: it changes with the selection, its cycles, the parameters and
+/// the choices, and when a recording ends.
+struct ExactInputState {
+    std::vector<std::string> names;
+    std::vector<double> numbers;
+    bool operator==(const ExactInputState&) const = default;
+};
+ExactInputState CurrentExactInputs();
+
 }  // namespace vorela

@@ -285,19 +285,6 @@ bool ComputeAndFill(GridKind kind) {
     return FillFromResults(kind) && computed;
 }
 
-std::string ExportCell(const std::string& text, char separator) {
-    const std::string special{separator, '"', '\r', '\n'};
-    if (text.find_first_of(special) == std::string::npos)
-        return text;
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"')
-            quoted += '"';
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
 }  // namespace
 
 const std::array<const char*, 4>& TabNames() {
@@ -393,6 +380,19 @@ std::vector<std::vector<std::string>> CycleInformationRows(std::size_t dataset) 
         rows.push_back({names[entry], texts[0], texts[1], texts[3], texts[5], texts[2], texts[4], texts[6]});
     }
     return rows;
+}
+
+std::string ExportCell(const std::string& text, char separator) {
+    const std::string special{separator, '"', '\r', '\n'};
+    if (text.find_first_of(special) == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char c : text) {
+        if (c == '"')
+            quoted += '"';
+        quoted += c;
+    }
+    return quoted + '"';
 }
 
 // A row ends in a carriage return of its own, before the line's carriage return and line feed: the

@@ -4,28 +4,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "general/NumberText.h"
-
 namespace vorela {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// --- Table ---
-
-std::string Cell(const std::optional<double>& value) {
-    return value && std::isfinite(*value) ? FormatNumber(*value) : "-";
-}
-
-std::string RangeCell(const ExactRange& range) {
-    if (!range.lower && !range.upper)
-        return "-";
-    if (!range.upper)
-        return "from " + Cell(range.lower);
-    return (range.lower ? Cell(range.lower) : "") + " to " + Cell(range.upper);
-}
-
-// --- JSON ---
 
 Json Number(const std::optional<double>& value) {
     return value && std::isfinite(*value) ? Json(*value) : Json(nullptr);
@@ -124,34 +106,6 @@ Json IntervalJson(const ExactInterval& interval) {
 }
 
 }  // namespace
-
-std::vector<std::vector<std::string>> ExactRows(const ExactResults& results) {
-    std::vector<std::vector<std::string>> rows;
-    for (const ExactInterval& interval : results.intervals) {
-        const ExactEstimate none;
-        const ExactEstimate& shown = interval.Recommended() != nullptr ? *interval.Recommended() : none;
-        std::optional<double> sigma;
-        if (shown.permeability && shown.sigmaLnPermeability)
-            sigma = *shown.permeability * *shown.sigmaLnPermeability;
-        rows.push_back(
-            {interval.label, Cell(shown.permeability), Cell(sigma), RangeCell(shown.permeabilityRange),
-             Cell(shown.skin), Cell(shown.sigmaSkin), RangeCell(shown.skinRange),
-             interval.grade ? std::string(1, *interval.grade) : std::string("-"), Cell(shown.pValue),
-             interval.recommended == ExactMethod::none ? "-" : MethodName(interval.recommended)});
-    }
-    if (!rows.empty())
-        rows.insert(rows.begin(), {"Exact: interval (ft)", "k (mD)", "+-", "range", "Skin", "+-", "range",
-                                   "Grade", "p", "Method"});
-    return rows;
-}
-
-std::vector<std::string> ExactMessages(const ExactResults& results) {
-    std::vector<std::string> lines;
-    for (const ExactInterval& interval : results.intervals)
-        for (const std::string& message : interval.messages)
-            lines.push_back(interval.label + ": " + message);
-    return lines;
-}
 
 Json ExactJson(const ExactResults& results) {
     Json json{{"levels", Json::array()}, {"intervals", Json::array()}};

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "analysis/ExactTables.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
 #include "batch/BatchExact.h"

@@ -1,0 +1,172 @@
+#include "analysis/ExactTables.h"
+
+#include <cmath>
+
+#include "analysis/modMain.h"
+#include "analysis/modQuicklook.h"
+#include "general/NumberText.h"
+
+namespace vorela {
+namespace {
+
+constexpr const char* none = "-";
+constexpr double percent = 100;
+
+std::string Cell(const std::optional<double>& value) {
+    return value && std::isfinite(*value) ? FormatNumber(*value) : none;
+}
+
+std::string GradeCell(const std::optional<char>& grade) {
+    return grade ? std::string(1, *grade) : std::string(none);
+}
+
+std::string Joined(const std::vector<std::string>& texts) {
+    std::string joined;
+    for (const std::string& text : texts)
+        joined += (joined.empty() ? "" : "; ") + text;
+    return joined;
+}
+
+/// k, its error and range; S, its error and range.
+std::vector<std::string> EstimateCells(const ExactEstimate& estimate) {
+    std::optional<double> sigma;
+    if (estimate.permeability && estimate.sigmaLnPermeability)
+        sigma = *estimate.permeability * *estimate.sigmaLnPermeability;
+    return {Cell(estimate.permeability),
+            Cell(sigma),
+            RangeCell(estimate.permeabilityRange),
+            Cell(estimate.skin),
+            Cell(estimate.sigmaSkin),
+            RangeCell(estimate.skinRange)};
+}
+
+std::vector<std::string> ResultCells(const ExactInterval& interval) {
+    const ExactEstimate* recommended = interval.Recommended();
+    const ExactEstimate shown = recommended != nullptr ? *recommended : ExactEstimate{};
+    std::vector<std::string> cells = EstimateCells(shown);
+    cells.insert(cells.end(), {GradeCell(interval.grade), Cell(shown.pValue),
+                               recommended != nullptr ? MethodName(interval.recommended) : none});
+    return cells;
+}
+
+const std::vector<std::string> resultHeader{"k (mD)", "+-",    "range", "Skin",  "+-",
+                                            "range",  "Grade", "p",     "Method"};
+
+void Append(std::vector<std::string>& row, const std::vector<std::string>& cells) {
+    row.insert(row.end(), cells.begin(), cells.end());
+}
+
+void AddMethod(TextRows& rows, const ExactInterval& interval, ExactMethod method,
+               const ExactEstimate& estimate) {
+    std::vector<std::string> row{MethodName(method)};
+    Append(row, EstimateCells(estimate));
+    Append(row, {Cell(estimate.pValue), interval.recommended == method ? "recommended" : ""});
+    rows.push_back(std::move(row));
+}
+
+}  // namespace
+
+std::string RangeCell(const ExactRange& range) {
+    if (!range.lower && !range.upper)
+        return none;
+    if (!range.upper)
+        return "from " + Cell(range.lower);
+    return (range.lower ? Cell(range.lower) : "") + " to " + Cell(range.upper);
+}
+
+TextRows ExactRows(const ExactResults& results) {
+    TextRows rows;
+    if (results.intervals.empty())
+        return rows;
+    rows.push_back({"Exact: interval (ft)"});
+    Append(rows.back(), resultHeader);
+    for (const ExactInterval& interval : results.intervals) {
+        rows.push_back({interval.label});
+        Append(rows.back(), ResultCells(interval));
+    }
+    return rows;
+}
+
+TextRows ExactComparisonRows(const ExactResults& results) {
+    TextRows rows;
+    if (results.intervals.empty())
+        return rows;
+    rows.push_back({"Interval (ft)", "Quicklook k (mD)", "Quicklook skin"});
+    Append(rows.back(), resultHeader);
+    rows.back().push_back("Messages");
+    for (std::size_t i = 0; i < results.intervals.size(); ++i) {
+        const ExactInterval& interval = results.intervals[i];
+        const QuicklookRecord quicklook =
+            i + 1 < CurrentQuicklook().size() ? CurrentQuicklook()[i + 1] : QuicklookRecord{};
+        rows.push_back({interval.label, Cell(quicklook.permeability), Cell(quicklook.skin)});
+        Append(rows.back(), ResultCells(interval));
+        rows.back().push_back(Joined(interval.messages));
+    }
+    return rows;
+}
+
+TextRows ExactMethodRows(const ExactInterval& interval) {
+    TextRows rows{{"Method", "k (mD)", "+-", "range", "Skin", "+-", "range", "p", ""}};
+    AddMethod(rows, interval, ExactMethod::single, interval.single);
+    AddMethod(rows, interval, ExactMethod::joint, interval.joint);
+    AddMethod(rows, interval, ExactMethod::storage, interval.storage);
+    if (interval.constrained)
+        AddMethod(rows, interval, ExactMethod::constrained, *interval.constrained);
+    if (interval.enlargedWell) {
+        rows.push_back({"enlarged well"});
+        Append(rows.back(), EstimateCells(*interval.enlargedWell));
+        Append(rows.back(), {none, ""});
+    }
+    return rows;
+}
+
+TextRows ExactCycleRows(const ExactLevel& level) {
+    TextRows rows;
+    if (level.cycles.empty())
+        return rows;
+    rows.push_back({"Cycle", "Grade", "Pressure S/N", "Flow S/N", "Phase error (deg)", "Deviation (sigma)",
+                    "Drift (amplitudes)", "Period off (%)", "Periods", "Filled (%)"});
+    for (const ExactCycle& cycle : level.cycles)
+        rows.push_back({FormatNumber(cycle.number), GradeCell(cycle.grade), Cell(cycle.snrPressure),
+                        Cell(cycle.snrFlow), Cell(cycle.phaseSigma), Cell(cycle.deviation), Cell(cycle.drift),
+                        Cell(cycle.periodError * percent), FormatNumber(cycle.periods),
+                        Cell(cycle.filled * percent)});
+    return rows;
+}
+
+TextRows ExactBudgetRows(const ExactInterval& interval) {
+    TextRows rows;
+    if (interval.budget.empty())
+        return rows;
+    rows.push_back({"Error of", "by", "changes k (%)", "changes skin"});
+    for (const ExactBudgetLine& line : interval.budget) {
+        std::optional<double> share;
+        if (line.lnPermeability)
+            share = std::expm1(*line.lnPermeability) * percent;
+        rows.push_back({line.input, line.step, Cell(share), Cell(line.skin)});
+    }
+    return rows;
+}
+
+std::vector<std::string> ExactMessages(const ExactResults& results) {
+    std::vector<std::string> lines;
+    for (const ExactInterval& interval : results.intervals)
+        for (const std::string& message : interval.messages)
+            lines.push_back(interval.label + ": " + message);
+    return lines;
+}
+
+std::string SeparatedText(const TextRows& rows, char separator) {
+    std::string text;
+    for (const std::vector<std::string>& row : rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            if (column > 0)
+                text += separator;
+            text += ExportCell(row[column], separator);
+        }
+        text += "\r\n";
+    }
+    return text;
+}
+
+}  // namespace vorela
