@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "plot/TimeRange.h"
+#include "plotview/PictureFile.h"
 
 class QPrinter;
 

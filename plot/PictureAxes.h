@@ -1,0 +1,67 @@
+// Axes with ticks, grid lines and captions round one frame of a picture, and what is drawn inside them.
+#pragma once
+
+#include <limits>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "plot/DrawingSurface.h"
+
+namespace vorela {
+
+/// What an axis covers. A logarithmic one takes positive values only.
+struct AxisSpan {
+    double low = std::numeric_limits<double>::infinity();
+    double high = -std::numeric_limits<double>::infinity();
+    bool logarithmic = false;
+
+    /// Values that are not finite, or not positive on a logarithmic axis, are left out.
+    void Include(double value);
+    /// Room at both ends, and something to see where there was one value or none.
+    void Widen(double share);
+    double Share(double value) const;  ///< 0 at low, 1 at high
+    /// 1, 2 or 5 times powers of ten inside the span, four to ten of them where it can be.
+    std::vector<double> Ticks() const;
+};
+
+struct FrameRectangle {
+    double left = 0, top = 0, right = 0, bottom = 0;  ///< device units
+};
+
+/// One frame: x to the right, y upward unless `downward`. Pens and fonts live as long as it does.
+class PictureAxes {
+  public:
+    PictureAxes(DrawingSurface& surface, const FrameRectangle& frame, const AxisSpan& x, const AxisSpan& y,
+                bool downward = false);
+    ~PictureAxes();
+    PictureAxes(const PictureAxes&) = delete;
+    PictureAxes& operator=(const PictureAxes&) = delete;
+
+    void Draw(const std::string& title, const std::string& xCaption, const std::string& yCaption);
+    DevicePoint At(double x, double y) const;
+    /// Clipped to the frame.
+    void Curve(std::span<const DevicePoint> points, Colour colour, int width = 2);
+    void Line(DevicePoint from, DevicePoint to, Colour colour, int width = 1);
+    /// A filled square about a point.
+    void Mark(DevicePoint at, Colour colour);
+    /// Device units, sides level and upright.
+    void Fill(const FrameRectangle& area, Colour colour);
+    void Text(DevicePoint device, const std::string& text, TextAlignment alignment);
+    /// An arrow head at a device point, pointing right (1), left (-1), up (2) or down (-2).
+    void Arrow(DevicePoint device, int direction, Colour colour);
+    const FrameRectangle& Frame() const { return frame_; }
+
+  private:
+    DrawingObject Pen(Colour colour, int width);
+    void DeviceLine(DevicePoint from, DevicePoint to, Colour colour, int width);
+
+    DrawingSurface& surface_;
+    FrameRectangle frame_;
+    AxisSpan x_, y_;
+    bool downward_;
+    std::vector<std::pair<PenDescription, DrawingObject>> pens_;
+    DrawingObject font_ = 0;
+};
+
+}  // namespace vorela
