@@ -1,6 +1,8 @@
 #include "analysis/ExactTables.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "analysis/modMain.h"
 #include "analysis/modQuicklook.h"
@@ -27,17 +29,51 @@ std::string Joined(const std::vector<std::string>& texts) {
     return joined;
 }
 
+/// Two digits of the error, at most nine decimals; nothing without an error.
+std::optional<int> DecimalsOf(const std::optional<double>& sigma) {
+    constexpr int mostDecimals = 9;
+    if (!sigma || !std::isfinite(*sigma) || !(*sigma > 0.0))
+        return std::nullopt;
+    return std::clamp(1 - static_cast<int>(std::floor(std::log10(*sigma))), 0, mostDecimals);
+}
+
+std::string Cell(const std::optional<double>& value, const std::optional<int>& decimals) {
+    if (!value || !std::isfinite(*value) || !decimals)
+        return Cell(value);
+    const std::string pattern =
+        *decimals > 0 ? "0." + std::string(static_cast<std::size_t>(*decimals), '0') : "0";
+    return FormatByPattern(*value, pattern);
+}
+
+std::string RangeCell(const ExactRange& range, const std::optional<int>& decimals) {
+    if (!range.lower && !range.upper)
+        return none;
+    if (!range.upper)
+        return "from " + Cell(range.lower, decimals);
+    return (range.lower ? Cell(range.lower, decimals) + " " : "") + "to " + Cell(range.upper, decimals);
+}
+
+/// Of the permeability, mD.
+std::optional<double> SigmaOf(const ExactEstimate& estimate) {
+    if (!estimate.permeability || !estimate.sigmaLnPermeability)
+        return std::nullopt;
+    return *estimate.permeability * *estimate.sigmaLnPermeability;
+}
+
 /// k, its error and range; S, its error and range.
 std::vector<std::string> EstimateCells(const ExactEstimate& estimate) {
-    std::optional<double> sigma;
-    if (estimate.permeability && estimate.sigmaLnPermeability)
-        sigma = *estimate.permeability * *estimate.sigmaLnPermeability;
-    return {Cell(estimate.permeability),
-            Cell(sigma),
-            RangeCell(estimate.permeabilityRange),
-            Cell(estimate.skin),
-            Cell(estimate.sigmaSkin),
-            RangeCell(estimate.skinRange)};
+    const std::optional<double> sigma = SigmaOf(estimate);
+    const auto skinDecimals = DecimalsOf(estimate.sigmaSkin);
+    return {PermeabilityText(estimate),
+            Cell(sigma, DecimalsOf(sigma)),
+            PermeabilityRangeText(estimate),
+            SkinText(estimate),
+            Cell(estimate.sigmaSkin, skinDecimals),
+            RangeCell(estimate.skinRange, skinDecimals)};
+}
+
+std::string RangeCaption(double confidence) {
+    return FormatNumber(confidence) + " % range";
 }
 
 std::vector<std::string> ResultCells(const ExactInterval& interval) {
@@ -49,8 +85,10 @@ std::vector<std::string> ResultCells(const ExactInterval& interval) {
     return cells;
 }
 
-const std::vector<std::string> resultHeader{"k (mD)", "+-",    "range", "Skin",  "+-",
-                                            "range",  "Grade", "p",     "Method"};
+std::vector<std::string> ResultHeader(double confidence) {
+    const std::string range = RangeCaption(confidence);
+    return {"k (mD)", "+-", range, "Skin", "+-", range, "Grade", "p", "Method"};
+}
 
 void Append(std::vector<std::string>& row, const std::vector<std::string>& cells) {
     row.insert(row.end(), cells.begin(), cells.end());
@@ -66,12 +104,16 @@ void AddMethod(TextRows& rows, const ExactInterval& interval, ExactMethod method
 
 }  // namespace
 
-std::string RangeCell(const ExactRange& range) {
-    if (!range.lower && !range.upper)
-        return none;
-    if (!range.upper)
-        return "from " + Cell(range.lower);
-    return (range.lower ? Cell(range.lower) : "") + " to " + Cell(range.upper);
+std::string PermeabilityText(const ExactEstimate& estimate) {
+    return Cell(estimate.permeability, DecimalsOf(SigmaOf(estimate)));
+}
+
+std::string SkinText(const ExactEstimate& estimate) {
+    return Cell(estimate.skin, DecimalsOf(estimate.sigmaSkin));
+}
+
+std::string PermeabilityRangeText(const ExactEstimate& estimate) {
+    return RangeCell(estimate.permeabilityRange, DecimalsOf(SigmaOf(estimate)));
 }
 
 TextRows ExactRows(const ExactResults& results) {
@@ -79,7 +121,7 @@ TextRows ExactRows(const ExactResults& results) {
     if (results.intervals.empty())
         return rows;
     rows.push_back({"Exact: interval (ft)"});
-    Append(rows.back(), resultHeader);
+    Append(rows.back(), ResultHeader(results.confidence));
     for (const ExactInterval& interval : results.intervals) {
         rows.push_back({interval.label});
         Append(rows.back(), ResultCells(interval));
@@ -92,7 +134,7 @@ TextRows ExactComparisonRows(const ExactResults& results) {
     if (results.intervals.empty())
         return rows;
     rows.push_back({"Interval (ft)", "Quicklook k (mD)", "Quicklook skin"});
-    Append(rows.back(), resultHeader);
+    Append(rows.back(), ResultHeader(results.confidence));
     rows.back().push_back("Messages");
     for (std::size_t i = 0; i < results.intervals.size(); ++i) {
         const ExactInterval& interval = results.intervals[i];
@@ -105,8 +147,9 @@ TextRows ExactComparisonRows(const ExactResults& results) {
     return rows;
 }
 
-TextRows ExactMethodRows(const ExactInterval& interval) {
-    TextRows rows{{"Method", "k (mD)", "+-", "range", "Skin", "+-", "range", "p", ""}};
+TextRows ExactMethodRows(const ExactInterval& interval, double confidence) {
+    const std::string range = RangeCaption(confidence);
+    TextRows rows{{"Method", "k (mD)", "+-", range, "Skin", "+-", range, "p", ""}};
     AddMethod(rows, interval, ExactMethod::single, interval.single);
     AddMethod(rows, interval, ExactMethod::joint, interval.joint);
     AddMethod(rows, interval, ExactMethod::storage, interval.storage);
@@ -154,19 +197,6 @@ std::vector<std::string> ExactMessages(const ExactResults& results) {
         for (const std::string& message : interval.messages)
             lines.push_back(interval.label + ": " + message);
     return lines;
-}
-
-std::string SeparatedText(const TextRows& rows, char separator) {
-    std::string text;
-    for (const std::vector<std::string>& row : rows) {
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            if (column > 0)
-                text += separator;
-            text += ExportCell(row[column], separator);
-        }
-        text += "\r\n";
-    }
-    return text;
 }
 
 }  // namespace vorela

@@ -124,6 +124,7 @@ struct ExactInterval {
 
 struct ExactResults {
     std::vector<ExactLevel> levels;        ///< as the selected datasets
+    double confidence = 95;                ///< of the ranges, %
     std::vector<ExactInterval> intervals;  ///< interval i pairs levels i + 1 and i
 };
 

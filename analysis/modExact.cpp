@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
+#include <future>
 #include <initializer_list>
 #include <thread>
 #include <utility>
@@ -265,6 +267,7 @@ std::vector<ExactLevel> ExactLevels::Take() {
 
 ExactResults ExactResultsOf(std::vector<ExactLevel> levels, const ExactSettings& settings) {
     ExactResults results;
+    results.confidence = settings.confidence;
     results.levels = std::move(levels);
     for (std::size_t i = 1; i < results.levels.size(); ++i)
         results.intervals.push_back(SoundInterval(i, results.levels, settings));

@@ -10,6 +10,7 @@
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/CheckedMath.h"
+#include "general/DelimitedText.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "signal/modParameters.h"
@@ -382,19 +383,6 @@ std::vector<std::vector<std::string>> CycleInformationRows(std::size_t dataset) 
     return rows;
 }
 
-std::string ExportCell(const std::string& text, char separator) {
-    const std::string special{separator, '"', '\r', '\n'};
-    if (text.find_first_of(special) == std::string::npos)
-        return text;
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"')
-            quoted += '"';
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
 // A row ends in a carriage return of its own, before the line's carriage return and line feed: the
 // spreadsheets that read these files were set up for it.
 std::string InterpretationText(char separator) {
@@ -403,7 +391,7 @@ std::string InterpretationText(char separator) {
     for (const ResultGrid& grid : Grids()) {
         for (const std::vector<std::string>& row : grid.cells) {
             for (std::size_t column = 0; column < row.size(); ++column) {
-                text += ExportCell(row[column], separator);
+                text += DelimitedCell(row[column], separator);
                 text += column + 1 < row.size() ? separator : '\r';
             }
             text += lineEnd;

@@ -65,8 +65,6 @@ bool ChooseCycle(std::size_t dataset, std::size_t entry);
 /// Rows of the cycle information dialog: header and one row for each cycle, the window among them.
 std::vector<std::vector<std::string>> CycleInformationRows(std::size_t dataset);
 
-/// A cell of a file of separated values, quoted where it has to be.
-std::string ExportCell(const std::string& text, char separator);
 /// The export file's bytes. `separator` "," or a tab.
 std::string InterpretationText(char separator);
 /// Writes the export file by its path; the separator follows the save dialog's filter (1: comma, 2: tab).

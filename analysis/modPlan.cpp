@@ -246,8 +246,7 @@ std::span<const PlanField> PlanFields() {
 
 std::string SetPlanInput(PlanInputs& inputs, const std::string& name, const std::string& value) {
     if (EqualIgnoringCase(name, "wanted")) {
-        constexpr double most = 10.0;
-        const auto number = NumberInRange(value, 1e-6, most);
+        const auto number = NumberInRange(value, leastWantedError, mostWantedError);
         if (!number)
             return "wanted: a standard error of ln k from 0.000001 to 10 is needed, not \"" + value + "\"";
         inputs.wanted = *number;
@@ -267,28 +266,28 @@ std::string SetPlanInput(PlanInputs& inputs, const std::string& name, const std:
     return "there is no input \"" + name + "\" of a plan";
 }
 
-std::string PlanFault(const PlanInputs& inputs) {
+std::optional<PlanFault> FaultOfPlan(const PlanInputs& inputs) {
     if (std::isnan(inputs.permeability))
-        return "k is needed";
+        return PlanFault{"k", "the permeability of the interval is needed"};
     if (std::isnan(inputs.skin))
-        return "skin is needed";
-    if (!(inputs.depth1 < inputs.depth2 && inputs.depth2 <= inputs.td))
-        return "depth1 must lie above depth2, and both above td";
+        return PlanFault{"skin", "the skin of the interval is needed"};
+    if (!(inputs.depth1 < inputs.depth2))
+        return PlanFault{"depth1", "the upper level must lie above the lower one"};
+    if (!(inputs.depth2 <= inputs.td))
+        return PlanFault{"depth2", "both levels must lie above the total depth"};
     if (!(inputs.step <= inputs.period / 4.0))
-        return "step: a period needs four samples at least";
+        return PlanFault{"step", "a period needs four samples at least"};
     if (!(inputs.ramp <= inputs.period / 2.0))
-        return "ramp: an edge is half a period long at most";
+        return PlanFault{"ramp", "an edge is half a period long at most"};
     if (inputs.compressibilityError < 0.0 && inputs.compressibilityError != -1.0)
-        return "compressibilityError is -1 (not known), 0 or more";
+        return PlanFault{"compressibilityError", "-1 (not known), 0 or more is needed"};
     if (inputs.gauge == 0.0 && inputs.flow == 0.0)
-        return "gauge or flow: without any noise there is no error to predict";
-    for (const int n : harmonicNumbers) {
-        const LevelIndices indices = IndicesOf(inputs, n);
-        const bool sound = indices.interval.imag() > 0.0 && std::abs(indices.lower) > 0.0;
-        if (n == 1 && !sound)
-            return "nothing flows past the lower level: kBelow or compressibility must be positive";
-    }
-    return {};
+        return PlanFault{"gauge", "without any noise of gauge or spinner there is no error to predict"};
+    const LevelIndices first = IndicesOf(inputs, 1);
+    if (!(first.interval.imag() > 0.0 && std::abs(first.lower) > 0.0))
+        return PlanFault{
+            "kBelow", "nothing flows past the lower level: layers below or a compressible fluid are needed"};
+    return std::nullopt;
 }
 
 const PlanErrors& PlanResult::Recommended() const {
@@ -350,7 +349,11 @@ std::vector<PlanPoint> PlanOverPeriods(const PlanInputs& inputs) {
         PlanInputs there = inputs;
         there.period = point.period;
         there.cycles = point.cycles;
-        if (point.cycles >= fewest && PlanFault(there).empty())
+        if (point.cycles < fewest)
+            point.fault = "time for less than 2 cycles";
+        else if (const auto fault = FaultOfPlan(there))
+            point.fault = fault->text;
+        else
             point.result = PlanTest(there);
         list.push_back(std::move(point));
     }

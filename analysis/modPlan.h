@@ -54,10 +54,17 @@ struct PlanField {
     bool whole = false;
 };
 std::span<const PlanField> PlanFields();
+/// What may be wanted for the standard error of ln k.
+inline constexpr double leastWantedError = 1e-6;
+inline constexpr double mostWantedError = 10;
 /// Sets one input ("wanted" among them); what is wrong with name or value, "" when nothing.
 std::string SetPlanInput(PlanInputs& inputs, const std::string& name, const std::string& value);
-/// What is wrong with the inputs together; "" when nothing.
-std::string PlanFault(const PlanInputs& inputs);
+/// What is wrong with the inputs together, and the name of the input to mend.
+struct PlanFault {
+    const char* input;
+    std::string text;
+};
+std::optional<PlanFault> FaultOfPlan(const PlanInputs& inputs);
 
 struct PlanLevel {
     double pressure = 0;    ///< amplitude, psi
@@ -92,7 +99,7 @@ struct PlanResult {
     std::vector<std::string> messages;
     const PlanErrors& Recommended() const;
 };
-/// `inputs` have passed PlanFault.
+/// `inputs` have passed FaultOfPlan.
 PlanResult PlanTest(const PlanInputs& inputs);
 
 /// The same test at another period and the same time on the level.
@@ -100,6 +107,7 @@ struct PlanPoint {
     double period = 0;  ///< s
     double cycles = 0;  ///< that fit, not rounded; below 2 there is no result
     std::optional<PlanResult> result;
+    std::string fault;  ///< why there is no result
 };
 /// Periods from 20 s to 4 h in even steps of their logarithm.
 std::vector<PlanPoint> PlanOverPeriods(const PlanInputs& inputs);

@@ -19,12 +19,14 @@
 #include <vector>
 
 #include "analysis/ResultGridView.h"
+#include "analysis/modExact.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "app/GridEditors.h"
 #include "app/QtPorts.h"
 #include "app/WindowPlace.h"
 #include "app/dlgHelp.h"
+#include "app/frmExact.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "dravik/importer/frmImport.h"
@@ -243,6 +245,7 @@ bool frmMain::Load() {
         ReadPlotFormat();
         ReadParameters();
         ReadDatasetSettings();
+        ReadExactSettings();
         const CursorPositions positions = ReadCursorSettings();
         cursors_->setCursor1(positions.cursor1);
         cursors_->setCursor2(positions.cursor2);
@@ -280,6 +283,8 @@ void frmMain::closeEvent(QCloseEvent* event) {
     }
     if (help_)
         help_->close();
+    if (exact_)
+        exact_->close();
     Unload();
     event->accept();
 }
@@ -307,6 +312,7 @@ void frmMain::UpdateMainWindow() {
         ShowResultHints();
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
     });
+    FollowExactResults();
     ShowStanding(Text(quiet.Standing()));
 }
 
@@ -532,6 +538,7 @@ std::optional<TextCell> frmMain::IntervalCell(int row) {
         if (!refusal) {
             FillQuicklookGrid();
             ShowGrid(quicklookTab);
+            FollowExactResults();
         }
         return refusal;
     };
@@ -596,7 +603,7 @@ void frmMain::EnableActions(bool on) {
         entry->setEnabled(on);
     for (QMenu* menu : menuBar()->findChildren<QMenu*>()) {
         for (QAction* entry : menu->actions())
-            entry->setEnabled(on);
+            entry->setEnabled(on && (entry != mnuExact_ || !CurrentSelection().datasets.empty()));
     }
 }
 
@@ -626,6 +633,8 @@ void frmMain::FollowRecording() {
     ShowResultHints();
     ShowStanding(Text(quiet.Standing()));
     FillChoosers();
+    if (exact_)
+        exact_->Follow();
     // The pass does not redraw a dataset whose recording has ended; its last samples came with this pass.
     if (followed && !IsPending(*shown))
         picPlot_->Follow(*shown);

@@ -33,6 +33,7 @@ class PlotWidget;
 class QtPorts;
 class TimeCursors;
 class dlgHelp;
+class frmExact;
 class frmSelectData;
 
 class frmMain : public QMainWindow {
@@ -88,6 +89,8 @@ class frmMain : public QMainWindow {
     void PrintPlotEntry();
     void ParametersEntry();
     void CycleInformationEntry();
+    void ExactResultsEntry();
+    void PlanEntry();
     void FilteredCurvesEntry();
     void ReconstructValveEntry();
     void DravikFilteredFlowEntry();
@@ -134,6 +137,7 @@ class frmMain : public QMainWindow {
     void RunWithoutInput(const std::function<void()>& action);
     void RunAlone(const std::function<void()>& body);
     void FollowRecording();
+    void FollowExactResults();
     void EnableActions(bool on);
     /// The dialog, modal over the window, on screen wholly.
     int ShowModal(QDialog& dialog);
@@ -152,6 +156,8 @@ class frmMain : public QMainWindow {
     GridEditors* editors_ = nullptr;
     QTimer tmrMain_;
     QPointer<dlgHelp> help_;
+    QPointer<frmExact> exact_;     ///< made when first asked for
+    QAction* mnuExact_ = nullptr;  ///< enabled with a selection
     RepeatedMessages repeated_;
     QString hints_;  ///< as last shown in the status bar
     QString standing_;

@@ -5,6 +5,7 @@
 #include <QMenuBar>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTabBar>
 #include <algorithm>
@@ -16,9 +17,12 @@
 #include "analysis/frmCycleInfo.h"
 #include "analysis/modMain.h"
 #include "app/QtPorts.h"
+#include "app/WindowPlace.h"
 #include "app/dlgHelp.h"
 #include "app/frmAbout.h"
+#include "app/frmExact.h"
 #include "app/frmMain.h"
+#include "app/frmPlan.h"
 #include "db/AnalysisClaim.h"
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
@@ -75,6 +79,8 @@ const std::vector<frmMain::MenuEntry>& frmMain::MenuEntries() {
         {"File", "&Import Recording...", &frmMain::ImportEntry, "Ctrl+O"},
         {"Edit", "&Parameters...", &frmMain::ParametersEntry, "Ctrl+E"},
         {"View", "&Cycle information...", &frmMain::CycleInformationEntry, "Ctrl+I"},
+        {"View", "E&xact results...", &frmMain::ExactResultsEntry, "Ctrl+K"},
+        {"View", "&Plan a test...", &frmMain::PlanEntry, ""},
         {"Action", "&Create filtered P and QS curves...", &frmMain::FilteredCurvesEntry, ""},
         {"Action", "&Reconstruct valve signal PVLSIG...", &frmMain::ReconstructValveEntry, ""},
         {"Action", "Re-calculate &Dravik filtered flow...", &frmMain::DravikFilteredFlowEntry, ""},
@@ -106,6 +112,10 @@ void frmMain::BuildMenus() {
         action->setShortcut(QKeySequence(QString::fromUtf8(entry.shortcut)));
         if (entry.handler != nullptr)
             connect(action, &QAction::triggered, this, entry.handler);
+        if (entry.handler == &frmMain::ExactResultsEntry) {
+            mnuExact_ = action;
+            action->setEnabled(false);
+        }
     }
 }
 
@@ -273,6 +283,30 @@ void frmMain::CycleInformationEntry() {
         frmCycleInfo dialog(PlotDataset(), this);
         ShowModal(dialog);
         UpdateMainWindow();  // another cycle may have been chosen in it
+    });
+}
+
+void frmMain::ExactResultsEntry() {
+    Run([this] {
+        if (!exact_) {
+            exact_ = new frmExact(this);
+            FitDialog(*exact_, screen()->availableGeometry().size() - Frame());
+        }
+        exact_->show();
+        exact_->raise();
+        exact_->activateWindow();
+    });
+}
+
+void frmMain::FollowExactResults() {
+    if (exact_)
+        exact_->Follow();
+}
+
+void frmMain::PlanEntry() {
+    Run([this] {
+        frmPlan dialog(this);
+        ShowModal(dialog);
     });
 }
 

@@ -67,6 +67,8 @@ class DrawingSurface {
     virtual void MoveTo(DevicePoint point) = 0;
     virtual void LineTo(DevicePoint point) = 0;
     virtual void Polyline(std::span<const DevicePoint> points) = 0;
+    /// Of one colour, without an edge.
+    virtual void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) = 0;
     /// Smooth edges for the lines that follow. Off for dense data: smoothing a zig-zag costs a hundred times
     /// more and shows less.
     virtual void SetSmooth(bool smooth) = 0;

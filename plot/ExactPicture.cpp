@@ -9,7 +9,7 @@ namespace vorela {
 namespace {
 
 constexpr Colour black{0, 0, 0};
-constexpr Colour modelGrey{64, 64, 64};
+constexpr PenDescription modelLine{LineStyle::solid, 2, {64, 64, 64}};
 constexpr Colour unusedGrey{160, 160, 160};
 constexpr Colour barOrange{241, 193, 145};
 constexpr double leftMargin = 76, rightMargin = 24, topMargin = 44, bottomMargin = 44;
@@ -103,8 +103,8 @@ void DrawOverPeriod(DrawingSurface& surface, const FrameRectangle& frame, const 
     PictureAxes axes(surface, frame, x, y);
     axes.Draw(title, "Period (s)", what.caption);
     for (std::size_t i = 1; i < what.model.size(); ++i)
-        axes.Line({picture.periods[i - 1], what.model[i - 1]}, {picture.periods[i], what.model[i]}, modelGrey,
-                  2);
+        axes.Line({picture.periods[i - 1], what.model[i - 1]}, {picture.periods[i], what.model[i]},
+                  modelLine);
     for (const PictureHarmonic& harmonic : picture.harmonics) {
         UprightRange(axes, harmonic.period, harmonic.*what.value, harmonic);
         Label(axes, {harmonic.period, (harmonic.*what.value).value}, NameOf(harmonic));
@@ -143,11 +143,10 @@ AxisSpan ValueSpan(const ProfilePicture& picture, const ProfileColumn& column) {
     }
     if (!column.logarithmic)
         span.Include(0.0);
-    span.Widen(room);
-    if (column.logarithmic) {
-        span.low = std::pow(10.0, std::floor(std::log10(span.low)));
-        span.high = std::pow(10.0, std::ceil(std::log10(span.high)));
-    }
+    if (column.logarithmic)
+        span.WidenToTicks(true);
+    else
+        span.Widen(room);
     return span;
 }
 
@@ -215,10 +214,9 @@ void DrawImpedance(DrawingSurface& surface, const ImpedancePicture& picture) {
     MakeEqual(x, y, frame);
     PictureAxes axes(surface, frame, x, y);
     axes.Draw(picture.title, "Re Z (psi per bbl/day)", "-Im Z (psi per bbl/day)");
-    for (std::size_t i = 1; i < picture.model.size(); ++i)
-        axes.Line(picture.model[i - 1], picture.model[i], modelGrey, 2);
+    axes.Curve(picture.model, modelLine);
     for (const PictureHarmonic& harmonic : picture.harmonics) {
-        axes.Curve(harmonic.circle, ColourOf(harmonic), 1);
+        axes.Curve(harmonic.circle, {LineStyle::solid, 1, ColourOf(harmonic)});
         axes.Mark(harmonic.point, ColourOf(harmonic));
         Label(axes, harmonic.point, NameOf(harmonic));
     }
@@ -233,9 +231,8 @@ void DrawAmplitudeAndLag(DrawingSurface& surface, const ImpedancePicture& pictur
     lower.top = std::min(half + topMargin, lower.bottom - 1);
     DrawOverPeriod(surface, upper, picture,
                    {"|Z| (psi per bbl/day)", &PictureHarmonic::amplitude, picture.modelAmplitude},
-                   picture.title);
-    DrawOverPeriod(surface, lower, picture, {"Lag (degrees)", &PictureHarmonic::lag, picture.modelLag},
-                   picture.note);
+                   picture.title + "   " + picture.note);
+    DrawOverPeriod(surface, lower, picture, {"Lag (degrees)", &PictureHarmonic::lag, picture.modelLag}, "");
 }
 
 void DrawProfile(DrawingSurface& surface, const ProfilePicture& picture) {

@@ -1,22 +1,26 @@
 #include "plot/PictureAxes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 
 #include "general/NumberText.h"
 
 namespace vorela {
 namespace {
 
-constexpr Colour black{0, 0, 0};
-constexpr Colour gridGrey{224, 224, 224};
+constexpr PenDescription blackLine{LineStyle::solid, 1, {0, 0, 0}};
+constexpr PenDescription gridLine{LineStyle::solid, 1, {224, 224, 224}};
 constexpr double tickLength = 4;
 constexpr double textGap = 3;
 constexpr double textHeight = 14;
 constexpr int mostTicks = 8;
+constexpr std::size_t mostLogarithmicTicks = 10;
+constexpr int mostDecimals = 12;
 constexpr double aHair = 1e-9;
 
-/// The largest of 1, 2, 5 times a power of ten that makes at least half of `wanted` steps of a span.
+/// The least of 1, 2, 5 times a power of ten of which a span has no more than `wanted`.
 double NiceStep(double span, int wanted) {
     const double raw = span / wanted;
     const double power = std::pow(10.0, std::floor(std::log10(raw)));
@@ -26,18 +30,34 @@ double NiceStep(double span, int wanted) {
     return 10.0 * power;
 }
 
-std::vector<double> DecadeTicks(double low, double high) {
-    const double decades = std::log10(high / low);
-    std::vector<double> ticks;
-    const std::vector<double> factors = decades > 3.0   ? std::vector{1.0}
-                                        : decades > 0.7 ? std::vector{1.0, 2.0, 5.0}
-                                                        : std::vector<double>{};
-    for (double power = std::floor(std::log10(low)); power <= std::ceil(std::log10(high)); power += 1.0)
-        for (const double factor : factors)
-            if (const double tick = factor * std::pow(10.0, power);
-                tick >= low * (1.0 - aHair) && tick <= high * (1.0 + aHair))
-                ticks.push_back(tick);
-    return ticks;
+constexpr int stepsPerDecade = 3;
+
+/// 1, 2 or 5 times a power of ten. Divided, not multiplied, below 1: that is the nearest number to the text.
+double MarkAt(int step) {
+    constexpr std::array<double, stepsPerDecade> parts{1, 2, 5};
+    const int decade = step >= 0 ? step / stepsPerDecade : -((-step + stepsPerDecade - 1) / stepsPerDecade);
+    const double part = parts.at(static_cast<std::size_t>(step - stepsPerDecade * decade));
+    return decade >= 0 ? part * std::pow(10.0, decade) : part / std::pow(10.0, -decade);
+}
+
+/// The greatest step whose mark is not above the value.
+int StepBelow(double value) {
+    int step = stepsPerDecade * static_cast<int>(std::floor(std::log10(value))) - 1;
+    while (MarkAt(step + 1) <= value * (1.0 + aHair))
+        ++step;
+    return step;
+}
+
+std::vector<double> LogarithmicTicks(double low, double high) {
+    std::vector<double> all, decades;
+    for (int step = StepBelow(low); MarkAt(step) <= high * (1.0 + aHair); ++step) {
+        if (MarkAt(step) < low * (1.0 - aHair))
+            continue;
+        all.push_back(MarkAt(step));
+        if (step % stepsPerDecade == 0)
+            decades.push_back(MarkAt(step));
+    }
+    return all.size() > mostLogarithmicTicks ? decades : all;
 }
 
 /// Part of a line that lies in a frame; false when none does (Liang and Barsky).
@@ -90,6 +110,19 @@ void AxisSpan::Widen(double share) {
     }
 }
 
+void AxisSpan::WidenToTicks(bool decades) {
+    if (!(low <= high))
+        Widen(0.0);
+    const auto isEnd = [decades](int step) { return !decades || step % stepsPerDecade == 0; };
+    int from = StepBelow(low), to = StepBelow(high);
+    while (!isEnd(from))
+        --from;
+    while (MarkAt(to) < high * (1.0 - aHair) || to <= from || !isEnd(to))
+        ++to;
+    low = MarkAt(from);
+    high = MarkAt(to);
+}
+
 double AxisSpan::Share(double value) const {
     if (logarithmic)
         return value > 0.0 ? std::log(value / low) / std::log(high / low)
@@ -99,13 +132,31 @@ double AxisSpan::Share(double value) const {
 
 std::vector<double> AxisSpan::Ticks() const {
     if (logarithmic)
-        if (std::vector<double> ticks = DecadeTicks(low, high); ticks.size() >= 2)
+        if (std::vector<double> ticks = LogarithmicTicks(low, high); ticks.size() >= 3)
             return ticks;
     std::vector<double> ticks;
     const double step = NiceStep(high - low, mostTicks);
     for (double number = std::ceil(low / step - aHair); number * step <= high + step * aHair; number += 1.0)
         ticks.push_back(number * step);
     return ticks;
+}
+
+std::vector<std::string> AxisSpan::TickTexts(const std::vector<double>& ticks) const {
+    double least = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 1; i < ticks.size(); ++i)
+        least = std::min(least, logarithmic ? ticks[i - 1] : ticks[i] - ticks[i - 1]);
+    if (!std::isfinite(least))
+        least = ticks.empty() ? 1.0 : std::abs(ticks.front());
+    const int decimals =
+        least > 0.0 ? std::clamp(-static_cast<int>(std::floor(std::log10(least) + aHair)), 0, mostDecimals)
+                    : 0;
+    std::string pattern = "0";
+    if (decimals > 0)
+        pattern += "." + std::string(static_cast<std::size_t>(decimals), logarithmic ? '#' : '0');
+    std::vector<std::string> texts;
+    for (const double tick : ticks)
+        texts.push_back(FormatByPattern(tick, pattern));
+    return texts;
 }
 
 PictureAxes::PictureAxes(DrawingSurface& surface, const FrameRectangle& frame, const AxisSpan& x,
@@ -125,8 +176,7 @@ PictureAxes::~PictureAxes() {
     surface_.DeleteObject(font_);
 }
 
-DrawingObject PictureAxes::Pen(Colour colour, int width) {
-    const PenDescription wanted{LineStyle::solid, width, colour};
+DrawingObject PictureAxes::Pen(const PenDescription& wanted) {
     for (const auto& [description, pen] : pens_)
         if (description == wanted)
             return pen;
@@ -141,49 +191,82 @@ DevicePoint PictureAxes::At(double x, double y) const {
                       : frame_.bottom - up * (frame_.bottom - frame_.top)};
 }
 
-void PictureAxes::DeviceLine(DevicePoint from, DevicePoint to, Colour colour, int width) {
-    surface_.SelectObject(Pen(colour, width));
+void PictureAxes::DeviceLine(DevicePoint from, DevicePoint to, const PenDescription& pen) {
+    surface_.SelectObject(Pen(pen));
     surface_.MoveTo(from);
     surface_.LineTo(to);
 }
 
+// Texts that would touch the one before are left out; their ticks stand.
+void PictureAxes::GridAcross() {
+    const std::vector<double> ticks = x_.Ticks();
+    const std::vector<std::string> texts = x_.TickTexts(ticks);
+    double free = -std::numeric_limits<double>::infinity();
+    for (std::size_t i = 0; i < ticks.size(); ++i) {
+        const double x = At(ticks[i], y_.low).x;
+        DeviceLine({x, frame_.top}, {x, frame_.bottom}, gridLine);
+        DeviceLine({x, frame_.bottom}, {x, frame_.bottom + tickLength}, blackLine);
+        const double half = surface_.TextWidth(texts[i]) / 2;
+        if (x - half < free)
+            continue;
+        Text({x, frame_.bottom + tickLength + textGap + textHeight}, texts[i], TextAlignment::bottomCentre);
+        free = x + half + 2 * textGap;
+    }
+}
+
+void PictureAxes::GridUpward() {
+    const std::vector<double> ticks = y_.Ticks();
+    const std::vector<std::string> texts = y_.TickTexts(ticks);
+    double last = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 0; i < ticks.size(); ++i) {
+        const double y = At(x_.low, ticks[i]).y;
+        DeviceLine({frame_.left, y}, {frame_.right, y}, gridLine);
+        DeviceLine({frame_.left - tickLength, y}, {frame_.left, y}, blackLine);
+        if (std::abs(y - last) < textHeight)
+            continue;
+        Text({frame_.left - tickLength - textGap, y + textHeight / 2}, texts[i], TextAlignment::bottomRight);
+        last = y;
+    }
+}
+
 void PictureAxes::Draw(const std::string& title, const std::string& xCaption, const std::string& yCaption) {
     surface_.SetSmooth(false);
-    for (const double tick : x_.Ticks()) {
-        const double x = At(tick, y_.low).x;
-        DeviceLine({x, frame_.top}, {x, frame_.bottom}, gridGrey, 1);
-        DeviceLine({x, frame_.bottom}, {x, frame_.bottom + tickLength}, black, 1);
-        Text({x, frame_.bottom + tickLength + textGap + textHeight}, FormatNumber(tick),
-             TextAlignment::bottomCentre);
-    }
-    for (const double tick : y_.Ticks()) {
-        const double y = At(x_.low, tick).y;
-        DeviceLine({frame_.left, y}, {frame_.right, y}, gridGrey, 1);
-        DeviceLine({frame_.left - tickLength, y}, {frame_.left, y}, black, 1);
-        Text({frame_.left - tickLength - textGap, y + textHeight / 2}, FormatNumber(tick),
-             TextAlignment::bottomRight);
-    }
-    DeviceLine({frame_.left, frame_.top}, {frame_.right, frame_.top}, black, 1);
-    DeviceLine({frame_.right, frame_.top}, {frame_.right, frame_.bottom}, black, 1);
-    DeviceLine({frame_.right, frame_.bottom}, {frame_.left, frame_.bottom}, black, 1);
-    DeviceLine({frame_.left, frame_.bottom}, {frame_.left, frame_.top}, black, 1);
+    GridAcross();
+    GridUpward();
+    DeviceLine({frame_.left, frame_.top}, {frame_.right, frame_.top}, blackLine);
+    DeviceLine({frame_.right, frame_.top}, {frame_.right, frame_.bottom}, blackLine);
+    DeviceLine({frame_.right, frame_.bottom}, {frame_.left, frame_.bottom}, blackLine);
+    DeviceLine({frame_.left, frame_.bottom}, {frame_.left, frame_.top}, blackLine);
     Text({(frame_.left + frame_.right) / 2, frame_.bottom + tickLength + 2 * (textGap + textHeight)},
          xCaption, TextAlignment::bottomCentre);
     // Beside the title rather than upright: level text is read faster and looks the same in every format.
-    Text({frame_.left, frame_.top - textGap}, title.empty() ? yCaption : yCaption + "   " + title,
+    Text({frame_.left, frame_.top - textGap},
+         title.empty() || yCaption.empty() ? yCaption + title : yCaption + "   " + title,
          TextAlignment::bottomLeft);
     surface_.SetSmooth(true);
 }
 
-void PictureAxes::Curve(std::span<const DevicePoint> points, Colour colour, int width) {
-    for (std::size_t i = 1; i < points.size(); ++i)
-        Line(points[i - 1], points[i], colour, width);
+void PictureAxes::Legend(const std::vector<std::pair<PenDescription, std::string>>& entries) {
+    constexpr double sampleLength = 18;
+    const double base = frame_.top - textGap;
+    double x = frame_.left;
+    for (const auto& [pen, name] : entries) {
+        DeviceLine({x, base - textHeight / 2}, {x + sampleLength, base - textHeight / 2}, pen);
+        x += sampleLength + textGap;
+        Text({x, base}, name, TextAlignment::bottomLeft);
+        x += surface_.TextWidth(name) + 4 * textGap;
+    }
 }
 
-void PictureAxes::Line(DevicePoint from, DevicePoint to, Colour colour, int width) {
+void PictureAxes::Curve(std::span<const DevicePoint> points, const PenDescription& pen) {
+    for (std::size_t i = 1; i < points.size(); ++i)
+        Line(points[i - 1], points[i], pen);
+}
+
+void PictureAxes::Line(DevicePoint from, DevicePoint to, const PenDescription& pen) {
     DevicePoint a = At(from.x, from.y), b = At(to.x, to.y);
     if (IsFinite(a) && IsFinite(b) && ClipTo(frame_, a, b))
-        DeviceLine(a, b, colour, width);
+        DeviceLine(a, b, pen);
 }
 
 void PictureAxes::Mark(DevicePoint at, Colour colour) {
@@ -193,18 +276,9 @@ void PictureAxes::Mark(DevicePoint at, Colour colour) {
         Fill({centre.x - half, centre.y - half, centre.x + half, centre.y + half}, colour);
 }
 
-// Lines as wide as the area's shorter side: their square ends fill the rest.
 void PictureAxes::Fill(const FrameRectangle& area, Colour colour) {
-    const double width = area.right - area.left, height = area.bottom - area.top;
-    const double side = std::floor(std::min(width, height));
-    if (side < 1.0)
-        return;
-    const double half = side / 2, middleX = (area.left + area.right) / 2,
-                 middleY = (area.top + area.bottom) / 2;
-    if (width >= height)
-        DeviceLine({area.left + half, middleY}, {area.right - half, middleY}, colour, static_cast<int>(side));
-    else
-        DeviceLine({middleX, area.top + half}, {middleX, area.bottom - half}, colour, static_cast<int>(side));
+    if (area.right > area.left && area.bottom > area.top)
+        surface_.FillRectangle({area.left, area.top}, {area.right, area.bottom}, colour);
 }
 
 void PictureAxes::Text(DevicePoint device, const std::string& text, TextAlignment alignment) {
@@ -219,7 +293,7 @@ void PictureAxes::Arrow(DevicePoint device, int direction, Colour colour) {
     for (const double side : {-half, half})
         DeviceLine(level ? DevicePoint{device.x + back, device.y + side}
                          : DevicePoint{device.x + side, device.y - back},
-                   device, colour, 2);
+                   device, {LineStyle::solid, 2, colour});
 }
 
 }  // namespace vorela

@@ -4,6 +4,7 @@
 #include <limits>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "plot/DrawingSurface.h"
@@ -20,9 +21,14 @@ struct AxisSpan {
     void Include(double value);
     /// Room at both ends, and something to see where there was one value or none.
     void Widen(double share);
+    /// Logarithmic: from the 1, 2 or 5 times a power of ten below to the one above; `decades`: whole powers.
+    void WidenToTicks(bool decades);
     double Share(double value) const;  ///< 0 at low, 1 at high
-    /// 1, 2 or 5 times powers of ten inside the span, four to ten of them where it can be.
+    /// 1, 2 or 5 times powers of ten inside the span, four to ten of them where it can be; of a logarithmic
+    /// span of many decades whole powers alone.
     std::vector<double> Ticks() const;
+    /// Texts of ticks, with as many decimals as tell them apart.
+    std::vector<std::string> TickTexts(const std::vector<double>& ticks) const;
 };
 
 struct FrameRectangle {
@@ -40,9 +46,11 @@ class PictureAxes {
 
     void Draw(const std::string& title, const std::string& xCaption, const std::string& yCaption);
     DevicePoint At(double x, double y) const;
-    /// Clipped to the frame.
-    void Curve(std::span<const DevicePoint> points, Colour colour, int width = 2);
-    void Line(DevicePoint from, DevicePoint to, Colour colour, int width = 1);
+    /// Clipped to the frame; points that are not finite part the curve.
+    void Curve(std::span<const DevicePoint> points, const PenDescription& pen);
+    void Line(DevicePoint from, DevicePoint to, const PenDescription& pen);
+    /// A sample of each pen with its name, above the frame.
+    void Legend(const std::vector<std::pair<PenDescription, std::string>>& entries);
     /// A filled square about a point.
     void Mark(DevicePoint at, Colour colour);
     /// Device units, sides level and upright.
@@ -53,8 +61,10 @@ class PictureAxes {
     const FrameRectangle& Frame() const { return frame_; }
 
   private:
-    DrawingObject Pen(Colour colour, int width);
-    void DeviceLine(DevicePoint from, DevicePoint to, Colour colour, int width);
+    DrawingObject Pen(const PenDescription& wanted);
+    void DeviceLine(DevicePoint from, DevicePoint to, const PenDescription& pen);
+    void GridAcross();
+    void GridUpward();
 
     DrawingSurface& surface_;
     FrameRectangle frame_;

@@ -163,6 +163,11 @@ void PainterSurface::Polyline(std::span<const DevicePoint> points) {
         lines_.emplace_back(ToQPoint(points[i - 1]), ToQPoint(points[i]));
 }
 
+void PainterSurface::FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) {
+    Flush();
+    painter_.fillRect(QRectF(ToQPoint(topLeft), ToQPoint(bottomRight)), ToQColor(colour));
+}
+
 void PainterSurface::SetSmooth(bool smooth) {
     Flush();
     painter_.setRenderHint(QPainter::Antialiasing, smooth);
@@ -172,10 +177,13 @@ void PainterSurface::Flush() {
     if (lines_.empty())
         return;
     const bool solid = painter_.pen().style() == Qt::SolidLine;
-    if (target_.isVector) {
+    // The ends of short smooth lines would show as beads along a curve; of many lines a path takes too long.
+    constexpr std::size_t mostInSmoothPath = 1000;
+    const bool smooth = painter_.testRenderHint(QPainter::Antialiasing);
+    if (target_.isVector || (smooth && lines_.size() <= mostInSmoothPath)) {
         PaintAsPath();
     } else {
-        if (target_.pixels != nullptr && solid && !painter_.testRenderHint(QPainter::Antialiasing))
+        if (target_.pixels != nullptr && solid && !smooth)
             FillStraightLines();
         painter_.drawLines(lines_.data(), static_cast<int>(lines_.size()));
     }

@@ -43,6 +43,7 @@ class PainterSurface final : public DrawingSurface {
     void MoveTo(DevicePoint point) override;
     void LineTo(DevicePoint point) override;
     void Polyline(std::span<const DevicePoint> points) override;
+    void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) override;
     void SetSmooth(bool smooth) override;
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override;

@@ -293,6 +293,7 @@ TEST_F(MainWindow, EveryMenuEntryDoesWhatItSays) {
         {"&Print Plot...", "mnuFile7", "dlgPrint"},
         {"&Parameters...", "mnuEdit0", "frmParameters"},
         {"&Cycle information...", "mnuView0", "frmCycleInfo"},
+        {"&Plan a test...", "mnuView2", "frmPlan"},
         {"&Create filtered P and QS curves...", "mnuAction0", "frmFilteredCurves"},
         {"&Scales...", "mnuPlot0", "frmPlotScales"},
         {"&Format...", "mnuPlot1", "frmPlotFormat"},

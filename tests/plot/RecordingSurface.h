@@ -12,7 +12,7 @@ namespace vorela::test {
 class RecordingSurface final : public DrawingSurface {
   public:
     struct Operation {
-        enum class Kind { line, polyline, text } kind;
+        enum class Kind { line, polyline, rectangle, text } kind;
         int pen;  ///< number of the selected pen in order of creation, from 1
         std::vector<DevicePoint> points;
         std::string text;
@@ -52,6 +52,9 @@ class RecordingSurface final : public DrawingSurface {
     }
     void Polyline(std::span<const DevicePoint> points) override {
         Add(Operation::Kind::polyline, {points.begin(), points.end()});
+    }
+    void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour) override {
+        Add(Operation::Kind::rectangle, {topLeft, bottomRight});
     }
     void SetSmooth(bool) override {}
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }

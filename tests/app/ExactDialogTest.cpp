@@ -1,0 +1,142 @@
+#include <QAction>
+#include <QClipboard>
+#include <QDoubleSpinBox>
+#include <QImage>
+#include <QSpinBox>
+#include <QTabWidget>
+
+#include "analysis/ExactTables.h"
+#include "analysis/ResultGridView.h"
+#include "analysis/modExact.h"
+#include "app/ExactPictures.h"
+#include "app/frmExact.h"
+#include "signal/modParameters.h"
+#include "tests/app/GuiSupport.h"
+
+namespace vorela::test {
+namespace {
+
+class ExactDialog : public WindowFixture {
+  protected:
+    void SetUp() override {
+        CurrentExactSettings() = ExactSettings{};
+        WindowFixture::SetUp();
+    }
+    /// Levels that a small disturbance of another period keeps from being perfect.
+    void MakeNoisyLevel(const std::string& dataset, double depth, double amplitude, double lag) {
+        constexpr std::int32_t count = 20000;
+        constexpr double omega = 2 * 3.14159265358979 / period;
+        std::vector<CurveSpec> curves{
+            {"ZG", "psi", count,
+             [](std::int32_t t) {
+                 return 3000 + 20 * std::sin(omega * t) + 0.05 * std::sin(0.37 * omega * t);
+             }},
+            {"RTC", "rps", count,
+             [=](std::int32_t t) {
+                 return 5 - amplitude * std::sin(omega * t + lag) + 0.004 * std::sin(1.41 * omega * t);
+             }},
+            {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }}};
+        for (CurveSpec& curve : ValveCurves({6000, period, count}))
+            curves.push_back(std::move(curve));
+        AddCurves(dataset, curves);
+        SetPresentation(dataset, Presentation{});
+    }
+    frmExact& Open(const std::vector<std::string>& datasets) {
+        MakeNoisyLevel("LEVEL1", 6000, 2.0, 0.2);
+        MakeNoisyLevel("LEVEL2", 6030, 1.0, 0.15);
+        ports.answers = {true, true, true};
+        SelectThroughDialog(datasets, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+        Trigger("mnuView1");
+        auto* dialog = window->findChild<frmExact*>();
+        EXPECT_TRUE(dialog != nullptr && dialog->isVisible() && !dialog->isModal());
+        return *dialog;
+    }
+};
+
+TEST_F(ExactDialog, EntryStandsBehindTheOldOneAndWaitsForASelection) {
+    const auto& entry = *window->findChild<QAction*>("mnuView1");
+    EXPECT_EQ(entry.text(), "E&xact results...");
+    EXPECT_FALSE(entry.isEnabled());
+    const frmExact& dialog = Open({"LEVEL1"});
+    EXPECT_TRUE(entry.isEnabled());
+    auto& why = *dialog.findChild<QLabel*>("lblEmpty");
+    EXPECT_TRUE(why.isVisible() && why.text().contains("select two levels or more"));
+}
+
+TEST_F(ExactDialog, TablesPicturesAndFilesShowWhatIsComputed) {
+    frmExact& dialog = Open({"LEVEL1", "LEVEL2"});
+    auto& table = Find<ResultGridView>(dialog, "fgExact");
+    const auto cell = [&](int column) { return table.item(0, column)->text().toStdString(); };
+    const auto expect = [&] {
+        const TextRows rows = ExactComparisonRows(ComputeExact(CurrentExactSettings()));
+        ASSERT_EQ(table.rowCount(), 1);
+        for (int column = 0; column < table.columnCount(); ++column)
+            EXPECT_EQ(cell(column), rows[1][static_cast<std::size_t>(column)]) << column;
+        EXPECT_NE(cell(3), "-");
+    };
+    expect();
+    const std::string range = cell(5);
+    Find<QDoubleSpinBox>(dialog, "spnConfidence").setValue(68);
+    EXPECT_NE(cell(5), range);
+    Find<QSpinBox>(dialog, "spnFirstCycle").setValue(3);
+    expect();
+    EXPECT_EQ(ReadIniString("Exact", "Confidence", "", SettingsFilePath()), "68");
+    Find<QSpinBox>(dialog, "spnLastCycle").setValue(2);
+    EXPECT_TRUE(Find<QLabel>(dialog, "lblState").text().contains("first cycle is behind"));
+    EXPECT_EQ(CurrentExactSettings().lastCycle, 0);
+    Find<QSpinBox>(dialog, "spnLastCycle").setValue(0);
+    // The parameters that the main window takes are followed.
+    const std::string before = cell(3);
+    CurrentParameters().intervals[1].height = 25;
+    window->UpdateMainWindow();
+    EXPECT_NE(cell(3), before);
+    expect();
+
+    auto& tabs = Find<QTabWidget>(dialog, "tabs");
+    for (int tab = 0; tab < tabs.count(); ++tab) {
+        tabs.setCurrentIndex(tab);
+        const bool picture = tab >= 1 && tab <= 3;
+        for (const char* ending : picture ? std::vector{".png", ".svg", ".pdf"} : std::vector{".csv"}) {
+            const std::string file = folder.File("exact" + std::to_string(tab) + ending);
+            ports.saveFileAnswer = SaveFileChoice{file, 1};
+            Click(dialog, "cmdSave");
+            EXPECT_GT(ReadAll(file).size(), picture ? 1000U : 60U) << file;
+        }
+    }
+    EXPECT_EQ(ReadAll(folder.File("exact0.csv")),
+              DelimitedText(ExactComparisonRows(ComputeExact(CurrentExactSettings())), ','));
+    tabs.setCurrentIndex(4);
+    Click(dialog, "cmdCopy");
+    EXPECT_TRUE(QApplication::clipboard()->text().startsWith("Cycle\tGrade"));
+    EXPECT_TRUE(ports.boxes.empty());
+}
+
+TEST_F(ExactDialog, NewWholeCycleIsFollowedWhileOpenOnly) {
+    frmExact& dialog = Open({"LEVEL1", "LEVEL2"});
+    auto& cycles = Find<ResultGridView>(dialog, "fgCycles");
+    const int before = cycles.rowCount();
+    auto cut = [](int by) {
+        for (DatasetRecord& record : CurrentSelection().datasets)
+            record.cycles.count += by;
+    };
+    cut(-1);
+    dialog.Follow();
+    EXPECT_EQ(cycles.rowCount(), before - 1);
+    dialog.close();
+    cut(1);
+    window->TimerTick();
+    EXPECT_EQ(cycles.rowCount(), before - 1) << "nothing is computed behind a closed dialog";
+    Trigger("mnuView1");
+    EXPECT_EQ(cycles.rowCount(), before);
+    cut(-1);
+    window->TimerTick();
+    EXPECT_EQ(cycles.rowCount(), before - 1);
+}
+
+TEST(ExactPictures, CircleHoldsTheConfidenceInTwoDimensions) {
+    EXPECT_NEAR(ConfidenceRadius(2, 1e9, 95), 2 * std::sqrt(2 * std::log(20.0)), 1e-5);
+    EXPECT_NEAR(ConfidenceRadius(1, 4, 95), std::sqrt(2 * 6.944272), 1e-4);  // F with 2 and 4 degrees
+}
+
+}  // namespace
+}  // namespace vorela::test
