@@ -336,6 +336,7 @@ void frmImport::CopyControls() {
     controls.nulls = ui_->txtNull->text().toStdString();
     controls.time = ChoiceOf(*ui_->cboTime);
     controls.timeUnit = ChoiceOf(*ui_->cboTimeUnit);
+    controls.timeFormat = ui_->txtTimeFormat->text().toStdString();
     controls.dateOrder = ChoiceOf(*ui_->cboDateOrder);
     controls.step = ui_->txtStep->text().toStdString();
     controls.fill = ui_->txtFill->text().toStdString();
@@ -393,6 +394,7 @@ void frmImport::ShowControls() {
     ShowText(*ui_->txtHeaderLine, controls.headerLine);
     ShowText(*ui_->txtLeaveOut, controls.leaveOut);
     ShowText(*ui_->txtNull, controls.nulls);
+    ShowText(*ui_->txtTimeFormat, controls.timeFormat);
     ShowText(*ui_->txtStep, controls.step);
     ShowText(*ui_->txtFill, controls.fill);
     ShowText(*ui_->txtShift, controls.shift);
@@ -462,14 +464,15 @@ void frmImport::ShowFound() {
     const std::vector<ColumnView> columns = plan == nullptr ? std::vector<ColumnView>() : plan->columns;
     for (std::size_t i = 0; i < columns.size(); ++i)
         times.emplace_back(Text(columns[i].source), QStringLiteral("#%1").arg(i + 1));
-    // Date and clock in columns of their own stand side by side.
+    // Date and clock in columns of their own stand side by side; a format may make them of numbers.
+    const FileControls controls =
+        file < 0 ? FileControls() : settings_.files[static_cast<std::size_t>(file)].controls;
     for (std::size_t i = 0; i + 1 < columns.size(); ++i) {
-        if (!columns[i].isNumber && !columns[i + 1].isNumber)
+        if ((!columns[i].isNumber && !columns[i + 1].isNumber) || !controls.timeFormat.empty())
             times.emplace_back(Text(columns[i].source + " + " + columns[i + 1].source),
                                QStringLiteral("#%1,#%2").arg(i + 1).arg(i + 2));
     }
-    ShowEntries(*ui_->cboTime, times,
-                file < 0 ? "" : settings_.files[static_cast<std::size_t>(file)].controls.time);
+    ShowEntries(*ui_->cboTime, times, controls.time);
 }
 
 // --- Columns and rows ---

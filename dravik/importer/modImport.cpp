@@ -458,6 +458,7 @@ Choices ChoicesOf(const FileControls& controls, std::vector<std::string>& faults
     choices.nulls = PartsOf(controls.nulls);
     choices.time = PartsOf(controls.time);
     choices.timeUnit = controls.timeUnit;
+    choices.timeFormat = TrimmedCell(controls.timeFormat);
     read.Settle("Date order", controls.dateOrder, OrderOfText,
                 [&](DateOrder order) { choices.dateOrder = order; });
     read.Settle("Step", controls.step, StepOfText, [&](std::int16_t step) { choices.step = step; });
@@ -494,7 +495,7 @@ FoundTexts FoundOf(const ImportPlan& plan) {
 
 std::string InWordsOfDialog(std::string text) {
     // The longer names first: one is the beginning of another.
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 19> words{{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 21> words{{
         {"--separator C", "Separator"},
         {"--separator", "Separator"},
         {"--decimal", "Decimal sign"},
@@ -502,6 +503,8 @@ std::string InWordsOfDialog(std::string text) {
         {"--header-line", "Line of names"},
         {"--leave-out", "Leave out lines"},
         {"--time-unit", "Time unit"},
+        {"--time-format FMT", "Time format"},
+        {"--time-format", "Time format"},
         {"--time COL", "Time column"},
         {"--time", "Time column"},
         {"--date-order", "Date order"},

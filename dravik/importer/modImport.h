@@ -35,10 +35,11 @@ struct FileControls {
     std::string nulls;     ///< texts between commas
     std::string time;      ///< names or "#n", between commas
     std::string timeUnit;
-    std::string dateOrder;  ///< ymd, dmy, mdy
-    std::string step;       ///< s (ft)
-    std::string fill;       ///< s (ft)
-    std::string shift;      ///< s (ft)
+    std::string timeFormat;  ///< "%d.%m.%Y %Hh%M"
+    std::string dateOrder;   ///< ymd, dmy, mdy
+    std::string step;        ///< s (ft)
+    std::string fill;        ///< s (ft)
+    std::string shift;       ///< s (ft)
     std::string dataset;
     std::string depth;  ///< 8120, 2475m
     std::vector<ColumnControls> columns;

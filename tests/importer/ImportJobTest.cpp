@@ -105,6 +105,17 @@ TEST_F(ImportJob, EveryChoiceShowsInThePlanOrNamesItsControl) {
              c.timeUnit = "s";
          },
          "; , 1 s: ZEIT(s) ZG(bar) PVLPOS()"},
+        {[](FileControls& c) {
+             c.time = "#1";
+             c.timeFormat = "%Hh%M";
+         },
+         "line 2: \"0,0\" does not fit Time format %Hh%M (Leave out lines 2)"},
+        {[](FileControls& c) {
+             c.time = "#1,#4";
+             c.timeFormat = " %M,0 %S ";
+             c.leaveOut = "3,5,7,9,11-81";
+         },
+         "; , 60 s: ZG(bar) RTC(rps)"},
         {[](FileControls& c) { c.headerLine = "0"; },
          "Line of names \"0\": lines are numbers from 1 on, or two with - between"},
         {[](FileControls& c) { c.leaveOut = "2, x"; },
