@@ -24,7 +24,7 @@ frmAbout::frmAbout(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::
     font.setBold(true);
     font.setPointSizeF(font.pointSizeF() * 1.25);
     ui_->lblTitle->setFont(font);
-    ui_->lblVersion->setText(tr("Version %1").arg(QString::fromStdString(VersionText(programVersion))));
+    ui_->lblVersion->setText(tr("Version %1").arg(QString::fromStdString(PointedVersion(RunningVersion()))));
     connect(ui_->cmdOK, &QPushButton::clicked, this, &QDialog::accept);
     connect(ui_->cmdSysInfo, &QPushButton::clicked, this, &frmAbout::ShowSystemInformation);
 }

@@ -172,7 +172,7 @@ void frmMain::dragEnterEvent(QDragEnterEvent* event) {
 void frmMain::dropEvent(QDropEvent* event) {
     event->acceptProposedAction();
     const QStringList files = dravik::frmImport::FilesIn(event->mimeData());
-    QTimer::singleShot(0, this, [this, files] { TakeFiles(files); });
+    QTimer::singleShot(0, this, [this, files] { OpenFiles(files); });
 }
 
 void frmMain::BuildGrids() {
@@ -218,7 +218,7 @@ void frmMain::BuildKeys() {
         connect(new QShortcut(sequence, this), &QShortcut::activated, this, action);
     };
     key(QKeySequence::Paste,
-        [this] { TakeFiles(dravik::frmImport::FilesIn(QApplication::clipboard()->mimeData())); });
+        [this] { OpenFiles(dravik::frmImport::FilesIn(QApplication::clipboard()->mimeData())); });
     key(Qt::Key_PageUp, [this] { StepChoice(-1); });
     key(Qt::Key_PageDown, [this] { StepChoice(1); });
     // The tabs from anywhere in the window.
@@ -596,6 +596,8 @@ void frmMain::RunAlone(const std::function<void()>& body) {
     }
     if (closeWanted_)
         close();
+    else if (!waiting_.isEmpty())
+        QTimer::singleShot(0, this, &frmMain::OpenWaiting);
 }
 
 void frmMain::EnableActions(bool on) {

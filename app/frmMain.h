@@ -51,6 +51,10 @@ class frmMain : public QMainWindow {
     /// One pass of the action queue; nothing while an action runs.
     void TimerTick();
 
+    /// Files that the desktop or a second start wants opened: the window comes to the front and takes them
+    /// once no action runs and no dialog is open.
+    void OpenFiles(const QStringList& files);
+
     /// Tabs count from 1: 1 … 4 the grids, k ≥ 5 dataset k − 5.
     int SelectedTab() const;
     /// Of a dataset's tab; nothing on the grid tabs.
@@ -81,7 +85,8 @@ class frmMain : public QMainWindow {
     void ImportEntry();
     /// The import dialog with these files; then Select Data with what came in.
     void ImportFiles(const QStringList& files, const std::string& database);
-    /// Files dropped or pasted: a database is offered to Select Data, all else to the import.
+    void OpenWaiting();
+    /// Files dropped, pasted or opened: a database is offered to Select Data, all else to the import.
     void TakeFiles(const QStringList& files);
     void SaveInterpretationEntry();
     void ExitEntry();
@@ -164,6 +169,7 @@ class frmMain : public QMainWindow {
     QStringList stale_;
     QStringList resultHints_;  ///< levels without results at their selected entry
     QRect normalPlace_;
+    QStringList waiting_;  ///< files to be opened after the action that runs
     bool running_ = false;
     bool loading_ = false;
     bool closeWanted_ = false;

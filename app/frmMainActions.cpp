@@ -168,6 +168,35 @@ void frmMain::ImportFiles(const QStringList& files, const std::string& database)
     });
 }
 
+void frmMain::OpenFiles(const QStringList& files) {
+    if (files.isEmpty())
+        return;
+    show();
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    QWidget* const front =
+        QApplication::activeModalWidget() != nullptr ? QApplication::activeModalWidget() : this;
+    front->raise();
+    front->activateWindow();
+    waiting_ += files;
+    if (running_)
+        ui_->statBar->showMessage(tr("%1: is opened as soon as what is under way has ended")
+                                      .arg(waiting_.join(QStringLiteral(", "))));
+    else
+        OpenWaiting();
+}
+
+// A database at a time, in the order that they came; recordings go into the one that they came with.
+void frmMain::OpenWaiting() {
+    if (running_ || waiting_.isEmpty())
+        return;
+    const auto isDatabase = [](const QString& file) { return dravik::IsDatabaseFile(file.toStdString()); };
+    const auto first = std::find_if(waiting_.begin(), waiting_.end(), isDatabase);
+    const auto second = first == waiting_.end() ? first : std::find_if(first + 1, waiting_.end(), isDatabase);
+    const QStringList now(waiting_.begin(), second);
+    waiting_.erase(waiting_.begin(), second);
+    TakeFiles(now);
+}
+
 void frmMain::TakeFiles(const QStringList& files) {
     const auto isDatabase = [](const QString& file) { return dravik::IsDatabaseFile(file.toStdString()); };
     const auto database = std::find_if(files.begin(), files.end(), isDatabase);

@@ -11,6 +11,7 @@
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
 #include "general/TerminalText.h"
+#include "general/Version.h"
 #include "platform/Application.h"
 #include "platform/Registry.h"
 
@@ -231,13 +232,14 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     RawOptions raw;
     BatchOptions options;
     Declare(app, raw, options);
+    app.set_version_flag("--version", VersionLine("vorela-batch"), "Print the version and exit");
     try {
         app.parse(argc, argv);
         CheckKindOfWork(app, options);
         Digest(raw, options);
         CheckOutputs(options);
-    } catch (const CLI::CallForHelp& help) {
-        return {std::nullopt, app.exit(help)};
+    } catch (const CLI::Success& wanted) {  // --help, --version
+        return {std::nullopt, app.exit(wanted)};
     } catch (const CLI::Error& error) {
         std::fprintf(stderr, "vorela-batch: %s\nTry vorela-batch --help\n",
                      TerminalText(error.what()).c_str());

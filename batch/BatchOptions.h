@@ -65,8 +65,8 @@ struct BatchOptions {
     bool JsonToStandardOutput() const { return jsonFile == "-"; }
 };
 
-/// Options, or the status to end with: 0 after the help text, 2 after a line on standard error that says what
-/// is wrong.
+/// Options, or the status to end with: 0 after the help text or the version, 2 after a line on standard error
+/// that says what is wrong.
 struct ParsedCommandLine {
     std::optional<BatchOptions> options;
     int exitStatus = exit_status::done;

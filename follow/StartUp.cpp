@@ -67,7 +67,7 @@ bool CheckIniFile() {
     return Attempt("Checking ini file", false, [] {
         SetSettingsFilePath(DefaultSettingsFilePath());
         // Whether the file exists is not asked: a missing one is no error, the first write creates it.
-        StampVersion(programVersion);
+        StampVersion(RunningVersion());
         return true;
     });
 }
@@ -110,7 +110,7 @@ bool StartUp() {
     return Attempt(step::loadingVorela, false, [] {
         const std::string folder = ApplicationFolder();
         SetSettingsFilePath(DefaultSettingsFilePath());
-        HelpFileState() = folder + "/" + helpFileName;
+        HelpFileState() = (IsInstalled() ? SharedFolder() : folder) + "/" + helpFileName;
         std::filesystem::current_path(folder);
         if (!CheckIniFile())
             return false;

@@ -5,16 +5,12 @@
 #include <vector>
 
 #include "general/SettingsTable.h"
+#include "general/Version.h"
 
 namespace vorela {
 
-struct ProgramVersion {
-    int major = 1;
-    int minor = 0;
-    int revision = 5;
-};
-inline constexpr ProgramVersion programVersion{};
-/// Major, point, minor and revision side by side: {1, 0, 5} is "1.05", {2, 1, 12} is "2.112".
+/// As the settings file holds it: major, point, minor and revision side by side: {1, 0, 5} is "1.05",
+/// {2, 1, 12} is "2.112". Everywhere else the version has both its points.
 std::string VersionText(const ProgramVersion& version);
 
 /// Writes the version into `[Version]` when the settings file holds another one; other sections are never
@@ -23,7 +19,7 @@ void StampVersion(const ProgramVersion& version);
 /// Stamps the program's own settings file. False after a report, which ends the program.
 bool CheckIniFile();
 
-/// Absolute path of the help file beside the executable.
+/// Absolute path of the help file: beside the executable, or where an installation keeps it.
 const std::string& HelpFilePath();
 
 /// Positions of the time cursors in percent, as kept in `[Cursors]`. The defaults 33.33 and 66.33 are not

@@ -56,9 +56,19 @@ std::string ApplicationFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
+std::string SharedFolder() {
+    return std::filesystem::path(ApplicationFolder()).parent_path().string() + "/share/vorela";
+}
+
+bool IsInstalled() {
+    std::error_code ignored;  // a folder that cannot be looked into is none of an installation
+    return std::filesystem::path(ApplicationFolder()).filename() == "bin" &&
+           std::filesystem::is_directory(SharedFolder(), ignored);
+}
+
 std::string DefaultSettingsFilePath() {
     const std::string folder = ApplicationFolder();
-    if (access(folder.c_str(), W_OK) == 0)
+    if (!IsInstalled() && access(folder.c_str(), W_OK) == 0)
         return folder + "/Vorela.ini";
     const std::string configuration =
         EnvironmentOr("XDG_CONFIG_HOME", EnvironmentOr("HOME", "") + "/.config");
@@ -79,6 +89,17 @@ std::vector<std::string> SingleInstance::Places(const std::string& name) {
     for (const char* folder : {"/var/tmp/", "/tmp/"})
         places.push_back(folder + name + "-" + std::to_string(geteuid()) + ".lock");
     return places;
+}
+
+std::string SingleInstance::Place(const std::string& name) {
+    for (const std::string& place : Places(name)) {
+        const int descriptor = OpenLockFile(place);
+        if (descriptor < 0)
+            continue;
+        close(descriptor);
+        return place;
+    }
+    return "";
 }
 
 std::optional<SingleInstance> SingleInstance::AcquireAt(const std::vector<std::string>& places) {

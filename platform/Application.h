@@ -10,8 +10,14 @@ namespace vorela {
 /// Folder of the running executable, without a trailing separator.
 std::string ApplicationFolder();
 
+/// <prefix>/share/vorela for a program in <prefix>/bin: what an installation shares between its programs.
+std::string SharedFolder();
+/// Whether the program runs from such an installation and not from a folder that holds all of it.
+bool IsInstalled();
+
 /// <application folder>/Vorela.ini when that folder is writable, otherwise Vorela/Vorela.ini in the user's
-/// configuration folder ($XDG_CONFIG_HOME or ~/.config), whose folder is made.
+/// configuration folder ($XDG_CONFIG_HOME or ~/.config), whose folder is made. An installed program is
+/// shared: its settings are the user's, also when that is the administrator, who could write beside it.
 std::string DefaultSettingsFilePath();
 
 /// Held while the program runs; a second instance of the same user does not get it, whatever the environment
@@ -26,6 +32,8 @@ class SingleInstance {
     /// Lock files by order of preference: in the home folder that the system has on record, which nobody else
     /// writes and nothing tidies up, then in the folders for temporary files.
     static std::vector<std::string> Places(const std::string& name);
+    /// The lock file that Acquire takes or finds taken; "" when none can be had.
+    static std::string Place(const std::string& name);
     SingleInstance(SingleInstance&& other) noexcept;
     SingleInstance& operator=(SingleInstance&& other) noexcept;
     SingleInstance(const SingleInstance&) = delete;

@@ -170,6 +170,8 @@ std::string RegistryFilePath() {
     if (const char* named = std::getenv("VORELA_REGISTRY"))
         places.push_back((startFolder / named).string());
     places.push_back(ApplicationFolder() + "/vorela.reg");
+    if (IsInstalled())
+        places.push_back(std::filesystem::path(ApplicationFolder()).parent_path() / "etc/vorela/vorela.reg");
     places.emplace_back("/etc/vorela/vorela.reg");
     for (const std::string& place : places) {
         std::error_code ignored;

@@ -20,6 +20,7 @@
 #include "general/NumberText.h"
 #include "general/RunTimeError.h"
 #include "general/TerminalText.h"
+#include "general/Version.h"
 #include "interfaces/DKBase.h"
 
 namespace dravik {
@@ -261,6 +262,7 @@ int RunDravik(int argc, const char* const* argv) {
         "Times are seconds, indices hundredths of a second. `dravik COMMAND --help` explains a command."};
     app.name("dravik");
     app.require_subcommand(1);
+    app.set_version_flag("--version", vorela::VersionLine("dravik"), "Print the version and exit");
     app.set_help_all_flag("--help-all", "Help for every command");
     app.get_formatter()->label("REQUIRED", "");
     int status = done;

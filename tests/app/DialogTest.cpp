@@ -1,10 +1,12 @@
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QStatusBar>
 #include <QTextBrowser>
 #include <QTreeWidget>
 
 #include "BuildPaths.h"
+#include "app/SecondStart.h"
 #include "app/dlgHelp.h"
 #include "dravik/chooser/Chooser.h"
 #include "dravik/chooser/DatasetListing.h"
@@ -135,6 +137,44 @@ TEST_F(Chooser, YieldsWhatIsSelectedAndNeverWhatTheFilterHides) {
     EXPECT_EQ(std::string(chosen->paths[0]), PathOf("BETA"));
     Api().DBreleaseMS(chosen);
     EXPECT_THAT(dravik::RecentDatabases(), ElementsAre(DatabasePath()));
+}
+
+TEST_F(Chooser, OpensWhatASecondStartHandsOverOnceTheWindowIsFree) {
+    const std::string other = folder.File("other w\xC3\xA4ll.dkb");
+    std::filesystem::copy_file(DatabasePath(), other);
+    dravik::RegisterChooser(Api());
+    const std::string place = MeetingPlace(folder.File("Vorela.lock"));
+    WriteAll(place, "left by one that was killed");
+    const auto take = [this](const QStringList& files) { window->OpenFiles(files); };
+    auto taker = std::make_unique<FileTaker>(place, take);
+    ASSERT_EQ(taker->Problem(), "");
+    const auto opens = [](ModalScript& script, const std::string& database) {
+        script
+            .Then("frmChooser",
+                  [database](QDialog& dialog) {
+                      EXPECT_EQ(Find<QComboBox>(dialog, "cboFile").currentText().toStdString(), database);
+                      EXPECT_EQ(Find<QTreeWidget>(dialog, "lstDatasets").topLevelItemCount(), 3);
+                      Click(dialog, "cmdCancel");
+                  })
+            .Then("frmSelectData", [](QDialog& dialog) { Click(dialog, "cmdCancel"); });
+    };
+    {
+        ModalScript script;
+        script.Then("frmAbout", [&](QDialog& dialog) {
+            for (const std::string& file : {DatabasePath(), other})
+                EXPECT_EQ(HandOverFiles(place, {QString::fromStdString(file)}), "");
+            auto& bar = Find<QStatusBar>(*window, "statBar");
+            EXPECT_TRUE(QTest::qWaitFor([&] { return bar.currentMessage().contains("ll.dkb"); }));
+            Click(dialog, "cmdOK");
+        });
+        opens(script, DatabasePath());
+        opens(script, other);
+        Trigger("mnuHelp2");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return ports.boxes.size() == 2; }));
+    }
+    taker.reset();
+    EXPECT_NE(HandOverFiles(place, {QString::fromStdString(other)}), "") << "nobody listens";
+    ports.boxes.clear();  // both selections were cancelled
 }
 
 class QtBoxes : public WindowFixture {};
