@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build needs, if any is missing. `tests` adds what tests and measurements need,
-# `gates` what the further checks of continuous integration need besides.
+# `gates` what the further checks of continuous integration need besides, `package` what making and checking packages
+# needs.
 set -euo pipefail
 
 packages=(
@@ -13,7 +14,10 @@ if [ "${1:-}" = gates ]; then
     packages+=(git clang clang-format clang-tidy)
 fi
 if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema)
+fi
+if [ "${1:-}" = package ]; then
+    packages+=(dpkg-dev file lintian appstream desktop-file-utils)
 fi
 
 missing=()
