@@ -157,13 +157,16 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
     if (options.exportFile && !HasEnding(*options.exportFile, ".csv") &&
         !HasEnding(*options.exportFile, ".txt"))
         throw UsageFault{"--export " + *options.exportFile + ": the name must end in .csv or .txt"};
+    if (options.tableFile && !HasEnding(*options.tableFile, ".csv"))
+        throw UsageFault{"--table " + *options.tableFile + ": the name must end in .csv"};
     if (options.jsonFile && options.jsonFile->empty())
         throw UsageFault{"--json: a file name or - is needed"};
     options.plot = ParsePlot(raw);
     CheckDatasetNames(options.datasets);
     if (!options.database.empty())
         options.database = Absolute(options.database);
-    for (std::optional<std::string>* path : {&options.settingsFile, &options.exportFile, &options.jsonFile})
+    for (std::optional<std::string>* path :
+         {&options.settingsFile, &options.exportFile, &options.jsonFile, &options.tableFile})
         if (*path && **path != "-")
             *path = Absolute(**path);
 }
@@ -191,6 +194,8 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("--interval", raw.interval, "Interval that the export's single-value grids show, from 1");
     app.add_option("--export", options.exportFile, "Writes the interpretation (.csv or .txt)");
     app.add_option("--json", options.jsonFile, "Writes the results in full precision; - is standard output");
+    app.add_option("--table", options.tableFile,
+                   "Writes one line an interval in full precision (.csv), the same columns for every well");
     app.add_option("--plot", raw.plotFile, "Writes a plot (.png, .svg or .pdf)");
     app.add_option("--plot-dataset", raw.plotDataset, "Dataset of the plot (default: that of --level)");
     app.add_option("--size", raw.plotSize, "Width and height of the plot, as in 1200x800 (the default)");
@@ -218,6 +223,8 @@ void CheckOutputs(const BatchOptions& options) {
         check("--export", *options.exportFile);
     if (options.jsonFile && !options.JsonToStandardOutput())
         check("--json", *options.jsonFile);
+    if (options.tableFile)
+        check("--table", *options.tableFile);
     if (options.plot)
         check("--plot", options.plot->path);
 }

@@ -57,6 +57,7 @@ struct BatchOptions {
     std::optional<std::size_t> level, interval;  ///< 1-based
     std::optional<std::string> exportFile;
     std::optional<std::string> jsonFile;  ///< "-": standard output
+    std::optional<std::string> tableFile;
     std::optional<PlotWish> plot;
     std::optional<ExactCyclesWish> exactCycles;
     bool follow = false;

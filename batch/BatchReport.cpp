@@ -12,11 +12,16 @@
 #include "batch/BatchExact.h"
 #include "db/DatasetRecord.h"
 #include "general/NumberText.h"
+#include "general/Version.h"
 
 namespace vorela {
 namespace {
 
 using Json = nlohmann::ordered_json;
+/// The document's shape and its version: docs/schema. The second number rises with a new key, the first when
+/// one goes or changes its meaning.
+constexpr const char* resultSchema = "vorela-results/1.0";
+
 using TextTable = std::vector<std::vector<std::string>>;
 
 // --- Table ---
@@ -174,7 +179,11 @@ std::string ResultTable(const ExactResults& exact) {
 }
 
 std::string ResultJson(const ExactResults& exact) {
-    Json document{{"levels", Json::array()}, {"intervals", Json::array()}, {"quicklook", Json::array()}};
+    Json document{{"schema", resultSchema},
+                  {"program", VersionLine("vorela-batch")},
+                  {"levels", Json::array()},
+                  {"intervals", Json::array()},
+                  {"quicklook", Json::array()}};
     for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
         document["levels"].push_back(LevelJson(i));
     for (std::size_t i = 1; i < CurrentIntervals().size(); ++i)

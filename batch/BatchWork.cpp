@@ -23,6 +23,7 @@
 #include "batch/BatchReport.h"
 #include "batch/BatchSelection.h"
 #include "batch/BatchStop.h"
+#include "batch/BatchTable.h"
 #include "db/AnalysisClaim.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
@@ -272,6 +273,12 @@ bool WriteResults(const BatchOptions& options, const ExactResults& exact) {
         allWell =
             Attempt(step::savingData, [&] { WriteFileAtomically(*options.jsonFile, ResultJson(exact)); }) &&
             allWell;
+    if (options.tableFile)
+        allWell = Attempt(step::savingData,
+                          [&] { WriteFileAtomically(*options.tableFile, IntervalTable(exact)); }) &&
+                  allWell;
+    if (options.tableFile && IntervalCount() == 0)
+        Say("--table: no interval, only the header: intervals lie between two levels");
     const std::string shown =
         options.JsonToStandardOutput() ? ResultJson(exact) : TerminalLines(ResultTable(exact));
     if (std::fputs(shown.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {

@@ -14,7 +14,7 @@ if [ "${1:-}" = gates ]; then
     packages+=(git clang clang-format clang-tidy)
 fi
 if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema python3-numpy)
 fi
 if [ "${1:-}" = package ]; then
     packages+=(dpkg-dev file lintian appstream desktop-file-utils)

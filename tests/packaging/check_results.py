@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""What scripts of users read: the JSON document against its schema by an independent validator, the table of many wells,
+the examples.   check_results.py BIN SOURCE"""
+import copy
+import csv
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import jsonschema
+
+BIN, SOURCE = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+SCRIPTS = SOURCE / "docs/examples/scripts"
+SETTINGS = SOURCE / "packaging/demo.ini"
+SCHEMA = json.loads((SOURCE / "docs/schema/vorela-results.schema.json").read_text())
+
+
+class Results(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory(prefix="vorela-test-")
+        cls.work = pathlib.Path(cls.folder.name)
+        cls.validator = jsonschema.Draft202012Validator(SCHEMA)
+        cls.validator.check_schema(SCHEMA)
+        cls.run_in("dravik", "simulate", "well.dkb", "--levels", "3", "--cycles", "6", "--step", "100")
+        cls.run_in("vorela-batch", "well.dkb", "--settings", SETTINGS, "--json", "well.json", "--table", "well.csv")
+        cls.results = json.loads((cls.work / "well.json").read_text())
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    @classmethod
+    def run_in(cls, *command, status=0):
+        environment = {**os.environ, "PATH": f"{BIN}:/usr/bin:/bin", "XDG_CONFIG_HOME": str(cls.work)}
+        done = subprocess.run(list(map(str, command)), capture_output=True, text=True, cwd=cls.work, env=environment)
+        if done.returncode != status:
+            raise AssertionError(f"{command}: status {done.returncode}\n{done.stdout}\n{done.stderr}")
+        return done.stdout + done.stderr
+
+    def test_documents_of_every_kind_are_as_the_schema_says(self):
+        self.validator.validate(self.results)
+        for arguments in (["LEVEL1"],  # no interval
+                          ["--cycle", "window", "--set", "Parameters.0Height=1", "--set", "Exact.CompressibilityError=10"],
+                          ["--set", "Exact.Harmonics=1", "--pvlpos"]):
+            self.run_in("vorela-batch", "well.dkb", *arguments, "--settings", SETTINGS, "--json", "other.json")
+            self.validator.validate(json.loads((self.work / "other.json").read_text()))
+        # What cannot be computed is null: an analysis without parameters, of levels that are too short.
+        self.run_in("dravik", "simulate", "short.dkb", "--levels", "2", "--cycles", "1", "--step", "100")
+        self.run_in("vorela-batch", "short.dkb", "--settings", SETTINGS, "--cycle", "1", "--json", "short.json")
+        self.validator.validate(json.loads((self.work / "short.json").read_text()))
+
+    def test_the_schema_refuses_what_scripts_could_not_read(self):
+        breaks = {
+            "a key is gone": lambda d: d["intervals"][0].pop("hpi"),
+            "an unknown key": lambda d: d["exact"]["levels"][0].update(extra=1),
+            "another schema": lambda d: d.update(schema="vorela-results/2.0"),
+            "a number as text": lambda d: d["levels"][0].update(depth="9800"),
+            "a list cut short": lambda d: d["levels"][0]["extent"].pop(),
+            "a cycle without flow": lambda d: d["levels"][1]["cycles"][2].pop("flow"),
+            "an unknown method": lambda d: d["exact"]["intervals"][0].update(recommended="guess"),
+            "a grade beyond the grades": lambda d: d["exact"]["intervals"][1].update(grade="E"),
+            "a negative permeability": lambda d: d["exact"]["intervals"][0]["joint"].update(permeability=-1),
+            "a chance above 1": lambda d: d["exact"]["intervals"][0]["joint"].update(pValue=1.5),
+            "cycle number 0": lambda d: d["levels"][0]["cycles"][0].update(number=0),
+            "no levels": lambda d: d.update(levels=[]),
+        }
+        for name, damage in breaks.items():
+            document = copy.deepcopy(self.results)
+            damage(document)
+            self.assertFalse(self.validator.is_valid(document), name)
+
+    def test_the_table_has_the_numbers_of_the_document(self):
+        with open(self.work / "well.csv", newline="") as file:
+            lines = list(csv.DictReader(file))
+        self.assertEqual(len(lines), 2)
+        for line, places, quicklook, exact in zip(lines, self.results["intervals"], self.results["quicklook"],
+                                                  self.results["exact"]["intervals"]):
+            found = exact[exact["recommended"]]
+            for column, value in (("database", str(self.work / "well.dkb")), ("interval_ft", places["label"]),
+                                  ("dataset1", places["dataset1"]), ("dataset2", places["dataset2"]),
+                                  ("grade", exact["grade"]), ("method", exact["recommended"]),
+                                  ("messages", "; ".join(exact["messages"]))):
+                self.assertEqual(line[column], value)
+            for column, value in (
+                    ("depth1_ft", places["depth1"]), ("depth2_ft", places["depth2"]), ("hpi1_rps_per_psi", places["hpi1"]),
+                    ("hpi2_rps_per_psi", places["hpi2"]), ("phase1_degrees", places["phase1"]),
+                    ("phase2_degrees", places["phase2"]), ("reservoir_hpi_bbl_per_day_psi", places["reservoirHpi"]),
+                    ("reservoir_phase_degrees", places["reservoirPhase"]), ("quicklook_k_mD", quicklook["permeability"]),
+                    ("quicklook_skin", quicklook["skin"]), ("surface_hpi_bbl_per_day_psi", quicklook["surfaceHpi"]),
+                    ("k_mD", found["permeability"]), ("k_lower_mD", found["permeabilityRange"][0]),
+                    ("k_upper_mD", found["permeabilityRange"][1]), ("skin", found["skin"]),
+                    ("skin_lower", found["skinRange"][0]), ("skin_upper", found["skinRange"][1]),
+                    ("sigma_ln_k", found["sigmaLnPermeability"]), ("sigma_skin", found["sigmaSkin"]),
+                    ("p_value", found["pValue"])):
+                self.assertEqual(float(line[column]) if line[column] else None, value, column)
+        header = (self.work / "well.csv").read_text().splitlines()[0]
+        told = self.run_in("vorela-batch", "well.dkb", "LEVEL1", "--settings", SETTINGS, "--table", "one.csv")
+        self.assertEqual((self.work / "one.csv").read_text(), header + "\n")
+        self.assertIn("no interval", told)
+        self.assertIn("must end in .csv", self.run_in("vorela-batch", "well.dkb", "--table", "x.txt", status=2))
+        self.assertIn("read or written", self.run_in("vorela-batch", "well.dkb", "--table", "a.csv", "--export", "a.csv",
+                                                     status=2))
+
+    def test_eight_wells_at_once_give_what_each_gives_alone(self):
+        told = self.run_in(SCRIPTS / "many-wells.sh", 8, 8, "wells", SETTINGS)
+        self.assertIn("8 of 8 wells", told)
+        table = (self.work / "wells/wells.csv").read_text()
+        self.assertEqual(table.count("\n"), 1 + 8 * 3)
+        for number in (3, 8):
+            self.run_in("vorela-batch", f"wells/well-{number}.dkb", "--recreate", "--settings", SETTINGS, "--table",
+                        "alone.csv")
+            self.assertIn((self.work / "alone.csv").read_text().split("\n", 1)[1], table)
+        self.assertIn("8 wells, 24 intervals, 24 with a result", self.run_in(SCRIPTS / "compare-wells.py", "wells/wells.csv"))
+        os.environ["SLURM_ARRAY_TASK_ID"] = "3"  # this well once more, as an element of a job array
+        before = (self.work / "wells/well-3.csv").read_text()
+        self.run_in(SCRIPTS / "job-array.sh", "wells", SETTINGS)
+        self.assertEqual((self.work / "wells/well-3.csv").read_text(), before)
+
+    def test_the_profile_shows_every_interval(self):
+        told = self.run_in(SCRIPTS / "profile.py", "well.json", "-o", "well.svg")
+        for interval in self.results["exact"]["intervals"]:
+            self.assertRegex(told, re.escape(interval["label"]) + r" ft  k \d")
+        self.assertEqual((self.work / "well.svg").read_text().count('class="value"'), 4)
+        (self.work / "old.json").write_text(json.dumps({**self.results, "schema": "vorela-results/2.0"}))
+        self.assertIn("is not vorela-results/1.", self.run_in(SCRIPTS / "profile.py", "old.json", status=1))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
