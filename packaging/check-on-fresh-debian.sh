@@ -59,13 +59,12 @@ as_user vorela-batch demo.dkb --settings /usr/share/vorela/demo.ini --export dem
 cp "$root/home/engineer/demo.png" "$root/home/engineer/demo.json" "$root/home/engineer/demo.csv" "$out/"
 
 echo "== The window"
-as_user Vorela demo.dkb &
-sleep 6
+as_user 'Vorela demo.dkb & echo $! >window; wait' &
+sleep 8
 import -display "$display" -window root "$out/window.png"
 as_user Vorela /home/engineer/demo.dkb # a second start: hands over and ends
-inside pkill -x -u engineer Vorela || inside sh -c 'for p in /proc/[0-9]*; do
-    [ "$(cat "$p/comm" 2>/dev/null)" != Vorela ] || kill "${p#/proc/}"; done'
-wait %+ || true
+kill "$(cat "$root/home/engineer/window")"
+sleep 1
 find "$root/home/engineer" -type f | sed "s,$root,,"
 
 echo "== Remove"

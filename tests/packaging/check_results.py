@@ -3,10 +3,12 @@
 the examples.   check_results.py BIN SOURCE"""
 import copy
 import csv
+import gzip
 import json
 import os
 import pathlib
 import re
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -122,6 +124,26 @@ class Results(unittest.TestCase):
         self.run_in(SCRIPTS / "job-array.sh", "wells", SETTINGS)
         self.assertEqual((self.work / "wells/well-3.csv").read_text(), before)
 
+    def test_databases_of_every_format_open_and_keep_what_was_recorded(self):
+        # Each made by the programs of its time out of upper.csv and lower.csv.
+        samples = SOURCE / "tests/store/samples"
+        found = {}
+        for number in (1, 2):
+            name = f"format{number}.dkb"
+            (self.work / name).write_bytes(gzip.decompress((samples / f"{name}.gz").read_bytes()))
+            version = lambda: sqlite3.connect(self.work / name).execute("PRAGMA user_version").fetchone()[0]
+            self.assertEqual(version(), number)
+            for _ in ("as it was made", "raised by the analysis"):
+                self.run_in("dravik", "check", name)
+                for level in ("upper", "lower"):
+                    exported = self.run_in("dravik", "export", name, level, "--curves", "ZG,RTC,PVLPOS,PVLID,PVLIDT,PVLT,ADPTH")
+                    self.assertEqual(exported, (samples / f"{level}.csv").read_text())
+                self.run_in("vorela-batch", name, "--settings", SETTINGS, "--set", "Parameters.Period=30", "--table", "f.csv")
+            self.assertEqual(version(), 2)
+            found[number] = (self.work / "f.csv").read_text().replace(name, "")
+        self.assertEqual(found[1], found[2])
+        self.assertEqual(found[1].count("\n"), 2)
+
     def test_the_profile_shows_every_interval(self):
         told = self.run_in(SCRIPTS / "profile.py", "well.json", "-o", "well.svg")
         for interval in self.results["exact"]["intervals"]:
@@ -132,4 +154,4 @@ class Results(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
