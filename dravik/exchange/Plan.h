@@ -49,6 +49,8 @@ struct ReadingRules {
     double shift = 0.0;                   ///< index units
 };
 
+struct RowPassResult;
+
 struct ImportPlan {
     std::string file;
     bool isLas = false;
@@ -77,6 +79,8 @@ struct ImportPlan {
     std::optional<double> depth;  ///< ft, of a depth curve with a single value
     std::string encodingChoice;
     ReadingRules reading;
+    FileVersion version;
+    std::shared_ptr<const RowPassResult> pass;  ///< what the rows told; null where none were read
 
     bool CanImport() const { return problems.empty(); }
 };
@@ -88,5 +92,12 @@ struct ImportStopped {};
 /// One pass over the file. What forbids the import stands in `problems`, all of it; a file that cannot be
 /// read at all has one problem.
 ImportPlan PlanImport(const std::string& file, const Choices& choices, const Progress& progress = {});
+
+/// Whether the file is the one that was planned.
+bool IsCurrent(const ImportPlan& plan);
+
+/// The file of a plan under choices that differ from that plan's in curves, conversion and depth alone: its
+/// rows are not read again, unless the file has changed.
+ImportPlan PlanAgain(const ImportPlan& before, const Choices& choices, const Progress& progress = {});
 
 }  // namespace dravik

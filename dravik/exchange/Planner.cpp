@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <utility>
 
 #include "dravik/exchange/CurvePlan.h"
@@ -22,12 +23,19 @@ std::string TurnsText(std::int64_t turns) {
 /// Plans one file.
 class Planner {
   public:
-    Planner(const TextFile& file, const Choices& choices, const Progress& progress, ImportPlan& plan)
-        : draft_{file, choices, plan, {}, {}}, choices_(choices), progress_(progress), plan_(plan) {}
+    /// `before`: a plan whose pass over the rows may be taken over; null: none.
+    Planner(const TextFile& file, const Choices& choices, const Progress& progress, const ImportPlan* before,
+            ImportPlan& plan)
+        : draft_{file, choices, plan, {}, {}},
+          choices_(choices),
+          progress_(progress),
+          before_(before),
+          plan_(plan) {}
 
     void Run() {
         plan_.encoding = draft_.file.TextEncoding().name;
         plan_.encodingChoice = choices_.encoding;
+        plan_.version = draft_.file.Version();
         plan_.isLas = LooksLikeLas(draft_.file);
         if (plan_.isLas)
             las_ = PlanLas(draft_);
@@ -48,9 +56,16 @@ class Planner {
         }
     }
 
+    std::shared_ptr<const RowPassResult> Pass() const {
+        if (before_ != nullptr && before_->pass && before_->version == plan_.version)
+            return before_->pass;
+        return std::make_shared<const RowPassResult>(
+            PassOverRows(draft_.file, plan_.reading, draft_.names.size(), choices_, progress_));
+    }
+
     void PassAndDecide() {
-        RowPassResult pass =
-            PassOverRows(draft_.file, plan_.reading, draft_.names.size(), choices_, progress_);
+        plan_.pass = Pass();
+        const RowPassResult& pass = *plan_.pass;
         plan_.rows = pass.rows;
         plan_.droppedRows = pass.droppedRows;
         for (const LeftOut& lines : pass.leftOut)
@@ -59,7 +74,7 @@ class Planner {
                         std::to_string(lines.firstLine) + ")");
         plan_.notes.insert(plan_.notes.end(), pass.notes.begin(), pass.notes.end());
         plan_.problems.insert(plan_.problems.end(), pass.problems.begin(), pass.problems.end());
-        plan_.reading.checkpoints = std::move(pass.checkpoints);
+        plan_.reading.checkpoints = pass.checkpoints;
         plan_.reading.shift = choices_.shift * 100.0;
         PlanCurves(draft_.names, draft_.captions, draft_.TimeColumns(), pass.columns, choices_, plan_);
         DescribeTime(pass);
@@ -174,22 +189,40 @@ class Planner {
     PlanDraft draft_;
     const Choices& choices_;
     const Progress& progress_;
+    const ImportPlan* before_;
     ImportPlan& plan_;
     std::optional<LasHeader> las_;
 };
 
-}  // namespace
-
-ImportPlan PlanImport(const std::string& file, const Choices& choices, const Progress& progress) {
+ImportPlan PlanFile(const std::string& file, const Choices& choices, const Progress& progress,
+                    const ImportPlan* before) {
     ImportPlan plan;
     plan.file = file;
     try {
         const TextFile text(file, choices.encoding);
-        Planner(text, choices, progress, plan).Run();
+        Planner(text, choices, progress, before, plan).Run();
     } catch (const ExchangeError& error) {
         plan.problems.push_back(error.what());
     }
     return plan;
+}
+
+}  // namespace
+
+ImportPlan PlanImport(const std::string& file, const Choices& choices, const Progress& progress) {
+    return PlanFile(file, choices, progress, nullptr);
+}
+
+bool IsCurrent(const ImportPlan& plan) {
+    try {
+        return TextFile(plan.file, plan.encodingChoice).Version() == plan.version;
+    } catch (const ExchangeError&) {
+        return false;
+    }
+}
+
+ImportPlan PlanAgain(const ImportPlan& before, const Choices& choices, const Progress& progress) {
+    return PlanFile(before.file, choices, progress, &before);
 }
 
 }  // namespace dravik

@@ -33,6 +33,7 @@ TextFile::TextFile(std::string path, const std::string& encoding) : path_(std::m
         if (!S_ISREG(status.st_mode))
             throw ExchangeError("it is not a file");
         const auto size = static_cast<std::uint64_t>(status.st_size);
+        version_ = {size, status.st_mtim.tv_sec * std::int64_t{1000000000} + status.st_mtim.tv_nsec};
         std::string head(std::min<std::uint64_t>(size, headBytes), '\0');
         head.resize(Read(0, head.data(), head.size()));
         encoding_ =

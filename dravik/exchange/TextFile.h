@@ -14,6 +14,14 @@ namespace dravik {
 inline constexpr std::size_t headBytes = std::size_t{256} * 1024;
 inline constexpr std::size_t longestLine = std::size_t{1024} * 1024;
 
+/// What tells whether a file is still the one that was read.
+struct FileVersion {
+    std::uint64_t size = 0;
+    std::int64_t changed = 0;  ///< ns
+
+    bool operator==(const FileVersion&) const = default;
+};
+
 /// An open file: its encoding, where its text begins and ends, how its lines end. Throws ExchangeError for a
 /// file that cannot be read, is not a regular file, is empty or is not text.
 class TextFile {
@@ -27,6 +35,7 @@ class TextFile {
     const std::string& Path() const { return path_; }
     const dravik::Encoding& TextEncoding() const { return encoding_; }
     char LineEnd() const { return lineEnd_; }
+    const FileVersion& Version() const { return version_; }
     /// Bytes from the mark's end to the last one before trailing NULs and Ctrl-Zs.
     std::uint64_t Begin() const { return encoding_.markBytes; }
     std::uint64_t End() const { return end_; }
@@ -41,6 +50,7 @@ class TextFile {
 
     std::string path_;
     int descriptor_ = -1;
+    FileVersion version_;
     dravik::Encoding encoding_;
     char lineEnd_ = '\n';
     std::uint64_t end_ = 0;

@@ -294,7 +294,7 @@ class JobPlanner {
         else if (same != nullptr && SameChoices(*same, file))
             file.plan = same->plan;
         else
-            file.plan = PlanImport(file.path, choices, progress_);
+            file.plan = PlanAgain(file.found, choices, progress_);
         Tell(choices, file);
     }
 
@@ -316,7 +316,8 @@ class JobPlanner {
     const FilePlan* TakenOver(const FilePlan& file) const {
         for (const FilePlan& other : before_.files) {
             if (other.path == file.path && SameTarget(other.target, file.target) &&
-                ReadingOf(other.controls) == ReadingOf(file.controls) && !other.found.file.empty())
+                ReadingOf(other.controls) == ReadingOf(file.controls) && !other.found.file.empty() &&
+                IsCurrent(other.found))
                 return &other;
         }
         return nullptr;

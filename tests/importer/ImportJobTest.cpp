@@ -147,6 +147,31 @@ TEST_F(ImportJob, EveryChoiceShowsInThePlanOrNamesItsControl) {
     }
 }
 
+TEST_F(ImportJob, NamesAndUnitsAreSettledWithoutReadingTheRowsAgain) {
+    ImportSettings settings = SettingsFor({Sheet()});
+    const JobPlan before = Plan(settings);
+    int passes = 0;
+    const auto plan = [&] {
+        passes = 0;
+        return PlanJob(settings, LookAtDatabase(settings), before, [&](std::uint64_t, std::uint64_t) {
+            ++passes;
+            return true;
+        });
+    };
+    settings.files[0].controls.columns.resize(5);
+    settings.files[0].controls.columns[1] = {"Druck", Role::pressure, "upper", "kPa", true};
+    settings.files[0].controls.depth = "8120";
+    EXPECT_EQ(Told(plan()), "; , 0.5 s: UPPER(psi) RTC(rps) PVLPOS()");
+    EXPECT_EQ(passes, 0);
+    settings.files[0].controls.step = "1.5";
+    EXPECT_EQ(Told(plan()), "; , 1.5 s: UPPER(psi) RTC(rps) PVLPOS()");
+    EXPECT_EQ(passes, 1);
+    // Another file under the same name.
+    settings.files[0].controls.step.clear();
+    WriteAll(settings.files[0].path, ReadAll(settings.files[0].path) + "40,0;211,5;9,0;1;ok\n");
+    EXPECT_EQ(plan().files[0].plan.grid.rows, rows + 1);
+}
+
 TEST_F(ImportJob, FirstRowsStandUnderTheirNamesAndATableWithoutTimeStillNamesItsColumns) {
     const JobPlan job = Plan(SettingsFor({Sheet()}));
     EXPECT_TRUE(job.files[0].head.isTable);
