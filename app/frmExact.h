@@ -28,6 +28,7 @@ class frmExact : public QDialog {
     /// Computes anew when the selection, its cycles or the parameters have changed; shows what the quicklook
     /// has become. Costs nothing while the dialog is hidden.
     void Follow();
+    const ExactResults& Results() const { return results_; }  ///< what is shown
 
   protected:
     void showEvent(QShowEvent* event) override;

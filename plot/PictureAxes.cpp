@@ -197,17 +197,25 @@ void PictureAxes::DeviceLine(DevicePoint from, DevicePoint to, const PenDescript
     surface_.LineTo(to);
 }
 
-// Texts that would touch the one before are left out; their ticks stand.
+// Where texts would touch, whole powers of ten alone have theirs on a logarithmic axis; else the text that
+// would touch the one before is left out. The ticks stand.
 void PictureAxes::GridAcross() {
     const std::vector<double> ticks = x_.Ticks();
-    const std::vector<std::string> texts = x_.TickTexts(ticks);
+    std::vector<std::string> texts = x_.TickTexts(ticks);
+    double needed = 0;
+    for (const std::string& text : texts)
+        needed += surface_.TextWidth(text) + 2 * textGap;
+    if (x_.logarithmic && needed > frame_.right - frame_.left)
+        for (std::size_t i = 0; i < ticks.size(); ++i)
+            if (const double power = std::log10(ticks[i]); std::abs(power - std::round(power)) > aHair)
+                texts[i].clear();
     double free = -std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < ticks.size(); ++i) {
         const double x = At(ticks[i], y_.low).x;
         DeviceLine({x, frame_.top}, {x, frame_.bottom}, gridLine);
         DeviceLine({x, frame_.bottom}, {x, frame_.bottom + tickLength}, blackLine);
         const double half = surface_.TextWidth(texts[i]) / 2;
-        if (x - half < free)
+        if (texts[i].empty() || x - half < free)
             continue;
         Text({x, frame_.bottom + tickLength + textGap + textHeight}, texts[i], TextAlignment::bottomCentre);
         free = x + half + 2 * textGap;

@@ -207,6 +207,11 @@ TEST(ExactMessages, FlowThatIsLateIsSeen) {
         Says(Analysed(Quiet(), {}, [](LevelRecord& r) { r.flow.first += r.dataset == "LEVEL1" ? 10 : 0; }),
              "harmonics disagree"))
         << "one level late by 100 ms";
+    Simulation lost = SimulationOf({10, 0, 30, 240, 9, 100, 0.01});
+    lost.flowDelay = 5;
+    const ExactInterval assumed = Analysed(lost);
+    EXPECT_TRUE(Says(assumed, "storage of the well not resolved"));
+    EXPECT_NE(assumed.recommended, ExactMethod::storage);
     Simulation early = Quiet();
     early.flowDelay = -90;
     const ExactInterval beyond = Analysed(early);

@@ -4,7 +4,10 @@
 #include <QImage>
 #include <QSpinBox>
 #include <QTabWidget>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 
+#include "BuildPaths.h"
 #include "analysis/ExactTables.h"
 #include "analysis/ResultGridView.h"
 #include "analysis/modExact.h"
@@ -23,7 +26,8 @@ class ExactDialog : public WindowFixture {
         WindowFixture::SetUp();
     }
     /// Levels that a small disturbance of another period keeps from being perfect.
-    void MakeNoisyLevel(const std::string& dataset, double depth, double amplitude, double lag) {
+    void MakeNoisyLevel(const std::string& dataset, double depth, double amplitude, double lag,
+                        std::int32_t flowCount = 20000) {
         constexpr std::int32_t count = 20000;
         constexpr double omega = 2 * 3.14159265358979 / period;
         std::vector<CurveSpec> curves{
@@ -31,7 +35,7 @@ class ExactDialog : public WindowFixture {
              [](std::int32_t t) {
                  return 3000 + 20 * std::sin(omega * t) + 0.05 * std::sin(0.37 * omega * t);
              }},
-            {"RTC", "rps", count,
+            {"RTC", "rps", flowCount,
              [=](std::int32_t t) {
                  return 5 - amplitude * std::sin(omega * t + lag) + 0.004 * std::sin(1.41 * omega * t);
              }},
@@ -131,6 +135,55 @@ TEST_F(ExactDialog, NewWholeCycleIsFollowedWhileOpenOnly) {
     cut(-1);
     window->TimerTick();
     EXPECT_EQ(cycles.rowCount(), before - 1);
+}
+
+TEST_F(ExactDialog, AFilterOfTheAcquisitionSystemIsToldInTheTable) {
+    MakeNoisyLevel("LEVEL1", 6000, 2.0, 0.2, 19990);
+    MakeNoisyLevel("LEVEL2", 6030, 1.0, 0.15);
+    ports.answers = {true, true, true};
+    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    Trigger("mnuView1");
+    frmExact& dialog = *window->findChild<frmExact*>();
+    const auto& table = Find<ResultGridView>(dialog, "fgExact");
+    EXPECT_TRUE(
+        table.item(0, table.columnCount() - 1)->text().contains("lag of the filter is not corrected"));
+    EXPECT_TRUE(Find<QLabel>(dialog, "lblMessages").text().contains("(LEVEL1)"));
+}
+
+TEST_F(ExactDialog, FollowsARecordingBesideItAndEndsAtTheProgramsNumbersBitForBit) {
+    const std::string bin = VORELA_BIN_DIR "/";
+    const std::string record =
+        bin + "dravik record " + DatabasePath() +
+        " LEVEL$l --simulate --level $l --levels 2 --cycles 8 --step 50 --noise 0.003 ";
+    ASSERT_EQ(test::Run("for l in 1 2; do (" + record + "--speed 700 &) ; done").status, 0);
+    for (int tries = 0; tries < 100 && !std::filesystem::exists(DatabasePath()); ++tries)
+        QTest::qWait(50);
+    QTest::qWait(1000);
+    ports.answers = {true, true, true};
+    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    Trigger("mnuView1");
+    frmExact& dialog = *window->findChild<frmExact*>();
+    const auto complete = [&] {
+        const auto& levels = dialog.Results().levels;
+        return levels.size() == 2 && levels[0].cycles.size() == 7 && levels[1].cycles.size() == 7;
+    };
+    for (int tick = 0; tick < 300 && !complete(); ++tick) {
+        window->TimerTick();
+        QTest::qWait(50);
+    }
+    ASSERT_TRUE(complete());
+    const CommandResult batch =
+        test::Run(bin + "vorela-batch " + DatabasePath() + " --settings " + SettingsFilePath() + " --json -");
+    const auto exact = nlohmann::json::parse(batch.out)["exact"]["intervals"][0];
+    ASSERT_EQ(dialog.Results().intervals.size(), 1U);
+    // The compressibility of the parameters is not the well's: storage alone has an answer.
+    const ExactEstimate& shown = dialog.Results().intervals[0].storage;
+    ASSERT_TRUE(shown.HasSolution()) << batch.err;
+    const auto& storage = exact["storage"];
+    EXPECT_EQ(*shown.permeability, storage["permeability"].get<double>());
+    EXPECT_EQ(*shown.skin, storage["skin"].get<double>());
+    EXPECT_EQ(*shown.sigmaSkin, storage["sigmaSkin"].get<double>());
+    EXPECT_EQ(*shown.permeabilityRange.lower, storage["permeabilityRange"][0].get<double>());
 }
 
 TEST(ExactPictures, CircleHoldsTheConfidenceInTwoDimensions) {

@@ -92,7 +92,7 @@ TEST_F(PlanDialog, ShowsWhatTheCommandLinePrintsAndKeepsEveryBox) {
     Click(first, "cmdSave");
     EXPECT_THAT(ReadAll(folder.File("plan.csv")), HasSubstr("Harmonic,Level,"));
     for (const auto& [name, filter, content] :
-         {std::tuple("plan.svg", 4, "Radius of investigation"), {"plan.png", 3, "PNG"}}) {
+         {std::tuple("plan.svg", 4, "Radius (ft)"), {"plan.png", 3, "PNG"}}) {
         ports.saveFileAnswer = SaveFileChoice{folder.File(name), filter};
         Click(first, "cmdSave");
         EXPECT_THAT(ReadAll(folder.File(name)), HasSubstr(content));
