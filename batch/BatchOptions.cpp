@@ -171,6 +171,11 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
             *path = Absolute(**path);
 }
 
+void PrintSettings() {
+    std::fputs(SettingsList(CommandLineSettings()).c_str(), stdout);
+    throw CLI::Success();
+}
+
 void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("DB", options.database, "Database");
     app.add_option("DATASET", options.datasets,
@@ -181,6 +186,8 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
                    "Settings file, read only (default: the program's own)");
     app.add_option("--set", raw.settings, "Section.Key=Value in place of a setting; may be repeated")
         ->allow_extra_args(false);
+    app.add_flag_callback("--list-settings", PrintSettings,
+                          "Lists every setting with its default and what it accepts, and does nothing else");
     app.add_flag("--recreate", options.recreate, "Make the derived curves anew");
     CLI::Option* unfiltered = app.add_flag("--unfiltered", options.unfiltered,
                                            "Cycle information from the unfiltered pressure and flow curves");

@@ -93,6 +93,26 @@ std::string FaultOfValue(const std::string& value, const SettingField& field) {
     return range.oddOnly && std::fmod(*number, 2.0) != 1.0 ? MessageOf(field) : "";
 }
 
+std::string AcceptedBy(const SettingField& field) {
+    const auto& [lower, upper, message, oddOnly] = field.range;
+    if (std::holds_alternative<std::string*>(field.place))
+        return "text";
+    if (std::holds_alternative<bool*>(field.place))
+        return "0 or -1";
+    const std::string odd = oddOnly ? ", odd" : "";
+    if (upper < highestSetting)
+        return ShortestText(lower) + " to " + ShortestText(upper) + odd;
+    return lower > lowestSetting ? ShortestText(lower) + " or more" + odd : "a number" + odd;
+}
+
+/// Of fields of one key only the last: see Find.
+void List(const std::string& prefix, const SettingFields& fields, std::string& text) {
+    for (const SettingField& field : fields)
+        if (Find(fields, field.key) == &field)
+            text += prefix + field.key + "\t" + std::visit(Writer{}, field.place) + "\t" + AcceptedBy(field) +
+                    "\n";
+}
+
 std::string FaultOf(const std::vector<SettingsSection>& sections, const SettingValue& setting) {
     const auto section = std::find_if(sections.begin(), sections.end(), [&](const auto& known) {
         return EqualIgnoringCase(known.name, setting.section);
@@ -153,6 +173,15 @@ std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields,
     if (CheckRange(box, field->range.lower, field->range.upper, *std::get<double*>(field->place)))
         return std::nullopt;
     return Refusal{"txt" + key, MessageOf(*field)};
+}
+
+std::string SettingsList(const std::vector<SettingsSection>& sections) {
+    std::string text;
+    for (const SettingsSection& section : sections) {
+        List(section.name + ".", section.fields, text);
+        List(section.name + ".N", section.indexed, text);
+    }
+    return text;
 }
 
 std::optional<SettingValue> ParseSetting(const std::vector<SettingsSection>& sections,

@@ -2,10 +2,11 @@
 """Holds the guide to the program: runs every command in it and compares what it prints, follows every link, and sets the
 reference chapters beside what the programs say of themselves.
 
-  check_guide.py BIN_DIR [--update] [CHAPTER.md ...]
+  check_guide.py BIN_DIR [--update] CHAPTER.md ...      the commands of chapters
+  check_guide.py BIN_DIR --reference                    links, pictures, reference chapters
 
 Commands stand in blocks fenced as `console`: a line `$ ...` is a command (`> ...` continues it), what follows is its
-output. A line `...` there stands for any lines, `…` for any text in a line. A command that is meant to fail says so by
+output; commands in blocks fenced as `generated` get their output when the guide is built. A line `...` there stands for any lines, `…` for any text in a line. A command that is meant to fail says so by
 `# status N`. Each chapter runs in a folder of its own that holds docs/examples. --update writes down what is printed now."""
 import json
 import os
@@ -25,11 +26,11 @@ STATUS = re.compile(r"# status (\d+)$", re.M)
 
 # --- Commands ---
 
-def blocks(lines):
-    """(first, last) line indices of the insides of console blocks."""
+def blocks(lines, kind):
+    """(first, last) line indices of the insides of blocks fenced as that kind."""
     begin = None
     for i, line in enumerate(lines):
-        if begin is None and line == "```console":
+        if begin is None and line == "```" + kind:
             begin = i + 1
         elif begin is not None and line == "```":
             yield begin, i
@@ -38,7 +39,7 @@ def blocks(lines):
 
 def commands(lines):
     """(command, line index of the output's begin, of its end) of every command of a chapter, in order."""
-    for begin, end in blocks(lines):
+    for begin, end in blocks(lines, "console"):
         i = begin
         while i < end:
             assert lines[i].startswith("$ "), f"line {i + 1}: a command begins with '$ '"
@@ -84,8 +85,10 @@ def agrees(wanted, printed):
 def check_commands(path, bin_dir, update):
     lines = path.read_text(encoding="utf-8").splitlines()
     wanted = list(commands(lines))
-    results = run([text for text, _, _ in wanted], bin_dir)
-    faults = []
+    generated = [line for begin, end in blocks(lines, "generated") for line in lines[begin:end]]
+    results = run([text for text, _, _ in wanted] + generated, bin_dir)
+    faults = [f"{path.name}: status {status} of: {text}"
+              for text, (_, status) in zip(generated, results[len(wanted):]) if status != 0]
     for (text, out, end), (printed, status) in reversed(list(zip(wanted, results))):
         declared = STATUS.search(text)
         if status != int(declared.group(1) if declared else 0):
@@ -95,11 +98,12 @@ def check_commands(path, bin_dir, update):
                 lines[out:end] = [line.rstrip() for line in printed]
             else:
                 faults.append(f"{path.name}:{out}: other output of: {text}\n  " + "\n  ".join(printed[:12]))
-    if len(results) != len(wanted):
-        faults.append(f"{path.name}: {len(wanted)} commands, {len(results)} came to an end")
+    total = len(wanted) + len(generated)
+    if len(results) != total:
+        faults.append(f"{path.name}: {total} commands, {len(results)} came to an end")
     if update:
         path.write_text("\n".join(lines) + "\n", encoding="utf-8")
-    return len(wanted), faults[::-1]
+    return total, faults[::-1]
 
 
 # --- Links ---
@@ -130,49 +134,30 @@ def check_links(pictures):
 
 
 def pictures_made():
-    """Files that the picture program and the chapters' build make, by the names in their sources."""
-    text = (SOURCE / "guide" / "Pictures.cpp").read_text(encoding="utf-8")
-    return set(re.findall(r'"([\w-]+\.(?:png|svg))"', text))
+    """Files that the build of the guide makes, by the names in its sources."""
+    texts = [(SOURCE / "guide" / name).read_text(encoding="utf-8") for name in ("Pictures.cpp", "build_guide.py")]
+    return {name for text in texts for name in re.findall(r'"([\w-]+\.(?:png|svg))"', text)}
 
 
 # --- Reference ---
 
-def table_keys(chapter, heading=None):
-    """First cells of the tables' rows (below one heading), without their code marks."""
-    keys, here = [], heading is None
+def section_lines(chapter, heading=None):
+    """The chapter's lines, or those from `## heading` to the next of its kind."""
+    here = heading is None
     for _, line in guide_source.lines_outside_fences((guide_source.FOLDER / chapter).read_text(encoding="utf-8")):
-        if heading is not None and re.match(r"#{1,4} ", line):
-            here = line.lstrip("#").strip() == heading
-        elif here and (cell := re.match(r"\| (`.+?`) \|", line)):
-            keys += re.findall(r"`([^`]+)`", cell.group(1))
-    return keys
+        if heading is not None and line.startswith("## "):
+            here = line[3:].strip() == heading
+        elif here:
+            yield line
 
 
-def differences(where, written, true):
-    for key in sorted(true - written):
-        yield f"{where}: {key} is missing"
-    for key in sorted(written - true):
-        yield f"{where}: there is no {key}"
+def coded(text):
+    return set(re.findall(r"`([^`]+)`", text))
 
 
-def options_of(bin_dir, command):
-    text = subprocess.run([str(bin_dir / command[0]), *command[1:], "--help"], stdout=subprocess.PIPE, check=True).stdout
-    return set(re.findall(r"^\s+(?:-\w,)?(--[\w-]+)", text.decode(), re.M)) - {"--help", "--help-all"}
-
-
-def check_options(bin_dir):
-    for command in [["vorela-batch"]] + [["dravik", name] for name in subcommands(bin_dir)]:
-        heading = " ".join(command)
-        written = {word for key in table_keys("commands.md", heading) for word in re.findall(r"--[\w-]+", key)}
-        true = options_of(bin_dir, command)
-        if heading == "dravik record":  # the simulated test's options stand with `simulate`
-            true -= options_of(bin_dir, ["dravik", "simulate"]) - written
-        yield from differences(f"commands.md, {heading}", written, true)
-
-
-def subcommands(bin_dir):
-    text = subprocess.run([str(bin_dir / "dravik"), "--help"], stdout=subprocess.PIPE, check=True).stdout.decode()
-    return re.findall(r"^  (\w+) ", text.partition("Subcommands:")[2], re.M)
+def table_keys(lines):
+    """What stands as code in the first cells of the tables' rows."""
+    return [key for line in lines if (cell := re.match(r"\| (`.+?`) \|", line)) for key in coded(cell.group(1))]
 
 
 def check_settings(bin_dir):
@@ -200,32 +185,36 @@ def check_json(bin_dir):
         def out(*words):
             return subprocess.run([str(bin_dir / words[0]), *words[1:]], cwd=folder, check=True,
                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
-        truth = out("dravik", "simulate", "w.dkb", "--levels", "2", "--json", "truth.json")
-        results = out("vorela-batch", "w.dkb", "--set", "Parameters.Compressibility=1e-5", "--json", "-")
+        out("dravik", "simulate", "w.dkb", "--levels", "2")
+        results = out("vorela-batch", "w.dkb", "--settings", str(SOURCE / "docs/examples/well.ini"), "--json", "-")
         plan = out("vorela-batch", "--plan", "k=100,skin=5", "--json", "-")
         example = SOURCE / "docs" / "examples" / "sheet.csv"
         imported = out("dravik", "import", "-", str(example), "--dry-run", "--json", "-")
-        assert truth
-    written = {heading: set(table_keys("json.md", heading)) for heading in ("Results", "Plan", "Import")}
     for heading, text in (("Results", results), ("Plan", plan), ("Import", imported)):
-        yield from differences(f"json.md, {heading}", written[heading], set(keys_of(json.loads(text))))
+        lines = list(section_lines("json.md", heading))
+        true = set(keys_of(json.loads(text)))
+        for key in sorted(true - coded("\n".join(lines))):
+            yield f"json.md, {heading}: {key} is missing"
+        for key in sorted(set(table_keys(lines)) - true):
+            yield f"json.md, {heading}: there is no key {key}"
 
 
 def check_messages():
     """What the chapter of messages quotes is what the sources say; and what an exact result can say stands in it."""
-    sources = ""
-    for path in sorted(SOURCE.glob("*/**/*")):
-        if path.suffix in (".cpp", ".h", ".ui") and path.relative_to(SOURCE).parts[0] not in ("tests", "bench", "fuzz", "guide"):
-            if not path.relative_to(SOURCE).parts[0].startswith("build"):
-                sources += path.read_text(encoding="utf-8")
-    sources = re.sub(r'"\s*\n\s*"', "", sources).replace("\\r", " ").replace("&amp;", "&")
-    plain = re.sub(r" +", " ", sources)
-    quoted = table_keys("messages.md")
+    def literals(*rooms):
+        text = ""
+        for path in sorted(path for room in rooms for path in (SOURCE / room).rglob("*")):
+            if path.suffix in (".cpp", ".h"):
+                text += path.read_text(encoding="utf-8")
+        return re.sub(r'"\s*\n\s*"', "", text)
+
+    plain = literals("general", "platform", "db", "signal", "analysis", "plot", "follow", "app", "batch", "dravik")
+    quoted = table_keys(section_lines("messages.md"))
     for text in quoted:
         for piece in text.split("…"):
             if len(piece.strip()) > 3 and piece.strip() not in plain:
                 yield f"messages.md: no source says \"{piece.strip()}\""
-    said = re.findall(r'(?:messages|notes)\.push_back\(\s*"([^"]+)"|\bfault = "([^"]+)"', sources)
+    said = re.findall(r'(?:messages|notes)\.push_back\(\s*"([^"]+)"|\bfault = "([^"]+)"', literals("analysis"))
     for text in sorted({first or second for first, second in said}):
         if not any(text.strip() in row.replace("…", "") or text.strip() in row for row in quoted):
             yield f"messages.md: \"{text}\" is missing"
@@ -233,19 +222,18 @@ def check_messages():
 
 def main(arguments):
     update = "--update" in arguments
-    arguments = [word for word in arguments if word != "--update"]
-    bin_dir = pathlib.Path(arguments[0]).resolve()
-    total, faults = 0, []
-    for name in arguments[1:] or guide_source.chapters():
+    bin_dir, *names = [word for word in arguments if not word.startswith("--")]
+    bin_dir = pathlib.Path(bin_dir).resolve()
+    faults = []
+    for name in names:
         count, more = check_commands(guide_source.FOLDER / name, bin_dir, update)
-        total += count
         faults += more
-    if not arguments[1:]:
-        faults += check_links(pictures_made())
-        for check in (check_options, check_settings, check_json):
+        print(f"{name}: {count} commands run")
+    if "--reference" in arguments:
+        faults += [*check_links(pictures_made()), *check_messages()]
+        for check in (check_settings, check_json):
             faults += check(bin_dir)
-        faults += check_messages()
-    print("\n".join(faults) or f"{total} commands do what the guide says")
+    print("\n".join(faults) or "all as the guide says")
     return 1 if faults else 0
 
 

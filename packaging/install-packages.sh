@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build needs, if any is missing. `tests` adds what tests and measurements need,
 # `gates` what the further checks of continuous integration need besides, `package` what making and checking packages
-# needs.
+# needs, `guide` what the guide's pages are built with.
 set -euo pipefail
 
 packages=(
@@ -18,6 +18,9 @@ if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
 fi
 if [ "${1:-}" = package ]; then
     packages+=(dpkg-dev file lintian appstream desktop-file-utils)
+fi
+if [ "${1:-}" = guide ]; then
+    packages+=(python3 python3-markdown weasyprint)
 fi
 
 missing=()

@@ -150,7 +150,7 @@ void AddImportCommand(CLI::App& app, int& status, int refused) {
     command->add_option("--depth", w.depth, "Depth of the level, ft or with m (for files without ADPTH)")
         ->type_name("8120|2475m");
     command->footer(
-        "Examples (docs/importing.md has them in full):\n"
+        "Examples (docs/guide/importing.md has them in full):\n"
         "  dravik import well.dkb level1.csv --depth 2475m --convert    a logger's file, kPa to psi\n"
         "  dravik import - sheet.csv --dry-run                          the plan only\n"
         "  dravik import well.dkb sheet.csv --curves Pressure=ZG,Flow=RTC --convert\n"

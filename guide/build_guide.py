@@ -1,0 +1,164 @@
+#!/usr/bin/env python3
+"""Builds the guide: pictures from the program, HTML pages with one style sheet, and a PDF of all chapters.
+
+  build_guide.py BIN_DIR PICTURES_PROGRAM OUT_DIR VERSION
+
+Makes OUT_DIR/html/*.html with pictures/ beside them and OUT_DIR/vorela-guide.pdf. Needs python3-markdown and, for the
+PDF, weasyprint."""
+import html
+import os
+import pathlib
+import re
+import shutil
+import struct
+import subprocess
+import sys
+
+import markdown
+import weasyprint
+
+import guide_source
+
+SOURCE = guide_source.FOLDER.parent.parent
+WELL = ["--settings", "well.ini", "--set", "Parameters.1Height=30"]
+SIMULATED = ["--levels", "2", "--depths", "9700,9750", "--permeability", "100,100", "--skin", "5,3", "--height", "30,60",
+             "--seed", "8"]
+ZONE = [word for key in ("TimeAuto=0", "Fixed=0", "Start=600", "End=1560") for word in ("--set", "Presentation." + key)]
+PLOTS = {"quality-good.svg": "0.01", "quality-noisy.svg": "0.1"}  # by their noise
+
+
+# --- Pictures ---
+
+def pictures(bin_dir, program, folder, work):
+    """Every picture of the guide, from databases made for it."""
+    shutil.rmtree(work, ignore_errors=True)
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    shutil.copytree(SOURCE / "docs" / "examples", work)
+    (work / "level1.csv").unlink()  # the logger's file gives way to the simulated level of the first test
+    env = dict(os.environ, PATH=f"{bin_dir}:{os.environ['PATH']}", VORELA_REGISTRY=str(bin_dir / "vorela.reg"),
+               XDG_CONFIG_HOME=str(work / "config"), LC_ALL="C.UTF-8")
+
+    def run(*words):
+        subprocess.run([str(word) for word in words], cwd=work, env=env, check=True, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
+
+    for file, noise in PLOTS.items():
+        name = pathlib.Path(file).stem + ".dkb"
+        run("dravik", "simulate", name, *SIMULATED, "--noise", noise)
+        run("vorela-batch", name, *WELL, *ZONE, "--plot", folder / file, "--plot-dataset", "LEVEL1", "--size", "1000x600")
+    run("dravik", "simulate", "demo.dkb", "--noise", "0.005", "--drift", "0.1")
+    run("dravik", "export", "demo.dkb", "LEVEL1", "--curves", "ZG,RTC", "--time-format", "dates", "-o", "level1.csv")
+    settings = (work / "well.ini").read_text(encoding="utf-8")
+    zone = "\n".join(word.removeprefix("Presentation.") for word in ZONE[1::2])
+    (program.parent / "Vorela.ini").write_text(f"{settings}[Presentation]\n{zone}\n[Exact]\n", encoding="utf-8")
+    subprocess.run([str(program), str(folder), str(work)], env=env, check=True)
+
+
+def width_of(picture):
+    """Of a PNG of two pixels a point, in points of the screen; nothing for a drawing."""
+    if picture.suffix != ".png":
+        return ""
+    return f' width="{struct.unpack(">I", picture.read_bytes()[16:20])[0] // 2}"'
+
+
+# --- HTML ---
+
+def console(match):
+    """What is typed stands out, and the prompt is not copied with it."""
+    lines = []
+    for line in html.unescape(match.group(1)).rstrip("\n").split("\n"):
+        prompt = line[:2] if line.startswith(("$ ", "> ")) else ">" if line == ">" else ""
+        rest = html.escape(line[len(prompt):], quote=False)
+        lines.append(f'<span class="prompt">{html.escape(prompt)}</span><b>{rest}</b>' if prompt else rest)
+    return "<pre><code>" + "\n".join(lines) + "</code></pre>"
+
+
+def filled(text, bin_dir):
+    """Blocks of commands whose output is that of today's programs."""
+    def run(match):
+        lines = []
+        for command in match.group(1).splitlines():
+            words = command.split()
+            printed = subprocess.run([str(bin_dir / words[0]), *words[1:]], stdout=subprocess.PIPE, check=True).stdout
+            lines += ["$ " + command, printed.decode("utf-8").strip("\n")]
+        return "```console\n" + "\n".join(lines) + "\n```"
+    return re.sub(r"^```generated\n(.*?)\n```$", run, text, flags=re.S | re.M)
+
+
+def body_of(name, bin_dir, pictures_folder):
+    """A chapter as HTML; its links still lead to .md files."""
+    text = filled((guide_source.FOLDER / name).read_text(encoding="utf-8"), bin_dir)
+    extensions = ["tables", "fenced_code", "toc", "sane_lists"]
+    settings = {"toc": {"slugify": lambda heading, separator: guide_source.slug(heading)}}
+    body = markdown.markdown(text, extensions=extensions, extension_configs=settings, tab_length=3)
+    body = re.sub(r'<pre><code class="language-console">(.*?)</code></pre>', console, body, flags=re.S)
+    return re.sub(r'<img alt="([^"]*)" src="pictures/([^"]+)" ?/>',
+                  lambda m: f'<img alt="{m.group(1)}" src="pictures/{m.group(2)}"{width_of(pictures_folder / m.group(2))}>',
+                  body)
+
+
+def title_of(name):
+    return guide_source.headings((guide_source.FOLDER / name).read_text(encoding="utf-8"))[0]
+
+
+def page(name, body, version):
+    names = guide_source.chapters()
+    entries = "".join(f'<li><a href="{other[:-3]}.html"{" class=here" if other == name else ""}>{title_of(other)}</a></li>'
+                      for other in names)
+    behind = names[names.index(name) + 1:]
+    following = f'<p class="next">Next: <a href="{behind[0][:-3]}.html">{title_of(behind[0])}</a></p>' if behind else ""
+    body = re.sub(r'href="([\w-]+)\.md(#[^"]*)?"', lambda m: f'href="{m.group(1)}.html{m.group(2) or ""}"', body)
+    return f"""<!DOCTYPE html>
+<html lang="en">
+<head>
+<meta charset="utf-8">
+<meta name="viewport" content="width=device-width, initial-scale=1">
+<title>{title_of(name)} – Vorela {version}</title>
+<link rel="stylesheet" href="guide.css">
+</head>
+<body>
+<nav><ol>{entries}</ol></nav>
+<main>
+{body}
+{following}
+</main>
+</body>
+</html>
+"""
+
+
+def book(bodies, version):
+    """All chapters as one document: a heading `x` of chapter c is linked by #c--x."""
+    parts = []
+    for name, body in bodies.items():
+        stem = name[:-3]
+        body = re.sub(r'id="([^"]+)"', rf'id="{stem}--\1"', body)
+        body = re.sub(r'href="#([^"]+)"', rf'href="#{stem}--\1"', body)
+        body = re.sub(r'href="([\w-]+)\.md#([^"]+)"', r'href="#\1--\2"', body)
+        body = re.sub(r'href="([\w-]+)\.md"', r'href="#\1"', body)
+        kind = "chapter contents" if name == "index.md" else "chapter"
+        parts.append(f'<section class="{kind}" id="{stem}">{body}</section>')
+    return f"""<!DOCTYPE html><html lang="en"><head><meta charset="utf-8"><title>Vorela: the guide</title>
+<link rel="stylesheet" href="guide.css"></head><body><main>
+<div class="title"><h1>Vorela</h1><p>The guide to version {version}</p></div>
+{"".join(parts)}</main></body></html>"""
+
+
+def main(bin_dir, program, out, version):
+    bin_dir, program, out = (pathlib.Path(path).resolve() for path in (bin_dir, program, out))
+    pages = out / "html"
+    shutil.rmtree(pages, ignore_errors=True)
+    pages.mkdir(parents=True)
+    pictures(bin_dir, program, pages / "pictures", out / "wells")
+    shutil.copy(pathlib.Path(__file__).with_name("guide.css"), pages)
+    bodies = {name: body_of(name, bin_dir, pages / "pictures") for name in guide_source.chapters()}
+    for name, body in bodies.items():
+        (pages / f"{name[:-3]}.html").write_text(page(name, body, version), encoding="utf-8")
+    document = weasyprint.HTML(string=book(bodies, version), base_url=str(pages) + "/")
+    document.write_pdf(str(out / "vorela-guide.pdf"))
+    shutil.rmtree(out / "wells")
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:5])
