@@ -10,6 +10,7 @@
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
+#include "general/SettingsList.h"
 #include "general/TerminalText.h"
 #include "general/Version.h"
 #include "platform/Application.h"

@@ -8,6 +8,7 @@
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
+#include "general/SettingsList.h"
 
 namespace vorela {
 namespace {
@@ -45,17 +46,6 @@ struct Reader {
     void operator()(std::string* value) const { *value = Text(*value); }
 };
 
-struct Writer {
-    std::string operator()(const bool* value) const { return *value ? "-1" : "0"; }
-    std::string operator()(const std::string* value) const { return *value; }
-    std::string operator()(const float* value) const { return ShortestText(*value); }
-    std::string operator()(const double* value) const { return ShortestText(*value); }
-    template <typename Whole>
-    std::string operator()(const Whole* value) const {
-        return std::to_string(*value);
-    }
-};
-
 /// The last field of that key: what is written last is what the file holds.
 const SettingField* Find(const SettingFields& fields, const std::string& key) {
     const auto found = std::find_if(fields.rbegin(), fields.rend(),
@@ -91,26 +81,6 @@ std::string FaultOfValue(const std::string& value, const SettingField& field) {
     if (whole && std::trunc(*number) != *number)
         return MessageOf(field) + " (a whole number is needed)";
     return range.oddOnly && std::fmod(*number, 2.0) != 1.0 ? MessageOf(field) : "";
-}
-
-std::string AcceptedBy(const SettingField& field) {
-    const auto& [lower, upper, message, oddOnly] = field.range;
-    if (std::holds_alternative<std::string*>(field.place))
-        return "text";
-    if (std::holds_alternative<bool*>(field.place))
-        return "0 or -1";
-    const std::string odd = oddOnly ? ", odd" : "";
-    if (upper < highestSetting)
-        return ShortestText(lower) + " to " + ShortestText(upper) + odd;
-    return lower > lowestSetting ? ShortestText(lower) + " or more" + odd : "a number" + odd;
-}
-
-/// Of fields of one key only the last: see Find.
-void List(const std::string& prefix, const SettingFields& fields, std::string& text) {
-    for (const SettingField& field : fields)
-        if (Find(fields, field.key) == &field)
-            text += prefix + field.key + "\t" + std::visit(Writer{}, field.place) + "\t" + AcceptedBy(field) +
-                    "\n";
 }
 
 std::string FaultOf(const std::vector<SettingsSection>& sections, const SettingValue& setting) {
@@ -154,7 +124,7 @@ std::optional<std::string> ReadFields(const std::string& section, const SettingF
 
 std::string FaultOfFields(const SettingFields& fields) {
     for (const SettingField& field : fields) {
-        const std::string text = std::visit(Writer{}, field.place);
+        const std::string text = TextOfSetting(field);
         if (std::string fault = FaultOfValue(text, field); !fault.empty())
             return fault;
     }
@@ -163,7 +133,7 @@ std::string FaultOfFields(const SettingFields& fields) {
 
 void WriteFields(const std::string& section, const SettingFields& fields) {
     for (const SettingField& field : fields)
-        WriteIniString(section, field.key, std::visit(Writer{}, field.place), SettingsFilePath());
+        WriteIniString(section, field.key, TextOfSetting(field), SettingsFilePath());
 }
 
 std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields, const std::string& key) {
@@ -173,15 +143,6 @@ std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields,
     if (CheckRange(box, field->range.lower, field->range.upper, *std::get<double*>(field->place)))
         return std::nullopt;
     return Refusal{"txt" + key, MessageOf(*field)};
-}
-
-std::string SettingsList(const std::vector<SettingsSection>& sections) {
-    std::string text;
-    for (const SettingsSection& section : sections) {
-        List(section.name + ".", section.fields, text);
-        List(section.name + ".N", section.indexed, text);
-    }
-    return text;
 }
 
 std::optional<SettingValue> ParseSetting(const std::vector<SettingsSection>& sections,

@@ -71,10 +71,6 @@ void WriteFields(const std::string& section, const SettingFields& fields);
 /// accepted. Throws internal error for a key that is not among the fields.
 std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields, const std::string& key);
 
-/// A line for each setting, parted by tabs: "Section.Key", the value in its place (the default, before
-/// anything was read), what is accepted. An indexed key has an N for its index.
-std::string SettingsList(const std::vector<SettingsSection>& sections);
-
 /// A setting as it is given on the command line.
 struct SettingValue {
     std::string section;
