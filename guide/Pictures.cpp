@@ -16,12 +16,14 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QTabBar>
+#include <QTabWidget>
 #include <QTimer>
 #include <QTreeWidget>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <utility>
 
 #include "app/QtPorts.h"
 #include "app/frmMain.h"
@@ -117,6 +119,8 @@ class Photographer {
     }
 
     void SelectAll(const QString& database, bool photographed);
+    void PhotographExact();
+    void PhotographPlan();
     void PhotographImport();
     void PhotographRecording();
 
@@ -151,6 +155,34 @@ void Photographer::SelectAll(const QString& database, bool photographed) {
         Click(dialog, "cmdCreate");
     };
     Trigger("mnuFile0");
+}
+
+void Photographer::PhotographExact() {
+    Trigger("mnuView1");
+    QWidget* exact = nullptr;
+    for (QWidget* shown : QApplication::topLevelWidgets())
+        if (shown->objectName() == QStringLiteral("frmExact"))
+            exact = shown;
+    if (exact == nullptr)
+        Fail(QStringLiteral("the exact results do not show"));
+    auto& tabs = Find<QTabWidget>(*exact, "tabs");
+    for (const auto& [tab, file] : {std::pair(0, "exact-results.png"), std::pair(1, "exact-impedance.png"),
+                                    std::pair(3, "exact-profile.png")}) {
+        tabs.setCurrentIndex(tab);
+        Save(*exact, file);
+    }
+    exact->close();
+}
+
+void Photographer::PhotographPlan() {
+    steps_[QStringLiteral("frmPlan")] = [this](QDialog& dialog) {
+        Find<QLineEdit>(dialog, "txtK").setText(QStringLiteral("100"));
+        Find<QLineEdit>(dialog, "txtSkin").setText(QStringLiteral("5"));
+        Wait(settleMs);
+        Save(dialog, "plan.png");
+        dialog.reject();
+    };
+    Trigger("mnuView2");
 }
 
 void Photographer::PhotographImport() {
@@ -193,6 +225,8 @@ void Photographer::TakeAll() {
     PhotographTab(summary, "summary.png");
     PhotographTab(firstPlot, "level-plot.png");
     PhotographDialog("mnuView0", "frmCycleInfo", "cycle-information.png");
+    PhotographExact();
+    PhotographPlan();
     PhotographDialog("mnuPlot0", "frmPlotScales", "plot-scales.png");
     PhotographDialog("mnuPlot1", "frmPlotFormat", "plot-format.png");
     PhotographImport();
