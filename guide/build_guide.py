@@ -66,12 +66,14 @@ def width_of(picture):
 
 def console(match):
     """What is typed stands out, and the prompt is not copied with it."""
-    lines = []
+    lines, widest = [], 0
     for line in html.unescape(match.group(1)).rstrip("\n").split("\n"):
         prompt = line[:2] if line.startswith(("$ ", "> ")) else ">" if line == ">" else ""
         rest = html.escape(line[len(prompt):], quote=False)
+        widest = max(widest, 0 if prompt else len(line))
         lines.append(f'<span class="prompt">{html.escape(prompt)}</span><b>{rest}</b>' if prompt else rest)
-    return "<pre><code>" + "\n".join(lines) + "</code></pre>"
+    columns = next((f' class="wide{columns}"' for columns in (110, 125, 160) if widest <= columns), "")
+    return f"<pre{columns}><code>" + "\n".join(lines) + "</code></pre>"
 
 
 def filled(text, bin_dir):
