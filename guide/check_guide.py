@@ -65,7 +65,7 @@ def run(texts, bin_dir):
                "TMPDIR": str(scratch), "VORELA_REGISTRY": f"{bin_dir}/vorela.reg"}
         done = subprocess.run(["bash", "-c", script], cwd=wells, env=env, capture_output=False, timeout=500,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-        printed = done.stdout.decode("utf-8", "replace").replace("\r\n", "\n").replace(str(wells), HOME)
+        printed = done.stdout.decode("utf-8", "replace").replace("\r", "").replace(str(wells), HOME)
     finally:
         shutil.rmtree(scratch)
     parts = re.findall(r"\x01\n(.*?)\x02(\d+)\n", printed, re.S)
