@@ -29,15 +29,25 @@ cpack --config build-package/CPackConfig.cmake -B build-package >build-package/c
 }
 mv build-package/*.*deb dist/
 
-# CPack has the loader's cache made anew for all that stands in a folder of /usr/lib. The modules there are loaded by their
-# paths: the package needs no scripts.
-package=$(echo dist/vorela_*.deb)
-tree=$(mktemp -d)
-trap 'rm -rf "$tree"' EXIT
-dpkg-deb -R "$package" "$tree/vorela"
-rm "$tree"/vorela/DEBIAN/post*
-chmod 755 "$tree/vorela"
-dpkg-deb --root-owner-group --build "$tree/vorela" "$package" >/dev/null
+# What CPack leaves to be mended. It has the loader's cache made anew for all that stands in a folder of /usr/lib: the
+# modules there are loaded by their paths, the package needs no scripts. The debug package's checksums bear the paths of the
+# build, and it has no notices of its own.
+repack() { # PACKAGE
+    local tree
+    tree=$(mktemp -d)
+    dpkg-deb -R "$1" "$tree"
+    rm -f "$tree"/DEBIAN/post*
+    if [[ $1 == *-dbgsym_* ]]; then
+        mkdir -p "$tree/usr/share/doc"
+        ln -s vorela "$tree/usr/share/doc/vorela-dbgsym"
+    fi
+    (cd "$tree" && find usr -type f -print0 | LC_ALL=C sort -z | xargs -0 md5sum >DEBIAN/md5sums)
+    chmod -R u=rwX,go=rX "$tree"
+    find "$tree" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
+    dpkg-deb --root-owner-group -Zgzip -z6 --build "$tree" "$1" >/dev/null
+    rm -rf "$tree"
+}
+for package in dist/*.*deb; do repack "$package"; done
 
 desktop-file-validate packaging/vorela.desktop
 appstreamcli validate --no-net build-package/pages/vorela.metainfo.xml

@@ -41,8 +41,11 @@ inside apt-get update >"$out/apt.log"
 for compiler in cc gcc c++ g++ clang cmake; do
     ! inside sh -c "command -v $compiler" || { echo "the fresh system has $compiler" >&2; exit 1; }
 done
+inside id engineer >/dev/null 2>&1 || inside useradd engineer
+rm -rf "$root/home/engineer"
+inside mkhomedir_helper engineer 2>/dev/null || { mkdir "$root/home/engineer" && inside chown engineer: /home/engineer; }
 # What a package may leave: the records of the package manager and caches.
-files() { (cd "$root" && find etc usr var opt srv root home -xdev \( -path var/cache -o -path var/lib/apt -o -path var/lib/dpkg \
+files() { (cd "$root" && find etc usr var opt srv root -xdev \( -path var/cache -o -path var/lib/apt -o -path var/lib/dpkg \
     -o -path var/log -o -name __pycache__ \) -prune -o -print | LC_ALL=C sort); }
 files >"$out/before.txt"
 
@@ -50,7 +53,6 @@ echo "== Install"
 cp "$package" "$root/tmp/vorela.deb"
 inside apt-get install -y --no-install-recommends /tmp/vorela.deb >>"$out/apt.log"
 inside dpkg -L vorela >"$out/installed.txt"
-inside useradd -m engineer
 echo "$(wc -l <"$out/installed.txt") files and folders"
 
 echo "== Simulate and analyse"
@@ -69,7 +71,7 @@ find "$root/home/engineer" -type f | sed "s,$root,,"
 
 echo "== Remove"
 inside apt-get purge -y --autoremove vorela >>"$out/apt.log"
-inside userdel -r engineer 2>/dev/null || true
+rm -rf "$root/home/engineer" # what the user made; the rest is the package's
 files >"$out/after.txt"
 if diff "$out/before.txt" "$out/after.txt" >"$out/left.txt"; then
     echo "nothing left"
