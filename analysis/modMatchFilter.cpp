@@ -1,12 +1,11 @@
 #include "analysis/modMatchFilter.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <limits>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "db/IndexUnits.h"
 #include "db/modDravik.h"
@@ -22,87 +21,9 @@
 namespace vorela {
 namespace {
 
-constexpr std::int32_t pointsWithoutStep = 20;
-/// Beyond this (a day at 100 Hz) the points of one period are not a valve test but a slip in the parameters,
-/// and the working arrays would take the machine down.
-constexpr std::int32_t mostPointsPerCycle = 8'640'000;
-
 std::function<CursorSpan(std::size_t)>& CursorSpanSource() {
     static std::function<CursorSpan(std::size_t)> source;
     return source;
-}
-
-/// A stretch of the record that is taken as one period: n points from index a (included) to b (excluded).
-struct Span {
-    std::int32_t n = 0;
-    std::int32_t a = 0;
-    std::int32_t b = 0;
-
-    bool operator==(const Span&) const = default;
-};
-
-/// The indices of a span's points: a + i·step, to the nearest index.
-class PointIndices {
-  public:
-    /// Throws division by zero for a span without points.
-    explicit PointIndices(const Span& span)
-        : a_(span.a),
-          step_(CheckedDivide(static_cast<double>(std::int64_t{span.b} - span.a), span.n, "Resample")),
-          wholeStep_(step_ == std::floor(step_) ? static_cast<std::int32_t>(step_) : 0),
-          last_(RoundTo<std::int32_t>(a_ + (span.n - 1) * step_, "Resample")) {}
-    std::int32_t At(std::int32_t i) const {
-        return wholeStep_ > 0 ? a_ + i * wholeStep_ : RoundTo<std::int32_t>(a_ + i * step_, "Resample");
-    }
-    std::int32_t Last() const { return last_; }
-
-  private:
-    std::int32_t a_;
-    double step_;
-    std::int32_t wholeStep_;  ///< the step where it is a whole number, else 0
-    std::int32_t last_;
-};
-
-struct Reference {
-    std::int32_t n = -1;
-    std::vector<double> sine, cosine;
-
-    /// Rebuilt only when the number of points changes; neighbouring cycles mostly share it.
-    void For(std::int32_t points) {
-        if (n == points)
-            return;
-        MakeReference(points, sine, cosine);
-        n = points;
-    }
-};
-
-/// Phases and magnitudes of one cycle and what follows from them.
-struct EntryResults {
-    Harmonic valve, pressure, flow;
-    double ratio = 0.0;
-    double phaseLag = 0.0;
-};
-
-EntryResults Combine(const Harmonic& valve, const Harmonic& pressure, const Harmonic& flow) {
-    const double relativePressure = valve.phase - pressure.phase;
-    const double relativeFlow = valve.phase - flow.phase;
-    // A level that does not respond at all counts as a response of 1, so that its index is the flow
-    // magnitude.
-    const double divisor = pressure.magnitude == 0.0 ? 1.0 : pressure.magnitude;
-    return {valve, pressure, flow, CheckedDivide(flow.magnitude, divisor, "Cycle ratio"),
-            Wrap(relativeFlow - relativePressure + 180.0, -180.0, 180.0)};
-}
-
-void Store(CycleRecord& cycles, std::size_t entry, const EntryResults& results, bool analysed) {
-    CheckedAt(cycles.valve, static_cast<std::int64_t>(entry), "Cycle record") = results.valve;
-    cycles.pressure[entry] = results.pressure;
-    cycles.flow[entry] = results.flow;
-    cycles.ratio[entry] = results.ratio;
-    cycles.phaseLag[entry] = results.phaseLag;
-    cycles.analysed[entry] = analysed ? 1 : 0;
-}
-
-void ClearResults(CycleRecord& cycles, std::size_t entry) {
-    Store(cycles, entry, EntryResults{}, false);
 }
 
 /// The results of all real cycles: none may be left of other curves or another filter.
@@ -110,120 +31,6 @@ void ClearRealCycles(CycleRecord& cycles) {
     for (std::int32_t n = 1; n <= cycles.RealCycles(); ++n)
         ClearResults(cycles, static_cast<std::size_t>(n) - 1);
 }
-
-/// Period of cycle n (1-based), stored at its entry: the distance to the next boundary, or the period of
-/// test.
-double MeasurePeriod(CycleRecord& cycles, std::int64_t n) {
-    const ParameterSet& parameters = CurrentParameters();
-    const std::int64_t next = CheckedAt(cycles.start, n, "Cycle start");
-    const std::int64_t own = CheckedAt(cycles.start, n - 1, "Cycle start");
-    double period = SecondsOf(next - own);
-    if (parameters.usePeriodInMatch != 0 || period < 0.0)
-        period = parameters.period;
-    CheckedAt(cycles.period, n - 1, "Cycle period") = period;
-    return period;
-}
-
-/// What is known about a stretch of a curve, from best to worst. `provisional`: all of it, but samples in it
-/// may still change with what is recorded next. `later`: the curve, still growing, ends inside the stretch.
-/// `never`: the stretch begins before the curve does, or holds a gap.
-enum class Coverage { whole, provisional, later, never };
-
-bool HasResults(Coverage coverage) {
-    return coverage <= Coverage::provisional;
-}
-
-Coverage CoverageOf(const CurveReader& curve, std::int32_t first, std::int32_t last) {
-    if (curve.Covers(first, last))
-        return Coverage::whole;
-    const ItemInfo& info = curve.Info();
-    const bool derived = !info.made.empty();
-    if (info.IsEmpty() || (derived && info.validLast < info.validFirst))
-        return Coverage::later;
-    const std::int32_t begin = derived ? std::max(info.extentFirst, info.validFirst) : info.extentFirst;
-    return first < begin ? Coverage::never : Coverage::later;
-}
-
-/// Analyses stretches of one dataset over the same attached curves.
-class Analyser {
-  public:
-    Analyser(CycleCurves& curves, std::int16_t step) : curves_(curves), step_(step) {}
-
-    /// Cycle n (1-based) of the record: period, results where all three curves cover it. What stands at its
-    /// entry is of the same curves, or blank. A cycle that cannot be computed throws; its entry is blank
-    /// then.
-    Coverage AnalyseEntry(CycleRecord& cycles, std::int64_t n) {
-        const double period = MeasurePeriod(cycles, n);
-        const auto entry = static_cast<std::size_t>(n - 1);
-        const bool valveKnown = cycles.analysed[entry] == 0 && cycles.valve[entry].magnitude > 0.0;
-        const std::int32_t a = cycles.start[entry];
-        try {
-            const Span span{PointsPerCycle(step_, period), a,
-                            RoundTo<std::int32_t>(a + IndexUnitsIn(period), "Resample")};
-            // A cycle that goes on waiting costs nothing: the valve's curve does not change any more.
-            if (valveKnown && WorstCoverage(span) == Coverage::later)
-                return Coverage::later;
-            EntryResults results;
-            const Coverage coverage = AnalyseSpan(span, results);
-            Store(cycles, entry, results, HasResults(coverage));
-            return coverage;
-        } catch (...) {
-            ClearResults(cycles, entry);
-            throw;
-        }
-    }
-
-    /// Results are complete where HasResults; otherwise they hold the valve alone, where it is known.
-    Coverage AnalyseSpan(const Span& span, EntryResults& results) {
-        const std::int32_t last = PointIndices(span).Last();
-        const Coverage valveCoverage = CoverageOf(curves_.valve, span.a, last);
-        const Coverage coverage = WorstCoverage(span);
-        reference_.For(span.n);
-        std::optional<Harmonic> valve, pressure, flow;
-        if (valveCoverage == Coverage::whole)
-            valve = HarmonicOf(span, curves_.valve);
-        if (coverage == Coverage::whole) {
-            pressure = HarmonicOf(span, curves_.pressure);
-            flow = HarmonicOf(span, curves_.flow);
-        }
-        results = EntryResults{};
-        if (valve && pressure && flow) {
-            results = Combine(*valve, *pressure, *flow);
-            const bool isFinal = std::int64_t{last} + curves_.pressure.Info().step <= curves_.provisionalFrom;
-            return isFinal ? Coverage::whole : Coverage::provisional;
-        }
-        results.valve = valve.value_or(Harmonic{});
-        return coverage == Coverage::whole ? GapCoverage(span.a, last) : coverage;
-    }
-
-  private:
-    Coverage WorstCoverage(const Span& span) const {
-        const std::int32_t last = PointIndices(span).Last();
-        return std::max({CoverageOf(curves_.valve, span.a, last), CoverageOf(curves_.pressure, span.a, last),
-                         CoverageOf(curves_.flow, span.a, last)});
-    }
-
-    std::optional<Harmonic> HarmonicOf(const Span& span, CurveReader& curve) const {
-        const auto signal = Resample(span.n, span.a, span.b, curve);
-        if (!signal)
-            return std::nullopt;
-        const Polar polar = ToPolar(Correlate(*signal, reference_.sine, reference_.cosine, span.n));
-        return Harmonic{polar.phase, polar.magnitude};
-    }
-
-    /// A sample inside the stretch is missing: a gap, which stays, unless it is the one behind the last
-    /// index, which the interpolation needs and which may still come.
-    Coverage GapCoverage(std::int32_t first, std::int32_t last) const {
-        for (const CurveReader* curve : {&curves_.valve, &curves_.pressure, &curves_.flow})
-            if (!curve->Covers(first, static_cast<double>(last) + curve->Info().step))
-                return Coverage::later;
-        return Coverage::never;
-    }
-
-    CycleCurves& curves_;
-    std::int16_t step_;
-    Reference reference_;
-};
 
 // --- What cannot be computed ---
 
@@ -281,10 +88,10 @@ class UncomputableCycles {
 
 /// What the window entry was last calculated from, and its results.
 struct WindowState {
-    Span span;
+    CycleSpan span;
     std::string curves;
     Coverage coverage = Coverage::later;
-    EntryResults results;
+    CycleResults results;
     std::string fault{};  ///< why it could not be computed: told once, however often it is tried
 };
 
@@ -314,12 +121,12 @@ std::int32_t CursorIndex(double percent, const CursorSpan& cursors) {
 }
 
 /// The span between the cursors; nothing while nobody tells where they are.
-std::optional<Span> WindowSpan(std::size_t dataset, std::int16_t step) {
+std::optional<CycleSpan> WindowSpan(std::size_t dataset, std::int16_t step) {
     if (!CursorSpanSource())
         return std::nullopt;
     const CursorSpan cursors = CursorSpanSource()(dataset);
-    Span span{PointsPerCycle(step, CurrentParameters().period), CursorIndex(cursors.cursor1, cursors),
-              CursorIndex(cursors.cursor2, cursors)};
+    CycleSpan span{PointsPerCycle(step, CurrentParameters().period), CursorIndex(cursors.cursor1, cursors),
+                   CursorIndex(cursors.cursor2, cursors)};
     if (span.a > span.b)
         std::swap(span.a, span.b);
     return span;
@@ -351,7 +158,7 @@ void PutOff(CycleRecord& cycles, const std::string& basis, RecordState& state) {
 /// Analyses the window unless it has been analysed over the same span of the same curves already.
 void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& window) {
     const std::int16_t step = SelectedDataset(dataset).step;
-    const std::optional<Span> span = WindowSpan(dataset, step);
+    const std::optional<CycleSpan> span = WindowSpan(dataset, step);
     if (!span || span->a == span->b) {  // no time between the cursors: nothing to analyse
         window = WindowState{};
         return;
@@ -360,9 +167,9 @@ void UpdateWindowState(std::size_t dataset, CycleCurves& curves, WindowState& wi
     if (window.coverage == Coverage::whole && window.span == *span && window.curves == identity)
         return;
     window = WindowState{*span, identity, Coverage::later, {}};
-    window.coverage = Analyser(curves, step).AnalyseSpan(*span, window.results);
+    window.coverage = CycleAnalyser(curves, step).AnalyseSpan(*span, window.results);
     if (!HasResults(window.coverage))
-        window.results = EntryResults{};
+        window.results = CycleResults{};
 }
 
 /// The same; a window that cannot be computed has no results, which is told once.
@@ -383,14 +190,15 @@ void UpdateWindow(std::size_t dataset, CycleCurves& curves, WindowState& window)
 
 void StoreWindow(CycleRecord& cycles, std::int32_t count, const WindowState& window) {
     if (count > 0)
-        Store(cycles, static_cast<std::size_t>(count) - 1, window.results, HasResults(window.coverage));
+        StoreResults(cycles, static_cast<std::size_t>(count) - 1, window.results,
+                     HasResults(window.coverage));
 }
 
 /// Cycles that were waiting for their curves, oldest first. One that cannot be computed is reported once and
 /// stays without results; one that could not be read is tried again by the next run, and makes this one
 /// false.
 bool AnalysePending(DatasetRecord& record, CycleCurves& curves, std::vector<std::int32_t>& pending) {
-    Analyser analyser(curves, record.step);
+    CycleAnalyser analyser(curves, record.step);
     UncomputableCycles uncomputable(record.dataset);
     std::optional<RunTimeError> unread;
     std::vector<std::int32_t> left;
@@ -477,55 +285,6 @@ bool Recalculate(const Database& database, std::size_t dataset, CycleSource sour
 
 void SetCursorSpanSource(std::function<CursorSpan(std::size_t dataset)> source) {
     CursorSpanSource() = std::move(source);
-}
-
-std::int32_t PointsPerCycle(std::int16_t step, double periodSeconds) {
-    if (step == 0)
-        return pointsWithoutStep;
-    const double points = IndexUnitsIn(1.0) / std::abs(static_cast<int>(step)) * periodSeconds;
-    const auto n = RoundTo<std::int32_t>(points, "Points per cycle");
-    if (n > mostPointsPerCycle)
-        throw RunTimeError{error_number::overflow, "Points per cycle",
-                           "Overflow: a period of " + std::to_string(periodSeconds) + " s has " +
-                               std::to_string(n) + " samples"};
-    return n;
-}
-
-void MakeReference(std::int32_t n, std::vector<double>& sine, std::vector<double>& cosine) {
-    const auto count = static_cast<std::size_t>(n > 0 ? n : 0);
-    sine.resize(count);
-    cosine.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const double angle = 2.0 * pi * static_cast<double>(i) / n;
-        sine[i] = std::sin(angle);
-        cosine[i] = std::cos(angle);
-    }
-}
-
-std::optional<std::vector<double>> Resample(std::int32_t n, std::int32_t a, std::int32_t b,
-                                            CurveReader& curve) {
-    std::vector<double> signal(static_cast<std::size_t>(n > 0 ? n : 0));
-    if (signal.empty())
-        return signal;
-    const PointIndices indices({n, a, b});
-    for (std::int32_t i = 0; i < n; ++i)
-        if (!curve.Fetch(indices.At(i), signal[static_cast<std::size_t>(i)]))
-            return std::nullopt;
-    return signal;
-}
-
-Complex Correlate(std::span<const double> signal, std::span<const double> sine,
-                  std::span<const double> cosine, std::int32_t n) {
-    const auto count = static_cast<std::size_t>(n > 0 ? n : 0);
-    if (signal.size() < count || sine.size() < count || cosine.size() < count)
-        throw RunTimeError{error_number::subscriptOutOfRange, "Correlate", "Subscript out of range"};
-    double c = 0.0;
-    double s = 0.0;
-    for (std::size_t i = 0; i < count; ++i) {
-        c += signal[i] * cosine[i];
-        s += signal[i] * sine[i];
-    }
-    return {CheckedDivide(c, n, "Correlate"), CheckedDivide(s, n, "Correlate")};
 }
 
 CycleCurves AttachCycleCurves(const Database& database, std::size_t dataset, CycleSource source) {
