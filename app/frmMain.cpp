@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QProgressBar>
@@ -210,7 +211,15 @@ void frmMain::BuildPlotPage() {
     page->addWidget(new PlotReadoutStrip(picPlot_, ui_->pagePlot));
     picPlot_->ConnectCursors(cursors_);
     connect(cursors_, &TimeCursors::CursorMoved, this, &frmMain::CursorsMoved);
+    picPlot_->ServeKeysOf(ui_->pagePlot);
     connect(picPlot_, &PlotWidget::ScalesChanged, this, [this] { Run([this] { UpdateMainWindow(); }); });
+    connect(picPlot_, &PlotWidget::SaveRequested, this, &frmMain::SavePlotEntry);
+    connect(picPlot_, &PlotWidget::CycleChosen, this, &frmMain::UseCycle);
+    // Behind a click on its tab the plot has the keys.
+    connect(ui_->tsMain, &QTabBar::tabBarClicked, this, [this](int tab) {
+        if (tab + 1 >= firstDatasetTab)
+            QTimer::singleShot(0, picPlot_, [this] { picPlot_->setFocus(); });
+    });
 }
 
 void frmMain::BuildKeys() {
@@ -473,6 +482,20 @@ void frmMain::CursorsMoved(float cursor1, float cursor2) {
 }
 
 // --- The user's choices ---
+
+void frmMain::UseCycle(int cycle) {
+    Run([this, cycle] {
+        if (const std::optional<std::size_t> dataset = ShownDataset(); dataset && cycle > 0)
+            ChooseCycle(*dataset, static_cast<std::size_t>(cycle) - 1);
+        UpdateMainWindow();
+    });
+}
+
+// Keys that no other widget takes: those of the plot while one is shown.
+void frmMain::keyPressEvent(QKeyEvent* event) {
+    if (!ShownDataset() || !picPlot_->HandleKey(*event))
+        QMainWindow::keyPressEvent(event);
+}
 
 void frmMain::TabClicked() {
     if (running_)

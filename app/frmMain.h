@@ -66,6 +66,7 @@ class frmMain : public QMainWindow {
     void moveEvent(QMoveEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
     struct MenuEntry;
@@ -133,6 +134,7 @@ class frmMain : public QMainWindow {
     void IntervalChosen(int position);
     void StepChoice(int by);
     void CursorsMoved(float cursor1, float cursor2);
+    void UseCycle(int cycle);
     std::optional<TextCell> IntervalCell(int row);
     CycleCell CycleNumberCell();
 

@@ -37,6 +37,21 @@ struct DevicePoint {
     bool operator==(const DevicePoint&) const = default;
 };
 
+/// A rectangle on the device.
+struct DeviceBox {
+    double left = 0;
+    double top = 0;
+    double right = 0;
+    double bottom = 0;
+    bool Contains(DevicePoint point) const {
+        return point.x >= left && point.x <= right && point.y >= top && point.y <= bottom;
+    }
+    /// They share more than an edge.
+    bool Meets(const DeviceBox& other) const {
+        return left < other.right && other.left < right && top < other.bottom && other.top < bottom;
+    }
+};
+
 struct PictureSize {
     double width = 0;
     double height = 0;
@@ -67,11 +82,13 @@ class DrawingSurface {
     virtual void MoveTo(DevicePoint point) = 0;
     virtual void LineTo(DevicePoint point) = 0;
     virtual void Polyline(std::span<const DevicePoint> points) = 0;
-    /// Of one colour, without an edge.
-    virtual void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) = 0;
     /// Smooth edges for the lines that follow. Off for dense data: smoothing a zig-zag costs a hundred times
     /// more and shows less.
     virtual void SetSmooth(bool smooth) = 0;
+    /// Fills an area with one colour, whatever brush is selected.
+    virtual void Fill(const DeviceBox& box, Colour colour) = 0;
+    /// Colour of the texts that follow; black at the beginning.
+    virtual void SetTextColour(Colour colour) = 0;
     virtual void SetTextAlign(TextAlignment alignment) = 0;
     virtual void TextOut(DevicePoint point, const std::string& text) = 0;
     /// Width of a text in the selected font, device units.

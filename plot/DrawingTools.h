@@ -22,6 +22,8 @@ enum class PlotPen {
     grid = 6,     ///< light grey
     flow = 7,
     cursor2 = 8,  ///< dotted blue
+    green = 9,
+    cyan = 10,
     filteredPressure = 12,
     valve = 13,
 };

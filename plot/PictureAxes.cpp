@@ -286,7 +286,7 @@ void PictureAxes::Mark(DevicePoint at, Colour colour) {
 
 void PictureAxes::Fill(const FrameRectangle& area, Colour colour) {
     if (area.right > area.left && area.bottom > area.top)
-        surface_.FillRectangle({area.left, area.top}, {area.right, area.bottom}, colour);
+        surface_.Fill({area.left, area.top, area.right, area.bottom}, colour);
 }
 
 void PictureAxes::Text(DevicePoint device, const std::string& text, TextAlignment alignment) {

@@ -145,6 +145,12 @@ class DatasetCurves {
     std::array<std::optional<PlotCurveReader>, quantityCount> readers_;
 };
 
+std::optional<TimeSpan> RecordedSpan(const ItemInfo& info) {
+    if (info.IsEmpty())
+        return std::nullopt;
+    return TimeSpan{info.extentFirst, info.extentLast};
+}
+
 void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quantityCount>& names,
                        const PlotRequest& request, TimeSpan span, DatasetPlot& plot) {
     for (std::size_t i = 0; i < quantityCount; ++i) {
@@ -154,7 +160,8 @@ void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quan
         const auto quantity = static_cast<Quantity>(i);
         Attempt(ReadingStep(quantity), [&] {
             plot.curves.push_back({quantity, names[i], GetUnitText(reader->Info().unitCode),
-                                   ReadCurvePoints(*reader, span, request.pointsWanted)});
+                                   ReadCurvePoints(*reader, span, request.pointsWanted),
+                                   RecordedSpan(reader->Info())});
             if (const std::optional<RunTimeError> fault = reader->TakeFault())
                 throw *fault;
         });
@@ -204,7 +211,18 @@ void DecideAxes(const PlotRequest& request, PlotInformation& information) {
     PresentationOptions& options = request.mode == TimeMode::zoomed ? zoomed : PrsOpt();
     UpdateYAxes(options, extents);
     for (std::size_t i = 0; i < quantityCount; ++i)
-        information.axes[i] = {options.axes[i].plottedMinimum, options.axes[i].plottedMaximum};
+        information.axes[i] = request.view.axes[i].value_or(
+            AxisRange{options.axes[i].plottedMinimum, options.axes[i].plottedMaximum});
+    information.hidden = request.view.hidden;
+}
+
+void TakeCycles(const CycleRecord& cycles, PlotInformation& information) {
+    for (std::int32_t i = 0; i < cycles.RealCycles(); ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        information.cycles.push_back({i + 1, {cycles.start[at], cycles.start[at + 1]}});
+    }
+    if (!cycles.ShowsWindow() && cycles.selectedCycle <= cycles.RealCycles())
+        information.selectedCycle = cycles.selectedCycle;
 }
 
 bool ReadDataset(const PlotRequest& request, std::size_t dataset,
@@ -225,6 +243,7 @@ bool ReadDataset(const PlotRequest& request, std::size_t dataset,
             return false;
         information.span = *span;
         information.elapsedOrigin = PrsOpt().elapsed ? ElapsedOrigin(record.extentA) : 0;
+        TakeCycles(record.cycles, information);
         information.title = Trimmed("Vorela plot - " + Trimmed(record.dataset) + " " +
                                     Trimmed(record.presentation.toolString));
     }
@@ -241,7 +260,8 @@ CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t 
     CurvePoints result;
     const std::int32_t own = curve.Info().step;
     result.step = SamplingStep(span, pointsWanted, own);
-    result.dense = result.step > own;
+    // Up to two samples a column the samples themselves are drawn, with smooth edges.
+    result.dense = result.step > 2 * own;
     PointCollector collector(result);
     if (result.dense)
         CollectColumns(curve, span, result.step, collector);

@@ -40,6 +40,7 @@ struct PlottedCurve {
     std::string name;  ///< "ZG"
     std::string unit;  ///< "psi"
     CurvePoints values;
+    std::optional<TimeSpan> recorded{};  ///< from the first to the last sample; nothing of an empty curve
 };
 
 struct DatasetPlot {
@@ -51,6 +52,20 @@ struct DatasetPlot {
 struct AxisRange {
     double minimum = 0;
     double maximum = 1;
+    bool operator==(const AxisRange&) const = default;
+};
+
+/// What a viewer changed of a plot for his view, apart from its span; by quantity code.
+struct ViewChoice {
+    std::array<std::optional<AxisRange>, quantityCount> axes;  ///< in place of the ranges of the options
+    std::array<bool, quantityCount> hidden{};                  ///< curves that are not drawn
+    bool operator==(const ViewChoice&) const = default;
+};
+
+/// A valve cycle on the time axis, hundredths of a second.
+struct CycleMark {
+    std::int32_t number = 0;  ///< from 1
+    TimeSpan span;
 };
 
 /// All that a drawing needs to know of the data.
@@ -59,6 +74,9 @@ struct PlotInformation {
     std::int32_t elapsedOrigin = 0;             ///< hundredths of a second; what the time axis counts from
     std::array<AxisRange, quantityCount> axes;  ///< by quantity code
     std::string title;                          ///< of the single plot
+    std::array<bool, quantityCount> hidden{};   ///< by quantity code
+    std::vector<CycleMark> cycles;              ///< of the first dataset
+    std::int32_t selectedCycle = 0;             ///< 0: the window, or none
     std::vector<DatasetPlot> datasets;
 };
 
@@ -74,6 +92,7 @@ struct PlotRequest {
     TimeMode mode = TimeMode::chosen;
     TimeSpan zoom;       ///< of TimeMode::zoomed
     bool verify = true;  ///< look whether curves in memory were made anew
+    ViewChoice view{};
 };
 
 /// True when the plot can be drawn. Otherwise false with a message for the plot driver's box; the message is

@@ -8,6 +8,7 @@
 
 namespace vorela {
 
+struct CurvePoints;
 struct PlotDrawing;
 
 /// One plotted curve at both cursors; nothing where there is no sample (gap, outside the record).
@@ -16,6 +17,8 @@ struct CursorValue {
     std::string unit;
     std::optional<double> atCursor1, atCursor2;
     std::optional<double> difference;  ///< cursor 2 less cursor 1
+    int decimals = 0;                  ///< that the curve's samples bear
+    double largest = 0;                ///< magnitude in the shown span
 };
 
 struct PlotReadout {
@@ -24,6 +27,7 @@ struct PlotReadout {
     double time1 = 0;      ///< s, on the plot's time axis
     double time2 = 0;
     double difference = 0;          ///< cursor 2 less cursor 1, s
+    double largestTime = 0;         ///< that the shown span holds, s
     std::optional<double> periods;  ///< the difference in periods of test
     std::vector<CursorValue> values;
 };
@@ -32,9 +36,13 @@ struct PlotReadout {
 /// database where they are not in memory. Values that cannot be read are left empty, after a report.
 PlotReadout ReadCursors(const PlotDrawing& drawing, double time1, double time2);
 
-/// A value as the strip shows it: seven significant digits, so that neighbouring single-precision samples
-/// differ, "-" for none.
-std::string ReadoutText(const std::optional<double>& value);
+/// Decimals that tell the drawn samples apart: as many as the recording has, at most what single precision
+/// holds at their magnitude (seven significant digits).
+int DecimalsBorne(const CurvePoints& curve);
+
+/// A value with all its decimals, so that digits stand still while cursors move; "-" for none.
+std::string ReadoutText(const std::optional<double>& value, int decimals);
+std::string FixedText(double value, int decimals);
 /// Times as they are typed and read: at least to the hundredth of a second.
 std::string ReadoutTimeText(double seconds);
 

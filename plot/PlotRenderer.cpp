@@ -4,9 +4,6 @@
 #include <array>
 #include <cmath>
 
-#include "db/IndexUnits.h"
-#include "db/modDravik.h"
-#include "general/NumberText.h"
 #include "general/modGeneral.h"
 
 namespace vorela {
@@ -14,7 +11,11 @@ namespace {
 
 constexpr int frameOverhang = 2;  // device units beyond the plot area at right and bottom
 constexpr int cellOverhang = 1;
-constexpr double legendLine = 20;  // length of a legend key, device units
+constexpr double plateInset = 1;  // a plate leaves the lines above and below its text alone
+constexpr Colour black{0, 0, 0};
+constexpr Colour white{255, 255, 255};
+constexpr Colour faintText{128, 128, 128};
+constexpr Colour cycleText{96, 96, 96};
 
 PlotPen PenOf(Quantity quantity) {
     switch (quantity) {
@@ -32,19 +33,6 @@ PlotPen PenOf(Quantity quantity) {
     return PlotPen::filteredFlow;
 }
 
-std::optional<Quantity> QuantityOfCode(std::int16_t code) {
-    if (code < 0 || code >= static_cast<std::int16_t>(quantityCount))
-        return std::nullopt;
-    return static_cast<Quantity>(code);
-}
-
-const PlottedCurve* FindCurve(const PlotInformation& information, Quantity quantity) {
-    for (const DatasetPlot& dataset : information.datasets)
-        if (const PlottedCurve* curve = dataset.Find(quantity))
-            return curve;
-    return nullptr;
-}
-
 void Rectangle(DrawingSurface& surface, double left, double top, double right, double bottom) {
     const std::array<DevicePoint, 5> corners{
         {{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}}};
@@ -56,177 +44,33 @@ void Line(DrawingSurface& surface, DevicePoint from, DevicePoint to) {
     surface.LineTo(to);
 }
 
-void Text(DrawingSurface& surface, TextAlignment alignment, DevicePoint point, const std::string& text) {
-    surface.SetTextAlign(alignment);
-    surface.TextOut(point, text);
-}
-
 /// One plot while it is drawn.
 struct Cell {
     DrawingSurface& surface;
     const PlotInformation& information;
-    const PlotFormatOptions& format;
-    const PlotLayout& layout;
     const PlotCell& area;
     const PlotContents& contents;
-
-    int Horizontal() const { return DrawnGridlines(format.horizontal); }
-    int Vertical() const { return DrawnGridlines(format.vertical); }
-    double GridlineY(int i) const { return i == Horizontal() ? area.bottom : area.top + i * area.rowSpacing; }
-    double GridlineX(int i) const {
-        return i == Vertical() ? area.right : area.left + i * area.columnSpacing;
-    }
-    /// The value that a gridline stands for: exact parts of the range, which the rounded place of the line is
-    /// nearest to.
-    std::string ValueText(Quantity quantity, int i) const {
-        const AxisRange& axis = information.axes[IndexOf(quantity)];
-        return FormatNumber(axis.maximum - (axis.maximum - axis.minimum) * i / Horizontal());
-    }
-    std::string TimeText(int i) const {
-        const TimeSpan& span = information.span;
-        const double time = span.start + (static_cast<double>(span.end) - span.start) * i / Vertical();
-        return FormatNumber(SecondsOf(time - information.elapsedOrigin));
-    }
-    double TopTextWidth(const std::optional<Quantity>& quantity) const {
-        return quantity ? surface.TextWidth(ValueText(*quantity, 0)) + 2 * layout.gap : 0;
-    }
 };
 
-/// Values of a vertical axis stand inside the plot area on their gridlines; the topmost hangs below its line.
-/// Those that would overlap are left out, the ends last.
-void WriteValueAxis(const Cell& cell, Quantity quantity, TextAlignment alignment, double x) {
-    const int last = cell.Horizontal();
-    const int height = cell.layout.fontHeight;
-    const int gap = cell.layout.gap;
-    const double firstBottom = cell.area.top + gap + height;
-    const double lastTop = cell.area.bottom - gap - height;
-    Text(cell.surface, alignment, {x, firstBottom}, cell.ValueText(quantity, 0));
-    double occupied = firstBottom;
-    for (int i = 1; i < last; ++i) {
-        const double bottom = cell.GridlineY(i) - gap;
-        if (bottom - height < occupied || bottom > lastTop)
-            continue;
-        Text(cell.surface, alignment, {x, bottom}, cell.ValueText(quantity, i));
-        occupied = bottom;
-    }
-    if (lastTop >= firstBottom)
-        Text(cell.surface, alignment, {x, static_cast<double>(cell.area.bottom - gap)},
-             cell.ValueText(quantity, last));
-}
-
-/// Free stretch of the time axis between two of its values.
-struct Stretch {
-    double from = 0;
-    double to = 0;
-};
-
-/// Values of the time axis stand under their gridlines, at its ends inside the plot's width; those that would
-/// overlap are left out. Returns the stretches between the texts.
-std::vector<Stretch> WriteTimeAxis(const Cell& cell) {
-    DrawingSurface& surface = cell.surface;
-    const double y = cell.area.bottom + cell.layout.fontHeight;
-    const int last = cell.Vertical();
-    const double gap = 2.0 * cell.layout.gap;
-    const std::string firstText = cell.TimeText(0);
-    const std::string lastText = cell.TimeText(last);
-    double occupied = cell.area.left + surface.TextWidth(firstText);
-    const double lastLeft = cell.area.right - surface.TextWidth(lastText);
-    Text(surface, TextAlignment::bottomLeft, {static_cast<double>(cell.area.left), y}, firstText);
-    std::vector<Stretch> free;
-    for (int i = 1; i < last; ++i) {
-        const std::string text = cell.TimeText(i);
-        const double half = surface.TextWidth(text) / 2;
-        const double x = cell.GridlineX(i);
-        if (x - half < occupied + gap || x + half > lastLeft - gap)
-            continue;
-        free.push_back({occupied + gap, x - half - gap});
-        Text(surface, TextAlignment::bottomCentre, {x, y}, text);
-        occupied = x + half;
-    }
-    free.push_back({occupied + gap, lastLeft - gap});
-    if (lastLeft >= occupied + gap)
-        Text(surface, TextAlignment::bottomRight, {static_cast<double>(cell.area.right), y}, lastText);
-    return free;
-}
-
-void WriteTimeLabel(const Cell& cell, const std::vector<Stretch>& free) {
-    const std::string label = "Time (seconds)";
-    const double width = cell.surface.TextWidth(label);
-    for (auto stretch = free.rbegin(); stretch != free.rend(); ++stretch) {
-        if (stretch->to - stretch->from < width)
-            continue;
-        Text(cell.surface, TextAlignment::bottomCentre,
-             {(stretch->from + stretch->to) / 2,
-              static_cast<double>(cell.area.bottom + cell.layout.fontHeight)},
-             label);
+void TintSelectedCycle(const Cell& cell, const PlotStyle& style) {
+    if (style.monochrome)
         return;
+    const PlotScale scale(cell.area, cell.information.span, {});
+    for (const CycleMark& cycle : cell.information.cycles) {
+        const double from = std::max<double>(scale.X(cycle.span.start), cell.area.left);
+        const double to = std::min<double>(scale.X(cycle.span.end), cell.area.right);
+        if (cycle.number == cell.information.selectedCycle && from < to)
+            cell.surface.Fill(
+                {from, static_cast<double>(cell.area.top), to, static_cast<double>(cell.area.bottom)},
+                cycleTint);
     }
-    Text(cell.surface, TextAlignment::bottomCentre,
-         {(cell.area.left + cell.area.right) / 2.0, static_cast<double>(cell.area.bottom - cell.layout.gap)},
-         label);
-}
-
-void WriteAxesValues(const Cell& cell) {
-    const int gap = cell.layout.gap;
-    if (cell.contents.leftAxis)
-        WriteValueAxis(cell, *cell.contents.leftAxis, TextAlignment::bottomLeft, cell.area.left + gap);
-    if (cell.contents.rightAxis)
-        WriteValueAxis(cell, *cell.contents.rightAxis, TextAlignment::bottomRight, cell.area.right - gap);
-    WriteTimeLabel(cell, WriteTimeAxis(cell));
-}
-
-/// The labels of the value axes stand beside their topmost values.
-void WriteAxisLabels(const Cell& cell) {
-    const double bottom = cell.area.top + cell.layout.gap + cell.layout.fontHeight;
-    if (const auto quantity = cell.contents.leftAxis)
-        Text(cell.surface, TextAlignment::bottomLeft,
-             {cell.area.left + 2 * cell.layout.gap + cell.TopTextWidth(quantity), bottom},
-             AxisLabel(cell.information, *quantity));
-    if (const auto quantity = cell.contents.rightAxis)
-        Text(cell.surface, TextAlignment::bottomRight,
-             {cell.area.right - 2 * cell.layout.gap - cell.TopTextWidth(quantity), bottom},
-             AxisLabel(cell.information, *quantity));
-}
-
-double LabelEnd(const Cell& cell) {
-    double x = cell.area.left + 2.0 * cell.layout.gap;
-    if (const auto quantity = cell.contents.leftAxis)
-        x += cell.TopTextWidth(quantity) + cell.surface.TextWidth(AxisLabel(cell.information, *quantity));
-    return x;
-}
-
-double LabelStart(const Cell& cell) {
-    double x = cell.area.right - 2.0 * cell.layout.gap;
-    if (const auto quantity = cell.contents.rightAxis)
-        x -= cell.TopTextWidth(quantity) + cell.surface.TextWidth(AxisLabel(cell.information, *quantity));
-    return x;
-}
-
-double TitleStart(const Cell& cell) {
-    return (cell.area.left + cell.area.right - cell.surface.TextWidth(cell.contents.title)) / 2.0;
-}
-
-/// Whether the title has room between the labels in the top row.
-bool TitleFits(const Cell& cell) {
-    const double gap = 4.0 * cell.layout.gap;
-    const double end = TitleStart(cell) + cell.surface.TextWidth(cell.contents.title);
-    return TitleStart(cell) >= LabelEnd(cell) + gap && end <= LabelStart(cell) - gap;
-}
-
-/// The title stands in the middle of the top row, or where that is too narrow in the row below it.
-void WriteTitle(const Cell& cell) {
-    const double row = TitleFits(cell) ? 0 : cell.layout.fontHeight + cell.layout.gap;
-    Text(cell.surface, TextAlignment::topLeft,
-         {std::max<double>(TitleStart(cell), cell.area.left + cell.layout.gap),
-          cell.area.top + cell.layout.gap + row},
-         cell.contents.title);
 }
 
 void DrawCurves(const Cell& cell, DrawingTools& tools) {
     for (const DatasetPlot& dataset : cell.information.datasets) {
         for (const Quantity quantity : cell.contents.curves) {
             const PlottedCurve* curve = dataset.Find(quantity);
-            if (curve == nullptr)
+            if (curve == nullptr || cell.information.hidden[IndexOf(quantity)])
                 continue;
             const PlotScale scale(cell.area, cell.information.span, cell.information.axes[IndexOf(quantity)]);
             tools.Select(PenOf(quantity));
@@ -240,28 +84,6 @@ void DrawCurves(const Cell& cell, DrawingTools& tools) {
         }
     }
     cell.surface.SetSmooth(false);
-}
-
-/// A key for each curve drawn, from the right in the first row below the title's, beside the axis values.
-void DrawLegend(const Cell& cell, DrawingTools& tools) {
-    const double gap = cell.layout.gap;
-    const int row = TitleFits(cell) ? 2 : 3;
-    const double bottom = cell.area.top + row * (gap + cell.layout.fontHeight);
-    double x = cell.area.right - 2 * gap - cell.TopTextWidth(cell.contents.rightAxis);
-    for (auto quantity = cell.contents.curves.rbegin(); quantity != cell.contents.curves.rend(); ++quantity) {
-        const PlottedCurve* curve = FindCurve(cell.information, *quantity);
-        if (curve == nullptr)
-            continue;
-        const double width = cell.surface.TextWidth(curve->name);
-        if (x - width - legendLine - 4 * gap < cell.area.left)
-            return;
-        Text(cell.surface, TextAlignment::bottomRight, {x, bottom}, curve->name);
-        x -= width + gap;
-        tools.Select(PenOf(*quantity));
-        const double y = std::floor(bottom - cell.layout.fontHeight / 2.0);
-        Line(cell.surface, {x - legendLine, y}, {x, y});
-        x -= legendLine + 2 * gap;
-    }
 }
 
 void DrawCursors(const Cell& cell, DrawingTools& tools, const PlotStyle& style) {
@@ -301,49 +123,112 @@ class SelectedFont {
     DrawingObject font_ = 0;
 };
 
-/// All of one plot; false after the report of the step that failed.
-bool DrawCell(const Cell& cell, DrawingTools& tools, const PlotStyle& style) {
-    tools.Select(PlotPen::black);
-    return Attempt("Writing Axis Labels", [&] { WriteAxisLabels(cell); }) &&
-           Attempt("Writing axes values", [&] { WriteAxesValues(cell); }) &&
-           Attempt("Writing title information", [&] { WriteTitle(cell); }) &&
-           Attempt("Drawing Curves", [&] { DrawCurves(cell, tools); }) &&
-           Attempt("Writing text to plot", [&] {
-               DrawLegend(cell, tools);
-               DrawCursors(cell, tools, style);
-           });
+/// The black frame of every plot, drawn once more over curves and gridlines; between two plots nothing stays.
+void DrawFrames(DrawingSurface& surface, DrawingTools& tools, const PlotLayout& layout) {
+    const auto around = [](const PlotCell& cell, double inner, double outer) {
+        return DeviceBox{cell.left - inner, cell.top - inner, cell.right + outer, cell.bottom + outer};
+    };
+    for (std::size_t i = 1; i < layout.cells.size(); ++i) {
+        const DeviceBox above = around(layout.cells[i - 1], 1, frameOverhang);
+        const DeviceBox below = around(layout.cells[i], 1, frameOverhang);
+        if (below.top > above.bottom + 1)
+            surface.Fill({0, above.bottom + 1, surface.Size().width, below.top - 1}, white);
+    }
+    tools.Select(PlotPen::frame);
+    for (const PlotCell& cell : layout.cells)
+        for (const DeviceBox& box : {around(cell, 0, cellOverhang), around(cell, 1, frameOverhang)})
+            Rectangle(surface, box.left, box.top, box.right, box.bottom);
+}
+
+const char* StepOf(TextRole role) {
+    switch (role) {
+        case TextRole::axisLabel:
+        case TextRole::timeLabel:
+            return "Writing Axis Labels";
+        case TextRole::axisValue:
+        case TextRole::timeValue:
+            return "Writing axes values";
+        case TextRole::title:
+            return "Writing title information";
+        case TextRole::legend:
+        case TextRole::cycleNumber:
+        case TextRole::footer:
+            break;
+    }
+    return "Writing text to plot";
+}
+
+Colour ColourOf(const PlacedText& text, bool monochrome) {
+    if (monochrome)
+        return black;
+    if (text.role == TextRole::cycleNumber || text.role == TextRole::footer)
+        return cycleText;
+    return text.faint ? faintText : black;
+}
+
+bool StandsInPlot(TextRole role) {
+    return role != TextRole::timeValue && role != TextRole::timeLabel && role != TextRole::footer;
+}
+
+/// Each text in a plot on a plate of the ground's colour, so that no line goes through it.
+void WriteText(DrawingSurface& surface, DrawingTools& tools, const PlacedText& text, bool monochrome) {
+    if (StandsInPlot(text.role))
+        surface.Fill({text.box.left - plateInset, text.box.top + plateInset, text.box.right + plateInset,
+                      text.box.bottom - plateInset},
+                     white);
+    if (text.role == TextRole::legend && text.quantity) {
+        tools.Select(text.faint ? PlotPen::grid : PenOf(*text.quantity));
+        const double y = std::floor((text.box.top + text.box.bottom) / 2);
+        Line(surface, {text.box.left, y}, {text.box.left + legendLine, y});
+    }
+    surface.SetTextColour(ColourOf(text, monochrome));
+    surface.SetTextAlign(text.alignment);
+    surface.TextOut(text.at, text.text);
+}
+
+bool WriteTexts(DrawingSurface& surface, DrawingTools& tools, const std::vector<PlacedText>& texts,
+                bool monochrome) {
+    return std::ranges::all_of(texts, [&](const PlacedText& text) {
+        return Attempt(StepOf(text.role), [&] { WriteText(surface, tools, text, monochrome); });
+    });
+}
+
+/// The footer's lines under the plots, whose left edge is theirs.
+void PlaceFooter(const std::vector<std::string>& lines, const PlotLayout& layout, double top,
+                 const TextMeasure& measure, std::vector<PlacedText>& texts) {
+    const double height = layout.fontHeight;
+    const double left = layout.cells.empty() ? layout.gap : layout.cells.front().left;
+    for (const std::string& line : lines) {
+        texts.push_back({TextRole::footer,
+                         line,
+                         TextAlignment::topLeft,
+                         {left, top},
+                         {left, top, left + measure(line), top + height}});
+        top += height;
+    }
+}
+
+/// How high the picture is above its footer, and the footer's lines. A picture too low for both has none.
+struct FooterPlan {
+    std::vector<std::string> lines;
+    PictureSize plots;
+};
+
+FooterPlan PlanFooter(DrawingSurface& surface, PictureSize size, const PlotFormatOptions& format,
+                      const std::vector<std::string>& items) {
+    if (items.empty())
+        return {{}, size};
+    const PlotLayout whole = LayoutOf(size, format);
+    const SelectedFont font(surface, whole.fontHeight);
+    const double left = whole.cells.empty() ? whole.gap : whole.cells.front().left;
+    const std::vector<std::string> lines = FooterLines(
+        items, size.width - 2 * left, [&](const std::string& text) { return surface.TextWidth(text); });
+    const double height = static_cast<double>(lines.size()) * whole.fontHeight + whole.gap;
+    const PictureSize plots{size.width, size.height - height};
+    return plots.height > height ? FooterPlan{lines, plots} : FooterPlan{{}, size};
 }
 
 }  // namespace
-
-std::vector<PlotContents> ContentsOfPlots(const PlotFormatOptions& format, const std::string& singleTitle) {
-    const auto shown = [&](std::vector<Quantity> quantities) {
-        std::erase_if(quantities, [&](Quantity quantity) { return !format.Shows(quantity); });
-        return quantities;
-    };
-    if (DrawnPlots(format.nPlots) == 1)
-        return {{singleTitle,
-                 shown({Quantity::valve, Quantity::pressure, Quantity::flow, Quantity::filteredPressure,
-                        Quantity::filteredFlow}),
-                 QuantityOfCode(format.y1), QuantityOfCode(format.y2)}};
-    return {{"Pressure sensor - P", shown({Quantity::valve, Quantity::pressure, Quantity::filteredPressure}),
-             Quantity::pressure, Quantity::valve},
-            {"Flow meter - Q", shown({Quantity::valve, Quantity::flow, Quantity::filteredFlow}),
-             Quantity::flow, Quantity::valve}};
-}
-
-std::string AxisLabel(const PlotInformation& information, Quantity quantity) {
-    const PlottedCurve* curve = FindCurve(information, quantity);
-    if (quantity == Quantity::valve)
-        return curve != nullptr && curve->name == curve::valveSignal ? "Valve - Ref. Signal"
-                                                                     : "Valve - PVLPOS (cps)";
-    const bool filtered = quantity == Quantity::filteredPressure || quantity == Quantity::filteredFlow;
-    const bool pressure = quantity == Quantity::pressure || quantity == Quantity::filteredPressure;
-    const auto known = [](const std::string& text) { return text.empty() ? std::string("Unknown") : text; };
-    return std::string(filtered ? "Filtered " : "") + (pressure ? "Pressure" : "Flow") + " - " +
-           known(curve != nullptr ? curve->name : "") + " (" + known(curve != nullptr ? curve->unit : "") +
-           ")";
-}
 
 PlotLayout LayoutOf(PictureSize picture, const PlotFormatOptions& format) {
     return DefinePlotLayout(picture, 1, DrawnPlots(format.nPlots), DrawnGridlines(format.horizontal),
@@ -373,29 +258,49 @@ int DrawPlotAxes(DrawingSurface& surface, DrawingTools& tools, const PlotLayout&
     return 0;
 }
 
-bool DrawPlot(DrawingSurface& surface, const PlotInformation& information, const PlotFormatOptions& format,
-              const PlotLayout& layout, const PlotStyle& style) {
+bool DrawPlot(DrawingSurface& surface, DrawingSurface& over, const PlotInformation& information,
+              const PlotFormatOptions& format, const PlotLayout& layout, const PlotStyle& style,
+              std::vector<PlacedText>& texts) {
     return Attempt("Create Pens", false, [&] {
+        const std::vector<PlotContents> contents = ContentsOfPlots(format, information.title);
+        const std::size_t plots = std::min(contents.size(), layout.cells.size());
         DrawingTools tools(surface, style.monochrome);
-        const SelectedFont font(surface, layout.fontHeight);
+        for (std::size_t i = 0; i < plots; ++i)
+            TintSelectedCycle({surface, information, layout.cells[i], contents[i]}, style);
         const int drawn = Attempt("Draw Plot Axes", -1, [&] {
             return DrawPlotAxes(surface, tools, layout, DrawnGridlines(format.horizontal),
                                 DrawnGridlines(format.vertical));
         });
         if (drawn < 0)
             return layout.cells.empty();
-        const std::vector<PlotContents> contents = ContentsOfPlots(format, information.title);
-        for (std::size_t i = 0; i < std::min(contents.size(), layout.cells.size()); ++i)
-            if (!DrawCell({surface, information, format, layout, layout.cells[i], contents[i]}, tools, style))
+        for (std::size_t i = 0; i < plots; ++i) {
+            const Cell cell{surface, information, layout.cells[i], contents[i]};
+            if (!Attempt("Drawing Curves", [&] {
+                    DrawCurves(cell, tools);
+                    DrawCursors(cell, tools, style);
+                }))
                 return false;
-        return true;
+        }
+        std::optional<DrawingTools> own;
+        if (&over != &surface)
+            own.emplace(over, style.monochrome);
+        DrawingTools& overTools = own ? *own : tools;
+        const SelectedFont font(over, layout.fontHeight);
+        const TextMeasure measure = [&](const std::string& text) { return over.TextWidth(text); };
+        texts = PlanTexts(information, format, layout, measure);
+        if (!style.footer.empty())
+            PlaceFooter(style.footer, layout, layout.yScale * logicalExtent + layout.gap, measure, texts);
+        DrawFrames(over, overTools, layout);
+        return WriteTexts(over, overTools, texts, style.monochrome);
     });
 }
 
-bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle& style,
-                   PlotDrawing& drawing) {
+bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle& style, PlotDrawing& drawing,
+                   DrawingSurface* over) {
     MessagePort& messages = *CurrentPorts().messages;
-    if (!Attempt("Initialise plot", false, [&] { return surface.Begin(); })) {
+    const bool ready = Attempt("Initialise plot", false,
+                               [&] { return surface.Begin() && (over == nullptr || over->Begin()); });
+    if (!ready) {
         messages.Show(MessageIcon::critical, applicationTitle, "Cannot get device context");
         return false;
     }
@@ -403,7 +308,12 @@ bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle
     next.format = PlotFormat();
     const PictureSize size =
         Attempt("Converting Device Units", PictureSize{}, [&] { return surface.Size(); });
-    next.layout = Attempt("Define plot layout", PlotLayout{}, [&] { return LayoutOf(size, next.format); });
+    PlotStyle shown = style;
+    next.layout = Attempt("Define plot layout", PlotLayout{}, [&] {
+        const FooterPlan footer = PlanFooter(surface, size, next.format, style.footer);
+        shown.footer = footer.lines;
+        return LayoutOf(footer.plots, next.format);
+    });
     if (!next.layout.cells.empty()) {
         const PlotCell& cell = next.layout.cells.front();
         request.pointsWanted =
@@ -413,8 +323,11 @@ bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle
     bool drawn = GetPlotInformation(request, next.information, message);
     if (!drawn && !message.empty())
         messages.Show(MessageIcon::critical, applicationTitle, message);
-    drawn = drawn && DrawPlot(surface, next.information, next.format, next.layout, style);
+    drawn = drawn && DrawPlot(surface, over != nullptr ? *over : surface, next.information, next.format,
+                              next.layout, shown, next.texts);
     surface.End();
+    if (over != nullptr)
+        over->End();
     if (drawn)
         drawing = std::move(next);
     return drawn;

@@ -10,32 +10,11 @@
 namespace vorela {
 namespace {
 
-/// What is behind a text: bright enough to read it, clear enough to see the curve under it.
-const QColor textGround(255, 255, 255, 170);
-
-/// Kept free above and below, for the lines that a text stands on; device units.
-constexpr double textInset = 2;
-
 QColor ToQColor(Colour colour) {
     return {colour.red, colour.green, colour.blue};
 }
 QPointF ToQPoint(DevicePoint point) {
     return {point.x, point.y};
-}
-
-/// The font whose line (ascent and descent) is `height` units high, the same on every device.
-QFont FontOfHeight(const FontDescription& description) {
-    QFont font(QString::fromStdString(description.typeface));
-    font.setStyleHint(QFont::SansSerif);
-    font.setHintingPreference(QFont::PreferNoHinting);
-    font.setWeight(static_cast<QFont::Weight>(description.weight));
-    font.setItalic(description.italic);
-    font.setUnderline(description.underline);
-    constexpr int trial = 100;
-    font.setPixelSize(trial);
-    const double share = QFontMetricsF(font).height() / trial;
-    font.setPixelSize(std::max(1, static_cast<int>(description.height / share)));
-    return font;
 }
 
 /// Fills level and upright lines of one pen into a picture.
@@ -93,12 +72,27 @@ QPen ToQPen(const PenDescription& pen) {
     return result;
 }
 
+QFont ToQFont(const FontDescription& description) {
+    QFont font(QString::fromStdString(description.typeface));
+    font.setStyleHint(QFont::SansSerif);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setWeight(static_cast<QFont::Weight>(description.weight));
+    font.setItalic(description.italic);
+    font.setUnderline(description.underline);
+    constexpr int trial = 100;
+    font.setPixelSize(trial);
+    const double share = QFontMetricsF(font).height() / trial;
+    font.setPixelSize(std::max(1, static_cast<int>(description.height / share)));
+    return font;
+}
+
 bool PainterSurface::Begin() {
     if (target_.device == nullptr || !(target_.size.width >= 1) || !(target_.size.height >= 1) ||
         !painter_.begin(target_.device))
         return false;
     painter_.scale(target_.painterScale, target_.painterScale);
-    painter_.fillRect(QRectF(0, 0, target_.size.width, target_.size.height), Qt::white);
+    if (!target_.isOverlay)
+        painter_.fillRect(QRectF(0, 0, target_.size.width, target_.size.height), Qt::white);
     return true;
 }
 
@@ -118,7 +112,7 @@ DrawingObject PainterSurface::CreateBrush(Colour colour) {
 }
 
 DrawingObject PainterSurface::CreateFont(const FontDescription& font) {
-    fonts_[++last_] = FontOfHeight(font);
+    fonts_[++last_] = ToQFont(font);
     return last_;
 }
 
@@ -161,11 +155,6 @@ void PainterSurface::LineTo(DevicePoint point) {
 void PainterSurface::Polyline(std::span<const DevicePoint> points) {
     for (std::size_t i = 1; i < points.size(); ++i)
         lines_.emplace_back(ToQPoint(points[i - 1]), ToQPoint(points[i]));
-}
-
-void PainterSurface::FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) {
-    Flush();
-    painter_.fillRect(QRectF(ToQPoint(topLeft), ToQPoint(bottomRight)), ToQColor(colour));
 }
 
 void PainterSurface::SetSmooth(bool smooth) {
@@ -211,6 +200,18 @@ void PainterSurface::FillStraightLines() {
     });
 }
 
+void PainterSurface::Fill(const DeviceBox& box, Colour colour) {
+    Flush();
+    const bool smooth = painter_.testRenderHint(QPainter::Antialiasing);
+    painter_.setRenderHint(QPainter::Antialiasing, false);
+    painter_.fillRect(QRectF(QPointF(box.left, box.top), QPointF(box.right, box.bottom)), ToQColor(colour));
+    painter_.setRenderHint(QPainter::Antialiasing, smooth);
+}
+
+void PainterSurface::SetTextColour(Colour colour) {
+    textColour_ = ToQColor(colour);
+}
+
 void PainterSurface::TextOut(DevicePoint point, const std::string& text) {
     Flush();
     const QString string = QString::fromStdString(text);
@@ -222,10 +223,8 @@ void PainterSurface::TextOut(DevicePoint point, const std::string& text) {
     else if (alignment_ == TextAlignment::bottomRight)
         left -= width;
     const double top = alignment_ == TextAlignment::topLeft ? point.y : point.y - metrics.height();
-    painter_.fillRect(QRectF(left, top, width, metrics.height()).adjusted(0, textInset, 0, -textInset),
-                      textGround);
     const QPen pen = painter_.pen();
-    painter_.setPen(Qt::black);
+    painter_.setPen(textColour_);
     painter_.drawText(QPointF(left, top + metrics.ascent()), string);
     painter_.setPen(pen);
 }

@@ -26,6 +26,7 @@ class PainterSurface final : public DrawingSurface {
         bool isVector = false;     ///< lines are kept as paths, not as pixels
         /// The device itself where it is a picture in memory of 32-bit opaque pixels.
         QImage* pixels = nullptr;
+        bool isOverlay = false;  ///< what is there stays; nothing is cleared at the beginning
     };
     /// The device must live until End().
     explicit PainterSurface(const Target& target) : target_(target) {}
@@ -43,8 +44,9 @@ class PainterSurface final : public DrawingSurface {
     void MoveTo(DevicePoint point) override;
     void LineTo(DevicePoint point) override;
     void Polyline(std::span<const DevicePoint> points) override;
-    void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour colour) override;
     void SetSmooth(bool smooth) override;
+    void Fill(const DeviceBox& box, Colour colour) override;
+    void SetTextColour(Colour colour) override;
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override;
     double TextWidth(const std::string& text) override;
@@ -66,10 +68,13 @@ class PainterSurface final : public DrawingSurface {
     DrawingObject selectedPen_ = 0;
     QPointF position_;
     std::vector<QLineF> lines_;
+    QColor textColour_ = Qt::black;
     TextAlignment alignment_ = TextAlignment::topLeft;
 };
 
 /// The pen as the toolkit's.
 QPen ToQPen(const PenDescription& pen);
+/// The font whose line (ascent and descent) is as high as described, the same on every device.
+QFont ToQFont(const FontDescription& description);
 
 }  // namespace vorela

@@ -1,9 +1,12 @@
 #include "plotview/PlotFile.h"
 
+#include <QImage>
 #include <QPrinter>
+#include <utility>
 
 #include "db/IndexUnits.h"
 #include "general/modGeneral.h"
+#include "plot/PlotFooter.h"
 #include "plot/PlotRenderer.h"
 #include "plotview/PainterSurface.h"
 
@@ -34,6 +37,8 @@ bool DrawPlot(DrawingSurface& surface, const PlotFileOptions& options) {
     }
     PlotStyle style;
     style.monochrome = options.monochrome;
+    style.footer = FooterItems(options.dataset);
+    request.view = options.view;
     if (options.cursors)
         style.cursors = {IndexUnitsIn(options.cursors->first), IndexUnitsIn(options.cursors->second)};
     PlotDrawing drawing;
@@ -45,6 +50,16 @@ PictureFileOptions PictureOptionsOf(const PlotFileOptions& options) {
 }
 
 }  // namespace
+
+std::optional<QImage> PlotPicture(const PlotFileOptions& options) {
+    return Attempt("Copying plot", std::optional<QImage>{}, [&] {
+        const PictureFileOptions picture = PictureOptionsOf(options);
+        CheckPictureOptions(picture);
+        QImage image =
+            PictureImage(picture, [&](DrawingSurface& surface) { return DrawPlot(surface, options); });
+        return image.isNull() ? std::nullopt : std::optional(std::move(image));
+    });
+}
 
 bool SavePlot(const std::string& path, const PlotFileOptions& options) {
     return Attempt("Saving plot", false, [&] {

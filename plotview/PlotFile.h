@@ -1,5 +1,5 @@
-// The plot as a file or on paper: the same drawing as on screen. A QGuiApplication must exist (offscreen
-// serves).
+// The plot as a file, on paper or in the clipboard: the same drawing as on screen, with a footer that says
+// what it shows. A QGuiApplication must exist (offscreen serves).
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,11 @@
 #include <string>
 #include <utility>
 
+#include "plot/PlotData.h"
 #include "plot/TimeRange.h"
 #include "plotview/PictureFile.h"
 
+class QImage;
 class QPrinter;
 
 namespace vorela {
@@ -21,8 +23,12 @@ struct PlotFileOptions {
     int resolution = 96;  ///< dots per inch: a PNG has width × resolution / 96 pixels
     bool monochrome = false;
     std::optional<std::pair<double, double>> cursors;  ///< cursor lines, seconds; none when empty
+    ViewChoice view{};                                 ///< the viewer's value axes and hidden curves
     std::optional<TimeSpan> span;  ///< what is shown, where it is not the span that the time options choose
 };
+
+/// The plot as a picture in memory. Nothing after a message box or report.
+std::optional<QImage> PlotPicture(const PlotFileOptions& options);
 
 /// Writes the plot; the presentation options stay as they are. The format follows from the ending, .png, .svg
 /// or .pdf in any case. The file appears complete or not at all. False after a message box or report that

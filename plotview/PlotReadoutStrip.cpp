@@ -1,50 +1,87 @@
 #include "plotview/PlotReadoutStrip.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <array>
+#include <vector>
 
-#include "general/NumberText.h"
 #include "plot/PlotReadout.h"
 #include "plotview/PlotWidget.h"
 
 namespace vorela {
 namespace {
 
-QString Cell(const QString& text, const char* tag = "td") {
-    return QStringLiteral("<%1 align=right style='padding-left:12px'>%2</%1>")
-        .arg(QLatin1String(tag), text.toHtmlEscaped());
+constexpr int boldTenths = 12;   // a bold head is wider than the font's metrics say
+constexpr int lowestPage = 380;  // pixels; below it the plot needs the strip's place
+
+QString Cell(const QString& text, int width, const char* tag = "td") {
+    return QStringLiteral("<%1 align=right width=%3 style='padding-left:12px'>%2</%1>")
+        .arg(QLatin1String(tag), text.toHtmlEscaped())
+        .arg(width);
 }
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
 }
 
+/// A column whose width does not change with what the cursors read.
+struct Column {
+    QString head;
+    std::array<QString, 3> rows;
+    std::string widest;
+};
+
+Column TimeColumn(const PlotReadout& readout) {
+    constexpr int decimals = 2;
+    const auto text = [](double seconds) { return Text(FixedText(seconds, decimals)); };
+    return {readout.elapsed ? QStringLiteral("Elapsed time (s)") : QStringLiteral("Time (s)"),
+            {text(readout.time1), text(readout.time2), text(readout.difference)},
+            "-" + FixedText(readout.largestTime, decimals)};
+}
+
+Column PeriodsColumn(const PlotReadout& readout) {
+    const QString periods =
+        readout.periods ? Text(FixedText(*readout.periods, 3)) : QString(QLatin1Char('-'));
+    return {QStringLiteral("Periods"), {QString(), QString(), periods}, "-00000.000"};
+}
+
+Column ValueColumn(const CursorValue& value) {
+    const std::string unit = value.unit.empty() ? "" : " (" + value.unit + ")";
+    const auto text = [&](const std::optional<double>& number) {
+        return Text(ReadoutText(number, value.decimals));
+    };
+    return {Text(value.curve + unit),
+            {text(value.atCursor1), text(value.atCursor2), text(value.difference)},
+            "-" + FixedText(2 * value.largest, value.decimals)};
+}
+
 /// A row for each cursor and one for the difference, a column for the time and one for each curve.
-QString TableOf(const PlotReadout& readout) {
-    QString head =
-        QStringLiteral("<tr><th></th>") +
-        Cell(readout.elapsed ? QStringLiteral("Elapsed time (s)") : QStringLiteral("Time (s)"), "th");
-    std::array<QString, 3> rows{Cell(QStringLiteral("Cursor 1")), Cell(QStringLiteral("Cursor 2")),
-                                Cell(QStringLiteral("Difference"))};
-    QString periods;
-    if (readout.periods)
-        periods = QStringLiteral(" = %1 periods").arg(Text(ReadoutTimeText(*readout.periods)));
-    rows[0] += Cell(Text(ReadoutTimeText(readout.time1)));
-    rows[1] += Cell(Text(ReadoutTimeText(readout.time2)));
-    rows[2] += Cell(Text(ReadoutTimeText(readout.difference)) + periods);
-    for (const CursorValue& value : readout.values) {
-        const std::string unit = value.unit.empty() ? "" : " (" + value.unit + ")";
-        head += Cell(Text(value.curve + unit), "th");
-        rows[0] += Cell(Text(ReadoutText(value.atCursor1)));
-        rows[1] += Cell(Text(ReadoutText(value.atCursor2)));
-        rows[2] += Cell(Text(ReadoutText(value.difference)));
+QString TableOf(const PlotReadout& readout, const QFontMetrics& metrics) {
+    std::vector<Column> columns{TimeColumn(readout), PeriodsColumn(readout)};
+    for (const CursorValue& value : readout.values)
+        columns.push_back(ValueColumn(value));
+    const QStringList names{QString(), QStringLiteral("Cursor 1"), QStringLiteral("Cursor 2"),
+                            QStringLiteral("Difference")};
+    QString table = QStringLiteral("<table cellspacing=0>");
+    for (int row = 0; row < names.size(); ++row) {
+        const char* tag = row == 0 ? "th" : "td";
+        table += QStringLiteral("<tr>") + Cell(names[row], metrics.horizontalAdvance(names[3]), tag);
+        for (const Column& column : columns) {
+            QString widest = Text(column.widest);
+            for (QChar& letter : widest)
+                if (letter.isDigit())
+                    letter = QLatin1Char('0');
+            const int width = std::max(metrics.horizontalAdvance(widest),
+                                       metrics.horizontalAdvance(column.head) * boldTenths / 10);
+            table +=
+                Cell(row == 0 ? column.head : column.rows[static_cast<std::size_t>(row) - 1], width, tag);
+        }
+        table += QStringLiteral("</tr>");
     }
-    QString table = QStringLiteral("<table cellspacing=0>") + head + QStringLiteral("</tr>");
-    for (const QString& row : rows)
-        table += QStringLiteral("<tr>") + row + QStringLiteral("</tr>");
     return table + QStringLiteral("</table>");
 }
 
@@ -70,13 +107,22 @@ PlotReadoutStrip::PlotReadoutStrip(PlotWidget* plot, QWidget* parent) : QWidget(
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     setFixedHeight(4 * (fontMetrics().lineSpacing() + 2) +
                    scroll->horizontalScrollBar()->sizeHint().height());
+    if (parent != nullptr)
+        parent->installEventFilter(this);
     connect(plot_, &PlotWidget::ReadoutChanged, this, &PlotReadoutStrip::Refresh);
     Refresh();
 }
 
+/// In a low window the strip folds away: the crosshair and the control tell times and values there.
+bool PlotReadoutStrip::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize && watched == parent())
+        setVisible(parentWidget()->height() >= lowestPage);
+    return QWidget::eventFilter(watched, event);
+}
+
 void PlotReadoutStrip::Refresh() {
     const PlotReadout& readout = plot_->Readout();
-    text_->setText(readout.valid ? TableOf(readout) : QString());
+    text_->setText(readout.valid ? TableOf(readout, text_->fontMetrics()) : QString());
     setToolTip(plot_->IsZoomed() ? tr("The plot is zoomed: Home returns to the chosen scales.") : QString());
 }
 

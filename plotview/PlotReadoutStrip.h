@@ -17,6 +17,9 @@ class PlotReadoutStrip : public QWidget {
     /// Follows `plot` as long as that lives.
     explicit PlotReadoutStrip(PlotWidget* plot, QWidget* parent = nullptr);
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void Refresh();
 

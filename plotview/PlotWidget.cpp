@@ -1,48 +1,29 @@
 #include "plotview/PlotWidget.h"
 
-#include <QContextMenuEvent>
-#include <QImage>
+#include <QApplication>
+#include <QClipboard>
 #include <QInputDialog>
-#include <QKeyEvent>
-#include <QMenu>
-#include <QMouseEvent>
 #include <QPainter>
-#include <QTimer>
-#include <QWheelEvent>
 #include <cmath>
 
 #include "db/DatasetRecord.h"
 #include "db/IndexUnits.h"
-#include "general/NumberText.h"
 #include "general/RangeCheck.h"
-#include "general/RepeatedMessages.h"
 #include "general/modGeneral.h"
-#include "plot/PlotReadout.h"
-#include "plot/PlotRenderer.h"
 #include "plot/ViewSpan.h"
 #include "plot/modPlot.h"
 #include "plotview/PainterSurface.h"
-#include "plotview/TimeCursors.h"
+#include "plotview/PlotWidgetState.h"
+#include "signal/modParameters.h"
 
 namespace vorela {
 namespace {
 
-constexpr int grabDistance = 5;     // pixels beside a cursor line
-constexpr int narrowestBand = 4;    // pixels; a shorter drag is a click
-constexpr int readoutDelayMs = 15;  // the strip follows a drag at most this often
-constexpr double wheelNotch = 120;  // eighths of a degree
-constexpr double zoomPerNotch = 0.8;
-constexpr double panPerNotch = 0.1;
-
-/// The time options that a zoom belongs to.
-struct ChosenScale {
-    std::size_t dataset = 0;
-    std::uint64_t generation = 0;
-    bool timeAuto = false, fixed = false;
-    std::int32_t timeRange = 0;
-    double start = 0, end = 0;
-    bool operator==(const ChosenScale&) const = default;
-};
+constexpr int snapDistance = 6;  // pixels
+constexpr int stepsOfOneGestureMs = 500;
+constexpr int readoutDelayMs = 15;  // the strip follows a drag, the crosshair the pointer at most this often
+const QColor crosshairLine(112, 112, 112);
+const QColor crosshairPlate(255, 255, 225);
 
 ChosenScale CurrentScale(std::size_t dataset) {
     const PresentationOptions& options = PrsOpt();
@@ -52,33 +33,26 @@ ChosenScale CurrentScale(std::size_t dataset) {
             options.end};
 }
 
+QFont PlotFont(const PlotLayout& layout) {
+    FontDescription font;
+    font.height = layout.fontHeight;
+    return ToQFont(font);
+}
+
+QRectF ToQRect(const DeviceBox& box) {
+    return {QPointF(box.left, box.top), QPointF(box.right, box.bottom)};
+}
+
 }  // namespace
 
-struct PlotWidget::State {
-    std::size_t dataset = 0;
-    bool asked = false;  ///< the dataset was asked for; shown, unless that failed
-    bool shown = false;
-    bool zoomed = false;
-    bool drawing = false;  ///< a message box over the window may let events in
-    PlotDrawing plot;
-    QImage picture;
-    TimeSpan chosen;  ///< what 0 … 100 % of the cursors mean
-    ChosenScale scale;
-    std::array<float, 2> cursors = TimeCursors::defaults;
-    RepeatedMessages told;
-    PlotReadout readout;
-    QTimer redrawTimer;
-    QTimer readoutTimer;
-    Drag drag = Drag::none;
-    QPoint dragStart;
-    QPoint dragAt;
-    TimeSpan dragView;
-
-    const PlotCell* FirstCell() const {
-        return plot.layout.cells.empty() ? nullptr : &plot.layout.cells.front();
+/// Of the shown dataset. Another selection begins afresh.
+LevelView& PlotWidget::State::Level() {
+    if (generation != CurrentSelection().generation) {
+        levels.clear();
+        generation = CurrentSelection().generation;
     }
-    PlotScale Scale() const { return {*FirstCell(), plot.information.span, {}}; }
-};
+    return levels[dataset];
+}
 
 PlotWidget::PlotWidget(QWidget* parent) : QWidget(parent), state_(std::make_unique<State>()) {
     setObjectName(QStringLiteral("picPlot"));
@@ -87,8 +61,9 @@ PlotWidget::PlotWidget(QWidget* parent) : QWidget(parent), state_(std::make_uniq
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    state_->redrawTimer.setSingleShot(true);
-    state_->readoutTimer.setSingleShot(true);
+    for (QTimer* timer : {&state_->redrawTimer, &state_->readoutTimer, &state_->pointerTimer})
+        timer->setSingleShot(true);
+    connect(&state_->pointerTimer, &QTimer::timeout, this, &PlotWidget::ShowCrosshair);
     connect(&state_->redrawTimer, &QTimer::timeout, this, &PlotWidget::Redraw);
     connect(&state_->readoutTimer, &QTimer::timeout, this, &PlotWidget::RefreshReadout);
 }
@@ -135,6 +110,7 @@ void PlotWidget::ClearPicture() {
     s.zoomed = false;
     s.plot = PlotDrawing{};
     s.picture = QImage();
+    s.texts = QImage();
     update();
     RefreshReadout();
 }
@@ -145,22 +121,30 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     s.redrawTimer.stop();
     const double ratio = devicePixelRatioF();
     QImage picture((QSizeF(size()) * ratio).toSize(), QImage::Format_RGB32);
+    QImage texts(picture.size(), QImage::Format_ARGB32_Premultiplied);
+    texts.fill(Qt::transparent);
     PlotRequest request;
     request.datasets = {s.dataset};
     request.mode = mode;
     request.zoom = span;
     request.verify = verify;
+    request.view = s.Level().choice;
     PlotDrawing next;
     bool drawn = false;
     {
         const OnceOnly once(s.told);
-        PainterSurface surface({picture.isNull() ? nullptr : &picture,
-                                {static_cast<double>(width()), static_cast<double>(height())},
-                                ratio,
-                                ratio,
-                                false,
-                                &picture});
-        drawn = RunPlotDriver(surface, request, {}, next);
+        PainterSurface::Target target{picture.isNull() ? nullptr : &picture,
+                                      {static_cast<double>(width()), static_cast<double>(height())},
+                                      ratio,
+                                      ratio,
+                                      false,
+                                      &picture};
+        PainterSurface surface(target);
+        target.device = texts.isNull() ? nullptr : &texts;
+        target.pixels = nullptr;
+        target.isOverlay = true;
+        PainterSurface over(target);
+        drawn = RunPlotDriver(surface, request, {}, next, &over);
     }
     s.drawing = false;
     if (!drawn) {
@@ -170,6 +154,8 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     s.plot = std::move(next);
     s.picture = std::move(picture);
     s.picture.setDevicePixelRatio(ratio);
+    s.texts = std::move(texts);
+    s.texts.setDevicePixelRatio(ratio);
     s.shown = true;
     if (mode != TimeMode::zoomed) {
         s.chosen = s.plot.information.span;
@@ -178,29 +164,122 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     AnnounceLayout();
     update();
     RefreshReadout();
+    if (s.pointer)
+        ShowCrosshair();
     return true;
 }
 
 /// The same span again, after a change of size or of the view.
 void PlotWidget::Redraw() {
-    if (state_->shown && !state_->drawing && width() > 0 && height() > 0)
-        Draw(TimeMode::zoomed, state_->plot.information.span, false);
+    State& s = *state_;
+    if (s.shown && !s.drawing && width() > 0 && height() > 0)
+        Draw(TimeMode::zoomed, s.plot.information.span, false);
 }
 
-void PlotWidget::View(TimeSpan span) {
-    if (!state_->shown || span == state_->plot.information.span)
+// --- Views ---
+
+/// The present view joins the history, but once for a turn of the wheel or a held key.
+void PlotWidget::LeaveView(Step step) {
+    State& s = *state_;
+    const bool goesOn = step != Step::other && step == s.lastStep && s.sinceStep.isValid() &&
+                        s.sinceStep.elapsed() < stepsOfOneGestureMs;
+    s.lastStep = step;
+    s.sinceStep.start();
+    if (!goesOn)
+        s.Level().history.Leave(s.View());
+}
+
+void PlotWidget::View(TimeSpan span, Step step) {
+    State& s = *state_;
+    if (!s.shown || span == s.plot.information.span)
         return;
-    state_->zoomed = true;
-    state_->plot.information.span = span;
-    state_->redrawTimer.start(0);
+    if (step != Step::drag)
+        LeaveView(step);
+    s.zoomed = true;
+    s.plot.information.span = span;
+    s.redrawTimer.start(0);
 }
 
+void PlotWidget::ViewAxis(Quantity quantity, AxisRange range, Step step) {
+    State& s = *state_;
+    if (!s.shown || range == s.Axis(quantity))
+        return;
+    if (step != Step::drag)
+        LeaveView(step);
+    s.Level().choice.axes[IndexOf(quantity)] = range;
+    s.plot.information.axes[IndexOf(quantity)] = range;
+    s.redrawTimer.start(0);
+}
+
+void PlotWidget::ResetAxis(Quantity quantity) {
+    State& s = *state_;
+    if (!s.shown || !s.Level().choice.axes[IndexOf(quantity)])
+        return;
+    LeaveView(Step::other);
+    s.Level().choice.axes[IndexOf(quantity)].reset();
+    s.redrawTimer.start(0);
+}
+
+void PlotWidget::FitAxes() {
+    State& s = *state_;
+    if (!s.shown)
+        return;
+    LeaveView(Step::other);
+    const auto fitted = FittedAxes(s.plot.information, s.plot.format);
+    for (std::size_t i = 0; i < quantityCount; ++i)
+        if (fitted[i])
+            s.Level().choice.axes[i] = fitted[i];
+    s.redrawTimer.start(0);
+}
+
+void PlotWidget::ToggleCurve(Quantity quantity) {
+    State& s = *state_;
+    if (!s.shown)
+        return;
+    LeaveView(Step::other);
+    bool& hidden = s.Level().choice.hidden[IndexOf(quantity)];
+    hidden = !hidden;
+    s.redrawTimer.start(0);
+}
+
+void PlotWidget::ViewAllData() {
+    View(ViewLimits(), Step::other);
+}
+
+/// Time and value axes as the options choose; hidden curves stay hidden.
 void PlotWidget::ResetZoom() {
     State& s = *state_;
-    if (!s.shown || !s.zoomed || s.drawing)
+    if (!s.shown || !IsZoomed() || s.drawing)
         return;
+    LeaveView(Step::other);
     s.zoomed = false;
+    s.Level().choice.axes = {};
     Draw(TimeMode::chosen, {}, false);
+}
+
+void PlotWidget::GoTo(const PlotView& view) {
+    State& s = *state_;
+    s.lastStep = Step::other;
+    s.zoomed = view.zoomed;
+    s.Level().choice = view.choice;
+    if (view.zoomed)
+        Draw(TimeMode::zoomed, view.span, false);
+    else
+        Draw(TimeMode::chosen, {}, false);
+}
+
+void PlotWidget::GoBack() {
+    State& s = *state_;
+    if (s.shown && !s.drawing)
+        if (const auto view = s.Level().history.Back(s.View()))
+            GoTo(*view);
+}
+
+void PlotWidget::GoForward() {
+    State& s = *state_;
+    if (s.shown && !s.drawing)
+        if (const auto view = s.Level().history.Forward(s.View()))
+            GoTo(*view);
 }
 
 void PlotWidget::AnnounceLayout() {
@@ -227,7 +306,8 @@ void PlotWidget::SetCursors(float cursor1, float cursor2) {
 }
 
 bool PlotWidget::IsZoomed() const {
-    return state_->zoomed;
+    State& s = *state_;
+    return s.zoomed || s.Level().choice.axes != ViewChoice{}.axes;
 }
 double PlotWidget::TimeOrigin() const {
     return SecondsOf(state_->plot.information.elapsedOrigin);
@@ -249,6 +329,16 @@ void PlotWidget::ConnectCursors(TimeCursors* cursors) {
             [cursors](int margin) { Attempt("Setting cursor margin", [&] { cursors->setMargin(margin); }); });
     connect(this, &PlotWidget::VisibleSpanChanged, cursors, &TimeCursors::SetVisibleSpan);
     SetCursors(cursors->cursor1(), cursors->cursor2());
+    state_->snap = Attempt("Reading cursor settings", true, [] { return ReadSnapSetting(); });
+}
+
+void PlotWidget::CopyPicture() {
+    if (!state_->shown)
+        return;
+    PlotFileOptions options = FileOptions(state_->dataset);
+    options.resolution = static_cast<int>(std::lround(options.resolution * devicePixelRatioF()));
+    if (const std::optional<QImage> picture = PlotPicture(options))
+        QApplication::clipboard()->setImage(*picture);
 }
 
 PlotFileOptions PlotWidget::FileOptions(std::size_t dataset) const {
@@ -259,6 +349,7 @@ PlotFileOptions PlotWidget::FileOptions(std::size_t dataset) const {
     options.height = height();
     if (s.shown && s.dataset == dataset) {
         options.span = s.plot.information.span;
+        options.view = state_->Level().choice;
         options.cursors = {SecondsOf(CursorTime(1)), SecondsOf(CursorTime(2))};
     } else {
         const PlottedRange range = PlottedRangeOf(dataset);
@@ -275,6 +366,17 @@ void PlotWidget::RefreshReadout() {
         s.readout = s.shown ? ReadCursors(s.plot, CursorTime(1), CursorTime(2)) : PlotReadout{};
     }
     emit ReadoutChanged();
+}
+
+TimeSpan PlotWidget::ViewLimits() const {
+    const State& s = *state_;
+    TimeSpan limits = s.chosen;
+    const auto& datasets = CurrentSelection().datasets;
+    if (s.dataset < datasets.size()) {
+        limits.start = std::min(limits.start, datasets[s.dataset].extentA);
+        limits.end = std::max(limits.end, datasets[s.dataset].extentB);
+    }
+    return limits;
 }
 
 // --- Cursors ---
@@ -294,19 +396,6 @@ double PlotWidget::CursorX(int cursor) const {
     return x >= cell->left && x <= cell->right ? x : -1;
 }
 
-int PlotWidget::CursorNear(const QPoint& position) const {
-    int nearest = 0;
-    double distance = grabDistance + 0.5;
-    for (int cursor = 1; cursor <= 2; ++cursor) {
-        const double x = CursorX(cursor);
-        if (x >= 0 && std::abs(x - position.x()) < distance) {
-            nearest = cursor;
-            distance = std::abs(x - position.x());
-        }
-    }
-    return nearest;
-}
-
 /// `time` in hundredths of a second; the position is kept in percent of the chosen range. False when that is
 /// none.
 bool PlotWidget::PutCursor(int cursor, double time) {
@@ -321,11 +410,31 @@ bool PlotWidget::PutCursor(int cursor, double time) {
     return true;
 }
 
-void PlotWidget::DragCursor(int cursor, double x) {
-    const PlotCell* cell = state_->FirstCell();
+void PlotWidget::DragCursor(int cursor, double x, bool snap) {
+    State& s = *state_;
+    const PlotCell* cell = s.FirstCell();
     // As in the control below: a move beyond an end of the axis is ignored.
-    if (cell != nullptr && x >= cell->left && x <= cell->right)
-        PutCursor(cursor, state_->Scale().Time(x));
+    if (cell == nullptr || x < cell->left || x > cell->right)
+        return;
+    double time = s.Scale().Time(x);
+    if (snap && s.snap)
+        time = SnappedTime(time, s.plot.information.cycles, CursorTime(3 - cursor),
+                           IndexUnitsIn(CurrentParameters().period), s.Scale().Time(x + snapDistance) - time);
+    PutCursor(cursor, time);
+}
+
+void PlotWidget::PutCursorsRound(std::int32_t cycle) {
+    for (const CycleMark& mark : state_->plot.information.cycles) {
+        if (mark.number != cycle)
+            continue;
+        PutCursor(1, mark.span.start);
+        PutCursor(2, mark.span.end);
+    }
+}
+
+void PlotWidget::SetSnap(bool snap) {
+    state_->snap = snap;
+    Attempt("Writing cursor settings", [&] { WriteSnapSetting(snap); });
 }
 
 void PlotWidget::TypeCursorPosition(int cursor) {
@@ -366,9 +475,9 @@ void PlotWidget::SetSpecificZoneFromCursors() {
 
 void PlotWidget::BringCursorsIntoView() {
     const TimeSpan& span = state_->plot.information.span;
-    const double width = static_cast<double>(span.end) - span.start;
-    PutCursor(1, span.start + width / 3);
-    PutCursor(2, span.start + width * 2 / 3);
+    const double seen = static_cast<double>(span.end) - span.start;
+    PutCursor(1, span.start + seen / 3);
+    PutCursor(2, span.start + seen * 2 / 3);
 }
 
 // --- Painting ---
@@ -380,10 +489,13 @@ void PlotWidget::paintEvent(QPaintEvent*) {
         painter.fillRect(rect(), Qt::white);
         return;
     }
-    if (QSizeF(s.picture.size()) / s.picture.devicePixelRatio() == QSizeF(size()))
-        painter.drawImage(QPointF(0, 0), s.picture);
-    else
-        painter.drawImage(rect(), s.picture);  // a new size: until the redraw that is on its way
+    const auto draw = [&](const QImage& image) {
+        if (QSizeF(image.size()) / image.devicePixelRatio() == QSizeF(size()))
+            painter.drawImage(QPointF(0, 0), image);
+        else
+            painter.drawImage(rect(), image);  // a new size: until the redraw that is on its way
+    };
+    draw(s.picture);
     const auto pens = PensOf(false);
     for (int cursor = 1; cursor <= 2; ++cursor) {
         const double x = CursorX(cursor);
@@ -394,6 +506,9 @@ void PlotWidget::paintEvent(QPaintEvent*) {
         for (const PlotCell& cell : s.plot.layout.cells)
             painter.drawLine(QPointF(x, cell.top), QPointF(x, cell.bottom));
     }
+    draw(s.texts);
+    if (s.crosshair)
+        PaintCrosshair(painter);
     if (s.drag == Drag::zoom) {
         const QRect band(QPoint(s.dragStart.x(), 0), QPoint(s.dragAt.x(), height()));
         QColor colour = palette().color(QPalette::Highlight);
@@ -402,6 +517,71 @@ void PlotWidget::paintEvent(QPaintEvent*) {
         painter.setBrush(colour);
         painter.drawRect(band.normalized().adjusted(0, -1, 0, 1));
     }
+}
+
+void PlotWidget::PaintCrosshair(QPainter& painter) const {
+    const State& s = *state_;
+    painter.setPen(QPen(crosshairLine, 1, Qt::DashLine));
+    for (std::size_t i = 0; i < 2; ++i)
+        painter.drawLine(QPointF(s.crosshair->from[i].x, s.crosshair->from[i].y),
+                         QPointF(s.crosshair->to[i].x, s.crosshair->to[i].y));
+    painter.setFont(PlotFont(s.plot.layout));
+    for (const Crosshair::Label& label : s.crosshair->labels) {
+        painter.fillRect(ToQRect(label.box), crosshairPlate);
+        painter.setPen(crosshairLine);
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(ToQRect(label.box));
+        painter.setPen(Qt::black);
+        QStringList lines;
+        for (const std::string& line : label.lines)
+            lines << QString::fromStdString(line);
+        painter.drawText(ToQRect(label.box), Qt::AlignCenter, lines.join(QLatin1Char('\n')));
+    }
+}
+
+/// What the crosshair covers, for the repaint.
+QRegion PlotWidget::CrosshairRegion() const {
+    QRegion region;
+    if (!state_->crosshair)
+        return region;
+    const Crosshair& cross = *state_->crosshair;
+    for (std::size_t i = 0; i < 2; ++i)
+        region += QRectF(QPointF(cross.from[i].x, cross.from[i].y), QPointF(cross.to[i].x, cross.to[i].y))
+                      .toAlignedRect()
+                      .adjusted(-2, -2, 2, 2);
+    for (const Crosshair::Label& label : cross.labels)
+        region += ToQRect(label.box).toAlignedRect().adjusted(-2, -2, 2, 2);
+    return region;
+}
+
+/// At the pointer as it is now; away where there is none or something is dragged.
+void PlotWidget::ShowCrosshair() {
+    State& s = *state_;
+    s.pointerTimer.stop();
+    QRegion changed = CrosshairRegion();
+    s.crosshair.reset();
+    if (s.shown && s.pointer && s.drag == Drag::none) {
+        const DevicePoint at{static_cast<double>(s.pointer->x()), static_cast<double>(s.pointer->y())};
+        const double time = TimeAt(s.plot, at);
+        const OnceOnly once(s.told);
+        const QFontMetricsF metrics(PlotFont(s.plot.layout));
+        if (SpotAt(s.plot, at).kind != SpotKind::outside)
+            s.crosshair = PlanCrosshair(s.plot, at, ReadCursors(s.plot, time, time).values,
+                                        {static_cast<double>(width()), static_cast<double>(height())},
+                                        [&](const std::string& text) {
+                                            return metrics.horizontalAdvance(QString::fromStdString(text));
+                                        });
+    }
+    changed += CrosshairRegion();
+    update(changed);
+}
+
+void PlotWidget::MovePointer(std::optional<QPoint> to) {
+    state_->pointer = to;
+    if (!to)
+        ShowCrosshair();
+    else if (!state_->pointerTimer.isActive())
+        state_->pointerTimer.start(readoutDelayMs);
 }
 
 void PlotWidget::resizeEvent(QResizeEvent*) {
@@ -414,138 +594,6 @@ bool PlotWidget::event(QEvent* event) {
     if (event->type() == QEvent::ScreenChangeInternal && state_ && state_->shown)
         state_->redrawTimer.start(0);
     return QWidget::event(event);
-}
-
-// --- Mouse and keys ---
-
-TimeSpan PlotWidget::ViewLimits() const {
-    const State& s = *state_;
-    TimeSpan limits = s.chosen;
-    const auto& datasets = CurrentSelection().datasets;
-    if (s.dataset < datasets.size()) {
-        limits.start = std::min(limits.start, datasets[s.dataset].extentA);
-        limits.end = std::max(limits.end, datasets[s.dataset].extentB);
-    }
-    return limits;
-}
-
-void PlotWidget::mousePressEvent(QMouseEvent* event) {
-    State& s = *state_;
-    if (!s.shown || s.FirstCell() == nullptr)
-        return;
-    s.dragStart = s.dragAt = event->pos();
-    s.dragView = s.plot.information.span;
-    const bool left = event->button() == Qt::LeftButton;
-    const int cursor = left ? CursorNear(event->pos()) : 0;
-    if (cursor != 0)
-        s.drag = cursor == 1 ? Drag::cursor1 : Drag::cursor2;
-    else if (event->button() == Qt::MiddleButton || (left && event->modifiers().testFlag(Qt::ShiftModifier)))
-        s.drag = Drag::pan;
-    else if (left)
-        s.drag = Drag::zoom;
-}
-
-void PlotWidget::mouseMoveEvent(QMouseEvent* event) {
-    State& s = *state_;
-    s.dragAt = event->pos();
-    const PlotCell* cell = s.FirstCell();
-    if (!s.shown || cell == nullptr)
-        return;
-    switch (s.drag) {
-        case Drag::none:
-            setCursor(CursorNear(event->pos()) != 0 ? Qt::SizeHorCursor : Qt::ArrowCursor);
-            break;
-        case Drag::cursor1:
-        case Drag::cursor2:
-            DragCursor(s.drag == Drag::cursor1 ? 1 : 2, event->position().x());
-            break;
-        case Drag::zoom:
-            update();
-            break;
-        case Drag::pan: {
-            const double share =
-                static_cast<double>(s.dragStart.x() - event->pos().x()) / (cell->right - cell->left);
-            View(PannedSpan(s.dragView, share, ViewLimits()));
-            break;
-        }
-    }
-}
-
-void PlotWidget::mouseReleaseEvent(QMouseEvent* event) {
-    State& s = *state_;
-    const Drag drag = std::exchange(s.drag, Drag::none);
-    if (drag != Drag::zoom || !s.shown || s.FirstCell() == nullptr)
-        return;
-    update();
-    if (std::abs(event->pos().x() - s.dragStart.x()) < narrowestBand)
-        return;
-    const double time1 = s.Scale().Time(s.dragStart.x());
-    const double time2 = s.Scale().Time(event->pos().x());
-    View(FitSpan(std::min(time1, time2), std::max(time1, time2), s.plot.information.span));
-}
-
-void PlotWidget::mouseDoubleClickEvent(QMouseEvent* event) {
-    state_->drag = Drag::none;
-    if (const int cursor = CursorNear(event->pos()); cursor != 0)
-        TypeCursorPosition(cursor);
-}
-
-void PlotWidget::wheelEvent(QWheelEvent* event) {
-    State& s = *state_;
-    if (!s.shown || s.FirstCell() == nullptr)
-        return;
-    const QPoint turned = event->angleDelta();
-    const bool pan =
-        event->modifiers().testFlag(Qt::ShiftModifier) || std::abs(turned.x()) > std::abs(turned.y());
-    if (pan) {
-        const double notches = (turned.x() + turned.y()) / wheelNotch;
-        View(PannedSpan(s.plot.information.span, -notches * panPerNotch, ViewLimits()));
-    } else {
-        const double factor = std::pow(zoomPerNotch, turned.y() / wheelNotch);
-        View(
-            ZoomedSpan(s.plot.information.span, factor, s.Scale().Time(event->position().x()), ViewLimits()));
-    }
-    event->accept();
-}
-
-void PlotWidget::keyPressEvent(QKeyEvent* event) {
-    const TimeSpan span = state_->plot.information.span;
-    const double middle = (static_cast<double>(span.start) + span.end) / 2;
-    switch (event->key()) {
-        case Qt::Key_Home:
-            ResetZoom();
-            break;
-        case Qt::Key_Plus:
-        case Qt::Key_Equal:
-            View(ZoomedSpan(span, zoomPerNotch, middle, ViewLimits()));
-            break;
-        case Qt::Key_Minus:
-            View(ZoomedSpan(span, 1 / zoomPerNotch, middle, ViewLimits()));
-            break;
-        case Qt::Key_Left:
-            View(PannedSpan(span, -panPerNotch, ViewLimits()));
-            break;
-        case Qt::Key_Right:
-            View(PannedSpan(span, panPerNotch, ViewLimits()));
-            break;
-        default:
-            QWidget::keyPressEvent(event);
-    }
-}
-
-void PlotWidget::contextMenuEvent(QContextMenuEvent* event) {
-    if (!state_->shown)
-        return;
-    QMenu menu(this);
-    menu.setObjectName(QStringLiteral("mnuPlotContext"));
-    menu.addAction(tr("Set &Specific Zone from Cursors"), this, &PlotWidget::SetSpecificZoneFromCursors);
-    menu.addAction(tr("Return to &Chosen Scales\tHome"), this, &PlotWidget::ResetZoom)
-        ->setEnabled(state_->zoomed);
-    menu.addSeparator();
-    menu.addAction(tr("Position of Cursor &1..."), this, [this] { TypeCursorPosition(1); });
-    menu.addAction(tr("Position of Cursor &2..."), this, [this] { TypeCursorPosition(2); });
-    menu.addAction(tr("&Bring Cursors into View"), this, &PlotWidget::BringCursorsIntoView);
-    menu.exec(event->globalPos());
 }
 
 }  // namespace vorela

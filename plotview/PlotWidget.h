@@ -1,23 +1,31 @@
-// The plot area `picPlot`: a cached picture of one dataset's plot with the two cursor lines over it, zoom and
-// pan of the time axis. Under it belong the time cursors control and the readout strip:
+// The plot area `picPlot`: a cached picture of one dataset's plot with the two cursor lines in it, a
+// crosshair over it, zoom and pan of time and value axes with the way back. Under it belong the time cursors
+// control and the readout strip:
 //
 //     auto* plot = new PlotWidget(page);
 //     auto* cursors = new TimeCursors(page);
 //     auto* readout = new PlotReadoutStrip(plot, page);
 //     plot->ConnectCursors(cursors);   // both ways: positions, margin, visible part, double-click
+//     plot->ServeKeysOf(page);         // the plot's keys, whichever of them has the focus
 #pragma once
 
+#include <QRegion>
 #include <QWidget>
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 #include "plot/PlotData.h"
 #include "plotview/PlotFile.h"
+
+class QMenu;
+class QPainter;
 
 namespace vorela {
 
 class TimeCursors;
 struct PlotReadout;
+struct PlotView;
 
 class PlotWidget : public QWidget {
     Q_OBJECT
@@ -40,6 +48,11 @@ class PlotWidget : public QWidget {
     /// Cursor positions in percent of the chosen time range.
     void SetCursors(float cursor1, float cursor2);
 
+    /// The keys of the plot also act while a widget inside `page` has the focus.
+    void ServeKeysOf(QWidget* page);
+    /// A key of the plot; false when it is none.
+    bool HandleKey(const QKeyEvent& event);
+
     /// Wires the control under this plot with it, both ways.
     void ConnectCursors(TimeCursors* cursors);
 
@@ -49,7 +62,7 @@ class PlotWidget : public QWidget {
     /// What shown times count from, in seconds of the record: not 0 while elapsed time is displayed.
     double TimeOrigin() const;
 
-    /// True while another part of the time axis is seen than the time options choose.
+    /// True while other spans of the time or value axes are seen than the options choose.
     bool IsZoomed() const;
     /// How to save or print a dataset's plot at this widget's size with its cursors: as it is seen now, when
     /// it is the one shown, else over its chosen time range.
@@ -61,8 +74,18 @@ class PlotWidget : public QWidget {
   public slots:
     /// Asks for the position of cursor 1 or 2 in seconds and puts it there.
     void TypeCursorPosition(int cursor);
-    /// Back to the chosen scales.
+    /// Back to the chosen scales of all axes.
     void ResetZoom();
+    /// The whole record; the settings stay.
+    void ViewAllData();
+    /// Value axes that hold the shown curves tightly, for this view of this level.
+    void FitAxes();
+    void GoBack();
+    void GoForward();
+    /// The picture as it is seen, with its footer, to the clipboard.
+    void CopyPicture();
+    /// Whether cursors dragged in the plot snap; kept in the settings.
+    void SetSnap(bool snap);
 
   signals:
     /// The user moved a cursor in the plot area; percent of the chosen time range.
@@ -75,6 +98,10 @@ class PlotWidget : public QWidget {
     /// The user made the zone between the cursors the specific zone: settings are written, the plot is drawn
     /// anew.
     void ScalesChanged();
+    /// The user wants the results to be taken from this cycle of the shown dataset, from 1.
+    void CycleChosen(int cycle);
+    /// The user wants to save the plot.
+    void SaveRequested();
 
   protected:
     bool event(QEvent* event) override;
@@ -87,15 +114,24 @@ class PlotWidget : public QWidget {
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     struct State;
-    enum class Drag { none, cursor1, cursor2, zoom, pan };
+    enum class Drag { none, click, cursor1, cursor2, zoom, pan, axis };
+    /// What changed the view: turns of one wheel or presses of one key are one step of the history.
+    enum class Step { other, wheel, key, drag };
 
     bool Draw(TimeMode mode, TimeSpan span, bool verify);
     void Redraw();
     void ClearPicture();
-    void View(TimeSpan span);
+    void LeaveView(Step step);
+    void View(TimeSpan span, Step step);
+    void ViewAxis(Quantity quantity, AxisRange range, Step step);
+    void ResetAxis(Quantity quantity);
+    void ToggleCurve(Quantity quantity);
+    void GoTo(const PlotView& view);
     void AnnounceLayout();
     void RefreshReadout();
     TimeSpan ViewLimits() const;
@@ -103,9 +139,24 @@ class PlotWidget : public QWidget {
     double CursorX(int cursor) const;
     int CursorNear(const QPoint& position) const;
     bool PutCursor(int cursor, double time);
-    void DragCursor(int cursor, double x);
+    void DragCursor(int cursor, double x, bool snap);
+    void PutCursorsRound(std::int32_t cycle);
     void SetSpecificZoneFromCursors();
     void BringCursorsIntoView();
+    Drag DragFor(const QMouseEvent& event) const;
+    void DragView(const QPoint& position);
+    bool EndDrag();
+    void HoverAt(const QPoint& position);
+    void MovePointer(std::optional<QPoint> to);
+    void ShowCrosshair();
+    void PaintCrosshair(QPainter& painter) const;
+    QRegion CrosshairRegion() const;
+    void ClickSpot(const QPoint& global);
+    void AddCycleEntries(QMenu& menu, std::int32_t cycle);
+    void AddCurveEntries(QMenu& menu);
+    void AddCyclesAt(QMenu& menu, double time);
+    bool HandleHistoryKey(int key);
+    bool HandleTimeKey(int key);
 
     std::unique_ptr<State> state_;
 };

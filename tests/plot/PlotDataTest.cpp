@@ -220,9 +220,19 @@ TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
     EXPECT_NEAR(*readout.values[0].difference, 20, 1e-5);
     const CursorValue outside = ReadCursors(drawing, 5050, 99999).values[0];
     EXPECT_FALSE(outside.atCursor1 || outside.atCursor2);
-    EXPECT_EQ(ReadoutText(std::nullopt), "-");
-    EXPECT_EQ(ReadoutText(4194.0806), "4194.081");
-    EXPECT_EQ(ReadoutText(-0.00012345678), "-0.0001234568");
+    EXPECT_EQ(readout.values[0].decimals, 1) << "tenths were recorded";
+    EXPECT_EQ(ReadoutText(std::nullopt, 3), "-");
+    EXPECT_EQ(ReadoutText(4194.08, 3), "4194.080");
+    CurvePoints curve;
+    const auto borne = [&](float low, float high) {
+        curve.points = {{0, low, high}, {1, 2, std::nanf("")}};
+        curve.points[1].low = std::nanf("");
+        return DecimalsBorne(curve);
+    };
+    EXPECT_EQ(borne(1, 20000), 0);
+    EXPECT_EQ(borne(4194.25F, 4000), 2);
+    EXPECT_EQ(borne(4194.0806F, 4000), 3) << "what single precision holds";
+    EXPECT_EQ(borne(-0.012345678F, 0), 8);
     EXPECT_EQ(ReadoutTimeText(883.2449), "883.245");
 }
 

@@ -41,7 +41,8 @@ PlotFormatOptions SinglePlot() {
 RecordingSurface Drawn(const PlotInformation& information, const PlotFormatOptions& format,
                        PictureSize size = {1000, 600}, const PlotStyle& style = {}) {
     RecordingSurface surface(size);
-    EXPECT_TRUE(DrawPlot(surface, information, format, LayoutOf(size, format), style));
+    std::vector<PlacedText> texts;
+    EXPECT_TRUE(DrawPlot(surface, surface, information, format, LayoutOf(size, format), style, texts));
     return surface;
 }
 
@@ -97,7 +98,7 @@ TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
     ASSERT_EQ(colour.fonts.size(), 1U);
     EXPECT_TRUE(colour.fonts[0].typeface == "Arial" && colour.fonts[0].weight == 400);
     EXPECT_EQ(colour.fonts[0].height, 16);
-    const RecordingSurface mono = Drawn(FiveCurves(), {}, {1000, 600}, {true, {}});
+    const RecordingSurface mono = Drawn(FiveCurves(), {}, {1000, 600}, {.monochrome = true});
     for (std::size_t i = 0; i < 13; ++i)
         EXPECT_EQ(mono.pens[i], (PenDescription{colour.pens[i].style, colour.pens[i].width, {}})) << i;
     EXPECT_EQ(mono.brushes, std::vector<Colour>(8, {255, 255, 255}));
@@ -122,11 +123,12 @@ TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
 
 TEST(PlotRenderer, curvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
     const auto order = [](const PlotFormatOptions& format) {
-        constexpr float legendX = 300;  // the curves of the first five seconds lie left of it, the keys right
+        RecordingSurface surface({1000, 600}), over({1000, 600});
+        std::vector<PlacedText> texts;
+        EXPECT_TRUE(DrawPlot(surface, over, FiveCurves(), format, LayoutOf({1000, 600}, format), {}, texts));
         std::vector<int> pens;
-        for (const Operation& operation : Drawn(FiveCurves(), format).operations)
-            if (operation.kind != Operation::Kind::text && operation.pen != 6 &&
-                operation.points[0].x < legendX && (pens.empty() || pens.back() != operation.pen))
+        for (const Operation& operation : surface.operations)
+            if (operation.pen != 6 && (pens.empty() || pens.back() != operation.pen))
                 pens.push_back(operation.pen);
         return pens;
     };
@@ -171,7 +173,7 @@ TEST(PlotRenderer, axisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
                                                                 {"70", TextAlignment::bottomRight}};
     for (const auto& [text, alignment] : alignments)
         EXPECT_EQ(surface.FindText(text)->alignment, alignment) << text;
-    EXPECT_EQ(surface.FindText("-0.375")->points[0], (DevicePoint{969, 296 - 4}));
+    EXPECT_EQ(surface.FindText("-0.375")->points[0], (DevicePoint{969, 296 + 8}));
     EXPECT_EQ(surface.FindText("40")->points[0], (DevicePoint{500, 600}));
     information.elapsedOrigin = 1000;
     surface = Drawn(information, SinglePlot());
@@ -210,7 +212,7 @@ TEST(PlotRenderer, eachCurveAndItsAxisUseTheRangeOfItsOwnQuantity) {
 }
 
 TEST(PlotRenderer, theCursorsStandAtTheirTimesInBothPlots) {
-    const RecordingSurface dual = Drawn(FiveCurves(), {}, {1000, 600}, {false, {{1500, 4500}}});
+    const RecordingSurface dual = Drawn(FiveCurves(), {}, {1000, 600}, {.cursors = {{1500, 4500}}});
     for (const auto& [pen, x] : {std::pair(5, 263.5), std::pair(8, 736.5)}) {
         const auto lines = dual.DrawnWith(pen);
         ASSERT_EQ(lines.size(), 2U);

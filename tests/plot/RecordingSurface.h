@@ -12,7 +12,7 @@ namespace vorela::test {
 class RecordingSurface final : public DrawingSurface {
   public:
     struct Operation {
-        enum class Kind { line, polyline, rectangle, text } kind;
+        enum class Kind { line, polyline, text, fill } kind;
         int pen;  ///< number of the selected pen in order of creation, from 1
         std::vector<DevicePoint> points;
         std::string text;
@@ -53,10 +53,11 @@ class RecordingSurface final : public DrawingSurface {
     void Polyline(std::span<const DevicePoint> points) override {
         Add(Operation::Kind::polyline, {points.begin(), points.end()});
     }
-    void FillRectangle(DevicePoint topLeft, DevicePoint bottomRight, Colour) override {
-        Add(Operation::Kind::rectangle, {topLeft, bottomRight});
-    }
     void SetSmooth(bool) override {}
+    void Fill(const DeviceBox& box, Colour) override {
+        Add(Operation::Kind::fill, {{box.left, box.top}, {box.right, box.bottom}});
+    }
+    void SetTextColour(Colour) override {}
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override {
         Add(Operation::Kind::text, {point}, text);
@@ -78,7 +79,7 @@ class RecordingSurface final : public DrawingSurface {
     Operations DrawnWith(int pen) const {
         Operations drawn;
         std::ranges::copy_if(operations, std::back_inserter(drawn), [&](const Operation& operation) {
-            return operation.pen == pen && operation.kind != Operation::Kind::text;
+            return operation.pen == pen && operation.kind < Operation::Kind::text;
         });
         return drawn;
     }

@@ -1,3 +1,4 @@
+#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QImage>
 #include <QInputDialog>
@@ -12,6 +13,8 @@
 #include <QWheelEvent>
 
 #include "plot/PlotReadout.h"
+#include "plot/PlotRenderer.h"
+#include "plot/PlotView.h"
 #include "plotview/PlotReadoutStrip.h"
 #include "plotview/PlotWidget.h"
 #include "plotview/TimeCursors.h"
@@ -25,6 +28,7 @@ constexpr QSize size{1000, 600};
 // The plot area at this size: 27 to 973.
 constexpr int left = 27;
 constexpr int middle = 500;
+constexpr int timeAxis = 594;  // below both plots, whose value axes have the wheel to themselves
 
 class PlotWidgetTest : public test::DravikFixture {
   protected:
@@ -46,7 +50,10 @@ class PlotWidgetTest : public test::DravikFixture {
         return {name, "psi", count, [](std::int32_t t) { return t / 100.0; }};
     }
     void Wheel(double x, QPoint turned, Qt::KeyboardModifiers modifiers = {}) {
-        QWheelEvent event(QPointF(x, 100), QPointF(x, 100), {}, turned, {}, modifiers, {}, false);
+        WheelAt({x, timeAxis}, turned, modifiers);
+    }
+    void WheelAt(QPointF at, QPoint turned, Qt::KeyboardModifiers modifiers = {}) {
+        QWheelEvent event(at, at, {}, turned, {}, modifiers, {}, false);
         QSignalSpy redrawn(&plot_, &PlotWidget::VisibleSpanChanged);
         QApplication::sendEvent(&plot_, &event);
         EXPECT_TRUE(redrawn.wait());
@@ -79,9 +86,9 @@ class PlotWidgetTest : public test::DravikFixture {
         EXPECT_EQ(std::pair(span.start / 100.0, span.end / 100.0), std::pair(from, to));
     }
     void DragTo(int from, int to, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::mousePress(&plot_, Qt::LeftButton, modifiers, {from, 100});
-        QTest::mouseMove(&plot_, {to, 100});
-        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {to, 100});
+        QTest::mousePress(&plot_, Qt::LeftButton, modifiers, {from, timeAxis});
+        QTest::mouseMove(&plot_, {to, timeAxis});
+        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {to, timeAxis});
         QTest::qWait(5);
     }
     /// Types into the position dialog that is about to open.
@@ -251,9 +258,9 @@ TEST_F(PlotWidgetTest, linesAndStripShowEachCursorWhereItIs) {
             .simplified()
             .toStdString();
     };
-    EXPECT_THAT(text(), testing::StartsWith("Time (s) ZG (psi) RTC (psi)"));
-    for (const char* row :
-         {"Cursor 1 250 250 250 ", "Cursor 2 750 750 750 ", "Difference 500 = 5 periods 500 500"})
+    EXPECT_THAT(text(), testing::StartsWith("Time (s) Periods ZG (psi) RTC (psi)"));
+    for (const char* row : {"Cursor 1 250.00 250.0 250.0 ", "Cursor 2 750.00 750.0 750.0 ",
+                            "Difference 500.00 5.000 500.0 500.0"})
         EXPECT_THAT(text(), HasSubstr(row));
     ZoomIn();
     EXPECT_GT(pixels(left + 946 * 0.25 / 0.8, Qt::red), 150);
@@ -326,6 +333,7 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     options.height = size.height();
     options.resolution = 192;
     options.cursors = {125, 875};
+    CurrentParameters().period = 160;
     for (const char* name : {"plot.png", "plot.SVG", "plot.pdf"})
         ASSERT_TRUE(SavePlot(folder.File(name), options)) << name;
     EXPECT_EQ(PrsOpt().rangeEnd, before.rangeEnd);
@@ -344,7 +352,10 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_TRUE(has(855, 450, 570, {0, 0, 255})) << "cursor 2, below the curve";
     EXPECT_FALSE(has(145, 350, 530, {0, 0, 255}) || has(855, 120, 270, {255, 0, 0}));
     EXPECT_TRUE(hasRed(250, 180, 240) && !hasRed(250, 20, 180) && hasRed(750, 60, 120));
-    EXPECT_NE(test::ReadAll(folder.File("plot.SVG")).find("Pressure sensor - P"), std::string::npos);
+    const std::string svg = test::ReadAll(folder.File("plot.SVG"));
+    for (const char* text : {"Pressure sensor - P", "well.vdb \u00B7 LEVEL1 \u00B7", "period 160 s",
+                             "no filtered curves", "Vorela 1.05"})
+        EXPECT_NE(svg.find(text), std::string::npos) << text;
     EXPECT_EQ(test::ReadAll(folder.File("plot.pdf")).substr(0, 5), "%PDF-");
     options.monochrome = true;
     ASSERT_TRUE(SavePlot(folder.File("plot.png"), options));
@@ -358,6 +369,188 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_NE(ports.TakeBox().text.find(".png, .svg or .pdf"), std::string::npos);
     EXPECT_FALSE(SavePlot(folder.File("missing/plot.png"), options));
     EXPECT_NE(ports.TakeBox().text.find("missing/plot.png"), std::string::npos);
+}
+
+// --- Gestures of reading and finding one's way ---
+
+class PlotGestureTest : public PlotWidgetTest {
+  protected:
+    void SetUp() override {
+        PlotWidgetTest::SetUp();
+        CycleRecord& cycles = CurrentSelection().datasets[0].cycles;
+        ResetCycles(cycles, 2);
+        for (std::size_t i = 0; i < 4; ++i) {  // three of 240 s from 100 s on
+            AppendCycle(cycles);
+            cycles.start[i] = 10'000 + 24'000 * static_cast<std::int32_t>(i);
+        }
+        CurrentParameters().period = 200;
+        plot_.ShowDataset(0);
+        cursors_.setCursor1(-50);
+        cursors_.setCursor2(75);
+    }
+    std::optional<AxisRange> Axis(Quantity quantity) {
+        return plot_.FileOptions(0).view.axes[IndexOf(quantity)];
+    }
+    void ExpectAxis(Quantity quantity, double minimum, double maximum) {
+        const std::optional<AxisRange> axis = Axis(quantity);
+        ASSERT_TRUE(axis);
+        EXPECT_NEAR(axis->minimum, minimum, 0.01);
+        EXPECT_NEAR(axis->maximum, maximum, 0.01);
+    }
+    /// Where a hand shows along a row of pixels, from x on.
+    int HandFrom(int x, int y, int by) {
+        for (; x > 0 && x < size.width(); x += by) {
+            QTest::mouseMove(&plot_, {x, y});
+            if (plot_.cursor().shape() == Qt::PointingHandCursor)
+                return x;
+        }
+        ADD_FAILURE() << "nothing to click on";
+        return middle;
+    }
+    int Pixels(const QColor& colour) {
+        QTest::qWait(30);
+        const QImage image = plot_.grab().toImage();
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixelColor(x, y) == colour ? 1 : 0;
+        return count;
+    }
+    void ClickCycle(int x, int entry) {
+        QTimer::singleShot(0, [entry] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            menu->actions()[entry]->trigger();
+            menu->close();
+        });
+        QTest::mouseClick(&plot_, Qt::LeftButton, {}, {x, 272});
+    }
+    void DragCursor(int from, int to, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::mousePress(&plot_, Qt::LeftButton, {}, {from, 150});
+        QMouseEvent move(QEvent::MouseMove, QPointF(to, 150), QPointF(to, 150), Qt::NoButton, Qt::LeftButton,
+                         modifiers);
+        QApplication::sendEvent(&plot_, &move);
+        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {to, 150});
+    }
+    static constexpr int leftAxis = left + 6;
+};
+
+TEST_F(PlotGestureTest, aValueAxisZoomsMovesAndReturnsForThisViewOnly) {
+    const PresentationOptions options = PrsOpt();
+    // The upper plot reaches from 8 to 284 and from 0 to 1000 psi.
+    WheelAt({leftAxis, 8 + 276 * 0.25}, {0, 120});
+    ExpectAxis(Quantity::pressure, 150, 950);
+    QTest::mousePress(&plot_, Qt::LeftButton, {}, {leftAxis, 40});
+    QTest::mouseMove(&plot_, {leftAxis + 50, 40 + 69});
+    QTest::mouseRelease(&plot_, Qt::LeftButton, {}, {leftAxis + 50, 40 + 69});
+    QTest::qWait(5);
+    ExpectAxis(Quantity::pressure, 350, 1150);
+    EXPECT_FALSE(Axis(Quantity::flow));
+    ExpectSeen(0, 1000);
+    EXPECT_TRUE(plot_.IsZoomed());
+    QTest::mouseDClick(&plot_, Qt::LeftButton, {}, {leftAxis, 60});
+    QTest::qWait(5);
+    EXPECT_FALSE(Axis(Quantity::pressure));
+    QTest::keyClick(&plot_, Qt::Key_Left, Qt::AltModifier);
+    ExpectAxis(Quantity::pressure, 350, 1150);
+    QTest::keyClick(&plot_, Qt::Key_Left, Qt::AltModifier);
+    ExpectAxis(Quantity::pressure, 150, 950);
+    QTest::keyClick(&plot_, Qt::Key_Left, Qt::AltModifier);
+    EXPECT_FALSE(plot_.IsZoomed());
+    QTest::mouseClick(&plot_, Qt::ForwardButton, {}, {middle, 100});
+    ExpectAxis(Quantity::pressure, 150, 950);
+    QTest::keyClick(&plot_, Qt::Key_Home);
+    EXPECT_FALSE(plot_.IsZoomed());
+    QTest::keyClick(&plot_, Qt::Key_F);
+    QTest::qWait(5);
+    ExpectAxis(Quantity::pressure, -0.04 * 999.9, 1.04 * 999.9);
+    for (std::size_t i = 0; i < quantityCount; ++i)
+        EXPECT_EQ(PrsOpt().axes[i].plottedMaximum, options.axes[i].plottedMaximum) << i;
+}
+
+TEST_F(PlotGestureTest, aLegendEntryHidesAndShowsItsCurve) {
+    const int shown = Pixels(Qt::red);
+    const QPoint pressure{HandFrom(left + 940, 20, -3), 20};
+    QTest::mouseClick(&plot_, Qt::LeftButton, {}, pressure);
+    EXPECT_LT(Pixels(Qt::red), shown / 10);
+    EXPECT_TRUE(plot_.FileOptions(0).view.hidden[IndexOf(Quantity::pressure)]);
+    EXPECT_EQ(plot_.Readout().values.size(), 2U) << "flow and valve are left";
+    QTest::mouseClick(&plot_, Qt::LeftButton, {}, {HandFrom(left + 940, 20, -3), 20});
+    EXPECT_EQ(Pixels(Qt::red), shown);
+}
+
+TEST_F(PlotGestureTest, aCycleNumberOffersItsCycle) {
+    const QSignalSpy chosen(&plot_, &PlotWidget::CycleChosen);
+    // Cycle 1 lies from 100 to 340 s, its number at 220 s; the third's at 700 s.
+    const int first = HandFrom(left + 60, 272, 3);
+    EXPECT_NEAR(first, left + 946 * 0.22, 9);
+    ClickCycle(first, 0);
+    EXPECT_EQ(chosen.last()[0].toInt(), 1);
+    const int third = HandFrom(left + 880, 272, -3);
+    EXPECT_NEAR(third, left + 946 * 0.70, 9);
+    ClickCycle(third, 1);
+    ExpectCursors(580, 820);
+    EXPECT_GT(Pixels(QColor(cycleTint.red, cycleTint.green, cycleTint.blue)), 50'000) << "cycle 2";
+}
+
+TEST_F(PlotGestureTest, aDraggedCursorSnapsUnlessAltOrTheMenuSaysOtherwise) {
+    cursors_.setCursor1(50);
+    const auto x = [](double seconds) { return static_cast<int>(left + 946 * seconds / 1000); };
+    DragCursor(x(500), x(343));
+    ExpectCursors(340, 750);  // a valve boundary
+    DragCursor(x(340), x(554));
+    ExpectCursors(550, 750);  // a whole period before the other
+    DragCursor(x(550), x(343), Qt::AltModifier);
+    EXPECT_NEAR(plot_.FileOptions(0).cursors->first, 343, 1);
+    EXPECT_GT(plot_.FileOptions(0).cursors->first, 341);
+    Choose(6);  // the menu's entry
+    DragCursor(x(343), x(584));
+    EXPECT_GT(plot_.FileOptions(0).cursors->first, 582);
+    EXPECT_FALSE(ReadSnapSetting());
+}
+
+TEST_F(PlotGestureTest, escapeEndsABandAndPutsBackWhatADragMoved) {
+    const auto dragWithEscape = [&](QPoint from, QPoint to) {
+        QTest::mousePress(&plot_, Qt::LeftButton, {}, from);
+        QTest::mouseMove(&plot_, to);
+        QTest::keyClick(&plot_, Qt::Key_Escape);
+        QTest::mouseRelease(&plot_, Qt::LeftButton, {}, to);
+        QTest::qWait(5);
+    };
+    dragWithEscape({300, 150}, {600, 150});
+    EXPECT_FALSE(plot_.IsZoomed());
+    dragWithEscape({leftAxis, 50}, {leftAxis, 120});
+    EXPECT_FALSE(plot_.IsZoomed());
+    dragWithEscape({static_cast<int>(left + 946 * 0.75), 150}, {300, 150});
+    EXPECT_EQ(cursors_.cursor2(), 75);
+}
+
+TEST_F(PlotGestureTest, thePlotsKeysActFromTheWidgetsBesideIt) {
+    QWidget page;
+    TimeCursors beside(&page);
+    beside.resize(1000, 24);
+    page.show();
+    plot_.ServeKeysOf(&page);
+    auto* marker = beside.findChild<QWidget*>("imgCursor1");
+    QTest::keyClick(marker, Qt::Key_Plus);
+    ExpectSeen(100, 900);
+    QTest::keyClick(marker, Qt::Key_Left);
+    ExpectSeen(100, 900);
+    EXPECT_LT(beside.cursor1(), 33.3F) << "the arrows move the marker";
+    QTest::keyClick(marker, Qt::Key_A);
+    ExpectSeen(0, 1000);
+}
+
+TEST_F(PlotGestureTest, theCrosshairFollowsThePointerAndTheClipboardGetsThePicture) {
+    const QColor plate(255, 255, 225);
+    EXPECT_EQ(Pixels(plate), 0);
+    QTest::mouseMove(&plot_, {middle, 150});
+    EXPECT_GT(Pixels(plate), 1000);
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(&plot_, &leave);
+    EXPECT_EQ(Pixels(plate), 0);
+    QTest::keyClick(&plot_, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->image().size(), size);
 }
 
 }  // namespace

@@ -1,0 +1,62 @@
+#include "plot/PlotFooter.h"
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+
+#include "db/Curves.h"
+#include "db/DatasetRecord.h"
+#include "db/modDravik.h"
+#include "general/CheckedMath.h"
+#include "general/NumberText.h"
+#include "general/Version.h"
+#include "general/modGeneral.h"
+#include "signal/modParameters.h"
+
+namespace vorela {
+namespace {
+
+std::string StartText(std::int32_t unixSeconds) {
+    using namespace std::chrono;
+    const sys_seconds start{seconds{unixSeconds}};
+    const auto day = floor<days>(start);
+    const year_month_day date{day};
+    const hh_mm_ss time{start - day};
+    char text[48];
+    std::snprintf(text, sizeof text, "recorded %04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+/// As the curve itself says: the settings of now may be others. A recording in its place says nothing.
+std::string FilterText(const DatasetRecord& record) {
+    const std::string name = FilteredPressureName(CurrentSelection().choice);
+    const DravikDatabase database(record.database);
+    if (!database.IsOpen())
+        return "";
+    const auto item = Item::Find(database, ItemPath(record.dataset, name));
+    if (!item)
+        return "no filtered curves";
+    return item->Info().made.empty() ? name + " as recorded" : item->Info().made;
+}
+
+}  // namespace
+
+std::vector<std::string> FooterItems(std::size_t dataset) {
+    const DatasetRecord& record =
+        CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), "modPlot");
+    std::vector<std::string> items{std::filesystem::path(Trimmed(record.database)).filename().string(),
+                                   Trimmed(record.dataset)};
+    if (record.sortKey != nullDepth)
+        items.push_back(FormatNumber(record.sortKey) + " ft");
+    if (record.presentation.recordingStart != 0)
+        items.push_back(StartText(record.presentation.recordingStart));
+    items.push_back("period " + ShortestText(CurrentParameters().period) + " s");
+    items.push_back(Attempt("Writing text to plot", std::string(), [&] { return FilterText(record); }));
+    items.push_back("Vorela " + PointedVersion(RunningVersion()));
+    return items;
+}
+
+}  // namespace vorela
