@@ -28,8 +28,8 @@ struct Piece {
 };
 using Row = std::vector<Piece>;
 
-/// How much of the header is left out, step by step.
-enum class Brevity { none, ranges, title, legendOfAxes, legend, labels };
+/// How much of the header is left out, step by step; the left label stays.
+enum class Brevity { none, ranges, title, legendOfAxes, legend, rightLabel };
 
 /// Plans the texts of one plot.
 class CellPlan {
@@ -149,7 +149,8 @@ class CellPlan {
         for (const Quantity quantity : contents_.curves) {
             const std::string text =
                 LegendText(information_, contents_, quantity, brevity >= Brevity::ranges);
-            const bool extra = information_.hidden[IndexOf(quantity)] || !contents_.HasAxis(quantity);
+            const PlottedCurve* curve = FindCurve(information_, quantity);
+            const bool extra = !contents_.HasAxis(quantity) || (curve != nullptr && text != curve->name);
             if (text.empty() || brevity >= Brevity::legend || (brevity >= Brevity::legendOfAxes && !extra))
                 continue;
             entries.push_back({TextRole::legend, text, measure_(text) + legendLine + gap_, quantity,
@@ -215,16 +216,16 @@ class CellPlan {
     }
     void PlaceHeader() {
         headerBottom_ = area_.top;
-        for (int brevity = 0; brevity <= static_cast<int>(Brevity::labels); ++brevity)
+        for (int brevity = 0; brevity <= static_cast<int>(Brevity::rightLabel); ++brevity)
             if (PlaceHeader(static_cast<Brevity>(brevity)))
                 return;
     }
     bool PlaceHeader(Brevity brevity) {
         std::optional<Piece> left, title, right;
-        if (contents_.leftAxis && brevity < Brevity::labels)
+        if (contents_.leftAxis)
             left = TextPiece(TextRole::axisLabel, AxisLabel(information_, *contents_.leftAxis),
                              contents_.leftAxis);
-        if (contents_.rightAxis && contents_.rightAxis != contents_.leftAxis && brevity < Brevity::labels)
+        if (contents_.rightAxis && contents_.rightAxis != contents_.leftAxis && brevity < Brevity::rightLabel)
             right = TextPiece(TextRole::axisLabel, AxisLabel(information_, *contents_.rightAxis),
                               contents_.rightAxis);
         if (brevity < Brevity::title)
@@ -237,10 +238,13 @@ class CellPlan {
             return true;
         return PlaceInRows(left, title, right, legend);
     }
-    /// Labels at the ends of the first row, the title between them or with the legend below.
-    bool PlaceInRows(const std::optional<Piece>& left, std::optional<Piece> title,
-                     const std::optional<Piece>& right, const Row& legend) {
+    /// Labels at the ends of the first row, the title between them; what has no room there with the legend
+    /// below.
+    bool PlaceInRows(const std::optional<Piece>& left, std::optional<Piece> title, std::optional<Piece> right,
+                     const Row& legend) {
         Row rest = legend;
+        if (left && right && left->width + Pitch() + right->width > RoomInRow())
+            rest.insert(rest.begin(), *std::exchange(right, std::nullopt));
         const Row rightEnd = right ? Row{*right} : Row{};
         const double ends = (left ? left->width + Pitch() : 0) + WidthOf(rightEnd, Pitch());
         if (ends > RoomInRow() || MostRows() < 2)

@@ -155,8 +155,10 @@ TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
     EXPECT_NEAR(dual.FindText("Flow meter - Q")->points[0].x + 49, 500, 1) << "in the middle";
     EXPECT_EQ(AxisLabel(FiveCurves(), Quantity::valve), "Valve - PVLPOS (cps)");
     const RecordingSurface keys = Drawn(FiveCurves(), SinglePlot());
-    EXPECT_LT(keys.FindText("RTC")->points[0].x + 20, keys.FindText("ZG_p")->points[0].x - 7 * 4)
-        << "a key stands between the names";
+    const Operation* before = keys.FindText("RTC 0 ... 10 rps");
+    const Operation* behind = keys.FindText("ZG_p 0 ... 10 psi");
+    ASSERT_TRUE(before != nullptr && behind != nullptr);
+    EXPECT_LT(before->points[0].x + 20, behind->points[0].x - 7 * 17) << "a key stands between the names";
     EXPECT_THAT(Drawn(information, {.y1 = 9, .nPlots = 1}).Texts(), Not(Contains("Pressure - ZG (psi)")))
         << "no quantity: no axis";
 }

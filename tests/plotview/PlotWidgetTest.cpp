@@ -416,6 +416,11 @@ class PlotGestureTest : public PlotWidgetTest {
                 count += image.pixelColor(x, y) == colour ? 1 : 0;
         return count;
     }
+    /// The pointer goes, and the crosshair with it.
+    void Leave() {
+        QEvent leave(QEvent::Leave);
+        QApplication::sendEvent(&plot_, &leave);
+    }
     void ClickCycle(int x, int entry) {
         QTimer::singleShot(0, [entry] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
@@ -472,10 +477,12 @@ TEST_F(PlotGestureTest, aLegendEntryHidesAndShowsItsCurve) {
     const int shown = Pixels(Qt::red);
     const QPoint pressure{HandFrom(left + 940, 20, -3), 20};
     QTest::mouseClick(&plot_, Qt::LeftButton, {}, pressure);
+    Leave();
     EXPECT_LT(Pixels(Qt::red), shown / 10);
     EXPECT_TRUE(plot_.FileOptions(0).view.hidden[IndexOf(Quantity::pressure)]);
     EXPECT_EQ(plot_.Readout().values.size(), 2U) << "flow and valve are left";
     QTest::mouseClick(&plot_, Qt::LeftButton, {}, {HandFrom(left + 940, 20, -3), 20});
+    Leave();
     EXPECT_EQ(Pixels(Qt::red), shown);
 }
 
@@ -546,8 +553,7 @@ TEST_F(PlotGestureTest, theCrosshairFollowsThePointerAndTheClipboardGetsThePictu
     EXPECT_EQ(Pixels(plate), 0);
     QTest::mouseMove(&plot_, {middle, 150});
     EXPECT_GT(Pixels(plate), 1000);
-    QEvent leave(QEvent::Leave);
-    QApplication::sendEvent(&plot_, &leave);
+    Leave();
     EXPECT_EQ(Pixels(plate), 0);
     QTest::keyClick(&plot_, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QApplication::clipboard()->image().size(), size);
