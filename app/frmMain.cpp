@@ -13,8 +13,10 @@
 #include <QScopedValueRollback>
 #include <QScreen>
 #include <QShortcut>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
+#include <QTabBar>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <vector>
@@ -39,6 +41,7 @@
 #include "plot/modPlot.h"
 #include "plot/modPlotFormat.h"
 #include "plot/modPlotScales.h"
+#include "plotview/CycleView.h"
 #include "plotview/PlotReadoutStrip.h"
 #include "plotview/PlotWidget.h"
 #include "plotview/TimeCursors.h"
@@ -193,13 +196,25 @@ void frmMain::BuildGrids() {
 }
 
 void frmMain::BuildPlotPage() {
-    auto* page = new QVBoxLayout(ui_->pagePlot);
-    picPlot_ = new PlotWidget(ui_->pagePlot);
+    auto* level = new QVBoxLayout(ui_->pagePlot);
+    level->setContentsMargins(0, 0, 0, 0);
+    level->setSpacing(2);
+    tsLevel_ = new QTabBar(ui_->pagePlot);
+    tsLevel_->setObjectName(QStringLiteral("tsLevel"));
+    tsLevel_->setAccessibleName(tr("Pages of the level"));
+    tsLevel_->setDrawBase(false);
+    tsLevel_->setExpanding(false);
+    levelPages_ = new QStackedWidget(ui_->pagePlot);
+    level->addWidget(tsLevel_);
+    level->addWidget(levelPages_, 1);
+    auto* curves = new QWidget(levelPages_);
+    auto* page = new QVBoxLayout(curves);
+    picPlot_ = new PlotWidget(curves);
     picPlot_->setObjectName(QStringLiteral("picPlot"));
     picPlot_->setFocusPolicy(Qt::StrongFocus);
-    cursors_ = new TimeCursors(ui_->pagePlot);
+    cursors_ = new TimeCursors(curves);
     cursors_->setObjectName(QStringLiteral("cursors"));
-    lblCursors_ = new QLabel(ui_->pagePlot);
+    lblCursors_ = new QLabel(curves);
     lblCursors_->setObjectName(QStringLiteral("lblCursors"));
     lblCursors_->setToolTip(tr("Times of cursor 1 and cursor 2 in seconds"));
     lblCursors_->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -208,18 +223,44 @@ void frmMain::BuildPlotPage() {
     page->addWidget(picPlot_, 1);
     page->addWidget(cursors_);
     page->addWidget(lblCursors_, 0, Qt::AlignHCenter);
-    page->addWidget(new PlotReadoutStrip(picPlot_, ui_->pagePlot));
+    page->addWidget(new PlotReadoutStrip(picPlot_, curves));
+    AddLevelPage(tr("Plot"), curves);
     picPlot_->ConnectCursors(cursors_);
     connect(cursors_, &TimeCursors::CursorMoved, this, &frmMain::CursorsMoved);
-    picPlot_->ServeKeysOf(ui_->pagePlot);
+    picPlot_->ServeKeysOf(curves);
+    for (const auto& [kind, name] : {std::pair(CycleView::Kind::series, tr("Cycles")),
+                                     std::pair(CycleView::Kind::stacked, tr("Stacked cycles"))}) {
+        auto* view = new CycleView(kind, levelPages_);
+        AddLevelPage(name, view);
+        connect(view, &CycleView::CycleChosen, this, &frmMain::UseCycle);
+    }
+    connect(tsLevel_, &QTabBar::currentChanged, this, [this](int at) {
+        levelPages_->setCurrentIndex(at);
+        ShowCycleView();
+    });
     connect(picPlot_, &PlotWidget::ScalesChanged, this, [this] { Run([this] { UpdateMainWindow(); }); });
     connect(picPlot_, &PlotWidget::SaveRequested, this, &frmMain::SavePlotEntry);
     connect(picPlot_, &PlotWidget::CycleChosen, this, &frmMain::UseCycle);
     // Behind a click on its tab the plot has the keys.
     connect(ui_->tsMain, &QTabBar::tabBarClicked, this, [this](int tab) {
         if (tab + 1 >= firstDatasetTab)
-            QTimer::singleShot(0, picPlot_, [this] { picPlot_->setFocus(); });
+            QTimer::singleShot(0, this, [this] {
+                QWidget* shown = levelPages_->currentWidget();
+                (levelPages_->currentIndex() == 0 ? picPlot_ : shown)->setFocus();
+            });
     });
+}
+
+void frmMain::AddLevelPage(const QString& name, QWidget* page) {
+    tsLevel_->addTab(name);
+    levelPages_->addWidget(page);
+}
+
+// The cycles as they are now, where they are looked at.
+void frmMain::ShowCycleView() {
+    auto* view = qobject_cast<CycleView*>(levelPages_->currentWidget());
+    if (const std::optional<std::size_t> dataset = ShownDataset(); view != nullptr && dataset)
+        view->ShowDataset(*dataset);
 }
 
 void frmMain::BuildKeys() {
@@ -460,6 +501,7 @@ void frmMain::ShowSelectedPlot(bool askedFor) {
     Attempt(stepTab, [&] {
         picPlot_->ShowDataset(static_cast<std::size_t>(tab - firstDatasetTab));
         ShowCursorValues();
+        ShowCycleView();
     });
 }
 
@@ -493,7 +535,7 @@ void frmMain::UseCycle(int cycle) {
 
 // Keys that no other widget takes: those of the plot while one is shown.
 void frmMain::keyPressEvent(QKeyEvent* event) {
-    if (!ShownDataset() || !picPlot_->HandleKey(*event))
+    if (!ShownDataset() || levelPages_->currentIndex() != 0 || !picPlot_->HandleKey(*event))
         QMainWindow::keyPressEvent(event);
 }
 
@@ -651,6 +693,7 @@ void frmMain::FollowRecording() {
                         [this](std::size_t dataset) {
                             picPlot_->Follow(dataset);
                             ShowCursorValues();
+                            ShowCycleView();
                         },
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
     if (!stale_.isEmpty())

@@ -19,6 +19,8 @@ class QDialog;
 class QLabel;
 class QMenu;
 class QProgressBar;
+class QStackedWidget;
+class QTabBar;
 
 namespace Ui {
 class frmMain;
@@ -75,6 +77,7 @@ class frmMain : public QMainWindow {
     // Construction
     void BuildMenus();
     void BuildPlotPage();
+    void AddLevelPage(const QString& name, QWidget* page);
     void BuildGrids();
     void BuildKeys();
     static const std::vector<MenuEntry>& MenuEntries();
@@ -122,6 +125,7 @@ class frmMain : public QMainWindow {
     void LayOutForTab();
     void ShowSelectedPlot(bool askedFor);
     void ShowCursorValues();
+    void ShowCycleView();
     bool PlotDataCheck();
     void ShowSelectionHints();
     void ShowStaleCurves();
@@ -155,6 +159,8 @@ class frmMain : public QMainWindow {
 
     QtPorts& ports_;
     std::unique_ptr<Ui::frmMain> ui_;
+    QTabBar* tsLevel_ = nullptr;  ///< pages of a level's tab: plot, cycles, stacked cycles
+    QStackedWidget* levelPages_ = nullptr;
     PlotWidget* picPlot_ = nullptr;
     TimeCursors* cursors_ = nullptr;
     QLabel* lblCursors_ = nullptr;

@@ -242,6 +242,35 @@ TEST_F(MainWindow, CycleInformationListsEveryCycleAndChoosesOne) {
     EXPECT_EQ(CurrentSelection().datasets[1].cycles.selectedCycle, 2);
 }
 
+TEST_F(MainWindow, PagesOfALevelShowItsCyclesAndChooseAmongThem) {
+    FinishedJob({"LEVEL1", "LEVEL2"});
+    SetTab(6);
+    auto& pages = Find<QTabBar>(*window, "tsLevel");
+    auto& cycles = Find<QWidget>(*window, "picCycles");
+    pages.setCurrentIndex(1);
+    ASSERT_TRUE(cycles.isVisible());
+    const std::size_t shown = *window->ShownDataset();
+    const CycleRecord& record = CurrentSelection().datasets[shown].cycles;
+    ASSERT_GT(record.RealCycles(), 3);
+    QTest::keyClick(&cycles, Qt::Key_Right);
+    EXPECT_EQ(record.selectedCycle, 2);
+    // The cycles stand side by side between the values of the left axis and the middle of the page.
+    cycles.grab();
+    QTest::mouseClick(&cycles, Qt::LeftButton, {}, {cycles.width() / 2 - 30, cycles.height() / 3});
+    EXPECT_EQ(record.selectedCycle, record.RealCycles());
+    EXPECT_EQ(CurrentSelection().datasets[1 - shown].cycles.selectedCycle, 1)
+        << "the other level's is its own";
+    pages.setCurrentIndex(2);
+    const QImage stacked = Find<QWidget>(*window, "picStacked").grab().toImage();
+    int coloured = 0;
+    for (int y = 0; y < stacked.height(); ++y)
+        for (int x = 0; x < stacked.width(); ++x)
+            coloured += stacked.pixelColor(x, y).saturation() > 200 ? 1 : 0;
+    EXPECT_GT(coloured, 400) << "a line for each level";
+    pages.setCurrentIndex(0);
+    EXPECT_TRUE(Find<QWidget>(*window, "picPlot").isVisible());
+}
+
 TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
     Find<TimeCursors>(*window, "cursors").setCursor1(12.5F);
     EXPECT_FLOAT_EQ(CurrentCursorPositions().cursor1, 12.5F);

@@ -1,0 +1,152 @@
+#include "plotview/CycleView.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include "db/DatasetRecord.h"
+#include "plot/CyclePicture.h"
+#include "plot/PlotFooter.h"
+#include "plot/PlotReadout.h"
+#include "plotview/PainterSurface.h"
+
+namespace vorela {
+namespace {
+
+constexpr int footerHeight = 22;
+constexpr int footerLeft = 8;
+
+/// The unit of a curve that all selected datasets have; empty where it is none of these.
+std::string UnitOf(const std::string& curve) {
+    for (const CommonCurve& common : CurrentSelection().commonCurves)
+        if (common.name == curve)
+            return common.unit;
+    return "";
+}
+
+}  // namespace
+
+struct CycleView::State {
+    Kind kind = Kind::series;
+    bool shown = false;
+    std::size_t dataset = 0;
+    std::string level;
+    int selected = 0;  ///< 0: the window
+    std::array<CycleSeries, cycleSeriesCount> series;
+    std::vector<StackedLevel> levels;
+    CycleDrawing drawing;
+
+    CycleDrawing Draw(QPaintDevice* device, const QSize& size, double scale) const {
+        PainterSurface surface(
+            {device, {static_cast<double>(size.width()), static_cast<double>(size.height())}, scale, scale});
+        if (!surface.Begin())
+            return {};
+        CycleDrawing drawn;
+        if (shown)
+            drawn = kind == Kind::series ? DrawCycleSeries(surface, level, series, selected)
+                                         : DrawStackedCycles(surface, levels);
+        surface.End();
+        return drawn;
+    }
+};
+
+CycleView::CycleView(Kind kind, QWidget* parent) : QWidget(parent), state_(std::make_unique<State>()) {
+    state_->kind = kind;
+    setObjectName(kind == Kind::series ? QStringLiteral("picCycles") : QStringLiteral("picStacked"));
+    setAccessibleName(kind == Kind::series ? tr("Cycles") : tr("Stacked cycles"));
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+}
+
+CycleView::~CycleView() = default;
+
+void CycleView::ShowDataset(std::size_t dataset) {
+    State& s = *state_;
+    const Selection& selection = CurrentSelection();
+    s.dataset = dataset;
+    s.shown = dataset < selection.datasets.size();
+    if (s.shown && s.kind == Kind::stacked) {
+        s.levels = StackSelectedLevels();
+    } else if (s.shown) {
+        const DatasetRecord& record = selection.datasets[dataset];
+        s.level = record.dataset;
+        s.selected = record.cycles.ShowsWindow() ? 0 : record.cycles.selectedCycle;
+        s.series = SeriesOf(record.cycles, UnitOf(selection.choice.pressure), UnitOf(selection.choice.flow));
+    }
+    update();
+}
+
+void CycleView::paintEvent(QPaintEvent*) {
+    state_->drawing = state_->Draw(this, size(), 1);
+}
+
+void CycleView::mousePressEvent(QMouseEvent* event) {
+    const auto cycle =
+        CycleAt(state_->drawing, state_->series[0], {event->position().x(), event->position().y()});
+    if (event->button() == Qt::LeftButton && state_->kind == Kind::series && cycle)
+        Choose(*cycle);
+}
+
+void CycleView::mouseMoveEvent(QMouseEvent* event) {
+    State& s = *state_;
+    const auto cycle = CycleAt(s.drawing, s.series[0], {event->position().x(), event->position().y()});
+    const bool over = s.kind == Kind::series && cycle.has_value();
+    setCursor(over ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    QStringList lines;
+    if (over) {
+        lines << tr("Cycle %1").arg(*cycle);
+        for (const CycleSeries& one : s.series) {
+            const auto& value = one.values[static_cast<std::size_t>(*cycle) - 1];
+            lines << QString::fromStdString(one.name + ": " +
+                                            (value ? ReadoutText(value, 6) + " " + one.unit : "no result"));
+        }
+    }
+    setToolTip(lines.join(QLatin1Char('\n')));
+}
+
+/// The arrows step through the cycles: the results follow.
+void CycleView::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Copy))
+        CopyPicture();
+    else if (state_->kind == Kind::series && event->key() == Qt::Key_Left)
+        Choose(state_->selected - 1);
+    else if (state_->kind == Kind::series && event->key() == Qt::Key_Right)
+        Choose(state_->selected + 1);
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void CycleView::Choose(int cycle) {
+    const State& s = *state_;
+    if (s.shown && cycle >= 1 && cycle <= static_cast<int>(s.series[0].values.size()) && cycle != s.selected)
+        emit CycleChosen(cycle);
+}
+
+void CycleView::CopyPicture() {
+    const State& s = *state_;
+    if (!s.shown)
+        return;
+    const double scale = devicePixelRatioF();
+    const QSize whole = size() + QSize(0, footerHeight);
+    QImage image((QSizeF(whole) * scale).toSize(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    s.Draw(&image, size(), scale);
+    QStringList items;
+    for (const std::string& item : FooterItems(s.dataset))
+        items << QString::fromStdString(item);
+    items.removeAll(QString());
+    QPainter painter(&image);
+    painter.scale(scale, scale);
+    painter.setPen(Qt::darkGray);
+    painter.drawText(QRect(footerLeft, size().height(), size().width() - footerLeft, footerHeight),
+                     Qt::AlignLeft | Qt::AlignVCenter, items.join(QStringLiteral(" \u00B7 ")));
+    painter.end();
+    QApplication::clipboard()->setImage(image);
+}
+
+}  // namespace vorela

@@ -1,0 +1,121 @@
+#include "plot/CyclePicture.h"
+#include "plot/CycleSeries.h"
+#include "tests/plot/RecordingSurface.h"
+#include "tests/support/DravikFixture.h"
+
+namespace vorela::test {
+namespace {
+
+/// `count` cycles of 240 s from 100 s on; every quantity another number, the phases across 360 degrees.
+CycleRecord Cycles(int count) {
+    CycleRecord cycles;
+    for (int i = 0; i <= count; ++i) {
+        AppendCycle(cycles);
+        const auto at = static_cast<std::size_t>(i);
+        cycles.start[at] = 10'000 + 24'000 * i;
+        cycles.valve[at] = {358.0 + i, 1.0 + i};
+        cycles.pressure[at] = {std::fmod(359.5 + i, 360), 10.0 + 2 * i};
+        cycles.flow[at] = {30.0 - i, 100.0};
+        cycles.ratio[at] = 5 + (i % 2);
+        cycles.phaseLag[at] = 12.25;
+        cycles.analysed[at] = i == 2 ? 0 : 1;
+    }
+    return cycles;
+}
+
+TEST(CycleSeries, followsPhasesThroughTheTurnAndLeavesCyclesWithoutResultsOut) {
+    const auto series = SeriesOf(Cycles(5), "psi", "rps");
+    const CycleSeries& phase = series[5];
+    EXPECT_EQ(phase.name, "Pressure phase");
+    ASSERT_EQ(phase.values.size(), 5U);
+    EXPECT_FALSE(phase.values[2]);
+    EXPECT_EQ(phase.count, 4U);
+    EXPECT_DOUBLE_EQ(*phase.values[4], 363.5);
+    EXPECT_NEAR(phase.drift, 1, 1e-12);
+    EXPECT_NEAR(phase.scatter, 0, 1e-9);
+    EXPECT_EQ(series[1].unit, "psi");
+    EXPECT_NEAR(series[1].drift, 2, 1e-12);
+    EXPECT_EQ(series[3].unit, "rps/psi");
+    EXPECT_NEAR(series[6].drift, -1, 1e-12);
+    EXPECT_EQ(series[7].mean, 12.25);
+}
+
+TEST(CycleSeries, scatterIsThatAboutTheTrend) {
+    CycleSeries series;
+    series.values = {1.0, 3.0, 2.0, std::nullopt, 5.0};
+    Summarise(series);
+    // Least squares through (1, 1), (2, 3), (3, 2), (5, 5): slope 7.75 / 8.75, residues by hand.
+    EXPECT_NEAR(series.middle, 2.75, 1e-12);
+    EXPECT_NEAR(series.drift, 7.75 / 8.75, 1e-12);
+    EXPECT_NEAR(series.scatter, std::sqrt((8.75 - 7.75 * 7.75 / 8.75) / 2), 1e-12);
+    EXPECT_NEAR(series.driftError, series.scatter / std::sqrt(8.75), 1e-12);
+}
+
+TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
+    const auto series = SeriesOf(Cycles(12), "psi", "rps");
+    std::vector<StackedLevel> levels(4);
+    for (std::size_t i = 0; i < levels.size(); ++i)
+        levels[i] = {"LEVEL" + std::to_string(i), 12, 12, {1.0, -1.0}, {0.5, 0.25}, "psi", "rps"};
+    for (const PictureSize size : {PictureSize{334, 306}, {80, 60}, {800, 480}, {1000, 600}, {3800, 1900}}) {
+        RecordingSurface surface(size);
+        for (const CycleDrawing& drawing :
+             {DrawCycleSeries(surface, "LEVEL1", series, 5), DrawStackedCycles(surface, levels)}) {
+            for (std::size_t i = 0; i < drawing.texts.size(); ++i) {
+                const DeviceBox& box = drawing.texts[i].box;
+                EXPECT_TRUE(box.left >= 0 && box.top >= 0 && box.right <= size.width &&
+                            box.bottom <= size.height);
+                for (std::size_t j = 0; j < i; ++j)
+                    EXPECT_FALSE(box.Meets(drawing.texts[j].box)) << drawing.texts[i].text;
+            }
+        }
+    }
+    RecordingSurface surface({1000, 600});
+    const CycleDrawing drawing = DrawCycleSeries(surface, "LEVEL1", series, 5);
+    ASSERT_EQ(drawing.panels.size(), 8U);
+    EXPECT_THAT(surface.Texts(), testing::Contains("Cycles of LEVEL1, 1 to 12, selected: 5"));
+    EXPECT_THAT(surface.Texts(), testing::Contains(testing::StartsWith("Phase lag (degrees)  mean 12.25")));
+    const CyclePanel& last = drawing.panels[7];
+    EXPECT_EQ(CycleAt(drawing, series[0], {last.X(7.3), last.area.top + 5}), 7);
+    EXPECT_EQ(CycleAt(drawing, series[0], {5, 5}), std::nullopt);
+    EXPECT_GT(last.highest - last.lowest, 0.003) << "equal lags: no picture of the last bits";
+    for (const PlacedText& text : drawing.texts)  // nothing of the right half reaches into the left one
+        EXPECT_FALSE(text.role == TextRole::axisValue && text.box.left < 500 &&
+                     text.box.right > drawing.panels[0].area.right)
+            << text.text;
+    for (const auto& [cycle, value] : {std::pair(5.0, *series[1].values[4]), {12.0, *series[1].values[11]}}) {
+        EXPECT_GT(drawing.panels[1].Y(value), drawing.panels[1].area.top);
+        EXPECT_LT(drawing.panels[1].X(cycle), drawing.panels[1].area.right);
+    }
+    EXPECT_THAT(DrawCycleSeries(surface, "LEVEL1", SeriesOf({}, "", ""), 0).texts[0].text,
+                HasSubstr("no cycles were measured"));
+}
+
+class StackTest : public DravikFixture {};
+
+TEST_F(StackTest, cyclesLieOverEachOtherOnThePhaseLessTheirMeans) {
+    // A saw tooth of 240 s from 100 s on over a falling baseline; the third cycle has a gap.
+    const auto saw = [](std::int32_t t) -> std::optional<double> {
+        if (t >= 60'000 && t < 61'000)
+            return std::nullopt;
+        const int cycle = (t - 10'000) / 24'000;
+        return 1000 - 10.0 * cycle + ((t - 10'000) % 24'000) / 100.0;
+    };
+    AddCurve("LEVEL1", {"ZG", "psi", 11'000, saw});
+    AddCurve("LEVEL1", {"RTC", "rps", 11'000, [](std::int32_t) { return 7.0; }});
+    AddCurve("LEVEL1", {"PVLPOS", "", 11'000, [](std::int32_t) { return 1; }});
+    Select({"LEVEL1"});
+    CurrentSelection().datasets[0].cycles = Cycles(4);
+    const auto levels = StackSelectedLevels();
+    ASSERT_EQ(levels.size(), 1U);
+    EXPECT_EQ(levels[0].of, 4U);
+    EXPECT_EQ(levels[0].cycles, 4U) << "of the flow; the pressure lacks one";
+    ASSERT_EQ(levels[0].pressure.size(), stackedSteps + 1);
+    // 0 … 239 s less 119.5 s.
+    EXPECT_NEAR(*levels[0].pressure[60], 60 - 119.5, 0.01);
+    EXPECT_NEAR(*levels[0].pressure[180], 180 - 119.5, 0.01);
+    EXPECT_NEAR(*levels[0].flow[10], 0, 1e-9);
+    EXPECT_EQ(levels[0].pressureUnit, "psi");
+}
+
+}  // namespace
+}  // namespace vorela::test
