@@ -32,6 +32,9 @@ constexpr std::size_t mostBlocks = 1024;
 /// Curves longer than this many blocks show a progress bar while their overview is built.
 constexpr std::int64_t longCurveBlocks = 500;
 constexpr std::int64_t spotCheckParts = 2;
+/// What a coarse picture looks at in each column.
+constexpr std::int64_t glimpseParts = 2;
+constexpr std::int64_t glimpseSamples = 16;
 
 using SharedBlock = std::shared_ptr<const std::vector<float>>;
 
@@ -221,7 +224,11 @@ double PlotCurveReader::IndexOf(std::int64_t position) const {
 
 std::span<const float> PlotCurveReader::ReadBlock(std::int64_t number) {
     const std::int64_t first = number * blockSamples;
-    const auto count = static_cast<std::size_t>(std::clamp<std::int64_t>(Count() - first, 0, blockSamples));
+    return ReadGrid(first, std::clamp<std::int64_t>(Count() - first, 0, blockSamples));
+}
+
+std::span<const float> PlotCurveReader::ReadGrid(std::int64_t first, std::int64_t samples) {
+    const auto count = static_cast<std::size_t>(samples);
     values_.resize(count);
     present_.resize(count);
     try {
@@ -292,20 +299,45 @@ MinMax PlotCurveReader::Of(std::int64_t first, std::int64_t end) {
 }
 
 const CurveOverview& PlotCurveReader::Overview() {
-    CurveOverview& overview = kept_->overview;
-    const std::int64_t firstBlock = overview.Size() / blockSamples;
+    const std::int64_t firstBlock = kept_->overview.Size() / blockSamples;
     const std::int64_t lastBlock = (Count() - 1) / blockSamples;
     std::optional<ProgressScope> progress;
-    if (lastBlock - firstBlock > longCurveBlocks)
+    if (OverviewIsLong())
         progress.emplace(static_cast<std::int32_t>(firstBlock), static_cast<std::int32_t>(lastBlock));
-    for (std::int64_t number = firstBlock; overview.Size() < Count(); ++number) {
+    while (!GrowOverview(1))
+        if (progress)
+            progress->Update(static_cast<std::int32_t>(kept_->overview.Size() / blockSamples));
+    return kept_->overview;
+}
+
+bool PlotCurveReader::GrowOverview(std::int64_t blocks) {
+    CurveOverview& overview = kept_->overview;
+    for (; blocks > 0 && overview.Size() < Count(); --blocks) {
+        const std::int64_t number = overview.Size() / blockSamples;
         const std::span<const float> read = ReadBlock(number);
         kept_->blockHashes.try_emplace(number, HashOf(read));
         overview.Append(read.subspan(static_cast<std::size_t>(overview.Size() - number * blockSamples)));
-        if (progress)
-            progress->Update(static_cast<std::int32_t>(number));
     }
-    return overview;
+    return overview.Size() >= Count();
+}
+
+double PlotCurveReader::OverviewShare() const {
+    return Count() > 0 ? static_cast<double>(kept_->overview.Size()) / static_cast<double>(Count()) : 1;
+}
+
+bool PlotCurveReader::OverviewIsLong() const {
+    return (Count() - kept_->overview.Size()) / blockSamples > longCurveBlocks;
+}
+
+MinMax PlotCurveReader::Glimpse(std::int64_t first, std::int64_t end) {
+    first = std::max<std::int64_t>(first, 0);
+    end = std::min(end, Count());
+    MinMax result;
+    for (std::int64_t part = 0; part < glimpseParts && first < end; ++part) {
+        const std::int64_t at = first + (end - first) * part / glimpseParts;
+        result.Add(MinMaxOf(ReadGrid(at, std::min(glimpseSamples, end - at))));
+    }
+    return result;
 }
 
 std::optional<RunTimeError> PlotCurveReader::TakeFault() {

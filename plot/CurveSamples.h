@@ -50,6 +50,15 @@ class PlotCurveReader {
     MinMax Of(std::int64_t first, std::int64_t end);
     /// Minima and maxima of the whole curve; built at the first use, extended later.
     const CurveOverview& Overview();
+    /// Takes at most `blocks` more blocks into the overview. True when nothing is left to take.
+    bool GrowOverview(std::int64_t blocks);
+    /// Share of the curve that the overview has, 0 … 1.
+    double OverviewShare() const;
+    /// True while building the overview would make a viewer wait.
+    bool OverviewIsLong() const;
+    /// Minimum and maximum of a few of the positions first … end (excluded), read past the kept blocks: what
+    /// a coarse picture needs of a long record.
+    MinMax Glimpse(std::int64_t first, std::int64_t end);
 
     /// What made samples unreadable, once: nothing when all were read or it was taken before.
     std::optional<RunTimeError> TakeFault();
@@ -59,6 +68,7 @@ class PlotCurveReader {
                     std::shared_ptr<KeptCurve> kept);
     std::span<const float> Block(std::int64_t number);
     std::span<const float> ReadBlock(std::int64_t number);
+    std::span<const float> ReadGrid(std::int64_t first, std::int64_t samples);
     void Refresh(const ItemInfo& now, bool verify);
     bool SpotChecksHold();
 

@@ -1,6 +1,7 @@
 #include "plot/PlotData.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 
 #include "db/CommonCurves.h"
@@ -68,8 +69,24 @@ void CollectSamples(PlotCurveReader& curve, TimeSpan span, PointCollector& colle
         value(span.end);
 }
 
+/// Columns wide enough for the overview to answer.
+bool IsWide(const PlotCurveReader& curve, std::int32_t step) {
+    return step / std::max<std::int64_t>(curve.Info().step, 1) >= overviewColumn;
+}
+
+void CollectGlimpses(PlotCurveReader& curve, TimeSpan span, std::int32_t step, PointCollector& collector) {
+    std::int64_t from = curve.PositionAtOrAfter(span.start);
+    for (std::int64_t time = span.start; time <= span.end; time += step) {
+        const double next = static_cast<double>(std::min<std::int64_t>(time + step, span.end + 1LL));
+        const std::int64_t to = curve.PositionAtOrAfter(next);
+        if (to > 0 && from < curve.Count())
+            collector.Column(static_cast<double>(time) + step / 2.0, curve.Glimpse(from, to));
+        from = to;
+    }
+}
+
 void CollectColumns(PlotCurveReader& curve, TimeSpan span, std::int32_t step, PointCollector& collector) {
-    const bool wide = step / std::max<std::int64_t>(curve.Info().step, 1) >= overviewColumn;
+    const bool wide = IsWide(curve, step);
     const CurveOverview* overview = wide ? &curve.Overview() : nullptr;
     constexpr std::int64_t bucket = CurveOverview::bucketSamples;
     const std::int64_t firstPosition = curve.PositionAtOrAfter(span.start);
@@ -160,7 +177,7 @@ void ReadDatasetCurves(DatasetCurves& curves, const std::array<std::string, quan
         const auto quantity = static_cast<Quantity>(i);
         Attempt(ReadingStep(quantity), [&] {
             plot.curves.push_back({quantity, names[i], GetUnitText(reader->Info().unitCode),
-                                   ReadCurvePoints(*reader, span, request.pointsWanted),
+                                   ReadCurvePoints(*reader, span, request.pointsWanted, request.mayBeCoarse),
                                    RecordedSpan(reader->Info())});
             if (const std::optional<RunTimeError> fault = reader->TakeFault())
                 throw *fault;
@@ -256,20 +273,56 @@ bool ReadDataset(const PlotRequest& request, std::size_t dataset,
 
 }  // namespace
 
-CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted) {
+CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted,
+                            bool mayBeCoarse) {
     CurvePoints result;
     const std::int32_t own = curve.Info().step;
     result.step = SamplingStep(span, pointsWanted, own);
     // Up to two samples a column the samples themselves are drawn, with smooth edges.
     result.dense = result.step > 2 * own;
     PointCollector collector(result);
-    if (result.dense)
+    result.coarse = mayBeCoarse && result.dense && IsWide(curve, result.step) && curve.OverviewIsLong();
+    if (result.coarse)
+        CollectGlimpses(curve, span, result.step, collector);
+    else if (result.dense)
         CollectColumns(curve, span, result.step, collector);
     else
         CollectSamples(curve, span, collector);
     if (!result.points.empty() && result.points.back().IsBreak())
         result.points.pop_back();
     return result;
+}
+
+bool PlotInformation::IsCoarse() const {
+    return std::ranges::any_of(datasets, [](const DatasetPlot& dataset) {
+        return std::ranges::any_of(dataset.curves,
+                                   [](const PlottedCurve& curve) { return curve.values.coarse; });
+    });
+}
+
+double ReadOnForPlot(std::size_t dataset, int milliseconds) {
+    constexpr std::int64_t blocksAtOnce = 16;
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    return Attempt("Get curve values", 1.0, [&] {
+        const DatasetRecord& record =
+            CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), source);
+        std::vector<std::string> fallbacks;
+        DatasetCurves curves(record);
+        if (!curves.Attach(record, ChooseCurveNames(PlotFormat(), fallbacks), false))
+            return 1.0;
+        double done = 0, all = 0;
+        for (std::size_t i = 0; i < quantityCount; ++i) {
+            std::optional<PlotCurveReader>& reader = curves.Reader(i);
+            if (!reader)
+                continue;
+            while (std::chrono::steady_clock::now() < until && !reader->GrowOverview(blocksAtOnce)) {
+            }
+            done += reader->OverviewShare();
+            all += 1;
+        }
+        curves.Detach();
+        return all > 0 ? done / all : 1.0;
+    });
 }
 
 const PlottedCurve* DatasetPlot::Find(Quantity quantity) const {

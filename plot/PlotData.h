@@ -27,13 +27,15 @@ struct CurvePoint {
 /// The values of one curve over the span, one break at most between two runs.
 struct CurvePoints {
     std::int32_t step = 0;
-    bool dense = false;  ///< columns of minima and maxima, else the samples themselves
+    bool dense = false;   ///< columns of minima and maxima, else the samples themselves
+    bool coarse = false;  ///< columns of a few samples each, while the overview of a long curve is not built
     std::vector<CurvePoint> points;
     DataExtent extent;
 };
 /// Reads the points of a span (hundredths of a second) every SamplingStep. Between samples that lie on both
 /// sides of an end of the span the line goes on to that end.
-CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted);
+CurvePoints ReadCurvePoints(PlotCurveReader& curve, TimeSpan span, std::int32_t pointsWanted,
+                            bool mayBeCoarse = false);
 
 struct PlottedCurve {
     Quantity quantity = Quantity::pressure;
@@ -78,6 +80,7 @@ struct PlotInformation {
     std::vector<CycleMark> cycles;              ///< of the first dataset
     std::int32_t selectedCycle = 0;             ///< 0: the window, or none
     std::vector<DatasetPlot> datasets;
+    bool IsCoarse() const;
 };
 
 enum class TimeMode {
@@ -93,7 +96,12 @@ struct PlotRequest {
     TimeSpan zoom;       ///< of TimeMode::zoomed
     bool verify = true;  ///< look whether curves in memory were made anew
     ViewChoice view{};
+    bool mayBeCoarse = false;  ///< rather a coarse picture at once than the whole one after a wait
 };
+
+/// Reads on, for `milliseconds` at most, where a picture was coarse: the share that is done, 1 when the
+/// picture can be drawn whole. Meant to be called between events.
+double ReadOnForPlot(std::size_t dataset, int milliseconds);
 
 /// True when the plot can be drawn. Otherwise false with a message for the plot driver's box; the message is
 /// empty when the failure was reported already. Shows the messages about curves that another one stands in

@@ -19,8 +19,10 @@
 namespace vorela {
 namespace {
 
+constexpr int labelPadding = 3;  // pixels
 constexpr int snapDistance = 6;  // pixels
 constexpr int stepsOfOneGestureMs = 500;
+constexpr int readOnMs = 8;         // of reading between two events
 constexpr int readoutDelayMs = 15;  // the strip follows a drag, the crosshair the pointer at most this often
 const QColor crosshairLine(112, 112, 112);
 const QColor crosshairPlate(255, 255, 225);
@@ -61,8 +63,10 @@ PlotWidget::PlotWidget(QWidget* parent) : QWidget(parent), state_(std::make_uniq
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    for (QTimer* timer : {&state_->redrawTimer, &state_->readoutTimer, &state_->pointerTimer})
+    for (QTimer* timer :
+         {&state_->redrawTimer, &state_->readoutTimer, &state_->pointerTimer, &state_->readOnTimer})
         timer->setSingleShot(true);
+    connect(&state_->readOnTimer, &QTimer::timeout, this, &PlotWidget::ReadOn);
     connect(&state_->pointerTimer, &QTimer::timeout, this, &PlotWidget::ShowCrosshair);
     connect(&state_->redrawTimer, &QTimer::timeout, this, &PlotWidget::Redraw);
     connect(&state_->readoutTimer, &QTimer::timeout, this, &PlotWidget::RefreshReadout);
@@ -106,6 +110,8 @@ void PlotWidget::Clear() {
 void PlotWidget::ClearPicture() {
     State& s = *state_;
     s.redrawTimer.stop();
+    s.readOnTimer.stop();
+    s.readShare = 1;
     s.shown = false;
     s.zoomed = false;
     s.plot = PlotDrawing{};
@@ -129,6 +135,7 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     request.zoom = span;
     request.verify = verify;
     request.view = s.Level().choice;
+    request.mayBeCoarse = true;
     PlotDrawing next;
     bool drawn = false;
     {
@@ -157,6 +164,9 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     s.texts = std::move(texts);
     s.texts.setDevicePixelRatio(ratio);
     s.shown = true;
+    s.readShare = s.plot.information.IsCoarse() ? std::min(s.readShare, 0.999) : 1;
+    if (s.plot.information.IsCoarse())
+        s.readOnTimer.start(0);
     if (mode != TimeMode::zoomed) {
         s.chosen = s.plot.information.span;
         s.scale = CurrentScale(s.dataset);
@@ -167,6 +177,33 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
     if (s.pointer)
         ShowCrosshair();
     return true;
+}
+
+/// A step of reading what a coarse picture lacks, between events; then the picture is drawn whole, with the
+/// axes that all samples give.
+void PlotWidget::ReadOn() {
+    State& s = *state_;
+    if (!s.shown || s.drawing)
+        return;
+    s.drawing = true;
+    {
+        const OnceOnly once(s.told);
+        s.readShare = ReadOnForPlot(s.dataset, readOnMs);
+    }
+    s.drawing = false;
+    if (s.readShare < 1) {
+        update(ReadingPlate());
+        s.readOnTimer.start(0);
+    } else if (s.zoomed) {
+        Redraw();
+    } else {
+        Draw(TimeMode::follow, {}, false);
+    }
+}
+
+QRect PlotWidget::ReadingPlate() const {
+    constexpr QSize plate(240, 24);
+    return {QPoint((width() - plate.width()) / 2, (height() - plate.height()) / 2), plate};
 }
 
 /// The same span again, after a change of size or of the view.
@@ -507,6 +544,15 @@ void PlotWidget::paintEvent(QPaintEvent*) {
             painter.drawLine(QPointF(x, cell.top), QPointF(x, cell.bottom));
     }
     draw(s.texts);
+    if (s.plot.information.IsCoarse()) {
+        painter.setPen(crosshairLine);
+        painter.setBrush(crosshairPlate);
+        painter.drawRect(ReadingPlate().adjusted(0, 0, -1, -1));
+        painter.setPen(Qt::black);
+        painter.drawText(
+            ReadingPlate(), Qt::AlignCenter,
+            tr("Coarse picture: %1 % of the record read").arg(static_cast<int>(s.readShare * 100)));
+    }
     if (s.crosshair)
         PaintCrosshair(painter);
     if (s.drag == Drag::zoom) {
@@ -532,10 +578,14 @@ void PlotWidget::PaintCrosshair(QPainter& painter) const {
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(ToQRect(label.box));
         painter.setPen(Qt::black);
-        QStringList lines;
-        for (const std::string& line : label.lines)
-            lines << QString::fromStdString(line);
-        painter.drawText(ToQRect(label.box), Qt::AlignCenter, lines.join(QLatin1Char('\n')));
+        const double height = (label.box.bottom - label.box.top) / static_cast<double>(label.lines.size());
+        QRectF row(label.box.left, label.box.top, label.box.right - label.box.left, height);
+        for (const std::string& line : label.lines) {
+            painter.drawText(row.adjusted(labelPadding, 0, labelPadding, 0),
+                             Qt::AlignLeft | Qt::AlignVCenter | Qt::TextDontClip,
+                             QString::fromStdString(line));
+            row.translate(0, height);
+        }
     }
 }
 

@@ -125,6 +125,8 @@ class PlotWidget : public QWidget {
 
     bool Draw(TimeMode mode, TimeSpan span, bool verify);
     void Redraw();
+    void ReadOn();
+    QRect ReadingPlate() const;
     void ClearPicture();
     void LeaveView(Step step);
     void View(TimeSpan span, Step step);

@@ -54,6 +54,8 @@ struct PlotWidget::State {
     QTimer redrawTimer;
     QTimer readoutTimer;
     QTimer pointerTimer;
+    QTimer readOnTimer;             ///< while the picture is coarse
+    double readShare = 1;           ///< of the record, for the picture to be whole
     std::optional<QPoint> pointer;  ///< where the pointer hovers
     std::vector<CursorValue> underPointer;
     std::optional<Crosshair> crosshair;

@@ -94,13 +94,14 @@ class Record {
     std::string path_;
 };
 
-void DrawOnce(TimeMode mode, const TimeSpan& span) {
+void DrawOnce(TimeMode mode, const TimeSpan& span, bool mayBeCoarse = false) {
     QImage picture(pictureWidth, pictureHeight, QImage::Format_RGB32);
     PainterSurface surface({&picture, {pictureWidth, pictureHeight}, 1, 1, false, &picture});
     PlotRequest request;
     request.datasets = {0};
     request.mode = mode;
     request.zoom = span;
+    request.mayBeCoarse = mayBeCoarse;
     PlotDrawing drawing;
     if (!RunPlotDriver(surface, request, {}, drawing))
         throw std::runtime_error("the plot was not drawn");
@@ -112,6 +113,25 @@ void FirstDraw(benchmark::State& state) {
         ForgetKeptCurves();
         DrawOnce(TimeMode::chosen, {});
     }
+}
+
+/// What the window shows first of a long record.
+void FirstPicture(benchmark::State& state) {
+    const Record record(state.range(0));
+    while (state.KeepRunning()) {
+        ForgetKeptCurves();
+        DrawOnce(TimeMode::chosen, {}, true);
+    }
+}
+
+/// One step of reading on between two events, asked to take 8 ms at most.
+void ReadOnStep(benchmark::State& state) {
+    const Record record(state.range(0));
+    ForgetKeptCurves();
+    DrawOnce(TimeMode::chosen, {}, true);
+    while (state.KeepRunning())
+        if (ReadOnForPlot(0, 8) >= 1)
+            ForgetKeptCurves();
 }
 
 void Redraw(benchmark::State& state) {
@@ -194,6 +214,8 @@ void Lengths(benchmark::internal::Benchmark* bench) {
 }
 
 BENCHMARK(FirstDraw)->Apply(Lengths)->Iterations(1);
+BENCHMARK(FirstPicture)->Apply(Lengths)->Iterations(1);
+BENCHMARK(ReadOnStep)->Apply(Lengths);
 BENCHMARK(Redraw)->Apply(Lengths);
 BENCHMARK(RedrawWhilePanning)->Apply(Lengths);
 BENCHMARK(EverySample)->Apply(Lengths);

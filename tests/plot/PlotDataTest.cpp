@@ -236,5 +236,33 @@ TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
     EXPECT_EQ(ReadoutTimeText(883.2449), "883.245");
 }
 
+TEST_F(PlotDataTest, aLongRecordIsGlimpsedAtOnceAndReadOnInSteps) {
+    constexpr std::int32_t samples = 4'300'000;  // beyond what is worth a wait
+    const auto wave = [](std::int32_t t) { return 100 + t % 1000 / 10.0 + (t == 1'234'567 ? 500 : 0); };
+    AddCurve("LONG", {"ZG", "psi", samples, wave, 0, 1});
+    AddCurve("LONG", {"RTC", "rps", 1000, wave, 0, 1});
+    AddCurve("LONG", {"PVLPOS", "", 1000, wave, 0, 1});
+    Select({"LONG"});
+    PrsOpt() = {.timeAuto = true};
+    PlotRequest request = Request(1000);
+    request.mayBeCoarse = true;
+    const CurvePoints coarse = Pressure(request);
+    EXPECT_TRUE(coarse.coarse);
+    EXPECT_NEAR(static_cast<double>(coarse.points.size()), 1000, 3);
+    EXPECT_TRUE(*coarse.extent.minimum >= 100 && *coarse.extent.maximum < 200)
+        << "the spike is not found yet";
+    double share = 0;
+    int steps = 0;
+    for (double now = 0; (now = ReadOnForPlot(0, 1)) < 1; ++steps) {
+        EXPECT_GE(now, share);
+        share = now;
+    }
+    EXPECT_GT(steps, 2);
+    const CurvePoints whole = Pressure(request);
+    EXPECT_FALSE(whole.coarse);
+    EXPECT_EQ(*whole.extent.maximum, static_cast<float>(wave(1'234'567)));
+    EXPECT_EQ(*whole.extent.minimum, 100);
+}
+
 }  // namespace
 }  // namespace vorela
