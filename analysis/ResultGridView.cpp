@@ -10,16 +10,17 @@
 #include <QStringList>
 #include <algorithm>
 
+#include "analysis/CellColours.h"
+
 namespace vorela {
 namespace {
 
 constexpr int twipsPerInch = 1440;
 constexpr int lineMargin = 7;
-constexpr int darkestLightBackground = 128;  // lightness from which black text is used
-
-QColor LegibleOn(const QColor& background) {
-    return background.lightness() >= darkestLightBackground ? QColor(Qt::black) : QColor(Qt::white);
-}
+constexpr int valueColumn = 1;
+constexpr int valueCap = 24;           // character widths that the numbers of a value column take at the most
+constexpr double editableTint = 0.14;  // of the highlight colour
+constexpr double markedTint = 0.28;
 
 }  // namespace
 
@@ -27,7 +28,8 @@ int PixelsFromTwips(int twips, int dotsPerInch) {
     return (twips * dotsPerInch + twipsPerInch / 2) / twipsPerInch;
 }
 
-ResultGridView::ResultGridView(QWidget* parent) : QTableWidget(parent) {
+ResultGridView::ResultGridView(QWidget* parent) : QTableWidget(parent), numbers_(new NumberCells(this)) {
+    setItemDelegate(numbers_);
     setEditTriggers(NoEditTriggers);
     setTabKeyNavigation(false);
     setWordWrap(false);
@@ -76,6 +78,8 @@ void ResultGridView::PlaceFixedColumn() {
 
 void ResultGridView::resizeEvent(QResizeEvent* event) {
     QTableWidget::resizeEvent(event);
+    if (event->oldSize().width() != event->size().width() && !widths_.empty())
+        ApplyWidths();
     PlaceFixedColumn();
 }
 
@@ -92,11 +96,15 @@ void ResultGridView::ShowGrid(const ResultGrid& grid) {
     }
     shades_ = grid.shades;
     widths_ = grid.widths;
+    if (!widths_.empty() && widths_.back() == 0)
+        numbers_->CapColumn(columnCount() - 1, valueCap);
     ApplyShades();
+    numbers_->Measure();
     ApplyWidths();
 }
 
 void ResultGridView::ShowTable(const std::vector<std::vector<std::string>>& rows) {
+    MarkRow(-1);
     setRowCount(rows.empty() ? 0 : static_cast<int>(rows.size()) - 1);
     setColumnCount(rows.empty() ? 0 : static_cast<int>(rows.front().size()));
     if (rows.empty())
@@ -112,6 +120,7 @@ void ResultGridView::ShowTable(const std::vector<std::vector<std::string>>& rows
                     QString::fromStdString(
                         rows[static_cast<std::size_t>(row) + 1][static_cast<std::size_t>(column)]));
     }
+    numbers_->Measure();
     resizeColumnsToContents();
 }
 
@@ -134,27 +143,73 @@ void ResultGridView::SetCell(int row, int column, const QString& text) {
     }
 }
 
+void ResultGridView::Colour(QTableWidgetItem& cell, const QColor& background, const QColor& text, bool bold) {
+    if (cell.background().color() != background || cell.background().style() == Qt::NoBrush)
+        cell.setBackground(background);
+    if (cell.foreground().color() != text || cell.foreground().style() == Qt::NoBrush)
+        cell.setForeground(text);
+    QFont wanted;
+    wanted.setBold(bold);
+    if (cell.font().bold() != bold)
+        cell.setFont(wanted);
+}
+
+void ResultGridView::Mark(int row, int column, CellMark mark) {
+    if (item(row, column)->data(cellMarkRole).toInt() != static_cast<int>(mark))
+        item(row, column)->setData(cellMarkRole, static_cast<int>(mark));
+}
+
 void ResultGridView::ApplyShades() {
     const QColor orange(paleOrange.red, paleOrange.green, paleOrange.blue);
     const QPalette colours = palette();
     for (int row = 0; row < rowCount(); ++row) {
         const auto position = static_cast<std::size_t>(row);
         const RowShade shade = position < shades_.size() ? shades_[position] : RowShade::none;
+        const auto editable = editable_.find(row);
         for (int column = 0; column < columnCount(); ++column) {
             const bool fixed = column == 0 || (row == 0 && headerRow_);
+            const bool edited = column == valueColumn && editable != editable_.end();
             QColor background = colours.color(fixed ? QPalette::Button : QPalette::Base);
-            QColor text = colours.color(fixed ? QPalette::ButtonText : QPalette::Text);
-            if (shade != RowShade::none) {
+            if (edited)
+                background = Tinted(background, colours.color(QPalette::Highlight), editableTint);
+            if (shade != RowShade::none)
                 background = shade == RowShade::paleOrange ? orange : colours.color(QPalette::Mid);
-                text = LegibleOn(background);
-            }
-            QTableWidgetItem* cell = item(row, column);
-            if (cell->background().color() != background || cell->background().style() == Qt::NoBrush)
-                cell->setBackground(background);
-            if (cell->foreground().color() != text || cell->foreground().style() == Qt::NoBrush)
-                cell->setForeground(text);
+            const QColor text =
+                LegibleText(colours.color(fixed ? QPalette::ButtonText : QPalette::Text), background);
+            Colour(*item(row, column), background, text,
+                   shade == RowShade::paleOrange || (row == 0 && headerRow_));
+            Mark(row, column, edited ? editable->second : CellMark::none);
+            if (row == 0 && headerRow_ && column > 0)  // over the numbers
+                item(row, column)->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
         }
     }
+}
+
+void ResultGridView::MarkRow(int row) {
+    markedRow_ = row;
+    ApplyMarkedRow();
+}
+
+void ResultGridView::ApplyMarkedRow() {
+    const QPalette colours = palette();
+    const QColor base = colours.color(QPalette::Base);
+    const QColor tint = Tinted(base, colours.color(QPalette::Highlight), markedTint);
+    for (int row = 0; row < rowCount(); ++row) {
+        const bool marked = row == markedRow_;
+        for (int column = 0; column < columnCount(); ++column) {
+            if (item(row, column) == nullptr)
+                continue;
+            const QColor background = marked ? tint : base;
+            Colour(*item(row, column), background, LegibleText(colours.color(QPalette::Text), background),
+                   marked);
+            Mark(row, column, marked && column == 0 ? CellMark::pointer : CellMark::none);
+        }
+    }
+    numbers_->Measure();
+    for (int column = 0; column < columnCount(); ++column)  // bold is wider
+        setColumnWidth(column, std::max(columnWidth(column), sizeHintForColumn(column)));
+    if (markedRow_ >= 0 && markedRow_ < rowCount())
+        scrollToItem(item(markedRow_, 0));
 }
 
 // The widths are those of the form's design; a column becomes wider only where a caption in the screen's font
@@ -166,8 +221,26 @@ void ResultGridView::ApplyWidths() {
             setColumnWidth(column,
                            std::max(PixelsFromTwips(twips, logicalDpiX()), sizeHintForColumn(column) + 4));
     }
-    const bool lastIsFree = !widths_.empty() && widths_.back() == 0;
-    horizontalHeader()->setStretchLastSection(lastIsFree);
+    horizontalHeader()->setStretchLastSection(false);
+    if (!widths_.empty() && widths_.back() == 0)
+        CapLastColumn();
+}
+
+// Values stay beside their captions however wide the window is: the last column is as wide as its numbers may
+// become or its texts are, and ends with the window at the latest.
+void ResultGridView::CapLastColumn() {
+    const int last = columnCount() - 1;
+    int left = 0;
+    for (int column = 0; column < last; ++column)
+        left += columnWidth(column);
+    const int wanted = std::max(valueCap * fontMetrics().averageCharWidth(), sizeHintForColumn(last) + 4);
+    const int narrowest = valueCap / 3 * fontMetrics().averageCharWidth();
+    setColumnWidth(last, std::max(std::min(wanted, viewport()->width() - left), narrowest));
+}
+
+int ResultGridView::ContentsHeight() const {
+    const int bar = horizontalScrollBar()->isVisible() ? horizontalScrollBar()->height() : 0;
+    return verticalHeader()->length() + bar + 2 * frameWidth();
 }
 
 QString ResultGridView::BlockText(const QItemSelectionRange& block, bool withHeader) const {
@@ -231,8 +304,11 @@ void ResultGridView::contextMenuEvent(QContextMenuEvent* event) {
 
 void ResultGridView::changeEvent(QEvent* event) {
     QTableWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !shades_.empty() && rowCount() > 0)
-        ApplyShades();
+    const bool grid = !shades_.empty() && rowCount() > 0;
+    if (event->type() == QEvent::PaletteChange && rowCount() > 0)
+        grid ? ApplyShades() : ApplyMarkedRow();
+    if (event->type() == QEvent::FontChange && numbers_ != nullptr)
+        numbers_->Measure();
     if (event->type() == QEvent::FontChange && !widths_.empty())
         ApplyWidths();
 }

@@ -49,6 +49,7 @@ void frmCycleInfo::LoadLevel(std::size_t dataset) {
         const std::optional<std::size_t> selected = SelectedEntry(dataset);
         ui_->cboCycle->setCurrentIndex(selected ? static_cast<int>(*selected) : -1);
         ui_->cboCycle->setEnabled(ui_->cboCycle->count() > 0);
+        ui_->fgCycleInfo->MarkRow(ui_->cboCycle->currentIndex());
     });
 }
 
@@ -57,6 +58,7 @@ void frmCycleInfo::ChooseEntry(int entry) {
         return;
     ChooseCycle(dataset_, static_cast<std::size_t>(entry));
     ui_->cboCycle->setCurrentIndex(entry);
+    ui_->fgCycleInfo->MarkRow(entry);
 }
 
 }  // namespace vorela

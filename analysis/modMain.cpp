@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "analysis/ValueHistory.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
 #include "db/DatasetRecord.h"
@@ -366,9 +367,12 @@ bool ChooseCycle(std::size_t dataset, std::size_t entry) {
     CycleRecord& cycles = CurrentSelection().datasets[dataset].cycles;
     if (cycles.count <= 0 || entry >= static_cast<std::size_t>(cycles.count))
         return false;
+    const std::int32_t before = cycles.ShowsWindow() ? windowCycleNumber : cycles.selectedCycle;
     const std::int32_t number = static_cast<std::int32_t>(entry) + 1;
     SelectCycle(cycles, cycles.IsWindow(number) ? windowCycleNumber : number);
-    SetCycleNumber(dataset, cycles.windowSelected ? windowCycleNumber : number);
+    const std::int32_t chosen = cycles.windowSelected ? windowCycleNumber : number;
+    SetCycleNumber(dataset, chosen);
+    NoteCycleChoice(dataset, before, chosen);
     return FillLevelGrid();
 }
 
