@@ -1,8 +1,10 @@
 #include "follow/ActionQueue.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/modMain.h"
@@ -63,6 +65,23 @@ void LearnOfNewCurves(const Database& database, std::size_t index) {
                                        made);
 }
 
+/// The end of what a pass has worked on, by database and dataset; of one selection.
+struct Followed {
+    std::uint64_t generation = 0;
+    std::map<std::pair<std::string, std::string>, std::int32_t> ends;
+};
+
+Followed& CurrentlyFollowed() {
+    static Followed followed;
+    if (followed.generation != CurrentSelection().generation)
+        followed = {CurrentSelection().generation, {}};
+    return followed;
+}
+
+void NoteFollowed(const DatasetRecord& record) {
+    CurrentlyFollowed().ends[{record.database, record.dataset}] = record.extentB;
+}
+
 /// The presentation is read before the extent: when it says that the recording has ended, the extent is the
 /// last one.
 bool ExtendToRecorded(const Database& database, std::size_t index) {
@@ -73,12 +92,16 @@ bool ExtendToRecorded(const Database& database, std::size_t index) {
     const Growth growth = UpdateDatasetInformation(database, datasets, index);
     DatasetRecord& record = datasets[index];
     // Nothing new and nothing owed from a pass that failed: the pass does nothing further for this dataset.
-    if (growth == Growth::none && !record.extensionOwed)
+    if (growth == Growth::none && !record.extensionOwed) {
+        NoteFollowed(record);
         return true;
+    }
     record.extensionOwed = true;
     if (growth == Growth::failed)
         return false;
     record.extensionOwed = !ExtendCurves(database, index);
+    if (!record.extensionOwed)
+        NoteFollowed(record);
     LearnOfNewCurves(database, index);
     return !datasets[index].extensionOwed;
 }
@@ -109,6 +132,12 @@ bool ToldOfClaim(const AnalysisClaim& claim) {
 }
 
 }  // namespace
+
+std::optional<std::int32_t> FollowedTo(const DatasetRecord& record) {
+    const auto& ends = CurrentlyFollowed().ends;
+    const auto found = ends.find({record.database, record.dataset});
+    return found == ends.end() ? std::nullopt : std::optional(found->second);
+}
 
 bool ExtendDataset(std::size_t index) {
     const AnalysisClaim claim({CurrentSelection().datasets[index].database});

@@ -2,9 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace vorela {
+
+struct DatasetRecord;
 
 inline constexpr int actionQueueIntervalMs = 1000;
 
@@ -26,5 +30,9 @@ bool RunActionQueuePass(const ActionQueueView& view);
 /// and cycles, filtered flow. The pass's work, and vorela-batch's. False when a step failed or another
 /// process is analysing the database (the status text names it); the next call takes it up again.
 bool ExtendDataset(std::size_t index);
+
+/// The last index (hundredths of a second) of a selected dataset that a pass has worked on; nothing before
+/// the first one.
+std::optional<std::int32_t> FollowedTo(const DatasetRecord& record);
 
 }  // namespace vorela
