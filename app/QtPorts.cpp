@@ -16,6 +16,7 @@ namespace vorela {
 namespace {
 
 constexpr int repaintIntervalMs = 30;
+constexpr int progressDelayMs = 250;
 constexpr const char* folderSection = "Window";
 constexpr const char* folderKey = "SaveFolder";
 
@@ -119,9 +120,21 @@ int QtPorts::Value() const {
 
 void QtPorts::SetValue(int value) {
     value_ = value;
-    if (bar_)
+    if (bar_) {
         bar_->setValue(value);
+        if (!working_.isValid())
+            working_.start();
+        // A bar that comes and goes with every pass over a recording would only disturb.
+        else if (bar_->isHidden() && working_.elapsed() >= progressDelayMs)
+            bar_->show();
+    }
     Repaint();
+}
+
+void QtPorts::HideProgress() {
+    working_.invalidate();
+    if (bar_)
+        bar_->hide();
 }
 
 void QtPorts::SetText(const std::string& text) {

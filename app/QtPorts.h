@@ -27,6 +27,8 @@ class QtPorts final : public MessagePort, public ProgressPort, public StatusPort
     int Value() const override;
     void SetValue(int value) override;
     void Pulse() override { Repaint(); }
+    /// The work is done: the bar, which shows itself when work takes a while, goes.
+    void HideProgress();
     void SetText(const std::string& text) override;
     std::string Text() const override;
 
@@ -46,6 +48,7 @@ class QtPorts final : public MessagePort, public ProgressPort, public StatusPort
     QPointer<QProgressBar> bar_;
     QPointer<QStatusBar> statusBar_;
     QElapsedTimer sinceRepaint_;
+    QElapsedTimer working_;  ///< since the first progress of the work that runs
     bool repainted_ = false;
     int maximum_ = 0;  // while no bar is attached
     int value_ = 0;

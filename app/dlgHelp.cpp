@@ -18,6 +18,7 @@ dlgHelp::dlgHelp(QWidget* parent) : QWidget(parent, Qt::Window) {
     resize(820, 640);
     text_ = new QTextBrowser(this);
     text_->setObjectName(QStringLiteral("txtHelp"));
+    text_->setAccessibleName(tr("Help text"));
     find_ = new QLineEdit(this);
     find_->setObjectName(QStringLiteral("txtFind"));
     find_->setClearButtonEnabled(true);

@@ -19,13 +19,17 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <map>
 #include <vector>
 
 #include "analysis/ResultGridView.h"
 #include "analysis/modExact.h"
+#include "analysis/ValueHistory.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
+#include "app/CycleOffer.h"
 #include "app/GridEditors.h"
+#include "app/LivePlotBar.h"
 #include "app/QtPorts.h"
 #include "app/WindowPlace.h"
 #include "app/dlgHelp.h"
@@ -101,6 +105,27 @@ void FillChooser(QComboBox& box, const QStringList& entries, int current) {
     box.setEnabled(box.count() > 0);
 }
 
+/// The summary's codes with what they mean, a line each.
+QString SummaryLegend() {
+    QString rows;
+    for (std::size_t i = 1; i < SummaryCodes().size(); ++i)
+        rows += QStringLiteral("<tr><td><b>%1</b>&nbsp;&nbsp;</td><td>%2</td></tr>")
+                    .arg(QString::fromUtf8(SummaryCodes()[i]), QString::fromUtf8(SummaryMeanings()[i]));
+    return QStringLiteral("<table>%1</table>").arg(rows);
+}
+
+/// Rows of a grid that the user edits, with how.
+std::map<int, CellMark> EditableRows(GridKind kind) {
+    if (kind == GridKind::level && !CurrentSelection().datasets.empty())
+        return {{static_cast<int>(levelCycleNumberRow), CellMark::arrow}};
+    std::map<int, CellMark> rows;
+    if (kind == GridKind::quicklook && IntervalCount() > 0)
+        for (const std::size_t row :
+             {quicklookPorosityRow, quicklookViscosityRow, quicklookCompressibilityRow, quicklookHeightRow})
+            rows[static_cast<int>(row)] = CellMark::pencil;
+    return rows;
+}
+
 /// Keys and mouse clicks that arrived while an action ran are not meant for what the window shows afterwards.
 class InputDropper final : public QObject {
   public:
@@ -139,8 +164,17 @@ frmMain::frmMain(QtPorts& ports, QWidget* parent)
     progBar_->setObjectName(QStringLiteral("progBar"));
     progBar_->setTextVisible(false);
     progBar_->setFixedWidth(180);
-    ui_->statBar->addPermanentWidget(lblSelection_);
-    ui_->statBar->addPermanentWidget(progBar_);
+    progBar_->setAccessibleName(tr("Progress"));
+    lblLive_ = new QLabel(this);
+    lblLive_->setObjectName(QStringLiteral("lblLive"));
+    lblLive_->setToolTip(
+        tr("Seconds of the record that were written but not worked on yet, cycles so far, time to the next "
+           "valve "
+           "boundary"));
+    for (QWidget* part : std::initializer_list<QWidget*>{lblLive_, lblSelection_, progBar_})
+        ui_->statBar->addPermanentWidget(part);
+    lblLive_->hide();
+    progBar_->hide();  // until there is progress to show
     ports_.Attach(this, progBar_, ui_->statBar);
     connect(ui_->tsMain, &QTabBar::currentChanged, this, &frmMain::TabClicked);
     // A click on the tab that is shown already refreshes it.
@@ -151,6 +185,7 @@ frmMain::frmMain(QtPorts& ports, QWidget* parent)
     connect(ui_->cboLevel, &QComboBox::activated, this, &frmMain::LevelChosen);
     connect(ui_->cboInterval, &QComboBox::activated, this, &frmMain::IntervalChosen);
     BuildKeys();
+    BuildFurtherMenus();
     tmrMain_.setParent(this);
     tmrMain_.setObjectName(QStringLiteral("tmrMain"));
     tmrMain_.setInterval(actionQueueIntervalMs);
@@ -188,6 +223,16 @@ void frmMain::BuildGrids() {
         meanings.push_back(QString::fromUtf8(meaning));
     ui_->fgSummary->SetHeaderRow(true);
     ui_->fgSummary->SetColumnMeanings(meanings);
+    ui_->lblLegend->setText(SummaryLegend());
+    const std::pair<ResultGridView*, int> firstValues[] = {
+        {ui_->fgLevel, static_cast<int>(levelCycleNumberRow) + 1},
+        {ui_->fgInterval, 2},
+        {ui_->fgQuicklook, 2},
+        {ui_->fgSummary, 1}};
+    for (const auto& [grid, row] : firstValues) {
+        offers_.push_back(new CycleOffer(grid, row));
+        connect(offers_.back(), &CycleOffer::Accepted, this, &frmMain::CalculateCyclesEntry);
+    }
     // The meaning of a code for those who do not use the mouse.
     connect(ui_->fgSummary, &QTableWidget::currentCellChanged, this, [this, meanings](int, int column) {
         if (column > 0 && static_cast<std::size_t>(column) < meanings.size())
@@ -225,6 +270,7 @@ void frmMain::BuildPlotPage() {
     page->addWidget(lblCursors_, 0, Qt::AlignHCenter);
     page->addWidget(new PlotReadoutStrip(picPlot_, curves));
     AddLevelPage(tr("Plot"), curves);
+    BuildLiveBar();
     picPlot_->ConnectCursors(cursors_);
     connect(cursors_, &TimeCursors::CursorMoved, this, &frmMain::CursorsMoved);
     picPlot_->ServeKeysOf(curves);
@@ -361,6 +407,10 @@ void frmMain::UpdateMainWindow() {
         ShowStaleCurves();
         ShowResultHints();
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
+        ShowTitle();
+        ShowRecordingMarks();
+        ShowLiveStatus();
+        ShowUndo();
     });
     FollowExactResults();
     ShowStanding(Text(quiet.Standing()));
@@ -458,7 +508,11 @@ void frmMain::ShowGrids() {
 void frmMain::ShowGrid(int tab) {
     const auto kind = static_cast<GridKind>(tab);
     ResultGridView* views[] = {ui_->fgLevel, ui_->fgInterval, ui_->fgQuicklook, ui_->fgSummary};
+    views[tab - 1]->SetEditable(EditableRows(kind));
     views[tab - 1]->ShowGrid(Grid(kind));
+    if (kind ==
+        GridKind::summary)  // its legend stands right under it, a row left free for the offer to calculate
+        ui_->fgSummary->setMaximumHeight(ui_->fgSummary->ContentsHeight() + 2 * ui_->fgSummary->rowHeight(0));
 }
 
 // The status bar keeps the progress bar in its place when the window's size changes.
@@ -473,7 +527,7 @@ void frmMain::LayOutForTab() {
         ui_->lblInterval->setVisible(interval);
         ui_->cboInterval->setVisible(interval);
         ui_->rowChoosers->setVisible(level || interval);
-        ui_->lblBegin->setVisible(CurrentSelection().datasets.empty());
+        ShowBeginning();
     });
 }
 
@@ -500,6 +554,7 @@ void frmMain::ShowSelectedPlot(bool askedFor) {
         return;
     Attempt(stepTab, [&] {
         picPlot_->ShowDataset(static_cast<std::size_t>(tab - firstDatasetTab));
+        HoldCursors();
         ShowCursorValues();
         ShowCycleView();
     });
@@ -519,8 +574,10 @@ void frmMain::ShowCursorValues() {
 
 void frmMain::CursorsMoved(float cursor1, float cursor2) {
     CurrentCursorPositions() = {cursor1, cursor2};
-    if (!loading_)
-        ShowCursorValues();
+    if (loading_)
+        return;
+    CursorsPutByUser();
+    ShowCursorValues();
 }
 
 // --- The user's choices ---
@@ -561,6 +618,8 @@ void frmMain::LevelChosen(int position) {
     ShownChoice().dataset = static_cast<std::size_t>(position);
     FillLevelGrid();
     ShowGrid(levelTab);
+    ShowBeginning();
+    ShowTitle();
 }
 
 void frmMain::IntervalChosen(int position) {
@@ -571,6 +630,7 @@ void frmMain::IntervalChosen(int position) {
     FillQuicklookGrid();
     ShowGrid(intervalTab);
     ShowGrid(quicklookTab);
+    ShowTitle();
 }
 
 void frmMain::StepChoice(int by) {
@@ -599,11 +659,12 @@ std::optional<TextCell> frmMain::IntervalCell(int row) {
         return std::nullopt;
     const auto commit = [this, field = found->second,
                          interval = ShownChoice().interval](const std::string& text) {
-        auto refusal = SetIntervalValue(field, interval, text);
+        auto refusal = EditIntervalValue(field, interval, text);
         if (!refusal) {
             FillQuicklookGrid();
             ShowGrid(quicklookTab);
             FollowExactResults();
+            ShowUndo();
         }
         return refusal;
     };
@@ -623,6 +684,7 @@ CycleCell frmMain::CycleNumberCell() {
         ChooseCycle(dataset, static_cast<std::size_t>(found - choices.begin()));
         ShowResultHints();
         ShowGrid(levelTab);
+        ShowUndo();
     };
     return {CycleChoices(dataset), commit};
 }
@@ -659,6 +721,7 @@ void frmMain::RunAlone(const std::function<void()>& body) {
         const QScopedValueRollback<bool> running(running_, true);
         body();
     }
+    ports_.HideProgress();
     if (closeWanted_)
         close();
     else if (!waiting_.isEmpty())
@@ -672,6 +735,8 @@ void frmMain::EnableActions(bool on) {
         for (QAction* entry : menu->actions())
             entry->setEnabled(on && (entry != mnuExact_ || !CurrentSelection().datasets.empty()));
     }
+    if (on)
+        ShowUndo();
 }
 
 void frmMain::TimerTick() {
@@ -690,11 +755,7 @@ void frmMain::FollowRecording() {
                             fill[tab - 1]();
                             ShowGrid(tab);
                         },
-                        [this](std::size_t dataset) {
-                            picPlot_->Follow(dataset);
-                            ShowCursorValues();
-                            ShowCycleView();
-                        },
+                        [this](std::size_t dataset) { FollowPlot(dataset); },
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
     if (!stale_.isEmpty())
         ShowStaleCurves();
@@ -704,8 +765,10 @@ void frmMain::FollowRecording() {
     if (exact_)
         exact_->Follow();
     // The pass does not redraw a dataset whose recording has ended; its last samples came with this pass.
+    ShowRecordingMarks();
+    ShowLiveStatus();
     if (followed && !IsPending(*shown))
-        picPlot_->Follow(*shown);
+        FollowPlot(*shown);
     // What a hint asked for may have come with the recording.
     if (!hints_.isEmpty() && ui_->statBar->currentMessage() == hints_)
         ShowSelectionHints();

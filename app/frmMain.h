@@ -13,8 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "follow/CursorHold.h"
 #include "general/RepeatedMessages.h"
 
+class QAction;
 class QDialog;
 class QLabel;
 class QMenu;
@@ -28,8 +30,11 @@ class frmMain;
 
 namespace vorela {
 
+class CycleOffer;
 class GridEditors;
+class LivePlotBar;
 struct CycleCell;
+struct RecentSelection;
 struct TextCell;
 class PlotWidget;
 class QtPorts;
@@ -76,8 +81,10 @@ class frmMain : public QMainWindow {
 
     // Construction
     void BuildMenus();
+    void BuildFurtherMenus();
     void BuildPlotPage();
     void AddLevelPage(const QString& name, QWidget* page);
+    void BuildLiveBar();
     void BuildGrids();
     void BuildKeys();
     static const std::vector<MenuEntry>& MenuEntries();
@@ -86,6 +93,10 @@ class frmMain : public QMainWindow {
     void SelectDataEntry();
     /// Select Data, its dialog prepared before it shows.
     void SelectDatasets(const std::function<void(frmSelectData&)>& prepare);
+    /// The sequence behind a selection that `choose` makes.
+    void RunSelection(const std::function<void()>& choose);
+    void FillRecentMenu();
+    void OpenRecent(const RecentSelection& recent);
     void ImportEntry();
     /// The import dialog with these files; then Select Data with what came in.
     void ImportFiles(const QStringList& files, const std::string& database);
@@ -96,6 +107,8 @@ class frmMain : public QMainWindow {
     void ExitEntry();
     void SavePlotEntry();
     void PrintPlotEntry();
+    void PrintPreviewEntry();
+    void TakeValueStep(bool again);
     void ParametersEntry();
     void CycleInformationEntry();
     void ExactResultsEntry();
@@ -131,6 +144,11 @@ class frmMain : public QMainWindow {
     void ShowStaleCurves();
     void ShowResultHints();
     void ShowStanding(QString error);
+    void ShowTitle();
+    void ShowRecordingMarks();
+    void ShowLiveStatus();
+    void ShowBeginning();
+    void ShowUndo();
 
     // The user's choices
     void TabClicked();
@@ -139,6 +157,7 @@ class frmMain : public QMainWindow {
     void StepChoice(int by);
     void CursorsMoved(float cursor1, float cursor2);
     void UseCycle(int cycle);
+    void CursorsPutByUser();
     std::optional<TextCell> IntervalCell(int row);
     CycleCell CycleNumberCell();
 
@@ -149,6 +168,9 @@ class frmMain : public QMainWindow {
     void RunAlone(const std::function<void()>& body);
     void FollowRecording();
     void FollowExactResults();
+    void FollowWhatIsRecorded();  ///< the timer on, where a selected level is being recorded
+    void FollowPlot(std::size_t dataset);
+    void HoldCursors();
     void EnableActions(bool on);
     /// The dialog, modal over the window, on screen wholly.
     int ShowModal(QDialog& dialog);
@@ -165,7 +187,13 @@ class frmMain : public QMainWindow {
     TimeCursors* cursors_ = nullptr;
     QLabel* lblCursors_ = nullptr;
     QLabel* lblSelection_ = nullptr;
+    QLabel* lblLive_ = nullptr;
     QProgressBar* progBar_ = nullptr;
+    LivePlotBar* liveBar_ = nullptr;
+    std::vector<CycleOffer*> offers_;  ///< of the four grids
+    QMenu* recent_ = nullptr;
+    QAction* undo_ = nullptr;
+    QAction* redo_ = nullptr;
     GridEditors* editors_ = nullptr;
     QTimer tmrMain_;
     QPointer<dlgHelp> help_;
@@ -178,6 +206,8 @@ class frmMain : public QMainWindow {
     QStringList resultHints_;  ///< levels without results at their selected entry
     QRect normalPlace_;
     QStringList waiting_;  ///< files to be opened after the action that runs
+    CursorHold hold_;
+    bool holding_ = false;  ///< the cursors are being put back to the times that are held
     bool running_ = false;
     bool loading_ = false;
     bool closeWanted_ = false;

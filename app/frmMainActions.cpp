@@ -32,6 +32,7 @@
 #include "dravik/chooser/Chooser.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/CurveChecks.h"
+#include "follow/RecentSelections.h"
 #include "follow/StartUp.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
@@ -126,27 +127,36 @@ void frmMain::SelectDataEntry() {
 }
 
 void frmMain::SelectDatasets(const std::function<void(frmSelectData&)>& prepare) {
+    RunSelection([&] {
+        frmSelectData dialog(this);
+        prepare(dialog);
+        ShowModal(dialog);
+    });
+}
+
+void frmMain::RunSelection(const std::function<void()>& choose) {
     tmrMain_.stop();
-    SelectData({[&] {
-                    frmSelectData dialog(this);
-                    prepare(dialog);
-                    ShowModal(dialog);
-                },
-                [this] { return PlotDataCheck(); },
+    SelectData({choose, [this] { return PlotDataCheck(); },
                 [this] {
                     frmFilteredCurves dialog(this);
                     ShowModal(dialog);
                 },
                 [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
     // Also when the sequence broke off: what was selected is followed.
-    const auto& datasets = CurrentSelection().datasets;
-    if (std::any_of(datasets.begin(), datasets.end(),
-                    [](const auto& record) { return record.pendingFlag != 0; }))
-        tmrMain_.start();
+    FollowWhatIsRecorded();
+    RememberSelection();
+    FillRecentMenu();
     // After a cancelled selection the old tabs and values must not stay.
     if (CurrentSelection().datasets.empty())
         UpdateMainWindow();
     ShowSelectionHints();
+}
+
+void frmMain::FollowWhatIsRecorded() {
+    const auto& datasets = CurrentSelection().datasets;
+    if (std::any_of(datasets.begin(), datasets.end(),
+                    [](const auto& record) { return record.pendingFlag != 0; }))
+        tmrMain_.start();
 }
 
 void frmMain::ImportEntry() {

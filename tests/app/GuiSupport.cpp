@@ -120,6 +120,19 @@ void WindowFixture::MakeLevels() {
     MakeLevel("LEVEL3", 6050, 1.5);
 }
 
+void WindowFixture::FinishedJob(const std::vector<std::string>& datasets) {
+    MakeLevels();
+    ports.answers = {true, true, true};
+    SelectThroughDialog(datasets, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
+}
+
+void WindowFixture::EditCell(const char* grid, int row) {
+    GridOf(grid).setFocus();
+    GridOf(grid).setCurrentCell(row, 1);
+    Press(Qt::Key_F2);
+}
+
 void WindowFixture::Trigger(const char* menuEntry) {
     auto* action = window->findChild<QAction*>(QString::fromUtf8(menuEntry));
     ASSERT_NE(action, nullptr) << menuEntry;

@@ -7,11 +7,13 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 
+#include "analysis/ResultGridView.h"
 #include "app/QtPorts.h"
 #include "app/frmMain.h"
 #include "tests/support/DravikFixture.h"
@@ -71,6 +73,12 @@ class WindowFixture : public DravikFixture {
     /// Through File, Select Data..., Add, OK; then `filter` in the dialog of the filtered curves, if it is to
     /// come. Questions are answered by `ports.answers`.
     void SelectThroughDialog(const std::vector<std::string>& datasets, const ModalScript::Step& filter = {});
+    /// Levels with all derived curves and cycles, selected: what the window shows of a finished job.
+    void FinishedJob(const std::vector<std::string>& datasets = {"LEVEL1", "LEVEL2"});
+    ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
+    std::string Cell(const char* grid, int row) { return GridOf(grid).item(row, 1)->text().toStdString(); }
+    void EditCell(const char* grid, int row);
+    std::string Status() { return Find<QStatusBar>(*window, "statBar").currentMessage().toStdString(); }
     void Trigger(const char* menuEntry);
     void SetTab(int tab);  // from 1
 

@@ -34,26 +34,12 @@ namespace {
 
 class MainWindow : public WindowFixture {
   protected:
-    /// Levels with all derived curves and cycles, selected: what the window shows of a finished job.
-    void FinishedJob(const std::vector<std::string>& datasets = {"LEVEL1", "LEVEL2"}) {
-        MakeLevels();
-        ports.answers = {true, true, true};
-        SelectThroughDialog(datasets, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
-        EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
-    }
-    ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
-    std::string Cell(const char* grid, int row) { return GridOf(grid).item(row, 1)->text().toStdString(); }
     /// A menu entry by its caption, as the user finds it.
     void Choose(const char* caption) {
         const auto entries = window->findChildren<QAction*>();
         const auto found = std::ranges::find(entries, caption, &QAction::text);
         ASSERT_NE(found, entries.end()) << caption;
         (*found)->trigger();
-    }
-    void EditCell(const char* grid, int row) {
-        GridOf(grid).setFocus();
-        GridOf(grid).setCurrentCell(row, 1);
-        Press(Qt::Key_F2);
     }
 };
 
