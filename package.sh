@@ -18,6 +18,7 @@ bash packaging/install-packages.sh package
 # What a package holds bears the date of its version, not that of the day on which it was built.
 SOURCE_DATE_EPOCH=$(date -u -d "$(sed -n 's/^## [^ ]* (\(.*\))$/\1/p' CHANGELOG.md | head -n 1)" +%s)
 export SOURCE_DATE_EPOCH QT_RCC_SOURCE_DATE_OVERRIDE=$SOURCE_DATE_EPOCH
+export CCACHE_DISABLE=1 # what comes out of a cache bears the paths that the cache was told
 umask 022
 rm -rf build-package/_CPack_Packages
 cmake --preset package >/dev/null

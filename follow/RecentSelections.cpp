@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "db/CommonCurves.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "general/Ports.h"
