@@ -23,8 +23,8 @@
 #include <vector>
 
 #include "analysis/ResultGridView.h"
-#include "analysis/modExact.h"
 #include "analysis/ValueHistory.h"
+#include "analysis/modExact.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "app/CycleOffer.h"

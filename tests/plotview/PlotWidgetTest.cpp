@@ -354,7 +354,7 @@ TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_TRUE(hasRed(250, 180, 240) && !hasRed(250, 20, 180) && hasRed(750, 60, 120));
     const std::string svg = test::ReadAll(folder.File("plot.SVG"));
     for (const char* text : {"Pressure sensor - P", "well.vdb \u00B7 LEVEL1 \u00B7", "period 160 s",
-                             "no filtered curves", "Vorela 1.05"})
+                             "no filtered curves", "Vorela 1.0.5"})
         EXPECT_NE(svg.find(text), std::string::npos) << text;
     EXPECT_EQ(test::ReadAll(folder.File("plot.pdf")).substr(0, 5), "%PDF-");
     options.monochrome = true;
