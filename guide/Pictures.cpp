@@ -38,7 +38,8 @@ namespace {
 
 constexpr int settleMs = 300;
 constexpr int lookEveryMs = 20;
-constexpr int patienceMs = 60000;
+constexpr int patienceMs = 300000;
+constexpr const char* metMark = "met";
 constexpr QSize windowSize(1000, 620);
 constexpr int level = 1, interval = 2, quicklook = 3, summary = 4, firstPlot = 5;  // tabs
 
@@ -59,6 +60,7 @@ class Photographer {
         : window_(window), out_(out), wells_(wells) {
         QObject::connect(&timer_, &QTimer::timeout, [this] { MeetDialog(); });
         timer_.start(lookEveryMs);
+        QTimer::singleShot(patienceMs, &timer_, [] { Fail(QStringLiteral("it takes too long")); });
     }
 
     void TakeAll();
@@ -84,8 +86,9 @@ class Photographer {
     /// Questions are answered with their default; a dialog is met by the step that its name was given.
     void MeetDialog() {
         auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (dialog == nullptr || dialog == met_)
+        if (dialog == nullptr || dialog->property(metMark).toBool())
             return;
+        dialog->setProperty(metMark, true);
         if (auto* box = qobject_cast<QMessageBox*>(dialog)) {
             if (QAbstractButton* yes = box->button(QMessageBox::Yes))
                 yes->click();
@@ -96,8 +99,8 @@ class Photographer {
         const auto step = steps_.find(dialog->objectName());
         if (step == steps_.end())
             Fail(QStringLiteral("a dialog came: ") + dialog->objectName());
-        met_ = dialog;
-        step->second(*dialog);
+        // Not from within this timer: dialogs that the step opens are to be met, too.
+        QTimer::singleShot(0, dialog, [dialog, meet = step->second] { meet(*dialog); });
     }
 
     /// Chooses a menu entry; the dialog that it opens is saved and dismissed.
@@ -110,7 +113,6 @@ class Photographer {
     }
     void Trigger(const char* entry) {
         Find<QAction>(window_, entry).trigger();
-        met_ = nullptr;
         Wait(settleMs);
     }
     void PhotographTab(int tab, const char* file) {
@@ -127,7 +129,6 @@ class Photographer {
     vorela::frmMain& window_;
     QDir out_, wells_;
     QTimer timer_;
-    QDialog* met_ = nullptr;
     std::map<QString, Step> steps_;
 };
 
@@ -138,7 +139,7 @@ void Photographer::SelectAll(const QString& database, bool photographed) {
             Save(dialog, file);
     };
     steps_[QStringLiteral("frmChooser")] = [this, database, save](QDialog& dialog) {
-        qobject_cast<dravik::frmChooser&>(dialog).OpenFile(wells_.filePath(database));
+        qobject_cast<dravik::frmChooser*>(&dialog)->OpenFile(wells_.filePath(database));
         Wait(settleMs);
         Find<QTreeWidget>(dialog, "lstDatasets").selectAll();
         save(dialog, "chooser.png");
