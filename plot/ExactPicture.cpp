@@ -171,6 +171,20 @@ void DrawBarRange(PictureAxes& axes, double middle, const ValueWithRange& value)
         axes.Arrow({to, middle}, 1, black);
 }
 
+/// Over all bars: above a bar's range where there is room for that, else across it. A bar that is lower than
+/// a line of text has none.
+void LabelBars(PictureAxes& axes, const ProfilePicture& picture) {
+    constexpr double textHeight = 16, aboveRange = 9;
+    for (const ProfileBar& bar : picture.bars) {
+        const double top = axes.At(0, bar.top).y, bottom = axes.At(0, bar.bottom).y;
+        if (bottom - top < textHeight)
+            continue;
+        const bool roomAbove = (bottom - top) / 2 >= textHeight + aboveRange;
+        const double baseline = (top + bottom) / 2 + (roomAbove ? -aboveRange : textHeight / 2);
+        axes.Text({axes.Frame().left + 6, baseline}, bar.label, TextAlignment::bottomLeft);
+    }
+}
+
 void DrawColumn(DrawingSurface& surface, const FrameRectangle& frame, const ProfilePicture& picture,
                 const ProfileColumn& column, bool labelled) {
     const AxisSpan values = ValueSpan(picture, column);
@@ -186,11 +200,10 @@ void DrawColumn(DrawingSurface& surface, const FrameRectangle& frame, const Prof
             axes.Fill({std::min(zero, end), top, std::max(zero, end), bottom}, barOrange);
             axes.Fill({end - 1, top, end + 1, bottom}, black);
         }
-        const double middle = (top + bottom) / 2;
-        DrawBarRange(axes, middle, value);
-        if (labelled)
-            axes.Text({frame.left + 6, middle - 9}, bar.label, TextAlignment::bottomLeft);
+        DrawBarRange(axes, (top + bottom) / 2, value);
     }
+    if (labelled)
+        LabelBars(axes, picture);
 }
 
 }  // namespace
