@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "analysis/modMain.h"
-#include "app/ExactPictures.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
@@ -15,6 +14,7 @@
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "plotview/PictureWidget.h"
+#include "report/ExactPictures.h"
 #include "ui_frmExact.h"
 
 namespace vorela {

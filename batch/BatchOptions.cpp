@@ -163,11 +163,14 @@ void Digest(const RawOptions& raw, BatchOptions& options) {
     if (options.jsonFile && options.jsonFile->empty())
         throw UsageFault{"--json: a file name or - is needed"};
     options.plot = ParsePlot(raw);
+    if (options.reportFile && !HasEnding(*options.reportFile, ".pdf") &&
+        !HasEnding(*options.reportFile, ".html"))
+        throw UsageFault{"--report " + *options.reportFile + ": the name must end in .pdf or .html"};
     CheckDatasetNames(options.datasets);
     if (!options.database.empty())
         options.database = Absolute(options.database);
-    for (std::optional<std::string>* path :
-         {&options.settingsFile, &options.exportFile, &options.jsonFile, &options.tableFile})
+    for (std::optional<std::string>* path : {&options.settingsFile, &options.exportFile, &options.jsonFile,
+                                             &options.tableFile, &options.reportFile})
         if (*path && **path != "-")
             *path = Absolute(**path);
 }
@@ -207,6 +210,8 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("--plot", raw.plotFile, "Writes a plot (.png, .svg or .pdf)");
     app.add_option("--plot-dataset", raw.plotDataset, "Dataset of the plot (default: that of --level)");
     app.add_option("--size", raw.plotSize, "Width and height of the plot, as in 1200x800 (the default)");
+    app.add_option("--report", options.reportFile,
+                   "Writes the report: results, inputs, cycles, plots, curves and notes (.pdf or .html)");
     app.add_option(
            "--plan", options.plan,
            "Plans a test in place of all that: NAME=VALUE[,NAME=VALUE...] of what is assumed, k and skin at "
@@ -235,6 +240,8 @@ void CheckOutputs(const BatchOptions& options) {
         check("--table", *options.tableFile);
     if (options.plot)
         check("--plot", options.plot->path);
+    if (options.reportFile)
+        check("--report", *options.reportFile);
 }
 
 }  // namespace

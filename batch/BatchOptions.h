@@ -59,6 +59,7 @@ struct BatchOptions {
     std::optional<std::string> jsonFile;  ///< "-": standard output
     std::optional<std::string> tableFile;
     std::optional<PlotWish> plot;
+    std::optional<std::string> reportFile;  ///< .pdf or .html
     std::optional<ExactCyclesWish> exactCycles;
     bool follow = false;
     std::vector<std::string> plan;  ///< lists NAME=VALUE[,...] of a plan; not empty: nothing else is done

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "batch/BatchOptions.h"
 
@@ -15,6 +16,8 @@ struct Stop {
 
 /// A line on standard error.
 void Say(const std::string& text);
+/// What was said since the program began.
+const std::vector<std::string>& Said();
 
 /// Ends the work when a routine, which has told why, failed.
 inline void Require(bool routineSucceeded) {

@@ -62,6 +62,7 @@ class ConsoleInPlace {
     ConsoleInPlace(const ConsoleInPlace&) = delete;
     ConsoleInPlace& operator=(const ConsoleInPlace&) = delete;
     int Complaints() const { return console_.Complaints(); }
+    const std::vector<std::string>& Told() const { return console_.Told(); }
 
   private:
     ConsolePorts console_{false};
@@ -312,16 +313,25 @@ std::size_t PlotDataset(const BatchOptions& options) {
                "--plot-dataset " + *options.plot->dataset + ": it is not among the datasets"};
 }
 
-bool WritePlotOf(std::size_t dataset, const PlotWish& wish, const PlotWriter& writePlot) {
+bool WritePlotOf(std::size_t dataset, const PlotWish& wish, const BatchDrawing& drawing) {
     const PlottedRange range = PlottedRangeOf(dataset);
     const auto seconds = [&](double percent) {
         return range.start + percent * (range.end - range.start) / 100;
     };
     const CursorPositions& cursors = CurrentCursorPositions();
-    return writePlot({wish, dataset, {seconds(cursors.cursor1), seconds(cursors.cursor2)}});
+    return drawing.writePlot({wish, dataset, {seconds(cursors.cursor1), seconds(cursors.cursor2)}});
 }
 
-int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotWriter& writePlot) {
+/// All that the run has said by now stands in the report.
+bool WriteReport(const std::string& path, const ExactResults& exact, const ConsoleInPlace& console,
+                 const BatchDrawing& drawing) {
+    ReportSource source{exact, "vorela-batch " + PointedVersion(RunningVersion()), std::time(nullptr)};
+    source.notes = console.Told();
+    source.notes.insert(source.notes.end(), Said().begin(), Said().end());
+    return drawing.writeReport(path, source);
+}
+
+int Work(const BatchOptions& options, const ConsoleInPlace& console, const BatchDrawing& drawing) {
     SettingsOverlay overlay;
     const LoadedLibrariesScope libraries;
     ComposeRooms();
@@ -353,20 +363,33 @@ int Work(const BatchOptions& options, const ConsoleInPlace& console, const PlotW
     const ExactResults exact = options.follow ? ComputeExact(CurrentExactSettings())
                                               : ExactResultsOf(exactLevels.Take(), CurrentExactSettings());
     const bool written = WriteResults(options, exact);
-    const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, writePlot);
-    return soundInput && computed && written && plotted ? exit_status::done : exit_status::failed;
+    const bool plotted = !options.plot || WritePlotOf(plotDataset, *options.plot, drawing);
+    const bool reported = !options.reportFile || WriteReport(*options.reportFile, exact, console, drawing);
+    return soundInput && computed && written && plotted && reported ? exit_status::done : exit_status::failed;
 }
 
 }  // namespace
 
+namespace {
+std::vector<std::string>& SaidByNow() {
+    static std::vector<std::string> said;
+    return said;
+}
+}  // namespace
+
+const std::vector<std::string>& Said() {
+    return SaidByNow();
+}
+
 void Say(const std::string& text) {
+    SaidByNow().push_back(text);
     std::fprintf(stderr, "vorela-batch: %s\n", TerminalText(text).c_str());
 }
 
-int RunBatch(const BatchOptions& options, const PlotWriter& writePlot) {
+int RunBatch(const BatchOptions& options, const BatchDrawing& drawing) {
     const ConsoleInPlace console;
     try {
-        return options.plan.empty() ? Work(options, console, writePlot) : RunPlan(options);
+        return options.plan.empty() ? Work(options, console, drawing) : RunPlan(options);
     } catch (const Stop& stop) {
         if (!stop.text.empty())
             Say(stop.text);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "batch/BatchOptions.h"
+#include "report/ReportContent.h"
 
 namespace vorela {
 
@@ -16,11 +17,14 @@ struct PlotOrder {
     std::size_t dataset = 0;
     std::pair<double, double> cursors;
 };
-/// Writes a plot; false after its message. Handed in, since drawing needs the window toolkit and the work
-/// does not.
-using PlotWriter = std::function<bool(const PlotOrder&)>;
+/// What draws, handed in, since drawing needs the window toolkit and the work does not. False after a
+/// message.
+struct BatchDrawing {
+    std::function<bool(const PlotOrder&)> writePlot;
+    std::function<bool(const std::string& path, const ReportSource&)> writeReport;
+};
 
 /// Does everything that the options ask for and returns the exit status (exit_status::…).
-int RunBatch(const BatchOptions& options, const PlotWriter& writePlot);
+int RunBatch(const BatchOptions& options, const BatchDrawing& drawing);
 
 }  // namespace vorela

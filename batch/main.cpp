@@ -1,11 +1,15 @@
 #include <signal.h>
 
 #include <QGuiApplication>
+#include <array>
 #include <cstdio>
+#include <optional>
+#include <string>
 
 #include "batch/BatchOptions.h"
 #include "batch/BatchWork.h"
 #include "plotview/PlotFile.h"
+#include "plotview/ReportFile.h"
 
 namespace {
 
@@ -16,14 +20,25 @@ void KeepToolkitQuiet(QtMsgType type, const QMessageLogContext&, const QString& 
         std::fprintf(stderr, "vorela-batch: %s\n", qPrintable(text));
 }
 
-/// Fonts and pictures need the toolkit's application object, but no display.
+/// Fonts and pictures need the toolkit's application object, but no display. Made when first drawn.
+class Toolkit {
+  public:
+    void Start() {
+        if (application_)
+            return;
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qInstallMessageHandler(KeepToolkitQuiet);
+        application_.emplace(argc_, argv_.data());
+    }
+
+  private:
+    int argc_ = 1;
+    std::string name_ = "vorela-batch";
+    std::array<char*, 2> argv_{name_.data(), nullptr};
+    std::optional<QGuiApplication> application_;
+};
+
 bool WritePlot(const vorela::PlotOrder& order) {
-    int argc = 1;
-    char name[] = "vorela-batch";
-    char* argv[] = {name, nullptr};
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler(KeepToolkitQuiet);
-    const QGuiApplication application(argc, argv);
     vorela::PlotFileOptions options;
     options.dataset = order.dataset;
     options.width = order.wish.width;
@@ -37,5 +52,16 @@ bool WritePlot(const vorela::PlotOrder& order) {
 int main(int argc, char** argv) {
     signal(SIGXFSZ, SIG_IGN);  // a file at its size limit is a write that fails, not the end of the program
     const vorela::ParsedCommandLine parsed = vorela::ParseCommandLine(argc, argv);
-    return parsed.options ? vorela::RunBatch(*parsed.options, WritePlot) : parsed.exitStatus;
+    if (!parsed.options)
+        return parsed.exitStatus;
+    Toolkit toolkit;
+    return vorela::RunBatch(*parsed.options,
+                            {[&](const vorela::PlotOrder& order) {
+                                 toolkit.Start();
+                                 return WritePlot(order);
+                             },
+                             [&](const std::string& path, const vorela::ReportSource& source) {
+                                 toolkit.Start();
+                                 return vorela::SaveReport(path, source);
+                             }});
 }

@@ -36,6 +36,7 @@ void ConsolePorts::Show(MessageIcon icon, const std::string& title, const std::s
     Wipe();
     if (icon != MessageIcon::information)
         ++complaints_;
+    told_.push_back(title + ": " + text);
     std::fprintf(stderr, "%s: %s\n", title.c_str(), AsLines(text).c_str());
 }
 

@@ -2,6 +2,9 @@
 // progress is shown on a terminal only.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "general/Ports.h"
 
 namespace vorela {
@@ -24,6 +27,8 @@ class ConsolePorts final : public MessagePort, public ProgressPort, public Statu
 
     /// Boxes with the critical or exclamation icon shown so far.
     int Complaints() const { return complaints_; }
+    /// Texts of all boxes shown so far.
+    const std::vector<std::string>& Told() const { return told_; }
 
     /// These ports as the set in use.
     Ports AsPorts() { return {this, this, this, this}; }
@@ -38,6 +43,7 @@ class ConsolePorts final : public MessagePort, public ProgressPort, public Statu
     int maximum_ = 0;
     int value_ = 0;
     int complaints_ = 0;
+    std::vector<std::string> told_;
     std::string status_;
 };
 

@@ -8,13 +8,14 @@ packages=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev
     libsqlite3-dev libcli11-dev nlohmann-json3-dev fonts-liberation libhowardhinnant-date-dev
-    libboost-math-dev libeigen3-dev
+    libboost-math-dev libeigen3-dev libqpdf-dev
 )
 if [ "${1:-}" = gates ]; then
     packages+=(git clang clang-format clang-tidy)
 fi
 if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema python3-numpy)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema python3-numpy
+               poppler-utils)
 fi
 if [ "${1:-}" = package ]; then
     packages+=(dpkg-dev file lintian appstream desktop-file-utils)

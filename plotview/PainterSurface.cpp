@@ -87,8 +87,11 @@ QFont ToQFont(const FontDescription& description) {
 }
 
 bool PainterSurface::Begin() {
-    if (target_.device == nullptr || !(target_.size.width >= 1) || !(target_.size.height >= 1) ||
-        !painter_.begin(target_.device))
+    if (!(target_.size.width >= 1) || !(target_.size.height >= 1))
+        return false;
+    if (target_.painter != nullptr)
+        painter_.save();
+    else if (target_.device == nullptr || !painter_.begin(target_.device))
         return false;
     painter_.scale(target_.painterScale, target_.painterScale);
     if (!target_.isOverlay)
@@ -98,7 +101,10 @@ bool PainterSurface::Begin() {
 
 void PainterSurface::End() {
     Flush();
-    painter_.end();
+    if (target_.painter != nullptr)
+        painter_.restore();
+    else
+        painter_.end();
 }
 
 DrawingObject PainterSurface::CreatePen(const PenDescription& pen) {

@@ -27,9 +27,12 @@ class PainterSurface final : public DrawingSurface {
         /// The device itself where it is a picture in memory of 32-bit opaque pixels.
         QImage* pixels = nullptr;
         bool isOverlay = false;  ///< what is there stays; nothing is cleared at the beginning
+        /// A painter at work in place of the device: the picture becomes part of its page, at the origin.
+        QPainter* painter = nullptr;
     };
     /// The device must live until End().
-    explicit PainterSurface(const Target& target) : target_(target) {}
+    explicit PainterSurface(const Target& target)
+        : target_(target), painter_(target.painter != nullptr ? *target.painter : own_) {}
 
     bool Begin() override;
     void End() override;
@@ -60,7 +63,8 @@ class PainterSurface final : public DrawingSurface {
     void FillStraightLines();
 
     Target target_;
-    QPainter painter_;
+    QPainter own_;
+    QPainter& painter_;
     std::map<DrawingObject, QPen> pens_;
     std::map<DrawingObject, QBrush> brushes_;
     std::map<DrawingObject, QFont> fonts_;

@@ -27,7 +27,13 @@ class PresentationKept {
     PresentationOptions before_;
 };
 
-bool DrawPlot(DrawingSurface& surface, const PlotFileOptions& options) {
+PictureFileOptions PictureOptionsOf(const PlotFileOptions& options) {
+    return {options.width, options.height, options.resolution, "Vorela plot"};
+}
+
+}  // namespace
+
+bool DrawPlotPicture(DrawingSurface& surface, const PlotFileOptions& options) {
     const PresentationKept kept;
     PlotRequest request;
     request.datasets = {options.dataset};
@@ -45,18 +51,12 @@ bool DrawPlot(DrawingSurface& surface, const PlotFileOptions& options) {
     return RunPlotDriver(surface, request, style, drawing);
 }
 
-PictureFileOptions PictureOptionsOf(const PlotFileOptions& options) {
-    return {options.width, options.height, options.resolution, "Vorela plot"};
-}
-
-}  // namespace
-
 std::optional<QImage> PlotPicture(const PlotFileOptions& options) {
     return Attempt("Copying plot", std::optional<QImage>{}, [&] {
         const PictureFileOptions picture = PictureOptionsOf(options);
         CheckPictureOptions(picture);
         QImage image =
-            PictureImage(picture, [&](DrawingSurface& surface) { return DrawPlot(surface, options); });
+            PictureImage(picture, [&](DrawingSurface& surface) { return DrawPlotPicture(surface, options); });
         return image.isNull() ? std::nullopt : std::optional(std::move(image));
     });
 }
@@ -64,7 +64,7 @@ std::optional<QImage> PlotPicture(const PlotFileOptions& options) {
 bool SavePlot(const std::string& path, const PlotFileOptions& options) {
     return Attempt("Saving plot", false, [&] {
         return WritePicture(path, PictureOptionsOf(options),
-                            [&](DrawingSurface& surface) { return DrawPlot(surface, options); });
+                            [&](DrawingSurface& surface) { return DrawPlotPicture(surface, options); });
     });
 }
 
@@ -83,7 +83,7 @@ bool PrintPlot(QPrinter& printer, const PlotFileOptions& options) {
         target.painterScale = printer.resolution() / unitsPerInch;
         target.isVector = true;
         PainterSurface surface(target);
-        return DrawPlot(surface, paper);
+        return DrawPlotPicture(surface, paper);
     });
 }
 

@@ -35,6 +35,10 @@ std::optional<QImage> PlotPicture(const PlotFileOptions& options);
 /// names the file or what is wrong with the data.
 bool SavePlot(const std::string& path, const PlotFileOptions& options);
 
+/// Draws the plot between Begin and End of the surface; its size is the surface's. False after a message box
+/// or report.
+bool DrawPlotPicture(DrawingSurface& surface, const PlotFileOptions& options);
+
 /// Prints the plot on one page of a prepared printer; width, height and resolution are the page's. False
 /// after a report.
 bool PrintPlot(QPrinter& printer, const PlotFileOptions& options);

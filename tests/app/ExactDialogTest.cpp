@@ -11,8 +11,8 @@
 #include "analysis/ExactTables.h"
 #include "analysis/ResultGridView.h"
 #include "analysis/modExact.h"
-#include "app/ExactPictures.h"
 #include "app/frmExact.h"
+#include "report/ExactPictures.h"
 #include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
 

@@ -1,4 +1,4 @@
-#include "app/ExactPictures.h"
+#include "report/ExactPictures.h"
 
 #include <algorithm>
 #include <array>
