@@ -109,6 +109,7 @@ class frmMain : public QMainWindow {
     void PrintPlotEntry();
     void PrintPreviewEntry();
     void TakeValueStep(bool again);
+    void SaveReportEntry();
     void ParametersEntry();
     void CycleInformationEntry();
     void ExactResultsEntry();
@@ -141,6 +142,7 @@ class frmMain : public QMainWindow {
     void ShowCycleView();
     bool PlotDataCheck();
     void ShowSelectionHints();
+    QStringList SelectionHints() const;
     void ShowStaleCurves();
     void ShowResultHints();
     void ShowStanding(QString error);

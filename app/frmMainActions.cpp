@@ -9,12 +9,15 @@
 #include <QStatusBar>
 #include <QTabBar>
 #include <algorithm>
+#include <ctime>
+#include <filesystem>
 #include <iterator>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "analysis/frmCycleInfo.h"
+#include "analysis/modExact.h"
 #include "analysis/modMain.h"
 #include "app/QtPorts.h"
 #include "app/WindowPlace.h"
@@ -38,6 +41,7 @@
 #include "general/modGeneral.h"
 #include "plotview/PlotFile.h"
 #include "plotview/PlotWidget.h"
+#include "plotview/ReportFile.h"
 #include "plotview/TimeCursors.h"
 #include "plotview/frmPlotFormat.h"
 #include "plotview/frmPlotScales.h"
@@ -78,6 +82,7 @@ const std::vector<frmMain::MenuEntry>& frmMain::MenuEntries() {
         {"File", "Save &Plot to File...", &frmMain::SavePlotEntry, "Ctrl+Shift+S"},
         {"File", "&Print Plot...", &frmMain::PrintPlotEntry, "Ctrl+P"},
         {"File", "&Import Recording...", &frmMain::ImportEntry, "Ctrl+O"},
+        {"File", "Save &Report...", &frmMain::SaveReportEntry, "Ctrl+R"},
         {"Edit", "&Parameters...", &frmMain::ParametersEntry, "Ctrl+E"},
         {"View", "&Cycle information...", &frmMain::CycleInformationEntry, "Ctrl+I"},
         {"View", "E&xact results...", &frmMain::ExactResultsEntry, "Ctrl+K"},
@@ -226,7 +231,7 @@ void frmMain::TakeFiles(const QStringList& files) {
 
 // What an engineer would otherwise find out late: foreign units, and curves that are there while no cycle was
 // measured.
-void frmMain::ShowSelectionHints() {
+QStringList frmMain::SelectionHints() const {
     QStringList hints = stale_ + resultHints_;
     for (const std::string& line : UnitWarnings())
         hints << QString::fromStdString(line);
@@ -243,7 +248,11 @@ void frmMain::ShowSelectionHints() {
     });
     if (unmeasured)
         hints << tr("No cycles yet: choose Action, Calculate cycle info...");
-    hints_ = hints.join(QStringLiteral("; "));
+    return hints;
+}
+
+void frmMain::ShowSelectionHints() {
+    hints_ = SelectionHints().join(QStringLiteral("; "));
     ui_->statBar->showMessage(hints_);
 }
 
@@ -302,6 +311,25 @@ void frmMain::PrintPlotEntry() {
         options.monochrome = printer.colorMode() == QPrinter::GrayScale;
         if (PrintPlot(printer, options))
             ui_->statBar->showMessage(tr("Plot printed"));
+    });
+}
+
+void frmMain::SaveReportEntry() {
+    Run([this] {
+        if (!DataSelected())
+            return;
+        std::filesystem::path database = CurrentSelection().datasets.front().database;
+        const auto choice = CurrentPorts().saveFile->AskSaveFile(
+            {"Save Vorela Report", "PDF Document (*.pdf)|*.pdf|HTML Page (*.html)|*.html|", 1,
+             database.replace_extension().string() + " report", FilesInUse()});
+        if (!choice)
+            return;
+        ReportSource source{ComputeExact(CurrentExactSettings()),
+                            "Vorela " + PointedVersion(RunningVersion()), std::time(nullptr)};
+        for (const QString& hint : SelectionHints())
+            source.notes.push_back(hint.toStdString());
+        if (SaveReport(choice->path, source))
+            ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
     });
 }
 
