@@ -23,10 +23,12 @@ caption { text-align: left; font-weight: bold; padding: 2px 0 4px; }
 th, td { border: 1px solid var(--rule); padding: 3px 8px; text-align: left; vertical-align: top; }
 thead th { background: var(--head); } tbody th { font-weight: normal; color: var(--faint); }
 .n { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; } .d { color: var(--mark); font-weight: bold; }
+thead th.n { white-space: normal; vertical-align: bottom; } thead + tbody th { white-space: nowrap; }
 figure { margin: 12px 0; } figure img { width: 100%; max-width: 1000px; height: auto; background: #ffffff; }
 @page { size: A4; margin: 15mm; }
 @media print { :root { --ink: #000; --paper: #fff; --faint: #444; --rule: #aaa; --head: #eee; --mark: #000; --link: #000; }
-  body { font-size: 10pt; max-width: none; padding: 0; } table { font-size: 8pt; } th, td { padding: 1px 4px; }
+  body { font-size: 10pt; max-width: none; padding: 0; } table { font-size: 7pt; } th, td { padding: 1px 3px; }
+  figure img { width: auto; max-width: 100%; max-height: 100mm; }
   nav { display: none; } .new { break-before: page; } h2, h3, caption { break-after: avoid; }
   tr, figure { break-inside: avoid; } thead { display: table-header-group; } .wide { overflow: visible; } }
 )";
