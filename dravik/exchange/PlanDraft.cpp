@@ -41,7 +41,7 @@ CellRules PlanDraft::RulesOfCells(const NumberFormat& format) const {
 void PlanDraft::TakeTime(const HeadColumns& columns) {
     TakeTime(FindTimeColumns(columns, choices));
     TimeRule& rule = plan.reading.time;
-    if (rule.isNumber || rule.columns.empty())
+    if (rule.isNumber || rule.columns.empty() || !rule.parts.empty())
         return;
     const std::vector<std::string>& cells = columns.Cells(rule.columns.back());
     rule.descending = ClocksFall(cells);

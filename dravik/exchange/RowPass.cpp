@@ -111,7 +111,7 @@ class RowPass {
         Stamp stamp;
         std::array<StampCache, 2> stamps;
         if (rules_.time.startColumns.empty() ||
-            !ReadStampCells(row, rules_.time.startColumns, "", stamps, stamp) || !stamp.hasDate)
+            !ReadStamp(row, rules_.time, rules_.time.startColumns, stamps, stamp) || !stamp.hasDate)
             return std::nullopt;
         for (std::size_t i = 0; i < dateOrders; ++i) {
             const auto order = static_cast<DateOrder>(i);

@@ -21,6 +21,11 @@ class StampParser {
 
     bool Parse() {
         SkipWeekday();
+        const std::string_view before = rest_;
+        if (TakePackedStamp())
+            return rest_.empty();
+        rest_ = before;
+        stamp_ = {};
         if (TakeClock()) {
             SkipBetween();
             if (!rest_.empty())
@@ -119,6 +124,26 @@ class StampParser {
         return false;
     }
 
+    /// 20240301T095800, with or without seconds, fraction and zone; the T tells it from a number.
+    bool TakePackedStamp() {
+        int date = 0;
+        int clock = 0;
+        const bool dated = TakeDigits(date) == 8 && TakeChar("Tt");
+        const int digits = dated ? TakeDigits(clock) : 0;
+        if (digits != 4 && digits != 6)
+            return false;
+        const int seconds = digits == 6 ? clock % 100 : 0;
+        const int minutes = digits == 6 ? clock / 100 % 100 : clock % 100;
+        const int hours = digits == 6 ? clock / 10000 : clock / 100;
+        stamp_.parts = {date / 10000, date / 100 % 100, date % 100};
+        stamp_.orders = SetOf(DateOrder::ymd);
+        stamp_.orderIsPlain = true;
+        stamp_.clockSeconds = hours * hourSeconds + minutes * 60.0 + seconds;
+        stamp_.clockSeconds += digits == 6 ? TakeFraction() : 0.0;
+        stamp_.hasClock = hours <= 24 && minutes < 60 && seconds < 60 && TakeZone();
+        return stamp_.hasClock && FinishDate();
+    }
+
     /// 2024-03-01, 1.3.2024, 3/1/24 ...
     bool TakeNumericDate() {
         std::array<int, 3> digits{};
@@ -210,7 +235,7 @@ class StampParser {
         const bool three = TakeChar(":");
         if (three && TakeDigits(parts[2]) != 2)
             return false;
-        const double fraction = TakeFraction();
+        const double fraction = three && TakeMillisecondsMark() ? TakeMilliseconds() : TakeFraction();
         stamp_.minutesOnly = !three && stamp_.hasFraction;
         const int small = three ? std::max(parts[1], parts[2]) : parts[1];
         if (small > 59 || (stamp_.minutesOnly && parts[0] > 59))
@@ -220,6 +245,21 @@ class StampParser {
                                   : parts[0] * hourSeconds + parts[1] * 60.0 + parts[2] + fraction;
         stamp_.hasClock = TakeHalfOfDay(parts[0]) && TakeZone();
         return stamp_.hasClock;
+    }
+
+    /// A third colon, three digits behind it: hh:mm:ss:mmm. Fewer might be frames, or milliseconds unpadded.
+    bool TakeMillisecondsMark() {
+        const auto isDigitAt = [&](std::size_t at) { return at < rest_.size() && IsDigit(rest_[at]); };
+        return !rest_.empty() && rest_.front() == ':' && isDigitAt(1) && isDigitAt(2) && isDigitAt(3) &&
+               !isDigitAt(4);
+    }
+
+    double TakeMilliseconds() {
+        int milliseconds = 0;
+        rest_.remove_prefix(1);
+        TakeDigits(milliseconds);
+        stamp_.hasFraction = true;
+        return milliseconds / 1000.0;
     }
 
     double TakeFraction() {

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "dravik/exchange/ExchangeError.h"
+#include "dravik/exchange/SpreadTime.h"
 #include "general/NumberText.h"
 #include "interfaces/DKBase.h"
 
@@ -93,6 +94,10 @@ bool RisesEvenlyAsClocks(const std::vector<double>& values) {
     return allNear(StepsOf(clocks)) && !allNear(StepsOf(values));
 }
 
+bool Contains(const std::vector<std::size_t>& columns, std::size_t column) {
+    return std::find(columns.begin(), columns.end(), column) != columns.end();
+}
+
 /// Searches the columns in the order of trust.
 class TimeColumnFinder {
   public:
@@ -105,7 +110,7 @@ class TimeColumnFinder {
             TakeChosen();
         else if (!(choices_.indexKind == DK_INDEX_DEPTH
                        ? FindDepth()
-                       : FindStamp() || FindNumber() || FindDepth() || FindEven()))
+                       : FindSpread() || FindStamp() || FindNumber() || FindDepth() || FindEven()))
             finding_.problems.push_back("no column tells the time (--time COL)");
         return std::move(finding_);
     }
@@ -127,9 +132,15 @@ class TimeColumnFinder {
     void TakeChosen() {
         for (const std::string& column : choices_.time)
             finding_.rule.columns.push_back(FindColumn(column, head_.Names(), head_.Captions()));
+        if (const auto spread = AsSpreadTime(head_, finding_.rule.columns);
+            spread && choices_.timeFormat.empty())
+            return TakeSpread(*spread);
         const std::size_t first = finding_.rule.columns.front();
-        if (head_.Kind(first) == CellKind::number && choices_.timeFormat.empty())
+        if (head_.Kind(first) == CellKind::number && choices_.timeFormat.empty()) {
+            if (choices_.time.size() > 1)
+                finding_.problems.push_back("the columns of --time make no whole time (--time-format FMT)");
             return TakeNumber(first);
+        }
         finding_.rule.indexKind = DK_INDEX_TIME;
         AddMilliseconds();
     }
@@ -153,6 +164,35 @@ class TimeColumnFinder {
         AddMilliseconds();
         TakeStepsOfNumbers();
         return true;
+    }
+
+    bool FindSpread() {
+        SpreadTime spread = FindSpreadTime(head_);
+        doubtful_ = spread.doubtful;
+        const bool clock = FirstOfKind(CellKind::clock, true).has_value() &&
+                           !FirstOfKind(CellKind::date, false) && !FirstOfKind(CellKind::dateTime, true);
+        if (clock && spread.yearAlone)
+            finding_.problems.push_back(
+                "a year but no whole date beside the clocks (--time COL,COL --time-format FMT)");
+        const bool tellsStart =
+            First([&](std::size_t i) { return IsTimeNumber(i) && !Contains(spread.columns, i); }).has_value();
+        if (spread.columns.empty() || (!spread.changes && !tellsStart))
+            return false;
+        TakeSpread(spread);
+        TakeStepsOfNumbers();
+        return true;
+    }
+
+    void TakeSpread(const SpreadTime& spread) {
+        finding_.rule.columns = spread.columns;
+        finding_.rule.parts = spread.parts;
+        finding_.rule.descending = spread.descending;
+        finding_.rule.indexKind = DK_INDEX_TIME;
+        std::string names;
+        for (const std::size_t column : spread.columns)
+            names += (names.empty() ? "" : ", ") + head_.Name(column).name;
+        finding_.notes.push_back("columns " + names + " are joined to the time (--time)");
+        AddMilliseconds();
     }
 
     /// Some loggers write the milliseconds of a clock into a column of their own.
@@ -189,7 +229,8 @@ class TimeColumnFinder {
             repeats += StampText(row) == StampText(row - 1) ? 1 : 0;
         if (repeats * 50 <= rows)
             return;
-        const auto steps = First([&](std::size_t i) { return IsTimeNumber(i); });
+        const auto steps =
+            First([&](std::size_t i) { return IsTimeNumber(i) && !Contains(finding_.rule.columns, i); });
         if (!steps)
             return;
         finding_.rule.startColumns = finding_.rule.columns;
@@ -257,11 +298,17 @@ class TimeColumnFinder {
     }
 
     void TakeNumber(std::size_t column) {
+        if (choices_.time.empty() && Contains(doubtful_, column))
+            finding_.problems.push_back("column " + head_.Name(column).name +
+                                        " may be a part of a time only (--time COL,COL --time-format FMT, or "
+                                        "--time " +
+                                        head_.Name(column).name + ")");
         SettleNumberUnit(head_, column, head_.Name(column).unit, choices_, finding_);
     }
 
     const HeadColumns& head_;
     const Choices& choices_;
+    std::vector<std::size_t> doubtful_;  ///< columns that may be parts of a time only
     TimeFinding finding_;
 };
 

@@ -11,32 +11,22 @@ constexpr double hourSeconds = 3600.0;
 
 }  // namespace
 
-bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
-                    std::array<StampCache, 2>& stamps, Stamp& stamp) {
-    if (!format.empty()) {
+bool ReadStamp(const Row& row, const TimeRule& rule, const std::vector<std::size_t>& columns,
+               std::array<StampCache, 2>& stamps, Stamp& stamp) {
+    if (!rule.parts.empty())
+        return ReadStampParts(row, columns, rule.parts, rule.numbers, stamps, stamp);
+    if (!rule.format.empty()) {
         std::string text(row.Cell(columns.front()));
         for (std::size_t i = 1; i < columns.size(); ++i)
             text += " " + std::string(row.Cell(columns[i]));
-        return ParseStampByFormat(text, format, stamp);
+        return ParseStampByFormat(text, rule.format, stamp);
     }
     if (!stamps[0].Parse(row.Cell(columns.front()), stamp))
         return false;
     if (columns.size() < 2)
         return true;
     Stamp second;
-    if (!stamps[1].Parse(row.Cell(columns[1]), second))
-        return false;
-    if (second.hasDate == stamp.hasDate)
-        return second.hasDate != second.hasClock || !second.hasDate;
-    if (second.hasDate)
-        std::swap(stamp, second);
-    stamp.hasClock = true;
-    stamp.clockSeconds = second.clockSeconds;
-    stamp.minutesOnly = second.minutesOnly;
-    stamp.hasFraction = second.hasFraction;
-    stamp.hasZone = second.hasZone;
-    stamp.zoneSeconds = second.zoneSeconds;
-    return true;
+    return stamps[1].Parse(row.Cell(columns[1]), second) && JoinStamps(stamp, second);
 }
 
 bool TimeReader::ReadNumberTime(const Row& row, RowTime& time) {
@@ -93,7 +83,7 @@ bool TimeReader::Read(const Row& row, RowTime& time) {
     if (rule_.isNumber)
         return ReadNumberTime(row, time);
     Stamp stamp;
-    if (!ReadStampCells(row, rule_.columns, rule_.format, stamps_, stamp))
+    if (!ReadStamp(row, rule_, rule_.columns, stamps_, stamp))
         return false;
     if (state_.haveFirst && stamp.hasDate != state_.hasDate)
         return false;

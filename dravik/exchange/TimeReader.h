@@ -10,6 +10,7 @@
 
 #include "dravik/exchange/RowReader.h"
 #include "dravik/exchange/StampCache.h"
+#include "dravik/exchange/StampParts.h"
 
 namespace dravik {
 
@@ -18,7 +19,9 @@ struct TimeRule {
     std::vector<std::size_t> columns;         ///< one; or two of date and clock, in either order
     std::optional<std::size_t> milliseconds;  ///< column added to a clock
     std::vector<std::size_t> startColumns;  ///< of a clock that tells the start where numbers tell the steps
-    std::int16_t indexKind = 1;             ///< DK_INDEX_...
+    /// Of a stamp spread over columns: one each of `startColumns`, where there are none, of `columns`.
+    std::vector<StampPart> parts;
+    std::int16_t indexKind = 1;  ///< DK_INDEX_...
     bool isNumber = false;
     bool isEpoch = false;     ///< numbers are times since 1970
     double epochShift = 0.0;  ///< seconds from what they count from to 1970
@@ -77,8 +80,8 @@ class TimeReader {
     std::array<std::optional<std::int64_t>, dateOrders> days_{};
 };
 
-/// Date and clock cells of a row as one stamp, in either order.
-bool ReadStampCells(const Row& row, const std::vector<std::size_t>& columns, const std::string& format,
-                    std::array<StampCache, 2>& stamps, Stamp& stamp);
+/// The stamp of a row from these columns: by the rule's format or parts, else date and clock in either order.
+bool ReadStamp(const Row& row, const TimeRule& rule, const std::vector<std::size_t>& columns,
+               std::array<StampCache, 2>& stamps, Stamp& stamp);
 
 }  // namespace dravik

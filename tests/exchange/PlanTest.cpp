@@ -147,6 +147,41 @@ TEST(Plan, FindsTheTime) {
           ",.|P |D ymd|0+100x3|2024-03-31T01:59:59", ""}});
 }
 
+TEST(Plan, JoinsTheColumnsOfATime) {
+    ExpectPlans(
+        {{"Day,Month,Year,Hour,Min,Sec,P\n13,3,2024,9,58,58,1\n13,3,2024,9,58,59,2\n13,3,2024,9,59,0,3\n",
+          ",.|P |Year Month Day Hour Min Sec ymd|0+100x3|2024-03-13T09:58:58", "are joined to the time"},
+         {"YY;MM;DD;hh;mm;P\n24;12;31;23;58;1\n24;12;31;23;59;2\n25;1;1;0;0;3\n",
+          ";.|P |YY MM DD hh mm ymd|0+6000x3|2024-12-31T23:58:00", ""},
+         {"Stunde,Minute,Sekunde,P\n23,59,59.25,1\n23,59,59.75,2\n0,0,0.25,3\n",
+          ",.|P |Stunde Minute Sekunde |25+50x3", "once past midnight"},
+         {"Hour,Min,Sec,P\n0,1,1,1\n0,1,0,2\n0,0,59,3\n", ",.|P |Hour Min Sec |0+100x3", "turned round"},
+         {"Year,DOY,Time,P\n2024,60,9:58:59,1\n2024,60,9:59:00,2\n2024,60,9:59:01,3\n",
+          ",.|P |Year DOY Time ymd|0+100x3|2024-02-29T09:58:59", ""},
+         {"Date,Hour,Min,P\n13.03.2024,9,58,1\n13.03.2024,9,59,2\n13.03.2024,10,0,3\n",
+          ",.|P |Date Hour Min dmy|0+6000x3|2024-03-13T09:58:00", ""},
+         {"Y,M,D,h,m,t (s),P\n2024,3,13,9,58,0,1\n2024,3,13,9,58,1,2\n2024,3,13,9,58,2,3\n",
+          ",.|P |t Y M D h m s|0+100x3|2024-03-13T09:58:00", "the clock repeats"},
+         {"Year,Day,Hour,Sec,P\n2024,73,9,0,1\n2024,73,9,1,2\n2024,73,9,2,3\n",
+          "column Sec may be a part of a time only (--time COL,COL --time-format FMT, or --time Sec)", ""},
+         {"Time,Year,P\n09:58:59,2024,1\n09:59:00,2024,2\n09:59:01,2024,3\n",
+          "a year but no whole date beside the clocks (--time COL,COL --time-format FMT)", ""},
+         {"Sec,Min,Max\n0,12,14\n1,13,14\n2,14,15\n", ",.|MIN MAX |Sec sec|0+100x3", ""},
+         {"Hours,Minutes,P\n0,0,1\n0.005,0.3,2\n0.01,0.6,3\n", ",.|MINUTES P |Hours hours|0+1800x3", ""}});
+    Choices choices;
+    choices.time = {"Hour", "Min", "Sec"};
+    const std::string head = "Day,Month,Year,Hour,Min,Sec,P\n";
+    ExpectPlans(
+        {{head + "13,3,2024,0,0,1,1\n13,3,2024,0,0,2,2\n", ",.|DAY MONTH YEAR P |Hour Min Sec |0+100x2", ""},
+         {head + "13,3,2024,0,0,1,1\n13,3,2024,0,77,2,2\n13,3,2024,0,0,3,3\n",
+          "line 3: \"0\" is no time like those before (--leave-out 3)", ""}},
+        choices);
+    choices.time = {"Year", "Hour"};
+    ExpectPlans({{head + "13,3,2024,1,0,1,1\n13,3,2025,2,0,2,2\n",
+                  "the columns of --time make no whole time (--time-format FMT)", ""}},
+                choices);
+}
+
 TEST(Plan, LeavesOutWhatIsNoRowAndSaysSo) {
     const std::string head = "T,P\n" + rows;
     ExpectPlans(
