@@ -358,6 +358,7 @@ void frmMain::Unload() {
         return;
     unloaded_ = true;
     tmrMain_.stop();
+    picPlot_->Clear();  // a redraw that is due would read through a library that is gone
     Attempt(stepUnload, [&] {
         // The filters live in the library: they go first.
         ReleaseAllFilters();

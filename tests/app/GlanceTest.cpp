@@ -17,6 +17,7 @@
 #include "db/frmSelectData.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/RecentSelections.h"
+#include "platform/DravikLibraries.h"
 #include "plot/modPlotScales.h"
 #include "plotview/TimeCursors.h"
 #include "plotview/frmPlotFormat.h"
@@ -342,6 +343,16 @@ TEST_F(Glance, ToolbarStaysHiddenAndThePreviewShowsThePlot) {
         dialog.reject();
     });
     Trigger("mnuFilePreview");
+}
+
+TEST_F(Glance, RedrawThatIsDueWhenTheWindowClosesReadsNothing) {
+    FinishedJob();
+    SetTab(5);
+    window->resize(window->size() - QSize(60, 40));
+    window->close();
+    QTest::qWait(20);
+    EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
+    ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 
 // --- Without a mouse, without eyes ---
