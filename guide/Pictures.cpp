@@ -41,7 +41,7 @@ constexpr int lookEveryMs = 20;
 constexpr int patienceMs = 300000;
 constexpr const char* metMark = "met";
 constexpr QSize windowSize(1000, 620);
-constexpr int level = 1, interval = 2, quicklook = 3, summary = 4, firstPlot = 5;  // tabs
+constexpr int level = 1, interval = 2, quicklook = 3, summary = 4, firstPlot = 5, shallowest = 8;  // tabs
 
 [[noreturn]] void Fail(const QString& what) {
     std::fprintf(stderr, "guide_pictures: %s\n", qPrintable(what));
@@ -82,6 +82,20 @@ class Photographer {
         return *control;
     }
     static void Click(QWidget& parent, const char* button) { Find<QAbstractButton>(parent, button).click(); }
+
+    /// As the user does it: the dialogs tell an edited box from one that was filled in.
+    static void Type(QWidget& parent, const char* box, const char* text) {
+        auto& line = Find<QLineEdit>(parent, box);
+        line.selectAll();
+        line.insert(QString::fromUtf8(text));
+        QApplication::processEvents();
+        Q_EMIT line.editingFinished();
+    }
+    static void Choose(QWidget& parent, const char* box, int entry) {
+        auto& list = Find<QComboBox>(parent, box);
+        list.setCurrentIndex(entry);
+        Q_EMIT list.activated(entry);
+    }
 
     /// Questions are answered with their default; a dialog is met by the step that its name was given.
     void MeetDialog() {
@@ -166,6 +180,7 @@ void Photographer::PhotographExact() {
             exact = shown;
     if (exact == nullptr)
         Fail(QStringLiteral("the exact results do not show"));
+    Choose(*exact, "cboInterval", 2);
     auto& tabs = Find<QTabWidget>(*exact, "tabs");
     for (const auto& [tab, file] : {std::pair(0, "exact-results.png"), std::pair(1, "exact-impedance.png"),
                                     std::pair(3, "exact-profile.png")}) {
@@ -177,8 +192,8 @@ void Photographer::PhotographExact() {
 
 void Photographer::PhotographPlan() {
     steps_[QStringLiteral("frmPlan")] = [this](QDialog& dialog) {
-        Find<QLineEdit>(dialog, "txtK").setText(QStringLiteral("100"));
-        Find<QLineEdit>(dialog, "txtSkin").setText(QStringLiteral("5"));
+        Type(dialog, "txtK", "100");
+        Type(dialog, "txtSkin", "5");
         Wait(settleMs);
         Save(dialog, "plan.png");
         dialog.reject();
@@ -192,9 +207,9 @@ void Photographer::PhotographImport() {
     dialog.resize(windowSize);
     dialog.show();
     Wait(4 * settleMs);
-    Find<QLineEdit>(dialog, "txtDepth").setText(QStringLiteral("9600"));
-    Find<QComboBox>(dialog, "cboValve").setCurrentIndex(1);
-    Find<QLineEdit>(dialog, "txtFirst").setText(QStringLiteral("120"));
+    Type(dialog, "txtDepth", "9600");
+    Choose(dialog, "cboValve", 1);
+    Type(dialog, "txtFirst", "120");
     Wait(4 * settleMs);
     Save(dialog, "import.png");
 }
@@ -224,7 +239,7 @@ void Photographer::TakeAll() {
     PhotographTab(interval, "interval.png");
     PhotographTab(quicklook, "quicklook.png");
     PhotographTab(summary, "summary.png");
-    PhotographTab(firstPlot, "level-plot.png");
+    PhotographTab(shallowest, "level-plot.png");
     PhotographDialog("mnuView0", "frmCycleInfo", "cycle-information.png");
     PhotographExact();
     PhotographPlan();
@@ -239,8 +254,6 @@ void Photographer::TakeAll() {
 int main(int argc, char* argv[]) {
     if (argc != 3)
         Fail(QStringLiteral("guide_pictures OUT_DIR WELLS_DIR"));
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_SCALE_FACTOR", "2");
     const QDir out(QDir(QString::fromLocal8Bit(argv[1])).absolutePath());
     const QDir wells(QDir(QString::fromLocal8Bit(argv[2])).absolutePath());
     const QApplication application(argc, argv);

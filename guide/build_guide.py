@@ -6,6 +6,7 @@
 Makes OUT_DIR/html/*.html with pictures/ beside them and OUT_DIR/vorela-guide.pdf. Needs python3-markdown and, for the
 PDF, weasyprint."""
 import html
+import json
 import os
 import pathlib
 import re
@@ -49,6 +50,10 @@ def pictures(bin_dir, program, folder, work):
         run("vorela-batch", name, *WELL, *ZONE, "--plot", folder / file, "--plot-dataset", "LEVEL1", "--size", "1000x600")
     run("dravik", "simulate", "demo.dkb", "--noise", "0.005", "--drift", "0.1")
     run("dravik", "export", "demo.dkb", "LEVEL1", "--curves", "ZG,RTC", "--time-format", "dates", "-o", "level1.csv")
+    screen = {"screens": [{"name": "guide", "x": 0, "y": 0, "width": 3200, "height": 2400, "logicalDpi": 96,
+                           "logicalBaseDpi": 96, "dpr": 1}]}
+    (work / "screen.json").write_text(json.dumps(screen), encoding="utf-8")
+    env |= {"QT_QPA_PLATFORM": f"offscreen:configfile={work / 'screen.json'}", "QT_SCALE_FACTOR": "2"}
     settings = (work / "well.ini").read_text(encoding="utf-8")
     zone = "\n".join(word.removeprefix("Presentation.") for word in ZONE[1::2])
     (program.parent / "Vorela.ini").write_text(f"{settings}[Presentation]\n{zone}\n[Exact]\n", encoding="utf-8")
