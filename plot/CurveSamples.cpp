@@ -32,9 +32,9 @@ constexpr std::size_t mostBlocks = 1024;
 /// Curves longer than this many blocks show a progress bar while their overview is built.
 constexpr std::int64_t longCurveBlocks = 500;
 constexpr std::int64_t spotCheckParts = 2;
-/// What a coarse picture looks at in each column.
-constexpr std::int64_t glimpseParts = 2;
-constexpr std::int64_t glimpseSamples = 16;
+/// What a coarse picture looks at in each column: one place, since each is a read of its own and the whole
+/// picture follows soon.
+constexpr std::int64_t glimpseSamples = 32;
 
 using SharedBlock = std::shared_ptr<const std::vector<float>>;
 
@@ -332,12 +332,9 @@ bool PlotCurveReader::OverviewIsLong() const {
 MinMax PlotCurveReader::Glimpse(std::int64_t first, std::int64_t end) {
     first = std::max<std::int64_t>(first, 0);
     end = std::min(end, Count());
-    MinMax result;
-    for (std::int64_t part = 0; part < glimpseParts && first < end; ++part) {
-        const std::int64_t at = first + (end - first) * part / glimpseParts;
-        result.Add(MinMaxOf(ReadGrid(at, std::min(glimpseSamples, end - at))));
-    }
-    return result;
+    if (first >= end)
+        return {};
+    return MinMaxOf(ReadGrid(first, std::min(glimpseSamples, end - first)));
 }
 
 std::optional<RunTimeError> PlotCurveReader::TakeFault() {
