@@ -15,6 +15,7 @@ if [ "${1:-}" = --source ]; then
 fi
 
 bash packaging/install-packages.sh package
+bash packaging/install-packages.sh guide
 # What a package holds bears the date of its version, not that of the day on which it was built.
 SOURCE_DATE_EPOCH=$(date -u -d "$(sed -n 's/^## [^ ]* (\(.*\))$/\1/p' CHANGELOG.md | head -n 1)" +%s)
 export SOURCE_DATE_EPOCH QT_RCC_SOURCE_DATE_OVERRIDE=$SOURCE_DATE_EPOCH
@@ -23,6 +24,10 @@ umask 022
 rm -rf build-package/_CPack_Packages
 cmake --preset package >/dev/null
 cmake --build build-package
+cmake --build build-package --target guide >build-package/guide.log 2>&1 || {
+    cat build-package/guide.log >&2
+    exit 1
+}
 rm -f dist/*.deb dist/*.ddeb
 cpack --config build-package/CPackConfig.cmake -B build-package >build-package/cpack.log 2>&1 || {
     cat build-package/cpack.log >&2

@@ -10,11 +10,13 @@ install(FILES docs/help/Vorela.hlp packaging/demo.ini DESTINATION share/vorela)
 install(FILES docs/schema/vorela-results.schema.json DESTINATION share/vorela)
 install(FILES docs/examples/c/live-recording.c DESTINATION share/doc/vorela/examples)
 install(DIRECTORY docs/examples/scripts/ DESTINATION share/doc/vorela/examples USE_SOURCE_PERMISSIONS)
+file(GLOB examples docs/examples/*.*)
+install(FILES ${examples} DESTINATION share/doc/vorela/examples)
 install(FILES interfaces/DKBase.h DESTINATION include/vorela)
 install(FILES packaging/vorela.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES packaging/vorela.desktop DESTINATION share/applications)
 install(FILES packaging/vorela-mime.xml DESTINATION share/mime/packages RENAME vorela.xml)
-install(FILES packaging/copyright NOTICES.md docs/importing.md DESTINATION share/doc/vorela)
+install(FILES packaging/copyright NOTICES.md DESTINATION share/doc/vorela)
 
 # The registry file names the modules' final folder: a staging folder (DESTDIR) is not part of it. An installation in
 # /usr has it in /etc, every other one under its own prefix, where its programs look first.

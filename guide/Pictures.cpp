@@ -240,6 +240,10 @@ void Photographer::TakeAll() {
     PhotographTab(quicklook, "quicklook.png");
     PhotographTab(summary, "summary.png");
     PhotographTab(shallowest, "level-plot.png");
+    auto& pages = Find<QTabBar>(window_, "tsLevel");
+    pages.setCurrentIndex(1);
+    Save(window_, "cycles.png");
+    pages.setCurrentIndex(0);
     PhotographDialog("mnuView0", "frmCycleInfo", "cycle-information.png");
     PhotographExact();
     PhotographPlan();

@@ -7,7 +7,8 @@ reference chapters beside what the programs say of themselves.
 
 Commands stand in blocks fenced as `console`: a line `$ ...` is a command (`> ...` continues it), what follows is its
 output; commands in blocks fenced as `generated` get their output when the guide is built. A line `...` there stands for any lines, `…` for any text in a line. A command that is meant to fail says so by
-`# status N`. Each chapter runs in a folder of its own that holds docs/examples. --update writes down what is printed now."""
+`# status N`. Each chapter runs in a folder of its own that holds the
+examples, as an installed program has them. --update writes down what is printed now."""
 import json
 import os
 import pathlib
@@ -60,7 +61,9 @@ def run(texts, bin_dir):
     scratch = pathlib.Path(tempfile.mkdtemp(prefix="guide-"))
     wells = scratch / "wells"
     try:
-        shutil.copytree(SOURCE / "docs" / "examples", wells)
+        wells.mkdir()
+        for example in [*SOURCE.glob("docs/examples/*.*"), *SOURCE.glob("docs/examples/scripts/*")]:
+            shutil.copy(example, wells)
         env = {"PATH": f"{bin_dir}:{os.environ['PATH']}", "HOME": str(scratch), "LC_ALL": "C.UTF-8", "TZ": "UTC",
                "TMPDIR": str(scratch), "VORELA_REGISTRY": f"{bin_dir}/vorela.reg"}
         done = subprocess.run(["bash", "-c", script], cwd=wells, env=env, capture_output=False, timeout=500,

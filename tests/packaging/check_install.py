@@ -16,7 +16,7 @@ PROGRAMS = ("Vorela", "vorela-batch", "dravik")
 FILES = """bin/Vorela bin/dravik bin/vorela-batch include/vorela/DKBase.h lib/vorela/DKBase.so lib/vorela/Smooth32.so
 share/applications/vorela.desktop share/bash-completion/completions/Vorela
 share/bash-completion/completions/dravik share/bash-completion/completions/vorela-batch share/doc/vorela/NOTICES.md
-share/doc/vorela/changelog.gz share/doc/vorela/copyright share/doc/vorela/importing.md
+share/doc/vorela/changelog.gz share/doc/vorela/copyright share/doc/vorela/examples/well.ini
 share/icons/hicolor/scalable/apps/vorela.svg share/man/man1/Vorela.1.gz share/man/man1/dravik.1.gz
 share/man/man1/vorela-batch.1.gz share/metainfo/vorela.metainfo.xml share/mime/packages/vorela.xml
 share/vorela/Vorela.hlp share/vorela/demo.ini share/vorela/vorela-results.schema.json
