@@ -16,7 +16,7 @@ namespace {
 
 std::vector<std::string> Prefixed(const std::string& name, std::vector<std::string> lines) {
     for (std::string& line : lines)
-        line = name + ": " + line;
+        line.insert(0, name + ": ");
     return lines;
 }
 

@@ -296,12 +296,12 @@ TEST_F(ReportBatch, MarksInputsThatStillHaveTheirDefaults) {
 }
 
 TEST_F(ReportBatch, EveryNoteOfTheRunIsThere) {
-    // Two levels, of which one ends within its second cycle, so that a selected cycle is missing.
-    Simulate("--levels 2 --cycles 6 --step 50");
+    // One of three levels lacks the selected cycle; a height of 0 fails in a message box.
+    Simulate("--levels 3 --cycles 6 --step 50");
     Dravik("export well.dkb LEVEL1 -o short.csv");
     Shell("head -n 900 short.csv > cut.csv");
     Dravik("import well.dkb cut.csv --dataset LEVEL1 --replace");
-    const HtmlPage page = Report("--cycle 5");
+    const HtmlPage page = Report("--cycle 5 --set Parameters.1Height=0", 1);
     std::istringstream said(last.err);
     std::string line;
     std::size_t lines = 0;
@@ -309,12 +309,13 @@ TEST_F(ReportBatch, EveryNoteOfTheRunIsThere) {
         const std::string note = line.substr(line.find(": ") + 2);
         EXPECT_THAT(page.items, Contains(HasSubstr(note))) << line;
     }
-    EXPECT_GE(lines, 1U);
+    EXPECT_THAT(last.err, AllOf(HasSubstr("Division by zero"), HasSubstr("there is no cycle 5")));
+    EXPECT_GE(lines, 4U);
     for (const Json& interval : results["exact"]["intervals"])
         for (const Json& message : interval["messages"])
             EXPECT_THAT(page.items, Contains(HasSubstr(message.get<std::string>())));
     EXPECT_THAT(page.Fact("Summary", "Notes and warnings"), HasSubstr("listed at the end"));
-    EXPECT_EQ(page.Fact("LEVEL1, " + Shown(results["levels"][1]["depth"]) + " ft",
+    EXPECT_EQ(page.Fact("LEVEL1, " + Shown(results["levels"][2]["depth"]) + " ft",
                         "Harmonic productivity index (rps/psi)"),
               "-")
         << "a level without results at its cycle";
