@@ -95,6 +95,7 @@ class frmMain : public QMainWindow {
     void SelectDatasets(const std::function<void(frmSelectData&)>& prepare);
     /// The sequence behind a selection that `choose` makes.
     void RunSelection(const std::function<void()>& choose);
+    void BuildRecentMenu(QMenu* file);
     void FillRecentMenu();
     void OpenRecent(const RecentSelection& recent);
     void ImportEntry();
@@ -193,7 +194,7 @@ class frmMain : public QMainWindow {
     QProgressBar* progBar_ = nullptr;
     LivePlotBar* liveBar_ = nullptr;
     std::vector<CycleOffer*> offers_;  ///< of the four grids
-    QMenu* recent_ = nullptr;
+    std::vector<QAction*> recent_;
     QAction* undo_ = nullptr;
     QAction* redo_ = nullptr;
     GridEditors* editors_ = nullptr;

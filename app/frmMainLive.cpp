@@ -92,9 +92,7 @@ void frmMain::BuildFurtherMenus() {
     connect(AddEntry(file, "mnuFilePreview", tr("Print Pre&view..."), {}), &QAction::triggered, this,
             &frmMain::PrintPreviewEntry);
     file->addSeparator();
-    recent_ = file->addMenu(tr("Recen&t Selections"));
-    recent_->setObjectName(QStringLiteral("mnuRecent"));
-    connect(recent_, &QMenu::aboutToShow, this, &frmMain::FillRecentMenu);
+    BuildRecentMenu(file);
     edit->addSeparator();
     undo_ = AddEntry(edit, "mnuEditUndo", tr("&Undo"), QKeySequence(Qt::CTRL | Qt::Key_Z));
     redo_ = AddEntry(edit, "mnuEditRedo", tr("&Redo"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
@@ -114,7 +112,6 @@ void frmMain::BuildFurtherMenus() {
     view->addSeparator();
     view->addAction(bar->toggleViewAction());
     bar->toggleViewAction()->setObjectName(QStringLiteral("mnuViewToolbar"));
-    FillRecentMenu();
     ShowUndo();
 }
 
@@ -273,19 +270,33 @@ void frmMain::TakeValueStep(bool again) {
 
 // --- Recent selections ---
 
-void frmMain::FillRecentMenu() {
-    recent_->clear();
-    int number = 1;
-    for (const RecentSelection& one : RecentSelections()) {
-        QString caption =
-            QString::fromStdString(RecentCaption(one)).replace(QLatin1Char('&'), QLatin1String("&&"));
-        QAction* entry = recent_->addAction(QStringLiteral("&%1 %2").arg(number).arg(caption));
-        entry->setObjectName(QStringLiteral("mnuRecent%1").arg(number++));
-        entry->setToolTip(QString::fromStdString(one.levels.front().database));
-        connect(entry, &QAction::triggered, this, [this, one] { OpenRecent(one); });
+// The entries stay for good and only change their texts: one of them may be what is being carried out.
+void frmMain::BuildRecentMenu(QMenu* file) {
+    QMenu* recent = file->addMenu(tr("Recen&t Selections"));
+    recent->setObjectName(QStringLiteral("mnuRecent"));
+    connect(recent, &QMenu::aboutToShow, this, &frmMain::FillRecentMenu);
+    for (std::size_t i = 0; i < mostRecentSelections; ++i) {
+        recent_.push_back(recent->addAction(QString()));
+        recent_.back()->setObjectName(QStringLiteral("mnuRecent%1").arg(i + 1));
+        connect(recent_.back(), &QAction::triggered, this, [this, i] {
+            const std::vector<RecentSelection> all = RecentSelections();
+            if (i < all.size())
+                OpenRecent(all[i]);
+        });
     }
-    if (recent_->isEmpty())
-        recent_->addAction(tr("None yet"))->setEnabled(false);
+    FillRecentMenu();
+}
+
+void frmMain::FillRecentMenu() {
+    const std::vector<RecentSelection> all = RecentSelections();
+    for (std::size_t i = 0; i < recent_.size(); ++i) {
+        const bool there = i < all.size();
+        QString caption = there ? QString::fromStdString(RecentCaption(all[i])) : tr("(none yet)");
+        caption.replace(QLatin1Char('&'), QLatin1String("&&"));
+        recent_[i]->setText(QStringLiteral("&%1 %2").arg(i + 1).arg(caption));
+        recent_[i]->setVisible(there || i == 0);
+        recent_[i]->setToolTip(there ? QString::fromStdString(all[i].levels.front().database) : QString());
+    }
 }
 
 void frmMain::OpenRecent(const RecentSelection& recent) {
