@@ -435,8 +435,9 @@ void frmImport::TakePlan(const JobPlan& job) {
 void frmImport::ShowFileStates() {
     for (int i = 0; i < ui_->lstFiles->count() && i < static_cast<int>(job_.files.size()); ++i) {
         const FilePlan& plan = job_.files[static_cast<std::size_t>(i)];
-        const QString state = plan.CanImport() ? tr("%1 rows").arg(plan.plan.rows)
-                                               : tr("%1 problems").arg(plan.problems.size());
+        const QString state = plan.CanImport()            ? tr("%1 rows").arg(plan.plan.rows)
+                              : plan.problems.size() == 1 ? tr("1 problem")
+                                                          : tr("%1 problems").arg(plan.problems.size());
         ui_->lstFiles->item(i)->setText(
             QStringLiteral("%1 (%2)").arg(QFileInfo(Text(plan.path)).fileName(), state));
     }

@@ -496,7 +496,7 @@ FoundTexts FoundOf(const ImportPlan& plan) {
 
 std::string InWordsOfDialog(std::string text) {
     // The longer names first: one is the beginning of another.
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 21> words{{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 22> words{{
         {"--separator C", "Separator"},
         {"--separator", "Separator"},
         {"--decimal", "Decimal sign"},
@@ -506,6 +506,7 @@ std::string InWordsOfDialog(std::string text) {
         {"--time-unit", "Time unit"},
         {"--time-format FMT", "Time format"},
         {"--time-format", "Time format"},
+        {"--time COL,COL", "Time column"},
         {"--time COL", "Time column"},
         {"--time", "Time column"},
         {"--date-order", "Date order"},

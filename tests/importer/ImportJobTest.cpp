@@ -116,6 +116,8 @@ TEST_F(ImportJob, EveryChoiceShowsInThePlanOrNamesItsControl) {
              c.leaveOut = "3,5,7,9,11-81";
          },
          "; , 60 s: ZG(bar) RTC(rps)"},
+        {[](FileControls& c) { c.time = "#1,#4"; },
+         "the columns of Time column make no whole time (Time format)"},
         {[](FileControls& c) { c.headerLine = "0"; },
          "Line of names \"0\": lines are numbers from 1 on, or two with - between"},
         {[](FileControls& c) { c.leaveOut = "2, x"; },
