@@ -2,18 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <string_view>
 #include <utility>
 
-#include "dravik/exchange/Cells.h"
-#include "dravik/exchange/ChoiceText.h"
 #include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/ExchangeError.h"
-#include "dravik/exchange/Units.h"
+#include "dravik/importer/ColumnSettler.h"
 #include "dravik/importer/ValveSettings.h"
 #include "general/NumberText.h"
 
@@ -23,63 +20,6 @@ namespace {
 constexpr std::size_t shownRows = 25;
 constexpr std::size_t shownColumns = 256;
 constexpr std::size_t shownCharacters = 120;  // bytes of a cell
-constexpr double longestTime = 21474836.0;    // s: what an index in hundredths can say
-
-std::vector<std::string> PartsOf(const std::string& list) {
-    std::vector<std::string> parts;
-    for (std::size_t begin = 0; begin <= list.size();) {
-        const std::size_t end = std::min(list.find(',', begin), list.size());
-        const std::string_view part = TrimmedCell(std::string_view(list).substr(begin, end - begin));
-        if (!part.empty())
-            parts.emplace_back(part);
-        begin = end + 1;
-    }
-    return parts;
-}
-
-/// Reads one control after the other; a fault names the control.
-class ControlReader {
-  public:
-    explicit ControlReader(std::vector<std::string>& faults) : faults_(faults) {}
-
-    template <typename Read, typename Take>
-    void Settle(const char* control, const std::string& text, Read read, Take take) {
-        if (text.empty())
-            return;
-        try {
-            take(read(text));
-        } catch (const ChoiceError& error) {
-            faults_.push_back(std::string(control) + " \"" + text + "\": " + error.what());
-        }
-    }
-
-    /// A number of seconds (feet) in [least, most].
-    static double Number(const std::string& text, double least, double most) {
-        const std::optional<double> value = vorela::StrictNumber(TrimmedCell(text));
-        if (!value || !(*value >= least && *value <= most))
-            throw ChoiceError("a number from " + vorela::ShortestText(least) + " to " +
-                              vorela::ShortestText(most));
-        return *value;
-    }
-
-  private:
-    std::vector<std::string>& faults_;
-};
-
-std::int16_t StepOfText(const std::string& text) {
-    const double hundredths = ControlReader::Number(text, 0.01, 327.67) * 100.0;
-    if (std::abs(hundredths - std::round(hundredths)) > 1e-6)
-        throw ChoiceError("whole hundredths");
-    return static_cast<std::int16_t>(std::lround(hundredths));
-}
-
-DateOrder OrderOfText(const std::string& text) {
-    for (const DateOrder order : {DateOrder::ymd, DateOrder::dmy, DateOrder::mdy}) {
-        if (DateOrderName(order) == text)
-            return order;
-    }
-    throw ChoiceError("ymd, dmy or mdy");
-}
 
 std::string ShownSeparator(const std::string& separator) {
     return separator == "\t" ? "tab" : separator;
@@ -131,95 +71,6 @@ FileControls ReadingOf(FileControls controls) {
     controls.depth.clear();
     return controls;
 }
-
-std::string ContentsOf(const PlannedColumn& column) {
-    if (column.kind == ColumnKind::empty)
-        return "empty";
-    std::string text = column.kind == ColumnKind::text ? "text" : "numbers";
-    if (column.missing > 0)
-        text += ", " + std::to_string(column.missing) + " missing";
-    if (column.kind == ColumnKind::number)
-        text += ", " + vorela::ShortestText(static_cast<float>(column.least)) + " to " +
-                vorela::ShortestText(static_cast<float>(column.greatest));
-    return text;
-}
-
-/// Roles, names and units of a file's columns: as suggested, and what the user settled instead.
-class ColumnSettler {
-  public:
-    ColumnSettler(const FileControls& controls, ValveWay valve) : controls_(controls), valve_(valve) {}
-
-    std::vector<ColumnView> Views(const ImportPlan& found, std::vector<Role>& taken) const {
-        std::vector<Role> before = taken;
-        std::vector<Role> given;
-        for (std::size_t i = 0; i < found.columns.size(); ++i) {
-            if (const ColumnControls* own = OwnOf(found, i); own != nullptr && own->role)
-                given.push_back(*own->role);
-        }
-        std::vector<Role> suggested = taken;
-        suggested.insert(suggested.end(), given.begin(), given.end());
-        const std::vector<Role> roles = SuggestRoles(found, suggested);
-        std::vector<ColumnView> views;
-        for (std::size_t i = 0; i < found.columns.size(); ++i) {
-            views.push_back(ViewOf(found, i, roles[i]));
-            if (!CurveOfRole(views.back().role).empty())
-                taken.push_back(views.back().role);
-        }
-        return views;
-    }
-
-    /// Each taken column with its name and unit, by its number.
-    static std::vector<CurveChoice> ChoicesOf(const std::vector<ColumnView>& views) {
-        std::vector<CurveChoice> choices;
-        for (std::size_t i = 0; i < views.size(); ++i) {
-            const ColumnView& view = views[i];
-            if (view.role != Role::time && view.role != Role::leaveOut)
-                choices.push_back({"#" + std::to_string(i + 1), view.name, view.unit, view.convert});
-        }
-        return choices;
-    }
-
-  private:
-    const ColumnControls* OwnOf(const ImportPlan& found, std::size_t column) const {
-        if (column >= controls_.columns.size() ||
-            controls_.columns[column].source != found.columns[column].source)
-            return nullptr;
-        return &controls_.columns[column];
-    }
-
-    ColumnView ViewOf(const ImportPlan& found, std::size_t index, Role suggested) const {
-        const PlannedColumn& column = found.columns[index];
-        const ColumnControls* own = OwnOf(found, index);
-        ColumnView view;
-        view.source = column.source;
-        view.isNumber = column.kind == ColumnKind::number;
-        view.contents = ContentsOf(column);
-        view.role = suggested;
-        view.unit = column.unit;
-        if (suggested == Role::time)
-            return view;
-        if (own != nullptr && own->role)
-            view.role = *own->role;
-        if (own != nullptr && !own->unit.empty())
-            view.unit = own->unit;
-        if (view.role == Role::leaveOut)
-            return view;
-        view.name = own != nullptr && !own->name.empty() ? own->name : NameOf(view);
-        view.canConvert = PascalsPer(view.unit).has_value();
-        view.convert = view.canConvert && own != nullptr && own->convert;
-        return view;
-    }
-
-    /// The valve's own name stays free where Vorela's curve is made from it.
-    std::string NameOf(const ColumnView& view) const {
-        const bool isSource = view.role == Role::valvePosition && valve_ != ValveWay::recorded;
-        const std::string_view name = isSource ? std::string_view() : CurveOfRole(view.role);
-        return name.empty() ? view.source : std::string(name);
-    }
-
-    const FileControls& controls_;
-    ValveWay valve_;
-};
 
 /// Plans the files of a job, one after the other: the first of a dataset gives the grid of those behind it.
 class JobPlanner {
@@ -441,37 +292,6 @@ DatabaseView LookAtDatabase(const ImportSettings& settings) {
         view.problem = FailureText(error);
     }
     return view;
-}
-
-Choices ChoicesOf(const FileControls& controls, std::vector<std::string>& faults) {
-    Choices choices;
-    ControlReader read(faults);
-    read.Settle("Separator", controls.separator, SeparatorOfText, [&](char c) { choices.separator = c; });
-    read.Settle("Decimal sign", controls.decimal, DecimalOfText, [&](char c) { choices.decimal = c; });
-    choices.encoding = controls.encoding;
-    read.Settle(
-        "Line of names", controls.headerLine,
-        [](const std::string& text) { return LinesOfText(std::string(TrimmedCell(text))).first; },
-        [&](std::size_t line) { choices.headerLine = line; });
-    for (const std::string& range : PartsOf(controls.leaveOut))
-        read.Settle("Leave out lines", range, LinesOfText,
-                    [&](LineRange lines) { choices.leaveOut.push_back(lines); });
-    choices.nulls = PartsOf(controls.nulls);
-    choices.time = PartsOf(controls.time);
-    choices.timeUnit = controls.timeUnit;
-    choices.timeFormat = TrimmedCell(controls.timeFormat);
-    read.Settle("Date order", controls.dateOrder, OrderOfText,
-                [&](DateOrder order) { choices.dateOrder = order; });
-    read.Settle("Step", controls.step, StepOfText, [&](std::int16_t step) { choices.step = step; });
-    const auto seconds = [](double least, double most) {
-        return [=](const std::string& text) { return ControlReader::Number(text, least, most); };
-    };
-    read.Settle("Fill gaps", controls.fill, seconds(0.0, longestTime),
-                [&](double value) { choices.fill = value; });
-    read.Settle("Shift", controls.shift, seconds(-longestTime * 100.0, longestTime * 100.0),
-                [&](double value) { choices.shift = value; });
-    read.Settle("Depth", controls.depth, DepthOfText, [&](double value) { choices.depth = value; });
-    return choices;
 }
 
 JobPlan PlanJob(const ImportSettings& settings, const DatabaseView& database, const JobPlan& before,
