@@ -18,7 +18,8 @@ bin=$PWD/build/bin
 demo=$PWD/build/demo
 mkdir -p "$demo"
 if [ ! -f "$demo/demo.dkb" ]; then
-    "$bin/dravik" simulate "$demo/new.dkb" --levels 4 --cycles 20 >"$demo/truth.txt"
+    # With the noise of a good gauge: without any, the errors are those of the stored digits, which no recording has.
+    "$bin/dravik" simulate "$demo/new.dkb" --levels 4 --cycles 20 --noise 0.005 >"$demo/truth.txt"
     mv "$demo/new.dkb" "$demo/demo.dkb"
 fi
 echo
@@ -27,11 +28,11 @@ cat "$demo/truth.txt"
 echo
 echo "What the analysis makes of it:"
 "$bin/vorela-batch" "$demo/demo.dkb" --settings packaging/demo.ini --export "$demo/interpretation.csv" \
-    --json "$demo/interpretation.json" --plot "$demo/plot.png"
+    --json "$demo/interpretation.json" --plot "$demo/plot.png" --report "$demo/report.pdf"
 echo
 echo "Database:       $demo/demo.dkb"
 echo "Interpretation: $demo/interpretation.csv, $demo/interpretation.json"
-echo "Plot:           $demo/plot.png"
+echo "Plot, report:   $demo/plot.png, $demo/report.pdf"
 
 if [ "${1:-}" != --no-window ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     if [ ! -f "$bin/Vorela.ini" ]; then
