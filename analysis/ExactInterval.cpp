@@ -41,8 +41,10 @@ std::string FaultOf(const Work& work, const ExactLayer& layer) {
         return "levels have different periods";
     if (const std::string fault = LayerFault(layer); !fault.empty())
         return fault;
-    if (!std::isfinite(work.inputs.wellCompressibility) || !(work.inputs.casingID > 0.0))
+    if (!(work.inputs.casingID > 0.0) || !std::isfinite(work.inputs.casingID))
         return "casing ID must be positive";
+    if (!std::isfinite(work.inputs.wellCompressibility))
+        return "well compressibility must be a number";
     return {};
 }
 

@@ -112,8 +112,12 @@ std::string SkinText(const ExactEstimate& estimate) {
     return Cell(estimate.skin, DecimalsOf(estimate.sigmaSkin));
 }
 
+// A lower end that the error's decimals would make 0 keeps digits of its own: permeability is above 0 anyhow.
 std::string PermeabilityRangeText(const ExactEstimate& estimate) {
-    return RangeCell(estimate.permeabilityRange, DecimalsOf(SigmaOf(estimate)));
+    const auto decimals = DecimalsOf(SigmaOf(estimate));
+    const std::optional<double>& lower = estimate.permeabilityRange.lower;
+    const bool lost = lower && decimals && *lower > 0.0 && *lower < std::pow(10.0, -*decimals);
+    return RangeCell(estimate.permeabilityRange, lost ? std::nullopt : decimals);
 }
 
 TextRows ExactRows(const ExactResults& results) {

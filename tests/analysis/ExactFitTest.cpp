@@ -142,6 +142,9 @@ TEST(ExactMessages, InputsThatCannotBeAreNamedAndCostTheirIntervalOnly) {
     EXPECT_EQ(told([](auto& i) { i.layer.porosity = 0; }), "porosity must be positive");
     EXPECT_EQ(told([](auto& i) { i.layer.compressibility = 0; }), "total compressibility must be positive");
     EXPECT_EQ(told([](auto& i) { i.layer.boreholeDiameter = 0; }), "borehole diameter must be positive");
+    EXPECT_EQ(told([](auto& i) { i.casingID = 0; }), "casing ID must be positive");
+    EXPECT_EQ(told([](auto& i) { i.wellCompressibility = std::nan(""); }),
+              "well compressibility must be a number");
     const ExactInterval same = Analysed(Quiet(), {}, {}, [](auto& i) { i.depth2 = i.depth1; });
     EXPECT_FALSE(same.storage.HasSolution());
     EXPECT_EQ(same.recommended, ExactMethod::joint) << "no well between the levels, no storage";
@@ -212,6 +215,13 @@ TEST(ExactMessages, FlowThatIsLateIsSeen) {
     const ExactInterval assumed = Analysed(lost);
     EXPECT_TRUE(Says(assumed, "storage of the well not resolved"));
     EXPECT_NE(assumed.recommended, ExactMethod::storage);
+    Simulation shifted = Quiet();  // beyond the storage, by noise that holds nothing up
+    shifted.flowDelay = 60;
+    const ExactInterval none = Analysed(shifted);
+    EXPECT_FALSE(none.single.HasSolution());
+    EXPECT_TRUE(
+        Says(none, "lag not positive: storage of the well, a time offset or noise exceeds the signal"));
+    EXPECT_FALSE(Says(none, "of at least")) << "the circle of the error does not reach positive lags";
     Simulation early = Quiet();
     early.flowDelay = -90;
     const ExactInterval beyond = Analysed(early);
