@@ -226,14 +226,24 @@ void frmExact::ShowLevel() {
                                                        .arg(level.lastCycle)
                                                        .arg(Text(FormatNumber(level.period)))
                                                  : tr("%1: no cycles used").arg(Text(level.dataset)));
+    const CyclesPicture points = CyclesOf(level, results_.confidence);
+    if (points.cycles.empty())
+        ui_->picPoints->Show({}, tr("No cycle of this level could be measured.\n%1").arg(Text(level.fault)));
+    else
+        ui_->picPoints->Show([points](DrawingSurface& surface) { DrawCyclePoints(surface, points); }, {});
     ShowMessages();
 }
 
-// Of the level on the tab of its cycles, of all intervals beside the profile, else of the interval.
+bool frmExact::ShowsALevel() const {
+    const QWidget* tab = ui_->tabs->currentWidget();
+    return tab == ui_->tabCycles || tab == ui_->tabPoints;
+}
+
+// Of the level on the tabs of its cycles, of all intervals beside the profile, else of the interval.
 void frmExact::ShowMessages() {
     const int interval = ui_->cboInterval->currentIndex(), level = ui_->cboLevel->currentIndex();
     std::vector<std::string> lines;
-    if (ui_->tabs->currentWidget() == ui_->tabCycles && level >= 0) {
+    if (ShowsALevel() && level >= 0) {
         const ExactLevel& shown = results_.levels[static_cast<std::size_t>(level)];
         lines = shown.notes;
         if (!shown.fault.empty())
@@ -247,7 +257,7 @@ void frmExact::ShowMessages() {
 }
 
 void frmExact::TabChosen() {
-    const bool cycles = ui_->tabs->currentWidget() == ui_->tabCycles;
+    const bool cycles = ShowsALevel();
     const bool profile = ui_->tabs->currentWidget() == ui_->tabProfile;
     for (QWidget* control : {static_cast<QWidget*>(ui_->lblLevel), static_cast<QWidget*>(ui_->cboLevel)})
         control->setVisible(cycles);

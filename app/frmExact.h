@@ -44,6 +44,7 @@ class frmExact : public QDialog {
     void ShowLevel();
     void ShowPictures();
     void ShowMessages();
+    bool ShowsALevel() const;  ///< the tab shown is of a level, not of an interval
     void TabChosen();
     /// Rows of the table on the tab that is shown, empty on a picture's tab.
     TextRows ShownRows() const;

@@ -11,6 +11,8 @@ namespace {
 constexpr Colour black{0, 0, 0};
 constexpr PenDescription modelLine{LineStyle::solid, 2, {64, 64, 64}};
 constexpr Colour unusedGrey{160, 160, 160};
+constexpr Colour ofTheLevel{220, 20, 20};
+constexpr Colour ofACycle{30, 90, 190};
 constexpr Colour barOrange{241, 193, 145};
 constexpr double leftMargin = 76, rightMargin = 24, topMargin = 44, bottomMargin = 44;
 constexpr double room = 0.08;  // about what is shown, share of it
@@ -233,6 +235,32 @@ void DrawImpedance(DrawingSurface& surface, const ImpedancePicture& picture) {
         axes.Mark(harmonic.point, ColourOf(harmonic));
         Label(axes, harmonic.point, NameOf(harmonic));
     }
+    axes.Text({frame.left + 6, frame.top + 20}, picture.note, TextAlignment::bottomLeft);
+}
+
+void DrawCyclePoints(DrawingSurface& surface, const CyclesPicture& picture) {
+    const FrameRectangle frame = WholeFrame(surface.Size());
+    AxisSpan x, y;
+    const auto include = [&](const DevicePoint& point) {
+        x.Include(point.x);
+        y.Include(point.y);
+    };
+    include(picture.mean);
+    std::for_each(picture.circle.begin(), picture.circle.end(), include);
+    for (const PictureCycle& cycle : picture.cycles)
+        include(cycle.point);
+    x.Widen(room);
+    y.Widen(room);
+    MakeEqual(x, y, frame);
+    PictureAxes axes(surface, frame, x, y);
+    axes.Draw(picture.title, "Re Y (bbl/day per psi)", "Im Y (bbl/day per psi)");
+    axes.Curve(picture.circle, {LineStyle::solid, 1, ofTheLevel});
+    for (const PictureCycle& cycle : picture.cycles) {
+        axes.Mark(cycle.point, ofACycle);
+        if (cycle.strays)
+            Label(axes, cycle.point, std::to_string(cycle.number));
+    }
+    axes.Mark(picture.mean, ofTheLevel);
     axes.Text({frame.left + 6, frame.top + 20}, picture.note, TextAlignment::bottomLeft);
 }
 

@@ -50,10 +50,27 @@ struct ProfilePicture {
     std::vector<ProfileBar> bars;
 };
 
+/// One cycle of a level; points are (real, imaginary) of its index, bbl/day/psi.
+struct PictureCycle {
+    int number = 1;
+    DevicePoint point;
+    bool strays = false;  ///< outside of the circle
+};
+struct CyclesPicture {
+    std::string title;
+    std::string note;  ///< beneath the title
+    std::vector<PictureCycle> cycles;
+    DevicePoint mean;  ///< of the level: all cycles together
+    std::vector<DevicePoint>
+        circle;  ///< of single cycles about it, closed; empty without a measure of scatter
+};
+
 /// Equal axes: an angle looks as large as it is.
 void DrawImpedance(DrawingSurface& surface, const ImpedancePicture& picture);
 /// Above one another over a logarithmic period.
 void DrawAmplitudeAndLag(DrawingSurface& surface, const ImpedancePicture& picture);
+/// The index of each cycle about that of the level, on equal axes; those that stray bear their numbers.
+void DrawCyclePoints(DrawingSurface& surface, const CyclesPicture& picture);
 /// Permeability (logarithmic) and skin side by side; an arrow where a range has no end.
 void DrawProfile(DrawingSurface& surface, const ProfilePicture& picture);
 

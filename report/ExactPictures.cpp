@@ -115,6 +115,31 @@ ImpedancePicture ImpedanceOf(const ExactResults& results, std::size_t interval) 
     return picture;
 }
 
+CyclesPicture CyclesOf(const ExactLevel& level, double confidence) {
+    CyclesPicture picture;
+    if (level.cycles.empty() || level.harmonics.empty())
+        return picture;
+    const ExactHarmonic& whole = level.harmonics.front();
+    const auto point = [](Complex index) { return DevicePoint{index.real(), index.imag()}; };
+    picture.title = level.dataset;
+    picture.mean = point(whole.index);
+    picture.note = "Blue: each cycle; red: all together";
+    double radius = 0;
+    if (whole.sigma && *whole.sigma > 0.0 && level.degreesOfFreedom) {
+        const double ofOne = *whole.sigma * std::sqrt(static_cast<double>(level.periods));
+        radius = ConfidenceRadius(ofOne, *level.degreesOfFreedom, confidence);
+        picture.note += ", with the circle of " + FormatNumber(confidence) +
+                        " % of single cycles (outside: with their number)";
+        for (int i = 0; i <= circlePoints; ++i)
+            picture.circle.push_back(
+                point(whole.index + std::polar(radius, 2 * std::numbers::pi * i / circlePoints)));
+    }
+    for (const ExactCycle& cycle : level.cycles)
+        picture.cycles.push_back(
+            {cycle.number, point(cycle.index), radius > 0.0 && std::abs(cycle.index - whole.index) > radius});
+    return picture;
+}
+
 ProfilePicture ProfileOf(const ExactResults& results) {
     ProfilePicture picture;
     picture.title = "with " + FormatNumber(results.confidence) + " % ranges";

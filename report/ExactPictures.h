@@ -13,6 +13,9 @@ namespace vorela {
 /// the points, as the assumed is. No harmonics where the interval has none.
 ImpedancePicture ImpedanceOf(const ExactResults& results, std::size_t interval);
 
+/// The cycles of a level; without cycles where the level is at fault.
+CyclesPicture CyclesOf(const ExactLevel& level, double confidence);
+
 /// Bars over the intervals' depths with the ranges of the recommended results.
 ProfilePicture ProfileOf(const ExactResults& results);
 
