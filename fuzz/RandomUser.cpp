@@ -16,6 +16,7 @@
 #include <QFileDialog>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPointer>
 #include <QPrintDialog>
 #include <QProcess>
 #include <QPushButton>
@@ -251,12 +252,18 @@ void RandomUser::PressKey(QWidget& top) {
     Qt::KeyboardModifiers held = modifiers[Below(std::size(modifiers))];
     if (held == Qt::ControlModifier && OneIn(3))
         held |= Qt::ShiftModifier;
+    if (&top == QApplication::activePopupWidget())
+        held = Qt::NoModifier;  // the modifier's own key would close it under the key that follows
     if (key == Qt::Key_Q && held == Qt::ControlModifier && !OneIn(10))
         return;  // not all day long
     Note("key " + QKeySequence(static_cast<int>(key) | static_cast<int>(held)).toString().toStdString() +
          " in " + top.objectName().toStdString());
-    if (QWindow* window = top.window()->windowHandle())
-        QTest::keyClick(window, key, held);
+    // A key that goes down may close its window; coming up it then goes nowhere.
+    const QPointer<QWindow> window(top.window()->windowHandle());
+    if (window)
+        QTest::keyPress(window.data(), key, held);
+    if (window)
+        QTest::keyRelease(window.data(), key, held);
 }
 
 void RandomUser::UseMouse(QWidget& top) {
@@ -272,7 +279,8 @@ void RandomUser::UseMouse(QWidget& top) {
          std::to_string(to.x()) + "," + std::to_string(to.y()) + " on " +
          (under != nullptr ? under->objectName() : QString()).toStdString() + " in " +
          top.objectName().toStdString());
-    if (from == to && OneIn(4)) {
+    const bool stays = &top == window_.get() || top.objectName() == QLatin1String("frmCycleInfo");
+    if (from == to && stays && OneIn(3)) {
         QTest::mouseDClick(window, button, held, from);
         return;
     }
