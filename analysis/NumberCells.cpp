@@ -5,6 +5,7 @@
 #include <QPainterPath>
 #include <QStyle>
 #include <algorithm>
+#include <utility>
 
 #include "general/NumberText.h"
 
@@ -57,7 +58,8 @@ void NumberCells::CapColumn(int column, int ems) {
 }
 
 void NumberCells::Measure() {
-    columns_.assign(static_cast<std::size_t>(grid_->columnCount()), Column{});
+    const std::vector<Column> before =
+        std::exchange(columns_, std::vector<Column>(static_cast<std::size_t>(grid_->columnCount())));
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         Column& column = columns_[i];
         if (i < caps_.size())
@@ -74,6 +76,9 @@ void NumberCells::Measure() {
             column.fraction = std::max(column.fraction, metrics.horizontalAdvance(text) - integer);
         }
     }
+    // The points moved: also the cells whose own text is as it was stand elsewhere now.
+    if (columns_ != before)
+        grid_->viewport()->update();
 }
 
 NumberCells::Column NumberCells::ColumnAt(int column) const {

@@ -40,6 +40,7 @@ class NumberCells : public QStyledItemDelegate {
         int fraction = 0;  ///< the same from the point on
         bool marks = false;
         int cap = 0;  ///< pixels; 0: none
+        bool operator==(const Column&) const = default;
     };
     Column ColumnAt(int column) const;
     int MarkRoom(const Column& column) const;
