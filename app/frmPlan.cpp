@@ -75,11 +75,22 @@ LogChart ChartOf(const PlanInputs& inputs, const std::vector<PlanPoint>& points)
     return chart;
 }
 
+/// Where the Tab key stops, in its order.
+std::vector<QWidget*> TabStops(const QWidget& window) {
+    std::vector<QWidget*> stops;
+    for (QWidget* next = window.nextInFocusChain(); next != &window; next = next->nextInFocusChain())
+        if ((next->focusPolicy() & Qt::TabFocus) != 0 && next->focusProxy() == nullptr)
+            stops.push_back(next);
+    return stops;
+}
+
 }  // namespace
 
 frmPlan::frmPlan(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::frmPlan>()) {
     ui_->setupUi(this);
+    const std::vector<QWidget*> results = TabStops(*this);
     BuildBoxes();
+    OrderTabs(results);
     connect(ui_->cmdOK, &QPushButton::clicked, this, &frmPlan::accept);
     connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmPlan::reject);
     connect(ui_->cmdParameters, &QPushButton::clicked, this, &frmPlan::TakeParameters);
@@ -115,6 +126,21 @@ void frmPlan::BuildBoxes() {
     }
     ui_->layFirst->addStretch();
     ui_->laySecond->addStretch();
+}
+
+// Down the first column, down the second, then the results: the boxes are younger than the form.
+void frmPlan::OrderTabs(const std::vector<QWidget*>& results) {
+    std::vector<QWidget*> order;
+    for (const QLayout* column :
+         {static_cast<QLayout*>(ui_->layFirst), static_cast<QLayout*>(ui_->laySecond)})
+        for (int i = 0; i < column->count(); ++i)
+            if (const QWidget* group = column->itemAt(i)->widget())
+                for (QWidget* box : group->findChildren<QWidget*>())
+                    if ((box->focusPolicy() & Qt::TabFocus) != 0)
+                        order.push_back(box);
+    order.insert(order.end(), results.begin(), results.end());
+    for (std::size_t i = 1; i < order.size(); ++i)
+        setTabOrder(order[i - 1], order[i]);
 }
 
 QWidget* frmPlan::MakeControl(const PlanBox& box) {

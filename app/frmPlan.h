@@ -28,6 +28,7 @@ class frmPlan : public QDialog {
 
   private:
     void BuildBoxes();
+    void OrderTabs(const std::vector<QWidget*>& results);
     QWidget* MakeControl(const PlanBox& box);
     void FillIn(const PlanForm& form);
     PlanForm Form() const;
