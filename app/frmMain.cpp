@@ -279,6 +279,7 @@ void frmMain::BuildPlotPage() {
         auto* view = new CycleView(kind, levelPages_);
         AddLevelPage(name, view);
         connect(view, &CycleView::CycleChosen, this, &frmMain::UseCycle);
+        connect(view, &CycleView::SaveRequested, this, &frmMain::SavePlotEntry);
     }
     connect(tsLevel_, &QTabBar::currentChanged, this, [this](int at) {
         levelPages_->setCurrentIndex(at);
@@ -287,14 +288,18 @@ void frmMain::BuildPlotPage() {
     connect(picPlot_, &PlotWidget::ScalesChanged, this, [this] { Run([this] { UpdateMainWindow(); }); });
     connect(picPlot_, &PlotWidget::SaveRequested, this, &frmMain::SavePlotEntry);
     connect(picPlot_, &PlotWidget::CycleChosen, this, &frmMain::UseCycle);
-    // Behind a click on its tab the plot has the keys.
-    connect(ui_->tsMain, &QTabBar::tabBarClicked, this, [this](int tab) {
+    // Behind a click on its tab the picture has the keys.
+    const auto focusPicture = [this] {
+        QTimer::singleShot(0, this, [this] {
+            QWidget* shown = levelPages_->currentWidget();
+            (levelPages_->currentIndex() == 0 ? picPlot_ : shown)->setFocus();
+        });
+    };
+    connect(ui_->tsMain, &QTabBar::tabBarClicked, this, [focusPicture](int tab) {
         if (tab + 1 >= firstDatasetTab)
-            QTimer::singleShot(0, this, [this] {
-                QWidget* shown = levelPages_->currentWidget();
-                (levelPages_->currentIndex() == 0 ? picPlot_ : shown)->setFocus();
-            });
+            focusPicture();
     });
+    connect(tsLevel_, &QTabBar::tabBarClicked, this, focusPicture);
 }
 
 void frmMain::AddLevelPage(const QString& name, QWidget* page) {
@@ -302,11 +307,14 @@ void frmMain::AddLevelPage(const QString& name, QWidget* page) {
     levelPages_->addWidget(page);
 }
 
+CycleView* frmMain::ShownCycleView() const {
+    return ShownDataset() ? qobject_cast<CycleView*>(levelPages_->currentWidget()) : nullptr;
+}
+
 // The cycles as they are now, where they are looked at.
 void frmMain::ShowCycleView() {
-    auto* view = qobject_cast<CycleView*>(levelPages_->currentWidget());
-    if (const std::optional<std::size_t> dataset = ShownDataset(); view != nullptr && dataset)
-        view->ShowDataset(*dataset);
+    if (CycleView* view = ShownCycleView())
+        view->ShowDataset(PlotDataset());
 }
 
 void frmMain::BuildKeys() {

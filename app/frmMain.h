@@ -20,6 +20,7 @@ class QAction;
 class QDialog;
 class QLabel;
 class QMenu;
+class QPrinter;
 class QProgressBar;
 class QStackedWidget;
 class QTabBar;
@@ -31,6 +32,7 @@ class frmMain;
 namespace vorela {
 
 class CycleOffer;
+class CycleView;
 class GridEditors;
 class LivePlotBar;
 struct CycleCell;
@@ -128,6 +130,10 @@ class frmMain : public QMainWindow {
 
     /// Dataset of the selected tab; on the grid tabs the level that is shown.
     std::size_t PlotDataset() const;
+    /// The page of cycles that is shown; null where it is another one.
+    CycleView* ShownCycleView() const;
+    /// What the page shows: cycles, else the curves of PlotDataset().
+    bool PrintShown(QPrinter& printer);
     /// False after "No data selected".
     bool DataSelected();
     void ShowNewCycles();

@@ -39,6 +39,7 @@
 #include "follow/StartUp.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
+#include "plotview/CycleView.h"
 #include "plotview/PlotFile.h"
 #include "plotview/PlotWidget.h"
 #include "plotview/ReportFile.h"
@@ -280,6 +281,9 @@ void frmMain::SavePlotEntry() {
         if (!DataSelected())
             return;
         frmSavePlot dialog(this);
+        const CycleView* const cycles = ShownCycleView();
+        if (cycles != nullptr)
+            dialog.HideCursors();
         if (ShowModal(dialog) != QDialog::Accepted)
             return;
         PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
@@ -291,7 +295,9 @@ void frmMain::SavePlotEntry() {
             {"Save Vorela Plot",
              "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1,
              ProposedFile(PlotDataset()), FilesInUse()});
-        if (choice && SavePlot(choice->path, options))
+        if (choice &&
+            (cycles != nullptr ? cycles->SavePicture(choice->path, options.resolution, options.monochrome)
+                               : SavePlot(choice->path, options)))
             ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
     });
 }
@@ -307,9 +313,7 @@ void frmMain::PrintPlotEntry() {
         const ArrowCursor arrow;
         if (dialog.exec() != QDialog::Accepted)
             return;
-        PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
-        options.monochrome = printer.colorMode() == QPrinter::GrayScale;
-        if (PrintPlot(printer, options))
+        if (PrintShown(printer))
             ui_->statBar->showMessage(tr("Plot printed"));
     });
 }
@@ -331,6 +335,14 @@ void frmMain::SaveReportEntry() {
         if (SaveReport(choice->path, source))
             ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
     });
+}
+
+bool frmMain::PrintShown(QPrinter& printer) {
+    if (const CycleView* cycles = ShownCycleView())
+        return cycles->PrintOn(printer);
+    PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
+    options.monochrome = printer.colorMode() == QPrinter::GrayScale;
+    return PrintPlot(printer, options);
 }
 
 // --- Edit, View ---

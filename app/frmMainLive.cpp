@@ -31,7 +31,6 @@
 #include "follow/LiveStatus.h"
 #include "follow/RecentSelections.h"
 #include "plot/modPlotScales.h"
-#include "plotview/PlotFile.h"
 #include "plotview/PlotWidget.h"
 #include "plotview/TimeCursors.h"
 #include "ui_frmMain.h"
@@ -319,11 +318,8 @@ void frmMain::PrintPreviewEntry() {
         printer.setPageOrientation(QPageLayout::Landscape);
         QPrintPreviewDialog dialog(&printer, this);
         dialog.setObjectName(QStringLiteral("dlgPrintPreview"));
-        PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
-        connect(&dialog, &QPrintPreviewDialog::paintRequested, this, [&options](QPrinter* paper) {
-            options.monochrome = paper->colorMode() == QPrinter::GrayScale;
-            PrintPlot(*paper, options);
-        });
+        connect(&dialog, &QPrintPreviewDialog::paintRequested, this,
+                [this](QPrinter* paper) { PrintShown(*paper); });
         dialog.resize(screen()->availableSize() * previewShare);
         const ArrowCursor arrow;
         dialog.exec();

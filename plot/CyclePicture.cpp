@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "general/NumberText.h"
-#include "plot/AxisTexts.h"
 #include "plot/DrawingTools.h"
+#include "plot/PictureAxes.h"
 #include "plot/PlotReadout.h"
 
 namespace vorela {
@@ -21,6 +21,8 @@ constexpr Colour white{255, 255, 255};
 constexpr Colour black{0, 0, 0};
 constexpr Colour band{228, 236, 248};
 constexpr Colour mark{200, 110, 0};
+constexpr Colour greyBand{230, 230, 230};
+constexpr Colour footerText{96, 96, 96};
 constexpr std::array<PlotPen, 7> levelPens{
     PlotPen::pressure, PlotPen::flow, PlotPen::black, PlotPen::filteredPressure,
     PlotPen::green,    PlotPen::cyan, PlotPen::valve};
@@ -39,11 +41,16 @@ void Settle(CyclePanel& panel, double lowest, double highest, double leastHalf) 
 /// A picture of panels while it is drawn.
 class Panels {
   public:
-    explicit Panels(DrawingSurface& surface) : surface_(surface), tools_(surface, false) {
+    Panels(DrawingSurface& surface, const CyclePictureStyle& style)
+        : surface_(surface),
+          tools_(surface, style.monochrome),
+          monochrome_(style.monochrome),
+          size_(surface.Size()) {
         FontDescription description;
         description.height = textHeight;
         font_ = surface.CreateFont(description);
         surface.SelectObject(font_);
+        Foot(style.footer);
     }
     ~Panels() {
         surface_.SelectObject(surface_.GetStockObject(StockObject::systemFont));
@@ -52,6 +59,9 @@ class Panels {
     Panels(const Panels&) = delete;
     Panels& operator=(const Panels&) = delete;
 
+    /// Above the footer.
+    PictureSize Size() const { return size_; }
+    Colour Tint(Colour colour) const { return !monochrome_ ? colour : colour == band ? greyBand : black; }
     /// Width kept free for the values at the left of a panel.
     double LabelRoom() { return Width("-00000.00000"); }
     double Width(const std::string& text) { return surface_.TextWidth(text); }
@@ -71,7 +81,7 @@ class Panels {
                 return other.box.Meets(box);
             }))
             return false;
-        surface_.SetTextColour(black);
+        surface_.SetTextColour(role == TextRole::footer ? Tint(footerText) : black);
         surface_.SetTextAlign(alignment);
         surface_.TextOut(at, text);
         drawing_.texts.push_back({role, text, alignment, at, box});
@@ -101,15 +111,20 @@ class Panels {
     void Square(DevicePoint at, double half, Colour colour) {
         surface_.Fill({at.x - half, at.y - half, at.x + half, at.y + half}, colour);
     }
-    /// Three values at the left of a panel, told apart.
-    void ValueAxis(const CyclePanel& panel, bool topAndBottom) {
-        const double margin = (panel.highest - panel.lowest) / 6;
-        const std::vector<double> values{panel.highest - margin, (panel.highest + panel.lowest) / 2,
-                                         panel.lowest + margin};
-        const std::vector<std::string> texts = AxisTexts(values);
+    /// Round values at the left of a panel, as many as stand apart.
+    void ValueAxis(const CyclePanel& panel) {
+        const AxisSpan span{panel.lowest, panel.highest};
+        std::vector<double> values = span.Ticks();
+        if (values.size() > 1) {
+            const double step = values[1] - values[0];
+            const double pitch = panel.Y(values[0]) - panel.Y(values[1]);
+            const double every = std::max(std::ceil(1.5 * textHeight / pitch), 1.0);
+            std::erase_if(values, [&](double value) {
+                return std::abs(std::remainder(std::round(value / step), every)) > 0.5;
+            });
+        }
+        const std::vector<std::string> texts = span.TickTexts(values);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            if (i == 1 && !topAndBottom)
-                continue;
             const double y = std::floor(panel.Y(values[i]));
             Line(PlotPen::grid, {panel.area.left, y}, {panel.area.right, y});
             if (Width(texts[i]) <= LabelRoom())
@@ -122,8 +137,23 @@ class Panels {
     std::vector<CyclePanel>& List() { return drawing_.panels; }
 
   private:
+    void Foot(const std::vector<std::string>& items) {
+        const double left = 2 * gap;
+        const std::vector<std::string> lines = FooterLines(
+            items, size_.width - 2 * left, [this](const std::string& text) { return Width(text); });
+        const double height = static_cast<double>(lines.size()) * textHeight + gap;
+        if (lines.empty() || size_.height < 2 * height)
+            return;
+        size_.height -= height;
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            Write(TextRole::footer, TextAlignment::topLeft,
+                  {left, size_.height + static_cast<double>(i) * textHeight}, lines[i]);
+    }
+
     DrawingSurface& surface_;
     DrawingTools tools_;
+    bool monochrome_;
+    PictureSize size_;
     DrawingObject font_ = 0;
     CycleDrawing drawing_;
 };
@@ -179,9 +209,9 @@ void DrawSeries(Panels& panels, const CyclePanel& panel, const CycleSeries& seri
         const auto inside = [&](double y) { return std::clamp(y, panel.area.top, panel.area.bottom); };
         panels.Surface().Fill({panel.X(cycle - 0.5), inside(panel.Y(middle + series.scatter)),
                                panel.X(cycle + 0.5), inside(panel.Y(middle - series.scatter))},
-                              band);
+                              panels.Tint(band));
     }
-    panels.ValueAxis(panel, panel.area.bottom - panel.area.top > 4 * textHeight);
+    panels.ValueAxis(panel);
     panels.Surface().SetSmooth(true);
     if (series.count > 1)
         panels.Line(PlotPen::valve, {panel.X(1), panel.Y(series.Trend(1))},
@@ -205,7 +235,7 @@ void DrawSeries(Panels& panels, const CyclePanel& panel, const CycleSeries& seri
         const DevicePoint at{panel.X(static_cast<double>(i + 1)), panel.Y(*series.values[i])};
         const bool chosen = static_cast<int>(i) + 1 == selected;
         if (chosen) {
-            panels.Square(at, ring, mark);
+            panels.Square(at, ring, panels.Tint(mark));
             panels.Square(at, ring - 2, white);
         }
         if (chosen || !dense)
@@ -230,9 +260,10 @@ void CycleAxis(Panels& panels, const CyclePanel& panel, std::size_t cycles) {
 }  // namespace
 
 CycleDrawing DrawCycleSeries(DrawingSurface& surface, const std::string& level,
-                             const std::array<CycleSeries, cycleSeriesCount>& series, int selectedCycle) {
-    Panels panels(surface);
-    const PictureSize size = surface.Size();
+                             const std::array<CycleSeries, cycleSeriesCount>& series, int selectedCycle,
+                             const CyclePictureStyle& style) {
+    Panels panels(surface, style);
+    const PictureSize size = panels.Size();
     const std::size_t cycles = series[0].values.size();
     if (cycles == 0) {
         panels.Write(TextRole::title, TextAlignment::topLeft, {gap * 2, gap * 2},
@@ -267,9 +298,10 @@ CycleDrawing DrawCycleSeries(DrawingSurface& surface, const std::string& level,
     return panels.Take();
 }
 
-CycleDrawing DrawStackedCycles(DrawingSurface& surface, const std::vector<StackedLevel>& levels) {
-    Panels panels(surface);
-    const PictureSize size = surface.Size();
+CycleDrawing DrawStackedCycles(DrawingSurface& surface, const std::vector<StackedLevel>& levels,
+                               const CyclePictureStyle& style) {
+    Panels panels(surface, style);
+    const PictureSize size = panels.Size();
     if (levels.empty()) {
         panels.Write(TextRole::title, TextAlignment::topLeft, {gap * 2, gap * 2},
                      "No cycles were measured yet");
@@ -306,7 +338,7 @@ CycleDrawing DrawStackedCycles(DrawingSurface& surface, const std::vector<Stacke
                      {panel.area.left, panelTop - textHeight - gap / 2},
                      WithUnit(pressure ? "Pressure less its mean" : "Flow less its mean",
                               pressure ? levels[0].pressureUnit : levels[0].flowUnit));
-        panels.ValueAxis(panel, true);
+        panels.ValueAxis(panel);
         for (const double phase : {90.0, 180.0, 270.0})
             panels.Line(PlotPen::grid, {std::floor(panel.X(phase)), panel.area.top},
                         {std::floor(panel.X(phase)), panel.area.bottom});

@@ -25,6 +25,11 @@ struct CyclePanel {
     double Width() const { return area.right - area.left; }
 };
 
+struct CyclePictureStyle {
+    std::vector<std::string> footer{};  ///< what the picture shows, below it; left out where it has no room
+    bool monochrome = false;
+};
+
 struct CycleDrawing {
     std::vector<CyclePanel> panels;
     std::vector<PlacedText> texts;
@@ -34,10 +39,12 @@ struct CycleDrawing {
 /// each, a band of one standard deviation lies about the trend. Draws nothing but a sentence where no cycle
 /// was measured.
 CycleDrawing DrawCycleSeries(DrawingSurface& surface, const std::string& level,
-                             const std::array<CycleSeries, cycleSeriesCount>& series, int selectedCycle);
+                             const std::array<CycleSeries, cycleSeriesCount>& series, int selectedCycle,
+                             const CyclePictureStyle& style = {});
 
 /// Pressure above flow, one line for each level.
-CycleDrawing DrawStackedCycles(DrawingSurface& surface, const std::vector<StackedLevel>& levels);
+CycleDrawing DrawStackedCycles(DrawingSurface& surface, const std::vector<StackedLevel>& levels,
+                               const CyclePictureStyle& style = {});
 
 /// The cycle nearest to a point of one of the panels, from 1; nothing outside and between far cycles.
 std::optional<int> CycleAt(const CycleDrawing& drawing, const CycleSeries& series, DevicePoint point);

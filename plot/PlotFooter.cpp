@@ -1,8 +1,10 @@
 #include "plot/PlotFooter.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
@@ -42,20 +44,65 @@ std::string FilterText(const DatasetRecord& record) {
     return item->Info().made.empty() ? name + " as recorded" : item->Info().made;
 }
 
+std::string MadeText(const DatasetRecord& record) {
+    return Attempt("Writing text to plot", std::string(), [&] { return FilterText(record); });
+}
+
+std::string DatabaseText(const DatasetRecord& record) {
+    return std::filesystem::path(Trimmed(record.database)).filename().string();
+}
+
+std::string DepthText(const DatasetRecord& record) {
+    return FormatNumber(record.sortKey) + " ft";
+}
+
+std::string RecordedText(const DatasetRecord& record) {
+    const std::int32_t start = record.presentation.recordingStart;
+    return start != 0 ? StartText(start) : "";
+}
+
+std::string PeriodText() {
+    return "period " + ShortestText(CurrentParameters().period) + " s";
+}
+
+std::string ProgramText() {
+    return "Vorela " + PointedVersion(RunningVersion());
+}
+
 }  // namespace
+
+std::vector<std::string> FooterItemsOfAll() {
+    const std::vector<DatasetRecord>& records = CurrentSelection().datasets;
+    std::vector<std::string> items;
+    // Part by part, so that the levels stand together.
+    const auto addEach = [&](auto&& textOf) {
+        for (const DatasetRecord& record : records)
+            if (std::string text = textOf(record);
+                !text.empty() && std::ranges::find(items, text) == items.end())
+                items.push_back(std::move(text));
+    };
+    addEach(DatabaseText);
+    addEach([](const DatasetRecord& record) {
+        return Trimmed(record.dataset) + (record.sortKey != nullDepth ? " " + DepthText(record) : "");
+    });
+    addEach(RecordedText);
+    items.push_back(PeriodText());
+    addEach(MadeText);
+    items.push_back(ProgramText());
+    return items;
+}
 
 std::vector<std::string> FooterItems(std::size_t dataset) {
     const DatasetRecord& record =
         CheckedAt(CurrentSelection().datasets, static_cast<std::int64_t>(dataset), "modPlot");
-    std::vector<std::string> items{std::filesystem::path(Trimmed(record.database)).filename().string(),
-                                   Trimmed(record.dataset)};
+    std::vector<std::string> items{DatabaseText(record), Trimmed(record.dataset)};
     if (record.sortKey != nullDepth)
-        items.push_back(FormatNumber(record.sortKey) + " ft");
+        items.push_back(DepthText(record));
     if (record.presentation.recordingStart != 0)
-        items.push_back(StartText(record.presentation.recordingStart));
-    items.push_back("period " + ShortestText(CurrentParameters().period) + " s");
-    items.push_back(Attempt("Writing text to plot", std::string(), [&] { return FilterText(record); }));
-    items.push_back("Vorela " + PointedVersion(RunningVersion()));
+        items.push_back(RecordedText(record));
+    items.push_back(PeriodText());
+    items.push_back(MadeText(record));
+    items.push_back(ProgramText());
     return items;
 }
 

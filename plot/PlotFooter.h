@@ -11,4 +11,7 @@ namespace vorela {
 /// pressure curve was made, program version. What is not known is left out.
 std::vector<std::string> FooterItems(std::size_t dataset);
 
+/// Of a picture of all selected levels: what they have in common once, what differs for each.
+std::vector<std::string> FooterItemsOfAll();
+
 }  // namespace vorela

@@ -2,12 +2,16 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QImage>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMouseEvent>
-#include <QPainter>
+#include <QPrinter>
+#include <cmath>
 
 #include "db/DatasetRecord.h"
+#include "general/modGeneral.h"
 #include "plot/CyclePicture.h"
 #include "plot/PlotFooter.h"
 #include "plot/PlotReadout.h"
@@ -16,8 +20,7 @@
 namespace vorela {
 namespace {
 
-constexpr int footerHeight = 22;
-constexpr int footerLeft = 8;
+constexpr double unitsPerInch = 96;
 
 /// The unit of a curve that all selected datasets have; empty where it is none of these.
 std::string UnitOf(const std::string& curve) {
@@ -39,15 +42,14 @@ struct CycleView::State {
     std::vector<StackedLevel> levels;
     CycleDrawing drawing;
 
-    CycleDrawing Draw(QPaintDevice* device, const QSize& size, double scale) const {
-        PainterSurface surface(
-            {device, {static_cast<double>(size.width()), static_cast<double>(size.height())}, scale, scale});
+    /// Between its own Begin and End.
+    CycleDrawing Draw(DrawingSurface& surface, const CyclePictureStyle& style) const {
         if (!surface.Begin())
             return {};
         CycleDrawing drawn;
         if (shown)
-            drawn = kind == Kind::series ? DrawCycleSeries(surface, level, series, selected)
-                                         : DrawStackedCycles(surface, levels);
+            drawn = kind == Kind::series ? DrawCycleSeries(surface, level, series, selected, style)
+                                         : DrawStackedCycles(surface, levels, style);
         surface.End();
         return drawn;
     }
@@ -82,7 +84,8 @@ void CycleView::ShowDataset(std::size_t dataset) {
 }
 
 void CycleView::paintEvent(QPaintEvent*) {
-    state_->drawing = state_->Draw(this, size(), 1);
+    PainterSurface surface({this, {static_cast<double>(width()), static_cast<double>(height())}});
+    state_->drawing = state_->Draw(surface, {});
 }
 
 void CycleView::mousePressEvent(QMouseEvent* event) {
@@ -127,26 +130,47 @@ void CycleView::Choose(int cycle) {
         emit CycleChosen(cycle);
 }
 
+PictureFileOptions CycleView::FileOptions(int resolution) const {
+    return {width(), height(), resolution, accessibleName().toStdString()};
+}
+
+PictureDrawing CycleView::FileDrawing(bool monochrome) const {
+    return [this, monochrome](DrawingSurface& surface) {
+        const State& s = *state_;
+        if (!s.shown)
+            return false;
+        const auto footer = s.kind == Kind::series ? FooterItems(s.dataset) : FooterItemsOfAll();
+        return !s.Draw(surface, {footer, monochrome}).texts.empty();
+    };
+}
+
 void CycleView::CopyPicture() {
-    const State& s = *state_;
-    if (!s.shown)
+    if (!state_->shown)
         return;
-    const double scale = devicePixelRatioF();
-    const QSize whole = size() + QSize(0, footerHeight);
-    QImage image((QSizeF(whole) * scale).toSize(), QImage::Format_RGB32);
-    image.fill(Qt::white);
-    s.Draw(&image, size(), scale);
-    QStringList items;
-    for (const std::string& item : FooterItems(s.dataset))
-        items << QString::fromStdString(item);
-    items.removeAll(QString());
-    QPainter painter(&image);
-    painter.scale(scale, scale);
-    painter.setPen(Qt::darkGray);
-    painter.drawText(QRect(footerLeft, size().height(), size().width() - footerLeft, footerHeight),
-                     Qt::AlignLeft | Qt::AlignVCenter, items.join(QStringLiteral(" \u00B7 ")));
-    painter.end();
-    QApplication::clipboard()->setImage(image);
+    Attempt("Copying plot", [this] {
+        const auto resolution = static_cast<int>(std::lround(unitsPerInch * devicePixelRatioF()));
+        QApplication::clipboard()->setImage(PictureImage(FileOptions(resolution), FileDrawing(false)));
+    });
+}
+
+bool CycleView::SavePicture(const std::string& path, int resolution, bool monochrome) const {
+    return Attempt("Saving plot", false,
+                   [&] { return WritePicture(path, FileOptions(resolution), FileDrawing(monochrome)); });
+}
+
+bool CycleView::PrintOn(QPrinter& printer) const {
+    return Attempt("Printing plot", false, [&] {
+        return PrintPicture(printer, FileDrawing(printer.colorMode() == QPrinter::GrayScale));
+    });
+}
+
+void CycleView::contextMenuEvent(QContextMenuEvent* event) {
+    if (!state_->shown)
+        return;
+    QMenu menu(this);
+    connect(menu.addAction(tr("&Copy picture\tCtrl+C")), &QAction::triggered, this, &CycleView::CopyPicture);
+    connect(menu.addAction(tr("&Save picture...")), &QAction::triggered, this, &CycleView::SaveRequested);
+    menu.exec(event->globalPos());
 }
 
 }  // namespace vorela

@@ -6,6 +6,7 @@
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
+#include <QPrinter>
 #include <QSvgGenerator>
 #include <cmath>
 
@@ -99,6 +100,20 @@ QImage PictureImage(const PictureFileOptions& options, const PictureDrawing& dra
     image.setDotsPerMeterX(dotsPerMetre);
     image.setDotsPerMeterY(dotsPerMetre);
     return image;
+}
+
+bool PrintPicture(QPrinter& printer, const PictureDrawing& draw) {
+    const QRectF page = printer.pageRect(QPrinter::Inch);
+    const PictureFileOptions paper{static_cast<int>(page.width() * unitsPerInch),
+                                   static_cast<int>(page.height() * unitsPerInch),
+                                   printer.resolution(),
+                                   {}};
+    CheckPictureOptions(paper);
+    PainterSurface::Target target = TargetOf(paper);
+    target.device = &printer;
+    target.painterScale = target.pixelsPerUnit;
+    target.isVector = true;
+    return DrawOn(target, draw);
 }
 
 bool WritePicture(const std::string& path, const PictureFileOptions& options, const PictureDrawing& draw) {

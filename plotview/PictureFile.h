@@ -8,6 +8,7 @@
 #include "plot/DrawingSurface.h"
 
 class QImage;
+class QPrinter;
 
 namespace vorela {
 
@@ -27,6 +28,9 @@ bool WritePicture(const std::string& path, const PictureFileOptions& options, co
 
 /// The picture in memory, of 32-bit opaque pixels. A null image when nothing was drawn.
 QImage PictureImage(const PictureFileOptions& options, const PictureDrawing& draw);
+
+/// On one page of a prepared printer, at the page's size.
+bool PrintPicture(QPrinter& printer, const PictureDrawing& draw);
 
 /// A picture that has a size; throws otherwise.
 void CheckPictureOptions(const PictureFileOptions& options);

@@ -1,19 +1,15 @@
 #include "plotview/PlotFile.h"
 
 #include <QImage>
-#include <QPrinter>
 #include <utility>
 
 #include "db/IndexUnits.h"
 #include "general/modGeneral.h"
 #include "plot/PlotFooter.h"
 #include "plot/PlotRenderer.h"
-#include "plotview/PainterSurface.h"
 
 namespace vorela {
 namespace {
-
-constexpr double unitsPerInch = 96;
 
 /// A drawing beside the window's changes nothing that the window shows.
 class PresentationKept {
@@ -70,20 +66,7 @@ bool SavePlot(const std::string& path, const PlotFileOptions& options) {
 
 bool PrintPlot(QPrinter& printer, const PlotFileOptions& options) {
     return Attempt("Printing plot", false, [&] {
-        const QRectF page = printer.pageRect(QPrinter::Inch);
-        PlotFileOptions paper = options;
-        paper.width = static_cast<int>(page.width() * unitsPerInch);
-        paper.height = static_cast<int>(page.height() * unitsPerInch);
-        paper.resolution = printer.resolution();
-        CheckPictureOptions(PictureOptionsOf(paper));
-        PainterSurface::Target target;
-        target.size = {static_cast<double>(paper.width), static_cast<double>(paper.height)};
-        target.pixelsPerUnit = paper.resolution / unitsPerInch;
-        target.device = &printer;
-        target.painterScale = printer.resolution() / unitsPerInch;
-        target.isVector = true;
-        PainterSurface surface(target);
-        return DrawPlotPicture(surface, paper);
+        return PrintPicture(printer, [&](DrawingSurface& surface) { return DrawPlotPicture(surface, options); });
     });
 }
 

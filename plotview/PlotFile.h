@@ -39,7 +39,7 @@ bool SavePlot(const std::string& path, const PlotFileOptions& options);
 /// or report.
 bool DrawPlotPicture(DrawingSurface& surface, const PlotFileOptions& options);
 
-/// Prints the plot on one page of a prepared printer; width, height and resolution are the page's. False
+/// Prints the plot on one page of a prepared printer; the options' size and resolution do not count. False
 /// after a report.
 bool PrintPlot(QPrinter& printer, const PlotFileOptions& options);
 

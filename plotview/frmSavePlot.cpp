@@ -19,6 +19,10 @@ PlotFileOptions frmSavePlot::Options() const {
     return options;
 }
 
+void frmSavePlot::HideCursors() {
+    ui_->chkCursors->hide();
+}
+
 bool frmSavePlot::WithCursors() const {
     return ui_->chkCursors->isChecked();
 }

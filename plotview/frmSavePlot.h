@@ -21,6 +21,8 @@ class frmSavePlot : public QDialog {
     /// Resolution and colours as chosen.
     PlotFileOptions Options() const;
     bool WithCursors() const;
+    /// For a picture that has no cursors.
+    void HideCursors();
 
   private:
     std::unique_ptr<Ui::frmSavePlot> ui_;

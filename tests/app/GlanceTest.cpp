@@ -5,7 +5,10 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPaintEvent>
+#include <QPrintDialog>
 #include <QPrintPreviewDialog>
+#include <QPrinter>
 #include <QProgressBar>
 #include <QToolBar>
 
@@ -14,11 +17,14 @@
 #include "analysis/frmCycleInfo.h"
 #include "app/dlgHelp.h"
 #include "app/frmAbout.h"
+#include "app/frmExact.h"
+#include "app/frmPlan.h"
 #include "db/frmSelectData.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/RecentSelections.h"
 #include "platform/DravikLibraries.h"
 #include "plot/modPlotScales.h"
+#include "plotview/CycleView.h"
 #include "plotview/TimeCursors.h"
 #include "plotview/frmPlotFormat.h"
 #include "plotview/frmPlotScales.h"
@@ -356,6 +362,71 @@ TEST_F(Glance, RedrawThatIsDueWhenTheWindowClosesReadsNothing) {
     ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 
+TEST_F(Glance, CyclePagesAreSavedAndPrintedAsShown) {
+    FinishedJob();
+    SetTab(5);
+    auto& pages = Find<QTabBar>(*window, "tsLevel");
+    const auto onPaper = [&](const char* name) {
+        ModalScript script;
+        script.Then("frmSavePlot", [](QDialog& dialog) {
+            EXPECT_EQ(Find<QCheckBox>(dialog, "chkCursors").isVisible(), false);
+            Click(dialog, "cmdOK");
+        });
+        script.Then("dlgPrint", [this](QDialog& dialog) {
+            auto& printer = *static_cast<QPrintDialog&>(dialog).printer();
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(QString::fromStdString(folder.File("paper.pdf")));
+            dialog.done(QDialog::Accepted);
+        });
+        ports.saveFileAnswer = SaveFileChoice{folder.File(name), 2};
+        Trigger("mnuFile6");
+        Trigger("mnuFile7");
+        EXPECT_EQ(Status(), "Plot printed");
+        EXPECT_GT(std::filesystem::file_size(folder.File("paper.pdf")), 5000U);
+        return ReadAll(folder.File(name));
+    };
+    pages.setCurrentIndex(1);
+    EXPECT_THAT(onPaper("cycles.svg"), AllOf(HasSubstr("Cycles of LEVEL2, 1 to"),
+                                             HasSubstr("well.vdb \u00B7 LEVEL2 \u00B7 6100 ft")));
+    pages.setCurrentIndex(2);
+    EXPECT_THAT(onPaper("stacked.svg"), AllOf(HasSubstr("Pressure less its mean"),
+                                              HasSubstr("LEVEL2 6100 ft \u00B7 LEVEL1 6000 ft")));
+    Activate();
+    QTest::mouseClick(&pages, Qt::LeftButton, {}, pages.tabRect(1).center());
+    QTest::qWait(10);
+    Press(Qt::Key_Right);
+    EXPECT_EQ(CurrentSelection().datasets[0].cycles.selectedCycle, 2) << "the picture has the keys";
+    SetTab(1);
+    EXPECT_FALSE(window->findChild<CycleView*>("picCycles")->isVisible());
+}
+
+// Cells keep their texts while the column's points move with others.
+TEST_F(Glance, NumbersThatStayAreDrawnAgainWhereThePointWent) {
+    ResultGridView grid;
+    const auto show = [&](const char* second) {
+        grid.ShowGrid({{{"a", "1"}, {"b", second}}, {RowShade::none, RowShade::none}, {1000, 0}});
+    };
+    show("2");
+    grid.resize(600, 200);
+    grid.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&grid));
+    const auto first = [&] { return grid.visualItemRect(grid.item(0, 1)); };
+    QRegion drawn;
+    struct Watch final : QObject {
+        explicit Watch(QRegion& region) : region_(region) {}
+        bool eventFilter(QObject*, QEvent* event) override {
+            if (event->type() == QEvent::Paint)
+                region_ += static_cast<QPaintEvent*>(event)->region();
+            return false;
+        }
+        QRegion& region_;
+    } watch(drawn);
+    grid.viewport()->installEventFilter(&watch);
+    show("0.000125");
+    QTest::qWait(30);
+    EXPECT_TRUE(drawn.contains(first().center()));
+}
+
 // --- Without a mouse, without eyes ---
 
 bool TakesKeys(const QWidget& widget) {
@@ -403,6 +474,12 @@ TEST_F(Glance, EveryControlHasANameAndTabGoesFromTopToBottom) {
         SetTab(tab);
         ExpectNamedAndInOrder(*window);
     }
+    for (const int page : {1, 2, 0}) {
+        Find<QTabBar>(*window, "tsLevel").setCurrentIndex(page);
+        ExpectNamedAndInOrder(*window);
+    }
+    frmExact exact;
+    frmPlan plan;
     frmSelectData select;
     frmFilteredCurves filtered;
     frmParameters parameters;
@@ -413,8 +490,9 @@ TEST_F(Glance, EveryControlHasANameAndTabGoesFromTopToBottom) {
     frmAbout about;
     dravik::frmImport import({DatabasePath(), "240"});
     dlgHelp help;
-    for (QWidget* dialog : std::initializer_list<QWidget*>{&select, &filtered, &parameters, &scales, &format,
-                                                           &save, &cycles, &about, &import, &help}) {
+    for (QWidget* dialog :
+         std::initializer_list<QWidget*>{&select, &filtered, &parameters, &scales, &format, &save, &cycles,
+                                         &about, &import, &help, &exact, &plan}) {
         dialog->show();
         ExpectNamedAndInOrder(*dialog);
         dialog->hide();

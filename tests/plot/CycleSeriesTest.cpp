@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "plot/CyclePicture.h"
 #include "plot/CycleSeries.h"
 #include "tests/plot/RecordingSurface.h"
@@ -56,10 +58,15 @@ TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
     std::vector<StackedLevel> levels(4);
     for (std::size_t i = 0; i < levels.size(); ++i)
         levels[i] = {"LEVEL" + std::to_string(i), 12, 12, {1.0, -1.0}, {0.5, 0.25}, "psi", "rps"};
+    const CyclePictureStyle foot{{"a long name of a database.dkb", "LEVEL1", "9600 ft", "recorded 2026-01-01",
+                                  "period 240 s", "difference filter, 1 pass", "Vorela 1.0"},
+                                 true};
     for (const PictureSize size : {PictureSize{334, 306}, {80, 60}, {800, 480}, {1000, 600}, {3800, 1900}}) {
         RecordingSurface surface(size);
         for (const CycleDrawing& drawing :
-             {DrawCycleSeries(surface, "LEVEL1", series, 5), DrawStackedCycles(surface, levels)}) {
+             {DrawCycleSeries(surface, "LEVEL1", series, 5), DrawStackedCycles(surface, levels),
+              DrawCycleSeries(surface, "LEVEL1", series, 5, foot),
+              DrawStackedCycles(surface, levels, foot)}) {
             for (std::size_t i = 0; i < drawing.texts.size(); ++i) {
                 const DeviceBox& box = drawing.texts[i].box;
                 EXPECT_TRUE(box.left >= 0 && box.top >= 0 && box.right <= size.width &&
@@ -69,9 +76,21 @@ TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
             }
         }
     }
+    RecordingSurface narrow({334, 306});
+    std::string footer;
+    for (const PlacedText& text : DrawStackedCycles(narrow, levels, foot).texts)
+        footer += text.role == TextRole::footer ? text.text + "|" : "";
+    EXPECT_EQ(std::ranges::count(footer, '|'), 4) << footer;
+    for (const std::string& item : foot.footer)
+        EXPECT_THAT(footer, HasSubstr(item)) << "whole in a narrow picture";
     RecordingSurface surface({1000, 600});
     const CycleDrawing drawing = DrawCycleSeries(surface, "LEVEL1", series, 5);
     ASSERT_EQ(drawing.panels.size(), 8U);
+    std::vector<std::string> values;
+    for (const PlacedText& text : DrawStackedCycles(surface, levels).texts)
+        if (text.role == TextRole::axisValue && text.box.top < 300)
+            values.push_back(text.text);
+    EXPECT_THAT(values, testing::ElementsAre("-1.0", "-0.5", "0.0", "0.5", "1.0")) << "round ones";
     EXPECT_THAT(surface.Texts(), testing::Contains("Cycles of LEVEL1, 1 to 12, selected: 5"));
     EXPECT_THAT(surface.Texts(), testing::Contains(testing::StartsWith("Phase lag (degrees)  mean 12.25")));
     const CyclePanel& last = drawing.panels[7];
