@@ -257,6 +257,12 @@ void CycleAxis(Panels& panels, const CyclePanel& panel, std::size_t cycles) {
                      std::to_string(cycle));
 }
 
+/// Rows of panels that a height has room for, each with its caption above it.
+std::size_t RowsIn(double height) {
+    constexpr double least = 2 * textHeight + 4 * gap + 1.5 * textHeight;
+    return static_cast<std::size_t>(std::max(height / least, 0.0));
+}
+
 }  // namespace
 
 CycleDrawing DrawCycleSeries(DrawingSurface& surface, const std::string& level,
@@ -272,14 +278,20 @@ CycleDrawing DrawCycleSeries(DrawingSurface& surface, const std::string& level,
     }
     std::string title = "Cycles of " + level + ", 1 to " + std::to_string(cycles);
     title += selectedCycle > 0 ? ", selected: " + std::to_string(selectedCycle) : ", selected: the window";
-    panels.Write(TextRole::title, TextAlignment::topLeft, {gap * 2, gap}, title);
     const double top = 2 * gap + textHeight, bottom = size.height - 3 * gap - 2 * textHeight;
     constexpr std::size_t rows = cycleSeriesCount / 2;
-    const double pitch = (bottom - top) / rows;
+    // Where not all have room, what the results are made of goes before what it is made of.
+    const std::size_t skipped = rows - std::clamp<std::size_t>(RowsIn(bottom - top), 1, rows);
+    const double pitch = (bottom - top) / static_cast<double>(rows - skipped);
+    if (skipped > 0)
+        title += " (more panels in a higher window)";
+    panels.Write(TextRole::title, TextAlignment::topLeft, {gap * 2, gap}, title);
     for (std::size_t i = 0; i < cycleSeriesCount; ++i) {
+        if (i % rows < skipped)
+            continue;
         const double half = i < rows ? 0 : size.width / 2;
         const double labels = panels.LabelRoom();
-        const double panelTop = top + pitch * static_cast<double>(i % rows) + textHeight + gap;
+        const double panelTop = top + pitch * static_cast<double>(i % rows - skipped) + textHeight + gap;
         const DeviceBox area{half + labels + 3 * gap, panelTop, half + size.width / 2 - 3 * gap,
                              panelTop + pitch - textHeight - 3 * gap};
         if (area.bottom - area.top < textHeight || area.right - area.left < 4 * textHeight)

@@ -76,6 +76,11 @@ TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
             }
         }
     }
+    RecordingSurface low({640, 240});
+    const CycleDrawing fewer = DrawCycleSeries(low, "LEVEL1", series, 5);
+    EXPECT_EQ(fewer.panels.size(), 4U) << "ratio and lag, and the flow that is in them";
+    EXPECT_THAT(low.Texts(), testing::Contains(testing::StartsWith("Phase lag")));
+    EXPECT_THAT(low.Texts(), testing::Contains(testing::EndsWith("in a higher window)")));
     RecordingSurface narrow({334, 306});
     std::string footer;
     for (const PlacedText& text : DrawStackedCycles(narrow, levels, foot).texts)
