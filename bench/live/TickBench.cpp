@@ -61,7 +61,7 @@ class Followed {
     double TakeCpu() { return std::exchange(cpu_, 0.0); }
 
   private:
-    static std::vector<test::CurveSpec> Curves(std::int32_t hours) {
+    static std::vector<test::RecordedCurve> Curves(std::int32_t hours) {
         test::TestPlan plan;
         plan.periodSeconds = periodSeconds;
         plan.samples = (hours + 2) * samplesPerHour;

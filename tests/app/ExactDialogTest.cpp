@@ -33,7 +33,7 @@ class ExactDialog : public WindowFixture {
                         std::int32_t flowCount = 20000) {
         constexpr std::int32_t count = 20000;
         constexpr double omega = 2 * 3.14159265358979 / period;
-        std::vector<CurveSpec> curves{
+        std::vector<RecordedCurve> curves{
             {"ZG", "psi", count,
              [](std::int32_t t) {
                  return 3000 + 20 * std::sin(omega * t) + 0.05 * std::sin(0.37 * omega * t);
@@ -43,7 +43,7 @@ class ExactDialog : public WindowFixture {
                  return 5 - amplitude * std::sin(omega * t + lag) + 0.004 * std::sin(1.41 * omega * t);
              }},
             {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }}};
-        for (CurveSpec& curve : ValveCurves({6000, period, count}))
+        for (RecordedCurve& curve : ValveCurves({6000, period, count}))
             curves.push_back(std::move(curve));
         AddCurves(dataset, curves);
         SetPresentation(dataset, Presentation{});

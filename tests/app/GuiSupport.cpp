@@ -102,13 +102,13 @@ void WindowFixture::MakeLevel(const std::string& dataset, double depth, double f
                               std::int32_t first) {
     constexpr std::int32_t count = 20000;
     constexpr double radiansPerIndex = 2 * 3.14159265358979 / period;
-    std::vector<CurveSpec> curves{
+    std::vector<RecordedCurve> curves{
         {"ZG", "psi", count, [](std::int32_t t) { return 3000 + 20 * std::sin(radiansPerIndex * t); }, first},
         {"RTC", "rps", count,
          [flowAmplitude](std::int32_t t) { return 5 - flowAmplitude * std::cos(radiansPerIndex * t); },
          first},
         {"ADPTH", "ft", 1, [depth](std::int32_t) { return depth; }, first}};
-    for (CurveSpec& curve : ValveCurves({first + 6000, period, count, first}))
+    for (RecordedCurve& curve : ValveCurves({first + 6000, period, count, first}))
         curves.push_back(std::move(curve));
     AddCurves(dataset, curves);
     SetPresentation(dataset, Presentation{});

@@ -10,7 +10,7 @@ namespace {
 
 class StartUpTest : public test::SettingsFixture {};
 
-TEST_F(StartUpTest, stampsOnlyAVersionThatDiffers) {
+TEST_F(StartUpTest, StampsOnlyAVersionThatDiffers) {
     EXPECT_EQ(VersionText({1, 0, 5}), "1.05");
     EXPECT_EQ(VersionText({2, 1, 12}), "2.112");
     const std::tuple<const char*, ProgramVersion, const char*> cases[] = {
@@ -28,7 +28,7 @@ TEST_F(StartUpTest, stampsOnlyAVersionThatDiffers) {
     }
 }
 
-TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
+TEST_F(StartUpTest, CursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     EXPECT_EQ(ReadCursorSettings().cursor1, 33.33F);
     EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
     WriteCursorSettings({12.5F, 150.0F});
@@ -42,7 +42,7 @@ TEST_F(StartUpTest, cursorsStandAtTheirUnevenDefaultsUntilTheyAreMoved) {
     EXPECT_EQ(ReadCursorSettings().cursor2, 66.33F);
 }
 
-TEST_F(StartUpTest, startsInItsOwnFolderWithBothLibrariesOrNotAtAll) {
+TEST_F(StartUpTest, StartsInItsOwnFolderWithBothLibrariesOrNotAtAll) {
     const auto before = std::filesystem::current_path();
     const std::string own = DefaultSettingsFilePath();
     const bool hadSettings = std::filesystem::exists(own);

@@ -17,7 +17,7 @@ class Curves : public DravikFixture {
         DravikFixture::TearDown();
     }
     /// 2 · index with a gap at 400, grid 100, 110, …, samples 40000 so that several blocks are read.
-    static CurveSpec Line(std::int32_t count = 40000) {
+    static RecordedCurve Line(std::int32_t count = 40000) {
         return {"LINE", "psi", count,
                 [](std::int32_t t) { return t == 400 ? std::nullopt : std::optional(2.0 * t); }, 100};
     }
@@ -143,7 +143,7 @@ TEST_F(Curves, WriterSendsWholeChunksWhereverRunsBeginAndEnd) {
 }
 
 TEST_F(Curves, NothingRecordedIsOverwritten) {
-    CurveSpec taken = Line();
+    RecordedCurve taken = Line();
     for (const char* name : {"AB_p", "RTC_f", "PVLSIG"}) {
         taken.name = name;
         AddCurve("L", taken);

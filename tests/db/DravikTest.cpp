@@ -76,7 +76,7 @@ class Dravik : public test::DravikFixture {
         Datasets()[0].dataset = "L1  ";
     }
     static std::vector<DatasetRecord>& Datasets() { return CurrentSelection().datasets; }
-    const test::CurveSpec curve{"ZG", "psi", 100, [](std::int32_t t) { return t; }};
+    const test::RecordedCurve curve{"ZG", "psi", 100, [](std::int32_t t) { return t; }};
 };
 
 TEST_F(Dravik, ExtentIsReadAndAChangeOfItTold) {

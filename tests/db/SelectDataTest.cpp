@@ -7,7 +7,7 @@
 namespace vorela::test {
 namespace {
 
-CurveSpec Constant(const std::string& name, double value, const std::string& unit = "") {
+RecordedCurve Constant(const std::string& name, double value, const std::string& unit = "") {
     return {name, unit, 50, [value](std::int32_t) { return value; }};
 }
 
@@ -71,7 +71,7 @@ TEST_F(SelectData, RefusedDatasetsAndNothingChosenLeaveTheSelectionAsItWas) {
     using enum MessageIcon;
     AddLevel("A", 1);
     AddLevel("B", 2);
-    CurveSpec deep = Constant("ZG", 1);
+    RecordedCurve deep = Constant("ZG", 1);
     deep.indexKind = 0;
     AddCurve("DEEP", deep);
     AddCurve("NOVALVE", Constant("ZG", 1));
@@ -107,10 +107,10 @@ TEST_F(SelectData, RefusedDatasetsAndNothingChosenLeaveTheSelectionAsItWas) {
 }
 
 TEST_F(SelectData, DepthIsConvertedByScaleAndOffsetAndNullWhenThereIsNone) {
-    CurveSpec metres = Constant("ADPTH", 100);
+    RecordedCurve metres = Constant("ADPTH", 100);
     metres.scale = 3.28125F;
     metres.offset = 10.0F;
-    CurveSpec empty = Constant("ADPTH", 1);
+    RecordedCurve empty = Constant("ADPTH", 1);
     empty.count = 0;
     AddCurves("M", {metres, Constant("PVLPOS", 1)});
     AddCurves("NONE", {Constant("PVLPOS", 1)});
@@ -181,7 +181,7 @@ TEST_F(SelectData, LevelsComeOutDeepestFirstWithTheirOwnCycleNumbers) {
 }
 
 TEST_F(SelectData, TheExtentIsThatOfTheFirstCurveThatAllHave) {
-    CurveSpec longer = Constant("RTC", 1);
+    RecordedCurve longer = Constant("RTC", 1);
     longer.count = 80;
     longer.step = 20;
     AddCurves("A", {Constant("ZG", 1), longer, Constant("PVLPOS", 1)});

@@ -9,7 +9,7 @@
 namespace vorela {
 namespace {
 
-TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
+TEST(NumberFormat, GivesSmallNumbersMoreDecimalsThanLargeOnes) {
     const std::tuple<double, int, const char*> cases[] = {
         {0, 0, "0"},           {0.00000005, 0, "0"},   {0.5, 3, "0.5"},       {0.01, 5, "0.01"},
         {0.02, 4, "0.02"},     {0.123456, 3, "0.123"}, {2, 0, "2"},           {2.5, 2, "2.5"},
@@ -23,7 +23,7 @@ TEST(NumberFormat, givesSmallNumbersMoreDecimalsThanLargeOnes) {
     }
 }
 
-TEST(NumberFormat, roundsHalvesAwayFromZeroOnTheDecimalText) {
+TEST(NumberFormat, RoundsHalvesAwayFromZeroOnTheDecimalText) {
     // 0.125 and 1.005 as decimal texts: the binary value of 1.005 lies below the half.
     EXPECT_EQ(FormatByPattern(0.125, "0.00"), "0.13");
     EXPECT_EQ(FormatByPattern(1.005, "0.##"), "1.01");
@@ -34,7 +34,7 @@ TEST(NumberFormat, roundsHalvesAwayFromZeroOnTheDecimalText) {
     EXPECT_THROW(FormatNumber(std::numeric_limits<double>::quiet_NaN()), RunTimeError);
 }
 
-TEST(NumberText, shortestTextReadsBackToTheSameNumberUnderACommaLocale) {
+TEST(NumberText, ShortestTextReadsBackToTheSameNumberUnderACommaLocale) {
     std::setlocale(LC_ALL, "de_DE.UTF-8");
     for (const double value :
          {0.1, 240.0, 2.5, 1e-5, 1.0 / 3.0, 123456789.125, 5e-324, 1.7976931348623157e308}) {
@@ -49,7 +49,7 @@ TEST(NumberText, shortestTextReadsBackToTheSameNumberUnderACommaLocale) {
     std::setlocale(LC_ALL, "C");
 }
 
-TEST(NumberText, readsTheLeadingPartOfASettingAndTheWholeOfABox) {
+TEST(NumberText, ReadsTheLeadingPartOfASettingAndTheWholeOfABox) {
     const std::pair<const char*, double> leading[] = {{" 12abc", 12}, {"abc", 0}, {"1e", 1},
                                                       {"-.5e1x", -5}, {".", 0},   {"1e400", 0}};
     for (const auto& [text, number] : leading)
@@ -63,7 +63,7 @@ TEST(NumberText, readsTheLeadingPartOfASettingAndTheWholeOfABox) {
         EXPECT_FALSE(StrictNumber(refused)) << refused;
 }
 
-TEST(RangeCheck, storesAnAcceptedValueAtOnceAndKeepsTheFieldOfARefusedOne) {
+TEST(RangeCheck, StoresAnAcceptedValueAtOnceAndKeepsTheFieldOfARefusedOne) {
     double field = 7;
     EXPECT_TRUE(CheckRange({"20", true}, 20, 30, field));
     EXPECT_EQ(field, 20);
@@ -78,7 +78,7 @@ TEST(RangeCheck, storesAnAcceptedValueAtOnceAndKeepsTheFieldOfARefusedOne) {
     EXPECT_FALSE(CheckRange({"31", false}, 20, 30, field));
 }
 
-TEST(TerminalText, letsNoControlCharacterThrough) {
+TEST(TerminalText, LetsNoControlCharacterThrough) {
     const std::pair<std::string, std::string> cases[] = {
         {"LEVEL 1\x1B[2J", "LEVEL 1\\x1B[2J"},
         {"a\tb\r\x7F", "a\\x09b\\x0D\\x7F"},
@@ -96,7 +96,7 @@ TEST(TerminalText, letsNoControlCharacterThrough) {
     EXPECT_EQ(TerminalLines("a\nb\x07"), "a\nb\\x07");
 }
 
-TEST(CheckedMath, stopsWhereTheClassicRunTimeStops) {
+TEST(CheckedMath, StopsWhereTheClassicRunTimeStops) {
     EXPECT_EQ(RoundHalfEven(0.5), 0);
     EXPECT_EQ(RoundHalfEven(1.5), 2);
     EXPECT_EQ(RoundHalfEven(-0.5), 0);

@@ -14,7 +14,7 @@ class SettingsFileTest : public test::SettingsFixture {
     const std::string path = SettingsFilePath();
 };
 
-TEST_F(SettingsFileTest, keepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWritten) {
+TEST_F(SettingsFileTest, KeepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWritten) {
     WriteSettings(
         "; mine\r\n[Plot]\r\nUnknown = 7\r\nY1=0\r\n\r\n[parameters]\r\n;Period=1\r\nperiod=240\r\n");
     EXPECT_TRUE(WriteIniString("Parameters", "PERIOD", "90", path));
@@ -27,7 +27,7 @@ TEST_F(SettingsFileTest, keepsCommentsUnknownKeysOrderAndLineEndsWhenOneKeyIsWri
     EXPECT_EQ(ReadIniString("PARAMETERS", "Period", "240", path), "90");
 }
 
-TEST_F(SettingsFileTest, givesTheDefaultForWhatIsMissingOrEmpty) {
+TEST_F(SettingsFileTest, GivesTheDefaultForWhatIsMissingOrEmpty) {
     EXPECT_EQ(ReadIniString("A", "B", "d", path), "d");
     EXPECT_EQ(ReadIniInteger("A", "B", -1, path), -1);
     WriteSettings("[A]\nempty=\nbad=x1\nnegative=-1\nquoted=\" a b \"\n[B]\nonly=here\n");
@@ -40,7 +40,7 @@ TEST_F(SettingsFileTest, givesTheDefaultForWhatIsMissingOrEmpty) {
     EXPECT_EQ(ReadIniString("A", "k", "", path), "v");
 }
 
-TEST_F(SettingsFileTest, createsTheFileOnTheFirstWriteAndCutsAValueReadAt255Characters) {
+TEST_F(SettingsFileTest, CreatesTheFileOnTheFirstWriteAndCutsAValueReadAt255Characters) {
     EXPECT_TRUE(WriteIniString("A", "long", std::string(300, 'x'), path));
     EXPECT_EQ(Settings(), "[A]\r\nlong=" + std::string(300, 'x') + "\r\n");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1)
@@ -48,7 +48,7 @@ TEST_F(SettingsFileTest, createsTheFileOnTheFirstWriteAndCutsAValueReadAt255Char
     EXPECT_EQ(ReadIniString("A", "long", "", path), std::string(255, 'x'));
 }
 
-TEST_F(SettingsFileTest, aWriteThatFailsLeavesTheFileAsItWas) {
+TEST_F(SettingsFileTest, AWriteThatFailsLeavesTheFileAsItWas) {
     EXPECT_FALSE(WriteIniString("A", "k", "v", folder.File("missing/Vorela.ini")));
     WriteSettings("[A]\nk=old\n");
     chmod(path.c_str(), 0444);
@@ -61,7 +61,7 @@ TEST_F(SettingsFileTest, aWriteThatFailsLeavesTheFileAsItWas) {
 }
 
 /// A disk that takes only a part of the new file.
-TEST_F(SettingsFileTest, aWriteThatEndsHalfwayLeavesTheFileAsItWas) {
+TEST_F(SettingsFileTest, AWriteThatEndsHalfwayLeavesTheFileAsItWas) {
     const std::string before = "[A]\nk=" + std::string(5000, 'x') + "\n[B]\n";
     WriteSettings(before);
     signal(SIGXFSZ, SIG_IGN);
@@ -76,7 +76,7 @@ TEST_F(SettingsFileTest, aWriteThatEndsHalfwayLeavesTheFileAsItWas) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
-TEST_F(SettingsFileTest, anOverlayTakesWritesAndAnswersFirst) {
+TEST_F(SettingsFileTest, AnOverlayTakesWritesAndAnswersFirst) {
     WriteSettings("[A]\nk=file\n");
     {
         SettingsOverlay overlay;

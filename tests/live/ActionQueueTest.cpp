@@ -58,7 +58,7 @@ class ActionQueueTest : public LiveFixture {
         [this](bool on) { calls.push_back(on ? "timer on" : "timer off"); }};
 };
 
-TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisibleTabOnly) {
+TEST_F(ActionQueueTest, AdvancesTheFirstPendingDatasetOnlyAndRefreshesTheVisibleTabOnly) {
     SelectThree({false, true, true});
     const Calls refreshed[] = {{"grid 1"}, {"grid 2"}, {"grid 3"}, {"grid 4"},
                                {},         {"plot 1"}, {"plot 2"}, {}};
@@ -75,7 +75,7 @@ TEST_F(ActionQueueTest, advancesTheFirstPendingDatasetOnlyAndRefreshesTheVisible
     EXPECT_EQ(std::ranges::count(ports.statusTexts, "Following LEVEL1 made ZG_p, RTC_qs, PVLSIG, RTC_f"), 1);
 }
 
-TEST_F(ActionQueueTest, aSelectionBringsAllCurvesOfAnEarlierSessionUpToTheRecording) {
+TEST_F(ActionQueueTest, ASelectionBringsAllCurvesOfAnEarlierSessionUpToTheRecording) {
     SelectThree({true, false, true});
     for (std::size_t i = 0; i < recordings.size(); ++i)
         EXPECT_TRUE(ExtendDataset(i));
@@ -93,7 +93,7 @@ TEST_F(ActionQueueTest, aSelectionBringsAllCurvesOfAnEarlierSessionUpToTheRecord
     EXPECT_EQ(calls, (Calls{"update 70", "timer on", "timer on"}));
 }
 
-TEST_F(ActionQueueTest, switchesTheTimerOffWhenTheLastRecordingEndsAndStillExtendsAndRefreshes) {
+TEST_F(ActionQueueTest, SwitchesTheTimerOffWhenTheLastRecordingEndsAndStillExtendsAndRefreshes) {
     ExpectPass(1, {});  // nothing is selected
     SelectThree({false, true, true});
     recordings[1].AppendAll();
@@ -105,7 +105,7 @@ TEST_F(ActionQueueTest, switchesTheTimerOffWhenTheLastRecordingEndsAndStillExten
     ExpectPass(2, {});  // nothing is recorded
 }
 
-TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordingHasEnded) {
+TEST_F(ActionQueueTest, ReportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordingHasEnded) {
     SelectThree({true, false, false});
     EXPECT_TRUE(Pass(1));
     recordings[0].AppendAll();
@@ -120,7 +120,7 @@ TEST_F(ActionQueueTest, reportsAStepThatFailsAndTakesItUpAgainAlthoughTheRecordi
     ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
 }
 
-TEST_F(ActionQueueTest, whileAnotherAnalysisHoldsTheDatabaseAPassIsOwedAndSaidOnce) {
+TEST_F(ActionQueueTest, WhileAnotherAnalysisHoldsTheDatabaseAPassIsOwedAndSaidOnce) {
     SelectThree({true, false, false});
     EXPECT_TRUE(Pass(1));
     recordings[0].AppendAll();
@@ -143,7 +143,7 @@ TEST_F(ActionQueueTest, whileAnotherAnalysisHoldsTheDatabaseAPassIsOwedAndSaidOn
     ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
 }
 
-TEST_F(ActionQueueTest, givesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) {
+TEST_F(ActionQueueTest, GivesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) {
     SelectThree({true, false, false});
     recordings[0].AppendAll();
     writesToFail = 1000;
@@ -155,7 +155,7 @@ TEST_F(ActionQueueTest, givesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) 
     EXPECT_EQ(calls.front(), "timer off");
 }
 
-TEST_F(ActionQueueTest, keepsTheWindowSelectedAsCyclesAreAdded) {
+TEST_F(ActionQueueTest, KeepsTheWindowSelectedAsCyclesAreAdded) {
     SelectThree({true, false, false});
     EXPECT_TRUE(Pass(1));
     CycleRecord& cycles = CurrentSelection().datasets[0].cycles;

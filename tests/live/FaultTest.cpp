@@ -122,7 +122,7 @@ class FaultTest : public LiveFixture, public ::testing::WithParamInterface<Way> 
     }
 };
 
-TEST_P(FaultTest, theNextPassGoesOnAsIfNothingHadHappenedWhicheverCallFailed) {
+TEST_P(FaultTest, TheNextPassGoesOnAsIfNothingHadHappenedWhicheverCallFailed) {
     const Outcome whole = OneRunOver(CurvesOf(plan));
     constexpr std::int32_t statuses[] = {DK_DISK_ERROR, DK_NOT_AVAILABLE, DK_NO_MEMORY};
     for (const Moment moment : {Moment::creation, Moment::extension, Moment::end}) {

@@ -32,7 +32,7 @@ class LiveEqualsBatchTest : public LiveFixture {
     /// What was followed of a recording that grows in pieces behind its first samples. `beforePass` gets the
     /// number of samples written and tells whether the pass takes place.
     Outcome Follow(
-        const std::vector<CurveSpec>& curves, int piece,
+        const std::vector<RecordedCurve>& curves, int piece,
         const std::function<bool(int)>& beforePass = [](int) { return true; }, int first = 1) {
         const std::string dataset = NewName();
         Recording recording(*this, dataset, curves);
@@ -45,7 +45,7 @@ class LiveEqualsBatchTest : public LiveFixture {
         EXPECT_EQ(CurrentSelection().datasets[0].pendingFlag, 0);
         return Observe(dataset);
     }
-    void ExpectSame(const Outcome& live, const std::vector<CurveSpec>& curves, bool gaps = false) {
+    void ExpectSame(const Outcome& live, const std::vector<RecordedCurve>& curves, bool gaps = false) {
         ExpectOneRun(live, curves);
         EXPECT_GE(live.cycles.RealCycles(), 4);
         EXPECT_TRUE(gaps || std::ranges::count(live.cycles.analysed, 1) > 0);
@@ -58,7 +58,7 @@ class LiveEqualsBatchTest : public LiveFixture {
 
 class LiveEqualsBatch : public LiveEqualsBatchTest, public ::testing::WithParamInterface<Case> {};
 
-TEST_P(LiveEqualsBatch, forDerivedCurvesAndCycleRecord) {
+TEST_P(LiveEqualsBatch, ForDerivedCurvesAndCycleRecord) {
     const Case& c = GetParam();
     TestPlan plan;
     plan.gaps = c.gaps;
@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Pieces, LiveEqualsBatch, ::testing::ValuesIn(Cases()));
 // that no tool has, and a change that would lie in the future, tell nothing.
 TEST_F(LiveEqualsBatchTest, WithDisturbedToolSamplesThatCostOneCycleOnly) {
     auto curves = CurvesOf({.samples = 900});
-    for (CurveSpec& curve : curves) {
+    for (RecordedCurve& curve : curves) {
         const std::map<std::string, std::map<std::int32_t, double>> disturbed{
             {"PVLID", {{3000, 1}, {4100, 1e20}, {4600, 2}}},
             {"PVLIDT", {{4600, 3e5}}},
@@ -137,12 +137,12 @@ TEST_F(LiveEqualsBatchTest, WithDisturbedToolSamplesThatCostOneCycleOnly) {
 }
 
 /// Levels recorded one after the other, or side by side: each pass advances the first pending one only.
-TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
+TEST_F(LiveEqualsBatchTest, ForLevelsPendingInTurn) {
     for (const int levels : {2, 3}) {
         for (const bool sideBySide : {false, true}) {
             Use(levels == 2 ? difference3 : bandPass1, TestPlan{}.periodSeconds);
             std::vector<Recording> recordings;
-            std::vector<std::vector<CurveSpec>> plans;
+            std::vector<std::vector<RecordedCurve>> plans;
             std::vector<std::string> names;
             for (int i = 0; i < levels; ++i) {
                 plans.push_back(CurvesOf(
@@ -179,7 +179,7 @@ TEST_F(LiveEqualsBatchTest, forLevelsPendingInTurn) {
 }
 
 /// Nothing to filter, no valve change, no boundary, half a cycle.
-TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
+TEST_F(LiveEqualsBatchTest, ForRecordsTooShortForAnything) {
     for (const Way& way : {difference3, bandPass1})
         for (const int samples : {1, 2, 20, 60, periodLessOne, 82}) {
             const TestPlan plan{.samples = samples};
@@ -191,7 +191,7 @@ TEST_F(LiveEqualsBatchTest, forRecordsTooShortForAnything) {
 }
 
 /// A session ends (is killed) while the recording goes on; the next one finds the whole of it.
-TEST_F(LiveEqualsBatchTest, forARecordingThatWentOnAfterTheSessionAndIsCompletedAtTheNextSelection) {
+TEST_F(LiveEqualsBatchTest, ForARecordingThatWentOnAfterTheSessionAndIsCompletedAtTheNextSelection) {
     for (const Way& way : {difference1, difference3, bandPass1})
         for (const auto& [before, after] : {std::pair(0, 30), {1, 2}, {60, 210}, {200, 201}, {480, 520}}) {
             const TestPlan plan{.samples = after};
@@ -214,11 +214,11 @@ TEST_F(LiveEqualsBatchTest, forARecordingThatWentOnAfterTheSessionAndIsCompleted
 }
 
 /// An analysed dataset that was exported and is recorded once more: its own curves are used, live too.
-TEST_F(LiveEqualsBatchTest, forRecordingsThatStandInThePlaceOfDerivedCurves) {
+TEST_F(LiveEqualsBatchTest, ForRecordingsThatStandInThePlaceOfDerivedCurves) {
     const TestPlan plan;
     Use(difference1, plan.periodSeconds);
     const Outcome analysed = OneRunOver(CurvesOf(plan));
-    std::vector<CurveSpec> curves = CurvesOf(plan);
+    std::vector<RecordedCurve> curves = CurvesOf(plan);
     for (const auto& [name, curve] : analysed.curves)
         curves.push_back({name, "", plan.samples,
                           [curve = curve](std::int32_t t) -> std::optional<double> { return curve.At(t); },
@@ -247,7 +247,7 @@ TEST_F(LiveEqualsBatchTest, forRecordingsThatStandInThePlaceOfDerivedCurves) {
 }
 
 /// What was analysed before the change of a parameter is analysed anew: no mixture of two filters.
-TEST_F(LiveEqualsBatchTest, afterParametersWereChangedOnTheWay) {
+TEST_F(LiveEqualsBatchTest, AfterParametersWereChangedOnTheWay) {
     const TestPlan plan{.samples = 900};
     const auto curves = CurvesOf(plan);
     const struct {
@@ -275,7 +275,7 @@ TEST_F(LiveEqualsBatchTest, afterParametersWereChangedOnTheWay) {
 
 /// A measured sinusoidal pumping test of 18 cycles of 90 s at 1 Hz; its pressure takes one of ten levels
 /// only.
-TEST_F(LiveEqualsBatchTest, forAMeasuredRecord) {
+TEST_F(LiveEqualsBatchTest, ForAMeasuredRecord) {
     std::ifstream file(VORELA_SOURCE_DIR "/../shared/data/sinusoidal-pumping-90s/test.csv");
     if (!file)
         GTEST_SKIP() << "the measured record is not here";
@@ -291,9 +291,9 @@ TEST_F(LiveEqualsBatchTest, forAMeasuredRecord) {
     const auto count = static_cast<std::int32_t>(flow.size());
     const auto curve = [&](const char* name, const std::vector<double>& values) {
         const auto value = [&values](std::int32_t t) { return values.at(static_cast<std::size_t>(t) / 100); };
-        return CurveSpec{name, "", count, value, 0, 100};
+        return RecordedCurve{name, "", count, value, 0, 100};
     };
-    std::vector<CurveSpec> curves{curve("ZG", pressure), curve("RTC", flow)};
+    std::vector<RecordedCurve> curves{curve("ZG", pressure), curve("RTC", flow)};
     for (auto& valve : ValveCurves({9000, 9000, count, 0, 100}))
         curves.push_back(std::move(valve));
     for (const Way& way : {difference1, difference3, bandPass1})

@@ -15,8 +15,8 @@ double Noise(std::int32_t index, int seed) {
     return static_cast<double>(x) / 2147483648.0 - 1.0;
 }
 
-CurveSpec Signal(const TestPlan& plan, const char* name, const char* unit, double level, double amplitude,
-                 double delaySeconds, int seed) {
+RecordedCurve Signal(const TestPlan& plan, const char* name, const char* unit, double level, double amplitude,
+                     double delaySeconds, int seed) {
     const auto value = [=](std::int32_t index) -> std::optional<double> {
         // Single samples, a run, and a sample just before the end are missing.
         const std::int32_t n = (index - plan.first) / 10;
@@ -61,22 +61,22 @@ std::string DifferenceOfCycles(const CycleRecord& a, const CycleRecord& b) {
 
 }  // namespace
 
-std::vector<CurveSpec> CurvesOf(const TestPlan& plan) {
-    std::vector<CurveSpec> curves{Signal(plan, "ZG", "psi", 3000, 0.5, 1.1, plan.seed),
-                                  Signal(plan, "RTC", "rps", 12, 2, 0.3, plan.seed + 100)};
+std::vector<RecordedCurve> CurvesOf(const TestPlan& plan) {
+    std::vector<RecordedCurve> curves{Signal(plan, "ZG", "psi", 3000, 0.5, 1.1, plan.seed),
+                                      Signal(plan, "RTC", "rps", 12, 2, 0.3, plan.seed + 100)};
     // The valve is a little slower than the nominal period, so that its changes fall between the samples.
     const auto period = static_cast<std::int32_t>(plan.periodSeconds * 100) + 6;
-    for (CurveSpec& curve : ValveCurves({plan.firstBoundary, period, plan.samples, plan.first, 10}))
+    for (RecordedCurve& curve : ValveCurves({plan.firstBoundary, period, plan.samples, plan.first, 10}))
         curves.push_back(std::move(curve));
     const double depth = plan.depth;
     curves.push_back({"ADPTH", "ft", plan.samples, [depth](std::int32_t) { return depth; }, plan.first});
     return curves;
 }
 
-Recording::Recording(DravikFixture& fixture, std::string dataset, std::vector<CurveSpec> curves)
+Recording::Recording(DravikFixture& fixture, std::string dataset, std::vector<RecordedCurve> curves)
     : fixture_(&fixture), dataset_(std::move(dataset)), curves_(std::move(curves)) {
-    std::vector<CurveSpec> empty = curves_;
-    for (CurveSpec& curve : empty)
+    std::vector<RecordedCurve> empty = curves_;
+    for (RecordedCurve& curve : empty)
         curve.count = 0;
     fixture_->AddCurves(dataset_, empty);
     WriteFlag(1);
@@ -134,7 +134,7 @@ bool LiveFixture::CreateAll(std::size_t index) {
            WithDatabase(index, ReconstructValveCurve, false) && WithDatabase(index, FilterDatasetFlow, false);
 }
 
-Outcome LiveFixture::OneRunOver(const std::vector<CurveSpec>& curves) {
+Outcome LiveFixture::OneRunOver(const std::vector<RecordedCurve>& curves) {
     const std::string dataset = NewName();
     Recording(*this, dataset, curves).AppendAll();
     Select({dataset});

@@ -20,13 +20,13 @@ struct TestPlan {
     bool gaps = false;                 ///< some samples of pressure and flow are missing
     int seed = 1;
 };
-std::vector<CurveSpec> CurvesOf(const TestPlan& plan);
+std::vector<RecordedCurve> CurvesOf(const TestPlan& plan);
 
 /// Plays curves into a dataset, all of them in one transaction for each piece.
 class Recording {
   public:
     /// The items are there and empty, the recording flag is set.
-    Recording(DravikFixture& fixture, std::string dataset, std::vector<CurveSpec> curves);
+    Recording(DravikFixture& fixture, std::string dataset, std::vector<RecordedCurve> curves);
     /// The next samples of every curve, as many as are left; the flag is cleared with the last of them.
     void Append(std::int32_t samples);
     void AppendAll() { Append(Left()); }
@@ -37,7 +37,7 @@ class Recording {
 
     DravikFixture* fixture_;
     std::string dataset_;
-    std::vector<CurveSpec> curves_;
+    std::vector<RecordedCurve> curves_;
     std::int32_t written_ = 0;
 };
 
@@ -69,8 +69,8 @@ class LiveFixture : public DravikFixture {
     static bool CreateAll(std::size_t index);
     /// The outcome of one interactive run over the whole of `curves` in a dataset of their own, which is
     /// selected then.
-    Outcome OneRunOver(const std::vector<CurveSpec>& curves);
-    void ExpectOneRun(const Outcome& live, const std::vector<CurveSpec>& curves) {
+    Outcome OneRunOver(const std::vector<RecordedCurve>& curves);
+    void ExpectOneRun(const Outcome& live, const std::vector<RecordedCurve>& curves) {
         EXPECT_EQ(Difference(live, OneRunOver(curves)), "");
     }
     /// Of a dataset that is not there yet.

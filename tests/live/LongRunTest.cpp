@@ -23,7 +23,7 @@ Usage CurrentUsage() {
 
 class LongRunTest : public test::LiveFixture {};
 
-TEST_F(LongRunTest, takesNoMoreMemoryAndNoMoreDescriptorsAsTheRecordingGrows) {
+TEST_F(LongRunTest, TakesNoMoreMemoryAndNoMoreDescriptorsAsTheRecordingGrows) {
     constexpr int samplesPerPass = 100;
 #if defined(__SANITIZE_ADDRESS__)
     constexpr long allowedKilobytes = 512 * 1024;  // the sanitizer keeps what was freed for a while

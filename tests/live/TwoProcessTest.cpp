@@ -101,7 +101,7 @@ class TwoProcessTest : public test::LiveFixture {
     int cycles = 12 + Kills();
 };
 
-TEST_F(TwoProcessTest, loseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun) {
+TEST_F(TwoProcessTest, LoseNothingThatWasAcknowledgedAndEndAtTheResultsOfOneRun) {
     test::Use({1, false, 1, 1.5}, 20.0);
     std::mt19937 random{5};
     const auto below = [&](unsigned limit) { return static_cast<useconds_t>(random() % limit); };

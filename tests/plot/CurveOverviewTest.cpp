@@ -43,7 +43,7 @@ void ExpectAgreement(const CurveOverview& overview, const std::vector<float>& sa
     EXPECT_TRUE(overview.OfBuckets(5, 5).IsEmpty());
 }
 
-TEST(CurveOverview, agreesWithTheSamplesHoweverItGrew) {
+TEST(CurveOverview, AgreesWithTheSamplesHoweverItGrew) {
     const std::vector<float> samples = Noise(100'003, 1);
     for (const std::size_t piece : {1UL, 7UL, 128UL, 1000UL, 100'003UL}) {
         CurveOverview overview;
@@ -54,7 +54,7 @@ TEST(CurveOverview, agreesWithTheSamplesHoweverItGrew) {
     }
 }
 
-TEST(CurveOverview, forgetsATailThatIsWrittenAgain) {
+TEST(CurveOverview, ForgetsATailThatIsWrittenAgain) {
     std::vector<float> samples = Noise(90'000, 2);
     CurveOverview overview;
     overview.Append(samples);

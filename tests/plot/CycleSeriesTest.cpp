@@ -25,7 +25,7 @@ CycleRecord Cycles(int count) {
     return cycles;
 }
 
-TEST(CycleSeries, followsPhasesThroughTheTurnAndLeavesCyclesWithoutResultsOut) {
+TEST(CycleSeries, FollowsPhasesThroughTheTurnAndLeavesCyclesWithoutResultsOut) {
     const auto series = SeriesOf(Cycles(5), "psi", "rps");
     const CycleSeries& phase = series[5];
     EXPECT_EQ(phase.name, "Pressure phase");
@@ -42,7 +42,7 @@ TEST(CycleSeries, followsPhasesThroughTheTurnAndLeavesCyclesWithoutResultsOut) {
     EXPECT_EQ(series[7].mean, 12.25);
 }
 
-TEST(CycleSeries, scatterIsThatAboutTheTrend) {
+TEST(CycleSeries, ScatterIsThatAboutTheTrend) {
     CycleSeries series;
     series.values = {1.0, 3.0, 2.0, std::nullopt, 5.0};
     Summarise(series);
@@ -53,7 +53,7 @@ TEST(CycleSeries, scatterIsThatAboutTheTrend) {
     EXPECT_NEAR(series.driftError, series.scatter / std::sqrt(8.75), 1e-12);
 }
 
-TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
+TEST(CyclePicture, TextsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
     const auto series = SeriesOf(Cycles(12), "psi", "rps");
     std::vector<StackedLevel> levels(4);
     for (std::size_t i = 0; i < levels.size(); ++i)
@@ -116,7 +116,7 @@ TEST(CyclePicture, textsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
 
 class StackTest : public DravikFixture {};
 
-TEST_F(StackTest, cyclesLieOverEachOtherOnThePhaseLessTheirMeans) {
+TEST_F(StackTest, CyclesLieOverEachOtherOnThePhaseLessTheirMeans) {
     // A saw tooth of 240 s from 100 s on over a falling baseline; the third cycle has a gap.
     const auto saw = [](std::int32_t t) -> std::optional<double> {
         if (t >= 60'000 && t < 61'000)

@@ -46,7 +46,7 @@ double Wave(std::int32_t t) {
     return std::sin(t / 700.0) + static_cast<double>(std::int64_t{t} * 7919 % 1000) / 1000.0;
 }
 
-TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
+TEST_F(PlotDataTest, SaysWhenThereIsNothingToPlot) {
     Get(Request(1000), "No data selected");
     CurrentSelection().datasets.resize(1);
     Get(Request(1000), "There are no common curves in the selected datasets");
@@ -56,7 +56,7 @@ TEST_F(PlotDataTest, saysWhenThereIsNothingToPlot) {
     EXPECT_TRUE(ports.boxes.empty());
 }
 
-TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
+TEST_F(PlotDataTest, AllDataGiveARoundedRangeAndAxesAndSetTheOptions) {
     const auto slope = [](std::int32_t t) { return 12.3 + (t - 1234) * 7.7 / 8266; };
     MakeDataset(4134, slope, 1234, 2);
     EXPECT_EQ(PlottedRangeOf(0), (PlottedRange{10, 100}));
@@ -73,7 +73,7 @@ TEST_F(PlotDataTest, allDataGiveARoundedRangeAndAxesAndSetTheOptions) {
     EXPECT_TRUE(ports.boxes.empty());
 }
 
-TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
+TEST_F(PlotDataTest, CurvesThatDoNotExistAreReplacedWithAMessage) {
     MakeDataset(1000, Wave);
     PlotFormat().flowCurve = 1;
     PlotFormat().valve = 1;
@@ -94,7 +94,7 @@ TEST_F(PlotDataTest, curvesThatDoNotExistAreReplacedWithAMessage) {
     EXPECT_EQ(names, (std::array<std::string, 5>{"ZG", "RTC_f", "PVLSIG", "ZG_p", "RTC_qs"}));
 }
 
-TEST_F(PlotDataTest, everySampleIsInExactlyOneColumn) {
+TEST_F(PlotDataTest, EverySampleIsInExactlyOneColumn) {
     const auto wave = [](std::int32_t t) -> std::optional<double> {
         return t > 500'000 && t < 600'000 ? std::nullopt : std::optional(Wave(t));
     };
@@ -130,7 +130,7 @@ TEST_F(PlotDataTest, everySampleIsInExactlyOneColumn) {
     }
 }
 
-TEST_F(PlotDataTest, fewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
+TEST_F(PlotDataTest, FewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
     MakeDataset(1000, [](std::int32_t t) { return t == 40 ? std::optional<double>() : t; });
     const PresentationOptions before = PrsOpt();
     const CurvePoints values = Pressure(Request(1000, TimeMode::zoomed, {15, 75}));
@@ -144,7 +144,7 @@ TEST_F(PlotDataTest, fewerSamplesThanPixelsAreDrawnAsTheyAreAndReachTheEdges) {
     EXPECT_EQ(PrsOpt().Axis(Quantity::pressure).plottedMaximum, 0);
 }
 
-TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
+TEST_F(PlotDataTest, WhatIsKeptGrowsWithTheCurveAndDiesWithIt) {
     MakeDataset(100'000, Wave);
     constexpr std::int32_t overviewPoints = 100;
     Get(Request(overviewPoints));
@@ -166,7 +166,7 @@ TEST_F(PlotDataTest, whatIsKeptGrowsWithTheCurveAndDiesWithIt) {
     EXPECT_LT(*Pressure(request).extent.maximum, 2);
 }
 
-TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
+TEST_F(PlotDataTest, AnUnreadableChunkBreaksTheLineAndIsToldOnce) {
     MakeDataset(100'000, [](std::int32_t t) { return t / 10.0 + 0.125; });
     const float marker = 50'000.125F;
     std::string bytes = test::ReadAll(DatabasePath());
@@ -184,7 +184,7 @@ TEST_F(PlotDataTest, anUnreadableChunkBreaksTheLineAndIsToldOnce) {
     }
 }
 
-TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
+TEST_F(PlotDataTest, FollowingTurnsPagesOfAFixedRangeOnly) {
     MakeDataset(1000, Wave);  // 99.9 s
     PrsOpt().timeAuto = false;
     EXPECT_EQ(Get().span, (TimeSpan{0, 24000}));
@@ -203,7 +203,7 @@ TEST_F(PlotDataTest, followingTurnsPagesOfAFixedRangeOnly) {
     EXPECT_EQ(follow(100000), (TimeSpan{0, 101000}));
 }
 
-TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
+TEST_F(PlotDataTest, TheReadoutGivesEachShownCurveAtBothCursors) {
     MakeDataset(1000, [](std::int32_t t) { return t / 100 == 50 ? std::optional<double>() : t / 100.0; });
     PlotDrawing drawing;
     drawing.information = Get();
@@ -236,7 +236,7 @@ TEST_F(PlotDataTest, theReadoutGivesEachShownCurveAtBothCursors) {
     EXPECT_EQ(ReadoutTimeText(883.2449), "883.245");
 }
 
-TEST_F(PlotDataTest, aLongRecordIsGlimpsedAtOnceAndReadOnInSteps) {
+TEST_F(PlotDataTest, ALongRecordIsGlimpsedAtOnceAndReadOnInSteps) {
     constexpr std::int32_t samples = 4'300'000;  // beyond what is worth a wait
     const auto wave = [](std::int32_t t) { return 100 + t % 1000 / 10.0 + (t == 1'234'567 ? 500 : 0); };
     AddCurve("LONG", {"ZG", "psi", samples, wave, 0, 1});

@@ -13,7 +13,7 @@ class PlotFormatTest : public test::SettingsFixture {
     }
 };
 
-TEST_F(PlotFormatTest, anEmptyFileGivesTheDefaultsUnderTheKeysInOrder) {
+TEST_F(PlotFormatTest, AnEmptyFileGivesTheDefaultsUnderTheKeysInOrder) {
     const std::string defaults =
         "[Plot]\r\nY1=0\r\nY2=2\r\nHorizontal=4\r\nVertical=2\r\nValve=0\r\nFlow=0\r\nNPlots=2\r\n"
         "PPres=-1\r\nPFlow=-1\r\nPValve=-1\r\nPFPres=-1\r\nPFFlow=-1\r\n";
@@ -21,7 +21,7 @@ TEST_F(PlotFormatTest, anEmptyFileGivesTheDefaultsUnderTheKeysInOrder) {
     EXPECT_EQ(RoundTrip("", ReadPlotFormat, WritePlotFormat), defaults);
 }
 
-TEST_F(PlotFormatTest, garbageReadsAsZeroAndIsDrawnAsTheNearestCount) {
+TEST_F(PlotFormatTest, GarbageReadsAsZeroAndIsDrawnAsTheNearestCount) {
     WriteSettings("[Plot]\nHorizontal=abc\nVertical=99\nY1=70000\nNPlots=x\nPFlow=2\n");
     ReadPlotFormat();
     EXPECT_EQ(PlotFormat().horizontal, 0);
@@ -35,7 +35,7 @@ TEST_F(PlotFormatTest, garbageReadsAsZeroAndIsDrawnAsTheNearestCount) {
     EXPECT_EQ(ShowPlotFormat().vertical, "20");
 }
 
-TEST_F(PlotFormatTest, theReconstructedValveNeedsItsCurveOnceDataAreSelected) {
+TEST_F(PlotFormatTest, TheReconstructedValveNeedsItsCurveOnceDataAreSelected) {
     PlotFormatForm form = ShowPlotFormat();
     form.mod = 1;
     form.y2 = 3;

@@ -50,7 +50,7 @@ PlotLayout LayoutAt(double height, int plots = 1) {
     return DefinePlotLayout({1000, height}, 1, plots, 4, 2);
 }
 
-TEST(PlotLayout, textIsFourteenToSixteenUnitsHigh) {
+TEST(PlotLayout, TextIsFourteenToSixteenUnitsHigh) {
     const PlotLayout layout = LayoutAt(600);
     EXPECT_EQ(layout.textHeight, 267) << "333 would be 20 units, so 16 / 0.06";
     EXPECT_EQ(layout.fontHeight, 16);
@@ -61,14 +61,14 @@ TEST(PlotLayout, textIsFourteenToSixteenUnitsHigh) {
     EXPECT_EQ(LayoutAt(300).textHeight, 467);
 }
 
-TEST(PlotLayout, cellsLeaveATextHeightOnThreeSidesAndHalfOneAbove) {
+TEST(PlotLayout, CellsLeaveATextHeightOnThreeSidesAndHalfOneAbove) {
     // left 267, top 133.5, right and bottom 9733 logical; spacing 9466/2 and 9599.5/4.
     EXPECT_EQ(LayoutAt(600).cells, (std::vector<PlotCell>{{27, 8, 973, 584, 473, 144}}));
     EXPECT_EQ(LayoutAt(600, 2).cells,
               (std::vector<PlotCell>{{27, 8, 973, 284, 473, 69}, {27, 308, 973, 584, 473, 69}}));
 }
 
-TEST(PlotLayout, aPictureTooLowForItsTextHasNoCellsAndNoSizeIsAnError) {
+TEST(PlotLayout, APictureTooLowForItsTextHasNoCellsAndNoSizeIsAnError) {
     ScriptedPorts ports;
     EXPECT_TRUE(LayoutOf({1000, 20}, {}).cells.empty());
     EXPECT_TRUE(Drawn(FiveCurves(), {}, {1000, 20}).operations.empty());
@@ -80,7 +80,7 @@ TEST(PlotLayout, aPictureTooLowForItsTextHasNoCellsAndNoSizeIsAnError) {
     EXPECT_EQ(DrawPlotAxes(surface, tools, PlotLayout{}, 4, 2), -1);
 }
 
-TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
+TEST(DrawingTools, PensAndBrushesAreCreatedInOrderAndDeleted) {
     const RecordingSurface colour = Drawn(FiveCurves(), {});
     ASSERT_EQ(colour.pens.size(), 13U);
     const std::pair<std::size_t, PenDescription> pens[] = {
@@ -104,7 +104,7 @@ TEST(DrawingTools, pensAndBrushesAreCreatedInOrderAndDeleted) {
     EXPECT_EQ(mono.brushes, std::vector<Colour>(8, {255, 255, 255}));
 }
 
-TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
+TEST(PlotRenderer, FrameAndGridlinesStandAtTheRoundedSpacings) {
     // 236.65 units: drawn 237 apart, the last interval is what is left
     const RecordingSurface surface = Drawn(FiveCurves(), {.vertical = 4, .nPlots = 1});
     const Operation& frame = surface.operations[0];
@@ -121,7 +121,7 @@ TEST(PlotRenderer, frameAndGridlinesStandAtTheRoundedSpacings) {
     EXPECT_EQ(Drawn(FiveCurves(), handEdited).DrawnWith(6).size(), 2U * (1 + 0 + 19));
 }
 
-TEST(PlotRenderer, curvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
+TEST(PlotRenderer, CurvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
     const auto order = [](const PlotFormatOptions& format) {
         RecordingSurface surface({1000, 600}), over({1000, 600});
         std::vector<PlacedText> texts;
@@ -138,7 +138,7 @@ TEST(PlotRenderer, curvesAreDrawnInOrderLaterOnesOverEarlierOnes) {
     EXPECT_EQ(order({}), (std::vector<int>{1, 13, 4, 12, 13, 7, 1}));
 }
 
-TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
+TEST(PlotRenderer, TitlesAndLabelsNameWhatIsPlotted) {
     PlotInformation information = FiveCurves();
     const auto single = Drawn(information, {.y1 = 3, .y2 = 4, .nPlots = 1}).Texts();
     EXPECT_THAT(single, IsSupersetOf({"Vorela plot - LEVEL1 TOOL", "Time (seconds)",
@@ -163,7 +163,7 @@ TEST(PlotRenderer, titlesAndLabelsNameWhatIsPlotted) {
         << "no quantity: no axis";
 }
 
-TEST(PlotRenderer, axisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
+TEST(PlotRenderer, AxisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
     PlotInformation information = FiveCurves();
     information.axes[0] = {4110, 4111};
     information.axes[2] = {-1, 0.25};
@@ -182,7 +182,7 @@ TEST(PlotRenderer, axisValuesStandAtTheirGridlinesAndFollowTheElapsedOrigin) {
     EXPECT_TRUE(surface.FindText("30") != nullptr && surface.FindText("40") == nullptr);
 }
 
-TEST(PlotRenderer, eachCurveAndItsAxisUseTheRangeOfItsOwnQuantity) {
+TEST(PlotRenderer, EachCurveAndItsAxisUseTheRangeOfItsOwnQuantity) {
     PlotInformation information = FiveCurves();
     information.span = {0, 100};
     const int pens[] = {4, 7, 13, 12, 1};
@@ -213,7 +213,7 @@ TEST(PlotRenderer, eachCurveAndItsAxisUseTheRangeOfItsOwnQuantity) {
     }
 }
 
-TEST(PlotRenderer, theCursorsStandAtTheirTimesInBothPlots) {
+TEST(PlotRenderer, TheCursorsStandAtTheirTimesInBothPlots) {
     const RecordingSurface dual = Drawn(FiveCurves(), {}, {1000, 600}, {.cursors = {{1500, 4500}}});
     for (const auto& [pen, x] : {std::pair(5, 263.5), std::pair(8, 736.5)}) {
         const auto lines = dual.DrawnWith(pen);
@@ -223,7 +223,7 @@ TEST(PlotRenderer, theCursorsStandAtTheirTimesInBothPlots) {
     }
 }
 
-TEST(Clipping, runsFlattenedAlongTheEdge) {
+TEST(Clipping, RunsFlattenedAlongTheEdge) {
     // lower limit 100, upper limit 0: device y grows downwards
     EXPECT_EQ(ClipSegment({{0, 120}, {10, 101}}, 100, 0), std::nullopt);
     EXPECT_EQ(ClipSegment({{0, -1}, {10, -50}}, 100, 0), std::nullopt);
@@ -232,7 +232,7 @@ TEST(Clipping, runsFlattenedAlongTheEdge) {
     EXPECT_EQ(ClipSegment({{0, 100}, {10, 101}}, 100, 0), (Segment{{0, 100}, {10, 100}}));
 }
 
-TEST(CurveDrawing, aGapBreaksTheLineAndALoneSampleIsADot) {
+TEST(CurveDrawing, AGapBreaksTheLineAndALoneSampleIsADot) {
     const PlotCell cell{0, 0, 600, 100, 0, 0};
     const PlotScale scale(cell, {0, 600}, {0, 10});
     RecordingSurface surface({600, 100});
@@ -245,7 +245,7 @@ TEST(CurveDrawing, aGapBreaksTheLineAndALoneSampleIsADot) {
     EXPECT_EQ(PlotScale(cell, {0, 600}, {5, 5}).Y(7), 50);
 }
 
-TEST(CurveDrawing, aDenseColumnIsOneUprightLineThatTouchesTheColumnBefore) {
+TEST(CurveDrawing, ADenseColumnIsOneUprightLineThatTouchesTheColumnBefore) {
     CurvePoints curve;
     curve.dense = true;
     curve.points = {{0, 0, 2}, {1, 5, 9}, {2, 4, 4}, {3, gap, gap}, {4, 1, 3}};
@@ -260,7 +260,7 @@ TEST(CurveDrawing, aDenseColumnIsOneUprightLineThatTouchesTheColumnBefore) {
                                     {{4, 90}, {4, 70}}}));
 }
 
-TEST(CurveDrawing, theValveBufferFlushesEvery500PointsWithoutALoss) {
+TEST(CurveDrawing, TheValveBufferFlushesEvery500PointsWithoutALoss) {
     std::vector<float> values(1234);
     for (std::size_t i = 0; i < values.size(); ++i)
         values[i] = static_cast<float>(i % 7);
@@ -274,7 +274,7 @@ TEST(CurveDrawing, theValveBufferFlushesEvery500PointsWithoutALoss) {
     EXPECT_EQ(surface.operations[1].points[0], surface.operations[0].points[499]);
 }
 
-TEST(PlotDriver, withoutADeviceContextNothingIsDrawn) {
+TEST(PlotDriver, WithoutADeviceContextNothingIsDrawn) {
     ScriptedPorts ports;
     RecordingSurface surface({1000, 600});
     surface.ready = false;

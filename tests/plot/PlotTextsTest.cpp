@@ -59,7 +59,7 @@ void ExpectApart(const std::vector<PlacedText>& texts, PictureSize size, const s
     }
 }
 
-TEST(PlotTexts, noTwoMeetAndNoneIsCutAtAnySizeZoomAndFormat) {
+TEST(PlotTexts, NoTwoMeetAndNoneIsCutAtAnySizeZoomAndFormat) {
     const PictureSize sizes[] = {{334, 306}, {80, 60},    {120, 400},  {500, 90},   {640, 300},
                                  {800, 480}, {1000, 600}, {1900, 900}, {3800, 1900}};
     const TimeSpan spans[] = {{0, 978000}, {96000, 120000}, {100000, 100020}, {123456789, 123556789}};
@@ -80,7 +80,7 @@ TEST(PlotTexts, noTwoMeetAndNoneIsCutAtAnySizeZoomAndFormat) {
             }
 }
 
-TEST(PlotTexts, aSmallPlotGivesUpRangesAndTitleBeforeLabelsAndCurves) {
+TEST(PlotTexts, ASmallPlotGivesUpRangesAndTitleBeforeLabelsAndCurves) {
     const auto texts = PlanTexts(Level({0, 978000}), {}, LayoutOf({334, 306}, {}), Measure);
     EXPECT_THAT(TextsOf(texts, TextRole::axisLabel),
                 IsSupersetOf({"Pressure - ZG (psi)", "Flow - RTC (rps)"}));
@@ -88,7 +88,7 @@ TEST(PlotTexts, aSmallPlotGivesUpRangesAndTitleBeforeLabelsAndCurves) {
     EXPECT_THAT(TextsOf(texts, TextRole::title), ElementsAre());
 }
 
-TEST(PlotTexts, theLegendTellsRangesOfCurvesWithoutAxisAndWhereCurvesEnd) {
+TEST(PlotTexts, TheLegendTellsRangesOfCurvesWithoutAxisAndWhereCurvesEnd) {
     const PlotFormatOptions dual;
     PlotInformation level = Level({481000, 600000});
     level.elapsedOrigin = 1000;
@@ -116,7 +116,7 @@ TEST(PlotTexts, theLegendTellsRangesOfCurvesWithoutAxisAndWhereCurvesEnd) {
     EXPECT_EQ(flowEntry(), "RTC (hidden)");
 }
 
-TEST(PlotTexts, cycleNumbersStandInTheirCyclesThinnedWithTheSelectedOneKept) {
+TEST(PlotTexts, CycleNumbersStandInTheirCyclesThinnedWithTheSelectedOneKept) {
     const PlotFormatOptions single{.nPlots = 1};
     const PictureSize size{1000, 600};
     const auto numbers = [&](TimeSpan span) {
@@ -134,7 +134,7 @@ TEST(PlotTexts, cycleNumbersStandInTheirCyclesThinnedWithTheSelectedOneKept) {
     EXPECT_NEAR(fourth.at.x, 27 + 946 * (960 - 600) / 720.0, 0.01);
 }
 
-TEST(PlotTexts, neighbouringGridlinesDiffer) {
+TEST(PlotTexts, NeighbouringGridlinesDiffer) {
     EXPECT_THAT(AxisTexts({4111, 4110.75, 4110.5, 4110.25, 4110}),
                 ElementsAre("4111", "4110.75", "4110.5", "4110.25", "4110"));
     EXPECT_THAT(AxisTexts({30, 25, 20}), ElementsAre("30", "25", "20"));
@@ -144,7 +144,7 @@ TEST(PlotTexts, neighbouringGridlinesDiffer) {
     EXPECT_THAT(AxisTexts({100000.25, 100000.125}), ElementsAre("100000.25", "100000.13"));
 }
 
-TEST(PlotTexts, aFooterBreaksBetweenItsItemsAndCutsALongOneInTheMiddle) {
+TEST(PlotTexts, AFooterBreaksBetweenItsItemsAndCutsALongOneInTheMiddle) {
     const Strings items{"demo.dkb", "", "LEVEL1", "9600 ft"};
     EXPECT_THAT(FooterLines(items, 500, Measure), ElementsAre("demo.dkb \u00B7 LEVEL1 \u00B7 9600 ft"));
     EXPECT_THAT(FooterLines(items, 140, Measure), ElementsAre("demo.dkb \u00B7 LEVEL1", "9600 ft"));
@@ -152,7 +152,7 @@ TEST(PlotTexts, aFooterBreaksBetweenItsItemsAndCutsALongOneInTheMiddle) {
                 ElementsAre("a-ver...se.vdb"));
 }
 
-TEST(PlotRenderer, framesAndPlatesComeLastAndNothingStaysBetweenThePlots) {
+TEST(PlotRenderer, FramesAndPlatesComeLastAndNothingStaysBetweenThePlots) {
     const PlotFormatOptions dual;
     const PictureSize size{1000, 600};
     RecordingSurface surface(size), over(size);

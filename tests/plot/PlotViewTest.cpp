@@ -5,7 +5,7 @@
 namespace vorela::test {
 namespace {
 
-TEST(PlotView, anAxisZoomsAroundAValueAndNeverBelowSinglePrecision) {
+TEST(PlotView, AnAxisZoomsAroundAValueAndNeverBelowSinglePrecision) {
     EXPECT_EQ(ZoomedAxis({100, 200}, 0.5, 120), (AxisRange{110, 160}));
     EXPECT_EQ(MovedAxis({100, 200}, -0.25), (AxisRange{75, 175}));
     AxisRange axis{4000, 4200};
@@ -18,7 +18,7 @@ TEST(PlotView, anAxisZoomsAroundAValueAndNeverBelowSinglePrecision) {
     EXPECT_EQ(ZoomedAxis({5, 5}, 0.5, 5), (AxisRange{5, 5}));
 }
 
-TEST(PlotView, fitHoldsEachShownCurveTightly) {
+TEST(PlotView, FitHoldsEachShownCurveTightly) {
     PlotInformation information;
     CurvePoints points;
     points.extent = {100, 200};
@@ -36,7 +36,7 @@ TEST(PlotView, fitHoldsEachShownCurveTightly) {
     EXPECT_FALSE(axes[IndexOf(Quantity::valve)] || axes[IndexOf(Quantity::filteredPressure)]);
 }
 
-TEST(PlotView, theHistoryGoesBackAndForwardAndForgetsWhatLayAhead) {
+TEST(PlotView, TheHistoryGoesBackAndForwardAndForgetsWhatLayAhead) {
     const auto at = [](std::int32_t start) { return PlotView{true, {start, start + 100}, {}}; };
     ViewHistory history;
     history.Leave(at(1));
@@ -56,7 +56,7 @@ TEST(PlotView, theHistoryGoesBackAndForwardAndForgetsWhatLayAhead) {
     EXPECT_EQ(steps, 100);
 }
 
-TEST(PlotView, aCursorSnapsToTheNearestBoundaryOrWholePeriodInReach) {
+TEST(PlotView, ACursorSnapsToTheNearestBoundaryOrWholePeriodInReach) {
     const std::vector<CycleMark> cycles{{1, {1000, 3500}}, {2, {3500, 6100}}};
     const auto snapped = [&](double time, double other) {
         return SnappedTime(time, cycles, other, 2000, 60);
@@ -71,7 +71,7 @@ TEST(PlotView, aCursorSnapsToTheNearestBoundaryOrWholePeriodInReach) {
     EXPECT_EQ(SnappedTime(4540, {}, 500, 0, 60), 4540);
 }
 
-TEST(Crosshair, tellsTimeAxisValuesAndCurvesInsideThePicture) {
+TEST(Crosshair, TellsTimeAxisValuesAndCurvesInsideThePicture) {
     PlotDrawing drawing;
     drawing.information.span = {10000, 20000};
     drawing.information.elapsedOrigin = 5000;

@@ -6,26 +6,26 @@
 namespace vorela {
 namespace {
 
-TEST(TimeRange, allDataGainsAStepAtItsEndAlsoOnAMultiple) {
+TEST(TimeRange, AllDataGainsAStepAtItsEndAlsoOnAMultiple) {
     const PresentationOptions options{.timeAuto = true};
     EXPECT_EQ(ChosenSpan(options, 1234, 9500), (TimeSpan{1000, 10000}));
     EXPECT_EQ(ChosenSpan(options, 1000, 10000), (TimeSpan{1000, 11000}));
     EXPECT_EQ(ChosenSpan(options, -3, 0), (TimeSpan{-1000, 1000}));
 }
 
-TEST(TimeRange, fixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
+TEST(TimeRange, FixedRangeShowsTheLastSecondsOrTheFirstWhenDataAreShorter) {
     const PresentationOptions options{.timeRange = 240};
     EXPECT_EQ(ChosenSpan(options, 0, 180000 - 1), (TimeSpan{180000 - 24000, 180000}));
     EXPECT_EQ(ChosenSpan(options, 500, 10400), (TimeSpan{0, 24000}));
     EXPECT_EQ(ChosenSpan(options, 0, 23000), (TimeSpan{0, 24000})) << "exactly as wide as the data";
 }
 
-TEST(TimeRange, specificZoneIsRoundedToTheEvenHundredth) {
+TEST(TimeRange, SpecificZoneIsRoundedToTheEvenHundredth) {
     const PresentationOptions options{.fixed = false, .start = 0.125, .end = 10.375};
     EXPECT_EQ(ChosenSpan(options, 0, 999999), (TimeSpan{12, 1038}));
 }
 
-TEST(TimeRange, whatLeaves32BitsIsAnOverflow) {
+TEST(TimeRange, WhatLeaves32BitsIsAnOverflow) {
     EXPECT_THROW(ChosenSpan({.timeRange = 30000000}, 0, 1000), RunTimeError);
     EXPECT_THROW(ChosenSpan({.timeAuto = true}, 0, 2147483640), RunTimeError);
     std::int32_t t = 2147483647;
@@ -35,7 +35,7 @@ TEST(TimeRange, whatLeaves32BitsIsAnOverflow) {
     EXPECT_THROW(RoundDownTime(t, 1000), RunTimeError);
 }
 
-TEST(TimeRange, samplingStepIsNeverFinerThanTheCurve) {
+TEST(TimeRange, SamplingStepIsNeverFinerThanTheCurve) {
     EXPECT_EQ(SamplingStep({0, 24000}, 1000, 10), 24);
     EXPECT_EQ(SamplingStep({0, 24000}, 1000, 50), 50);
     EXPECT_EQ(SamplingStep({0, 2500}, 1000, 1), 2);  // 2.5 goes to the even 2
@@ -44,7 +44,7 @@ TEST(TimeRange, samplingStepIsNeverFinerThanTheCurve) {
     EXPECT_EQ(SamplingStep({-2147483647, 2147483647}, 100, 1), 42949673);
 }
 
-TEST(TimeRange, cursorPercentAndSecondsAreEachOthersInverse) {
+TEST(TimeRange, CursorPercentAndSecondsAreEachOthersInverse) {
     const PlottedRange range{100, 340};
     EXPECT_DOUBLE_EQ(SecondsAt(range, 25), 160);
     EXPECT_DOUBLE_EQ(SecondsAt(range, 150), 460);

@@ -39,7 +39,7 @@ class PlotDialogs : public test::SettingsFixture {
     }
 };
 
-TEST_F(PlotDialogs, everyBoxOfTheScalesKeepsItsOwnValue) {
+TEST_F(PlotDialogs, EveryBoxOfTheScalesKeepsItsOwnValue) {
     const std::pair<const char*, const char*> boxes[] = {
         {"txtStart", "-0.125"},  {"txtEnd", "9.5"},        {"txtPresMin", "1"},
         {"txtPresMax", "2"},     {"txtFlowMin", "3"},      {"txtFlowMax", "4"},
@@ -91,7 +91,7 @@ TEST_F(PlotDialogs, everyBoxOfTheScalesKeepsItsOwnValue) {
     EXPECT_EQ(PrsOpt().Axis(Quantity::filteredPressure).minimum, -7);
 }
 
-TEST_F(PlotDialogs, aRefusedBoxTakesTheFocusAlsoWhenItsModeHadDisabledIt) {
+TEST_F(PlotDialogs, ARefusedBoxTakesTheFocusAlsoWhenItsModeHadDisabledIt) {
     frmPlotScales dialog;
     QSignalSpy applied(&dialog, &frmPlotScales::Applied);
     dialog.show();
@@ -117,7 +117,7 @@ TEST_F(PlotDialogs, aRefusedBoxTakesTheFocusAlsoWhenItsModeHadDisabledIt) {
     EXPECT_EQ(Settings(), "");
 }
 
-TEST_F(PlotDialogs, formatRoundTripsThroughTheDialogAndRefusesAMissingValveSignal) {
+TEST_F(PlotDialogs, FormatRoundTripsThroughTheDialogAndRefusesAMissingValveSignal) {
     PlotFormat() = {4, 3, 0, 20, 1, true, false, true, false, true, 1, 1};
     frmPlotFormat dialog;
     QSignalSpy applied(&dialog, &frmPlotFormat::Applied);

@@ -46,7 +46,7 @@ class PlotWidgetTest : public test::DravikFixture {
         cursors_.show();
     }
     /// The seconds as values.
-    static test::CurveSpec Ramp(const char* name, std::int32_t count) {
+    static test::RecordedCurve Ramp(const char* name, std::int32_t count) {
         return {name, "psi", count, [](std::int32_t t) { return t / 100.0; }};
     }
     void Wheel(double x, QPoint turned, Qt::KeyboardModifiers modifiers = {}) {
@@ -105,7 +105,7 @@ class PlotWidgetTest : public test::DravikFixture {
     TimeCursors cursors_;
 };
 
-TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
+TEST_F(PlotWidgetTest, PutsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
     ASSERT_TRUE(plot_.ShowDataset(0));
     ExpectSeen(0, 1000);  // the last sample is at 999.9 s
     EXPECT_EQ(cursors_.Margin(), left);
@@ -117,7 +117,7 @@ TEST_F(PlotWidgetTest, putsTheGuideUnderTheTimeAxisAndReadsTheCursors) {
     EXPECT_EQ(plot_.Readout().values[0].curve, "ZG");
 }
 
-TEST_F(PlotWidgetTest, aCursorIsDraggedInThePlotAndNotBeyondItsAxis) {
+TEST_F(PlotWidgetTest, ACursorIsDraggedInThePlotAndNotBeyondItsAxis) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(50);
     cursors_.setCursor2(75);
@@ -134,7 +134,7 @@ TEST_F(PlotWidgetTest, aCursorIsDraggedInThePlotAndNotBeyondItsAxis) {
     ExpectSeen(0, 1000);
 }
 
-TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
+TEST_F(PlotWidgetTest, ZoomLeavesSettingsAndCursorTimesAndHomeReturns) {
     plot_.ShowDataset(0);
     const float before = cursors_.cursor2();
     const PresentationOptions options = PrsOpt();
@@ -158,7 +158,7 @@ TEST_F(PlotWidgetTest, zoomLeavesSettingsAndCursorTimesAndHomeReturns) {
     ExpectSeen(760, 1000);
 }
 
-TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
+TEST_F(PlotWidgetTest, ABandZoomsAndAShiftDragPans) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(-50);  // out of the way
     cursors_.setCursor2(-50);
@@ -177,7 +177,7 @@ TEST_F(PlotWidgetTest, aBandZoomsAndAShiftDragPans) {
     }
 }
 
-TEST_F(PlotWidgetTest, theZoneBetweenTheCursorsIsShownAndTheCursorsStayAtTheirTimes) {
+TEST_F(PlotWidgetTest, TheZoneBetweenTheCursorsIsShownAndTheCursorsStayAtTheirTimes) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(70);
     cursors_.setCursor2(20);
@@ -189,7 +189,7 @@ TEST_F(PlotWidgetTest, theZoneBetweenTheCursorsIsShownAndTheCursorsStayAtTheirTi
     EXPECT_NEAR(plot_.FileOptions(0).cursors->second, 200, 1e-3);
 }
 
-TEST_F(PlotWidgetTest, theWheelZoomsAroundThePointerAndPansWithTheHand) {
+TEST_F(PlotWidgetTest, TheWheelZoomsAroundThePointerAndPansWithTheHand) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(-50);
     cursors_.setCursor2(-50);
@@ -211,7 +211,7 @@ TEST_F(PlotWidgetTest, theWheelZoomsAroundThePointerAndPansWithTheHand) {
     ExpectSeen(250, 750);
 }
 
-TEST_F(PlotWidgetTest, theMenuActsOnTheCursorItNames) {
+TEST_F(PlotWidgetTest, TheMenuActsOnTheCursorItNames) {
     plot_.ShowDataset(0);
     cursors_.setCursor1(60);
     cursors_.setCursor2(90);
@@ -233,7 +233,7 @@ TEST_F(PlotWidgetTest, theMenuActsOnTheCursorItNames) {
     ExpectCursors(333.5, 444.5);
 }
 
-TEST_F(PlotWidgetTest, linesAndStripShowEachCursorWhereItIs) {
+TEST_F(PlotWidgetTest, LinesAndStripShowEachCursorWhereItIs) {
     PlotReadoutStrip strip(&plot_);
     PlotFormat().nPlots = 1;
     plot_.ShowDataset(0);
@@ -271,7 +271,7 @@ TEST_F(PlotWidgetTest, linesAndStripShowEachCursorWhereItIs) {
     EXPECT_EQ(plot_.cursor().shape(), Qt::ArrowCursor);
 }
 
-TEST_F(PlotWidgetTest, followingStaysWhereItIsWhileZoomed) {
+TEST_F(PlotWidgetTest, FollowingStaysWhereItIsWhileZoomed) {
     plot_.ShowDataset(0);
     Append("LEVEL1", Ramp("ZG", 0), 5'000);
     CurrentSelection().datasets[0].extentB = 149'990;
@@ -285,7 +285,7 @@ TEST_F(PlotWidgetTest, followingStaysWhereItIsWhileZoomed) {
     ExpectSeen(0, 2010);
 }
 
-TEST_F(PlotWidgetTest, aTypedPositionIsExactAndCheckedAgainstTheRecord) {
+TEST_F(PlotWidgetTest, ATypedPositionIsExactAndCheckedAgainstTheRecord) {
     plot_.ShowDataset(0);
     Type("123.45");
     plot_.TypeCursorPosition(1);
@@ -297,7 +297,7 @@ TEST_F(PlotWidgetTest, aTypedPositionIsExactAndCheckedAgainstTheRecord) {
     EXPECT_NEAR(cursors_.cursor1(), 12.345, 1e-5);
 }
 
-TEST_F(PlotWidgetTest, elapsedTimeCountsFromTheFirstSampleEverywhere) {
+TEST_F(PlotWidgetTest, ElapsedTimeCountsFromTheFirstSampleEverywhere) {
     for (const char* name : {"ZG", "RTC", "PVLPOS"})
         AddCurve("LATE", {name, "psi", 10'000, [](std::int32_t t) { return t / 100.0; }, 123'450});
     Select({"LATE"});
@@ -313,7 +313,7 @@ TEST_F(PlotWidgetTest, elapsedTimeCountsFromTheFirstSampleEverywhere) {
     EXPECT_NEAR(*plot_.Readout().values[0].atCursor2, 1263.5, 0.01);
 }
 
-TEST_F(PlotWidgetTest, anErrorOfARedrawByTheTimerIsShownOnce) {
+TEST_F(PlotWidgetTest, AnErrorOfARedrawByTheTimerIsShownOnce) {
     plot_.ShowDataset(0);
     DeleteItem("LEVEL1");
     for (int tick = 0; tick < 3; ++tick)
@@ -326,7 +326,7 @@ TEST_F(PlotWidgetTest, anErrorOfARedrawByTheTimerIsShownOnce) {
     QTest::qWait(5);
 }
 
-TEST_F(PlotWidgetTest, savesTheSameDrawingInEveryFormatWithoutTouchingTheOptions) {
+TEST_F(PlotWidgetTest, SavesTheSameDrawingInEveryFormatWithoutTouchingTheOptions) {
     const PresentationOptions before = PrsOpt();
     PlotFileOptions options;
     options.width = size.width();
@@ -440,7 +440,7 @@ class PlotGestureTest : public PlotWidgetTest {
     static constexpr int leftAxis = left + 6;
 };
 
-TEST_F(PlotGestureTest, aValueAxisZoomsMovesAndReturnsForThisViewOnly) {
+TEST_F(PlotGestureTest, AValueAxisZoomsMovesAndReturnsForThisViewOnly) {
     const PresentationOptions options = PrsOpt();
     // The upper plot reaches from 8 to 284 and from 0 to 1000 psi.
     WheelAt({leftAxis, 8 + 276 * 0.25}, {0, 120});
@@ -473,7 +473,7 @@ TEST_F(PlotGestureTest, aValueAxisZoomsMovesAndReturnsForThisViewOnly) {
         EXPECT_EQ(PrsOpt().axes[i].plottedMaximum, options.axes[i].plottedMaximum) << i;
 }
 
-TEST_F(PlotGestureTest, aLegendEntryHidesAndShowsItsCurve) {
+TEST_F(PlotGestureTest, ALegendEntryHidesAndShowsItsCurve) {
     const int shown = Pixels(Qt::red);
     const QPoint pressure{HandFrom(left + 940, 20, -3), 20};
     QTest::mouseClick(&plot_, Qt::LeftButton, {}, pressure);
@@ -486,7 +486,7 @@ TEST_F(PlotGestureTest, aLegendEntryHidesAndShowsItsCurve) {
     EXPECT_EQ(Pixels(Qt::red), shown);
 }
 
-TEST_F(PlotGestureTest, aCycleNumberOffersItsCycle) {
+TEST_F(PlotGestureTest, ACycleNumberOffersItsCycle) {
     const QSignalSpy chosen(&plot_, &PlotWidget::CycleChosen);
     // Cycle 1 lies from 100 to 340 s, its number at 220 s; the third's at 700 s.
     const int first = HandFrom(left + 60, 272, 3);
@@ -500,7 +500,7 @@ TEST_F(PlotGestureTest, aCycleNumberOffersItsCycle) {
     EXPECT_GT(Pixels(QColor(cycleTint.red, cycleTint.green, cycleTint.blue)), 50'000) << "cycle 2";
 }
 
-TEST_F(PlotGestureTest, aDraggedCursorSnapsUnlessAltOrTheMenuSaysOtherwise) {
+TEST_F(PlotGestureTest, ADraggedCursorSnapsUnlessAltOrTheMenuSaysOtherwise) {
     cursors_.setCursor1(50);
     const auto x = [](double seconds) { return static_cast<int>(left + 946 * seconds / 1000); };
     DragCursor(x(500), x(343));
@@ -516,7 +516,7 @@ TEST_F(PlotGestureTest, aDraggedCursorSnapsUnlessAltOrTheMenuSaysOtherwise) {
     EXPECT_FALSE(ReadSnapSetting());
 }
 
-TEST_F(PlotGestureTest, escapeEndsABandAndPutsBackWhatADragMoved) {
+TEST_F(PlotGestureTest, EscapeEndsABandAndPutsBackWhatADragMoved) {
     const auto dragWithEscape = [&](QPoint from, QPoint to) {
         QTest::mousePress(&plot_, Qt::LeftButton, {}, from);
         QTest::mouseMove(&plot_, to);
@@ -532,7 +532,7 @@ TEST_F(PlotGestureTest, escapeEndsABandAndPutsBackWhatADragMoved) {
     EXPECT_EQ(cursors_.cursor2(), 75);
 }
 
-TEST_F(PlotGestureTest, thePlotsKeysActFromTheWidgetsBesideIt) {
+TEST_F(PlotGestureTest, ThePlotsKeysActFromTheWidgetsBesideIt) {
     QWidget page;
     TimeCursors beside(&page);
     beside.resize(1000, 24);
@@ -548,7 +548,7 @@ TEST_F(PlotGestureTest, thePlotsKeysActFromTheWidgetsBesideIt) {
     ExpectSeen(0, 1000);
 }
 
-TEST_F(PlotGestureTest, theCrosshairFollowsThePointerAndTheClipboardGetsThePicture) {
+TEST_F(PlotGestureTest, TheCrosshairFollowsThePointerAndTheClipboardGetsThePicture) {
     const QColor plate(255, 255, 225);
     EXPECT_EQ(Pixels(plate), 0);
     QTest::mouseMove(&plot_, {middle, 150});

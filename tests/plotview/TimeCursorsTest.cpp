@@ -27,7 +27,7 @@ class TimeCursorsTest : public ::testing::Test {
     TimeCursors control_;
 };
 
-TEST_F(TimeCursorsTest, aPositionOutsideTheGuideIsStoredUnchanged) {
+TEST_F(TimeCursorsTest, APositionOutsideTheGuideIsStoredUnchanged) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     control_.setCursor1(150);
     EXPECT_EQ(control_.cursor1(), 150);
@@ -44,7 +44,7 @@ TEST_F(TimeCursorsTest, aPositionOutsideTheGuideIsStoredUnchanged) {
     EXPECT_FLOAT_EQ(control_.cursor1(), 100);
 }
 
-TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
+TEST_F(TimeCursorsTest, AMovePastAnEndIsIgnoredAndBothEndsAreInside) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     Drag(50, Qt::NoButton);  // nothing is held: no drag
     Drag(668);
@@ -59,7 +59,7 @@ TEST_F(TimeCursorsTest, aMovePastAnEndIsIgnoredAndBothEndsAreInside) {
     EXPECT_EQ(moved.count(), 2);
 }
 
-TEST_F(TimeCursorsTest, arrowKeysMoveTheMarkerThatHasTheFocus) {
+TEST_F(TimeCursorsTest, ArrowKeysMoveTheMarkerThatHasTheFocus) {
     const std::tuple<const char*, Qt::Key, Qt::KeyboardModifiers, float, float> keys[] = {
         {"imgCursor1", Qt::Key_Right, {}, 33.4F, 66.66F},
         {"imgCursor2", Qt::Key_Left, {}, 33.4F, 66.6F},
@@ -74,7 +74,7 @@ TEST_F(TimeCursorsTest, arrowKeysMoveTheMarkerThatHasTheFocus) {
     }
 }
 
-TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
+TEST_F(TimeCursorsTest, TheMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits) {
     QSignalSpy moved(&control_, &TimeCursors::CursorMoved);
     control_.setMargin(100);
     EXPECT_EQ(Child("imgGuide")->x(), 100);
@@ -90,7 +90,7 @@ TEST_F(TimeCursorsTest, theMarginMovesTheGuideWithoutAnEventAndOverflowsIn16Bits
     EXPECT_EQ(Child("imgGuide")->x(), 16383);
 }
 
-TEST_F(TimeCursorsTest, propertiesPersistUnderTheirNamesWithTheirDefaults) {
+TEST_F(TimeCursorsTest, PropertiesPersistUnderTheirNamesWithTheirDefaults) {
     QSignalSpy marked(&control_, &TimeCursors::PropertyMarked);
     control_.setCursor1(12.5F);
     control_.setMargin(7);
@@ -106,7 +106,7 @@ TEST_F(TimeCursorsTest, propertiesPersistUnderTheirNamesWithTheirDefaults) {
     EXPECT_EQ(other.Margin(), 0);
 }
 
-TEST_F(TimeCursorsTest, onAZoomedPlotMarkersKeepTheirTimes) {
+TEST_F(TimeCursorsTest, OnAZoomedPlotMarkersKeepTheirTimes) {
     control_.SetVisibleSpan(20, 40);
     EXPECT_FLOAT_EQ(control_.cursor1(), 33.33F);
     EXPECT_NEAR(Centre("imgCursor1"), 667, 1);

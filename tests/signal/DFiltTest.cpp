@@ -12,7 +12,7 @@ class SpinnerFilter : public DravikFixture {
   protected:
     SpinnerFilter() { CurrentParameters() = ParameterSet{}; }
     ~SpinnerFilter() override { ReleaseAllFilters(); }
-    static CurveSpec Flow(std::int32_t count = samples, bool gaps = false) {
+    static RecordedCurve Flow(std::int32_t count = samples, bool gaps = false) {
         return {"RTC", "rps", count,
                 [gaps](std::int32_t t) {
                     return gaps && t % 630 < 50 ? std::nullopt
@@ -20,7 +20,7 @@ class SpinnerFilter : public DravikFixture {
                 },
                 200};
     }
-    void MakeLevel(const std::string& name, const CurveSpec& flow) {
+    void MakeLevel(const std::string& name, const RecordedCurve& flow) {
         const auto one = [](std::int32_t) { return 1.0; };
         AddCurves(name, {{"ZG", "psi", 1, one, 200}, flow, {"PVLPOS", "", 1, one, 200}});
         Select({name});

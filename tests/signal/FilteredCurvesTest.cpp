@@ -23,13 +23,13 @@ class FilteredCurves : public DravikFixture {
         CurrentParameters() = ParameterSet{};
         CurrentParameters().period = 20;
     }
-    static std::vector<CurveSpec> Level(std::int32_t count) {
+    static std::vector<RecordedCurve> Level(std::int32_t count) {
         return {{"ZG", "psi", count, Signal, 500},
                 {"RTC", "rps", count, [](std::int32_t t) { return 5.0 - Signal(t + 300) / 1000; }, 500},
                 {"PVLPOS", "", count, [](std::int32_t) { return 1.0; }, 500}};
     }
-    static CurveSpec Pressure() { return Level(0)[0]; }
-    void SelectLevel(const std::vector<CurveSpec>& curves, const std::string& pressure = "ZG") {
+    static RecordedCurve Pressure() { return Level(0)[0]; }
+    void SelectLevel(const std::vector<RecordedCurve>& curves, const std::string& pressure = "ZG") {
         AddCurves("LEVEL1", curves);
         SetPresentation("LEVEL1", {});
         Select({"LEVEL1"}, pressure);
@@ -78,7 +78,7 @@ TEST_F(FilteredCurves, OfThreePassesEndThreePeriodsBeforeTheInputAndSayHowTheyWe
 }
 
 TEST_F(FilteredCurves, WhatWillBeValidIsToldBeforeTheyAreMadeAndWhichAreStaleAfterwards) {
-    std::vector<CurveSpec> level = Level(1403);
+    std::vector<RecordedCurve> level = Level(1403);
     level[1].count = 1391;  // the flow ends earlier
     SelectLevel(level);
     CurrentParameters().period = 20.03;  // off the sample grid
@@ -118,7 +118,7 @@ TEST_F(FilteredCurves, StandAgainstWhatOneRunWouldLeave) {
 }
 
 TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
-    std::vector<CurveSpec> curves = Level(300);
+    std::vector<RecordedCurve> curves = Level(300);
     curves.push_back({"GAUGE", "kPa", 300, [](std::int32_t) { return 812.5; }, 500, 10, 6.9F, 101.3F});
     SelectLevel(curves, "GAUGE");
     ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
@@ -133,8 +133,8 @@ TEST_F(FilteredCurves, OfAConstantAreZeroAndKeepUnitAndScaleButNoOffset) {
 TEST_F(FilteredCurves, ByBandPassAreBlankedHalfAKernelAndValidBetween) {
     CurrentParameters().bandPass = 1;
     CurrentParameters().period = 20.09;
-    std::vector<CurveSpec> level = Level(1001);
-    for (CurveSpec& curve : level)
+    std::vector<RecordedCurve> level = Level(1001);
+    for (RecordedCurve& curve : level)
         curve.step = 20;
     SelectLevel(level);
     ASSERT_TRUE(WithDatabase(0, CreateFilteredCurves, false));
@@ -174,7 +174,7 @@ TEST_F(FilteredCurves, AreMadeAnewWhenSettingsChangedOrTheCurveWasReplaced) {
 
 TEST_F(FilteredCurves, LeaveGapsWhereTheBandPassTouchesOneEvenWhereZerosStoodBefore) {
     CurrentParameters().bandPass = 1;
-    CurveSpec withGap = Pressure();
+    RecordedCurve withGap = Pressure();
     withGap.value = [](std::int32_t t) {
         return t >= 8500 && t < 8600 ? std::nullopt : std::optional(Signal(t));
     };
@@ -215,7 +215,7 @@ TEST_F(FilteredCurves, ThatCannotBeMadeAreReportedOnceAndTheOldOnesStay) {
 
 TEST_F(FilteredCurves, OfALongRunThatFailsStayAsFarAsTheyAreFinal) {
     CurrentParameters().bandPass = 1;
-    std::vector<CurveSpec> curves = Level(10);
+    std::vector<RecordedCurve> curves = Level(10);
     constexpr auto committed = static_cast<std::int32_t>(samplesPerCommit);
     curves[0].count = committed + 8000;
     curves[0].value = [](std::int32_t t) {

@@ -51,20 +51,20 @@ class Modulator : public DravikFixture {
 
     /// A valve of 1.93 s period whose boundaries lie between samples; the curves of a whole dataset, first
     /// index 500.
-    static std::vector<CurveSpec> Level(std::int32_t count = samples, const std::string& without = "",
-                                        std::int16_t toolStep = 10) {
-        std::vector<CurveSpec> curves;
+    static std::vector<RecordedCurve> Level(std::int32_t count = samples, const std::string& without = "",
+                                            std::int16_t toolStep = 10) {
+        std::vector<RecordedCurve> curves;
         for (const char* name : {"ZG", "RTC", "ZG_p", "RTC_qs"})
             curves.push_back({name, "", count, [](std::int32_t) { return 1.0; }, 500});
         std::ranges::move(ValveCurves({555, 386, count * 10 / toolStep, 500, toolStep}),
                           std::back_inserter(curves));
-        std::erase_if(curves, [&](const CurveSpec& curve) { return curve.name == without; });
+        std::erase_if(curves, [&](const RecordedCurve& curve) { return curve.name == without; });
         return curves;
     }
     /// The same with gaps in two curves and codes that are none.
-    static std::vector<CurveSpec> AwkwardLevel() {
-        std::vector<CurveSpec> curves = Level();
-        for (CurveSpec& curve : curves) {
+    static std::vector<RecordedCurve> AwkwardLevel() {
+        std::vector<RecordedCurve> curves = Level();
+        for (RecordedCurve& curve : curves) {
             const bool code = curve.name == "PVLID";
             if (code || curve.name == "PVLT")
                 curve.value = [code, plain = curve.value](std::int32_t t) {
@@ -74,7 +74,7 @@ class Modulator : public DravikFixture {
         }
         return curves;
     }
-    void MakeLevel(const std::string& name, const std::vector<CurveSpec>& curves) {
+    void MakeLevel(const std::string& name, const std::vector<RecordedCurve>& curves) {
         AddCurves(name, curves);
         Select({name});
     }
@@ -138,8 +138,8 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
         EXPECT_EQ(ReadCurve(name, "PVLSIG").samples, expected);
         EXPECT_EQ(boundaries, cycleStarts);
 
-        std::vector<CurveSpec> oneSample = curves;
-        for (CurveSpec& curve : oneSample)
+        std::vector<RecordedCurve> oneSample = curves;
+        for (RecordedCurve& curve : oneSample)
             curve.count = 1;
         for (const std::int32_t piece : {1, 7, 90}) {
             const std::string pieces = name + std::to_string(piece);
@@ -147,7 +147,7 @@ TEST_F(Modulator, SignalFollowsThePlainRulesWithGapsAndUnknownCodesInAnyPieces) 
             boundaries.clear();
             for (std::int32_t count = 1; count < samples; count += piece) {
                 // The recorder writes one curve after the other: a pass between them sees the code alone.
-                for (const CurveSpec& curve : curves) {
+                for (const RecordedCurve& curve : curves) {
                     Record(pieces, {curve}, count, std::min(piece, samples - count));
                     ASSERT_TRUE(curve.name != "PVLID" || WithDatabase(0, ReconstructValveCurve, true));
                 }
@@ -212,7 +212,7 @@ TEST_F(Modulator, InteractiveEntryAsksBeforeOverwritingAndRecordedCurvesStayAsTh
     MakeLevel("L", Level());
     const auto recorded = [&] {
         std::vector<std::vector<std::optional<float>>> all;
-        for (const CurveSpec& curve : Level())
+        for (const RecordedCurve& curve : Level())
             all.push_back(ReadCurve("L", curve.name).samples);
         return all;
     };
@@ -283,7 +283,7 @@ TEST_F(Modulator, AFailureIsReportedAndTheNextExtensionGoesOn) {
     EXPECT_THAT(ports.TakeBox().text,
                 testing::ContainsRegex("Error creating reconstructed mod curves: .*L/PVLIDT/1 in "));
     EXPECT_EQ(ports.value, 0);
-    const CurveSpec timer = Level()[6];
+    const RecordedCurve timer = Level()[6];
     ASSERT_EQ(timer.name, "PVLIDT");
     AddCurve("L", timer);
     EXPECT_TRUE(WithDatabase(0, ReconstructValveCurve, true));

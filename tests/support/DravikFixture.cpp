@@ -27,7 +27,7 @@ void Write(const std::string& path, const std::function<void(const Database&)>& 
     transaction.Commit();
 }
 
-void WriteSamples(const Database& database, const std::string& path, const CurveSpec& curve,
+void WriteSamples(const Database& database, const std::string& path, const RecordedCurve& curve,
                   std::int32_t first, std::int32_t count) {
     if (count == 0)
         return;
@@ -42,7 +42,7 @@ void WriteSamples(const Database& database, const std::string& path, const Curve
     Check(Api().DBwritepresent(item.Handle(), first, count, values.data(), present.data()), path);
 }
 
-void CreateItem(const Database& database, const std::string& path, const CurveSpec& curve) {
+void CreateItem(const Database& database, const std::string& path, const RecordedCurve& curve) {
     DBNewItem item{};
     item.kind = DK_ITEM_CURVE;
     item.indexKind = curve.indexKind;
@@ -55,13 +55,13 @@ void CreateItem(const Database& database, const std::string& path, const CurveSp
     Check(Api().DBnewA(database.Handle(), path.c_str(), &item), path);
 }
 
-std::int32_t ValveCodeAt(const ValveSpec& valve, std::int32_t index) {
+std::int32_t ValveCodeAt(const ValvePulses& valve, std::int32_t index) {
     if (index < valve.firstBoundary)
         return 1;
     return (index - valve.firstBoundary) % valve.period < valve.period / 2 ? 3 : 1;
 }
 
-std::int32_t LastChangeBefore(const ValveSpec& valve, std::int32_t index) {
+std::int32_t LastChangeBefore(const ValvePulses& valve, std::int32_t index) {
     if (index < valve.firstBoundary)
         return valve.first;
     return index - (index - valve.firstBoundary) % (valve.period / 2);
@@ -99,9 +99,9 @@ std::optional<float> StoredCurve::At(std::int32_t index) const {
     return samples[static_cast<std::size_t>(offset / info.step)];
 }
 
-std::vector<CurveSpec> ValveCurves(const ValveSpec& valve) {
+std::vector<RecordedCurve> ValveCurves(const ValvePulses& valve) {
     const auto curve = [&](const char* name, auto value) {
-        return CurveSpec{name, "", valve.count, value, valve.first, valve.step};
+        return RecordedCurve{name, "", valve.count, value, valve.first, valve.step};
     };
     return {
         curve("PVLPOS", [valve](std::int32_t t) { return ValveCodeAt(valve, t) == 3 ? -1.0 : 1.0; }),
@@ -133,9 +133,9 @@ void DravikFixture::TearDown() {
     PutFreshSelection();
 }
 
-void DravikFixture::AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves) {
+void DravikFixture::AddCurves(const std::string& dataset, const std::vector<RecordedCurve>& curves) {
     Write(DatabasePath(), [&](const Database& database) {
-        for (const CurveSpec& curve : curves) {
+        for (const RecordedCurve& curve : curves) {
             const std::string path = ItemPath(dataset, curve.name);
             CreateItem(database, path, curve);
             WriteSamples(database, path, curve, curve.first, curve.count);
@@ -143,15 +143,15 @@ void DravikFixture::AddCurves(const std::string& dataset, const std::vector<Curv
     });
 }
 
-void DravikFixture::Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count) {
+void DravikFixture::Append(const std::string& dataset, const RecordedCurve& curve, std::int32_t count) {
     const ItemInfo info = ReadCurve(dataset, curve.name).info;
     Record(dataset, {curve}, info.IsEmpty() ? 0 : (info.extentLast - curve.first) / curve.step + 1, count);
 }
 
-void DravikFixture::Record(const std::string& dataset, const std::vector<CurveSpec>& curves,
+void DravikFixture::Record(const std::string& dataset, const std::vector<RecordedCurve>& curves,
                            std::int32_t from, std::int32_t count) {
     Write(DatabasePath(), [&](const Database& database) {
-        for (const CurveSpec& curve : curves)
+        for (const RecordedCurve& curve : curves)
             WriteSamples(database, ItemPath(dataset, curve.name), curve, curve.first + from * curve.step,
                          count);
     });

@@ -11,7 +11,7 @@
 namespace vorela::test {
 
 /// A curve to be made: value(index) for `count` samples from `first` on; nothing is a gap.
-struct CurveSpec {
+struct RecordedCurve {
     std::string name;
     std::string unit;
     std::int32_t count = 0;
@@ -40,14 +40,14 @@ struct StoredCurve {
 /// Tool data of a valve that is at code 3 from each boundary on and at code 1 half a period later, code 1
 /// before the first: the four curves PVLPOS, PVLID, PVLIDT, PVLT as the tool logs them (16-bit timer that
 /// wraps).
-struct ValveSpec {
+struct ValvePulses {
     std::int32_t firstBoundary = 0;  ///< hundredths of a second
     std::int32_t period = 0;         ///< hundredths of a second, even
     std::int32_t count = 0;          ///< samples
     std::int32_t first = 0;
     std::int16_t step = 10;
 };
-std::vector<CurveSpec> ValveCurves(const ValveSpec& valve);
+std::vector<RecordedCurve> ValveCurves(const ValvePulses& valve);
 
 /// Loads DKBase and Smooth32 from the build's bin folder, once for the process. False after a failure is
 /// added.
@@ -59,12 +59,12 @@ class DravikFixture : public SettingsFixture {
     std::string DatabasePath() const { return folder.File("well.vdb"); }
 
     /// Creates the database when it is not there, the dataset with it.
-    void AddCurve(const std::string& dataset, const CurveSpec& curve) { AddCurves(dataset, {curve}); }
-    void AddCurves(const std::string& dataset, const std::vector<CurveSpec>& curves);
+    void AddCurve(const std::string& dataset, const RecordedCurve& curve) { AddCurves(dataset, {curve}); }
+    void AddCurves(const std::string& dataset, const std::vector<RecordedCurve>& curves);
     /// Writes further samples behind the last one that is there.
-    void Append(const std::string& dataset, const CurveSpec& curve, std::int32_t count);
+    void Append(const std::string& dataset, const RecordedCurve& curve, std::int32_t count);
     /// Writes `count` samples of all curves, from their sample `from` on, in one transaction.
-    void Record(const std::string& dataset, const std::vector<CurveSpec>& curves, std::int32_t from,
+    void Record(const std::string& dataset, const std::vector<RecordedCurve>& curves, std::int32_t from,
                 std::int32_t count);
     /// A record of one sample.
     void PutRecord(const std::string& path, std::span<const std::byte> sample);
