@@ -66,7 +66,8 @@ bool SavePlot(const std::string& path, const PlotFileOptions& options) {
 
 bool PrintPlot(QPrinter& printer, const PlotFileOptions& options) {
     return Attempt("Printing plot", false, [&] {
-        return PrintPicture(printer, [&](DrawingSurface& surface) { return DrawPlotPicture(surface, options); });
+        return PrintPicture(printer,
+                            [&](DrawingSurface& surface) { return DrawPlotPicture(surface, options); });
     });
 }
 
