@@ -37,7 +37,6 @@ class CellPlan {
     CellPlan(const PlotInformation& information, const PlotFormatOptions& format, const PlotLayout& layout,
              std::size_t cell, const PlotContents& contents, const TextMeasure& measure)
         : information_(information),
-          layout_(layout),
           cell_(cell),
           area_(layout.cells[cell]),
           contents_(contents),
@@ -362,7 +361,6 @@ class CellPlan {
     }
 
     const PlotInformation& information_;
-    const PlotLayout& layout_;
     std::size_t cell_;
     const PlotCell& area_;
     const PlotContents& contents_;

@@ -183,7 +183,7 @@ bool PlotWidget::Draw(TimeMode mode, TimeSpan span, bool verify) {
 /// axes that all samples give.
 void PlotWidget::ReadOn() {
     State& s = *state_;
-    if (!s.shown || s.drawing)
+    if (!s.ShowsALevel() || s.drawing)
         return;
     s.drawing = true;
     {
@@ -209,7 +209,7 @@ QRect PlotWidget::ReadingPlate() const {
 /// The same span again, after a change of size or of the view.
 void PlotWidget::Redraw() {
     State& s = *state_;
-    if (s.shown && !s.drawing && width() > 0 && height() > 0)
+    if (s.ShowsALevel() && !s.drawing && width() > 0 && height() > 0)
         Draw(TimeMode::zoomed, s.plot.information.span, false);
 }
 

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <map>
 
+#include "db/DatasetRecord.h"
 #include "general/RepeatedMessages.h"
 #include "plot/Crosshair.h"
 #include "plot/PlotReadout.h"
@@ -38,6 +39,8 @@ struct PlotWidget::State {
     std::size_t dataset = 0;
     bool asked = false;  ///< the dataset was asked for; shown, unless that failed
     bool shown = false;
+    /// A level that was shown may have left the selection before a redraw that was due.
+    bool ShowsALevel() const { return shown && dataset < CurrentSelection().datasets.size(); }
     bool zoomed = false;
     bool drawing = false;  ///< a message box over the window may let events in
     PlotDrawing plot;

@@ -22,7 +22,6 @@ namespace {
 // All lengths are twips (1/20 of a point), so that sizes of fonts are whole and their metrics fine.
 constexpr double twipsPerPoint = 20;
 constexpr double twipsPerInch = 1440;
-constexpr double twipsPerUnit = 15;  // of the 1/96 inch that pictures are drawn in
 constexpr int pdfResolution = 1200;
 constexpr double pageWidth = 11906, pageHeight = 16838;  // A4
 constexpr double margin = 850;

@@ -326,6 +326,14 @@ TEST_F(PlotWidgetTest, AnErrorOfARedrawByTheTimerIsShownOnce) {
     QTest::qWait(5);
 }
 
+TEST_F(PlotWidgetTest, RedrawThatIsDueWhenItsLevelHasGoneDrawsNothing) {
+    ASSERT_TRUE(plot_.ShowDataset(0));
+    plot_.resize(size - QSize(120, 90));
+    CurrentSelection().datasets.clear();
+    QTest::qWait(50);
+    EXPECT_TRUE(ports.boxes.empty()) << ports.boxes.front().text;
+}
+
 TEST_F(PlotWidgetTest, SavesTheSameDrawingInEveryFormatWithoutTouchingTheOptions) {
     const PresentationOptions before = PrsOpt();
     PlotFileOptions options;
