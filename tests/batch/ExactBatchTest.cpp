@@ -157,8 +157,8 @@ TEST_F(ExactBatch, FollowedRecordingGivesWhatOneRunOverItGives) {
     Shell("rm well.dkb");
     const CommandResult followed = Shell(
         "(for l in LEVEL1 LEVEL2; do dravik record well.dkb $l --from $l.csv --speed 2000 & done; wait) & "
-        "sleep 0.3; " +
-        program + " LEVEL1 LEVEL2 --follow --json -; wait");
+        "until [ \"$(dravik list well.dkb 2>/dev/null | grep -c LEVEL)\" = 2 ]; do sleep 0.02; done; " +
+        program + " LEVEL1 LEVEL2 --follow --json -; status=$?; wait; exit $status");
     ASSERT_EQ(followed.status, 0) << followed.err;
     EXPECT_EQ(Json::parse(followed.out)["exact"], whole);
 }
