@@ -1,12 +1,16 @@
 #include "app/WindowPlace.h"
 
 #include <QDialog>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QScrollArea>
 #include <QStyle>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
 
+#include "app/QtPorts.h"
 #include "general/SettingsTable.h"
 
 namespace vorela {
@@ -15,6 +19,7 @@ namespace {
 constexpr const char* section = "Window";
 constexpr int smallestSide = 100;
 constexpr int largestSide = 100000;
+constexpr double largestFirstShare = 0.9;  // of the screen, before the user chose a size
 
 /// The section's fields; what the file does not hold makes no sense and so is not used.
 struct StoredPlace {
@@ -102,6 +107,60 @@ QRect PlaceOnScreens(const QRect& window, const std::vector<QRect>& screens) {
         std::clamp(placed.left(), screen.left(), screen.left() + screen.width() - placed.width()));
     placed.moveTop(std::clamp(placed.top(), screen.top(), screen.top() + screen.height() - placed.height()));
     return placed;
+}
+
+// Before the window manager has framed the window, the style's title bar stands for it.
+QSize FrameOf(const QWidget& window) {
+    const QSize real = window.frameGeometry().size() - window.geometry().size();
+    return window.isVisible() ? real
+                              : real.expandedTo({0, window.style()->pixelMetric(QStyle::PM_TitleBarHeight)});
+}
+
+QSize RoomOver(const QWidget& window) {
+    return window.screen()->availableGeometry().size() - FrameOf(window);
+}
+
+int RunDialog(QDialog& dialog, const QWidget& window) {
+    const ArrowCursor arrow;
+    FitDialog(dialog, RoomOver(window));
+    QRect place(QPoint(), dialog.size() + FrameOf(window));
+    place.moveCenter(window.frameGeometry().center());
+    dialog.move(PlaceOnScreens(place, {window.screen()->availableGeometry()}).topLeft());
+    return dialog.exec();
+}
+
+PlaceKeeper::PlaceKeeper(QWidget* window) : QObject(window), window_(window) {
+    std::vector<QRect> screens;
+    for (const QScreen* one : QGuiApplication::screens())
+        screens.push_back(one->availableGeometry());
+    const std::optional<WindowPlace> kept = ReadWindowPlace();
+    const QSize first =
+        window->geometry().size().boundedTo(window->screen()->availableSize() * largestFirstShare);
+    // What is kept is the client's size; the frame around it has to be on the screen too.
+    const QSize frame = FrameOf(*window);
+    normal_ = kept ? kept->normal : QRect(window->pos(), first);
+    normal_ = PlaceOnScreens(QRect(normal_.topLeft(), normal_.size() + frame), screens);
+    normal_.setSize(normal_.size() - frame);
+    window->resize(normal_.size());
+    if (kept)
+        window->move(normal_.topLeft());
+    if (kept && kept->maximized)
+        window->setWindowState(Qt::WindowMaximized);
+    window->installEventFilter(this);
+}
+
+void PlaceKeeper::Keep() const {
+    WriteWindowPlace({normal_, window_->isMaximized()});
+}
+
+bool PlaceKeeper::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == window_ && window_->isVisible() && !window_->isMaximized() && !window_->isMinimized()) {
+        if (event->type() == QEvent::Resize)
+            normal_.setSize(window_->size());
+        else if (event->type() == QEvent::Move)
+            normal_.moveTopLeft(window_->pos());
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 }  // namespace vorela

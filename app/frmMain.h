@@ -1,6 +1,6 @@
-// The main window: menus, tab strip, result grids, plot with its time cursors, progress and status bars, and
-// the timer that drives the action queue. Its handlers only route what the user does to the rooms that do the
-// work.
+// The main window: it brings menus, tab strip, result pages, the level's page and the status bar together,
+// and has the timer that drives the action queue. Its handlers only route what the user does to the rooms
+// that do the work.
 #pragma once
 
 #include <QMainWindow>
@@ -13,17 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "follow/CursorHold.h"
-#include "general/RepeatedMessages.h"
-
-class QAction;
-class QDialog;
-class QLabel;
-class QMenu;
-class QPrinter;
-class QProgressBar;
-class QStackedWidget;
-class QTabBar;
+#include "app/ActionRunner.h"
 
 namespace Ui {
 class frmMain;
@@ -31,19 +21,19 @@ class frmMain;
 
 namespace vorela {
 
-class CycleOffer;
-class CycleView;
-class GridEditors;
-class LivePlotBar;
-struct CycleCell;
-struct RecentSelection;
-struct TextCell;
-class PlotWidget;
+class FileIntake;
+class LevelPage;
+class PlaceKeeper;
 class QtPorts;
-class TimeCursors;
+class ResultPages;
+class StatusLine;
+class WindowMenus;
+class WindowOutput;
 class dlgHelp;
 class frmExact;
 class frmSelectData;
+struct MenuEntry;
+struct RecentSelection;
 
 class frmMain : public QMainWindow {
     Q_OBJECT
@@ -71,25 +61,20 @@ class frmMain : public QMainWindow {
 
   protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void moveEvent(QMoveEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
-    struct MenuEntry;
-    using Handler = void (frmMain::*)();
-
     // Construction
+    void BuildTabs();
+    void BuildResults();
+    void BuildLevelPage();
     void BuildMenus();
-    void BuildFurtherMenus();
-    void BuildPlotPage();
-    void AddLevelPage(const QString& name, QWidget* page);
-    void BuildLiveBar();
-    void BuildGrids();
     void BuildKeys();
-    static const std::vector<MenuEntry>& MenuEntries();
+    void BuildTimer();
+    std::vector<MenuEntry> MenuEntries();
+    void Unload();
 
     // Menu entries
     void SelectDataEntry();
@@ -97,15 +82,8 @@ class frmMain : public QMainWindow {
     void SelectDatasets(const std::function<void(frmSelectData&)>& prepare);
     /// The sequence behind a selection that `choose` makes.
     void RunSelection(const std::function<void()>& choose);
-    void BuildRecentMenu(QMenu* file);
-    void FillRecentMenu();
     void OpenRecent(const RecentSelection& recent);
     void ImportEntry();
-    /// The import dialog with these files; then Select Data with what came in.
-    void ImportFiles(const QStringList& files, const std::string& database);
-    void OpenWaiting();
-    /// Files dropped, pasted or opened: a database is offered to Select Data, all else to the import.
-    void TakeFiles(const QStringList& files);
     void SaveInterpretationEntry();
     void ExitEntry();
     void SavePlotEntry();
@@ -128,96 +106,45 @@ class frmMain : public QMainWindow {
     void HelpEntry();
     void AboutEntry();
 
+    /// An action of the user; see ActionRunner.
+    void Run(const std::function<void()>& action) { actions_.Run(action); }
+    /// The same, where it needs levels: "No data selected" otherwise.
+    void RunWithData(const std::function<void()>& action);
+    /// An analysis of cycles under the claim of its databases, and the window with what it brought.
+    void RunCycleAnalysis(const std::function<void()>& analysis);
     /// Dataset of the selected tab; on the grid tabs the level that is shown.
     std::size_t PlotDataset() const;
-    /// The page of cycles that is shown; null where it is another one.
-    CycleView* ShownCycleView() const;
-    /// What the page shows: cycles, else the curves of PlotDataset().
-    bool PrintShown(QPrinter& printer);
-    /// False after "No data selected".
-    bool DataSelected();
-    void ShowNewCycles();
+    bool PlotDataCheck();
+    static void BringForward(QWidget& window);
 
     // The update
-    void RebuildTabs();
-    void FillChoosers();
-    void ShowGrids();
-    void ShowGrid(int tab);
     void LayOutForTab();
     void ShowSelectedPlot(bool askedFor);
-    void ShowCursorValues();
-    void ShowCycleView();
-    bool PlotDataCheck();
-    void ShowSelectionHints();
-    QStringList SelectionHints() const;
-    void ShowStaleCurves();
-    void ShowResultHints();
-    void ShowStanding(QString error);
     void ShowTitle();
-    void ShowRecordingMarks();
-    void ShowLiveStatus();
-    void ShowBeginning();
-    void ShowUndo();
-
-    // The user's choices
+    void ShowRecordings();
     void TabClicked();
-    void LevelChosen(int position);
-    void IntervalChosen(int position);
-    void StepChoice(int by);
-    void CursorsMoved(float cursor1, float cursor2);
+    void TurnTab(int by);
     void UseCycle(int cycle);
-    void CursorsPutByUser();
-    std::optional<TextCell> IntervalCell(int row);
-    CycleCell CycleNumberCell();
 
-    /// Runs one action: the menus are disabled, the cursor is the wait cursor, a second action and the timer
-    /// wait, and keys pressed meanwhile are dropped. Refused while another action runs.
-    void Run(const std::function<void()>& action);
-    void RunWithoutInput(const std::function<void()>& action);
-    void RunAlone(const std::function<void()>& body);
+    // Following
     void FollowRecording();
     void FollowExactResults();
     void FollowWhatIsRecorded();  ///< the timer on, where a selected level is being recorded
-    void FollowPlot(std::size_t dataset);
-    void HoldCursors();
-    void EnableActions(bool on);
-    /// The dialog, modal over the window, on screen wholly.
-    int ShowModal(QDialog& dialog);
-    QSize Frame() const;  ///< what the frame adds to the window's size
-    void KeepPlace();
-    void RestorePlace();
-    void Unload();
+    void ActionEnded();
 
     QtPorts& ports_;
     std::unique_ptr<Ui::frmMain> ui_;
-    QTabBar* tsLevel_ = nullptr;  ///< pages of a level's tab: plot, cycles, stacked cycles
-    QStackedWidget* levelPages_ = nullptr;
-    PlotWidget* picPlot_ = nullptr;
-    TimeCursors* cursors_ = nullptr;
-    QLabel* lblCursors_ = nullptr;
-    QLabel* lblSelection_ = nullptr;
-    QLabel* lblLive_ = nullptr;
-    QProgressBar* progBar_ = nullptr;
-    LivePlotBar* liveBar_ = nullptr;
-    std::vector<CycleOffer*> offers_;  ///< of the four grids
-    std::vector<QAction*> recent_;
-    QAction* undo_ = nullptr;
-    QAction* redo_ = nullptr;
-    GridEditors* editors_ = nullptr;
-    QTimer tmrMain_;
+    ActionRunner actions_;
+    std::unique_ptr<StatusLine> status_;
+    std::unique_ptr<WindowMenus> menus_;
+    std::unique_ptr<WindowOutput> output_;
+    std::unique_ptr<FileIntake> intake_;
+    ResultPages* results_ = nullptr;
+    LevelPage* levelPage_ = nullptr;
+    PlaceKeeper* place_ = nullptr;
     QPointer<dlgHelp> help_;
-    QPointer<frmExact> exact_;     ///< made when first asked for
-    QAction* mnuExact_ = nullptr;  ///< enabled with a selection
-    RepeatedMessages repeated_;
-    QString hints_;  ///< as last shown in the status bar
-    QString standing_;
-    QStringList stale_;
-    QStringList resultHints_;  ///< levels without results at their selected entry
-    QRect normalPlace_;
-    QStringList waiting_;  ///< files to be opened after the action that runs
-    CursorHold hold_;
-    bool holding_ = false;  ///< the cursors are being put back to the times that are held
-    bool running_ = false;
+    QPointer<frmExact> exact_;  ///< made when first asked for
+    QTimer tmrMain_;
     bool loading_ = false;
     bool closeWanted_ = false;
     bool unloaded_ = false;

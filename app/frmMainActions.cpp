@@ -1,25 +1,24 @@
-// The menus of the main window and what their entries do.
-#include <QAction>
+// What the user does in the main window: the entries of its menus, tabs, keys, files.
+#include <QApplication>
 #include <QDialog>
-#include <QFileDialog>
-#include <QMenuBar>
-#include <QPrintDialog>
-#include <QPrinter>
-#include <QScreen>
-#include <QStatusBar>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QKeyEvent>
 #include <QTabBar>
 #include <algorithm>
-#include <ctime>
-#include <filesystem>
-#include <iterator>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "analysis/ValueHistory.h"
 #include "analysis/frmCycleInfo.h"
-#include "analysis/modExact.h"
 #include "analysis/modMain.h"
-#include "app/QtPorts.h"
+#include "app/FileIntake.h"
+#include "app/LevelPage.h"
+#include "app/RecentMenu.h"
+#include "app/ResultPages.h"
+#include "app/StatusLine.h"
+#include "app/WindowMenus.h"
+#include "app/WindowOutput.h"
 #include "app/WindowPlace.h"
 #include "app/dlgHelp.h"
 #include "app/frmAbout.h"
@@ -27,31 +26,21 @@
 #include "app/frmMain.h"
 #include "app/frmPlan.h"
 #include "db/AnalysisClaim.h"
-#include "db/CommonCurves.h"
-#include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"
 #include "db/modSelectData.h"
-#include "dravik/chooser/Chooser.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/CurveChecks.h"
+#include "follow/LiveStatus.h"
 #include "follow/RecentSelections.h"
 #include "follow/StartUp.h"
-#include "general/NumberText.h"
 #include "general/modGeneral.h"
-#include "plotview/CycleView.h"
-#include "plotview/PlotFile.h"
-#include "plotview/PlotWidget.h"
-#include "plotview/ReportFile.h"
-#include "plotview/TimeCursors.h"
 #include "plotview/frmPlotFormat.h"
 #include "plotview/frmPlotScales.h"
-#include "plotview/frmSavePlot.h"
 #include "signal/frmFilteredCurves.h"
 #include "signal/frmParameters.h"
 #include "signal/modDFilt.h"
 #include "signal/modModulator.h"
-#include "signal/modParameters.h"
 #include "ui_frmMain.h"
 
 namespace vorela {
@@ -59,74 +48,66 @@ namespace {
 
 constexpr const char* shortTitle = "Vorela";
 constexpr const char* noData = "No data selected";
-constexpr int levelTab = 1;
 
 }  // namespace
 
-/// One entry of a menu; its place among the entries of the same menu is its index.
-struct frmMain::MenuEntry {
-    const char* menu;     ///< "File": the menu's objectName is "mnuFile", the entry's "mnuFile" & index
-    const char* caption;  ///< null for a separator
-    Handler handler;
-    const char* shortcut;
-};
-
 // The indices are part of the field manuals: new entries go behind the old ones, Exit or not.
-const std::vector<frmMain::MenuEntry>& frmMain::MenuEntries() {
-    static const std::vector<MenuEntry> entries{
-        {"File", "Select &Data...", &frmMain::SelectDataEntry, "Ctrl+D"},
-        {"File", nullptr, nullptr, ""},
-        {"File", "&Save Interpretation Data to File...", &frmMain::SaveInterpretationEntry, "Ctrl+S"},
-        {"File", nullptr, nullptr, ""},
-        {"File", "E&xit", &frmMain::ExitEntry, "Ctrl+Q"},
-        {"File", nullptr, nullptr, ""},
-        {"File", "Save &Plot to File...", &frmMain::SavePlotEntry, "Ctrl+Shift+S"},
-        {"File", "&Print Plot...", &frmMain::PrintPlotEntry, "Ctrl+P"},
-        {"File", "&Import Recording...", &frmMain::ImportEntry, "Ctrl+O"},
-        {"File", "Save &Report...", &frmMain::SaveReportEntry, "Ctrl+R"},
-        {"Edit", "&Parameters...", &frmMain::ParametersEntry, "Ctrl+E"},
-        {"View", "&Cycle information...", &frmMain::CycleInformationEntry, "Ctrl+I"},
-        {"View", "E&xact results...", &frmMain::ExactResultsEntry, "Ctrl+K"},
-        {"View", "&Plan a test...", &frmMain::PlanEntry, ""},
-        {"Action", "&Create filtered P and QS curves...", &frmMain::FilteredCurvesEntry, ""},
-        {"Action", "&Reconstruct valve signal PVLSIG...", &frmMain::ReconstructValveEntry, ""},
-        {"Action", "Re-calculate &Dravik filtered flow...", &frmMain::DravikFilteredFlowEntry, ""},
-        {"Action", nullptr, nullptr, ""},
-        {"Action", "Calculate cycle i&nfo...", &frmMain::CalculateCyclesEntry, ""},
-        {"Action", "Re-calculate cycle info using &PVLPOS...", &frmMain::RecalculateMotorPositionEntry, ""},
+std::vector<MenuEntry> frmMain::MenuEntries() {
+    const auto act = [this](void (frmMain::*entry)()) { return [this, entry] { (this->*entry)(); }; };
+    return {
+        {"File", "Select &Data...", act(&frmMain::SelectDataEntry), "Ctrl+D"},
+        {"File", nullptr, nullptr},
+        {"File", "&Save Interpretation Data to File...", act(&frmMain::SaveInterpretationEntry), "Ctrl+S"},
+        {"File", nullptr, nullptr},
+        {"File", "E&xit", act(&frmMain::ExitEntry), "Ctrl+Q"},
+        {"File", nullptr, nullptr},
+        {"File", "Save &Plot to File...", act(&frmMain::SavePlotEntry), "Ctrl+Shift+S"},
+        {"File", "&Print Plot...", act(&frmMain::PrintPlotEntry), "Ctrl+P"},
+        {"File", "&Import Recording...", act(&frmMain::ImportEntry), "Ctrl+O"},
+        {"File", "Save &Report...", act(&frmMain::SaveReportEntry), "Ctrl+R"},
+        {"Edit", "&Parameters...", act(&frmMain::ParametersEntry), "Ctrl+E"},
+        {"View", "&Cycle information...", act(&frmMain::CycleInformationEntry), "Ctrl+I"},
+        {"View", "E&xact results...", act(&frmMain::ExactResultsEntry), "Ctrl+K", true},
+        {"View", "&Plan a test...", act(&frmMain::PlanEntry)},
+        {"Action", "&Create filtered P and QS curves...", act(&frmMain::FilteredCurvesEntry)},
+        {"Action", "&Reconstruct valve signal PVLSIG...", act(&frmMain::ReconstructValveEntry)},
+        {"Action", "Re-calculate &Dravik filtered flow...", act(&frmMain::DravikFilteredFlowEntry)},
+        {"Action", nullptr, nullptr},
+        {"Action", "Calculate cycle i&nfo...", act(&frmMain::CalculateCyclesEntry)},
+        {"Action", "Re-calculate cycle info using &PVLPOS...", act(&frmMain::RecalculateMotorPositionEntry)},
         {"Action", "Re-calculate cycle inf&o using unfiltered pressure and flow...",
-         &frmMain::RecalculateUnfilteredEntry, ""},
-        {"Plot", "&Scales...", &frmMain::PlotScalesEntry, ""},
-        {"Plot", "&Format...", &frmMain::PlotFormatEntry, ""},
-        {"Help", "&Contents...", &frmMain::HelpEntry, "F1"},
-        {"Help", nullptr, nullptr, ""},
-        {"Help", "&About...", &frmMain::AboutEntry, ""},
+         act(&frmMain::RecalculateUnfilteredEntry)},
+        {"Plot", "&Scales...", act(&frmMain::PlotScalesEntry)},
+        {"Plot", "&Format...", act(&frmMain::PlotFormatEntry)},
+        {"Help", "&Contents...", act(&frmMain::HelpEntry), "F1"},
+        {"Help", nullptr, nullptr},
+        {"Help", "&About...", act(&frmMain::AboutEntry)},
     };
-    return entries;
 }
 
 void frmMain::BuildMenus() {
-    QMenu* menu = nullptr;
-    for (const MenuEntry& entry : MenuEntries()) {
-        const QString name = QStringLiteral("mnu") + QString::fromUtf8(entry.menu);
-        if (menu == nullptr || menu->objectName() != name) {
-            menu = menuBar()->addMenu(QLatin1Char('&') + QString::fromUtf8(entry.menu));
-            menu->setObjectName(name);
-        }
-        QAction* action = menu->addAction(QString::fromUtf8(entry.caption));
-        action->setObjectName(name + QString::number(menu->actions().size() - 1));
-        action->setSeparator(entry.caption == nullptr);
-        action->setShortcut(QKeySequence(QString::fromUtf8(entry.shortcut)));
-        if (entry.handler != nullptr)
-            connect(action, &QAction::triggered, this, entry.handler);
-        if (entry.handler == &frmMain::ExactResultsEntry) {
-            mnuExact_ = action;
-            action->setEnabled(false);
-        }
-    }
+    const WindowMenus::Further further{[this] { PrintPreviewEntry(); },
+                                       [this](bool again) { TakeValueStep(again); }};
+    menus_ = std::make_unique<WindowMenus>(*this, MenuEntries(), further);
+    connect(menus_->Recent(), &RecentMenu::Chosen, this, &frmMain::OpenRecent);
 }
 
-// --- File ---
+void frmMain::RunWithData(const std::function<void()>& action) {
+    Run([&] {
+        if (CurrentSelection().datasets.empty())
+            CurrentPorts().messages->Show(MessageIcon::information, shortTitle, noData);
+        else
+            action();
+    });
+}
+
+void frmMain::BringForward(QWidget& window) {
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+// --- File: what comes in ---
 
 void frmMain::SelectDataEntry() {
     Run([this] { SelectDatasets([](frmSelectData&) {}); });
@@ -136,7 +117,7 @@ void frmMain::SelectDatasets(const std::function<void(frmSelectData&)>& prepare)
     RunSelection([&] {
         frmSelectData dialog(this);
         prepare(dialog);
-        ShowModal(dialog);
+        RunDialog(dialog, *this);
     });
 }
 
@@ -145,204 +126,63 @@ void frmMain::RunSelection(const std::function<void()>& choose) {
     SelectData({choose, [this] { return PlotDataCheck(); },
                 [this] {
                     frmFilteredCurves dialog(this);
-                    ShowModal(dialog);
+                    RunDialog(dialog, *this);
                 },
                 [this] { UpdateMainWindow(); }, [this] { tmrMain_.start(); }});
     // Also when the sequence broke off: what was selected is followed.
     FollowWhatIsRecorded();
     RememberSelection();
-    FillRecentMenu();
+    menus_->Recent()->Fill();
     // After a cancelled selection the old tabs and values must not stay.
     if (CurrentSelection().datasets.empty())
         UpdateMainWindow();
-    ShowSelectionHints();
+    status_->ShowHints();
 }
 
 void frmMain::FollowWhatIsRecorded() {
     const auto& datasets = CurrentSelection().datasets;
-    if (std::any_of(datasets.begin(), datasets.end(),
-                    [](const auto& record) { return record.pendingFlag != 0; }))
+    if (std::any_of(datasets.begin(), datasets.end(), IsRecorded))
         tmrMain_.start();
 }
 
-void frmMain::ImportEntry() {
-    ImportFiles({}, {});
-}
-
-void frmMain::ImportFiles(const QStringList& files, const std::string& database) {
+void frmMain::OpenRecent(const RecentSelection& recent) {
     Run([&] {
-        const auto& datasets = CurrentSelection().datasets;
-        dravik::ImportDefaults defaults{database, ShortestText(CurrentParameters().period)};
-        if (database.empty() && !datasets.empty())
-            defaults.database = Trimmed(datasets.front().database);
-        dravik::frmImport dialog(defaults, this);
-        dialog.AddFiles(files);
-        if (ShowModal(dialog) != QDialog::Accepted)
-            return;
-        const dravik::Imported& imported = dialog.Result();
-        SelectDatasets([&](frmSelectData& select) { select.AddNamed(imported.database, imported.datasets); });
+        tmrMain_.stop();
+        if (SelectRecent(recent))
+            RunSelection([] {});
+        else
+            FollowWhatIsRecorded();
     });
 }
 
-void frmMain::OpenFiles(const QStringList& files) {
-    if (files.isEmpty())
-        return;
-    show();
-    setWindowState(windowState() & ~Qt::WindowMinimized);
-    QWidget* const front =
-        QApplication::activeModalWidget() != nullptr ? QApplication::activeModalWidget() : this;
-    front->raise();
-    front->activateWindow();
-    waiting_ += files;
-    if (running_)
-        ui_->statBar->showMessage(tr("%1: is opened as soon as what is under way has ended")
-                                      .arg(waiting_.join(QStringLiteral(", "))));
-    else
-        OpenWaiting();
+void frmMain::ImportEntry() {
+    intake_->Import({}, {});
 }
 
-// A database at a time, in the order that they came; recordings go into the one that they came with.
-void frmMain::OpenWaiting() {
-    if (running_ || waiting_.isEmpty())
-        return;
-    const auto isDatabase = [](const QString& file) { return dravik::IsDatabaseFile(file.toStdString()); };
-    const auto first = std::find_if(waiting_.begin(), waiting_.end(), isDatabase);
-    const auto second = first == waiting_.end() ? first : std::find_if(first + 1, waiting_.end(), isDatabase);
-    const QStringList now(waiting_.begin(), second);
-    waiting_.erase(waiting_.begin(), second);
-    TakeFiles(now);
-}
-
-void frmMain::TakeFiles(const QStringList& files) {
-    const auto isDatabase = [](const QString& file) { return dravik::IsDatabaseFile(file.toStdString()); };
-    const auto database = std::find_if(files.begin(), files.end(), isDatabase);
-    QStringList recordings;
-    std::remove_copy_if(files.begin(), files.end(), std::back_inserter(recordings), isDatabase);
-    const std::string path = database == files.end() ? std::string() : database->toStdString();
-    if (!recordings.isEmpty()) {
-        ImportFiles(recordings, path);
-    } else if (!path.empty()) {
-        Run([&] {
-            dravik::OfferDatabase(path);
-            SelectDatasets(
-                [](frmSelectData& select) { QTimer::singleShot(0, &select, &frmSelectData::Add); });
-        });
-    }
-}
-
-// What an engineer would otherwise find out late: foreign units, and curves that are there while no cycle was
-// measured.
-QStringList frmMain::SelectionHints() const {
-    QStringList hints = stale_ + resultHints_;
-    for (const std::string& line : UnitWarnings())
-        hints << QString::fromStdString(line);
-    for (const std::string& line : CurveNotes())
-        hints << QString::fromStdString(line);
-    const auto& datasets = CurrentSelection().datasets;
-    std::set<std::string> readOnly;
-    for (const DatasetRecord& record : datasets)
-        if (!IsWritable(record.database) && readOnly.insert(record.database).second)
-            hints << tr("%1 is read only: it is analysed as it stands")
-                         .arg(QString::fromStdString(record.database));
-    const bool unmeasured = std::any_of(datasets.begin(), datasets.end(), [](const DatasetRecord& record) {
-        return record.cycleSource == CycleSource::none;
-    });
-    if (unmeasured)
-        hints << tr("No cycles yet: choose Action, Calculate cycle info...");
-    return hints;
-}
-
-void frmMain::ShowSelectionHints() {
-    hints_ = SelectionHints().join(QStringLiteral("; "));
-    ui_->statBar->showMessage(hints_);
-}
+// --- File: what goes out ---
 
 void frmMain::SaveInterpretationEntry() {
     Run([] { SaveInterpretation(); });
 }
 
-void frmMain::ExitEntry() {
-    close();
-}
-
-std::size_t frmMain::PlotDataset() const {
-    return ShownDataset().value_or(ShownChoice().dataset);
-}
-
-bool frmMain::DataSelected() {
-    if (!CurrentSelection().datasets.empty())
-        return true;
-    CurrentPorts().messages->Show(MessageIcon::information, shortTitle, noData);
-    return false;
-}
-
 void frmMain::SavePlotEntry() {
-    Run([this] {
-        if (!DataSelected())
-            return;
-        frmSavePlot dialog(this);
-        const CycleView* const cycles = ShownCycleView();
-        if (cycles != nullptr)
-            dialog.HideCursors();
-        if (ShowModal(dialog) != QDialog::Accepted)
-            return;
-        PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
-        options.resolution = dialog.Options().resolution;
-        options.monochrome = dialog.Options().monochrome;
-        if (!dialog.WithCursors())
-            options.cursors.reset();
-        const auto choice = CurrentPorts().saveFile->AskSaveFile(
-            {"Save Vorela Plot",
-             "PNG Picture (*.png)|*.png|SVG Drawing (*.svg)|*.svg|PDF Document (*.pdf)|*.pdf|", 1,
-             ProposedFile(PlotDataset()), FilesInUse()});
-        if (choice &&
-            (cycles != nullptr ? cycles->SavePicture(choice->path, options.resolution, options.monochrome)
-                               : SavePlot(choice->path, options)))
-            ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
-    });
+    RunWithData([this] { output_->SavePlot(PlotDataset()); });
 }
 
 void frmMain::PrintPlotEntry() {
-    Run([this] {
-        if (!DataSelected())
-            return;
-        QPrinter printer(QPrinter::HighResolution);
-        printer.setPageOrientation(QPageLayout::Landscape);
-        QPrintDialog dialog(&printer, this);
-        dialog.setObjectName(QStringLiteral("dlgPrint"));
-        const ArrowCursor arrow;
-        if (dialog.exec() != QDialog::Accepted)
-            return;
-        if (PrintShown(printer))
-            ui_->statBar->showMessage(tr("Plot printed"));
-    });
+    RunWithData([this] { output_->PrintPlot(PlotDataset()); });
+}
+
+void frmMain::PrintPreviewEntry() {
+    RunWithData([this] { output_->PreviewPlot(PlotDataset()); });
 }
 
 void frmMain::SaveReportEntry() {
-    Run([this] {
-        if (!DataSelected())
-            return;
-        std::filesystem::path database = CurrentSelection().datasets.front().database;
-        const auto choice = CurrentPorts().saveFile->AskSaveFile(
-            {"Save Vorela Report", "PDF Document (*.pdf)|*.pdf|HTML Page (*.html)|*.html|", 1,
-             database.replace_extension().string() + " report", FilesInUse()});
-        if (!choice)
-            return;
-        ReportSource source{ComputeExact(CurrentExactSettings()),
-                            "Vorela " + PointedVersion(RunningVersion()), std::time(nullptr)};
-        for (const QString& hint : SelectionHints())
-            source.notes.push_back(hint.toStdString());
-        if (SaveReport(choice->path, source))
-            ui_->statBar->showMessage(tr("Created %1").arg(QString::fromStdString(choice->path)));
-    });
+    RunWithData([this] { output_->SaveReport(); });
 }
 
-bool frmMain::PrintShown(QPrinter& printer) {
-    if (const CycleView* cycles = ShownCycleView())
-        return cycles->PrintOn(printer);
-    PlotFileOptions options = picPlot_->FileOptions(PlotDataset());
-    options.monochrome = printer.colorMode() == QPrinter::GrayScale;
-    return PrintPlot(printer, options);
+void frmMain::ExitEntry() {
+    close();
 }
 
 // --- Edit, View ---
@@ -350,17 +190,27 @@ bool frmMain::PrintShown(QPrinter& printer) {
 void frmMain::ParametersEntry() {
     Run([this] {
         frmParameters dialog(this);
-        if (ShowModal(dialog) == QDialog::Accepted)
+        if (RunDialog(dialog, *this) == QDialog::Accepted)
             UpdateMainWindow();
     });
 }
 
-void frmMain::CycleInformationEntry() {
-    Run([this] {
-        if (!DataSelected())
+void frmMain::TakeValueStep(bool again) {
+    Run([&] {
+        const std::optional<ValueStep> step = again ? RedoValue() : UndoValue();
+        if (!step)
             return;
+        (step->cycle ? ShownChoice().dataset : ShownChoice().interval) = step->position;
+        UpdateMainWindow();
+        const QString said = again ? tr("Done again: %1") : tr("Undone: %1");
+        status_->Say(said.arg(QString::fromStdString(step->text)));
+    });
+}
+
+void frmMain::CycleInformationEntry() {
+    RunWithData([this] {
         frmCycleInfo dialog(PlotDataset(), this);
-        ShowModal(dialog);
+        RunDialog(dialog, *this);
         UpdateMainWindow();  // another cycle may have been chosen in it
     });
 }
@@ -369,57 +219,26 @@ void frmMain::ExactResultsEntry() {
     Run([this] {
         if (!exact_) {
             exact_ = new frmExact(this);
-            FitDialog(*exact_, screen()->availableGeometry().size() - Frame());
+            FitDialog(*exact_, RoomOver(*this));
         }
-        exact_->show();
-        exact_->raise();
-        exact_->activateWindow();
+        BringForward(*exact_);
     });
-}
-
-void frmMain::FollowExactResults() {
-    if (exact_)
-        exact_->Follow();
 }
 
 void frmMain::PlanEntry() {
     Run([this] {
         frmPlan dialog(this);
-        ShowModal(dialog);
+        RunDialog(dialog, *this);
     });
 }
 
 // --- Action ---
 
 void frmMain::FilteredCurvesEntry() {
-    Run([this] {
-        if (!DataSelected())
-            return;
+    RunWithData([this] {
         frmFilteredCurves dialog(this);
-        if (ShowModal(dialog) == QDialog::Accepted)
+        if (RunDialog(dialog, *this) == QDialog::Accepted)
             UpdateMainWindow();
-    });
-}
-
-// The level grid first: it is what the engineer waits for. The rest of the window follows.
-void frmMain::ShowNewCycles() {
-    FillLevelGrid();
-    ShowGrid(levelTab);
-    UpdateMainWindow();
-    ShowSelectionHints();
-}
-
-void frmMain::ReconstructValveEntry() {
-    Run([this] {
-        WithAnalysisClaim([] { CreateReconstructedValveCurves(true); });
-        ShowNewCycles();
-    });
-}
-
-void frmMain::CalculateCyclesEntry() {
-    Run([this] {
-        WithAnalysisClaim([] { CreateReconstructedValveCurves(false); });
-        ShowNewCycles();
     });
 }
 
@@ -430,18 +249,31 @@ void frmMain::DravikFilteredFlowEntry() {
     });
 }
 
-void frmMain::RecalculateMotorPositionEntry() {
-    Run([this] {
-        WithAnalysisClaim([] { RecalculateWithMotorPosition(); });
-        ShowNewCycles();
+// The level grid first: it is what the engineer waits for. The rest of the window follows.
+void frmMain::RunCycleAnalysis(const std::function<void()>& analysis) {
+    Run([&] {
+        WithAnalysisClaim(analysis);
+        FillLevelGrid();
+        results_->ShowGrid(GridKind::level);
+        UpdateMainWindow();
+        status_->ShowHints();
     });
 }
 
+void frmMain::ReconstructValveEntry() {
+    RunCycleAnalysis([] { CreateReconstructedValveCurves(true); });
+}
+
+void frmMain::CalculateCyclesEntry() {
+    RunCycleAnalysis([] { CreateReconstructedValveCurves(false); });
+}
+
+void frmMain::RecalculateMotorPositionEntry() {
+    RunCycleAnalysis([] { RecalculateWithMotorPosition(); });
+}
+
 void frmMain::RecalculateUnfilteredEntry() {
-    Run([this] {
-        WithAnalysisClaim([] { RecalculateWithUnfilteredCurves(); });
-        ShowNewCycles();
-    });
+    RunCycleAnalysis([] { RecalculateWithUnfilteredCurves(); });
 }
 
 // --- Plot ---
@@ -450,7 +282,7 @@ void frmMain::PlotScalesEntry() {
     Run([this] {
         frmPlotScales dialog(this);
         connect(&dialog, &frmPlotScales::Applied, this, &frmMain::UpdateMainWindow);
-        if (ShowModal(dialog) == QDialog::Accepted)
+        if (RunDialog(dialog, *this) == QDialog::Accepted)
             UpdateMainWindow();
     });
 }
@@ -459,7 +291,7 @@ void frmMain::PlotFormatEntry() {
     Run([this] {
         frmPlotFormat dialog(this);
         connect(&dialog, &frmPlotFormat::Applied, this, &frmMain::UpdateMainWindow);
-        if (ShowModal(dialog) == QDialog::Accepted)
+        if (RunDialog(dialog, *this) == QDialog::Accepted)
             UpdateMainWindow();
     });
 }
@@ -471,21 +303,71 @@ void frmMain::HelpEntry() {
         if (!help_)
             help_ = new dlgHelp(this);
         QString problem;
-        if (!help_->Open(QString::fromStdString(HelpFilePath()), problem)) {
+        if (help_->Open(QString::fromStdString(HelpFilePath()), problem))
+            BringForward(*help_);
+        else
             CurrentPorts().messages->Show(MessageIcon::exclamation, shortTitle, problem.toStdString());
-            return;
-        }
-        help_->show();
-        help_->raise();
-        help_->activateWindow();
     });
 }
 
 void frmMain::AboutEntry() {
     Run([this] {
         frmAbout dialog(this);
-        ShowModal(dialog);
+        RunDialog(dialog, *this);
     });
+}
+
+// --- Tabs, keys, files ---
+
+void frmMain::TabClicked() {
+    if (actions_.IsRunning())
+        return;
+    if (!results_->Commit()) {
+        // What was typed cannot stand: back to where it can be mended.
+        const QSignalBlocker quiet(ui_->tsMain);
+        ui_->tsMain->setCurrentIndex(ui_->pages->currentIndex());
+        return;
+    }
+    actions_.RunAlone([this] {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        UpdateMainWindow();
+        QApplication::restoreOverrideCursor();
+    });
+}
+
+void frmMain::TurnTab(int by) {
+    const int count = ui_->tsMain->count();
+    ui_->tsMain->setCurrentIndex((ui_->tsMain->currentIndex() + by + count) % count);
+}
+
+void frmMain::UseCycle(int cycle) {
+    Run([this, cycle] {
+        if (const std::optional<std::size_t> dataset = ShownDataset(); dataset && cycle > 0)
+            ChooseCycle(*dataset, static_cast<std::size_t>(cycle) - 1);
+        UpdateMainWindow();
+    });
+}
+
+// Keys that no other widget takes: those of the plot while one is shown.
+void frmMain::keyPressEvent(QKeyEvent* event) {
+    if (!levelPage_->HandleKey(*event))
+        QMainWindow::keyPressEvent(event);
+}
+
+void frmMain::OpenFiles(const QStringList& files) {
+    intake_->Open(files);
+}
+
+// A drop begins when the dragging program has had its answer.
+void frmMain::dragEnterEvent(QDragEnterEvent* event) {
+    if (!actions_.IsRunning() && !dravik::frmImport::FilesIn(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void frmMain::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    const QStringList files = dravik::frmImport::FilesIn(event->mimeData());
+    QTimer::singleShot(0, this, [this, files] { OpenFiles(files); });
 }
 
 }  // namespace vorela
