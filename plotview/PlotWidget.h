@@ -9,21 +9,19 @@
 //     plot->ServeKeysOf(page);         // the plot's keys, whichever of them has the focus
 #pragma once
 
-#include <QRegion>
 #include <QWidget>
 #include <cstddef>
 #include <memory>
-#include <optional>
 
 #include "plot/PlotData.h"
 #include "plotview/PlotFile.h"
 
 class QMenu;
-class QPainter;
 
 namespace vorela {
 
 class TimeCursors;
+enum class ViewStep;
 struct PlotReadout;
 struct PlotView;
 
@@ -120,27 +118,22 @@ class PlotWidget : public QWidget {
   private:
     struct State;
     enum class Drag { none, click, cursor1, cursor2, zoom, pan, axis };
-    /// What changed the view: turns of one wheel or presses of one key are one step of the history.
-    enum class Step { other, wheel, key, drag };
 
     bool Draw(TimeMode mode, TimeSpan span, bool verify);
     void Redraw();
     void ReadOn();
     QRect ReadingPlate() const;
     void ClearPicture();
-    void LeaveView(Step step);
-    void View(TimeSpan span, Step step);
-    void ViewAxis(Quantity quantity, AxisRange range, Step step);
+    void LeaveView(ViewStep step);
+    void View(TimeSpan span, ViewStep step);
+    void ViewAxis(Quantity quantity, AxisRange range, ViewStep step);
     void ResetAxis(Quantity quantity);
     void ToggleCurve(Quantity quantity);
     void GoTo(const PlotView& view);
     void AnnounceLayout();
     void RefreshReadout();
     TimeSpan ViewLimits() const;
-    double CursorTime(int cursor) const;
-    double CursorX(int cursor) const;
-    int CursorNear(const QPoint& position) const;
-    bool PutCursor(int cursor, double time);
+    void PutCursor(int cursor, double time);
     void DragCursor(int cursor, double x, bool snap);
     void PutCursorsRound(std::int32_t cycle);
     void SetSpecificZoneFromCursors();
@@ -149,10 +142,6 @@ class PlotWidget : public QWidget {
     void DragView(const QPoint& position);
     bool EndDrag();
     void HoverAt(const QPoint& position);
-    void MovePointer(std::optional<QPoint> to);
-    void ShowCrosshair();
-    void PaintCrosshair(QPainter& painter) const;
-    QRegion CrosshairRegion() const;
     void ClickSpot(const QPoint& global);
     void AddCycleEntries(QMenu& menu, std::int32_t cycle);
     void AddCurveEntries(QMenu& menu);

@@ -13,7 +13,6 @@
 namespace vorela {
 namespace {
 
-constexpr int grabDistance = 5;     // pixels beside a cursor line
 constexpr int narrowestBand = 4;    // pixels; a shorter drag is a click
 constexpr double wheelNotch = 120;  // eighths of a degree
 constexpr double zoomPerNotch = 0.8;
@@ -24,19 +23,6 @@ DevicePoint PointOf(const QPointF& position) {
 }
 
 }  // namespace
-
-int PlotWidget::CursorNear(const QPoint& position) const {
-    int nearest = 0;
-    double distance = grabDistance + 0.5;
-    for (int cursor = 1; cursor <= 2; ++cursor) {
-        const double x = CursorX(cursor);
-        if (x >= 0 && std::abs(x - position.x()) < distance) {
-            nearest = cursor;
-            distance = std::abs(x - position.x());
-        }
-    }
-    return nearest;
-}
 
 void PlotWidget::mousePressEvent(QMouseEvent* event) {
     State& s = *state_;
@@ -49,12 +35,12 @@ void PlotWidget::mousePressEvent(QMouseEvent* event) {
     s.dragStart = s.dragAt = event->pos();
     s.dragView = s.View();
     s.dragNoted = false;
-    s.dragCursors = s.cursors;
+    s.dragCursors = s.cursors.Percent();
     s.dragSpot = SpotAt(s.plot, PointOf(event->position()));
     if (s.dragSpot.kind == SpotKind::axis)
         s.dragAxis = s.Axis(*s.dragSpot.quantity);
     s.drag = DragFor(*event);
-    ShowCrosshair();
+    s.crosshair.Show();
 }
 
 PlotWidget::Drag PlotWidget::DragFor(const QMouseEvent& event) const {
@@ -62,7 +48,7 @@ PlotWidget::Drag PlotWidget::DragFor(const QMouseEvent& event) const {
     const SpotKind kind = state_->dragSpot.kind;
     if (left && (kind == SpotKind::legend || kind == SpotKind::cycle))
         return Drag::click;
-    if (const int cursor = left ? CursorNear(event.pos()) : 0; cursor != 0)
+    if (const int cursor = left ? state_->cursors.Near(event.pos().x()) : 0; cursor != 0)
         return cursor == 1 ? Drag::cursor1 : Drag::cursor2;
     if (left && kind == SpotKind::axis)
         return Drag::axis;
@@ -102,28 +88,28 @@ void PlotWidget::HoverAt(const QPoint& position) {
     const SpotKind kind = SpotAt(s.plot, PointOf(position)).kind;
     if (kind == SpotKind::legend || kind == SpotKind::cycle)
         setCursor(Qt::PointingHandCursor);
-    else if (CursorNear(position) != 0)
+    else if (s.cursors.Near(position.x()) != 0)
         setCursor(Qt::SizeHorCursor);
     else
         setCursor(kind == SpotKind::axis ? Qt::SizeVerCursor : Qt::ArrowCursor);
-    MovePointer(position);
+    s.crosshair.MoveTo(position);
 }
 
 /// Pan of the time axis, or of one value axis.
 void PlotWidget::DragView(const QPoint& position) {
     State& s = *state_;
     if (!s.dragNoted && position != s.dragStart) {
-        LeaveView(Step::other);
+        LeaveView(ViewStep::other);
         s.dragNoted = true;
     }
     const PlotCell& cell = s.plot.layout.cells[s.drag == Drag::axis ? s.dragSpot.cell : 0];
     if (s.drag == Drag::pan) {
         const double share = static_cast<double>(s.dragStart.x() - position.x()) / (cell.right - cell.left);
-        View(PannedSpan(s.dragView.span, share, ViewLimits()), Step::drag);
+        View(PannedSpan(s.dragView.span, share, ViewLimits()), ViewStep::drag);
         return;
     }
     const double share = static_cast<double>(position.y() - s.dragStart.y()) / (cell.bottom - cell.top);
-    ViewAxis(*s.dragSpot.quantity, MovedAxis(s.dragAxis, share), Step::drag);
+    ViewAxis(*s.dragSpot.quantity, MovedAxis(s.dragAxis, share), ViewStep::drag);
 }
 
 void PlotWidget::mouseReleaseEvent(QMouseEvent* event) {
@@ -140,7 +126,7 @@ void PlotWidget::mouseReleaseEvent(QMouseEvent* event) {
         return;
     const double time1 = s.Scale().Time(s.dragStart.x());
     const double time2 = s.Scale().Time(event->pos().x());
-    View(FitSpan(std::min(time1, time2), std::max(time1, time2), s.plot.information.span), Step::other);
+    View(FitSpan(std::min(time1, time2), std::max(time1, time2), s.plot.information.span), ViewStep::other);
 }
 
 /// A legend's entry hides and shows its curve; a cycle's number offers what can be done with it.
@@ -183,7 +169,7 @@ void PlotWidget::mouseDoubleClickEvent(QMouseEvent* event) {
     if (!s.shown)
         return;
     const PlotSpot spot = SpotAt(s.plot, PointOf(event->position()));
-    if (const int cursor = CursorNear(event->pos()); cursor != 0 && spot.kind != SpotKind::legend)
+    if (const int cursor = s.cursors.Near(event->pos().x()); cursor != 0 && spot.kind != SpotKind::legend)
         TypeCursorPosition(cursor);
     else if (spot.kind == SpotKind::axis)
         ResetAxis(*spot.quantity);
@@ -192,7 +178,7 @@ void PlotWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void PlotWidget::leaveEvent(QEvent*) {
-    MovePointer(std::nullopt);
+    state_->crosshair.MoveTo(std::nullopt);
 }
 
 void PlotWidget::wheelEvent(QWheelEvent* event) {
@@ -209,13 +195,14 @@ void PlotWidget::wheelEvent(QWheelEvent* event) {
         const AxisRange& axis = s.Axis(*spot.quantity);
         const double share = (cell.bottom - event->position().y()) / (cell.bottom - cell.top);
         ViewAxis(*spot.quantity,
-                 ZoomedAxis(axis, factor, axis.minimum + share * (axis.maximum - axis.minimum)), Step::wheel);
+                 ZoomedAxis(axis, factor, axis.minimum + share * (axis.maximum - axis.minimum)),
+                 ViewStep::wheel);
     } else if (pan) {
         const double notches = (turned.x() + turned.y()) / wheelNotch;
-        View(PannedSpan(s.plot.information.span, -notches * panPerNotch, ViewLimits()), Step::wheel);
+        View(PannedSpan(s.plot.information.span, -notches * panPerNotch, ViewLimits()), ViewStep::wheel);
     } else {
         View(ZoomedSpan(s.plot.information.span, factor, s.Scale().Time(event->position().x()), ViewLimits()),
-             Step::wheel);
+             ViewStep::wheel);
     }
     event->accept();
 }
@@ -266,16 +253,16 @@ bool PlotWidget::HandleTimeKey(int key) {
     switch (key) {
         case Qt::Key_Plus:
         case Qt::Key_Equal:
-            View(ZoomedSpan(span, zoomPerNotch, middle, ViewLimits()), Step::key);
+            View(ZoomedSpan(span, zoomPerNotch, middle, ViewLimits()), ViewStep::key);
             return true;
         case Qt::Key_Minus:
-            View(ZoomedSpan(span, 1 / zoomPerNotch, middle, ViewLimits()), Step::key);
+            View(ZoomedSpan(span, 1 / zoomPerNotch, middle, ViewLimits()), ViewStep::key);
             return true;
         case Qt::Key_Left:
-            View(PannedSpan(span, -panPerNotch, ViewLimits()), Step::key);
+            View(PannedSpan(span, -panPerNotch, ViewLimits()), ViewStep::key);
             return true;
         case Qt::Key_Right:
-            View(PannedSpan(span, panPerNotch, ViewLimits()), Step::key);
+            View(PannedSpan(span, panPerNotch, ViewLimits()), ViewStep::key);
             return true;
         default:
             return false;
@@ -320,7 +307,7 @@ void PlotWidget::contextMenuEvent(QContextMenuEvent* event) {
     menu.addAction(tr("&Bring Cursors into View"), this, &PlotWidget::BringCursorsIntoView);
     QAction* snap = menu.addAction(tr("Cursors S&nap to Valve Boundaries and Whole Periods"));
     snap->setCheckable(true);
-    snap->setChecked(s.snap);
+    snap->setChecked(s.cursors.Snaps());
     connect(snap, &QAction::triggered, this, &PlotWidget::SetSnap);
     menu.addSeparator();
     menu.addAction(tr("&All Data\tA"), this, &PlotWidget::ViewAllData);
@@ -332,7 +319,7 @@ void PlotWidget::contextMenuEvent(QContextMenuEvent* event) {
     menu.addSeparator();
     AddCurveEntries(*menu.addMenu(tr("Shown C&urves")));
     AddCyclesAt(menu, event->reason() == QContextMenuEvent::Mouse ? TimeAt(s.plot, PointOf(event->pos()))
-                                                                  : CursorTime(1));
+                                                                  : s.cursors.Time(1));
     menu.addSeparator();
     menu.addAction(tr("Cop&y Picture\tCtrl+C"), this, &PlotWidget::CopyPicture);
     menu.addAction(tr("Sa&ve Plot to File..."), this, &PlotWidget::SaveRequested);
