@@ -6,16 +6,22 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
 namespace vorela {
+namespace {
+
+constexpr double largestShare = 0.9;  // of the screen, the frame has room beside it
+
+}  // namespace
 
 dlgHelp::dlgHelp(QWidget* parent) : QWidget(parent, Qt::Window) {
     setObjectName(QStringLiteral("dlgHelp"));
     setWindowTitle(tr("Vorela Help"));
-    resize(820, 640);
+    resize(QSize(820, 640).boundedTo(screen()->availableSize() * largestShare));
     text_ = new QTextBrowser(this);
     text_->setObjectName(QStringLiteral("txtHelp"));
     text_->setAccessibleName(tr("Help text"));

@@ -168,23 +168,30 @@ std::string WithUnit(const std::string& name, const std::string& unit) {
     return unit.empty() ? name : name + " (" + unit + ")";
 }
 
-/// "mean 5.8975 ± 0.0012, drift +0.00003 a cycle", with the digits that the scatter leaves meaning to.
+/// "mean 5.8975 ± 0.0012, drift +0.00003 a cycle (within scatter)", with the digits that the scatter leaves
+/// meaning to, the longest first; a spread below those digits is no figure.
 std::vector<std::string> Captions(const CycleSeries& series) {
     const std::string name = WithUnit(series.name, series.unit);
     if (series.count == 0)
         return {name};
     const double fine = std::max(series.scatter, LeastHalf(series));
     const int decimals = std::clamp(1 - static_cast<int>(std::floor(std::log10(fine))), 0, 12);
-    std::string mean = name + "  mean " + FixedText(series.mean, decimals);
-    if (series.count > 2)
-        mean += " \u00B1 " + FixedText(series.scatter, decimals);
-    std::string drift = mean + ", drift " + (series.drift > 0 ? "+" : "") +
-                        FixedText(series.drift, std::min(decimals + 1, 13)) + " a cycle";
-    if (series.count > 2)
-        drift +=
-            std::abs(series.drift) > 2 * series.driftError ? " (more than scatter)" : " (within scatter)";
-    return series.count > 1 ? std::vector<std::string>{drift, mean, name}
-                            : std::vector<std::string>{mean, name};
+    const auto isNought = [](double value, int places) {
+        return 2 * std::abs(value) < std::pow(10.0, -places);
+    };
+    const std::string mean = FixedText(series.mean, decimals);
+    const bool scattered = series.count > 2 && !isNought(series.scatter, decimals);
+    const bool drifts = series.count > 1 && !isNought(series.drift, decimals + 1);
+    if (series.count > 1 && !scattered && !drifts)
+        return {name + "  " + mean + " in every cycle", name};
+    const std::string middle =
+        name + "  mean " + mean + (scattered ? " \u00B1 " + FixedText(series.scatter, decimals) : "");
+    if (!drifts)
+        return {middle + (series.count > 1 ? ", no drift" : ""), middle, name};
+    const std::string drift = middle + ", drift " + (series.drift > 0 ? "+" : "") +
+                              FixedText(series.drift, decimals + 1) + " a cycle";
+    const bool beyond = std::abs(series.drift) > 2 * series.driftError;
+    return {drift + (beyond ? " (more than scatter)" : " (within scatter)"), drift, middle, name};
 }
 
 CyclePanel PanelFor(const CycleSeries& series, const DeviceBox& area) {
@@ -201,16 +208,25 @@ CyclePanel PanelFor(const CycleSeries& series, const DeviceBox& area) {
     return panel;
 }
 
-void DrawSeries(Panels& panels, const CyclePanel& panel, const CycleSeries& series, int selected) {
-    const auto last = static_cast<double>(series.values.size());
-    // The band follows the trend in steps of a cycle.
-    for (double cycle = 1; cycle <= last && series.count > 2; ++cycle) {
-        const double middle = series.Trend(cycle);
-        const auto inside = [&](double y) { return std::clamp(y, panel.area.top, panel.area.bottom); };
-        panels.Surface().Fill({panel.X(cycle - 0.5), inside(panel.Y(middle + series.scatter)),
-                               panel.X(cycle + 0.5), inside(panel.Y(middle - series.scatter))},
+/// A scatter's width about the trend, in steps no higher than a pixel.
+void DrawBand(Panels& panels, const CyclePanel& panel, const CycleSeries& series) {
+    const double rise = panel.Y(series.Trend(panel.firstX)) - panel.Y(series.Trend(panel.lastX));
+    const double steps = std::clamp(std::ceil(std::abs(rise)), 1.0, std::max(panel.Width(), 1.0));
+    const double width = (panel.lastX - panel.firstX) / steps;
+    const auto inside = [&](double y) { return std::clamp(y, panel.area.top, panel.area.bottom); };
+    for (double step = 0; step < steps; ++step) {
+        const double from = panel.firstX + step * width;
+        const double middle = series.Trend(from + width / 2);
+        panels.Surface().Fill({panel.X(from), inside(panel.Y(middle + series.scatter)), panel.X(from + width),
+                               inside(panel.Y(middle - series.scatter))},
                               panels.Tint(band));
     }
+}
+
+void DrawSeries(Panels& panels, const CyclePanel& panel, const CycleSeries& series, int selected) {
+    const auto last = static_cast<double>(series.values.size());
+    if (series.count > 2)
+        DrawBand(panels, panel, series);
     panels.ValueAxis(panel);
     panels.Surface().SetSmooth(true);
     if (series.count > 1)

@@ -132,7 +132,7 @@ void DrawFrames(DrawingSurface& surface, DrawingTools& tools, const PlotLayout& 
         const DeviceBox above = around(layout.cells[i - 1], 1, frameOverhang);
         const DeviceBox below = around(layout.cells[i], 1, frameOverhang);
         if (below.top > above.bottom + 1)
-            surface.Fill({0, above.bottom + 1, surface.Size().width, below.top - 1}, white);
+            surface.Fill({0, above.bottom + 1, surface.Size().width, below.top}, white);
     }
     tools.Select(PlotPen::frame);
     for (const PlotCell& cell : layout.cells)
@@ -170,12 +170,21 @@ bool StandsInPlot(TextRole role) {
     return role != TextRole::timeValue && role != TextRole::timeLabel && role != TextRole::footer;
 }
 
-/// Each text in a plot on a plate of the ground's colour, so that no line goes through it.
-void WriteText(DrawingSurface& surface, DrawingTools& tools, const PlacedText& text, bool monochrome) {
+bool StandsInHeader(TextRole role) {
+    return role == TextRole::axisLabel || role == TextRole::title || role == TextRole::legend;
+}
+
+/// Each text in a plot on a plate of the ground's colour, so that no line goes through it. Those of a header
+/// meet, so that no scrap of a curve between two entries is taken for the key of a legend.
+void LayPlate(DrawingSurface& surface, const PlacedText& text, double headerReach) {
+    const double beside = StandsInHeader(text.role) ? headerReach : plateInset;
     if (StandsInPlot(text.role))
-        surface.Fill({text.box.left - plateInset, text.box.top + plateInset, text.box.right + plateInset,
+        surface.Fill({text.box.left - beside, text.box.top + plateInset, text.box.right + beside,
                       text.box.bottom - plateInset},
                      white);
+}
+
+void WriteText(DrawingSurface& surface, DrawingTools& tools, const PlacedText& text, bool monochrome) {
     if (text.role == TextRole::legend && text.quantity) {
         tools.Select(text.faint ? PlotPen::grid : PenOf(*text.quantity));
         const double y = std::floor((text.box.top + text.box.bottom) / 2);
@@ -187,7 +196,9 @@ void WriteText(DrawingSurface& surface, DrawingTools& tools, const PlacedText& t
 }
 
 bool WriteTexts(DrawingSurface& surface, DrawingTools& tools, const std::vector<PlacedText>& texts,
-                bool monochrome) {
+                double gap, bool monochrome) {
+    for (const PlacedText& text : texts)
+        LayPlate(surface, text, 2 * gap);
     return std::ranges::all_of(texts, [&](const PlacedText& text) {
         return Attempt(StepOf(text.role), [&] { WriteText(surface, tools, text, monochrome); });
     });
@@ -287,11 +298,11 @@ bool DrawPlot(DrawingSurface& surface, DrawingSurface& over, const PlotInformati
         DrawingTools& overTools = own ? *own : tools;
         const SelectedFont font(over, layout.fontHeight);
         const TextMeasure measure = [&](const std::string& text) { return over.TextWidth(text); };
-        texts = PlanTexts(information, format, layout, measure);
+        texts = PlanTexts(information, format, layout, measure, style.footer.empty() ? 0 : layout.gap);
         if (!style.footer.empty())
             PlaceFooter(style.footer, layout, layout.yScale * logicalExtent + layout.gap, measure, texts);
         DrawFrames(over, overTools, layout);
-        return WriteTexts(over, overTools, texts, style.monochrome);
+        return WriteTexts(over, overTools, texts, layout.gap, style.monochrome);
     });
 }
 

@@ -16,6 +16,7 @@ namespace {
 constexpr double headerShare = 0.45;  // of a plot's height, at most
 constexpr double columnShare = 0.6;   // of a plot's width, both columns of values at most
 constexpr int mostHeaderRows = 6;
+constexpr double clearOfFrame = 3;  // device units that the frame reaches into the margin below a plot
 const char* const timeLabelText = "Time (seconds)";
 
 /// A piece of the header while it is arranged.
@@ -35,7 +36,7 @@ enum class Brevity { none, ranges, title, legendOfAxes, legend, rightLabel };
 class CellPlan {
   public:
     CellPlan(const PlotInformation& information, const PlotFormatOptions& format, const PlotLayout& layout,
-             std::size_t cell, const PlotContents& contents, const TextMeasure& measure)
+             std::size_t cell, const PlotContents& contents, const TextMeasure& measure, double roomBelow)
         : information_(information),
           cell_(cell),
           area_(layout.cells[cell]),
@@ -44,7 +45,8 @@ class CellPlan {
           rows_(DrawnGridlines(format.horizontal)),
           columns_(DrawnGridlines(format.vertical)),
           height_(layout.fontHeight),
-          gap_(layout.gap) {}
+          gap_(layout.gap),
+          below_(RoomUnder(layout, cell, roomBelow)) {}
 
     std::vector<PlacedText> Plan() {
         if (area_.bottom - area_.top >= height_ + 2 * gap_) {
@@ -57,6 +59,12 @@ class CellPlan {
     }
 
   private:
+    /// What is free between a plot's margin and what stands under it.
+    static double RoomUnder(const PlotLayout& layout, std::size_t cell, double roomBelow) {
+        if (cell + 1 >= layout.cells.size())
+            return roomBelow;
+        return layout.cells[cell + 1].top - layout.cells[cell].bottom - layout.fontHeight - clearOfFrame;
+    }
     PlacedText& Add(TextRole role, TextAlignment alignment, DevicePoint at, const std::string& text) {
         const double width = measure_(text);
         double left = at.x;
@@ -277,7 +285,7 @@ class CellPlan {
     /// where they or the axis's label would not have room.
     void PlaceTimeAxis() {
         const std::vector<std::string> texts = TimeTexts();
-        const double y = area_.bottom + height_;
+        const double y = area_.bottom + height_ + std::clamp(below_, 0.0, clearOfFrame);
         if (texts.empty() ||
             measure_(texts.front()) + measure_(texts.back()) + 2 * gap_ > area_.right - area_.left)
             return;
@@ -366,7 +374,7 @@ class CellPlan {
     const PlotContents& contents_;
     const TextMeasure& measure_;
     int rows_, columns_;
-    double height_, gap_;
+    double height_, gap_, below_;
     double headerLeft_ = 0, headerRight_ = 0;
     double headerBottom_ = 0;
     std::vector<PlacedText> texts_;
@@ -384,11 +392,12 @@ std::string CutInTheMiddle(const std::string& text, double width, const TextMeas
 }  // namespace
 
 std::vector<PlacedText> PlanTexts(const PlotInformation& information, const PlotFormatOptions& format,
-                                  const PlotLayout& layout, const TextMeasure& measure) {
+                                  const PlotLayout& layout, const TextMeasure& measure, double roomBelow) {
     std::vector<PlacedText> all;
     const std::vector<PlotContents> contents = ContentsOfPlots(format, information.title);
     for (std::size_t i = 0; i < std::min(contents.size(), layout.cells.size()); ++i) {
-        std::vector<PlacedText> own = CellPlan(information, format, layout, i, contents[i], measure).Plan();
+        std::vector<PlacedText> own =
+            CellPlan(information, format, layout, i, contents[i], measure, roomBelow).Plan();
         all.insert(all.end(), own.begin(), own.end());
     }
     return all;
@@ -416,6 +425,21 @@ double AxisColumnWidth(const std::vector<PlacedText>& texts, std::size_t cell, Q
         if (text.role == TextRole::axisValue && text.cell == cell && text.quantity == axis)
             width = std::max(width, text.box.right - text.box.left);
     return width;
+}
+
+TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout, std::size_t cell) {
+    const PlotCell& area = layout.cells.at(cell);
+    double header = area.top, numbers = area.bottom;
+    for (const PlacedText& text : texts) {
+        if (text.cell != cell)
+            continue;
+        if (text.role == TextRole::axisLabel || text.role == TextRole::title || text.role == TextRole::legend)
+            header = std::max(header, text.box.bottom);
+        else if (text.role == TextRole::cycleNumber)
+            numbers = std::min(numbers, text.box.top);
+    }
+    const double height = std::max(area.bottom - area.top, 1);
+    return {(header - area.top) / height, (area.bottom - numbers) / height};
 }
 
 }  // namespace vorela

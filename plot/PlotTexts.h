@@ -36,8 +36,9 @@ inline constexpr double legendLine = 20;  ///< length of a legend's key, device 
 
 /// Plans the texts of all plots. What has no room is left out, least important first: ranges in the legend,
 /// the title, the legend, labels; values of gridlines between the outer ones; cycle numbers but the selected.
+/// `roomBelow` is free under the lowest plot's margin, device units.
 std::vector<PlacedText> PlanTexts(const PlotInformation& information, const PlotFormatOptions& format,
-                                  const PlotLayout& layout, const TextMeasure& measure);
+                                  const PlotLayout& layout, const TextMeasure& measure, double roomBelow = 0);
 
 /// Lines of a footer: the items, separated by " · ", broken where a line is full. A single item that is wider
 /// is cut in its middle.
@@ -47,5 +48,11 @@ std::vector<std::string> FooterLines(const std::vector<std::string>& items, doub
 /// Width that the values of one axis take at the side of a plot; 0 when none is written. The pointer is on
 /// that axis there.
 double AxisColumnWidth(const std::vector<PlacedText>& texts, std::size_t cell, Quantity axis);
+
+/// Shares of a plot's height that its header takes at the top and its cycle numbers at the bottom.
+struct TextBands {
+    double top = 0, bottom = 0;
+};
+TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout, std::size_t cell);
 
 }  // namespace vorela

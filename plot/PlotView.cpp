@@ -10,7 +10,8 @@
 namespace vorela {
 namespace {
 
-constexpr double fitMargin = 0.04;  // of the extent, above and below
+constexpr double fitMargin = 0.04;     // of the extent, above and below
+constexpr double leastOfCurves = 0.4;  // of the height, however many rows the header has
 constexpr std::size_t mostViews = 100;
 
 double NarrowestAround(double value) {
@@ -36,7 +37,8 @@ AxisRange MovedAxis(AxisRange range, double share) {
 }
 
 std::array<std::optional<AxisRange>, quantityCount> FittedAxes(const PlotInformation& information,
-                                                               const PlotFormatOptions& format) {
+                                                               const PlotFormatOptions& format,
+                                                               const TextBands& bands) {
     std::array<std::optional<AxisRange>, quantityCount> axes;
     for (const DatasetPlot& dataset : information.datasets) {
         for (const PlottedCurve& curve : dataset.curves) {
@@ -55,7 +57,10 @@ std::array<std::optional<AxisRange>, quantityCount> FittedAxes(const PlotInforma
         const double margin = axis->maximum > axis->minimum
                                   ? fitMargin * (axis->maximum - axis->minimum)
                                   : std::max(0.5 * std::abs(axis->maximum) * fitMargin, 0.5);
-        axis = AxisRange{axis->minimum - margin, axis->maximum + margin};
+        const double needed = axis->maximum - axis->minimum + 2 * margin;
+        const double height = needed / std::max(1 - bands.top - bands.bottom, leastOfCurves);
+        axis = AxisRange{axis->minimum - margin - bands.bottom * height,
+                         axis->maximum + margin + bands.top * height};
     }
     return axes;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "plot/PlotData.h"
+#include "plot/PlotTexts.h"
 #include "plot/modPlotFormat.h"
 
 namespace vorela {
@@ -17,9 +18,11 @@ namespace vorela {
 AxisRange ZoomedAxis(AxisRange range, double factor, double fixedValue);
 /// The range moved by a share of its width.
 AxisRange MovedAxis(AxisRange range, double share);
-/// For every quantity that is shown and not hidden: the extent of its data in the shown span with a margin.
+/// For every quantity that is shown and not hidden: the extent of its data in the shown span, with a margin
+/// and clear of the texts at the plot's upper and lower edge.
 std::array<std::optional<AxisRange>, quantityCount> FittedAxes(const PlotInformation& information,
-                                                               const PlotFormatOptions& format);
+                                                               const PlotFormatOptions& format,
+                                                               const TextBands& bands = {});
 
 /// A view as the viewer's history keeps it.
 struct PlotView {

@@ -44,7 +44,12 @@ void PlotWidget::FitAxes() {
     if (!s.shown)
         return;
     LeaveView(ViewStep::other);
-    const auto fitted = FittedAxes(s.plot.information, s.plot.format);
+    TextBands bands;  // of the fuller plot: the valve's axis is that of both
+    for (std::size_t cell = 0; cell < s.plot.layout.cells.size(); ++cell) {
+        const TextBands own = BandsOf(s.plot.texts, s.plot.layout, cell);
+        bands = {std::max(bands.top, own.top), std::max(bands.bottom, own.bottom)};
+    }
+    const auto fitted = FittedAxes(s.plot.information, s.plot.format, bands);
     for (std::size_t i = 0; i < quantityCount; ++i)
         if (fitted[i])
             s.Level().choice.axes[i] = fitted[i];

@@ -88,6 +88,18 @@ TEST(PlotTexts, ASmallPlotGivesUpRangesAndTitleBeforeLabelsAndCurves) {
     EXPECT_THAT(TextsOf(texts, TextRole::title), ElementsAre());
 }
 
+TEST(PlotTexts, TimesStandClearOfTheFrameWhereThereIsRoomAndBandsHoldHeaderAndCycleNumbers) {
+    const PlotLayout layout = LayoutOf({1000, 600}, {});
+    const auto texts = PlanTexts(Level({0, 978000}), {}, layout, Measure, 4);
+    for (const PlacedText& text : texts)
+        EXPECT_TRUE(text.role != TextRole::timeValue || text.box.top == layout.cells[text.cell].bottom + 3)
+            << text.text;
+    // Two rows of 16 and a gap of 4 each, of a plot 276 high; a number 16 high, a gap above the edge.
+    const TextBands bands = BandsOf(texts, layout, 1);
+    EXPECT_DOUBLE_EQ(bands.top, 20.0 / (layout.cells[1].bottom - layout.cells[1].top));
+    EXPECT_DOUBLE_EQ(bands.bottom, 20.0 / (layout.cells[1].bottom - layout.cells[1].top));
+}
+
 TEST(PlotTexts, TheLegendTellsRangesOfCurvesWithoutAxisAndWhereCurvesEnd) {
     const PlotFormatOptions dual;
     PlotInformation level = Level({481000, 600000});
@@ -167,15 +179,28 @@ TEST(PlotRenderer, FramesAndPlatesComeLastAndNothingStaysBetweenThePlots) {
     // The cells end at 284 + 2 and begin at 308 - 1: what crosses the strip between them is covered.
     const auto& between = over.operations[0];
     EXPECT_TRUE(between.kind == Kind::fill && between.points[0].x == 0 && between.points[1].x == 1000);
-    EXPECT_EQ(std::pair(between.points[0].y, between.points[1].y), std::pair(287.0, 306.0));
+    EXPECT_EQ(std::pair(between.points[0].y, between.points[1].y), std::pair(287.0, 307.0));
     for (std::size_t i = 1; i <= 4; ++i)
         EXPECT_TRUE(over.operations[i].kind == Kind::polyline && over.operations[i].pen == 1) << i;
-    EXPECT_EQ(over.operations[5].kind, Kind::fill) << "the first plate";
-    for (std::size_t i = 6; i < over.operations.size(); ++i) {
-        const auto& text = over.operations[i];
-        const double y = text.kind == Kind::text ? text.points[0].y : 300;
-        EXPECT_TRUE(y == 300 || y == 600 || over.operations[i - 1].kind != Kind::text)
-            << text.text << " stands in a plot and has no plate";
+    std::vector<DeviceBox> plates;
+    std::size_t at = 5;
+    for (; over.operations[at].kind == Kind::fill; ++at)
+        plates.push_back({over.operations[at].points[0].x, over.operations[at].points[0].y,
+                          over.operations[at].points[1].x, over.operations[at].points[1].y});
+    EXPECT_EQ(over.operations[at].kind, Kind::text) << "behind all plates";
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const DeviceBox& box = texts[i].box;
+        const DevicePoint middle{(box.left + box.right) / 2, (box.top + box.bottom) / 2};
+        EXPECT_EQ(std::ranges::any_of(plates, [&](const DeviceBox& plate) { return plate.Contains(middle); }),
+                  texts[i].role != TextRole::timeValue && texts[i].role != TextRole::timeLabel)
+            << texts[i].text;
+        const bool next = i > 0 && texts[i].role == TextRole::legend &&
+                          texts[i - 1].role == TextRole::legend && texts[i].cell == texts[i - 1].cell;
+        const DevicePoint before{(next ? texts[i - 1].box.right + box.left : box.left * 2) / 2, middle.y};
+        EXPECT_TRUE(
+            texts[i].role != TextRole::legend ||
+            std::ranges::any_of(plates, [&](const DeviceBox& plate) { return plate.Contains(before); }))
+            << "a curve shows before " << texts[i].text;
     }
     PlotInformation hidden = Level({0, 978000});
     hidden.hidden[IndexOf(Quantity::valve)] = true;

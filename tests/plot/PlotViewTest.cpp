@@ -34,6 +34,10 @@ TEST(PlotView, FitHoldsEachShownCurveTightly) {
     EXPECT_EQ(axes[IndexOf(Quantity::pressure)], (AxisRange{96, 204}));
     EXPECT_EQ(axes[IndexOf(Quantity::flow)], (AxisRange{49, 51}));
     EXPECT_FALSE(axes[IndexOf(Quantity::valve)] || axes[IndexOf(Quantity::filteredPressure)]);
+    // 96 ... 204 on half the height, a fifth of which lies under it.
+    const auto clear = FittedAxes(information, {}, {0.3, 0.2})[IndexOf(Quantity::pressure)];
+    EXPECT_DOUBLE_EQ(clear->minimum, 96 - 43.2);
+    EXPECT_DOUBLE_EQ(clear->maximum, 204 + 64.8);
 }
 
 TEST(PlotView, TheHistoryGoesBackAndForwardAndForgetsWhatLayAhead) {
