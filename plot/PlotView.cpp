@@ -18,6 +18,12 @@ double NarrowestAround(double value) {
     return 8 * std::max(std::abs(value) * std::numeric_limits<float>::epsilon(), 1e-12);
 }
 
+/// Ends with the digits that the width gives meaning to: no axis begins at 0.000142 that reaches to 0.236.
+AxisRange RoundedOut(AxisRange range) {
+    const double unit = std::pow(10, std::floor(std::log10((range.maximum - range.minimum) / 100)));
+    return {std::floor(range.minimum / unit) * unit, std::ceil(range.maximum / unit) * unit};
+}
+
 }  // namespace
 
 AxisRange ZoomedAxis(AxisRange range, double factor, double fixedValue) {
@@ -59,8 +65,8 @@ std::array<std::optional<AxisRange>, quantityCount> FittedAxes(const PlotInforma
                                   : std::max(0.5 * std::abs(axis->maximum) * fitMargin, 0.5);
         const double needed = axis->maximum - axis->minimum + 2 * margin;
         const double height = needed / std::max(1 - bands.top - bands.bottom, leastOfCurves);
-        axis = AxisRange{axis->minimum - margin - bands.bottom * height,
-                         axis->maximum + margin + bands.top * height};
+        axis = RoundedOut(
+            {axis->minimum - margin - bands.bottom * height, axis->maximum + margin + bands.top * height});
     }
     return axes;
 }

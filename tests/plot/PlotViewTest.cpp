@@ -36,8 +36,7 @@ TEST(PlotView, FitHoldsEachShownCurveTightly) {
     EXPECT_FALSE(axes[IndexOf(Quantity::valve)] || axes[IndexOf(Quantity::filteredPressure)]);
     // 96 ... 204 on half the height, a fifth of which lies under it.
     const auto clear = FittedAxes(information, {}, {0.3, 0.2})[IndexOf(Quantity::pressure)];
-    EXPECT_DOUBLE_EQ(clear->minimum, 96 - 43.2);
-    EXPECT_DOUBLE_EQ(clear->maximum, 204 + 64.8);
+    EXPECT_EQ(*clear, (AxisRange{52, 269})) << "96 - 43.2 and 204 + 64.8, rounded out";
 }
 
 TEST(PlotView, TheHistoryGoesBackAndForwardAndForgetsWhatLayAhead) {
