@@ -286,6 +286,14 @@ void ResultGridView::CopySelection() const {
     QApplication::clipboard()->setText(SelectedText());
 }
 
+// Whoever comes by the keyboard stands on the first value to edit, not on a blank head.
+void ResultGridView::focusInEvent(QFocusEvent* event) {
+    const bool nowhere = currentRow() <= 0 && currentColumn() <= 0;
+    if (nowhere && !editable_.empty() && item(editable_.begin()->first, valueColumn) != nullptr)
+        setCurrentCell(editable_.begin()->first, valueColumn);
+    QTableWidget::focusInEvent(event);
+}
+
 void ResultGridView::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Copy)) {
         CopySelection();

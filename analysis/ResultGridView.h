@@ -41,6 +41,7 @@ class ResultGridView : public QTableWidget {
     void CopySelection() const;
 
   protected:
+    void focusInEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void changeEvent(QEvent* event) override;

@@ -165,6 +165,22 @@ TEST_F(MainWindow, TextEditorKeepsWhatWasTypedUnlessEscapeDiscardsIt) {
     ASSERT_TRUE(LoadDatabaseLibrary() && LoadFilterLibrary());  // for the tests that follow
 }
 
+TEST_F(MainWindow, TheTabKeyLeadsToTheFirstValueThatCanBeEdited) {
+    FinishedJob();
+    for (const auto& [tab, grid, editor] :
+         {std::tuple(3, "fgQuicklook", "txtEdit"), {1, "fgLevel", "cboCycle"}}) {
+        SetTab(tab);
+        GridOf(grid).setCurrentCell(0, 0);  // as the toolkit leaves it
+        Find<QTabBar>(*window, "tsMain").setFocus();
+        for (int i = 0; i < 3 && !GridOf(grid).hasFocus(); ++i)
+            Press(Qt::Key_Tab);
+        Press(Qt::Key_F2);
+        EXPECT_TRUE(Find<QWidget>(*window, editor).isVisible()) << grid;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    }
+}
+
 TEST_F(MainWindow, CycleChooserOffersTheCyclesAndTheWindow) {
     FinishedJob();
     auto& box = Find<QComboBox>(*window, "cboCycle");
