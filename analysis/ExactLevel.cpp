@@ -349,8 +349,9 @@ ExactLevel AnalyseLevel(LevelRecord record, const ExactSettings& settings) {
     const auto real = static_cast<std::int32_t>(lengths.size());
     const ChosenCycles chosen = Choose(settings, real);
     const double usual = lengths.empty() ? 0.0 : Median(lengths);
-    if (!(usual > 0.0) || chosen.first > chosen.last) {
-        level.fault = real > 0 && settings.firstCycle > real
+    const bool sampled = record.pressure.step > 0.0 && record.flow.step > 0.0;
+    if (!sampled || !(usual > 0.0) || chosen.first > chosen.last) {
+        level.fault = sampled && real > 0 && settings.firstCycle > real
                           ? "there is no cycle " + std::to_string(settings.firstCycle) + ", only " +
                                 std::to_string(real)
                           : "no whole cycle without a gap";

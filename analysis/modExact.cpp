@@ -50,7 +50,7 @@ SettingFields Fields(ExactSettings& settings) {
 
 // --- Reading a level ---
 
-/// Values relative to their first sample: only changes count, and in double they keep all digits.
+/// Values relative to their mean: only changes count, and in double they keep all digits.
 SampledCurve ReadWhole(CurveReader& reader, double factor) {
     const ItemInfo& info = reader.Info();
     SampledCurve curve;
@@ -94,12 +94,25 @@ double PressureFactor(const DatasetRecord& record, const std::string& curve) {
     return *factor;
 }
 
+/// Past a tool that is wider than the casing nothing flows: a factor of zero or below would turn the flow off
+/// or round, and with it every phase.
+double SpinnerFactor() {
+    const ParameterSet& parameters = CurrentParameters();
+    const double factor = FlowConversion(parameters.spinner, parameters.casingID, parameters.slope);
+    if (factor > 0.0 && std::isfinite(factor))
+        return factor;
+    const bool byCasing = !(parameters.casingID > toolDiameter);
+    throw RunTimeError{error_number::invalidProcedureCall, source,
+                       byCasing ? "casing ID must be above the tool's diameter, " +
+                                      ShortestText(toolDiameter) + " in, for this type of spinner"
+                                : "spinner slope must be positive"};
+}
+
 /// A spinner's revolutions are turned into a rate by its calibration; a rate is taken as that downhole.
 double FlowFactor(const DatasetRecord& record, const std::string& curve) {
     const std::string unit = UnitOf(record, curve);
-    const ParameterSet& parameters = CurrentParameters();
     if (IsRevolutionsPerSecond(unit))
-        return FlowConversion(parameters.spinner, parameters.casingID, parameters.slope);
+        return SpinnerFactor();
     const std::optional<double> factor = BarrelsPerDayPer(unit);
     if (!factor)
         throw RunTimeError{error_number::typeMismatch, source,
@@ -107,8 +120,8 @@ double FlowFactor(const DatasetRecord& record, const std::string& curve) {
     return *factor;
 }
 
-bool EndsBefore(const Item& curve, const CurveReader& reader) {
-    return reader.Info().extentLast < curve.Info().extentLast;
+bool EndsBefore(const Item& curve, const Item& other) {
+    return curve.Info().extentLast < other.Info().extentLast;
 }
 
 /// A level as it is in the database, and what is to be said of its curves.
@@ -129,12 +142,20 @@ ReadLevel LevelFrom(const DatasetRecord& record) {
     const double psi = PressureFactor(record, choice.pressure);
     const double barrels = FlowFactor(record, choice.flow);
     const Database database(record.database, OpenMode::existing);
-    CurveReader pressure(database, record.dataset, choice.pressure, Between::linear);
-    CurveReader flow(database, record.dataset, choice.flow, Between::linear);
-    level.pressure = ReadWhole(pressure, psi);
-    level.flow = ReadWhole(flow, barrels);
+    // The valve's curve first: what a recorder appends meanwhile must not make the others look short.
     const auto valve = Item::Find(database, ItemPath(record.dataset, curve::valvePosition));
-    if (valve && (EndsBefore(*valve, pressure) || EndsBefore(*valve, flow)))
+    const Item pressure(database, ItemPath(record.dataset, choice.pressure));
+    const Item flow(database, ItemPath(record.dataset, choice.flow));
+    const auto samples = [&](const std::string& name, const Item& item, double factor) {
+        // Without a sampling step there is no time between two samples, and no cycle to be found in them.
+        if (item.Info().IsCurve() && item.Info().step <= 0)
+            return SampledCurve{0.0, 0.0, {}, {}};
+        CurveReader reader(database, record.dataset, name, Between::linear);
+        return ReadWhole(reader, factor);
+    };
+    level.pressure = samples(choice.pressure, pressure, psi);
+    level.flow = samples(choice.flow, flow, barrels);
+    if (valve && (EndsBefore(pressure, *valve) || EndsBefore(flow, *valve)))
         read.notes.push_back(filteredByTheSystem);
     return read;
 }

@@ -14,7 +14,6 @@ namespace vorela {
 namespace {
 
 constexpr const char* source = "modIntervalInfo";
-constexpr double toolDiameter = 1.6875;  // in
 constexpr double hoursPerDay = 24.0;
 constexpr double secondsPerHour = 3600.0;
 constexpr double barrelsPerCubicFoot = 0.178;

@@ -43,6 +43,8 @@ std::size_t IntervalCount();
 /// Step "Getting interval information". False after a report; records computed before keep their values.
 bool GetIntervalInformation();
 
+inline constexpr double toolDiameter = 1.6875;  ///< in
+
 /// Factor from rps to bbl/day downhole, by the spinner's type or, for the user's own, its slope (rps/ft/min).
 /// HVX readings need no area; the others turn a velocity into a rate through the annulus between casing and
 /// tool.

@@ -166,6 +166,10 @@ TEST(ExactMessages, RecordsThatCannotBeUsedSayWhy) {
         Analysed(Quiet(), {},
                  [](LevelRecord& r) { std::fill(r.pressure.values.begin(), r.pressure.values.end(), 3.0); }),
         "no pressure signal"));
+    for (SampledCurve LevelRecord::*curve : {&LevelRecord::pressure, &LevelRecord::flow})
+        EXPECT_TRUE(Says(Analysed(Quiet(), {}, [&](LevelRecord& r) { (r.*curve).step = 0; }),
+                         "no whole cycle without a gap"))
+            << "no sampling step, no cycle";
     const ExactInterval periods = Analysed(Quiet(), {}, [](LevelRecord& r) {
         if (r.dataset == "LEVEL1")
             for (std::int32_t& boundary : r.boundaries)

@@ -94,6 +94,45 @@ TEST_F(ExactBatch, ChoicesActAndThoseThatCannotBeAreRefused) {
         Fails(refused, std::string(refused).starts_with("--set") ? "--set" : "--exact-cycles", 2);
 }
 
+// Text of the document's other keys, of the export and of what is printed before the exact results.
+TEST_F(ExactBatch, NothingElseChangesByAByteWhateverIsChosenForTheExactResults) {
+    Simulate("--levels 3 --cycles 8 --step 20 --noise 0.003");
+    const auto others = [&](const std::string& choices) {
+        const CommandResult run = Run(choices + " --json out.json --export out.csv");
+        EXPECT_EQ(run.status, 0) << run.err;
+        auto document = nlohmann::ordered_json::parse(Bytes("out.json"));
+        const std::string exact = document["exact"].dump();
+        document.erase("exact");
+        return std::pair(document.dump() + Bytes("out.csv") + run.out.substr(0, run.out.find("Exact:")),
+                         exact);
+    };
+    const auto [before, exact] = others("");
+    EXPECT_THAT(before, HasSubstr("quicklook"));
+    for (const char* choices : {"--exact-cycles 3-4", "--exact-cycles 30-40", "--set Exact.Harmonics=1",
+                                "--set Exact.Confidence=68 --set Exact.CompressibilityError=20"}) {
+        const auto [now, other] = others(choices);
+        EXPECT_EQ(now, before) << choices;
+        EXPECT_NE(other, exact) << choices;
+    }
+}
+
+TEST_F(ExactBatch, CasingNarrowerThanTheToolIsToldWhereTheSpinnersFactorNeedsTheAnnulus) {
+    Simulate("--levels 2 --cycles 6 --step 20 --noise 0.003");
+    for (const char* casing : {"1.5", "1.6875"})
+        for (const char* spinner : {"1", "2", "3"}) {
+            const Json exact = ResultsBesideAFailure(std::string("--set Parameters.CasingID=") + casing +
+                                                     " --set Parameters.Spinner=" + spinner)["exact"];
+            EXPECT_EQ(exact["intervals"][0]["messages"][0],
+                      "casing ID must be above the tool's diameter, 1.6875 in, for this type of spinner "
+                      "(LEVEL1)");
+            EXPECT_TRUE(exact["intervals"][0]["single"]["permeability"].is_null());
+            EXPECT_TRUE(exact["levels"][0]["harmonics"].empty());
+        }
+    const Json hvx =
+        ResultsBesideAFailure("--set Parameters.CasingID=1.5 --set Parameters.Spinner=0")["exact"];
+    EXPECT_FALSE(hvx["intervals"][0]["single"]["permeability"].is_null()) << "no annulus in that factor";
+}
+
 TEST_F(ExactBatch, OneIntervalsFaultIsItsOwn) {
     Simulate("--levels 3 --cycles 6 --step 20");
     const Json sound = Results("");
@@ -199,6 +238,7 @@ TEST_F(ExactBatch, PlanIsATableOrADocumentAndTakesGivenParametersForDefaults) {
     program = "vorela-batch";
     for (const char* refused :
          {"--plan k=100", "--plan k=100,skin", "--plan k=100,skin=5,sort=3", "--plan k=100,skin=5,cycles=1",
+          "--plan k=100,skin=5,casing=1.6", "--plan k=100,skin=5 --set Parameters.CasingID=1.6",
           "--plan k=100,skin=5 well.dkb", "--plan k=100,skin=5 --follow"})
         Fails(refused, "--plan", 2);
 }
