@@ -16,15 +16,38 @@ bool IsContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
-/// Capitals of ASCII and of the accented letters of western Europe.
+/// The capital of a letter of two bytes in UTF-8: Latin with accents, Greek, Cyrillic.
+unsigned CapitalOf(unsigned code) {
+    const auto between = [&](unsigned first, unsigned last) { return code >= first && code <= last; };
+    if ((between(0xE0, 0xFE) && code != 0xF7) || (between(0x3B1, 0x3CB) && code != 0x3C2) ||
+        between(0x430, 0x44F))
+        return code - 0x20;
+    if (between(0x450, 0x45F))
+        return code - 0x50;
+    if (between(0x3AD, 0x3AF))
+        return code - 0x25;
+    if (code == 0x3AC || code == 0x3CC)
+        return code == 0x3AC ? 0x386 : 0x38C;
+    if (between(0x3CD, 0x3CE))
+        return code - 0x3F;
+    const bool evenIsSmall = between(0x139, 0x148) || between(0x179, 0x17E);
+    if (between(0x100, 0x17E) && code != 0x131 && code != 0x138 && code != 0x149)
+        return (code % 2 == 0) == evenIsSmall ? code - 1 : code;
+    return code;
+}
+
 std::string UpperCase(std::string_view text) {
     std::string upper(text);
     for (std::size_t i = 0; i < upper.size(); ++i) {
         const auto code = static_cast<unsigned char>(upper[i]);
-        const bool accented = i > 0 && static_cast<unsigned char>(upper[i - 1]) == 0xC3 && code >= 0xA0 &&
-                              code <= 0xBE && code != 0xB7;
-        if (accented || (code >= 'a' && code <= 'z'))
+        if (code >= 'a' && code <= 'z')
             upper[i] = static_cast<char>(code - 32);
+        if ((code & 0xE0U) != 0xC0 || i + 1 == upper.size())
+            continue;
+        const unsigned capital =
+            CapitalOf((code & 0x1FU) << 6U | (static_cast<unsigned char>(upper[i + 1]) & 0x3FU));
+        upper[i] = static_cast<char>(0xC0U | capital >> 6U);
+        upper[i + 1] = static_cast<char>(0x80U | (capital & 0x3FU));
     }
     return upper;
 }
@@ -152,22 +175,38 @@ class CurvePlanner {
                      " rows, taken as a value (--null " + nines->cell + " makes it none)");
         }
         if (taken_.empty())
-            Problem("no column of numbers beside the time");
+            Problem("no column of numbers beside the time" + FirstTextBesideTime());
+    }
+
+    /// Why a column of what a reader takes for numbers is none: "1'250.5".
+    std::string FirstTextBesideTime() const {
+        for (std::size_t i = 0; i < plan_.columns.size(); ++i) {
+            const auto& text = statistics_[i].FirstText();
+            if (plan_.columns[i].role == ColumnRole::leftOut && text)
+                return ": line " + std::to_string(text->line) + ": " + QuotedCell(text->cell) +
+                       " in column " + plan_.columns[i].source + " is no number";
+        }
+        return {};
     }
 
     void TellLeftOut() {
         std::vector<std::string> texts;
+        std::vector<std::string> times;
         std::vector<std::string> empties;
         std::vector<std::string> unwanted;
-        for (const PlannedColumn& column : plan_.columns) {
+        for (std::size_t i = 0; i < plan_.columns.size(); ++i) {
+            const PlannedColumn& column = plan_.columns[i];
             if (column.role != ColumnRole::leftOut)
                 continue;
-            (column.kind == ColumnKind::text    ? texts
-             : column.kind == ColumnKind::empty ? empties
-                                                : unwanted)
+            const auto& text = statistics_[i].FirstText();
+            (column.kind == ColumnKind::empty         ? empties
+             : column.kind == ColumnKind::number      ? unwanted
+             : text && IsTime(KindOfCell(text->cell)) ? times
+                                                      : texts)
                 .push_back(column.source);
         }
         Tell("text", texts);
+        Tell("dates or clocks", times);
         Tell("no value in", empties);
         if (choices_.curves.empty())
             Tell("numbers", unwanted);

@@ -147,7 +147,8 @@ class GridDecider {
                  " do not lie on an even grid of hundredths (largest distance " +
                  Span(times_.largestDistance) + "): straight lines between them every " + Span(grid.step));
         if (grid.method == GridMethod::mean)
-            Note("means of the rows every " + Span(times_.medianStep) + " over steps of " + Span(grid.step));
+            Note("means of the rows every " + Span(times_.medianStep) + " over steps of " + Span(grid.step) +
+                 MiddleOfMeans(grid.step));
         if (grid.method == GridMethod::asTheyAre && HasStep() && times_.medianStep > 1.5 * grid.step)
             Note("straight lines between rows every " + Span(times_.medianStep) + " to steps of " +
                  Span(grid.step));
@@ -160,6 +161,14 @@ class GridDecider {
             Note(std::to_string(times_.gapsToFill) +
                  (times_.gapsToFill == 1 ? " gap between rows of up to " : " gaps between rows of up to ") +
                  Span(choices_.fill * 100.0) + " filled by straight lines");
+    }
+    /// An even number of rows has one more before its place than behind it.
+    std::string MiddleOfMeans(double step) const {
+        const double rows = std::round(step / times_.medianStep);
+        const bool isEven = std::fmod(rows, 2.0) == 0.0;
+        if (!isEven || std::abs(rows * times_.medianStep - step) > 0.01 * times_.medianStep)
+            return {};
+        return ", whose middle lies " + Span(times_.medianStep / 2.0) + " before their place";
     }
     void Note(std::string text) { decision_.notes.push_back(std::move(text)); }
     std::string Axis() const { return kind_ == DK_INDEX_TIME ? "time" : "depth"; }

@@ -5,11 +5,17 @@
 #include <map>
 
 #include "dravik/exchange/ExchangeError.h"
+#include "general/NumberText.h"
 
 namespace dravik {
 namespace {
 
-HeadLine LineOf(const Record& record, const CellSplitter& split) {
+bool IsChosenNull(const std::string& cell, const Choices& choices) {
+    return std::any_of(choices.nulls.begin(), choices.nulls.end(),
+                       [&](const std::string& null) { return vorela::EqualIgnoringCase(null, cell); });
+}
+
+HeadLine LineOf(const Record& record, const CellSplitter& split, const Choices& choices) {
     HeadLine line;
     line.place = record.place;
     line.text = record.text;
@@ -18,7 +24,7 @@ HeadLine LineOf(const Record& record, const CellSplitter& split) {
         line.quoted.push_back(split.IsQuoted(i));
     if (line.cells.size() > 1) {
         for (const std::string& cell : line.cells)
-            line.kinds.push_back(KindOfCell(cell));
+            line.kinds.push_back(IsChosenNull(cell, choices) ? CellKind::null : KindOfCell(cell));
     }
     return line;
 }
@@ -48,10 +54,12 @@ double MeanShare(const std::vector<HeadLine>& lines, std::size_t width) {
     return count == 0 ? 0.0 : sum / static_cast<double>(count);
 }
 
-bool FirstCellsAreNumbers(const std::vector<HeadLine>& lines) {
-    const auto numbers = std::count_if(
-        lines.begin(), lines.end(), [](const HeadLine& line) { return line.KindAt(0) == CellKind::number; });
-    return static_cast<std::size_t>(numbers) * 2 > lines.size();
+/// "2024-03-14 09:30:00,5" has a blank of its own.
+bool FirstCellsAreNoTimes(const std::vector<HeadLine>& lines) {
+    const auto others = std::count_if(lines.begin(), lines.end(), [](const HeadLine& line) {
+        return line.KindAt(0) == CellKind::number || line.KindAt(0) == CellKind::text;
+    });
+    return static_cast<std::size_t>(others) * 2 > lines.size();
 }
 
 /// The separator that a first line "sep=;" states.
@@ -183,12 +191,14 @@ std::optional<std::string_view> BehindCommentMark(std::string_view text) {
     return behind == std::string_view::npos ? std::string_view() : text.substr(behind);
 }
 
-std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote) {
+std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote, const Choices& choices) {
     std::vector<HeadLine> lines;
     RecordReader reader(file, separator, quote);
     CellSplitter behindMark(separator, quote);
     Record record;
     while (reader.Here().offset < file.HeadEnd() && reader.Next(record)) {
+        if (choices.LeavesOut(record.place.line))
+            continue;
         const std::vector<std::string_view>& cells = reader.Cells();
         const auto filled = std::find_if(cells.begin(), cells.end(), [](auto cell) { return !cell.empty(); });
         // A cell with nothing but the mark is the name of a column of row numbers.
@@ -198,7 +208,7 @@ std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote)
             const std::size_t mark = record.text.find_first_of("#/");
             behindMark.Split(*BehindCommentMark(record.text.substr(mark)), false);
         }
-        lines.push_back(LineOf(record, isComment ? behindMark : reader.Split()));
+        lines.push_back(LineOf(record, isComment ? behindMark : reader.Split(), choices));
         lines.back().isComment = isComment;
     }
     return lines;
@@ -237,7 +247,8 @@ SeparatorScore ScoreOf(const std::vector<HeadLine>& head, char separator) {
     return best;
 }
 
-SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, char quote) {
+SeparatedHead SeparateHead(const TextFile& file, const Choices& choices, char quote) {
+    std::optional<char> separator = choices.separator;
     if (!separator)
         separator = StatedSeparator(file);
     SeparatedHead best;
@@ -246,7 +257,7 @@ SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, 
         if (separator && candidate != '\t')
             break;
         const char sign = separator.value_or(candidate);
-        std::vector<HeadLine> lines = ReadHead(file, sign, quote);
+        std::vector<HeadLine> lines = ReadHead(file, sign, quote, choices);
         const SeparatorScore score = ScoreOf(lines, sign);
         if (IsTooWide(lines))
             throw ExchangeError("line " + std::to_string(lines.front().place.line) + ": more than " +
@@ -254,7 +265,7 @@ SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, 
         // "0,5 12,25": the blanks count half, yet leave nothing but numbers.
         best.blanksExplainMore = candidate == ' ' && best.separator == ',' && !separator &&
                                  score.score * 2.0 > bestScore && MeanShare(lines, score.width) > 0.9 &&
-                                 FirstCellsAreNumbers(best.lines);
+                                 FirstCellsAreNoTimes(best.lines);
         if (score.score > bestScore * (1.0 + 1e-9)) {
             bestScore = score.score;
             best = {sign, score.width, false, std::move(lines)};
@@ -282,9 +293,10 @@ DecimalFinding FindDecimalSign(const SeparatedHead& head, std::optional<char> de
         format.decimal =
             proofs.commas > proofs.points || (proofs.groupedByPoint && proofs.points == 0) ? ',' : '.';
     }
-    const bool grouped = format.decimal == '.' ? proofs.groupedByComma || (proofs.quotedLikeGroup &&
-                                                                           (proofs.points > 0 || decimal))
-                                               : proofs.groupedByPoint;
+    // Where the user says that 1,234 holds no decimals, it holds thousands.
+    const bool groupedByComma = proofs.groupedByComma || (proofs.quotedLikeGroup && proofs.points > 0) ||
+                                (decimal && !proofs.doubtful.empty());
+    const bool grouped = format.decimal == '.' ? groupedByComma : proofs.groupedByPoint;
     if (grouped && head.separator != ' ')
         format.group = format.decimal == '.' ? ',' : '.';
     return finding;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dravik/exchange/Cells.h"
+#include "dravik/exchange/Choices.h"
 #include "dravik/exchange/Numbers.h"
 #include "dravik/exchange/Records.h"
 
@@ -31,7 +32,8 @@ struct HeadLine {
 /// The line's text without a mark of comments in front; nothing when it begins with none.
 std::optional<std::string_view> BehindCommentMark(std::string_view text);
 
-std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote);
+/// Without the lines that the user leaves out; cells that he calls no value are none.
+std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote, const Choices& choices);
 
 /// One empty last cell more or less is no difference (between blanks there are no empty cells).
 bool FitsWidth(std::size_t cells, bool lastIsEmpty, std::size_t width, char separator);
@@ -51,9 +53,9 @@ struct SeparatedHead {
     bool blanksExplainMore = false;  ///< commas were preferred to blanks that leave less text
     std::vector<HeadLine> lines;
 };
-/// `separator`: the user's choice; otherwise a line "sep=;" or the best score of tab ; , | and blanks. Throws
-/// ExchangeError for lines of more cells than a table may have.
-SeparatedHead SeparateHead(const TextFile& file, std::optional<char> separator, char quote);
+/// The separator is the user's choice; otherwise a line "sep=;" or the best score of tab ; , | and blanks.
+/// Throws ExchangeError for lines of more cells than a table may have.
+SeparatedHead SeparateHead(const TextFile& file, const Choices& choices, char quote);
 
 /// What the cells prove about the decimal sign.
 struct DecimalFinding {

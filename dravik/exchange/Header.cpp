@@ -99,13 +99,27 @@ HeadLine FittedToColumns(const HeadLine& line, std::size_t width) {
     return fitted;
 }
 
-/// A rule drawn under names: no letter, no digit.
-bool IsRuler(const HeadLine& line) {
-    return std::none_of(line.text.begin(), line.text.end(), [](char c) {
+bool HasNoWord(std::string_view text) {
+    return std::none_of(text.begin(), text.end(), [](char c) {
         const auto code = static_cast<unsigned char>(c | 0x20);
         return (code >= 'a' && code <= 'z') || (c >= '0' && c <= '9') ||
                static_cast<unsigned char>(c) >= 0x80;
     });
+}
+
+/// A rule drawn under names.
+bool IsRuler(const HeadLine& line) {
+    return HasNoWord(line.text);
+}
+
+/// "% t p" over two columns: a mark of comments that is none of ours stands before the names.
+void DropMark(HeadLine& line, std::size_t width) {
+    const bool isLonger = line.cells.size() == width + 1;
+    if (!isLonger || line.cells.front().empty() || !HasNoWord(line.cells.front()))
+        return;
+    line.cells.erase(line.cells.begin());
+    line.quoted.erase(line.quoted.begin());
+    line.kinds.erase(line.kinds.begin());
 }
 
 /// The lines that may belong to the header, the lowest first. Between blanks any prose has cells: there the
@@ -116,6 +130,7 @@ std::vector<HeadLine> HeaderLines(const SeparatedHead& head, const TableShape& t
     for (std::size_t i = std::min(table.firstRow, head.lines.size());
          i-- > 0 && lines.size() < mostHeaderLines;) {
         HeadLine line = blanks ? FittedToColumns(head.lines[i], table.width) : head.lines[i];
+        DropMark(line, table.width);
         if (CouldBeHeader(line, table.width, head.separator) && !IsRuler(line))
             lines.push_back(std::move(line));
         else if (blanks && !line.isComment && !IsRuler(line))
@@ -199,6 +214,7 @@ Header FindHeader(const SeparatedHead& head, const TableShape& table, std::size_
         header.lines.push_back(line->cells);
         for (std::size_t i = 0; i < table.width; ++i)
             header.captions[i] = OneLine(CellAt(*line, i));
+        header.beyond = OneLine(CellAt(*line, table.width));
         for (const HeadLine& below : lines) {
             if (below.place.line > line->place.line && IsUnitsLine(below))
                 units = &below;

@@ -1,5 +1,7 @@
 #include "dravik/exchange/PlanDraft.h"
 
+#include "dravik/exchange/OtherTimes.h"
+
 namespace dravik {
 namespace {
 
@@ -39,7 +41,9 @@ CellRules PlanDraft::RulesOfCells(const NumberFormat& format) const {
 }
 
 void PlanDraft::TakeTime(const HeadColumns& columns) {
-    TakeTime(FindTimeColumns(columns, choices));
+    TimeFinding finding = FindTimeColumns(columns, choices);
+    TellOtherTimes(columns, choices, finding);
+    TakeTime(std::move(finding));
     TimeRule& rule = plan.reading.time;
     if (rule.isNumber || rule.columns.empty() || !rule.parts.empty())
         return;

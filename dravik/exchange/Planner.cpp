@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dravik/exchange/CurvePlan.h"
+#include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/LasPlan.h"
 #include "dravik/exchange/PlanDraft.h"
@@ -102,6 +103,21 @@ class Planner {
                         (pass.minutesOnly ? "the full hour" : "midnight"));
     }
 
+    /// A clock that was never set, a count from another day than 1970.
+    void TellStrangeStart() {
+        constexpr double daySeconds = 86400.0;
+        constexpr double nanoseconds = 1e9;
+        if (!plan_.start)
+            return;
+        const double stored = RecordingStart(plan_);
+        if (std::abs(stored - *plan_.start) >= 1.0)
+            draft_.Note("it starts at " + DateText(*plan_.start) + ", which the database stores as " +
+                        DateText(stored) + " (--date-order, --time-format)");
+        else if (stored > static_cast<double>(plan_.version.changed) / nanoseconds + daySeconds)
+            draft_.Note("it starts at " + DateText(*plan_.start) +
+                        ", after the file was written (--date-order, --time-format)");
+    }
+
     /// Dates meet dates as they are written.
     void TellZones() {
         const std::optional<TargetGrid>& target = choices_.target;
@@ -126,6 +142,7 @@ class Planner {
         plan_.dateOrder = pass.hasDate ? DateOrderName(*order) : "";
         plan_.timeBase = pass.times[index];
         plan_.start = pass.start[index];
+        TellStrangeStart();
         if (las_)
             CompareLasHeader(*las_, draft_);
         GridDecision decision =

@@ -21,7 +21,7 @@ class TablePlanner {
         : draft_(draft),
           plan_(draft.plan),
           choices_(draft.choices),
-          head_(SeparateHead(draft.file, draft.choices.separator, draft.plan.quote)) {}
+          head_(SeparateHead(draft.file, draft.choices, draft.plan.quote)) {}
 
     bool Run() {
         plan_.separator = head_.separator == ' ' ? "blanks" : std::string(1, head_.separator);
@@ -42,6 +42,7 @@ class TablePlanner {
         TakeNames(header);
         TellLayout(header);
         draft_.TakeTime(HeadRows(format));
+        CheckLinesAboveRows(header);
         OpenTable(header, format);
         return !plan_.reading.time.columns.empty();
     }
@@ -77,6 +78,7 @@ class TablePlanner {
         }
         if (header.namesLine > 0)
             TellNameless(header.namesLine);
+        TellNamesBeyond(header);
     }
 
     /// Fewer names than columns may mean that a decimal comma parts cells.
@@ -88,6 +90,13 @@ class TablePlanner {
         }
         if (!nameless.empty())
             Note("line " + std::to_string(namesLine) + " has no name for " + nameless);
+    }
+
+    /// Names that no column answers to may mean that the names stand over the wrong ones.
+    void TellNamesBeyond(const Header& header) {
+        if (!header.beyond.empty())
+            Note("line " + std::to_string(header.namesLine) +
+                 " has a name beyond the last column: " + QuotedCell(header.beyond));
     }
 
     void TellLayout(const Header& header) {
@@ -102,6 +111,59 @@ class TablePlanner {
             if (successive == 3)
                 Note("line " + std::to_string(head_.lines[i].place.line - 2) +
                      ": another table above this one, left out");
+        }
+    }
+
+    bool IsTimeColumn(std::size_t column) const {
+        const std::vector<std::size_t>& times = plan_.reading.time.columns;
+        return std::find(times.begin(), times.end(), column) != times.end();
+    }
+
+    /// Whether every cell of the time, or every one beside it, is of its column's kind; numbers beside the
+    /// time hold a decimal sign, as numbers that name channels do not.
+    bool HasKindsOfRows(const HeadLine& line, bool ofTime) const {
+        bool any = false;
+        bool decimals = ofTime;
+        for (std::size_t i = 0; i < table_.width; ++i) {
+            if (table_.kinds[i] == CellKind::text || IsTimeColumn(i) != ofTime)
+                continue;
+            if (line.KindAt(i) != table_.kinds[i])
+                return false;
+            any = true;
+            decimals = decimals || line.cells[i].find_first_of(".,") != std::string::npos;
+        }
+        return any && decimals;
+    }
+
+    /// The text among the numbers and times of a line that looks like a row nonetheless: its time, or all
+    /// the rest, is as the table's rows have it.
+    std::optional<std::size_t> TextInRow(const HeadLine& line) const {
+        if (line.isComment || !FitsWidth(line, table_.width, head_.separator) ||
+            (!HasKindsOfRows(line, true) && !HasKindsOfRows(line, false)))
+            return std::nullopt;
+        for (std::size_t i = 0; i < table_.width; ++i) {
+            if (table_.kinds[i] != CellKind::text && line.KindAt(i) == CellKind::text)
+                return i;
+        }
+        return std::nullopt;
+    }
+
+    /// A first row like "0,Bad,1.5" must not pass for names or units.
+    void CheckLinesAboveRows(const Header& header) {
+        for (std::size_t i = 0; i < table_.firstRow; ++i) {
+            const HeadLine& line = head_.lines[i];
+            const std::optional<std::size_t> text = TextInRow(line);
+            if (!text || header.namesLine == 0 || line.place.line < header.namesLine ||
+                line.place.line == choices_.headerLine)
+                continue;
+            const std::string number = std::to_string(line.place.line);
+            const std::string& cell = line.cells[*text];
+            const bool mayBeNull =
+                table_.kinds[*text] == CellKind::number && cell.find_first_of(" ,\"'") == std::string::npos;
+            Problem("line " + number + ": " + QuotedCell(cell) + " in column " + std::to_string(*text + 1) +
+                    " of what looks like a row (" + (mayBeNull ? "--null " + cell + ", " : "") +
+                    "--leave-out " + number + ", or --header-line " + number + ")");
+            return;
         }
     }
 

@@ -104,9 +104,10 @@ bool TimeBase::HoldsMost(double step, double origin) const {
     return on * 2 > head_.size();
 }
 
-/// The grid stands where the first row does, unless that one misses the grid on which most rows lie.
+/// The grid stands at the hundredth nearest to the first row, unless that row misses the grid on which most
+/// rows lie.
 void TimeBase::FindOrigin(double step) {
-    summary_.origin = options_.phase.value_or(summary_.first);
+    summary_.origin = options_.phase.value_or(std::round(summary_.first));
     summary_.mostOnGrid = HoldsMost(step, summary_.origin);
     if (summary_.mostOnGrid || options_.phase)
         return;
@@ -116,7 +117,7 @@ void TimeBase::FindOrigin(double step) {
         phases.push_back(Phase(sample.index - summary_.first, step));
     const auto middle = phases.begin() + static_cast<std::ptrdiff_t>(phases.size() / 2);
     std::nth_element(phases.begin(), middle, phases.end());
-    const double origin = summary_.first + *middle;
+    const double origin = std::round(summary_.first + *middle);
     if (HoldsMost(step, origin)) {
         summary_.origin = origin;
         summary_.mostOnGrid = true;

@@ -49,13 +49,29 @@ bool RisesEvenly(const std::vector<double>& values) {
     return static_cast<std::size_t>(even) * 10 >= steps.size() * 9;
 }
 
-/// The unit that a name's words state: "Hours", "millis", "elapsed minutes".
+/// Units that some loggers count in and a time here has not: numbers in them must not pass for seconds.
+bool IsForeignUnit(const std::string& word) {
+    static constexpr std::array<std::string_view, 18> units{
+        "us",         "usec",        "usecs", "micros", "microsecond", "microseconds",
+        "\xC2\xB5s",  "\xCE\xBCs",   "ns",    "nsec",   "nsecs",       "nanos",
+        "nanosecond", "nanoseconds", "ticks", "week",   "weeks",       "months"};
+    return std::find(units.begin(), units.end(), word) != units.end();
+}
+
+/// The unit that a name's words state: "Hours", "millis", "elapsed minutes", "time_us".
 std::string UnitInName(const std::string& name) {
     for (const std::string& word : WordsOf(name)) {
-        if ((word.size() >= 3 || word == "ms") && word != "min" && word != "day" && SecondsPer(word))
+        const bool isKnown = (word.size() >= 3 || word == "ms") && word != "min" && word != "day";
+        if ((isKnown && SecondsPer(word)) || IsForeignUnit(word))
             return word;
     }
     return {};
+}
+
+/// "Time (UTC)" states where its midnight is, not its unit.
+bool IsZone(const std::string& unit) {
+    const std::string lower = LowerCase(unit);
+    return lower.starts_with("utc") || lower.starts_with("gmt") || lower == "local" || lower == "z";
 }
 
 /// Six digits or more, four in front or a colon between two.
@@ -412,6 +428,8 @@ void SettleNumberUnit(const HeadColumns& head, std::size_t column, std::string u
     const std::string where = "column " + name;
     rule.columns = {column};
     rule.isNumber = true;
+    if (IsZone(unit))
+        unit.clear();
     if (unit.empty())
         unit = UnitInName(name);
     if (!choices.timeUnit.empty())

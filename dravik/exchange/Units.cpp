@@ -78,11 +78,9 @@ std::optional<NameAndUnit> SplitAtMark(std::string_view caption) {
         if (const auto split = SplitAt(caption, comma))
             return split;
     }
-    for (std::size_t at = caption.find('/'); at != std::string_view::npos; at = caption.find('/', at + 1)) {
-        if (const auto split = SplitAt(caption, at))
-            return split;
-    }
-    for (std::size_t at = caption.find('_'); at != std::string_view::npos; at = caption.find('_', at + 1)) {
+    // From the left: "Flow_m3/h" is a flow in m3/h, not "Flow_m3" in hours.
+    for (std::size_t at = caption.find_first_of("/_"); at != std::string_view::npos;
+         at = caption.find_first_of("/_", at + 1)) {
         if (const auto split = SplitAt(caption, at))
             return split;
     }

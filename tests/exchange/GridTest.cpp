@@ -90,6 +90,7 @@ TEST(Grid, MeansOverACoarserStep) {
     EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{2, 8, 15, 7.0F / 3.0F}));
     EXPECT_EQ(CurveOf(plan, 0, 1), (std::vector<float>{2, 8, 15, 7.0F / 3.0F}));
     EXPECT_EQ(CurveOf(plan, 1), (std::vector<float>{1, 3, 1, 1}));
+    EXPECT_TRUE(Tells(plan, "over steps of 2 s, whose middle lies 0.25 s before their place"));
 }
 
 TEST(Grid, FallingRowsAreTurnedRoundWhateverTheirNumber) {
@@ -120,6 +121,12 @@ TEST(Grid, TheGridIsThatOfMostRows) {
     const ImportPlan plan = PlanOf("T,P\n0.3,1\n5,2\n10,3\n15,4\n20,5\n25,6\n30,7\n");
     EXPECT_EQ(plan.grid.firstIndex, 500);
     EXPECT_EQ(CurveOf(plan, 0), (std::vector<float>{2, 3, 4, 5, 6, 7}));
+    // Between hundredths: its places are whole ones all the same, no value off by over half of one.
+    const ImportPlan drifting = PlanOf(Rows(
+        40, [](int i) { return i * 1.0003; }, [](double t) { return t; }));
+    const std::vector<float> values = CurveOf(drifting, 0);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(values[i], drifting.grid.firstIndex / 100.0 + static_cast<double>(i), 0.0051);
 }
 
 TEST(Grid, AGivenGridIsMetByItsDates) {

@@ -49,6 +49,8 @@ TEST(Plan, FindsEncodingLineEndsAndSeparator) {
                  {"\"T\n(s)\",\"a \"\"P\"\"\"\n" + rows, ",.|A__P_ |T s|0+100x40", ""},
                  {"T P\n0,5 1,5\n1,5 2,5\n2,5 3,5\n",
                   "commas or blanks between the cells? (--separator , or --separator blanks)", ""},
+                 {"T P\n0 1,234\n1 1,235\n2 1,236\n",
+                  "commas or blanks between the cells? (--separator , or --separator blanks)", ""},
                  {"T,P\n0,1,5\n1,2,5\n2,3,5\n", ",.|P COL3 |T s|0+100x3", "no name for COL3"},
                  {"PK\x03\x04" + rows, "it is a binary file, not text", ""},
                  {"\n \n", "the file is empty", ""},
@@ -65,6 +67,10 @@ TEST(Plan, FindsTheDecimalSign) {
                  {"T;P\n0;1.234,5\n1;1.235,5\n2;1.236,5\n", ";,|P |T s|0+100x3", ""}});
     EXPECT_EQ(CurveOf(PlanOf("T,P\n0,\"1,234.5\"\n1,\"1,235.5\"\n2,\"1,236.5\"\n"), 0),
               (std::vector<float>{1234.5F, 1235.5F, 1236.5F}));
+    Choices point;
+    point.decimal = '.';
+    EXPECT_EQ(CurveOf(PlanOf("T\tP\n0\t1,234\n1\t1,235\n2\t1,236\n", point), 0),
+              (std::vector<float>{1234.0F, 1235.0F, 1236.0F}));
     EXPECT_EQ(CurveOf(PlanOf("T;P\n0;1.234,5\n1;1.235,5\n2;1.236,5\n"), 0),
               (std::vector<float>{1234.5F, 1235.5F, 1236.5F}));
 }
@@ -86,6 +92,11 @@ TEST(Plan, FindsNamesAndUnits) {
          {"Time (min),P #2 (psi),T [12]\n" + body, ",.|P_#2(psi) T_[12] |Time min|0+6000x4", ""},
          {"and much more prose\nT P Q\n0 1 2\n1 2 3\n2 5 4\n3 2 1\n", "blanks.|P Q " + grid,
           "1 line of preamble"},
+         {"T,Flow_m3/h,v_m/s\n" + body, ",.|FLOW(m3/h) V(m/s) " + grid, ""},
+         {"% T P Q\n0 1 9.5\n1 2 8\n2 3 9\n3 4 7\n", "blanks.|P Q " + grid, ""},
+         {"T,P,Q,Spare\n" + body, ",.|P Q " + grid, "line 1 has a name beyond the last column: \"Spare\""},
+         {"t;\xCF\x80\xCE\xAF;\xC5\xBA\xD0\xB6\n0;1;9\n1;2;8\n2;3;9\n3;4;7\n",
+          ";.|\xCE\xA0\xCE\x8A \xC5\xB9\xD0\x96 |t s|0+100x4", ""},
          {"P\nUNIT: psi\nT,P,Q\n" + body, ",.|P(psi) Q " + grid, ""}});
 }
 
@@ -118,6 +129,17 @@ TEST(Plan, FindsTheTime) {
           ""},
          {at("time_min", {"0", "0.5", "1"}), ",.|P |time min|0+3000x3", ""},
          {at("t (m)", {"0", "1", "2"}), "column t: \"m\" is no unit of time (--time-unit s|ms|min|h|d)", ""},
+         {at("time_us", {"0", "100", "200"}),
+          "column time_us: \"us\" is no unit of time (--time-unit s|ms|min|h|d)", ""},
+         {at("Epoch (UTC)", {"1710408600", "1710408601", "1710408602"}),
+          ",.|P |Epoch s|0+100x3|2024-03-14T09:30:00", ""},
+         {at("ts", {"3793253400", "3793253401", "3793253402"}), ",.|P |ts s|0+100x3|2090-03-15T09:30:00",
+          "which the database stores as 2038-01-19T03:14:07"},
+         {at("UTC,Site",
+             {"2024-03-14 09:30:00,2024-03-14 10:30:00", "2024-03-14 09:30:01,2024-03-14 10:30:01",
+              "2024-03-14 09:30:02,2024-03-14 10:30:02"}),
+          ",.|P |UTC ymd|0+100x3|2024-03-14T09:30:00", "left out, dates or clocks in column Site"},
+         {at("T,1", {"0,5", "1,6", "2,7"}), ",.|1 P |T s|0+100x3", ""},
          {at("Time", {"45365.1", "45365.2", "45365.3"}),
           "column Time rises by less than 1 from 45365.1: days or seconds? (--time-unit d or s)", ""},
          {at("No,X", {"1,0", "2,2", "3,4"}), ",.|NO P |X s|0+200x3", "rises evenly"},
@@ -179,6 +201,37 @@ TEST(Plan, JoinsTheColumnsOfATime) {
     choices.time = {"Year", "Hour"};
     ExpectPlans({{head + "13,3,2024,1,0,1,1\n13,3,2025,2,0,2,2\n",
                   "the columns of --time make no whole time (--time-format FMT)", ""}},
+                choices);
+}
+
+TEST(Plan, TakesNoRowForNamesAndNoValueToAnotherTime) {
+    const std::string body = "1,1.5,3\n2,2.5,4\n3,3.5,9\n4,4.5,8\n";
+    const std::string strange = " in column 2 of what looks like a row (--null Bad, --leave-out ";
+    ExpectPlans(
+        {{"T,P,Q\n0,Bad,1\n" + body, "line 2: \"Bad\"" + strange + "2, or --header-line 2)", ""},
+         {"0,Bad,1\n" + body, "line 1: \"Bad\"" + strange + "1, or --header-line 1)", ""},
+         {"T,P\n-0:00:01,0.5\n0:00:00,1.5\n0:00:01,2.5\n0:00:02,3.5\n",
+          "line 2: \"-0:00:01\" in column 1 of what looks like a row (--leave-out 2, or --header-line 2)",
+          ""},
+         {"Time;P;Time;Q\n0;1;0;5\n1;3;10;6\n2;4;20;5\n",
+          "column #3, Time, tells other times than column #1: tables side by side? (--time and --curves of "
+          "one, --merge the other)",
+          ""},
+         {"Time (s);P;Time (min);Q\n0;1;5;5\n60;3;6;6\n120;4;7;5\n", ";.|P TIME(min) Q |Time s|0+6000x3", ""},
+         {"Sent,P,Seen\n2024-03-14 09:30:00,1,2024-03-14 09:30:01\n2024-03-14 09:30:01,1,2024-03-14 "
+          "09:30:09\n2024-03-14 09:30:02,1,2024-03-14 09:30:10\n",
+          ",.|P |Sent ymd|0+100x3|2024-03-14T09:30:00", "#3, Seen, tells other times than column #1, Sent"},
+         {"D;P\n2024-03-14 09:30:00;1'250,5\n2024-03-14 09:30:01;1'251,5\n2024-03-14 09:30:02;1'252,5\n",
+          "no column of numbers beside the time: line 2: \"1'250,5\" in column P is no number", ""}});
+    Choices choices;
+    choices.nulls = {"bad"};
+    ExpectPlans({{"T,P,Q\n0,Bad,1\n" + body, ",.|P Q |T s|0+100x5", ""}}, choices);
+    choices = {};
+    choices.leaveOut = {{1, 1}};
+    ExpectPlans({{"0,Bad,1\n" + body, ",.|COL2 COL3 |COL1 s|100+100x4", ""}}, choices);
+    choices = {};
+    choices.curves = {{"P", "", ""}};
+    ExpectPlans({{"Time;P;Time;Q\n0;1;0;5\n1;3;10;6\n2;4;20;5\n", ";.|P |Time s|0+100x3", "tells other"}},
                 choices);
 }
 
