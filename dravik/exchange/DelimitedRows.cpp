@@ -1,6 +1,7 @@
 #include "dravik/exchange/DelimitedRows.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace dravik {
 namespace {
@@ -36,52 +37,36 @@ DelimitedRows::DelimitedRows(const TextFile& file, DelimitedLayout layout, CellR
       rules_(std::move(rules)),
       leaveOut_(std::move(leaveOut)),
       records_(file, layout_.separator, layout_.quote),
-      plain_(file, PlainLayoutOf(layout_), rules_) {
+      stepper_(file, records_.Lines(), PlainLayoutOf(layout_), rules_) {
     records_.Seek(layout_.firstRow);
+    const auto isNumber = [&](std::size_t column) { return layout_.kinds[column] == CellKind::number; };
+    for (std::size_t column = 0; column < layout_.width; ++column) {
+        if (isNumber(column))
+            numbers_.push_back(column);
+    }
+    std::copy_if(layout_.timeColumns.begin(), layout_.timeColumns.end(), std::back_inserter(numberTimes_),
+                 isNumber);
 }
 
 void DelimitedRows::Seek(const Place& place) {
     records_.Seek(place);
-    havePrevious_ = false;
-    previousHeld_ = {};
+    stepper_.Forget();
 }
 
 /// A row that needs no judging: every column of a kind holds that kind or nothing, all times are there.
 bool DelimitedRows::NextPlain(Row& row) {
-    if (!leaveOut_.empty() || !strange_.empty() || extraFrom_ != 0)
+    if (!leaveOut_.empty() || !strange_.empty() || extraFrom_ != 0 ||
+        !stepper_.Next(row, [&](const Row& read) { return HasNumbersAtTimes(read); }))
         return false;
-    const std::string_view held = records_.HeldLines();
-    row.place = records_.Here();
-    if (!plain_.Scan(held, row) || !HasNumbersAtTimes(row))
-        return false;
-    const std::string_view text = held.substr(0, plain_.RowBytes());
-    if (!previousHeld_.empty() ? text == previousHeld_ : havePrevious_ && text == previousText_)
-        return false;
-    previousHeld_ = text;
-    havePrevious_ = true;
-    KeepLength(plain_.LastCellBytes());
-    records_.SkipLine(text.size() + 1);
+    KeepLength(stepper_.LastCellBytes());
     return true;
 }
 
+/// Times among the numbers are there; else any number is.
 bool DelimitedRows::HasNumbersAtTimes(const Row& row) const {
-    bool hasNumber = false;
-    for (std::size_t i = 0; i < layout_.width && !hasNumber; ++i)
-        hasNumber = row.states[i] == CellState::number && layout_.kinds[i] == CellKind::number;
-    return hasNumber &&
-           std::all_of(layout_.timeColumns.begin(), layout_.timeColumns.end(), [&](std::size_t column) {
-               return layout_.kinds[column] != CellKind::number || row.states[column] == CellState::number;
-           });
-}
-
-/// What the reader holds moves when it goes on.
-void DelimitedRows::RememberPrevious() {
-    if (previousHeld_.empty())
-        return;
-    previousText_ = previousHeld_;
-    while (previousText_.ends_with('\r'))
-        previousText_.pop_back();
-    previousHeld_ = {};
+    const auto isNumber = [&](std::size_t column) { return row.states[column] == CellState::number; };
+    return numberTimes_.empty() ? std::any_of(numbers_.begin(), numbers_.end(), isNumber)
+                                : std::all_of(numberTimes_.begin(), numberTimes_.end(), isNumber);
 }
 
 void DelimitedRows::KeepLength(std::size_t bytes) {
@@ -93,7 +78,7 @@ void DelimitedRows::KeepLength(std::size_t bytes) {
 bool DelimitedRows::Next(Row& row) {
     if (NextPlain(row))
         return true;
-    RememberPrevious();
+    stepper_.ReleaseLines();
     Record record;
     while (records_.Next(record)) {
         if (record.IsBlank())
@@ -242,12 +227,10 @@ bool DelimitedRows::IsCut(const Record& record) const {
 
 /// A row equal to the one before counts once.
 bool DelimitedRows::IsRepeated(const Record& record) {
-    if (havePrevious_ && record.text == previousText_) {
+    if (stepper_.IsRepeated(record.text)) {
         LeaveOut("row equal to the one before", record.place.line);
         return true;
     }
-    previousText_ = record.text;
-    havePrevious_ = true;
     shortRows_ += records_.Cells().size() < layout_.width ? 1 : 0;
     return false;
 }

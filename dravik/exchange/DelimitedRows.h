@@ -9,7 +9,8 @@
 
 #include "dravik/exchange/Choices.h"
 #include "dravik/exchange/Head.h"
-#include "dravik/exchange/PlainRows.h"
+#include "dravik/exchange/PlainStepper.h"
+#include "dravik/exchange/Records.h"
 #include "dravik/exchange/RowReader.h"
 
 namespace dravik {
@@ -43,7 +44,6 @@ class DelimitedRows final : public RowReader {
     enum class Verdict { row, leftOut, strange };
 
     bool NextPlain(Row& row);
-    void RememberPrevious();
     bool HasNumbersAtTimes(const Row& row) const;
     void KeepLength(std::size_t bytes);
     Verdict Judge(const Record& record, Row& row);
@@ -67,11 +67,10 @@ class DelimitedRows final : public RowReader {
     CellRules rules_;
     std::vector<LineRange> leaveOut_;
     RecordReader records_;
+    std::vector<std::size_t> numbers_;      ///< columns of that kind
+    std::vector<std::size_t> numberTimes_;  ///< of the times
     std::vector<Strange> strange_;
-    PlainRows plain_;
-    std::string_view previousHeld_;  ///< the row before, where it is still held by the reader
-    std::string previousText_;
-    bool havePrevious_ = false;
+    PlainStepper stepper_;
     std::size_t extraFrom_ = 0;  ///< line of the first row with cells beyond the width
     std::size_t extraRows_ = 0;
     std::size_t shortRows_ = 0;

@@ -37,32 +37,20 @@ LasRows::LasRows(const TextFile& file, const LasLayout& layout, CellRules rules,
       reader_(file),
       doubleQuotes_(layout.delimiter, '"'),
       singleQuotes_(layout.delimiter, '\''),
-      plain_(file, PlainLayoutOf(layout), rules_) {
+      stepper_(file, reader_, PlainLayoutOf(layout), rules_) {
     reader_.Seek(layout_.data);
 }
 
 void LasRows::Seek(const Place& place) {
     reader_.Seek(place);
-    havePrevious_ = false;
-    previousHeld_ = {};
+    stepper_.Forget();
     ended_ = false;
 }
 
 /// A line of as many numbers as there are columns.
 bool LasRows::NextPlain(Row& row) {
-    if (layout_.wrapped || !leaveOut_.empty() || ended_)
-        return false;
-    const std::string_view held = reader_.HeldLines();
-    row.place = reader_.Here();
-    if (!plain_.Scan(held, row) || row.states.front() != CellState::number)
-        return false;
-    const std::string_view text = held.substr(0, plain_.RowBytes());
-    if (!previousHeld_.empty() ? text == previousHeld_ : havePrevious_ && text == previousText_)
-        return false;
-    previousHeld_ = text;
-    havePrevious_ = true;
-    reader_.SkipLine(text.size() + 1);
-    return true;
+    return !layout_.wrapped && leaveOut_.empty() && !ended_ &&
+           stepper_.Next(row, [](const Row& read) { return read.states.front() == CellState::number; });
 }
 
 bool LasRows::NextLine(std::string_view& line, Place& place) {
@@ -139,21 +127,10 @@ bool LasRows::Repair() {
     return false;
 }
 
-bool LasRows::IsRepeated(std::string_view text) {
-    if (havePrevious_ && text == previousText_)
-        return true;
-    previousText_ = text;
-    havePrevious_ = true;
-    return false;
-}
-
 bool LasRows::Next(Row& row) {
     if (NextPlain(row))
         return true;
-    if (!previousHeld_.empty()) {
-        previousText_ = previousHeld_.substr(0, previousHeld_.find_last_not_of('\r') + 1);
-        previousHeld_ = {};
-    }
+    stepper_.ReleaseLines();
     while (GatherCells(row)) {
         const std::size_t count = cells_.size();
         if (count != layout_.columns && Repair()) {
@@ -163,7 +140,7 @@ bool LasRows::Next(Row& row) {
             toldRepair_ = true;
         }
         if (cells_.size() == layout_.columns) {
-            if (IsRepeated(text_)) {
+            if (stepper_.IsRepeated(text_)) {
                 LeaveOut("row equal to the one before", row.Line());
                 continue;
             }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "dravik/exchange/Choices.h"
-#include "dravik/exchange/PlainRows.h"
+#include "dravik/exchange/PlainStepper.h"
 #include "dravik/exchange/Records.h"
 #include "dravik/exchange/RowReader.h"
 
@@ -34,7 +34,6 @@ class LasRows final : public RowReader {
     void Split(std::string_view text);
     bool Repair();
     std::vector<std::string> RepairedWords(bool dropTwoPoints) const;
-    bool IsRepeated(std::string_view text);
 
     LasLayout layout_;
     CellRules rules_;
@@ -45,10 +44,7 @@ class LasRows final : public RowReader {
     std::vector<std::string_view> cells_;
     std::string text_;
     std::vector<std::string> repaired_;
-    PlainRows plain_;
-    std::string_view previousHeld_;  ///< the row before, where it is still held by the reader
-    std::string previousText_;
-    bool havePrevious_ = false;
+    PlainStepper stepper_;
     bool ended_ = false;
     bool toldRepair_ = false;
 };

@@ -15,6 +15,16 @@ inline bool IsDigit(char c) {
     return static_cast<unsigned char>(c - '0') <= 9;
 }
 
+/// Appends the digits from `at` on to `number` and tells where they end.
+inline const char* TakeDigits(const char* at, std::uint64_t& number) {
+    for (;; ++at) {
+        const unsigned digit = static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0';
+        if (digit > 9)
+            return at;
+        number = number * 10 + digit;
+    }
+}
+
 }  // namespace
 
 PlainRows::PlainRows(const TextFile& file, PlainLayout layout, const CellRules& rules)
@@ -36,25 +46,29 @@ PlainRows::PlainRows(const TextFile& file, PlainLayout layout, const CellRules& 
 bool PlainRows::Scan(std::string_view text, Row& row) {
     if (!usable_ || text.empty())
         return false;
-    // The loops below stop at the line end, which is there.
     const std::size_t columns = layout_.columns.size();
-    row.states.resize(columns);
-    row.values.resize(columns);
-    const char* at = text.data();
-    for (std::size_t column = 0; at != nullptr && column < columns; ++column) {
-        at = ScanCell(SkipBlanks(at), column, row);
-        if (at != nullptr)
-            at = column + 1 < columns ? EndCell(at) : EndRow(at);
+    if (row.states.size() != columns || row.values.size() != columns) {
+        row.states.resize(columns);
+        row.values.resize(columns);
     }
-    if (at == nullptr)
-        return false;
+    // The loops below stop at the line end, which is there.
+    const char* at = text.data();
+    for (std::size_t column = 0; column < columns; ++column) {
+        at = ScanCell(SkipBlanks(at), column, row);
+        if (at == nullptr)
+            return false;
+        at = column + 1 < columns ? EndCell(at) : EndRow(at);
+        if (at == nullptr)
+            return false;
+    }
     rowBytes_ = static_cast<std::size_t>(at - text.data());
+    lineBytes_ = rowBytes_ + (*at == '\r' && layout_.lineEnd != '\r' ? 2 : 1);
     row.cells = &cells_;
     row.isExact = true;
     return true;
 }
 
-inline const char* PlainRows::ScanCell(const char* at, std::size_t column, Row& row) {
+[[gnu::always_inline]] inline const char* PlainRows::ScanCell(const char* at, std::size_t column, Row& row) {
     switch (layout_.columns[column]) {
         case PlainKind::number:
             return ScanNumber(at, column, row);
@@ -67,20 +81,17 @@ inline const char* PlainRows::ScanCell(const char* at, std::size_t column, Row& 
 
 /// Sign, digits, one decimal sign, up to 15 digits: over a power of ten that is exact too, one division gives
 /// the very double that from_chars gives. An empty cell is a missing value.
-inline const char* PlainRows::ScanNumber(const char* at, std::size_t column, Row& row) {
-    const char* const begin = at;
-    const bool negative = *at == '-';
-    at += negative ? 1 : 0;
-    const char* const first = at;
+[[gnu::always_inline]] inline const char* PlainRows::ScanNumber(const char* const begin, std::size_t column,
+                                                                Row& row) {
+    const bool negative = *begin == '-';
+    const char* const first = begin + (negative ? 1 : 0);
     std::uint64_t digits = 0;
-    for (; IsDigit(*at); ++at)
-        digits = digits * 10 + static_cast<unsigned char>(*at - '0');
+    const char* at = TakeDigits(first, digits);
     std::ptrdiff_t count = at - first;
     std::ptrdiff_t decimals = 0;
     if (*at == decimal_) {
-        const char* const behind = ++at;
-        for (; IsDigit(*at); ++at)
-            digits = digits * 10 + static_cast<unsigned char>(*at - '0');
+        const char* const behind = at + 1;
+        at = TakeDigits(behind, digits);
         decimals = at - behind;
         count += decimals;
     }
@@ -92,10 +103,9 @@ inline const char* PlainRows::ScanNumber(const char* at, std::size_t column, Row
     }
     if (count > exactDigits)
         return nullptr;
-    double value = static_cast<double>(static_cast<std::int64_t>(digits));
-    if (decimals > 0)
-        value /= powersOfTen[static_cast<std::size_t>(decimals)];
-    value = negative ? -value : value;
+    const double size = static_cast<double>(static_cast<std::int64_t>(digits)) /
+                        powersOfTen[static_cast<std::size_t>(decimals)];
+    const double value = negative ? -size : size;
     row.values[column] = value;
     row.states[column] = hasNull_ && rules_.IsNullNumber(value, column) ? CellState::null : CellState::number;
     return exact_ && IsMidwayBetweenSingles(value) ? nullptr : at;
@@ -136,14 +146,17 @@ const char* PlainRows::ScanAny(const char* at, std::size_t column, Row& row) {
     return row.states[column] != CellState::number || !rules_.exact ? at : nullptr;
 }
 
-inline const char* PlainRows::EndCell(const char* at) const {
+[[gnu::always_inline]] inline const char* PlainRows::EndCell(const char* at) const {
     const char* const before = at;
+    if (*at == layout_.separator && *at != ' ')
+        return at + 1;
     at = SkipBlanks(at);
     if (layout_.separator == ' ')
         return at != before ? at : nullptr;
     return *at == layout_.separator ? at + 1 : nullptr;
 }
 
+/// At the end of the line, before a CR that belongs to it.
 inline const char* PlainRows::EndRow(const char* at) {
     lastCellBytes_ = cells_.back().size();
     at = SkipBlanks(at);
@@ -151,9 +164,8 @@ inline const char* PlainRows::EndRow(const char* at) {
         ++at;
         lastCellBytes_ = 0;
     }
-    if (layout_.lineEnd != '\r' && *at == '\r')
-        ++at;
-    return *at == layout_.lineEnd ? at : nullptr;
+    const bool carriageReturn = layout_.lineEnd != '\r' && *at == '\r';
+    return at[carriageReturn ? 1 : 0] == layout_.lineEnd ? at : nullptr;
 }
 
 }  // namespace dravik

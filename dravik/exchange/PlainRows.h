@@ -32,8 +32,9 @@ class PlainRows {
 
     /// Bytes of the last row's last cell, 0 where a separator ends the row.
     std::size_t LastCellBytes() const { return lastCellBytes_; }
-    /// Bytes of the last row without its line end.
+    /// Bytes of the last row without its line end, and with it.
     std::size_t RowBytes() const { return rowBytes_; }
+    std::size_t LineBytes() const { return lineBytes_; }
 
   private:
     // Each reads from `at` on and returns where it stopped, nullptr where the text is not plain.
@@ -45,7 +46,8 @@ class PlainRows {
     const char* EndCell(const char* at) const;
     const char* EndRow(const char* at);
     const char* SkipBlanks(const char* at) const {
-        while (*at == ' ' || (*at == '\t' && layout_.separator != '\t'))
+        while (static_cast<unsigned char>(*at) <= ' ' &&
+               (*at == ' ' || (*at == '\t' && layout_.separator != '\t')))
             ++at;
         return at;
     }
@@ -61,6 +63,7 @@ class PlainRows {
     std::vector<std::string_view> cells_;
     std::size_t lastCellBytes_ = 0;
     std::size_t rowBytes_ = 0;
+    std::size_t lineBytes_ = 0;
 };
 
 }  // namespace dravik

@@ -1,5 +1,7 @@
 #include "dravik/exchange/Records.h"
 
+#include <algorithm>
+
 #include "dravik/exchange/Cells.h"
 
 namespace dravik {
@@ -37,29 +39,34 @@ bool CellSplitter::Split(std::string_view text, bool quotesCount) {
 
 void CellSplitter::SplitPlain(std::string_view text) {
     std::size_t begin = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] != separator_ || cells_.size() == mostCells)
-            continue;
-        cells_.push_back(TrimmedCell(text.substr(begin, at - begin)));
-        begin = at + 1;
+    std::size_t end = text.find(separator_);
+    while (end != std::string_view::npos && cells_.size() < mostCells) {
+        cells_.push_back(TrimmedCell(text.substr(begin, end - begin)));
+        begin = end + 1;
+        end = text.find(separator_, begin);
     }
     cells_.push_back(TrimmedCell(text.substr(begin)));
 }
 
 void CellSplitter::SplitBlanks(std::string_view text) {
-    std::size_t at = text.find_first_not_of(" \t");
-    while (at != std::string_view::npos) {
+    std::size_t at = 0;
+    for (;;) {
+        while (at < text.size() && IsBlank(text[at]))
+            ++at;
+        if (at == text.size())
+            return;
         const std::size_t end = cells_.size() == mostCells ? text.size() : CellEnd(text, at);
         cells_.push_back(text.substr(at, end - at));
-        at = end >= text.size() ? end : text.find_first_not_of(" \t", end);
-        if (at >= text.size())
-            break;
+        at = end;
     }
 }
 
 std::size_t CellSplitter::CellEnd(std::string_view text, std::size_t from) const {
-    const std::size_t end = separator_ == ' ' ? text.find_first_of(" \t", from) : text.find(separator_, from);
-    return end == std::string_view::npos ? text.size() : end;
+    if (separator_ != ' ')
+        return std::min(text.find(separator_, from), text.size());
+    while (from < text.size() && !IsBlank(text[from]))
+        ++from;
+    return from;
 }
 
 /// A quoted cell from its opening quote on; `at` moves behind the closing one.

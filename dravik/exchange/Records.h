@@ -24,6 +24,7 @@ class CellSplitter {
     bool Split(std::string_view text, bool quotesCount);
 
     const std::vector<std::string_view>& Cells() const { return cells_; }
+    bool AnyQuoted() const { return anyQuoted_; }
     bool IsQuoted(std::size_t cell) const { return anyQuoted_ && quoted_[cell] != 0; }
 
   private:
@@ -61,8 +62,8 @@ class RecordReader {
     const std::vector<std::string_view>& Cells() const { return splitter_.Cells(); }
     Place Here() const { return reader_.Here(); }
     void Seek(const Place& place) { reader_.Seek(place); }
-    std::string_view HeldLines() const { return reader_.HeldLines(); }
-    void SkipLine(std::size_t bytes) { reader_.SkipLine(bytes); }
+    /// Between two records they may be read otherwise.
+    LineReader& Lines() { return reader_; }
 
   private:
     void JoinLines(Record& record);

@@ -30,7 +30,8 @@ class RowPass {
     RowPassResult Run() {
         Row row;
         while (rows_->Next(row)) {
-            MarkPlace(row);
+            if (row.place.offset >= nextMark_)
+                MarkPlace(row);
             TakeTime(row);
             for (std::size_t i = 0; i < result_.columns.size(); ++i)
                 result_.columns[i].Add(row.states[i], row.values[i], row.Cell(i), row.Line());
@@ -43,9 +44,7 @@ class RowPass {
   private:
     /// The reader of times stands before the row.
     void MarkPlace(const Row& row) {
-        if (!result_.checkpoints.empty() &&
-            row.place.offset < result_.checkpoints.back().place.offset + checkpointBytes)
-            return;
+        nextMark_ = row.place.offset + checkpointBytes;
         result_.checkpoints.push_back({row.place, time_.Now()});
         if (progress_ && !progress_(row.place.offset, 2 * file_.End()))
             throw ImportStopped{};
@@ -53,35 +52,40 @@ class RowPass {
 
     void TakeTime(const Row& row) {
         RowTime time;
-        if (!time_.Read(row, time)) {
-            if (result_.problems.size() < 3)
-                result_.problems.push_back("line " + std::to_string(row.Line()) + ": " +
-                                           QuotedCell(row.Cell(rules_.time.columns.front())) + WhyNoTime() +
-                                           " (--leave-out " + std::to_string(row.Line()) + ")");
-            return;
-        }
+        if (!time_.Read(row, time))
+            return Refuse(row, "", WhyNoTime());
         if (!begun_)
             BeginTimes(row, time);
         const auto possible = static_cast<DateOrderSet>(result_.orders & time.orders);
-        if (possible == 0) {
-            if (result_.problems.size() < 3)
-                result_.problems.push_back("line " + std::to_string(row.Line()) + ": the date " +
-                                           QuotedCell(row.Cell(rules_.time.columns.front())) +
-                                           " is impossible in the order of those before (--leave-out " +
-                                           std::to_string(row.Line()) + ")");
-            return;
-        }
+        if (possible == 0)
+            return Refuse(row, "the date ", " is impossible in the order of those before");
         result_.orders = possible;
-        double first = 0.0;
-        bool haveOne = false;
+        if (possible == SetOf(DateOrder::ymd))
+            bases_.front()->Add(IndexOf(time.at.front()), row.Line());
+        else
+            AddToEach(possible, time, row.Line());
+    }
+
+    double IndexOf(double time) const { return (time + choices_.shift) * perOne; }
+
+    void AddToEach(DateOrderSet possible, const RowTime& time, std::size_t line) {
+        std::optional<double> first;
         for (std::size_t i = 0; i < dateOrders; ++i) {
             if ((possible & SetOf(static_cast<DateOrder>(i))) == 0)
                 continue;
-            bases_[i]->Add((time.at[i] + choices_.shift) * perOne, row.Line());
-            result_.ordersAgree = result_.ordersAgree && (!haveOne || std::abs(time.at[i] - first) < 1e-6);
+            bases_[i]->Add(IndexOf(time.at[i]), line);
+            result_.ordersAgree = result_.ordersAgree && (!first || std::abs(time.at[i] - *first) < 1e-6);
             first = time.at[i];
-            haveOne = true;
         }
+    }
+
+    /// Only the first few are told; the rest would say the same.
+    void Refuse(const Row& row, const std::string& what, const std::string& why) {
+        const std::string line = std::to_string(row.Line());
+        if (result_.problems.size() < 3)
+            result_.problems.push_back("line " + line + ": " + what +
+                                       QuotedCell(row.Cell(rules_.time.columns.front())) + why +
+                                       " (--leave-out " + line + ")");
     }
 
     std::string WhyNoTime() const {
@@ -181,6 +185,7 @@ class RowPass {
     std::unique_ptr<RowReader> rows_;
     TimeReader time_;
     std::array<std::optional<TimeBase>, dateOrders> bases_;
+    std::uint64_t nextMark_ = 0;
     bool begun_ = false;
     std::optional<double> startStamp_;
     RowPassResult result_;

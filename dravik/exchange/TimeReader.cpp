@@ -29,7 +29,7 @@ bool ReadStamp(const Row& row, const TimeRule& rule, const std::vector<std::size
     return stamps[1].Parse(row.Cell(columns[1]), second) && JoinStamps(stamp, second);
 }
 
-bool TimeReader::ReadNumberTime(const Row& row, RowTime& time) {
+bool TimeReader::ReadNumberTime(const Row& row, double& time) {
     double value = 0.0;
     const std::size_t column = rule_.columns.front();
     if (row.isExact && row.states[column] == CellState::number)
@@ -41,10 +41,9 @@ bool TimeReader::ReadNumberTime(const Row& row, RowTime& time) {
         state_.epochStart = rule_.isEpoch ? std::floor(value * rule_.unit / daySeconds) * daySeconds : 0.0;
     }
     // Subtracting before scaling keeps the milliseconds of a 13-digit number.
-    time.orders = SetOf(DateOrder::ymd);
-    time.at[0] = rule_.isEpoch ? (value - state_.epochStart / rule_.unit) * rule_.unit : value * rule_.unit;
+    time = rule_.isEpoch ? (value - state_.epochStart / rule_.unit) * rule_.unit : value * rule_.unit;
     constexpr double beyondAnyIndex = 1e15;
-    return std::abs(time.at[0]) < beyondAnyIndex;
+    return std::abs(time) < beyondAnyIndex;
 }
 
 double TimeReader::ClockOf(const Row& row, const Stamp& stamp) {
@@ -78,10 +77,8 @@ void TimeReader::FindDays(const Stamp& stamp) {
         days_[i] = DayOf(stamp, static_cast<DateOrder>(i));
 }
 
-bool TimeReader::Read(const Row& row, RowTime& time) {
+bool TimeReader::ReadStampTime(const Row& row, RowTime& time) {
     time = {};
-    if (rule_.isNumber)
-        return ReadNumberTime(row, time);
     Stamp stamp;
     if (!ReadStamp(row, rule_, rule_.columns, stamps_, stamp))
         return false;

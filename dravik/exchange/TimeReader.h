@@ -45,7 +45,12 @@ class TimeReader {
     explicit TimeReader(TimeRule rule) : rule_(std::move(rule)) {}
 
     /// False when the cells are no time.
-    bool Read(const Row& row, RowTime& time);
+    bool Read(const Row& row, RowTime& time) {
+        if (!rule_.isNumber)
+            return ReadStampTime(row, time);
+        time.orders = SetOf(DateOrder::ymd);
+        return ReadNumberTime(row, time.at.front());
+    }
 
     /// What must be carried over when rows are not read from the first on.
     struct State {
@@ -65,7 +70,8 @@ class TimeReader {
     bool MinutesOnly() const { return minutesOnly_; }
 
   private:
-    bool ReadNumberTime(const Row& row, RowTime& time);
+    bool ReadNumberTime(const Row& row, double& time);
+    bool ReadStampTime(const Row& row, RowTime& time);
     void FindDays(const Stamp& stamp);
     double ClockOf(const Row& row, const Stamp& stamp);
     double PassMidnights(double clock, const Stamp& stamp);

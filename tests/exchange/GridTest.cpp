@@ -1,4 +1,6 @@
 // Known values after gridding.
+#include <bit>
+#include <charconv>
 #include <functional>
 #include <random>
 
@@ -148,6 +150,39 @@ TEST(Grid, SinglesComeBackTheSame) {
         text += line.data();
     }
     EXPECT_EQ(CurveOf(PlanOf(text), 0), singles);
+}
+
+/// A number as some logger may write it; `form` counts through the ways.
+std::string NumberText(std::mt19937_64& random, std::uint64_t form) {
+    std::array<char, 400> text{};
+    const auto upTo = [&](std::uint64_t most) { return static_cast<int>(random() % (most + 1)); };
+    const double some = std::ldexp(static_cast<double>(random() >> 11), upTo(20) - 60) * (upTo(1) * 2 - 1);
+    const auto single = static_cast<float>(some);
+    if (form % 4 == 0)
+        std::snprintf(text.data(), text.size(), "%.*f", upTo(12), some);
+    else if (form % 4 == 1)
+        std::snprintf(text.data(), text.size(), "%.*g", upTo(17), some * std::pow(10.0, upTo(60) - 30));
+    else if (form % 4 == 2)  // midway between two singles
+        std::snprintf(text.data(), text.size(), "%.*f", upTo(30),
+                      (static_cast<double>(single) + std::nextafterf(single, 1e30F)) / 2);
+    else
+        std::snprintf(text.data(), text.size(), "%.*s.%d", 1 + upTo(18), "8765432109876543210", upTo(9999));
+    return text.data();
+}
+
+TEST(Grid, NumbersAreThoseOfFromChars) {
+    std::mt19937_64 random(5);
+    std::string text = "T,A\n";
+    std::vector<float> expected;
+    for (std::uint64_t i = 0; i < 200000; ++i) {
+        const std::string number = NumberText(random, i);
+        std::from_chars(number.data(), number.data() + number.size(), expected.emplace_back());
+        text += std::to_string(i) + "," + number + "\n";
+    }
+    const std::vector<float> values = CurveOf(PlanOf(text), 0);
+    ASSERT_EQ(values.size(), expected.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(values[i]), std::bit_cast<std::uint32_t>(expected[i])) << i;
 }
 
 }  // namespace

@@ -245,6 +245,8 @@ TEST(Plan, LeavesOutWhatIsNoRowAndSaysSo) {
           "again (3 lines from line 4)"},
          {"P,T\n#N/A,0\n1.5,1\n2.5,2\n", ",.|P |T s|0+100x3", ""},
          {head + "39,39.5\n40,5.5\n", ",.|P |T s|0+100x41", "equal to the one before (line 42)"},
+         {head + "40,5.5\r\n40,5.5\n", ",.|P |T s|0+100x41", "equal to the one before (line 43)"},
+         {head + "40,5.5\r\n# stop\r\n40,5.5\r\n", ",.|P |T s|0+100x41", "equal to the one before (line 44)"},
          {head + "40,1.5,9\n41,1.5,9\n42,1.5,9\n", ",.|P |T s|0+100x43", "from line 42 on"},
          {head + "40,x\n41,1.5\n", "line 42: \"x\" in column 2 is no number (--null x, or --leave-out 42)",
           ""},
