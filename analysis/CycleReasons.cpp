@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "analysis/modIntervalInfo.h"
 #include "analysis/modMatchFilter.h"
 #include "db/IndexUnits.h"
 #include "db/modSelectData.h"
@@ -81,7 +82,34 @@ std::string LineOf(const Reason& reason) {
     return line + " without results: " + reason.text;
 }
 
+/// Empty where no cycle is selected or its curves cannot be read: the fault of reading is told elsewhere.
+std::string ReasonOfSelected(std::size_t dataset) {
+    const DatasetRecord& record = CurrentSelection().datasets.at(dataset);
+    const std::optional<std::size_t> entry = SelectedEntry(dataset);
+    if (!entry || static_cast<std::int32_t>(*entry) >= record.cycles.RealCycles())
+        return {};
+    try {
+        const Database database(record.database, OpenMode::existing);
+        CycleCurves curves = AttachCycleCurves(database, dataset, record.cycleSource);
+        return ReasonFor(curves, record.cycles.start[*entry], record.cycles.period[*entry]);
+    } catch (...) {
+        return {};
+    }
+}
+
 }  // namespace
+
+std::vector<std::string> ExplainedResultHints() {
+    std::vector<std::string> hints;
+    for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i) {
+        std::string hint = ResultHint(i);
+        if (hint.empty())
+            continue;
+        const std::string reason = ReasonOfSelected(i);
+        hints.push_back(reason.empty() ? hint : hint + ": " + reason);
+    }
+    return hints;
+}
 
 std::vector<std::string> ReasonsForMissingResults(std::size_t dataset) {
     const DatasetRecord& record = CurrentSelection().datasets.at(dataset);

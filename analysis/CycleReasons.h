@@ -12,4 +12,8 @@ namespace vorela {
 /// results are computed from; throws when they cannot be read.
 std::vector<std::string> ReasonsForMissingResults(std::size_t dataset);
 
+/// ResultHints(), each of a selected cycle with its reason: "LEVEL2: cycle 4 has no results: gap in ZG from
+/// 120.5 s to 130 s". A level whose curves cannot be read goes without.
+std::vector<std::string> ExplainedResultHints();
+
 }  // namespace vorela

@@ -184,11 +184,16 @@ void WithIntervalNamed(const std::string& label, const std::function<void()>& bo
 
 std::vector<std::string> ResultHints() {
     std::vector<std::string> hints;
-    for (const DatasetRecord& record : CurrentSelection().datasets)
-        if (record.cycles.count > 0)
-            if (const std::string fault = SelectionFault(record.cycles); !fault.empty())
-                hints.push_back(record.dataset + ": " + fault);
+    for (std::size_t i = 0; i < CurrentSelection().datasets.size(); ++i)
+        if (std::string hint = ResultHint(i); !hint.empty())
+            hints.push_back(std::move(hint));
     return hints;
+}
+
+std::string ResultHint(std::size_t dataset) {
+    const DatasetRecord& record = CurrentSelection().datasets.at(dataset);
+    const std::string fault = record.cycles.count > 0 ? SelectionFault(record.cycles) : std::string();
+    return fault.empty() ? fault : record.dataset + ": " + fault;
 }
 
 bool GetIntervalInformation() {

@@ -57,6 +57,8 @@ void WithIntervalNamed(const std::string& label, const std::function<void()>& bo
 /// One line for each level with cycles whose selected entry has no results, "LEVEL2: there is no cycle 9,
 /// only 5": its rows are empty. Tells how things stand now; empty when all is well.
 std::vector<std::string> ResultHints();
+/// The same of one level; empty when all is well.
+std::string ResultHint(std::size_t dataset);
 
 namespace step {
 inline constexpr const char* gettingIntervalInformation = "Getting interval information";

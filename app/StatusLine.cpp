@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "analysis/CycleReasons.h"
 #include "analysis/modIntervalInfo.h"
 #include "app/TabStrip.h"
 #include "db/CommonCurves.h"
@@ -94,8 +95,8 @@ void StatusLine::ShowStaleCurves() {
 }
 
 // What following has made is said once and not lost to the hints.
-void StatusLine::ShowResultHints() {
-    const QStringList lines = Lines(ResultHints());
+void StatusLine::ShowResultHints(bool rest) {
+    const QStringList lines = Lines(rest ? ExplainedResultHints() : ResultHints());
     if (lines == resultHints_)
         return;
     resultHints_ = lines;

@@ -31,8 +31,9 @@ class StatusLine {
     /// Results of curves that the present settings would make otherwise, until they are made anew.
     void ShowStaleCurves();
     bool HasStaleCurves() const { return !stale_.isEmpty(); }
-    /// Levels whose selected entry has no results leave empty rows: said while it is so.
-    void ShowResultHints();
+    /// Levels whose selected entry has no results leave empty rows: said while it is so, with the reason once
+    /// the curves have come to `rest` (reading them would hold up the live display).
+    void ShowResultHints(bool rest);
     /// An error that still holds stands in the status bar, one that does not ("") leaves it.
     void ShowStanding(const std::string& error);
 

@@ -5,6 +5,8 @@
 #include <QCloseEvent>
 #include <QShortcut>
 
+#include "analysis/ResultGridView.h"
+#include "analysis/ValueHistory.h"
 #include "analysis/modExact.h"
 #include "analysis/modMain.h"
 #include "app/FileIntake.h"
@@ -91,7 +93,7 @@ void frmMain::BuildResults() {
         menus_->ShowUndo();
     });
     connect(results_, &ResultPages::CycleEdited, this, [this] {
-        status_->ShowResultHints();
+        status_->ShowResultHints(!tmrMain_.isActive());
         menus_->ShowUndo();
     });
     connect(results_, &ResultPages::CalculationWanted, this, &frmMain::CalculateCyclesEntry);
@@ -238,7 +240,7 @@ void frmMain::UpdateMainWindow() {
         results_->ShowGrids();
         LayOutForTab();
         status_->ShowStaleCurves();
-        status_->ShowResultHints();
+        status_->ShowResultHints(!tmrMain_.isActive());
         ShowSelectedPlot(SelectedTab() >= firstDatasetTab);
         ShowTitle();
         ShowRecordings();
@@ -320,7 +322,7 @@ void frmMain::FollowRecording() {
                         [this](bool on) { on ? tmrMain_.start() : tmrMain_.stop(); }});
     if (status_->HasStaleCurves())
         status_->ShowStaleCurves();
-    status_->ShowResultHints();
+    status_->ShowResultHints(!tmrMain_.isActive());
     status_->ShowStanding(quiet.Standing());
     results_->FillChoosers();
     status_->ShowSelected();

@@ -135,6 +135,14 @@ TEST_F(Batch, CyclesWithoutResultsAreExplained) {
     EXPECT_THAT(filtered, HasSubstr("LEVEL: cycle 6 without results: ZG_p ends at 1440 s\n"));
     EXPECT_EQ(Run("--unfiltered").err,
               "vorela-batch: LEVEL: cycle 4 without results: gap in ZG from 900 s to 910 s\n");
+    // A sample of a wrong position code behind the third boundary shows that boundary twice.
+    Shell(
+        "awk -F, -v OFS=, '$5 == 3 && p != 3 {n++; at = NR} {p = $5} n == 3 && NR == at + 2 {$5 = 1} "
+        "{print}' "
+        "all.csv > TWICE.csv");
+    Dravik("import twice.dkb TWICE.csv");
+    EXPECT_THAT(Shell("vorela-batch twice.dkb --settings Vorela.ini").err,
+                HasSubstr("TWICE: cycle 3 without results: zero length at 600 s\n"));
 }
 
 TEST_F(Batch, SourceOfTheCyclesAndTheSelectedCycleAreThoseAskedFor) {
