@@ -193,6 +193,9 @@ void TakePreambleUnits(const SeparatedHead& head, const TableShape& table, Heade
         }
         if (column && header.names[*column].unit.empty())
             header.names[*column].unit = BareUnit(unit);
+        else if (!column)
+            header.looseUnits.push_back("line " + std::to_string(head.lines[i].place.line) + ": " +
+                                        QuotedCell(TrimmedCell(head.lines[i].text)));
     }
 }
 

@@ -11,10 +11,11 @@
 namespace dravik {
 
 struct Header {
-    std::size_t namesLine = 0;          ///< line of the file; 0: no names
-    std::vector<std::string> captions;  ///< as written, one a column; empty where there is none
-    std::string beyond;                 ///< a caption behind those of all columns
-    std::vector<NameAndUnit> names;     ///< COLn where there is none
+    std::size_t namesLine = 0;            ///< line of the file; 0: no names
+    std::vector<std::string> captions;    ///< as written, one a column; empty where there is none
+    std::vector<std::string> looseUnits;  ///< "line 4: UNIT: kPa", of a preamble, that name no column
+    std::string beyond;                   ///< a caption behind those of all columns
+    std::vector<NameAndUnit> names;       ///< COLn where there is none
     std::vector<std::vector<std::string>>
         lines;  ///< cells of names and units lines, to know them when they come again
 };

@@ -89,23 +89,30 @@ class OtherTimesFinder {
     const TimeRule& rule_;
 };
 
+/// Whether the user takes curves, and none from this column on.
+bool LeavesOutFrom(std::size_t column, const HeadColumns& head, const Choices& choices) {
+    return !choices.curves.empty() &&
+           std::all_of(choices.curves.begin(), choices.curves.end(), [&](const CurveChoice& curve) {
+               return FindColumn(curve.column, head.Names(), head.Captions()) < column;
+           });
+}
+
 }  // namespace
 
 void TellOtherTimes(const HeadColumns& head, const Choices& choices, TimeFinding& finding) {
     if (finding.rule.columns.empty() || !finding.rule.parts.empty() || !finding.rule.startColumns.empty())
         return;
     const OtherTimesFinder finder(head, finding.rule);
-    const bool isChosen = !choices.time.empty() || !choices.curves.empty();
     for (const std::size_t time : finding.rule.columns) {
         for (const std::size_t other : finder.Beside(time)) {
             const std::string number = "#" + std::to_string(other + 1);
             const bool several = finder.HaveOneName(time, other);
-            const std::string text =
-                "column " + number + ", " + head.Name(other).name + ", tells other times than column #" +
-                std::to_string(time + 1) +
-                (several ? ": tables side by side? (--time and --curves of one, --merge the other)"
-                         : ", " + head.Name(time).name + " (--time)");
-            (several && !isChosen ? finding.problems : finding.notes).push_back(text);
+            const std::string text = "column " + number + ", " + head.Name(other).name +
+                                     ", tells other times than column #" + std::to_string(time + 1) +
+                                     (several ? ": tables side by side? One at a time (--time, --curves)"
+                                              : ", " + head.Name(time).name + " (--time)");
+            const bool isSettled = !choices.time.empty() || LeavesOutFrom(other, head, choices);
+            (several && !isSettled ? finding.problems : finding.notes).push_back(text);
             if (several)
                 return;
         }

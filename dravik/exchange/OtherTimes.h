@@ -8,7 +8,7 @@ namespace dravik {
 
 /// Tells further columns of times whose distance from the time that was found changes from row to row: what
 /// stands behind them may not belong to it. Forbids the import where such a column has the time's very name,
-/// unless the user has chosen the time or the curves.
+/// unless the user has chosen the time, or curves before that column only.
 void TellOtherTimes(const HeadColumns& head, const Choices& choices, TimeFinding& finding);
 
 }  // namespace dravik

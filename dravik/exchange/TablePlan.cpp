@@ -79,6 +79,8 @@ class TablePlanner {
         if (header.namesLine > 0)
             TellNameless(header.namesLine);
         TellNamesBeyond(header);
+        for (const std::string& unit : header.looseUnits)
+            Note(unit + " names no column (--curves COL:UNIT)");
     }
 
     /// Fewer names than columns may mean that a decimal comma parts cells.

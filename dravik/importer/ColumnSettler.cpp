@@ -24,7 +24,6 @@ std::string ContentsOf(const PlannedColumn& column) {
 }  // namespace
 
 std::vector<ColumnView> ColumnSettler::Views(const ImportPlan& found, std::vector<Role>& taken) const {
-    std::vector<Role> before = taken;
     std::vector<Role> given;
     for (std::size_t i = 0; i < found.columns.size(); ++i) {
         if (const ColumnControls* own = OwnOf(found, i); own != nullptr && own->role)

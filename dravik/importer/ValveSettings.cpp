@@ -41,6 +41,13 @@ bool IsRecordedAgainstTime(const JobPlan& job, const std::string& dataset) {
            first->plan.grid.indexKind == DK_INDEX_TIME;
 }
 
+bool IsOfTool(const std::string& column) {
+    const std::vector<CurveDescription>& curves = ValveCurves();
+    return std::any_of(curves.begin(), curves.end(), [&](const CurveDescription& curve) {
+        return vorela::EqualIgnoringCase(curve.name, column);
+    });
+}
+
 class ValveChecker {
   public:
     ValveChecker(const ValveControls& valve, JobPlan& job) : valve_(valve), job_(job) {}
@@ -78,10 +85,20 @@ class ValveChecker {
         const bool joined = std::any_of(job_.files.begin(), job_.files.end(), [&](const FilePlan& file) {
             return file.dataset == dataset && &file == &job_.files.front() && file.target;
         });
-        if (!joined && IsRecordedAgainstTime(job_, dataset) && !HasCurve(job_, dataset, positionCurve))
+        if (joined || !IsRecordedAgainstTime(job_, dataset))
+            return;
+        std::string lacking;
+        for (const CurveDescription& curve : ValveCurves()) {
+            if (!HasCurve(job_, dataset, curve.name))
+                lacking += (lacking.empty() ? "" : ", ") + curve.name;
+        }
+        if (!HasCurve(job_, dataset, positionCurve))
             job_.notes.push_back("dataset " + dataset +
                                  " gets no valve curve PVLPOS, and only datasets with one can be selected: "
                                  "choose where the valve comes from");
+        else if (!lacking.empty())
+            job_.notes.push_back("dataset " + dataset + " gets no " + lacking +
+                                 ", which tell its cycles: choose where the valve comes from");
     }
 
     void CheckMade(const std::string& dataset) {
@@ -107,6 +124,20 @@ class ValveChecker {
 };
 
 }  // namespace
+
+ValveWay SuggestedWay(const JobPlan& job, const std::string& dataset) {
+    bool hasPosition = false;
+    for (const FilePlan& file : job.files) {
+        for (const ColumnView& column : file.columns) {
+            if (file.dataset != dataset || column.role == Role::leaveOut)
+                continue;
+            if (IsOfTool(column.source))
+                return ValveWay::recorded;
+            hasPosition = hasPosition || column.role == Role::valvePosition;
+        }
+    }
+    return hasPosition && IsRecordedAgainstTime(job, dataset) ? ValveWay::threshold : ValveWay::recorded;
+}
 
 void CheckValve(const ValveControls& valve, JobPlan& job) {
     ValveChecker(valve, job).Run();

@@ -16,6 +16,10 @@ void CheckValve(const ValveControls& valve, JobPlan& job);
 std::optional<ValveRequest> ValveOf(const ValveControls& valve, const JobPlan& job,
                                     const std::string& dataset);
 
+/// Where a dataset's valve may come from with what its files hold: a position that no tool recorded makes its
+/// curves by a threshold.
+ValveWay SuggestedWay(const JobPlan& job, const std::string& dataset);
+
 /// The curve that crosses the threshold, and the middle of its range: what stands behind "automatic: ".
 struct ThresholdFound {
     std::string curve;

@@ -12,8 +12,6 @@
 #include "dravik/importer/PlanRunner.h"
 #include "dravik/importer/modImport.h"
 
-class QComboBox;
-class QLineEdit;
 class QMimeData;
 
 namespace Ui {
@@ -21,6 +19,8 @@ class frmImport;
 }
 
 namespace dravik {
+
+class ColumnsTable;
 
 /// What the program knows before anything is chosen; empty: nothing.
 struct ImportDefaults {
@@ -47,7 +47,6 @@ class frmImport : public QDialog {
   protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     void ConnectFiles();
@@ -63,20 +62,16 @@ class frmImport : public QDialog {
     /// The controls into the settings, as they stand; then they are planned.
     void Changed();
     void CopyControls();
-    void CopyColumns(FileControls& controls) const;
     void ShowControls();
     void Plan();
     void TakePlan(const JobPlan& job);
+    void SuggestValve();
 
     void ShowFileStates();
     void ShowFound();
-    void ShowColumns();
-    void ShowColumn(int row, const ColumnView& column);
-    void ShowRows();
     void ShowNotes();
     void ShowValve();
     void ShowState();
-    bool ActOnCell();
 
     void Import();
     void EndImport(const QString& fault);
@@ -85,11 +80,12 @@ class frmImport : public QDialog {
     std::unique_ptr<Ui::frmImport> ui_;
     ImportSettings settings_;
     JobPlan job_;
-    std::vector<ColumnView> shownColumns_;  ///< in the table
     Imported imported_;
+    ColumnsTable* columns_ = nullptr;  ///< owned as a child
     PlanRunner runner_;
     QTimer soon_;
     std::string databaseOfUser_;  ///< empty: the suggested one
+    bool valveOfUser_ = false;    ///< else as suggested
     bool showing_ = false;        ///< controls are being filled: not the user's doing
     bool importing_ = false;
     bool stop_ = false;

@@ -183,6 +183,7 @@ class JobPlanner {
     }
 
     void Tell(const Choices& choices, FilePlan& file) {
+        NoteMissingUnits(file);
         for (const std::string& note : file.plan.notes)
             file.notes.push_back(InWordsOfDialog(note));
         for (const std::string& problem : file.plan.problems)
@@ -193,6 +194,16 @@ class JobPlanner {
         for (std::size_t i = 0; i < file.columns.size() && i < file.plan.columns.size(); ++i) {
             if (file.plan.columns[i].role == ColumnRole::curve)
                 file.columns[i].name = file.plan.columns[i].name;
+        }
+    }
+
+    /// The analysis takes a number without unit for one in its own.
+    static void NoteMissingUnits(FilePlan& file) {
+        for (const ColumnView& column : file.columns) {
+            const bool isPressure = column.role == Role::pressure;
+            if ((isPressure || column.role == Role::flow) && column.unit.empty())
+                file.notes.push_back(column.source + " has no unit: taken for " +
+                                     (isPressure ? "psi" : "rps") + " in the analysis (Unit)");
         }
     }
 
@@ -316,7 +327,7 @@ FoundTexts FoundOf(const ImportPlan& plan) {
 
 std::string InWordsOfDialog(std::string text) {
     // The longer names first: one is the beginning of another.
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 22> words{{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 24> words{{
         {"--separator C", "Separator"},
         {"--separator", "Separator"},
         {"--decimal", "Decimal sign"},
@@ -333,6 +344,8 @@ std::string InWordsOfDialog(std::string text) {
         {"--null", "No value"},
         {"--curves COL=NAME renames", "its Curve cell gives another name"},
         {"--curves LEVEL:mH2O", "Unit mH2O"},
+        {"--curves COL:UNIT", "Unit"},
+        {"--curves", "Role"},
         {"--convert", "To psi"},
         {"--step CS", "Step"},
         {"--step", "Step"},

@@ -97,6 +97,7 @@ TEST(Plan, FindsNamesAndUnits) {
          {"T,P,Q,Spare\n" + body, ",.|P Q " + grid, "line 1 has a name beyond the last column: \"Spare\""},
          {"t;\xCF\x80\xCE\xAF;\xC5\xBA\xD0\xB6\n0;1;9\n1;2;8\n2;3;9\n3;4;7\n",
           ";.|\xCE\xA0\xCE\x8A \xC5\xB9\xD0\x96 |t s|0+100x4", ""},
+         {"UNIT: kPa\nT,P,Q\n" + body, ",.|P Q " + grid, "line 1: \"UNIT: kPa\" names no column"},
          {"P\nUNIT: psi\nT,P,Q\n" + body, ",.|P(psi) Q " + grid, ""}});
 }
 
@@ -214,8 +215,8 @@ TEST(Plan, TakesNoRowForNamesAndNoValueToAnotherTime) {
           "line 2: \"-0:00:01\" in column 1 of what looks like a row (--leave-out 2, or --header-line 2)",
           ""},
          {"Time;P;Time;Q\n0;1;0;5\n1;3;10;6\n2;4;20;5\n",
-          "column #3, Time, tells other times than column #1: tables side by side? (--time and --curves of "
-          "one, --merge the other)",
+          "column #3, Time, tells other times than column #1: tables side by side? One at a "
+          "time (--time, --curves)",
           ""},
          {"Time (s);P;Time (min);Q\n0;1;5;5\n60;3;6;6\n120;4;7;5\n", ";.|P TIME(min) Q |Time s|0+6000x3", ""},
          {"Sent,P,Seen\n2024-03-14 09:30:00,1,2024-03-14 09:30:01\n2024-03-14 09:30:01,1,2024-03-14 "
