@@ -39,7 +39,7 @@ std::string FaultOf(const Work& work, const ExactLayer& layer) {
     constexpr double samePeriod = 0.005;
     if (std::abs(work.level1.period / work.level2.period - 1.0) > samePeriod)
         return "levels have different periods";
-    if (const std::string fault = LayerFault(layer); !fault.empty())
+    if (std::string fault = LayerFault(layer); !fault.empty())
         return fault;
     if (!(work.inputs.casingID > 0.0) || !std::isfinite(work.inputs.casingID))
         return "casing ID must be positive";
@@ -175,8 +175,11 @@ void AddSolutionMessages(const Work& work, ExactInterval& interval) {
         messages.push_back("permeability has no upper limit");
 }
 
-/// Storage below zero is what a late flow record looks like. The storage counts from the assumed one where
-/// that is one of a liquid; a compressibility that was never set says nothing.
+/// Storage below zero is what a late flow record looks like: a delay takes as much from it as the flow in
+/// phase that passes meanwhile. That is counted from the assumed storage where the assumed compressibility is
+/// one that a liquid can have. One that is not, as the 0.01 that stands until the user sets it, would count
+/// its own excess as delay (100 mD, flow late by 1 s: 617 s); there only what is below zero counts, which is
+/// too little by no more than the storage of the fluid (0.55 s of that second).
 void AddLateFlowMessage(const Work& work, ExactInterval& interval) {
     constexpr double mostOfALiquid = 1e-4;  // 1/psi
     if (!interval.apparentCompressibility ||

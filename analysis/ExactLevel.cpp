@@ -132,20 +132,20 @@ PhaseGrid GridOf(const SampledCurve& curve, const SampledCurve::Span& span, doub
 void ReadNoise(CurveHarmonics& result, const SampledCurve& curve, const HarmonicFit& fit,
                const CycleRun& run) {
     const int bins = BinsBeside(run.total);
+    if (bins == 0)
+        return;
     std::vector<double> frequencies;
     for (int n = 1; n <= std::min(5, result.highest); n += 2)
         for (int d = -bins; d <= bins; ++d)
             if (d != 0)
                 frequencies.push_back(n + static_cast<double>(d) / run.total);
-    if (frequencies.empty())
-        return;
     const std::vector<Complex> sums = fit.ResidualAt(result.In(result.window), frequencies);
     const auto count = static_cast<double>(result.window.Size());
     // Filled samples have no noise of their own.
     const double share = count / static_cast<double>(curve.Count(result.window, SampledCurve::present));
-    const auto each = static_cast<std::size_t>(2 * bins);
+    const std::size_t each = 2 * static_cast<std::size_t>(bins);
     for (std::size_t j = 0; j < sums.size(); ++j)
-        result.noise[j / each].push_back(2.0 / count * sums[j] * share / GainWithoutMean(frequencies[j]));
+        result.noise.at(j / each).push_back(2.0 / count * sums[j] * share / GainWithoutMean(frequencies[j]));
 }
 
 CurveHarmonics HarmonicsOf(const SampledCurve& curve, const CycleRun& run) {
@@ -344,7 +344,7 @@ bool HasSignal(const CurveHarmonics& curve) {
 ExactLevel AnalyseLevel(LevelRecord record, const ExactSettings& settings) {
     ExactLevel level;
     level.dataset = record.dataset;
-    level.step = SecondsOf(record.pressure.step);
+    level.step = SecondsOf(std::max(record.pressure.step, record.flow.step));
     const std::vector<double> lengths = LengthsOf(record.boundaries);
     const auto real = static_cast<std::int32_t>(lengths.size());
     const ChosenCycles chosen = Choose(settings, real);

@@ -14,8 +14,12 @@ void SetSigmas(ExactEstimate& estimate, const PairCovariance& covariance, double
     estimate.degreesOfFreedom = degreesOfFreedom;
 }
 
-/// S' − S solves (1 − t²s²) d² − 2 t²ρsq d − t²q² = 0; the lower end is the root that stays finite as ts
-/// passes 1.
+/// The ends lie S' − S = d away, where (1 − t²s²) d² − 2 t²ρsq d − t²q² = 0 (Fieller). As ts passes 1 the
+/// upper root goes to infinity and comes back from below: beyond it lie skins of a negative permeability, so
+/// the range has no upper end. The lower root, (t²ρsq − √)/(1 − t²s²), goes through 1 without a jump; written
+/// as −t²q²/(t²ρsq + √) it has no difference of two like numbers, nor a division by zero at ts = 1. Errors
+/// that are not correlated upwards (a skin near the least that there can be) leave neither end where ts >= 1:
+/// there both roots lie above the estimate itself.
 ExactRange FiellerRange(double skin, double t, const PairCovariance& covariance) {
     const double open = 1.0 - t * t * covariance.lnK;
     const double half = t * t * covariance.both;

@@ -64,12 +64,9 @@ std::optional<double> SigmaOf(const ExactEstimate& estimate) {
 std::vector<std::string> EstimateCells(const ExactEstimate& estimate) {
     const std::optional<double> sigma = SigmaOf(estimate);
     const auto skinDecimals = DecimalsOf(estimate.sigmaSkin);
-    return {PermeabilityText(estimate),
-            Cell(sigma, DecimalsOf(sigma)),
-            PermeabilityRangeText(estimate),
-            SkinText(estimate),
-            Cell(estimate.sigmaSkin, skinDecimals),
-            RangeCell(estimate.skinRange, skinDecimals)};
+    return {
+        PermeabilityText(estimate), Cell(sigma, DecimalsOf(sigma)),         PermeabilityRangeText(estimate),
+        SkinText(estimate),         Cell(estimate.sigmaSkin, skinDecimals), SkinRangeText(estimate)};
 }
 
 std::string RangeCaption(double confidence) {
@@ -120,6 +117,10 @@ std::string PermeabilityRangeText(const ExactEstimate& estimate) {
     return RangeCell(estimate.permeabilityRange, lost ? std::nullopt : decimals);
 }
 
+std::string SkinRangeText(const ExactEstimate& estimate) {
+    return RangeCell(estimate.skinRange, DecimalsOf(estimate.sigmaSkin));
+}
+
 TextRows ExactRows(const ExactResults& results) {
     TextRows rows;
     if (results.intervals.empty())
@@ -159,7 +160,9 @@ TextRows ExactMethodRows(const ExactInterval& interval, double confidence) {
     AddMethod(rows, interval, ExactMethod::storage, interval.storage);
     if (interval.constrained)
         AddMethod(rows, interval, ExactMethod::constrained, *interval.constrained);
-    if (interval.enlargedWell) {
+    // A second opinion on a skin that is clearly negative; nearer to zero the two say the same.
+    constexpr double clearlyNegative = -0.5;
+    if (interval.enlargedWell && interval.single.skin.value_or(0.0) < clearlyNegative) {
         rows.push_back({"enlarged well"});
         Append(rows.back(), EstimateCells(*interval.enlargedWell));
         Append(rows.back(), {none, ""});

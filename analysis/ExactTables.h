@@ -26,5 +26,6 @@ std::string PermeabilityText(const ExactEstimate& estimate);
 std::string SkinText(const ExactEstimate& estimate);
 /// "12 to 15", "from 12" without an upper end, "-" where nothing is known.
 std::string PermeabilityRangeText(const ExactEstimate& estimate);
+std::string SkinRangeText(const ExactEstimate& estimate);
 
 }  // namespace vorela

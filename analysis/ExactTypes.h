@@ -83,7 +83,7 @@ struct ExactLevel {
     std::int32_t firstCycle = 0, lastCycle = 0;  ///< used, 1-based; 0: none
     std::int32_t periods = 0;
     double period = 0;                       ///< mean, s
-    double step = 0;                         ///< of the pressure's samples, s
+    double step = 0;                         ///< of the samples, the coarser of the two curves, s
     std::optional<double> degreesOfFreedom;  ///< of the variance of each harmonic
     std::vector<ExactHarmonic> harmonics;    ///< 1, 3, 5 as far as they were asked for and are sampled
     std::vector<ExactCycle> cycles;          ///< those used

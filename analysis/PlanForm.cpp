@@ -34,7 +34,7 @@ std::string StoredText(const std::string& input) {
 
 /// What stands in a box that was never kept.
 std::string FirstText(const PlanField& field) {
-    if (const std::string text = PlanParameterText(field); !text.empty())
+    if (std::string text = PlanParameterText(field); !text.empty())
         return text;
     const double value = PlanInputs{}.*field.field;
     return std::isnan(value) ? std::string() : ShortestText(value);
@@ -63,6 +63,8 @@ std::string FaultOfBox(const PlanBox& box, const std::string& text, PlanInputs& 
     // The slope is asked of one type of spinner only; for the others its box is closed.
     if (field.field == &PlanInputs::slope && inputs.spinner != userDefinedSpinner)
         return {};
+    if (Trimmed(text).empty())
+        return caption + ": a value is needed";
     double value = 0.0;
     if (!CheckRange({text}, field.lower, field.upper, value))
         return caption + ": Out of range";

@@ -170,6 +170,7 @@ std::optional<PlanErrors> JointErrors(const PlanInputs& inputs, const std::vecto
     if (!predicted)
         return std::nullopt;
     std::vector<int> numbers;
+    numbers.reserve(harmonics.size());
     for (const FitHarmonic& harmonic : harmonics)
         numbers.push_back(harmonic.number);
     if (sigmaStorage != nullptr)
@@ -229,6 +230,12 @@ void PutMessages(PlanResult& result, const PlanInputs& inputs) {
                                       FormatNumber(percent * std::abs(*line.lnPermeability)) +
                                       " %, more than the predicted error");
     }
+    // Permeability is the inverse of what is measured: the predicted error is that of many like tests up to
+    // here (within 15 %); above, some of them stray far upwards, and their skins with them.
+    constexpr double largeError = 0.2;
+    if (sigma && *sigma > largeError)
+        result.messages.push_back(
+            "an error of ln k above 0.2 lets results stray further up than down: go by the 95 % ranges");
     if (!result.storage)
         result.messages.push_back("without harmonics the result rests on the assumed well compressibility");
 }

@@ -1,5 +1,6 @@
 // Inversion, fits, ranges and messages on indices whose answer is known.
 #include "analysis/ExactFit.h"
+#include "analysis/ExactTables.h"
 #include "tests/analysis/ExactSupport.h"
 
 namespace vorela::test {
@@ -199,6 +200,16 @@ TEST(ExactMessages, FewCyclesAndCoarseStepsAreTold) {
     EXPECT_FALSE(Says(Analysed(Quiet()), "step is coarse"));
     EXPECT_TRUE(Says(Analysed(SimulationOf({100, 5, 30, 240, 9, 30, 0.002})),
                      "step is coarse for a sharp valve edge"));
+    EXPECT_TRUE(Says(Analysed(Quiet(), {},
+                              [](LevelRecord& r) {
+                                  for (std::size_t i = 0; 2 * i < r.flow.values.size(); ++i)
+                                      r.flow.values[i] = r.flow.values[2 * i];
+                                  r.flow.values.resize(r.flow.values.size() / 2);
+                                  r.flow.states.resize(r.flow.values.size());
+                                  r.flow.step *= 2;
+                              }),
+                     "step is coarse for a sharp valve edge"))
+        << "of the flow alone";
 }
 
 TEST(ExactMessages, FlowThatIsLateIsSeen) {
@@ -241,6 +252,10 @@ TEST(ExactMessages, AnotherModelAndLargeErrorsAreTold) {
     ASSERT_TRUE(other.enlargedWell);
     EXPECT_NEAR(*other.enlargedWell->permeability, 10, 0.1);
     EXPECT_NEAR(*other.enlargedWell->skin, -3, 0.02);
+    EXPECT_EQ(ExactMethodRows(other, 95).back().front(), "enlarged well");
+    const ExactInterval slightly = Analysed(Quiet(100, -0.3));
+    EXPECT_TRUE(slightly.enlargedWell);
+    EXPECT_EQ(ExactMethodRows(slightly, 95).back().front(), "storage") << "no second opinion near zero";
     const ExactInterval open = Analysed(SimulationOf({1, 5, 50, 600, 7, 100, 0.003, 0.1, 1e-5, 8.5, 12}));
     EXPECT_TRUE(Says(open, "permeability has no upper limit"));
     EXPECT_TRUE(Says(open, "state the error of the well compressibility or choose a longer period"));

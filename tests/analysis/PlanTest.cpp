@@ -133,6 +133,8 @@ TEST(Plan, WarnsOfWhatThePredictedErrorDoesNotContain) {
     const PlanResult noisy = PlanTest(inputs);
     EXPECT_EQ(noisy.recommended, ExactMethod::single);
     EXPECT_EQ(noisy.grade, 'D');
+    EXPECT_THAT(noisy.messages, Contains(HasSubstr("go by the 95 % ranges")));
+    EXPECT_THAT(quick.messages, Not(Contains(HasSubstr("go by the 95 % ranges"))));
 }
 
 std::string FaultInput(const PlanInputs& inputs) {
