@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/CycleTexts.h"
 #include "analysis/modIntervalInfo.h"
 #include "db/DatasetRecord.h"
 #include "general/NumberText.h"
@@ -67,7 +68,7 @@ std::string SubjectOf(const Change& change) {
 
 std::string ValueTextOf(const Change& change, double value) {
     const bool window = change.field == nullptr && value == windowCycleNumber;
-    return window ? "Window" : ShortestText(value);
+    return window ? windowText : ShortestText(value);
 }
 
 ValueStep Put(const Change& change, double value) {

@@ -4,6 +4,7 @@
 #include <QClipboard>
 #include <string>
 
+#include "analysis/CycleTexts.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
 #include "db/DatasetRecord.h"

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "analysis/CellColours.h"
+#include "analysis/CycleTexts.h"
 #include "analysis/ResultGridView.h"
 #include "analysis/ValueHistory.h"
 #include "analysis/modIntervalInfo.h"
@@ -22,8 +23,6 @@
 
 namespace vorela {
 namespace {
-
-constexpr GridKind grids[] = {GridKind::level, GridKind::interval, GridKind::quicklook, GridKind::summary};
 
 /// The values of an interval that the quicklook grid lets the user edit.
 constexpr std::pair<std::size_t, IntervalField> editableValues[] = {
@@ -121,7 +120,7 @@ ResultGridView* ResultPages::View(GridKind kind) const {
 }
 
 void ResultPages::ShowGrids() {
-    for (const GridKind kind : grids)
+    for (const GridKind kind : gridKinds)
         ShowGrid(kind);
 }
 

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "analysis/InterpretationFile.h"
 #include "analysis/modExact.h"
 #include "analysis/modMain.h"
 #include "app/LevelPage.h"

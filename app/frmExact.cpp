@@ -6,6 +6,7 @@
 #include <QScopedValueRollback>
 #include <algorithm>
 
+#include "analysis/InterpretationFile.h"
 #include "analysis/modMain.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/InterpretationFile.h"
 #include "analysis/ValueHistory.h"
 #include "analysis/frmCycleInfo.h"
 #include "analysis/modMain.h"

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "analysis/CycleTexts.h"
 #include "analysis/ExactTables.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modQuicklook.h"
@@ -37,9 +38,8 @@ TextTable LevelRows() {
         const CycleRecord& cycles = datasets[i].cycles;
         const LevelOutputs outputs = GetLevelOutputs(i);
         rows.push_back({datasets[i].dataset, FormatNumber(datasets[i].sortKey),
-                        std::to_string(cycles.RealCycles()),
-                        cycles.ShowsWindow() ? "Window" : std::to_string(cycles.selectedCycle),
-                        Cell(outputs.hpi), Cell(outputs.phaseLag)});
+                        std::to_string(cycles.RealCycles()), SelectedCycleText(cycles), Cell(outputs.hpi),
+                        Cell(outputs.phaseLag)});
     }
     return rows;
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "analysis/CycleReasons.h"
+#include "analysis/InterpretationFile.h"
 #include "analysis/modExact.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"

@@ -9,6 +9,7 @@
 #include <set>
 #include <utility>
 
+#include "analysis/CycleTexts.h"
 #include "analysis/ExactTables.h"
 #include "db/DatasetRecord.h"
 #include "db/IndexUnits.h"
@@ -90,15 +91,13 @@ ReportTable LevelTable(const ExactResults& exact) {
         const DatasetRecord& record = Datasets()[i];
         const ExactLevel level = i < exact.levels.size() ? exact.levels[i] : ExactLevel{};
         const std::int32_t start = record.presentation.recordingStart;
-        table.rows.push_back(
-            {record.dataset, FormatNumber(record.sortKey), start == 0 ? "-" : UtcText(start),
-             FormatNumber(SecondsOf(std::int64_t{record.extentB} - record.extentA)),
-             std::to_string(record.cycles.RealCycles()),
-             record.cycles.ShowsWindow() ? "Window" : std::to_string(record.cycles.selectedCycle),
-             level.firstCycle > 0
-                 ? std::to_string(level.firstCycle) + " to " + std::to_string(level.lastCycle)
-                 : "-",
-             GradesText(level)});
+        table.rows.push_back({record.dataset, FormatNumber(record.sortKey), start == 0 ? "-" : UtcText(start),
+                              FormatNumber(SecondsOf(std::int64_t{record.extentB} - record.extentA)),
+                              std::to_string(record.cycles.RealCycles()), SelectedCycleText(record.cycles),
+                              level.firstCycle > 0 ? std::to_string(level.firstCycle) + " to " +
+                                                         std::to_string(level.lastCycle)
+                                                   : "-",
+                              GradesText(level)});
     }
     return table;
 }

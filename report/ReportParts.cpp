@@ -6,6 +6,7 @@
 #include <map>
 #include <utility>
 
+#include "analysis/CycleTexts.h"
 #include "analysis/ExactTables.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
@@ -58,8 +59,7 @@ ReportTable LevelFacts(std::size_t dataset, const ExactLevel& level) {
         {"Tool string", record.presentation.toolString.empty() ? none : record.presentation.toolString},
         {"Cycles measured from", CycleSourceText(dataset)},
         {"Number of cycles", std::to_string(record.cycles.RealCycles())},
-        {"Selected cycle",
-         record.cycles.ShowsWindow() ? "Window" : std::to_string(record.cycles.selectedCycle)},
+        {"Selected cycle", SelectedCycleText(record.cycles)},
         {"Harmonic productivity index (rps/psi)", ReportNumber(outputs.hpi)},
         {"Phase angle lag (degrees)", ReportNumber(outputs.phaseLag)},
         {"Cycles of the exact analysis",

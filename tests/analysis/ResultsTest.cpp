@@ -2,6 +2,8 @@
 
 #include <clocale>
 
+#include "analysis/CycleTexts.h"
+#include "analysis/InterpretationFile.h"
 #include "analysis/modComplex.h"
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMain.h"
