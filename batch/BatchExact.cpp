@@ -91,21 +91,26 @@ Json IntervalJson(const ExactInterval& interval) {
               {"enlargedWell", EstimateJson(interval.enlargedWell)},
               {"apparentCompressibility", Number(interval.apparentCompressibility)},
               {"apparentCompressibilitySigma", Number(interval.apparentCompressibilitySigma)},
-              {"budget", Json::array()}};
+              {"budget", BudgetJson(interval.budget)}};
     for (const ExactHarmonic& harmonic : interval.harmonics) {
         Json item = HarmonicJson(harmonic);
         item["used"] = harmonic.used;
         json["harmonics"].push_back(std::move(item));
     }
-    for (const ExactBudgetLine& line : interval.budget)
-        json["budget"].push_back({{"input", line.input},
-                                  {"step", line.step},
-                                  {"lnPermeability", Number(line.lnPermeability)},
-                                  {"skin", Number(line.skin)}});
     return json;
 }
 
 }  // namespace
+
+Json BudgetJson(const std::vector<ExactBudgetLine>& budget) {
+    Json json = Json::array();
+    for (const ExactBudgetLine& line : budget)
+        json.push_back({{"input", line.input},
+                        {"step", line.step},
+                        {"lnPermeability", Number(line.lnPermeability)},
+                        {"skin", Number(line.skin)}});
+    return json;
+}
 
 Json ExactJson(const ExactResults& results) {
     Json json{{"levels", Json::array()}, {"intervals", Json::array()}};

@@ -9,17 +9,21 @@
 
 #include "analysis/PlanForm.h"
 #include "analysis/PlanTables.h"
+#include "batch/BatchExact.h"
 #include "batch/BatchReport.h"
 #include "batch/BatchStop.h"
 #include "general/AtomicFile.h"
 #include "general/NumberText.h"
 #include "general/SettingsFile.h"
+#include "general/Version.h"
 #include "general/modGeneral.h"
 
 namespace vorela {
 namespace {
 
 using Json = nlohmann::ordered_json;
+/// As `schema` of the results: docs/schema, the second number rises with a new key.
+constexpr const char* planSchema = "vorela-plan/1.0";
 
 // --- Inputs ---
 
@@ -81,26 +85,74 @@ Json LevelJson(const PlanLevel& level) {
             {"shareGauge", level.shareGauge}};
 }
 
+Json HarmonicJson(const PlanHarmonic& harmonic) {
+    return {{"harmonic", harmonic.number},
+            {"upper", LevelJson(harmonic.upper)},
+            {"lower", LevelJson(harmonic.lower)},
+            {"used", harmonic.used}};
+}
+
+Json CyclesWanted(const PlanResult& plan) {
+    return plan.cyclesWanted ? Json(*plan.cyclesWanted) : Json(nullptr);
+}
+
+/// The line of a period in the table; without a result its values are null and `fault` says why.
+Json PeriodJson(const PlanPoint& point) {
+    Json json{{"period", point.period}, {"cycles", std::max(0.0, point.cycles)}, {"fault", nullptr}};
+    if (!point.result) {
+        json["fault"] = point.fault;
+        for (const char* key : {"lag", "radius", "pressure", "flow", "sigmaLnPermeability", "sigmaSkin",
+                                "recommended", "cyclesWanted", "hoursOnLevel"})
+            json[key] = nullptr;
+        return json;
+    }
+    const PlanResult& plan = *point.result;
+    const PlanLevel& upper = plan.harmonics.front().upper;
+    const ExactEstimate& best = plan.Recommended().estimate;
+    json.update({{"lag", plan.lag},
+                 {"radius", plan.radius},
+                 {"pressure", upper.pressure},
+                 {"flow", upper.flow},
+                 {"sigmaLnPermeability", Number(best.sigmaLnPermeability)},
+                 {"sigmaSkin", Number(best.sigmaSkin)},
+                 {"recommended", MethodName(plan.recommended)},
+                 {"cyclesWanted", CyclesWanted(plan)},
+                 {"hoursOnLevel", plan.hoursOnLevel}});
+    return json;
+}
+
+Json InputsJson(const PlanInputs& inputs) {
+    Json json;
+    for (const PlanField& field : PlanFields())
+        json[field.name] = inputs.*field.field;
+    json["wanted"] = Number(inputs.wanted);
+    return json;
+}
+
 std::string PlanJson(const PlanInputs& inputs, const PlanResult& plan) {
-    Json json{{"inputs", Json::object()},
+    Json json{{"schema", planSchema},
+              {"program", VersionLine("vorela-batch")},
+              {"inputs", InputsJson(inputs)},
               {"lag", plan.lag},
               {"radius", plan.radius},
               {"penetration", plan.penetration},
-              {"levels", Json::array()}};
-    for (const PlanField& field : PlanFields())
-        json["inputs"][field.name] = inputs.*field.field;
-    json["inputs"]["wanted"] = Number(inputs.wanted);
+              {"grade", std::string(1, plan.grade)},
+              {"levels", Json::array()},
+              {"single", ErrorsJson(plan.single)},
+              {"joint", ErrorsJson(plan.joint)},
+              {"storage", ErrorsJson(plan.storage)},
+              {"constrained", ErrorsJson(plan.constrained)},
+              {"recommended", MethodName(plan.recommended)},
+              {"apparentCompressibilitySigma", Number(plan.compressibilitySigma)},
+              {"cyclesWanted", CyclesWanted(plan)},
+              {"hoursOnLevel", plan.hoursOnLevel},
+              {"budget", BudgetJson(plan.budget)},
+              {"messages", plan.messages},
+              {"periods", Json::array()}};
     for (const PlanHarmonic& harmonic : plan.harmonics)
-        json["levels"].push_back({{"harmonic", harmonic.number},
-                                  {"upper", LevelJson(harmonic.upper)},
-                                  {"lower", LevelJson(harmonic.lower)}});
-    json["single"] = ErrorsJson(plan.single);
-    json["joint"] = ErrorsJson(plan.joint);
-    json["storage"] = ErrorsJson(plan.storage);
-    json["constrained"] = ErrorsJson(plan.constrained);
-    json["recommended"] = MethodName(plan.recommended);
-    json["cyclesWanted"] = plan.cyclesWanted ? Json(*plan.cyclesWanted) : Json(nullptr);
-    json["hoursOnLevel"] = plan.hoursOnLevel;
+        json["levels"].push_back(HarmonicJson(harmonic));
+    for (const PlanPoint& point : PlanOverPeriods(inputs))
+        json["periods"].push_back(PeriodJson(point));
     constexpr int indentation = 2;
     return json.dump(indentation) + "\n";
 }

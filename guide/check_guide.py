@@ -188,14 +188,19 @@ def check_json(bin_dir):
         def out(*words):
             return subprocess.run([str(bin_dir / words[0]), *words[1:]], cwd=folder, check=True,
                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
-        out("dravik", "simulate", "w.dkb", "--levels", "2")
+        truth = out("dravik", "simulate", "w.dkb", "--levels", "2", "--json", "-")
         results = out("vorela-batch", "w.dkb", "--settings", str(SOURCE / "docs/examples/well.ini"), "--json", "-")
         plan = out("vorela-batch", "--plan", "k=100,skin=5", "--json", "-")
         example = SOURCE / "docs" / "examples" / "sheet.csv"
         imported = out("dravik", "import", "-", str(example), "--dry-run", "--json", "-")
-    for heading, text in (("Results", results), ("Plan", plan), ("Import", imported)):
+    for heading, text in (("Results", results), ("Plan", plan), ("Import", imported), ("Truth of a simulation", truth)):
         lines = list(section_lines("json.md", heading))
-        true = set(keys_of(json.loads(text)))
+        document = json.loads(text)
+        if heading == "Plan":  # its inputs stand in the chapter on planning
+            for key in document["inputs"].keys() ^ set(table_keys(section_lines("planning.md", "What can be stated"))):
+                yield f"planning.md, What can be stated: {key} is missing, or no input"
+            document["inputs"] = None
+        true = set(keys_of(document))
         for key in sorted(true - coded("\n".join(lines))):
             yield f"json.md, {heading}: {key} is missing"
         for key in sorted(set(table_keys(lines)) - true):

@@ -19,7 +19,7 @@ share/bash-completion/completions/dravik share/bash-completion/completions/vorel
 share/doc/vorela/changelog.gz share/doc/vorela/copyright share/doc/vorela/examples/well.ini
 share/icons/hicolor/scalable/apps/vorela.svg share/man/man1/Vorela.1.gz share/man/man1/dravik.1.gz
 share/man/man1/vorela-batch.1.gz share/metainfo/vorela.metainfo.xml share/mime/packages/vorela.xml
-share/vorela/Vorela.hlp share/vorela/demo.ini share/vorela/vorela-results.schema.json
+share/vorela/Vorela.hlp share/vorela/demo.ini share/vorela/vorela-results.schema.json share/vorela/vorela-plan.schema.json
 share/doc/vorela/examples/live-recording.c share/doc/vorela/examples/profile.py
 share/doc/vorela/examples/compare-wells.py share/doc/vorela/examples/one-well.sh
 share/doc/vorela/examples/many-wells.sh share/doc/vorela/examples/job-array.sh""".split()

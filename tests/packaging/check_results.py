@@ -19,7 +19,12 @@ import jsonschema
 BIN, SOURCE = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
 SCRIPTS = SOURCE / "docs/examples/scripts"
 SETTINGS = SOURCE / "packaging/demo.ini"
-SCHEMA = json.loads((SOURCE / "docs/schema/vorela-results.schema.json").read_text())
+
+
+def validator_of(name):
+    schema = json.loads((SOURCE / "docs/schema" / f"vorela-{name}.schema.json").read_text())
+    jsonschema.Draft202012Validator.check_schema(schema)
+    return jsonschema.Draft202012Validator(schema)
 
 
 class Results(unittest.TestCase):
@@ -27,8 +32,7 @@ class Results(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory(prefix="vorela-test-")
         cls.work = pathlib.Path(cls.folder.name)
-        cls.validator = jsonschema.Draft202012Validator(SCHEMA)
-        cls.validator.check_schema(SCHEMA)
+        cls.validator = validator_of("results")
         cls.run_in("dravik", "simulate", "well.dkb", "--levels", "3", "--cycles", "6", "--step", "100")
         cls.run_in("vorela-batch", "well.dkb", "--settings", SETTINGS, "--json", "well.json", "--table", "well.csv")
         cls.results = json.loads((cls.work / "well.json").read_text())
@@ -72,10 +76,33 @@ class Results(unittest.TestCase):
             "cycle number 0": lambda d: d["levels"][0]["cycles"][0].update(number=0),
             "no levels": lambda d: d.update(levels=[]),
         }
+        self.assert_refused(self.validator, self.results, breaks)
+
+    def assert_refused(self, validator, sound, breaks):
         for name, damage in breaks.items():
-            document = copy.deepcopy(self.results)
+            document = copy.deepcopy(sound)
             damage(document)
-            self.assertFalse(self.validator.is_valid(document), name)
+            self.assertFalse(validator.is_valid(document), name)
+
+    def test_plans_are_as_their_schema_says(self):
+        validator = validator_of("plan")
+        for inputs in ("k=100,skin=5,wanted=0.01", "k=0.01,skin=-2,cycles=2,gauge=5", "k=5000,skin=0,kBelow=0,flow=0.2,period=20",
+                       "k=100,skin=5,compressibilityError=5,step=10,wanted=0.02"):
+            plan = json.loads(self.run_in("vorela-batch", "--plan", inputs, "--json", "-"))
+            validator.validate(plan)
+        self.assertEqual(plan["recommended"], "constrained")
+        self.assertIn("step is coarse for a sharp valve edge", plan["messages"])
+        self.assertEqual([round(line["period"], 1) for line in plan["periods"] if line["fault"] is None][0], 56.5)
+        self.assert_refused(validator, plan, {
+            "the results' schema": lambda d: d.update(schema="vorela-results/1.0"),
+            "an input is gone": lambda d: d["inputs"].pop("kBelow"),
+            "an unknown input": lambda d: d["inputs"].update(depth3=1),
+            "no harmonic": lambda d: d.update(levels=[]),
+            "a share above 1": lambda d: d["levels"][0]["upper"].update(shareGauge=1.1),
+            "a method without its errors": lambda d: d["joint"].pop("sigmaSkin"),
+            "one cycle is wanted": lambda d: d.update(cyclesWanted=1),
+            "a fault beside a result": lambda d: d["periods"][-1].update(lag=5.0),
+        })
 
     def test_the_table_has_the_numbers_of_the_document(self):
         with open(self.work / "well.csv", newline="") as file:
