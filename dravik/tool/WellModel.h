@@ -17,8 +17,8 @@ struct Layer {
     double viscosity = 1.0;         ///< cP
     double compressibility = 1e-5;  ///< total, 1/psi
     double boreholeDiameter = 8.5;  ///< inches
-    /// A negative skin is a well of the larger radius r e^{-S}. Asked for, not by the sign alone: the analysis
-    /// takes skin for a thin zone first, and a record of just that has to be there to try it with.
+    /// A negative skin is a well of the larger radius r e^{-S}. Asked for, not by the sign alone: the
+    /// analysis takes skin for a thin zone first, and a record of just that has to be there to try it with.
     bool enlargedWell = false;
 };
 
