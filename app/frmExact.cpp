@@ -143,6 +143,7 @@ void frmExact::Compute() {
 }
 
 void frmExact::ShowEmptyState(const QString& reason) {
+    FillChoosers();
     ui_->lblEmpty->setText(reason);
     ui_->pages->setCurrentWidget(ui_->pageEmpty);
     for (QWidget* control : {static_cast<QWidget*>(ui_->cmdCopy), static_cast<QWidget*>(ui_->cmdSave),

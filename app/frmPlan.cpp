@@ -8,6 +8,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStyle>
 #include <array>
 
 #include "db/modSelectData.h"
@@ -24,6 +25,8 @@ namespace {
 
 constexpr const char* spinnerInput = "spinner";
 constexpr const char* valveInput = "ownValve";
+
+constexpr int widthOfTwoColumns = 1100;
 
 constexpr PenDescription blueLine{LineStyle::solid, 2, {0, 0, 255}};
 constexpr PenDescription redLine{LineStyle::solid, 2, {255, 0, 0}};
@@ -88,9 +91,14 @@ std::vector<QWidget*> TabStops(const QWidget& window) {
 
 frmPlan::frmPlan(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::frmPlan>()) {
     ui_->setupUi(this);
-    const std::vector<QWidget*> results = TabStops(*this);
+    // They are as high as there is room for: what they would like must not bring a scroll bar about them.
+    for (QWidget* shown : {static_cast<QWidget*>(ui_->picPeriods), static_cast<QWidget*>(ui_->fgPeriods),
+                           static_cast<QWidget*>(ui_->fgSummary), static_cast<QWidget*>(ui_->fgLevels),
+                           static_cast<QWidget*>(ui_->fgMethods)})
+        shown->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    results_ = TabStops(*this);
     BuildBoxes();
-    OrderTabs(results);
+    Arrange(width() >= widthOfTwoColumns);
     connect(ui_->cmdOK, &QPushButton::clicked, this, &frmPlan::accept);
     connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmPlan::reject);
     connect(ui_->cmdParameters, &QPushButton::clicked, this, &frmPlan::TakeParameters);
@@ -113,8 +121,7 @@ void frmPlan::BuildBoxes() {
             group = new QFormLayout(frame);
             group->setVerticalSpacing(2);
             group->setContentsMargins(6, 2, 6, 4);
-            const bool first = box.group <= PlanGroup::below || box.group == PlanGroup::tools;
-            (first ? ui_->layFirst : ui_->laySecond)->addWidget(frame);
+            groups_.push_back(frame);
         }
         QWidget* const control = MakeControl(box);
         control->setToolTip(FromText(PlanMeaning(box.input)));
@@ -124,12 +131,36 @@ void frmPlan::BuildBoxes() {
             group->addRow(tr(box.caption) + (*box.unit == 0 ? QString() : " (" + tr(box.unit) + ")"),
                           control);
     }
+}
+
+void frmPlan::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    Arrange(width() >= widthOfTwoColumns);
+}
+
+void frmPlan::Arrange(bool wide) {
+    if (isWide_ == wide)
+        return;
+    isWide_ = wide;
+    for (QLayout* column : {static_cast<QLayout*>(ui_->layFirst), static_cast<QLayout*>(ui_->laySecond)})
+        while (const std::unique_ptr<QLayoutItem> item{column->takeAt(0)}) {
+        }
+    for (std::size_t i = 0; i < groups_.size(); ++i) {
+        const auto group = static_cast<PlanGroup>(i);
+        const bool second = wide && (group == PlanGroup::well || group == PlanGroup::test);
+        (second ? ui_->laySecond : ui_->layFirst)->addWidget(groups_[i]);
+    }
     ui_->layFirst->addStretch();
     ui_->laySecond->addStretch();
+    ui_->layInputs->setSpacing(wide ? -1 : 0);
+    ui_->layInputs->activate();
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    ui_->scrInputs->setFixedWidth(ui_->wgtInputs->minimumSizeHint().width() + bar);
+    OrderTabs();
 }
 
 // Down the first column, down the second, then the results: the boxes are younger than the form.
-void frmPlan::OrderTabs(const std::vector<QWidget*>& results) {
+void frmPlan::OrderTabs() {
     std::vector<QWidget*> order;
     for (const QLayout* column :
          {static_cast<QLayout*>(ui_->layFirst), static_cast<QLayout*>(ui_->laySecond)})
@@ -138,7 +169,7 @@ void frmPlan::OrderTabs(const std::vector<QWidget*>& results) {
                 for (QWidget* box : group->findChildren<QWidget*>())
                     if ((box->focusPolicy() & Qt::TabFocus) != 0)
                         order.push_back(box);
-    order.insert(order.end(), results.begin(), results.end());
+    order.insert(order.end(), results_.begin(), results_.end());
     for (std::size_t i = 1; i < order.size(); ++i)
         setTabOrder(order[i - 1], order[i]);
 }

@@ -4,6 +4,7 @@
 
 #include <QDialog>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "analysis/PlanForm.h"
@@ -27,8 +28,12 @@ class frmPlan : public QDialog {
     void accept() override;
 
   private:
+    void resizeEvent(QResizeEvent* event) override;
     void BuildBoxes();
-    void OrderTabs(const std::vector<QWidget*>& results);
+    /// Groups of boxes in two columns where the window is wide enough for both and the results; else below
+    /// one another, so that picture and table stay in sight.
+    void Arrange(bool wide);
+    void OrderTabs();
     QWidget* MakeControl(const PlanBox& box);
     void FillIn(const PlanForm& form);
     PlanForm Form() const;
@@ -42,7 +47,10 @@ class frmPlan : public QDialog {
     void Save();
 
     std::unique_ptr<Ui::frmPlan> ui_;
-    TextRows report_;  ///< empty while a box is refused
+    std::vector<QWidget*> groups_;   ///< by PlanGroup
+    std::vector<QWidget*> results_;  ///< where the Tab key stops behind the boxes
+    std::optional<bool> isWide_;     ///< as arranged
+    TextRows report_;                ///< empty while a box is refused
 };
 
 }  // namespace vorela

@@ -87,6 +87,8 @@ class DrawingSurface {
     virtual void SetSmooth(bool smooth) = 0;
     /// Fills an area with one colour, whatever brush is selected.
     virtual void Fill(const DeviceBox& box, Colour colour) = 0;
+    /// The same of a closed shape, so thin that what lies beneath shows through.
+    virtual void Tint(std::span<const DevicePoint> shape, Colour colour) = 0;
     /// Colour of the texts that follow; black at the beginning.
     virtual void SetTextColour(Colour colour) = 0;
     virtual void SetTextAlign(TextAlignment alignment) = 0;

@@ -44,10 +44,10 @@ void MakeEqual(AxisSpan& x, AxisSpan& y, const FrameRectangle& frame) {
     narrow.high += missing;
 }
 
-void Label(PictureAxes& axes, DevicePoint point, const std::string& text) {
+void Label(PictureAxes& axes, DevicePoint point, const std::string& text, Colour colour) {
     constexpr double aside = 7;
     const DevicePoint at = axes.At(point.x, point.y);
-    axes.Text({at.x + aside, at.y - aside}, text, TextAlignment::bottomLeft);
+    axes.Text({at.x + aside, at.y - aside}, text, TextAlignment::bottomLeft, colour);
 }
 
 /// A point with its range upright; an arrow where the range has no end.
@@ -109,7 +109,7 @@ void DrawOverPeriod(DrawingSurface& surface, const FrameRectangle& frame, const 
                   modelLine);
     for (const PictureHarmonic& harmonic : picture.harmonics) {
         UprightRange(axes, harmonic.period, harmonic.*what.value, harmonic);
-        Label(axes, {harmonic.period, (harmonic.*what.value).value}, NameOf(harmonic));
+        Label(axes, {harmonic.period, (harmonic.*what.value).value}, NameOf(harmonic), ColourOf(harmonic));
     }
 }
 
@@ -173,17 +173,27 @@ void DrawBarRange(PictureAxes& axes, double middle, const ValueWithRange& value)
         axes.Arrow({to, middle}, 1, black);
 }
 
-/// Over all bars: above a bar's range where there is room for that, else across it. A bar that is lower than
-/// a line of text has none.
-void LabelBars(PictureAxes& axes, const ProfilePicture& picture) {
-    constexpr double textHeight = 16, aboveRange = 9;
+/// Beside the middle of each bar: inside where the text fits, else behind its end and range. A bar that is
+/// lower than its lines has the first of them, or none.
+void LabelBars(DrawingSurface& surface, PictureAxes& axes, const ProfilePicture& picture) {
+    constexpr double lineHeight = 15, aside = 8;
+    const FrameRectangle& frame = axes.Frame();
     for (const ProfileBar& bar : picture.bars) {
         const double top = axes.At(0, bar.top).y, bottom = axes.At(0, bar.bottom).y;
-        if (bottom - top < textHeight)
-            continue;
-        const bool roomAbove = (bottom - top) / 2 >= textHeight + aboveRange;
-        const double baseline = (top + bottom) / 2 + (roomAbove ? -aboveRange : textHeight / 2);
-        axes.Text({axes.Frame().left + 6, baseline}, bar.label, TextAlignment::bottomLeft);
+        const auto count = std::min(bar.lines.size(), static_cast<std::size_t>((bottom - top) / lineHeight));
+        double width = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            width = std::max(width, surface.TextWidth(bar.lines[i]));
+        const ValueWithRange& k = bar.permeability;
+        const double start = bar.solved ? axes.At(k.lower.value_or(k.value), 0).x : frame.left;
+        double left = frame.left + aside;
+        if (left + width + aside > start) {
+            const double end = k.upper.value_or(k.lower.value_or(k.value));
+            left = std::min(std::max(left, axes.At(end, 0).x + aside), frame.right - width - aside);
+        }
+        double baseline = (top + bottom) / 2 - lineHeight * (static_cast<double>(count) / 2 - 1) - 2;
+        for (std::size_t i = 0; i < count; ++i, baseline += lineHeight)
+            axes.Text({left, baseline}, bar.lines[i], TextAlignment::bottomLeft);
     }
 }
 
@@ -205,7 +215,7 @@ void DrawColumn(DrawingSurface& surface, const FrameRectangle& frame, const Prof
         DrawBarRange(axes, (top + bottom) / 2, value);
     }
     if (labelled)
-        LabelBars(axes, picture);
+        LabelBars(surface, axes, picture);
 }
 
 }  // namespace
@@ -228,12 +238,15 @@ void DrawImpedance(DrawingSurface& surface, const ImpedancePicture& picture) {
     y.Widen(room);
     MakeEqual(x, y, frame);
     PictureAxes axes(surface, frame, x, y);
-    axes.Draw(picture.title, "Re Z (psi per bbl/day)", "-Im Z (psi per bbl/day)");
+    axes.Draw("Impedance, " + picture.title, "Re Z (psi per bbl/day)", "-Im Z (psi per bbl/day)");
+    for (const PictureHarmonic& harmonic : picture.harmonics)
+        if (harmonic.used)
+            axes.Tint(harmonic.circle, ColourOf(harmonic));
     axes.Curve(picture.model, modelLine);
     for (const PictureHarmonic& harmonic : picture.harmonics) {
         axes.Curve(harmonic.circle, {LineStyle::solid, 1, ColourOf(harmonic)});
         axes.Mark(harmonic.point, ColourOf(harmonic));
-        Label(axes, harmonic.point, NameOf(harmonic));
+        Label(axes, harmonic.point, NameOf(harmonic), ColourOf(harmonic));
     }
     axes.Text({frame.left + 6, frame.top + 20}, picture.note, TextAlignment::bottomLeft);
 }
@@ -253,12 +266,13 @@ void DrawCyclePoints(DrawingSurface& surface, const CyclesPicture& picture) {
     y.Widen(room);
     MakeEqual(x, y, frame);
     PictureAxes axes(surface, frame, x, y);
-    axes.Draw(picture.title, "Re Y (bbl/day per psi)", "Im Y (bbl/day per psi)");
+    axes.Draw("Cycles of " + picture.title, "Re Y (bbl/day per psi)", "Im Y (bbl/day per psi)");
+    axes.Tint(picture.circle, ofTheLevel);
     axes.Curve(picture.circle, {LineStyle::solid, 1, ofTheLevel});
     for (const PictureCycle& cycle : picture.cycles) {
         axes.Mark(cycle.point, ofACycle);
         if (cycle.strays)
-            Label(axes, cycle.point, std::to_string(cycle.number));
+            Label(axes, cycle.point, std::to_string(cycle.number), ofACycle);
     }
     axes.Mark(picture.mean, ofTheLevel);
     axes.Text({frame.left + 6, frame.top + 20}, picture.note, TextAlignment::bottomLeft);
@@ -272,7 +286,7 @@ void DrawAmplitudeAndLag(DrawingSurface& surface, const ImpedancePicture& pictur
     lower.top = std::min(half + topMargin, lower.bottom - 1);
     DrawOverPeriod(surface, upper, picture,
                    {"|Z| (psi per bbl/day)", &PictureHarmonic::amplitude, picture.modelAmplitude},
-                   picture.title + "   " + picture.note);
+                   "Amplitude and lag over the period, " + picture.title + "   " + picture.note);
     DrawOverPeriod(surface, lower, picture, {"Lag (degrees)", &PictureHarmonic::lag, picture.modelLag}, "");
 }
 
@@ -282,8 +296,8 @@ void DrawProfile(DrawingSurface& surface, const ProfilePicture& picture) {
     FrameRectangle left = whole, right = whole;
     left.right = std::max(parting - rightMargin, left.left + 1);
     right.left = std::min(parting + leftMargin, right.right - 1);
-    DrawColumn(surface, left, picture, {"Permeability (mD)", &ProfileBar::permeability, true, picture.title},
-               true);
+    DrawColumn(surface, left, picture,
+               {"Permeability (mD)", &ProfileBar::permeability, true, "Profile " + picture.title}, true);
     DrawColumn(surface, right, picture, {"Skin", &ProfileBar::skin, false, ""}, false);
 }
 

@@ -40,9 +40,9 @@ struct ImpedancePicture {
 };
 
 struct ProfileBar {
-    double top = 0, bottom = 0;  ///< ft
-    std::string label;
-    bool solved = false;  ///< false: only the ranges hold, as far as they are known
+    double top = 0, bottom = 0;      ///< ft
+    std::vector<std::string> lines;  ///< of text
+    bool solved = false;             ///< false: only the ranges hold, as far as they are known
     ValueWithRange permeability, skin;
 };
 struct ProfilePicture {

@@ -65,7 +65,8 @@ void DrawLogChart(DrawingSurface& surface, const LogChart& chart) {
     const double height = (size.height - captionHeight) / static_cast<double>(rows);
     for (std::size_t i = 0; i < chart.panels.size(); ++i) {
         const double left = static_cast<double>(i % columns) * width;
-        const double top = static_cast<double>(i / columns) * height;
+        const std::size_t row = i / columns;
+        const double top = static_cast<double>(row) * height;
         DrawPanel(surface, chart, chart.panels[i],
                   {left + leftMargin, top + topMargin, left + width - rightMargin,
                    std::max(top + height - bottomMargin, top + topMargin + 1)});

@@ -81,6 +81,13 @@ bool ClipTo(const FrameRectangle& frame, DevicePoint& from, DevicePoint& to) {
     return true;
 }
 
+/// Where the texts of a logarithmic axis would touch, whole powers of ten alone keep theirs. The ticks stand.
+void LeaveDecades(const std::vector<double>& ticks, std::vector<std::string>& texts) {
+    for (std::size_t i = 0; i < ticks.size(); ++i)
+        if (const double power = std::log10(ticks[i]); std::abs(power - std::round(power)) > aHair)
+            texts[i].clear();
+}
+
 bool IsFinite(DevicePoint point) {
     return std::isfinite(point.x) && std::isfinite(point.y);
 }
@@ -104,7 +111,8 @@ void AxisSpan::Widen(double share) {
         low /= factor;
         high *= factor;
     } else {
-        const double room = std::max({high - low, aHair, std::abs(high) * 0.02}) * share;
+        const double size = std::max(high - low, std::abs(high) * 0.02);
+        const double room = (size > 0.0 ? size : 1.0) * share;
         low -= room;
         high += room;
     }
@@ -154,6 +162,7 @@ std::vector<std::string> AxisSpan::TickTexts(const std::vector<double>& ticks) c
     if (decimals > 0)
         pattern += "." + std::string(static_cast<std::size_t>(decimals), logarithmic ? '#' : '0');
     std::vector<std::string> texts;
+    texts.reserve(ticks.size());
     for (const double tick : ticks)
         texts.push_back(FormatByPattern(tick, pattern));
     return texts;
@@ -197,8 +206,7 @@ void PictureAxes::DeviceLine(DevicePoint from, DevicePoint to, const PenDescript
     surface_.LineTo(to);
 }
 
-// Where texts would touch, whole powers of ten alone have theirs on a logarithmic axis; else the text that
-// would touch the one before is left out. The ticks stand.
+// A text that would touch the one before is left out.
 void PictureAxes::GridAcross() {
     const std::vector<double> ticks = x_.Ticks();
     std::vector<std::string> texts = x_.TickTexts(ticks);
@@ -206,9 +214,7 @@ void PictureAxes::GridAcross() {
     for (const std::string& text : texts)
         needed += surface_.TextWidth(text) + 2 * textGap;
     if (x_.logarithmic && needed > frame_.right - frame_.left)
-        for (std::size_t i = 0; i < ticks.size(); ++i)
-            if (const double power = std::log10(ticks[i]); std::abs(power - std::round(power)) > aHair)
-                texts[i].clear();
+        LeaveDecades(ticks, texts);
     double free = -std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < ticks.size(); ++i) {
         const double x = At(ticks[i], y_.low).x;
@@ -224,13 +230,16 @@ void PictureAxes::GridAcross() {
 
 void PictureAxes::GridUpward() {
     const std::vector<double> ticks = y_.Ticks();
-    const std::vector<std::string> texts = y_.TickTexts(ticks);
+    std::vector<std::string> texts = y_.TickTexts(ticks);
+    const double needed = static_cast<double>(ticks.size()) * (textHeight + textGap);
+    if (y_.logarithmic && needed > frame_.bottom - frame_.top)
+        LeaveDecades(ticks, texts);
     double last = std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < ticks.size(); ++i) {
         const double y = At(x_.low, ticks[i]).y;
         DeviceLine({frame_.left, y}, {frame_.right, y}, gridLine);
         DeviceLine({frame_.left - tickLength, y}, {frame_.left, y}, blackLine);
-        if (std::abs(y - last) < textHeight)
+        if (texts[i].empty() || std::abs(y - last) < textHeight)
             continue;
         Text({frame_.left - tickLength - textGap, y + textHeight / 2}, texts[i], TextAlignment::bottomRight);
         last = y;
@@ -247,28 +256,40 @@ void PictureAxes::Draw(const std::string& title, const std::string& xCaption, co
     DeviceLine({frame_.left, frame_.bottom}, {frame_.left, frame_.top}, blackLine);
     Text({(frame_.left + frame_.right) / 2, frame_.bottom + tickLength + 2 * (textGap + textHeight)},
          xCaption, TextAlignment::bottomCentre);
-    // Beside the title rather than upright: level text is read faster and looks the same in every format.
-    Text({frame_.left, frame_.top - textGap},
-         title.empty() || yCaption.empty() ? yCaption + title : yCaption + "   " + title,
-         TextAlignment::bottomLeft);
+    // Level rather than upright: it is read faster and looks the same in every format.
+    Text({frame_.left, frame_.top - textGap}, yCaption, TextAlignment::bottomLeft);
+    Text({frame_.left, frame_.top - 2 * textGap - textHeight}, title, TextAlignment::bottomLeft);
     surface_.SetSmooth(true);
 }
 
 void PictureAxes::Legend(const std::vector<std::pair<PenDescription, std::string>>& entries) {
-    constexpr double sampleLength = 18;
+    constexpr double sampleLength = 18, apart = 4 * textGap;
     const double base = frame_.top - textGap;
-    double x = frame_.left;
+    double needed = -apart;
+    for (const auto& [pen, name] : entries)
+        needed += sampleLength + textGap + surface_.TextWidth(name) + apart;
+    // Of a narrow frame it begins further left, so that all of it is seen.
+    double x = std::max(0.0, std::min(frame_.left, frame_.right - needed));
     for (const auto& [pen, name] : entries) {
         DeviceLine({x, base - textHeight / 2}, {x + sampleLength, base - textHeight / 2}, pen);
         x += sampleLength + textGap;
         Text({x, base}, name, TextAlignment::bottomLeft);
-        x += surface_.TextWidth(name) + 4 * textGap;
+        x += surface_.TextWidth(name) + apart;
     }
 }
 
 void PictureAxes::Curve(std::span<const DevicePoint> points, const PenDescription& pen) {
     for (std::size_t i = 1; i < points.size(); ++i)
         Line(points[i - 1], points[i], pen);
+}
+
+void PictureAxes::Tint(std::span<const DevicePoint> points, Colour colour) {
+    std::vector<DevicePoint> shape;
+    shape.reserve(points.size());
+    for (const DevicePoint& point : points)
+        shape.push_back(At(point.x, point.y));
+    if (std::all_of(shape.begin(), shape.end(), IsFinite))
+        surface_.Tint(shape, colour);
 }
 
 void PictureAxes::Line(DevicePoint from, DevicePoint to, const PenDescription& pen) {
@@ -289,9 +310,13 @@ void PictureAxes::Fill(const FrameRectangle& area, Colour colour) {
         surface_.Fill({area.left, area.top, area.right, area.bottom}, colour);
 }
 
-void PictureAxes::Text(DevicePoint device, const std::string& text, TextAlignment alignment) {
+void PictureAxes::Text(DevicePoint device, const std::string& text, TextAlignment alignment, Colour colour) {
+    if (text.empty())
+        return;
     surface_.SetTextAlign(alignment);
+    surface_.SetTextColour(colour);
     surface_.TextOut(device, text);
+    surface_.SetTextColour({});
 }
 
 void PictureAxes::Arrow(DevicePoint device, int direction, Colour colour) {

@@ -44,8 +44,11 @@ class PictureAxes {
     PictureAxes(const PictureAxes&) = delete;
     PictureAxes& operator=(const PictureAxes&) = delete;
 
+    /// The title above the y axis's caption, both above the frame.
     void Draw(const std::string& title, const std::string& xCaption, const std::string& yCaption);
     DevicePoint At(double x, double y) const;
+    /// A closed curve that lies inside the frame, filled so thinly that grid and curves show through.
+    void Tint(std::span<const DevicePoint> points, Colour colour);
     /// Clipped to the frame; points that are not finite part the curve.
     void Curve(std::span<const DevicePoint> points, const PenDescription& pen);
     void Line(DevicePoint from, DevicePoint to, const PenDescription& pen);
@@ -55,7 +58,7 @@ class PictureAxes {
     void Mark(DevicePoint at, Colour colour);
     /// Device units, sides level and upright.
     void Fill(const FrameRectangle& area, Colour colour);
-    void Text(DevicePoint device, const std::string& text, TextAlignment alignment);
+    void Text(DevicePoint device, const std::string& text, TextAlignment alignment, Colour colour = {});
     /// An arrow head at a device point, pointing right (1), left (-1), up (2) or down (-2).
     void Arrow(DevicePoint device, int direction, Colour colour);
     const FrameRectangle& Frame() const { return frame_; }

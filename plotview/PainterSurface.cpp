@@ -214,6 +214,19 @@ void PainterSurface::Fill(const DeviceBox& box, Colour colour) {
     painter_.setRenderHint(QPainter::Antialiasing, smooth);
 }
 
+void PainterSurface::Tint(std::span<const DevicePoint> shape, Colour colour) {
+    constexpr double cover = 0.25;
+    Flush();
+    QPolygonF outline;
+    for (const DevicePoint& point : shape)
+        outline << ToQPoint(point);
+    QColor thin = ToQColor(colour);
+    thin.setAlphaF(cover);
+    QPainterPath path;
+    path.addPolygon(outline);
+    painter_.fillPath(path, thin);
+}
+
 void PainterSurface::SetTextColour(Colour colour) {
     textColour_ = ToQColor(colour);
 }

@@ -49,6 +49,7 @@ class PainterSurface final : public DrawingSurface {
     void Polyline(std::span<const DevicePoint> points) override;
     void SetSmooth(bool smooth) override;
     void Fill(const DeviceBox& box, Colour colour) override;
+    void Tint(std::span<const DevicePoint> shape, Colour colour) override;
     void SetTextColour(Colour colour) override;
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override;

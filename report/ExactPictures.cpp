@@ -74,6 +74,16 @@ void AddModel(ImpedancePicture& picture, const ExactInterval& interval, const Ex
         picture.periods.clear();
 }
 
+/// Permeability, skin, grade; ranges where there are errors.
+std::vector<std::string> LinesOf(const ExactEstimate& estimate, const std::optional<char>& grade) {
+    const auto range = [&](const std::string& text) {
+        return estimate.sigmaSkin ? "  (" + text + ")" : std::string();
+    };
+    return {"k " + PermeabilityText(estimate) + " mD" + range(PermeabilityRangeText(estimate)),
+            "S " + SkinText(estimate) + range(SkinRangeText(estimate)) +
+                (grade ? std::string("  ") + *grade : std::string())};
+}
+
 }  // namespace
 
 double ConfidenceRadius(double sigma, double degreesOfFreedom, double confidence) {
@@ -147,17 +157,16 @@ ProfilePicture ProfileOf(const ExactResults& results) {
         ProfileBar bar;
         bar.top = std::min(interval.depth1, interval.depth2);
         bar.bottom = std::max(interval.depth1, interval.depth2);
-        bar.label = "no result";
+        bar.lines = {"no result"};
         if (const ExactEstimate* shown = interval.Recommended(); shown != nullptr) {
             bar.permeability = {shown->permeability.value_or(0.0), shown->permeabilityRange.lower,
                                 shown->permeabilityRange.upper};
             bar.skin = {shown->skin.value_or(0.0), shown->skinRange.lower, shown->skinRange.upper};
             bar.solved = shown->HasSolution();
             if (bar.solved)
-                bar.label = "k " + PermeabilityText(*shown) + " mD, S " + SkinText(*shown) +
-                            (interval.grade ? std::string(", ") + *interval.grade : std::string());
+                bar.lines = LinesOf(*shown, interval.grade);
             else if (shown->permeabilityRange.lower)
-                bar.label = "k " + PermeabilityRangeText(*shown) + " mD";
+                bar.lines = {"k " + PermeabilityRangeText(*shown) + " mD"};
         }
         picture.bars.push_back(std::move(bar));
     }

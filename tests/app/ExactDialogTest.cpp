@@ -116,6 +116,12 @@ TEST_F(ExactDialog, TablesPicturesAndFilesShowWhatIsComputed) {
     Click(dialog, "cmdCopy");
     EXPECT_TRUE(QApplication::clipboard()->text().startsWith("Cycle\tGrade"));
     EXPECT_TRUE(ports.boxes.empty());
+    // Another selection while it is open, of one level.
+    CurrentSelection().datasets.pop_back();
+    window->UpdateMainWindow();
+    EXPECT_TRUE(Find<QLabel>(dialog, "lblEmpty").isVisible());
+    EXPECT_EQ(Find<QComboBox>(dialog, "cboInterval").count(), 0) << "nothing of the selection before stays";
+    EXPECT_EQ(Find<QComboBox>(dialog, "cboLevel").count(), 0);
 }
 
 TEST_F(ExactDialog, NewWholeCycleIsFollowedWhileOpenOnly) {

@@ -108,7 +108,7 @@ TEST_F(PlanDialog, ShowsWhatTheCommandLinePrintsAndKeepsEveryBox) {
 
 TEST_F(PlanDialog, RefusesEachBoxByItselfAndShowsNothingStale) {
     frmPlan dialog;
-    EXPECT_EQ(Find<QLabel>(dialog, "lblMessages").text(), "Permeability: Out of range");
+    EXPECT_EQ(Find<QLabel>(dialog, "lblMessages").text(), "Permeability: a value is needed");
     FillIn(dialog);
     const auto& periods = Find<ResultGridView>(dialog, "fgPeriods");
     for (const Entry& entry : entries) {
@@ -135,6 +135,32 @@ TEST_F(PlanDialog, RefusesEachBoxByItselfAndShowsNothingStale) {
         EXPECT_EQ(ports.TakeBox().text, message);
         EXPECT_EQ(dialog.focusWidget(), &box);
         Retype(dialog, name, before.c_str());
+    }
+}
+
+TEST_F(PlanDialog, NarrowWindowStacksTheBoxesSoThatPictureAndTableStayInSight) {
+    frmPlan dialog;
+    FillIn(dialog);
+    const auto place = [&](const char* name) {
+        const auto& widget = Find<QWidget>(dialog, name);
+        return QRect(widget.mapTo(&dialog, QPoint()), widget.size());
+    };
+    const std::tuple<int, bool, const char*> windows[] = {
+        {1260, true, "cboSpinner"}, {780, false, "txtDepth1"}, {1200, true, "cboSpinner"}};
+    for (const auto& [width, twoColumns, behindTheLayersBelow] : windows) {
+        dialog.resize(width, 560);
+        QApplication::processEvents();
+        EXPECT_EQ(dialog.width(), width);
+        EXPECT_EQ(place("txtPeriod").left() > place("txtK").right(), twoColumns) << width;
+        for (const char* name : {"picPeriods", "fgPeriods"}) {
+            EXPECT_TRUE(dialog.rect().contains(place(name))) << name << width;
+            EXPECT_GE(place(name).width(), 320) << name << width;
+        }
+        EXPECT_FALSE(place("picPeriods").intersects(place("fgPeriods")));
+        Find<QLineEdit>(dialog, "txtHeightBelow").setFocus();
+        Press(Qt::Key_Tab);
+        ASSERT_TRUE(dialog.focusWidget());
+        EXPECT_EQ(dialog.focusWidget()->objectName(), behindTheLayersBelow) << width;
     }
 }
 

@@ -57,6 +57,7 @@ class RecordingSurface final : public DrawingSurface {
     void Fill(const DeviceBox& box, Colour) override {
         Add(Operation::Kind::fill, {{box.left, box.top}, {box.right, box.bottom}});
     }
+    void Tint(std::span<const DevicePoint>, Colour) override {}
     void SetTextColour(Colour) override {}
     void SetTextAlign(TextAlignment alignment) override { alignment_ = alignment; }
     void TextOut(DevicePoint point, const std::string& text) override {
