@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 
 #include "dravik/exchange/ExchangeError.h"
 #include "general/NumberText.h"
@@ -30,8 +31,20 @@ std::size_t SequenceLength(unsigned char lead) {
     return lead >= 0xF0 && lead <= 0xF4 ? 4 : 0;
 }
 
+/// Where the ASCII characters from `at` on end, or a few before that.
+std::size_t SkipAscii(std::string_view text, std::size_t at) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::uint64_t bytes = 0;
+    for (; at + sizeof bytes <= text.size(); at += sizeof bytes) {
+        std::memcpy(&bytes, text.data() + at, sizeof bytes);
+        if ((bytes & highBits) != 0)
+            break;
+    }
+    return at;
+}
+
 bool IsUtf8(std::string_view text, bool cut) {
-    for (std::size_t at = 0; at < text.size();) {
+    for (std::size_t at = SkipAscii(text, 0); at < text.size(); at = SkipAscii(text, at)) {
         const std::size_t length = SequenceLength(static_cast<unsigned char>(text[at]));
         if (length == 0)
             return false;
@@ -49,10 +62,8 @@ bool IsUtf8(std::string_view text, bool cut) {
 /// Zeros at even and at odd places.
 std::array<std::size_t, 2> ZerosBySide(std::string_view text) {
     std::array<std::size_t, 2> zeros{};
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\0')
-            ++zeros[i % 2];
-    }
+    for (std::size_t at = text.find('\0'); at != std::string_view::npos; at = text.find('\0', at + 1))
+        ++zeros[at % 2];
     return zeros;
 }
 

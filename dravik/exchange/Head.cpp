@@ -10,57 +10,157 @@
 namespace dravik {
 namespace {
 
-bool IsChosenNull(const std::string& cell, const Choices& choices) {
-    return std::any_of(choices.nulls.begin(), choices.nulls.end(),
-                       [&](const std::string& null) { return vorela::EqualIgnoringCase(null, cell); });
+/// Cells that the user calls no value are none.
+CellKind KindOfHeadCell(std::string_view cell, const Choices& choices) {
+    const bool isChosenNull =
+        std::any_of(choices.nulls.begin(), choices.nulls.end(),
+                    [&](const std::string& null) { return vorela::EqualIgnoringCase(null, cell); });
+    return isChosenNull ? CellKind::null : KindOfCell(cell);
 }
 
 HeadLine LineOf(const Record& record, const CellSplitter& split, const Choices& choices) {
     HeadLine line;
     line.place = record.place;
-    line.text = record.text;
+    line.text = std::string(record.text);
     line.cells.assign(split.Cells().begin(), split.Cells().end());
-    for (std::size_t i = 0; i < line.cells.size(); ++i)
-        line.quoted.push_back(split.IsQuoted(i));
+    if (split.AnyQuoted()) {
+        for (std::size_t i = 0; i < line.cells.size(); ++i)
+            line.quoted.push_back(split.IsQuoted(i));
+    }
     if (line.cells.size() > 1) {
+        line.kinds.reserve(line.cells.size());
         for (const std::string& cell : line.cells)
-            line.kinds.push_back(IsChosenNull(cell, choices) ? CellKind::null : KindOfCell(cell));
+            line.kinds.push_back(KindOfHeadCell(cell, choices));
     }
     return line;
 }
 
-/// Share of the filled cells that are no text.
-double ShareOfValues(const HeadLine& line) {
-    std::size_t filled = 0;
-    std::size_t values = 0;
-    for (std::size_t i = 0; i < line.cells.size(); ++i) {
-        filled += line.cells[i].empty() ? 0 : 1;
-        values += line.cells[i].empty() || line.kinds[i] == CellKind::text ? 0 : 1;
-    }
-    return filled == 0 ? 0.0 : static_cast<double>(values) / static_cast<double>(filled);
-}
-
-/// Of the lines of a width that hold any value.
-double MeanShare(const std::vector<HeadLine>& lines, std::size_t width) {
-    double sum = 0.0;
-    std::size_t count = 0;
-    for (const HeadLine& line : lines) {
-        if (line.isComment || line.cells.size() != width)
+/// Cuts the head into records and hands each one to `take(record, cells, isComment)`, without the lines that
+/// the user leaves out.
+template <typename Take>
+void ForHeadRecords(const TextFile& file, char separator, char quote, const Choices& choices,
+                    const Take& take) {
+    RecordReader reader(file, separator, quote);
+    CellSplitter behindMark(separator, quote);
+    Record record;
+    while (reader.Here().offset < file.HeadEnd() && reader.Next(record)) {
+        if (choices.LeavesOut(record.place.line))
             continue;
-        const double share = ShareOfValues(line);
-        sum += share;
-        count += share > 0.0 ? 1 : 0;
+        const std::vector<std::string_view>& cells = reader.Cells();
+        const auto filled = std::find_if(cells.begin(), cells.end(), [](auto cell) { return !cell.empty(); });
+        // A cell with nothing but the mark is the name of a column of row numbers.
+        const bool isName = separator != ' ' && filled != cells.end() && *filled == "#" && cells.size() > 1;
+        const bool isComment = filled != cells.end() && !isName && BehindCommentMark(*filled).has_value();
+        if (isComment) {
+            const std::size_t mark = record.text.find_first_of("#/");
+            behindMark.Split(*BehindCommentMark(record.text.substr(mark)), false);
+        }
+        take(record, isComment ? behindMark : reader.Split(), isComment);
     }
-    return count == 0 ? 0.0 : sum / static_cast<double>(count);
 }
 
-/// "2024-03-14 09:30:00,5" has a blank of its own.
-bool FirstCellsAreNoTimes(const std::vector<HeadLine>& lines) {
-    const auto others = std::count_if(lines.begin(), lines.end(), [](const HeadLine& line) {
-        return line.KindAt(0) == CellKind::number || line.KindAt(0) == CellKind::text;
-    });
-    return static_cast<std::size_t>(others) * 2 > lines.size();
+std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote, const Choices& choices) {
+    std::vector<HeadLine> lines;
+    ForHeadRecords(file, separator, quote, choices,
+                   [&](const Record& record, const CellSplitter& split, bool comment) {
+                       lines.push_back(LineOf(record, split, choices));
+                       lines.back().isComment = comment;
+                   });
+    return lines;
 }
+
+/// Whether any line of the head can be cut at the separator. Where bytes are no text it may always be so.
+bool CanSeparate(const TextFile& file, std::string_view head, char separator) {
+    const Encoding& encoding = file.TextEncoding();
+    const bool bytesTell = encoding.IsUtf8() || encoding.unitBytes == 2 || encoding.name == "WINDOWS-1252";
+    return !bytesTell || head.find(separator) != std::string_view::npos ||
+           (separator == ' ' && head.find('\t') != std::string_view::npos);
+}
+
+std::string HeadText(const TextFile& file) {
+    std::string head(static_cast<std::size_t>(file.HeadEnd()), '\0');
+    head.resize(file.Read(0, head.data(), head.size()));
+    return head;
+}
+
+/// How well a separator explains the head.
+class SeparatorScore {
+  public:
+    SeparatorScore() = default;
+    SeparatorScore(const TextFile& file, char separator, char quote, const Choices& choices) {
+        ForHeadRecords(file, separator, quote, choices,
+                       [&](const Record& record, const CellSplitter& split, bool isComment) {
+                           firstLine_ = lines_++ == 0 ? record.place.line : firstLine_;
+                           Add(split.Cells(), isComment, choices);
+                       });
+        for (const auto& [width, tally] : widths_) {
+            if (tally.score > score_ * (1.0 + 1e-9)) {
+                score_ = tally.score;
+                width_ = width;
+            }
+        }
+        score_ *= separator == ' ' ? 0.5 : 1.0;
+    }
+
+    double Score() const { return score_; }
+    /// Of the table that the separator makes; 0 when it makes none.
+    std::size_t Width() const { return width_; }
+    bool IsTooWide() const { return tooWide_ > 0 && tooWide_ * 2 >= lines_; }
+    std::size_t FirstLine() const { return firstLine_; }
+    /// "2024-03-14 09:30:00,5" has a blank of its own.
+    bool FirstCellsAreNoTimes() const { return firstNoTimes_ * 2 > lines_; }
+
+    /// Share of the filled cells that are no text, in the mean of the table's lines that hold any value.
+    double MeanShare() const {
+        const auto found = widths_.find(width_);
+        return found == widths_.end() || found->second.valued == 0
+                   ? 0.0
+                   : found->second.shares / static_cast<double>(found->second.valued);
+    }
+
+  private:
+    struct Tally {
+        double score = 0.0;
+        double shares = 0.0;
+        std::size_t valued = 0;
+    };
+
+    void Add(const std::vector<std::string_view>& cells, bool isComment, const Choices& choices) {
+        const std::size_t count = cells.size();
+        tooWide_ += count > mostCells ? 1 : 0;
+        if (count < 2)
+            return;
+        const CellKind first = KindOfHeadCell(cells.front(), choices);
+        firstNoTimes_ += first == CellKind::number || first == CellKind::text ? 1 : 0;
+        if (isComment || count > mostCells)
+            return;
+        const double share = ShareOfValues(cells, choices);
+        Tally& tally = widths_[count];
+        tally.score += 0.1 + share;
+        tally.shares += share;
+        tally.valued += share > 0.0 ? 1 : 0;
+        if (count > 2 && cells.back().empty())
+            widths_[count - 1].score += 0.1 + share;
+    }
+
+    static double ShareOfValues(const std::vector<std::string_view>& cells, const Choices& choices) {
+        std::size_t filled = 0;
+        std::size_t values = 0;
+        for (const std::string_view cell : cells) {
+            filled += cell.empty() ? 0 : 1;
+            values += cell.empty() || KindOfHeadCell(cell, choices) == CellKind::text ? 0 : 1;
+        }
+        return filled == 0 ? 0.0 : static_cast<double>(values) / static_cast<double>(filled);
+    }
+
+    std::map<std::size_t, Tally> widths_;
+    double score_ = 0.0;
+    std::size_t width_ = 0;
+    std::size_t lines_ = 0;
+    std::size_t firstLine_ = 0;
+    std::size_t tooWide_ = 0;
+    std::size_t firstNoTimes_ = 0;
+};
 
 /// The separator that a first line "sep=;" states.
 std::optional<char> StatedSeparator(const TextFile& file) {
@@ -80,12 +180,6 @@ bool IsSheetError(std::string_view cell) {
     return cell.size() >= 4 && cell.size() <= 8 && cell.front() == '#' &&
            (cell == "#N/A" || cell.back() == '!' || cell.back() == '?') &&
            cell.find_first_of(" \t") == std::string_view::npos;
-}
-
-bool IsTooWide(const std::vector<HeadLine>& lines) {
-    const auto wide = std::count_if(lines.begin(), lines.end(),
-                                    [](const HeadLine& line) { return line.cells.size() > mostCells; });
-    return wide > 0 && static_cast<std::size_t>(wide) * 2 >= lines.size();
 }
 
 struct DecimalProofs {
@@ -131,7 +225,7 @@ DecimalProofs CollectProofs(const SeparatedHead& head) {
         for (std::size_t i = 0; i < line.cells.size(); ++i) {
             NumberShape shape;
             if (line.kinds[i] == CellKind::number && ShapeOfNumber(line.cells[i], shape))
-                TakeProof(shape, line.cells[i], line.quoted[i], line.place.line, proofs);
+                TakeProof(shape, line.cells[i], line.IsQuoted(i), line.place.line, proofs);
         }
     }
     return proofs;
@@ -191,29 +285,6 @@ std::optional<std::string_view> BehindCommentMark(std::string_view text) {
     return behind == std::string_view::npos ? std::string_view() : text.substr(behind);
 }
 
-std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote, const Choices& choices) {
-    std::vector<HeadLine> lines;
-    RecordReader reader(file, separator, quote);
-    CellSplitter behindMark(separator, quote);
-    Record record;
-    while (reader.Here().offset < file.HeadEnd() && reader.Next(record)) {
-        if (choices.LeavesOut(record.place.line))
-            continue;
-        const std::vector<std::string_view>& cells = reader.Cells();
-        const auto filled = std::find_if(cells.begin(), cells.end(), [](auto cell) { return !cell.empty(); });
-        // A cell with nothing but the mark is the name of a column of row numbers.
-        const bool isName = separator != ' ' && filled != cells.end() && *filled == "#" && cells.size() > 1;
-        const bool isComment = filled != cells.end() && !isName && BehindCommentMark(*filled).has_value();
-        if (isComment) {
-            const std::size_t mark = record.text.find_first_of("#/");
-            behindMark.Split(*BehindCommentMark(record.text.substr(mark)), false);
-        }
-        lines.push_back(LineOf(record, isComment ? behindMark : reader.Split(), choices));
-        lines.back().isComment = isComment;
-    }
-    return lines;
-}
-
 bool FitsWidth(std::size_t cells, bool lastIsEmpty, std::size_t width, char separator) {
     if (cells == width)
         return true;
@@ -226,51 +297,34 @@ bool FitsWidth(const HeadLine& line, std::size_t width, char separator) {
     return !line.IsBlank() && FitsWidth(line.cells.size(), line.cells.back().empty(), width, separator);
 }
 
-SeparatorScore ScoreOf(const std::vector<HeadLine>& head, char separator) {
-    std::map<std::size_t, double> scores;
-    for (const HeadLine& line : head) {
-        const std::size_t count = line.cells.size();
-        if (line.isComment || count < 2 || count > mostCells)
-            continue;
-        const double score = 0.1 + ShareOfValues(line);
-        scores[count] += score;
-        if (count > 2 && line.cells.back().empty())
-            scores[count - 1] += score;
-    }
-    SeparatorScore best;
-    for (const auto& [width, score] : scores) {
-        if (score > best.score * (1.0 + 1e-9))
-            best = {score, width};
-    }
-    if (separator == ' ')
-        best.score *= 0.5;
-    return best;
-}
-
 SeparatedHead SeparateHead(const TextFile& file, const Choices& choices, char quote) {
     std::optional<char> separator = choices.separator;
     if (!separator)
         separator = StatedSeparator(file);
+    const std::string head = HeadText(file);
     SeparatedHead best;
     double bestScore = -1.0;
+    bool firstAreNoTimes = false;
     for (const char candidate : {'\t', ';', ',', '|', ' '}) {
         if (separator && candidate != '\t')
             break;
         const char sign = separator.value_or(candidate);
-        std::vector<HeadLine> lines = ReadHead(file, sign, quote, choices);
-        const SeparatorScore score = ScoreOf(lines, sign);
-        if (IsTooWide(lines))
-            throw ExchangeError("line " + std::to_string(lines.front().place.line) + ": more than " +
+        const SeparatorScore score =
+            CanSeparate(file, head, sign) ? SeparatorScore(file, sign, quote, choices) : SeparatorScore();
+        if (score.IsTooWide())
+            throw ExchangeError("line " + std::to_string(score.FirstLine()) + ": more than " +
                                 std::to_string(mostCells) + " columns");
         // "0,5 12,25": the blanks count half, yet leave nothing but numbers.
         best.blanksExplainMore = candidate == ' ' && best.separator == ',' && !separator &&
-                                 score.score * 2.0 > bestScore && MeanShare(lines, score.width) > 0.9 &&
-                                 FirstCellsAreNoTimes(best.lines);
-        if (score.score > bestScore * (1.0 + 1e-9)) {
-            bestScore = score.score;
-            best = {sign, score.width, false, std::move(lines)};
+                                 score.Score() * 2.0 > bestScore && score.MeanShare() > 0.9 &&
+                                 firstAreNoTimes;
+        if (score.Score() > bestScore * (1.0 + 1e-9)) {
+            bestScore = score.Score();
+            firstAreNoTimes = score.FirstCellsAreNoTimes();
+            best = {sign, score.Width(), false, {}};
         }
     }
+    best.lines = ReadHead(file, best.separator, quote, choices);
     return best;
 }
 

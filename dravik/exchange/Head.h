@@ -18,12 +18,13 @@ namespace dravik {
 struct HeadLine {
     Place place;
     std::vector<std::string> cells;  ///< of a comment: behind its mark
-    std::vector<bool> quoted;
+    std::vector<bool> quoted;        ///< empty: none of them
     std::vector<CellKind> kinds;
     std::string text;
     bool isComment = false;
 
     bool IsBlank() const { return cells.empty(); }
+    bool IsQuoted(std::size_t column) const { return column < quoted.size() && quoted[column]; }
     CellKind KindAt(std::size_t column) const {
         return column < kinds.size() ? kinds[column] : CellKind::null;
     }
@@ -32,19 +33,9 @@ struct HeadLine {
 /// The line's text without a mark of comments in front; nothing when it begins with none.
 std::optional<std::string_view> BehindCommentMark(std::string_view text);
 
-/// Without the lines that the user leaves out; cells that he calls no value are none.
-std::vector<HeadLine> ReadHead(const TextFile& file, char separator, char quote, const Choices& choices);
-
 /// One empty last cell more or less is no difference (between blanks there are no empty cells).
 bool FitsWidth(std::size_t cells, bool lastIsEmpty, std::size_t width, char separator);
 bool FitsWidth(const HeadLine& line, std::size_t width, char separator);
-
-/// How well a separator explains the head: the width of the table it makes, 0 when it makes none.
-struct SeparatorScore {
-    double score = 0.0;
-    std::size_t width = 0;
-};
-SeparatorScore ScoreOf(const std::vector<HeadLine>& head, char separator);
 
 /// The head under the separator that explains it best.
 struct SeparatedHead {

@@ -90,7 +90,7 @@ HeadLine FittedToColumns(const HeadLine& line, std::size_t width) {
         if (line.cells.size() == width || cells.size() != width)
             continue;
         fitted.cells = cells;
-        fitted.quoted.assign(width, false);
+        fitted.quoted.clear();
         fitted.kinds.clear();
         for (const std::string& cell : cells)
             fitted.kinds.push_back(KindOfCell(cell));

@@ -218,7 +218,7 @@ class TimeColumnFinder {
             if (name != "ms" && name != "msec" && name != "millis" && name != "milliseconds" &&
                 name != "millisecond")
                 return false;
-            const std::vector<double> values = head_.Numbers(i);
+            const std::vector<double>& values = head_.Numbers(i);
             return head_.Kind(i) == CellKind::number &&
                    std::all_of(values.begin(), values.end(), [](double v) { return v >= 0.0 && v <= 999.0; });
         });
@@ -390,6 +390,8 @@ void HeadColumns::AddRow(const std::vector<std::string>& cells) {
 }
 
 CellKind HeadColumns::Kind(std::size_t column) const {
+    if (kinds_[column])
+        return *kinds_[column];
     std::array<std::size_t, 6> counts{};
     for (const std::string& cell : cells_[column]) {
         double value = 0.0;
@@ -401,8 +403,9 @@ CellKind HeadColumns::Kind(std::size_t column) const {
     for (const std::size_t count : counts)
         filled += count;
     const auto best = std::max_element(counts.begin(), counts.end());
-    return filled > 0 && *best * 10 >= filled * 9 ? static_cast<CellKind>(best - counts.begin())
-                                                  : CellKind::text;
+    const bool isOfOne = filled > 0 && *best * 10 >= filled * 9;
+    kinds_[column] = isOfOne ? static_cast<CellKind>(best - counts.begin()) : CellKind::text;
+    return *kinds_[column];
 }
 
 bool HeadColumns::Changes(std::size_t column) const {
@@ -411,8 +414,10 @@ bool HeadColumns::Changes(std::size_t column) const {
                        [&](const std::string& cell) { return cell != cells.front(); });
 }
 
-std::vector<double> HeadColumns::Numbers(std::size_t column) const {
-    std::vector<double> values;
+const std::vector<double>& HeadColumns::Numbers(std::size_t column) const {
+    if (numbers_[column])
+        return *numbers_[column];
+    std::vector<double>& values = numbers_[column].emplace();
     for (const std::string& cell : cells_[column]) {
         double value = 0.0;
         if (ReadNumber(cell, format_, value) && std::isfinite(value))
@@ -450,7 +455,7 @@ void SettleNumberUnit(const HeadColumns& head, std::size_t column, std::string u
         return;
     }
     rule.indexKind = DK_INDEX_TIME;
-    const std::vector<double> values = head.Numbers(column);
+    const std::vector<double>& values = head.Numbers(column);
     rule.unit = EpochUnit(values, unit);
     rule.isEpoch = rule.unit != 0.0;
     rule.unitName = rule.unit == 0.001 ? "ms" : "s";

@@ -1,6 +1,7 @@
 // Which columns of a table are its time or depth.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,13 @@ class HeadColumns {
   public:
     HeadColumns(const std::vector<NameAndUnit>& names, const std::vector<std::string>& captions,
                 const NumberFormat& format)
-        : names_(names), captions_(captions), format_(format), cells_(names.size()) {}
+        : names_(names),
+          captions_(captions),
+          format_(format),
+          cells_(names.size()),
+          kinds_(names.size()),
+          numbers_(names.size()) {}
+    /// Before the first question about the rows.
     void AddRow(const std::vector<std::string>& cells);
 
     std::size_t Count() const { return names_.size(); }
@@ -38,13 +45,17 @@ class HeadColumns {
     const std::vector<std::string>& Cells(std::size_t column) const { return cells_[column]; }
     CellKind Kind(std::size_t column) const;
     bool Changes(std::size_t column) const;
-    std::vector<double> Numbers(std::size_t column) const;
+    /// The cells that are finite numbers.
+    const std::vector<double>& Numbers(std::size_t column) const;
 
   private:
     const std::vector<NameAndUnit>& names_;
     const std::vector<std::string>& captions_;
     NumberFormat format_;
     std::vector<std::vector<std::string>> cells_;
+    // found when first asked for
+    mutable std::vector<std::optional<CellKind>> kinds_;
+    mutable std::vector<std::optional<std::vector<double>>> numbers_;
 };
 
 TimeFinding FindTimeColumns(const HeadColumns& head, const Choices& choices);
