@@ -148,8 +148,10 @@ TEST_F(PlanDialog, NarrowWindowStacksTheBoxesSoThatPictureAndTableStayInSight) {
     const std::tuple<int, bool, const char*> windows[] = {
         {1260, true, "cboSpinner"}, {780, false, "txtDepth1"}, {1200, true, "cboSpinner"}};
     for (const auto& [width, twoColumns, behindTheLayersBelow] : windows) {
-        dialog.resize(width, 560);
-        QApplication::processEvents();
+        for (const int dragged : {1050, width}) {  // a border that is dragged comes by
+            dialog.resize(dragged, 560);
+            QApplication::processEvents();
+        }
         EXPECT_EQ(dialog.width(), width);
         EXPECT_EQ(place("txtPeriod").left() > place("txtK").right(), twoColumns) << width;
         for (const char* name : {"picPeriods", "fgPeriods"}) {
