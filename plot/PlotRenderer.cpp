@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "general/modGeneral.h"
+#include "plot/PlotView.h"
+#include "plot/modPlotScales.h"
 
 namespace vorela {
 namespace {
@@ -239,6 +241,18 @@ FooterPlan PlanFooter(DrawingSurface& surface, PictureSize size, const PlotForma
     return plots.height > height ? FooterPlan{lines, plots} : FooterPlan{{}, size};
 }
 
+/// Instead of the automatic scales, in whose round steps a small curve lies flat.
+void FitAutomaticAxes(DrawingSurface& surface, PlotDrawing& drawing) {
+    const SelectedFont font(surface, drawing.layout.fontHeight);
+    const std::vector<PlacedText> texts =
+        PlanTexts(drawing.information, drawing.format, drawing.layout,
+                  [&](const std::string& text) { return surface.TextWidth(text); });
+    const auto fitted = FittedAxes(drawing.information, drawing.format, BandsOf(texts, drawing.layout));
+    for (std::size_t i = 0; i < quantityCount; ++i)
+        if (fitted[i] && PrsOpt().axes[i].automatic)
+            drawing.information.axes[i] = *fitted[i];
+}
+
 }  // namespace
 
 PlotLayout LayoutOf(PictureSize picture, const PlotFormatOptions& format) {
@@ -334,6 +348,8 @@ bool RunPlotDriver(DrawingSurface& surface, PlotRequest request, const PlotStyle
     bool drawn = GetPlotInformation(request, next.information, message);
     if (!drawn && !message.empty())
         messages.Show(MessageIcon::critical, applicationTitle, message);
+    if (drawn && style.fit)
+        FitAutomaticAxes(over != nullptr ? *over : surface, next);
     drawn = drawn && DrawPlot(surface, over != nullptr ? *over : surface, next.information, next.format,
                               next.layout, shown, next.texts);
     surface.End();

@@ -23,6 +23,8 @@ struct PlotStyle {
     std::optional<std::pair<double, double>> cursors{};
     /// What a picture that leaves the program says of itself, under the plots; none when empty.
     std::vector<std::string> footer{};
+    /// Value axes whose scale is automatic hold the shown curves tightly.
+    bool fit = false;
 };
 
 /// The layout of the picture under this format: one cell, or two, one above the other.

@@ -329,7 +329,7 @@ class CellPlan {
         return false;
     }
 
-    /// Numbers stand above the time axis in the middle of what is seen of their cycle.
+    /// Numbers stand above the time axis in the middle of what is seen of their cycle beside the values.
     void PlaceCycleNumbers() {
         const double bottom = area_.bottom - gap_;
         if (bottom - height_ < headerBottom_ || information_.cycles.empty())
@@ -344,13 +344,13 @@ class CellPlan {
                 PlaceCycleNumber(cycle, scale, bottom);
     }
     void PlaceCycleNumber(const CycleMark& cycle, const PlotScale& scale, double bottom) {
-        const double from = std::max<double>(scale.X(cycle.span.start), area_.left);
-        const double to = std::min<double>(scale.X(cycle.span.end), area_.right);
+        const double from = std::max<double>(scale.X(cycle.span.start), headerLeft_);
+        const double to = std::min<double>(scale.X(cycle.span.end), headerRight_);
         const std::string text = std::to_string(cycle.number);
         const double middle = (from + to) / 2;
         const double half = measure_(text) / 2;
         const DeviceBox box{middle - half, bottom - height_, middle + half, bottom};
-        if (to - from < 2 * half || box.left < headerLeft_ || box.right > headerRight_ || !IsFree(box))
+        if (to - from < 2 * half || !IsFree(box))
             return;
         Add(TextRole::cycleNumber, TextAlignment::bottomCentre, {middle, bottom}, text).cycle = cycle.number;
     }
@@ -427,19 +427,19 @@ double AxisColumnWidth(const std::vector<PlacedText>& texts, std::size_t cell, Q
     return width;
 }
 
-TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout, std::size_t cell) {
-    const PlotCell& area = layout.cells.at(cell);
-    double header = area.top, numbers = area.bottom;
+TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout) {
+    TextBands bands;
     for (const PlacedText& text : texts) {
-        if (text.cell != cell)
+        if (text.role == TextRole::footer)
             continue;
+        const PlotCell& area = layout.cells.at(text.cell);
+        const double height = std::max(area.bottom - area.top, 1);
         if (text.role == TextRole::axisLabel || text.role == TextRole::title || text.role == TextRole::legend)
-            header = std::max(header, text.box.bottom);
+            bands.top = std::max(bands.top, (text.box.bottom - area.top) / height);
         else if (text.role == TextRole::cycleNumber)
-            numbers = std::min(numbers, text.box.top);
+            bands.bottom = std::max(bands.bottom, (area.bottom - text.box.top) / height);
     }
-    const double height = std::max(area.bottom - area.top, 1);
-    return {(header - area.top) / height, (area.bottom - numbers) / height};
+    return bands;
 }
 
 }  // namespace vorela

@@ -53,6 +53,7 @@ double AxisColumnWidth(const std::vector<PlacedText>& texts, std::size_t cell, Q
 struct TextBands {
     double top = 0, bottom = 0;
 };
-TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout, std::size_t cell);
+/// Of the plot where each is largest: an axis may be that of both.
+TextBands BandsOf(const std::vector<PlacedText>& texts, const PlotLayout& layout);
 
 }  // namespace vorela

@@ -29,6 +29,7 @@ struct PlotView {
     bool zoomed = false;  ///< `span` in place of what the time options choose
     TimeSpan span;        ///< hundredths of a second
     ViewChoice choice;
+    bool allData = false;  ///< `span` grows with the record
     bool operator==(const PlotView&) const = default;
 };
 

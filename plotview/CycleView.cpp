@@ -15,6 +15,7 @@
 #include "plot/CyclePicture.h"
 #include "plot/PlotFooter.h"
 #include "plot/PlotReadout.h"
+#include "plotview/FocusFrame.h"
 #include "plotview/PainterSurface.h"
 
 namespace vorela {
@@ -84,8 +85,12 @@ void CycleView::ShowDataset(std::size_t dataset) {
 }
 
 void CycleView::paintEvent(QPaintEvent*) {
-    PainterSurface surface({this, {static_cast<double>(width()), static_cast<double>(height())}});
-    state_->drawing = state_->Draw(surface, {});
+    {
+        PainterSurface surface({this, {static_cast<double>(width()), static_cast<double>(height())}});
+        state_->drawing = state_->Draw(surface, {});
+    }
+    QPainter painter(this);
+    PaintFocusFrame(painter, *this);
 }
 
 void CycleView::mousePressEvent(QMouseEvent* event) {

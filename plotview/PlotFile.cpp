@@ -40,6 +40,7 @@ bool DrawPlotPicture(DrawingSurface& surface, const PlotFileOptions& options) {
     PlotStyle style;
     style.monochrome = options.monochrome;
     style.footer = FooterItems(options.dataset);
+    style.fit = options.fit;
     request.view = options.view;
     if (options.cursors)
         style.cursors = {IndexUnitsIn(options.cursors->first), IndexUnitsIn(options.cursors->second)};

@@ -24,6 +24,7 @@ struct PlotFileOptions {
     bool monochrome = false;
     std::optional<std::pair<double, double>> cursors;  ///< cursor lines, seconds; none when empty
     ViewChoice view{};                                 ///< the viewer's value axes and hidden curves
+    bool fit = false;                                  ///< automatic value axes hold the shown curves tightly
     std::optional<TimeSpan> span;  ///< what is shown, where it is not the span that the time options choose
 };
 

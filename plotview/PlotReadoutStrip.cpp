@@ -1,12 +1,16 @@
 #include "plotview/PlotReadoutStrip.h"
 
-#include <QEvent>
-#include <QLabel>
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QPainter>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <vector>
 
 #include "plot/PlotReadout.h"
@@ -15,14 +19,10 @@
 namespace vorela {
 namespace {
 
-constexpr int boldTenths = 12;   // a bold head is wider than the font's metrics say
 constexpr int lowestPage = 380;  // pixels; below it the plot needs the strip's place
-
-QString Cell(const QString& text, int width, const char* tag = "td") {
-    return QStringLiteral("<%1 align=right width=%3 style='padding-left:12px'>%2</%1>")
-        .arg(QLatin1String(tag), text.toHtmlEscaped())
-        .arg(width);
-}
+constexpr int columnGap = 12;
+constexpr int rowGap = 2;
+constexpr std::size_t rowCount = 4;
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
@@ -59,53 +59,106 @@ Column ValueColumn(const CursorValue& value) {
             "-" + FixedText(2 * value.largest, value.decimals)};
 }
 
-/// A row for each cursor and one for the difference, a column for the time and one for each curve.
-QString TableOf(const PlotReadout& readout, const QFontMetrics& metrics) {
-    std::vector<Column> columns{TimeColumn(readout), PeriodsColumn(readout)};
-    for (const CursorValue& value : readout.values)
-        columns.push_back(ValueColumn(value));
-    const QStringList names{QString(), QStringLiteral("Cursor 1"), QStringLiteral("Cursor 2"),
-                            QStringLiteral("Difference")};
-    QString table = QStringLiteral("<table cellspacing=0>");
-    for (int row = 0; row < names.size(); ++row) {
-        const char* tag = row == 0 ? "th" : "td";
-        table += QStringLiteral("<tr>") + Cell(names[row], metrics.horizontalAdvance(names[3]), tag);
-        for (const Column& column : columns) {
-            QString widest = Text(column.widest);
-            for (QChar& letter : widest)
-                if (letter.isDigit())
-                    letter = QLatin1Char('0');
-            const int width = std::max(metrics.horizontalAdvance(widest),
-                                       metrics.horizontalAdvance(column.head) * boldTenths / 10);
-            table +=
-                Cell(row == 0 ? column.head : column.rows[static_cast<std::size_t>(row) - 1], width, tag);
-        }
-        table += QStringLiteral("</tr>");
-    }
-    return table + QStringLiteral("</table>");
+QString Nulled(std::string widest) {
+    std::ranges::replace_if(
+        widest, [](char letter) { return letter >= '0' && letter <= '9'; }, '0');
+    return Text(widest);
 }
 
 }  // namespace
+
+/// A row for each cursor and one for the difference, a column for the time and one for each curve. Painted:
+/// a table of rich text would be laid out anew with every step of a drag, which takes longer than the plot.
+class ReadoutTable final : public QWidget {
+  public:
+    ReadoutTable() {
+        setObjectName(QStringLiteral("lblReadout"));
+        setAccessibleName(PlotReadoutStrip::tr("Values at the cursors"));
+    }
+    void Show(const PlotReadout& readout) {
+        columns_.clear();
+        if (readout.valid) {
+            columns_ = {
+                {QString(),
+                 {QStringLiteral("Cursor 1"), QStringLiteral("Cursor 2"), QStringLiteral("Difference")},
+                 "Difference"},
+                TimeColumn(readout),
+                PeriodsColumn(readout)};
+            for (const CursorValue& value : readout.values)
+                columns_.push_back(ValueColumn(value));
+        }
+        Measure();
+        setAccessibleDescription(Text());
+        update();
+    }
+    QString Text() const {
+        QStringList lines;
+        for (std::size_t row = 0; row < rowCount && !columns_.empty(); ++row) {
+            QStringList cells;
+            for (const Column& column : columns_)
+                cells << CellOf(column, row);
+            lines << cells.join(QLatin1Char('\t'));
+        }
+        return lines.join(QLatin1Char('\n'));
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        const int height = fontMetrics().lineSpacing() + rowGap;
+        QFont face = font();
+        for (std::size_t row = 0; row < rowCount; ++row) {
+            face.setBold(row == 0);
+            painter.setFont(face);
+            int right = 0;
+            for (std::size_t i = 0; i < columns_.size(); ++i) {
+                right += widths_[i];
+                painter.drawText(
+                    QRect(right - widths_[i], static_cast<int>(row) * height, widths_[i], height),
+                    Qt::AlignRight | Qt::AlignVCenter, CellOf(columns_[i], row));
+            }
+        }
+    }
+    void changeEvent(QEvent* event) override {
+        QWidget::changeEvent(event);
+        if (event->type() == QEvent::FontChange)
+            Measure();
+    }
+
+  private:
+    static const QString& CellOf(const Column& column, std::size_t row) {
+        return row == 0 ? column.head : column.rows[row - 1];
+    }
+    void Measure() {
+        QFont bold = font();
+        bold.setBold(true);
+        const QFontMetrics heads(bold);
+        widths_.clear();
+        for (const Column& column : columns_)
+            widths_.push_back(columnGap + std::max(fontMetrics().horizontalAdvance(Nulled(column.widest)),
+                                                   heads.horizontalAdvance(column.head)));
+        setMinimumWidth(std::accumulate(widths_.begin(), widths_.end(), 0));
+    }
+
+    std::vector<Column> columns_;
+    std::vector<int> widths_;
+};
 
 PlotReadoutStrip::PlotReadoutStrip(PlotWidget* plot, QWidget* parent) : QWidget(parent), plot_(plot) {
     setObjectName(QStringLiteral("plotReadout"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 0, 4, 0);
-    text_ = new QLabel;
-    text_->setObjectName(QStringLiteral("lblReadout"));
-    text_->setTextFormat(Qt::RichText);
-    text_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    text_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    table_ = new ReadoutTable;
     // In a narrow window the strip is scrolled sideways; its height never changes under the plot.
     auto* scroll = new QScrollArea(this);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
-    scroll->setWidget(text_);
+    scroll->setWidget(table_);
     layout->addWidget(scroll);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    setFixedHeight(4 * (fontMetrics().lineSpacing() + 2) +
+    setFixedHeight(static_cast<int>(rowCount) * (fontMetrics().lineSpacing() + rowGap) +
                    scroll->horizontalScrollBar()->sizeHint().height());
     if (parent != nullptr)
         parent->installEventFilter(this);
@@ -121,9 +174,18 @@ bool PlotReadoutStrip::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PlotReadoutStrip::Refresh() {
-    const PlotReadout& readout = plot_->Readout();
-    text_->setText(readout.valid ? TableOf(readout, text_->fontMetrics()) : QString());
+    table_->Show(plot_->Readout());
     setToolTip(plot_->IsZoomed() ? tr("The plot is zoomed: Home returns to the chosen scales.") : QString());
+}
+
+QString PlotReadoutStrip::Text() const {
+    return table_->Text();
+}
+
+void PlotReadoutStrip::contextMenuEvent(QContextMenuEvent* event) {
+    QMenu menu(this);
+    menu.addAction(tr("&Copy Values"), this, [this] { QApplication::clipboard()->setText(Text()); });
+    menu.exec(event->globalPos());
 }
 
 }  // namespace vorela

@@ -4,11 +4,10 @@
 
 #include <QWidget>
 
-class QLabel;
-
 namespace vorela {
 
 class PlotWidget;
+class ReadoutTable;
 
 class PlotReadoutStrip : public QWidget {
     Q_OBJECT
@@ -17,14 +16,18 @@ class PlotReadoutStrip : public QWidget {
     /// Follows `plot` as long as that lives.
     explicit PlotReadoutStrip(PlotWidget* plot, QWidget* parent = nullptr);
 
+    /// What is shown, cells by tabs and rows by line feeds; the context menu copies it.
+    QString Text() const;
+
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
   private:
     void Refresh();
 
     PlotWidget* plot_;
-    QLabel* text_;
+    ReadoutTable* table_;
 };
 
 }  // namespace vorela

@@ -8,6 +8,7 @@
 #include "db/DatasetRecord.h"
 #include "db/IndexUnits.h"
 #include "plot/modPlot.h"
+#include "plotview/FocusFrame.h"
 #include "plotview/PlotWidgetState.h"
 
 namespace vorela {
@@ -50,8 +51,8 @@ bool PlotWidget::ShowDataset(std::size_t dataset) {
     s.dataset = dataset;
     s.asked = true;
     if (keepZoom)
-        return Draw(TimeMode::zoomed, s.plot.information.span, true);
-    s.zoomed = false;
+        return Draw(TimeMode::zoomed, ZoomSpan(), true);
+    s.zoomed = s.allData = false;
     return Draw(TimeMode::chosen, {}, true);
 }
 
@@ -64,7 +65,7 @@ void PlotWidget::Follow(std::size_t dataset) {
     else if (!s.shown)
         Draw(TimeMode::chosen, {}, false);  // what went wrong was said; perhaps it has passed
     else if (s.zoomed)
-        Draw(TimeMode::zoomed, s.plot.information.span, false);
+        Draw(TimeMode::zoomed, ZoomSpan(), false);
     else
         Draw(TimeMode::follow, {}, false);
 }
@@ -80,7 +81,7 @@ void PlotWidget::ClearPicture() {
     s.readOnTimer.stop();
     s.readShare = 1;
     s.shown = false;
-    s.zoomed = false;
+    s.zoomed = s.allData = false;
     s.plot = PlotDrawing{};
     s.layers = PlotLayers{};
     update();
@@ -240,6 +241,7 @@ void PlotWidget::paintEvent(QPaintEvent*) {
         painter.setBrush(colour);
         painter.drawRect(band.normalized().adjusted(0, -1, 0, 1));
     }
+    PaintFocusFrame(painter, *this);
 }
 
 void PlotWidget::resizeEvent(QResizeEvent*) {

@@ -62,6 +62,8 @@ class PlotWidget : public QWidget {
 
     /// True while other spans of the time or value axes are seen than the options choose.
     bool IsZoomed() const;
+    /// True while a span of the viewer's choice is seen, which no new data move.
+    bool StaysInTime() const;
     /// How to save or print a dataset's plot at this widget's size with its cursors: as it is seen now, when
     /// it is the one shown, else over its chosen time range.
     PlotFileOptions FileOptions(std::size_t dataset) const;
@@ -74,7 +76,7 @@ class PlotWidget : public QWidget {
     void TypeCursorPosition(int cursor);
     /// Back to the chosen scales of all axes.
     void ResetZoom();
-    /// The whole record; the settings stay.
+    /// The whole record, also as it grows; the settings stay.
     void ViewAllData();
     /// Value axes that hold the shown curves tightly, for this view of this level.
     void FitAxes();
@@ -133,6 +135,8 @@ class PlotWidget : public QWidget {
     void AnnounceLayout();
     void RefreshReadout();
     TimeSpan ViewLimits() const;
+    /// What a zoomed plot is drawn with.
+    TimeSpan ZoomSpan() const;
     void PutCursor(int cursor, double time);
     void DragCursor(int cursor, double x, bool snap);
     void PutCursorsRound(std::int32_t cycle);
@@ -146,6 +150,7 @@ class PlotWidget : public QWidget {
     void AddCycleEntries(QMenu& menu, std::int32_t cycle);
     void AddCurveEntries(QMenu& menu);
     void AddCyclesAt(QMenu& menu, double time);
+    bool OpenContextMenu();
     bool HandleHistoryKey(int key);
     bool HandleTimeKey(int key);
 

@@ -224,6 +224,8 @@ bool PlotWidget::HandleKey(const QKeyEvent& event) {
     if (event.modifiers().testFlag(Qt::ControlModifier))
         return false;
     switch (event.key()) {
+        case Qt::Key_F10:  // with Shift: the toolkit knows it on some platforms only
+            return event.modifiers().testFlag(Qt::ShiftModifier) && OpenContextMenu();
         case Qt::Key_Escape:
             return EndDrag();
         case Qt::Key_Home:
@@ -238,6 +240,13 @@ bool PlotWidget::HandleKey(const QKeyEvent& event) {
         default:
             return HandleTimeKey(event.key());
     }
+}
+
+bool PlotWidget::OpenContextMenu() {
+    const QPoint middle = rect().center();
+    QContextMenuEvent asked(QContextMenuEvent::Keyboard, middle, mapToGlobal(middle));
+    contextMenuEvent(&asked);
+    return true;
 }
 
 bool PlotWidget::HandleHistoryKey(int key) {

@@ -32,6 +32,7 @@ struct PlotWidget::State : ShownPlot {
 
     bool asked = false;  ///< the dataset was asked for; shown, unless that failed
     bool zoomed = false;
+    bool allData = false;  ///< zoomed to the whole record, however long it becomes
     bool drawing = false;  ///< a message box over the window may let events in
     PlotLayers layers;
     ChosenScale scale;
@@ -54,7 +55,7 @@ struct PlotWidget::State : ShownPlot {
     PlotCursors::Positions dragCursors{};
 
     LevelView& Level() { return views.Of(dataset); }
-    PlotView View() { return {zoomed, plot.information.span, Level().choice}; }
+    PlotView View() { return {zoomed, plot.information.span, Level().choice, allData}; }
 };
 
 }  // namespace vorela

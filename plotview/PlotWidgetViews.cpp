@@ -15,6 +15,7 @@ void PlotWidget::View(TimeSpan span, ViewStep step) {
     if (step != ViewStep::drag)
         LeaveView(step);
     s.zoomed = true;
+    s.allData = false;
     s.plot.information.span = span;
     s.redrawTimer.start(0);
 }
@@ -44,12 +45,7 @@ void PlotWidget::FitAxes() {
     if (!s.shown)
         return;
     LeaveView(ViewStep::other);
-    TextBands bands;  // of the fuller plot: the valve's axis is that of both
-    for (std::size_t cell = 0; cell < s.plot.layout.cells.size(); ++cell) {
-        const TextBands own = BandsOf(s.plot.texts, s.plot.layout, cell);
-        bands = {std::max(bands.top, own.top), std::max(bands.bottom, own.bottom)};
-    }
-    const auto fitted = FittedAxes(s.plot.information, s.plot.format, bands);
+    const auto fitted = FittedAxes(s.plot.information, s.plot.format, BandsOf(s.plot.texts, s.plot.layout));
     for (std::size_t i = 0; i < quantityCount; ++i)
         if (fitted[i])
             s.Level().choice.axes[i] = fitted[i];
@@ -67,7 +63,17 @@ void PlotWidget::ToggleCurve(Quantity quantity) {
 }
 
 void PlotWidget::ViewAllData() {
+    State& s = *state_;
     View(ViewLimits(), ViewStep::other);
+    s.allData = s.shown && s.zoomed;
+}
+
+TimeSpan PlotWidget::ZoomSpan() const {
+    return state_->allData ? ViewLimits() : state_->plot.information.span;
+}
+
+bool PlotWidget::StaysInTime() const {
+    return state_->zoomed && !state_->allData;
 }
 
 /// Time and value axes as the options choose; hidden curves stay hidden.
@@ -76,7 +82,7 @@ void PlotWidget::ResetZoom() {
     if (!s.shown || !IsZoomed() || s.drawing)
         return;
     LeaveView(ViewStep::other);
-    s.zoomed = false;
+    s.zoomed = s.allData = false;
     s.Level().choice.axes = {};
     Draw(TimeMode::chosen, {}, false);
 }
@@ -85,9 +91,10 @@ void PlotWidget::GoTo(const PlotView& view) {
     State& s = *state_;
     s.views.EndGesture();
     s.zoomed = view.zoomed;
+    s.allData = view.allData;
     s.Level().choice = view.choice;
     if (view.zoomed)
-        Draw(TimeMode::zoomed, view.span, false);
+        Draw(TimeMode::zoomed, view.allData ? ViewLimits() : view.span, false);
     else
         Draw(TimeMode::chosen, {}, false);
 }

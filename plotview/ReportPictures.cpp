@@ -39,7 +39,7 @@ bool Draw(DrawingSurface& surface, const std::function<void()>& draw) {
     return true;
 }
 
-/// The whole record, whatever part of it the window shows.
+/// The whole record, whatever part of it the window shows, and as large as the paper allows.
 bool DrawPlotOf(DrawingSurface& surface, const ReportPicture& picture) {
     const DatasetRecord& record = CurrentSelection().datasets.at(picture.index);
     PlotFileOptions options;
@@ -47,6 +47,7 @@ bool DrawPlotOf(DrawingSurface& surface, const ReportPicture& picture) {
     options.dataset = picture.index;
     options.width = picture.width;
     options.height = picture.height;
+    options.fit = true;
     return DrawPlotPicture(surface, options);
 }
 

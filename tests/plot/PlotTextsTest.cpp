@@ -94,8 +94,7 @@ TEST(PlotTexts, TimesStandClearOfTheFrameWhereThereIsRoomAndBandsHoldHeaderAndCy
     for (const PlacedText& text : texts)
         EXPECT_TRUE(text.role != TextRole::timeValue || text.box.top == layout.cells[text.cell].bottom + 3)
             << text.text;
-    // Two rows of 16 and a gap of 4 each, of a plot 276 high; a number 16 high, a gap above the edge.
-    const TextBands bands = BandsOf(texts, layout, 1);
+    const TextBands bands = BandsOf(texts, layout);
     EXPECT_DOUBLE_EQ(bands.top, 20.0 / (layout.cells[1].bottom - layout.cells[1].top));
     EXPECT_DOUBLE_EQ(bands.bottom, 20.0 / (layout.cells[1].bottom - layout.cells[1].top));
 }

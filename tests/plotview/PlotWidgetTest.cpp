@@ -2,13 +2,11 @@
 #include <QContextMenuEvent>
 #include <QImage>
 #include <QInputDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPrinter>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTextDocumentFragment>
 #include <QTimer>
 #include <QWheelEvent>
 
@@ -19,6 +17,7 @@
 #include "plotview/PlotWidget.h"
 #include "plotview/TimeCursors.h"
 #include "signal/modParameters.h"
+#include "tests/plot/RecordingSurface.h"
 #include "tests/support/DravikFixture.h"
 
 namespace vorela {
@@ -252,12 +251,7 @@ TEST_F(PlotWidgetTest, LinesAndStripShowEachCursorWhereItIs) {
     EXPECT_GT(pixels(x1, Qt::red), 150);
     EXPECT_GT(pixels(x2, Qt::blue), 150);
     EXPECT_TRUE(pixels(x1, Qt::blue) < 20 && pixels(x2, Qt::red) < 20);
-    const auto text = [&] {
-        return QTextDocumentFragment::fromHtml(strip.findChild<QLabel*>("lblReadout")->text())
-            .toPlainText()
-            .simplified()
-            .toStdString();
-    };
+    const auto text = [&] { return strip.Text().simplified().toStdString(); };
     EXPECT_THAT(text(), testing::StartsWith("Time (s) Periods ZG (psi) RTC (psi)"));
     for (const char* row : {"Cursor 1 250.00 250.0 250.0 ", "Cursor 2 750.00 750.0 750.0 ",
                             "Difference 500.00 5.000 500.0 500.0"})
@@ -281,8 +275,34 @@ TEST_F(PlotWidgetTest, FollowingStaysWhereItIsWhileZoomed) {
     CurrentSelection().datasets[0].extentB = 200'000;
     plot_.Follow(0);
     ExpectSeen(0, 1200);
+    EXPECT_TRUE(plot_.StaysInTime());
     plot_.ResetZoom();
     ExpectSeen(0, 2010);
+}
+
+TEST_F(PlotWidgetTest, AllDataGrowsWithTheRecordUntilAnotherViewIsChosen) {
+    PrsOpt().timeAuto = false;
+    PrsOpt().timeRange = 240;
+    plot_.ShowDataset(0);
+    ExpectSeen(760, 1000);
+    const auto grow = [&](std::int32_t end) {
+        CurrentSelection().datasets[0].extentB = end;
+        plot_.Follow(0);
+    };
+    QTest::keyClick(&plot_, Qt::Key_A);
+    QTest::qWait(5);
+    EXPECT_FALSE(plot_.StaysInTime());
+    grow(150'000);
+    ExpectSeen(0, 1500);
+    ZoomIn();
+    grow(160'000);
+    ExpectSeen(0, 1200);
+    QTest::keyClick(&plot_, Qt::Key_Left, Qt::AltModifier);  // back to all data, as they are now
+    ExpectSeen(0, 1600);
+    grow(170'000);
+    ExpectSeen(0, 1700);
+    plot_.ShowDataset(0);
+    ExpectSeen(0, 1700);
 }
 
 TEST_F(PlotWidgetTest, ATypedPositionIsExactAndCheckedAgainstTheRecord) {
@@ -377,6 +397,22 @@ TEST_F(PlotWidgetTest, SavesTheSameDrawingInEveryFormatWithoutTouchingTheOptions
     EXPECT_NE(ports.TakeBox().text.find(".png, .svg or .pdf"), std::string::npos);
     EXPECT_FALSE(SavePlot(folder.File("missing/plot.png"), options));
     EXPECT_NE(ports.TakeBox().text.find("missing/plot.png"), std::string::npos);
+}
+
+TEST_F(PlotWidgetTest, AFittedPictureFillsItsHeightButKeepsAScaleThatTheUserChose) {
+    const auto texts = [](bool fit) {
+        test::RecordingSurface surface({1000, 600});
+        PlotFileOptions options;
+        options.fit = fit;
+        EXPECT_TRUE(DrawPlotPicture(surface, options));
+        return surface.Texts();
+    };
+    EXPECT_THAT(texts(false), testing::Contains("750"));  // 0 to 1000 by the automatic scale's steps
+    EXPECT_THAT(texts(true),
+                testing::AllOf(testing::Not(testing::Contains("750")), testing::Contains("-40")));
+    AxisOptions& pressure = PrsOpt().Axis(Quantity::pressure);
+    pressure = {10, 25, false, 0, 0};
+    EXPECT_THAT(texts(true), testing::IsSupersetOf({"10", "25", "-40"}));
 }
 
 // --- Gestures of reading and finding one's way ---
@@ -481,6 +517,20 @@ TEST_F(PlotGestureTest, AValueAxisZoomsMovesAndReturnsForThisViewOnly) {
     ExpectAxis(Quantity::pressure, -140, 1140);
     for (std::size_t i = 0; i < quantityCount; ++i)
         EXPECT_EQ(PrsOpt().axes[i].plottedMaximum, options.axes[i].plottedMaximum) << i;
+}
+
+TEST_F(PlotGestureTest, ShiftF10OpensTheContextMenuWithTheCycleAtCursor1) {
+    cursors_.setCursor1(30);  // 300 s, in the cycle from 100 to 340 s
+    QStringList entries;
+    QTimer::singleShot(0, [&entries] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        for (const QAction* entry : menu->actions())
+            entries << entry->text();
+        menu->close();
+    });
+    QTest::keyClick(&plot_, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_TRUE(entries.contains("&Use Cycle 1"));
 }
 
 TEST_F(PlotGestureTest, ALegendEntryHidesAndShowsItsCurve) {
