@@ -379,7 +379,7 @@ void StartRecorder(QProcess& recorder, const QString& database) {
 void CheckSettings(const std::string& path) {
     static const std::set<std::string> known{"[Version]",      "[Dataset]", "[Cursors]", "[Parameters]",
                                              "[Presentation]", "[Plot]",    "[Window]",  "[Recent]",
-                                             "[Exact]",        "[Chooser]", "[Import]"};
+                                             "[Exact]",        "[Chooser]", "[Import]",  "[Plan]"};
     std::ifstream file(path);
     std::set<std::string> sections;
     std::set<std::string> keys;
@@ -430,6 +430,7 @@ int Judge(const RandomUser& user) {
     const bool flat = memory.size() < measurements || memory.back() - memory[measurements / 4] < mostGrowth;
     if (!flat)
         std::printf("memory grows\n");
+    std::fflush(stdout);  // whatever comes of the checks that follow
     return faults == 0 && flat ? 0 : 1;
 }
 
