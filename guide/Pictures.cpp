@@ -40,7 +40,7 @@ constexpr int settleMs = 300;
 constexpr int lookEveryMs = 20;
 constexpr int patienceMs = 300000;
 constexpr const char* metMark = "met";
-constexpr QSize windowSize(1000, 620);
+constexpr QSize windowSize(920, 650);
 constexpr int level = 1, interval = 2, quicklook = 3, summary = 4, firstPlot = 5, shallowest = 8;  // tabs
 
 [[noreturn]] void Fail(const QString& what) {

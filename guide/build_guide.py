@@ -5,6 +5,8 @@
 
 Makes OUT_DIR/html/*.html with pictures/ beside them and OUT_DIR/vorela-guide.pdf. Needs python3-markdown and, for the
 PDF, weasyprint."""
+import contextlib
+import fcntl
 import html
 import json
 import os
@@ -25,17 +27,39 @@ WELL = ["--settings", "well.ini", "--set", "Parameters.1Height=30"]
 SIMULATED = ["--levels", "2", "--depths", "9700,9750", "--permeability", "100,100", "--skin", "5,3", "--height", "30,60",
              "--seed", "8"]
 ZONE = [word for key in ("TimeAuto=0", "Fixed=0", "Start=600", "End=1560") for word in ("--set", "Presentation." + key)]
+# Windows show where their databases are. The pictures are to be the same wherever they are made.
+WELLS = pathlib.Path("/tmp/vorela-guide")
 PLOTS = {"quality-good.svg": "0.01", "quality-noisy.svg": "0.1"}  # by their noise
 
 
 # --- Pictures ---
 
+@contextlib.contextmanager
+def wells_folder():
+    """WELLS, empty and for this build alone: another one that is at work there is waited for."""
+    while True:
+        WELLS.mkdir(mode=0o700, exist_ok=True)
+        handle = os.open(WELLS, os.O_RDONLY | os.O_DIRECTORY | os.O_NOFOLLOW)
+        if os.fstat(handle).st_uid != os.geteuid():
+            sys.exit(f"{WELLS}: the pictures are made there, and it is another user's: remove it")
+        fcntl.flock(handle, fcntl.LOCK_EX)
+        if WELLS.exists() and os.path.samestat(os.fstat(handle), WELLS.stat()):
+            break
+        os.close(handle)  # the build that was waited for has removed it
+    try:
+        for old in WELLS.iterdir():  # of a build that was killed
+            shutil.rmtree(old) if old.is_dir() else old.unlink()
+        yield WELLS
+    finally:
+        shutil.rmtree(WELLS)
+        os.close(handle)
+
+
 def pictures(bin_dir, program, folder, work):
     """Every picture of the guide, from databases made for it."""
-    shutil.rmtree(work, ignore_errors=True)
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    shutil.copytree(SOURCE / "docs" / "examples", work)
+    shutil.copytree(SOURCE / "docs" / "examples", work, dirs_exist_ok=True)
     (work / "level1.csv").unlink()  # the logger's file gives way to the simulated level of the first test
     env = dict(os.environ, PATH=f"{bin_dir}:{os.environ['PATH']}", VORELA_REGISTRY=str(bin_dir / "vorela.reg"),
                XDG_CONFIG_HOME=str(work / "config"), LC_ALL="C.UTF-8")
@@ -64,7 +88,7 @@ def width_of(picture):
     """Of a PNG of two pixels a point, in points of the screen; nothing for a drawing."""
     if picture.suffix != ".png":
         return ""
-    return f' width="{struct.unpack(">I", picture.read_bytes()[16:20])[0] // 2}"'
+    return f' style="width: {struct.unpack(">I", picture.read_bytes()[16:20])[0] // 2}px"'
 
 
 # --- HTML ---
@@ -76,7 +100,7 @@ def console(match):
         prompt = line[:2] if line.startswith(("$ ", "> ")) else ">" if line == ">" else ""
         rest = html.escape(line[len(prompt):], quote=False)
         widest = max(widest, 0 if prompt else len(line))
-        lines.append(f'<span class="prompt">{html.escape(prompt)}</span><b>{rest}</b>' if prompt else rest)
+        lines.append(f'<b><span class="prompt">{html.escape(prompt)}</span>{rest}</b>' if prompt else rest)
     columns = next((f' class="wide{columns}"' for columns in (110, 125, 160) if widest <= columns), "")
     return f"<pre{columns}><code>" + "\n".join(lines) + "</code></pre>"
 
@@ -100,6 +124,7 @@ def body_of(name, bin_dir, pictures_folder):
     settings = {"toc": {"slugify": lambda heading, separator: guide_source.slug(heading)}}
     body = markdown.markdown(text, extensions=extensions, extension_configs=settings, tab_length=3)
     body = re.sub(r'<pre><code class="language-console">(.*?)</code></pre>', console, body, flags=re.S)
+    body = re.sub(r"<p>(?=<img [^>]*></p>)", '<p class="picture">', body)
     return re.sub(r'<img alt="([^"]*)" src="pictures/([^"]+)" ?/>',
                   lambda m: f'<img alt="{m.group(1)}" src="pictures/{m.group(2)}"{width_of(pictures_folder / m.group(2))}>',
                   body)
@@ -144,6 +169,8 @@ def book(bodies, version):
         body = re.sub(r'href="#([^"]+)"', rf'href="#{stem}--\1"', body)
         body = re.sub(r'href="([\w-]+)\.md#([^"]+)"', r'href="#\1--\2"', body)
         body = re.sub(r'href="([\w-]+)\.md"', r'href="#\1"', body)
+        # On paper a window is drawn with letters of the size of the text.
+        body = re.sub(r'style="width: (\d+)px"', lambda m: f'style="width: {int(m.group(1)) * 3 // 4}px"', body)
         kind = "chapter contents" if name == "index.md" else "chapter"
         parts.append(f'<section class="{kind}" id="{stem}">{body}</section>')
     return f"""<!DOCTYPE html><html lang="en"><head><meta charset="utf-8"><title>Vorela: the guide</title>
@@ -157,14 +184,14 @@ def main(bin_dir, program, out, version):
     pages = out / "html"
     shutil.rmtree(pages, ignore_errors=True)
     pages.mkdir(parents=True)
-    pictures(bin_dir, program, pages / "pictures", out / "wells")
+    with wells_folder() as wells:
+        pictures(bin_dir, program, pages / "pictures", wells)
     shutil.copy(pathlib.Path(__file__).with_name("guide.css"), pages)
     bodies = {name: body_of(name, bin_dir, pages / "pictures") for name in guide_source.chapters()}
     for name, body in bodies.items():
         (pages / f"{name[:-3]}.html").write_text(page(name, body, version), encoding="utf-8")
     document = weasyprint.HTML(string=book(bodies, version), base_url=str(pages) + "/")
     document.write_pdf(str(out / "vorela-guide.pdf"))
-    shutil.rmtree(out / "wells")
 
 
 if __name__ == "__main__":
