@@ -262,6 +262,7 @@ int main(int argc, char* argv[]) {
     const QDir wells(QDir(QString::fromLocal8Bit(argv[2])).absolutePath());
     const QApplication application(argc, argv);
     QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setCursorFlashTime(0);  // a blinking mark would be in one picture and not in the next
     QApplication::setFont(QFont(QStringLiteral("Liberation Sans"), 10));  // NOLINT: a usual size
     vorela::QtPorts ports;
     vorela::CurrentPorts() = ports.AsPorts();
