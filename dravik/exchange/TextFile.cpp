@@ -80,7 +80,7 @@ std::size_t TextFile::Read(std::uint64_t offset, char* bytes, std::size_t count)
 
 std::uint64_t TextFile::EndWithoutPadding(std::uint64_t size) const {
     const std::size_t unit = encoding_.unitBytes;
-    std::vector<char> block(blockBytes);
+    std::vector<char> block(static_cast<std::size_t>(std::min<std::uint64_t>(size, blockBytes)));
     std::uint64_t end = size - (size - std::min<std::uint64_t>(size, encoding_.markBytes)) % unit;
     while (end > Begin()) {
         const std::uint64_t from = std::max(Begin(), end > blockBytes ? end - blockBytes : 0);
@@ -96,7 +96,10 @@ std::uint64_t TextFile::EndWithoutPadding(std::uint64_t size) const {
 }
 
 LineReader::LineReader(const TextFile& file)
-    : file_(file), decoder_(file.TextEncoding()), buffer_(blockBytes), bufferOffset_(file.Begin()) {}
+    : file_(file),
+      decoder_(file.TextEncoding()),
+      buffer_(static_cast<std::size_t>(std::min<std::uint64_t>(file.End() - file.Begin(), blockBytes))),
+      bufferOffset_(file.Begin()) {}
 
 void LineReader::Seek(const Place& place) {
     line_ = place.line;
@@ -115,12 +118,12 @@ bool LineReader::Fill() {
     bufferOffset_ += at_;
     filled_ -= at_;
     at_ = 0;
-    if (buffer_.size() < filled_ + blockBytes)
-        buffer_.resize(filled_ + blockBytes);
     const std::uint64_t next = bufferOffset_ + filled_;
     const std::uint64_t left = file_.End() > next ? file_.End() - next : 0;
-    const std::size_t got = file_.Read(next, buffer_.data() + filled_,
-                                       static_cast<std::size_t>(std::min<std::uint64_t>(left, blockBytes)));
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, blockBytes));
+    if (buffer_.size() < filled_ + wanted)
+        buffer_.resize(filled_ + wanted);
+    const std::size_t got = file_.Read(next, buffer_.data() + filled_, wanted);
     filled_ += got;
     const std::string_view held(buffer_.data(), filled_ > 0 ? filled_ - 1 : 0);
     linesEnd_ = held.rfind(file_.LineEnd()) + 1;  // 0 where there is none
