@@ -144,7 +144,7 @@ TEST_F(Dravik, RefusedInputLeavesTheDatabaseByteIdenticalOrAbsent) {
 
 TEST_F(Dravik, AnInterruptedImportLeavesNothing) {
     // The signal comes when storing has begun: in a new database, and in one that is there.
-    Shell("awk 'BEGIN { print \"T,P\"; for (i = 0; i < 600000; ++i) print i \",\" i % 977 }' > long.csv");
+    Shell("awk 'BEGIN { print \"T,P\"; for (i = 0; i < 3000000; ++i) print i \",\" i % 977 }' > long.csv");
     const auto interrupted = [&](const std::string& sign) {
         return Shell("dravik import a.dk long.csv & p=$!; until ls " + sign +
                      " >/dev/null 2>&1 || ! kill -0 $p 2>/dev/null; do :; done; kill -INT $p; wait $p");
