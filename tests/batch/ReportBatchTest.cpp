@@ -1,4 +1,5 @@
 // The report as a user of vorela-batch gets it: its numbers are those of the JSON document.
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "general/NumberText.h"
@@ -176,6 +177,41 @@ void CheckCycles(const HtmlPage& page, const Json& level, const Json& exact, con
     }
 }
 
+std::string Shown(const Json& value, double factor) {
+    return value.is_null() ? "-" : FormatNumber(value.get<double>() * factor);
+}
+
+void CheckQuality(const HtmlPage& page, const Json& exact, const std::string& heading) {
+    constexpr double percent = 100;
+    const Rows& rows = page.Table(heading, "Cycles of the exact analysis and their quality");
+    ASSERT_GT(rows.size(), 1U) << heading;
+    ASSERT_EQ(rows.size(), exact["cycles"].size() + 1);
+    for (std::size_t i = 0; i < exact["cycles"].size(); ++i) {
+        const Json& c = exact["cycles"][i];
+        std::vector<std::string> wanted{Shown(c["number"]),
+                                        c["grade"].is_null() ? "-" : c["grade"].get<std::string>()};
+        for (const char* key : {"snrPressure", "snrFlow", "phaseSigma", "deviation", "drift"})
+            wanted.push_back(Shown(c[key]));
+        wanted.insert(wanted.end(),
+                      {Shown(c["periodError"], percent), Shown(c["periods"]), Shown(c["filled"], percent)});
+        EXPECT_EQ(rows[i + 1], wanted) << heading;
+    }
+}
+
+void CheckBudget(const HtmlPage& page, const Json& exact, const std::string& heading) {
+    const Rows& rows = page.Table(heading, "What an error of an input would change");
+    ASSERT_GT(rows.size(), 1U) << heading;
+    ASSERT_EQ(rows.size(), exact["budget"].size() + 1);
+    for (std::size_t i = 0; i < exact["budget"].size(); ++i) {
+        const Json& line = exact["budget"][i];
+        const Json share = line["lnPermeability"].is_null()
+                               ? Json()
+                               : Json(std::expm1(line["lnPermeability"].get<double>()));
+        EXPECT_EQ(rows[i + 1], (std::vector{line["input"].get<std::string>(), line["step"].get<std::string>(),
+                                            Shown(share, 100.0), Shown(line["skin"])}));
+    }
+}
+
 void CheckInterval(const HtmlPage& page, const Json& results, std::size_t i) {
     const Json &interval = results["intervals"][i], &quick = results["quicklook"][i],
                &exact = results["exact"]["intervals"][i];
@@ -206,6 +242,7 @@ void CheckInterval(const HtmlPage& page, const Json& results, std::size_t i) {
         EXPECT_EQ(Part(harmonics[h + 1], 1, 3),
                   (std::vector{Shown(one["real"]), Shown(one["imag"]), Shown(one["sigma"])}));
     }
+    CheckBudget(page, exact, heading);
     const auto& summary = page.Table("Summary", "Intervals: quicklook beside the exact analysis").at(i + 1);
     EXPECT_EQ(Part(summary, 0, 3), (std::vector{interval["label"].get<std::string>(),
                                                 Shown(quick["permeability"]), Shown(quick["skin"])}));
@@ -225,6 +262,7 @@ TEST_F(ReportBatch, ShowsTheNumbersOfTheJsonDocument) {
         const std::string name = level["dataset"];
         const std::string heading = name + ", " + Shown(level["depth"]) + " ft";
         CheckCycles(page, level, results["exact"]["levels"][i], heading);
+        CheckQuality(page, results["exact"]["levels"][i], heading);
         EXPECT_EQ(page.Fact(heading, "Harmonic productivity index (rps/psi)"), Shown(level["hpi"]));
         EXPECT_EQ(page.Fact(heading, "Phase angle lag (degrees)"), Shown(level["phaseLag"]));
         EXPECT_EQ(levels.at(i + 1).at(0), name);
