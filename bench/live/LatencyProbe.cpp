@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -127,6 +128,41 @@ class User {
     int count_ = 0;
 };
 
+/// Tells which events hold the others up.
+class TimedApplication final : public QApplication {
+  public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override {
+        const std::string what = std::string(receiver->metaObject()->className()) + " " +
+                                 receiver->objectName().toStdString() + " event " +
+                                 std::to_string(static_cast<int>(event->type()));
+        const Clock::time_point before = Clock::now();
+        const bool done = QApplication::notify(receiver, event);
+        const double took = std::chrono::duration<double, std::milli>(Clock::now() - before).count();
+        Tally& tally = events_[what];
+        tally.longest = std::max(tally.longest, took);
+        tally.total += took;
+        ++tally.count;
+        tally.late += took > longEvent ? 1 : 0;
+        return done;
+    }
+    void PrintLongest() const {
+        for (const auto& [what, tally] : events_)
+            if (tally.longest > longEvent)
+                std::printf("%s: %d times, %.2f ms on average, longest %.2f ms, %d above %.0f ms\n",
+                            what.c_str(), tally.count, tally.total / tally.count, tally.longest, tally.late,
+                            longEvent);
+    }
+
+  private:
+    static constexpr double longEvent = 5;
+    struct Tally {
+        double longest = 0, total = 0;
+        int count = 0, late = 0;
+    };
+    std::map<std::string, Tally> events_;
+};
+
 void Report(std::vector<double> times) {
     std::sort(times.begin(), times.end());
     const auto share = [&](double part) {
@@ -191,10 +227,12 @@ int Probe(const Options& options) {
 int main(int count, char** arguments) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(count, arguments);
+    const TimedApplication application(count, arguments);
     Options options;
     int* const places[] = {&options.seconds, &options.speed, &options.levels};
     for (int i = 1; i < count && i <= 3; ++i)
         *places[i - 1] = std::atoi(arguments[i]);
-    return Probe(options);
+    const int status = Probe(options);
+    application.PrintLongest();
+    return status;
 }
