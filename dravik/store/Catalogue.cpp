@@ -186,7 +186,8 @@ ItemInfo Database::DatasetInfo(const DatasetRow& dataset) {
 
 // --- Items ---
 
-std::uint32_t Database::ItemRow::Sum(const InfoBlock& block, const Bytes& lines) const {
+std::uint32_t Database::ItemRow::Sum(std::span<const unsigned char> block,
+                                     std::span<const unsigned char> lines) const {
     return RowSum('J', number).Add(dataset).Add(name).Add(unit).Add(block).Add(lines).Value();
 }
 
@@ -213,13 +214,7 @@ Database::ItemRow Database::LoadItem(const DatasetRow& dataset, std::int64_t num
     auto chunks = ChunkSums::Decode(query.Blob(4));
     if (!info || !chunks)
         Damaged(Quoted("item", dataset.name + entry->name));
-    const std::uint32_t sum = RowSum('J', number)
-                                  .Add(row.dataset)
-                                  .Add(row.name)
-                                  .Add(row.unit)
-                                  .Add(query.Blob(3))
-                                  .Add(query.Blob(4))
-                                  .Value();
+    const std::uint32_t sum = row.Sum(query.Blob(3), query.Blob(4));
     if (query.Integer(5) != sum || entry->seal != sum || row.dataset != dataset.number ||
         row.name != entry->name)
         Damaged(Quoted("item", dataset.name + entry->name));

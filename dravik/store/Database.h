@@ -104,7 +104,7 @@ class Database {
         std::string unit;
         ItemInfo info;
         ChunkSums chunks;
-        std::uint32_t Sum(const InfoBlock& block, const Bytes& lines) const;
+        std::uint32_t Sum(std::span<const unsigned char> block, std::span<const unsigned char> lines) const;
     };
 
     // Opening and transactions (Database.cpp)

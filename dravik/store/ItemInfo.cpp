@@ -16,14 +16,23 @@ constexpr std::uint32_t recordChunkBytes = 32768;
 constexpr int chunkCountAt = 136;  // both free in the published layout
 constexpr int chunkSumAt = 144;
 
-template <typename Field>
-void Put(InfoBlock& block, int at, Field value) {
-    std::memcpy(block.data() + at, &value, sizeof value);
-}
-
-template <typename Field>
-void Get(std::span<const unsigned char> block, int at, Field& value) {
-    std::memcpy(&value, block.data() + at, sizeof value);
+/// The fields of a block with their places, the text of how it was made aside.
+template <typename Info, typename Visit>
+void ForEachField(Info& info, Visit&& visit) {
+    visit(DK_INFO_INDEX_KIND, info.indexKind);
+    visit(DK_INFO_STEP, info.step);
+    visit(DK_INFO_UNIT, info.unit);
+    visit(DK_INFO_SCALE, info.scale);
+    visit(DK_INFO_OFFSET, info.offset);
+    visit(DK_INFO_KIND, info.kind);
+    visit(DK_INFO_SAMPLE_BYTES, info.sampleBytes);
+    visit(DK_INFO_FIRST_INDEX, info.firstIndex);
+    visit(DK_INFO_VALID_FIRST, info.validFirst);
+    visit(DK_INFO_VALID_LAST, info.validLast);
+    visit(chunkCountAt, info.chunkCount);
+    visit(chunkSumAt, info.chunkSum);
+    visit(DK_INFO_EXTENT_FIRST, info.extentFirst);
+    visit(DK_INFO_EXTENT_LAST, info.extentLast);
 }
 
 }  // namespace
@@ -50,22 +59,10 @@ void ItemInfo::Extend(std::int64_t firstOrdinal, std::int64_t lastOrdinal) {
 
 InfoBlock ItemInfo::Encode() const {
     InfoBlock block{};
-    Put(block, DK_INFO_INDEX_KIND, indexKind);
-    Put(block, DK_INFO_STEP, step);
-    Put(block, DK_INFO_UNIT, unit);
-    Put(block, DK_INFO_SCALE, scale);
-    Put(block, DK_INFO_OFFSET, offset);
-    Put(block, DK_INFO_KIND, kind);
-    Put(block, DK_INFO_SAMPLE_BYTES, sampleBytes);
-    Put(block, DK_INFO_FIRST_INDEX, firstIndex);
-    Put(block, DK_INFO_VALID_FIRST, validFirst);
-    Put(block, DK_INFO_VALID_LAST, validLast);
+    ForEachField(*this,
+                 [&](int at, const auto& field) { std::memcpy(block.data() + at, &field, sizeof field); });
     std::memcpy(block.data() + DK_INFO_MADE, made.data(),
                 std::min<std::size_t>(made.size(), DK_INFO_MADE_BYTES - 1));
-    Put(block, chunkCountAt, chunkCount);
-    Put(block, chunkSumAt, chunkSum);
-    Put(block, DK_INFO_EXTENT_FIRST, extentFirst);
-    Put(block, DK_INFO_EXTENT_LAST, extentLast);
     return block;
 }
 
@@ -73,22 +70,9 @@ std::optional<ItemInfo> ItemInfo::Decode(std::span<const unsigned char> block) {
     if (block.size() != DK_INFO_BYTES)
         return std::nullopt;
     ItemInfo info;
-    Get(block, DK_INFO_INDEX_KIND, info.indexKind);
-    Get(block, DK_INFO_STEP, info.step);
-    Get(block, DK_INFO_UNIT, info.unit);
-    Get(block, DK_INFO_SCALE, info.scale);
-    Get(block, DK_INFO_OFFSET, info.offset);
-    Get(block, DK_INFO_KIND, info.kind);
-    Get(block, DK_INFO_SAMPLE_BYTES, info.sampleBytes);
-    Get(block, DK_INFO_FIRST_INDEX, info.firstIndex);
-    Get(block, DK_INFO_VALID_FIRST, info.validFirst);
-    Get(block, DK_INFO_VALID_LAST, info.validLast);
+    ForEachField(info, [&](int at, auto& field) { std::memcpy(&field, block.data() + at, sizeof field); });
     const auto* text = reinterpret_cast<const char*>(block.data()) + DK_INFO_MADE;
     info.made.assign(text, strnlen(text, DK_INFO_MADE_BYTES - 1));
-    Get(block, chunkCountAt, info.chunkCount);
-    Get(block, chunkSumAt, info.chunkSum);
-    Get(block, DK_INFO_EXTENT_FIRST, info.extentFirst);
-    Get(block, DK_INFO_EXTENT_LAST, info.extentLast);
     const bool curve = info.kind == DK_ITEM_CURVE && info.sampleBytes == 4;
     const bool record = info.kind == DK_ITEM_RECORD && info.sampleBytes >= 1 && info.sampleBytes <= 4096;
     const bool sound = (curve || record) && info.step > 0 &&
