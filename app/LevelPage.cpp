@@ -49,6 +49,8 @@ LevelPage::LevelPage(Shown shown, QWidget* parent)
     QVBoxLayout* column = ColumnOf(this);
     column->addWidget(tsLevel_);
     column->addWidget(pages_, 1);
+    followTimer_.setSingleShot(true);
+    connect(&followTimer_, &QTimer::timeout, this, &LevelPage::FollowNow);
     AddPlot();
     AddLiveBar();
     AddCycleViews();
@@ -93,6 +95,7 @@ void LevelPage::AddLiveBar() {
     liveBar_ = new LivePlotBar(this);
     layout()->addWidget(liveBar_);
     connect(liveBar_, &LivePlotBar::Resumed, this, &LevelPage::Resumed);
+    connect(picPlot_, &PlotWidget::VisibleSpanChanged, this, [this] { liveBar_->SetStill(WhyStill()); });
     connect(liveBar_, &LivePlotBar::HoldChanged, this, [this] {
         hold_.Forget();
         HoldCursors();
@@ -119,13 +122,20 @@ void LevelPage::Show(std::size_t dataset) {
 }
 
 void LevelPage::Clear() {
+    followTimer_.stop();
     picPlot_->Clear();
 }
 
+// As an event of its own: what the user does meanwhile waits for the pass or for the picture, not for both.
 void LevelPage::Follow(std::size_t dataset) {
-    if (liveBar_->IsPaused())
+    followed_ = dataset;
+    followTimer_.start(0);
+}
+
+void LevelPage::FollowNow() {
+    if (liveBar_->IsPaused() || shown_() != followed_ || followed_ >= CurrentSelection().datasets.size())
         return;
-    picPlot_->Follow(dataset);
+    picPlot_->Follow(followed_);
     HoldCursors();
     ShowCursorValues();
     ShowCycles();
@@ -133,6 +143,15 @@ void LevelPage::Follow(std::size_t dataset) {
 
 void LevelPage::ShowFollowing(bool recorded) {
     liveBar_->ShowFor(recorded, PrsOpt().timeAuto);
+    liveBar_->SetStill(WhyStill());
+}
+
+QString LevelPage::WhyStill() const {
+    if (picPlot_->StaysInTime())
+        return tr("Zoomed, the view stays: Home follows again, A shows all data as they grow");
+    if (!PrsOpt().timeAuto && !PrsOpt().fixed)
+        return tr("A specific zone is shown and stays");
+    return {};
 }
 
 void LevelPage::TogglePause() {

@@ -2,6 +2,7 @@
 // how the picture follows a recording.
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 #include <cstddef>
 #include <functional>
@@ -38,7 +39,7 @@ class LevelPage : public QWidget {
     void Show(std::size_t dataset);
     /// An empty picture.
     void Clear();
-    /// The redraw of a timer pass; nothing while the picture is paused.
+    /// The redraw of a timer pass, as the next event; nothing while the picture is paused.
     void Follow(std::size_t dataset);
     /// The row under the picture, for a level that is being recorded.
     void ShowFollowing(bool recorded);
@@ -65,6 +66,8 @@ class LevelPage : public QWidget {
     void Resumed();
 
   private:
+    QString WhyStill() const;
+    void FollowNow();
     void AddPage(const QString& name, QWidget* page);
     void AddPlot();
     void AddCycleViews();
@@ -83,6 +86,8 @@ class LevelPage : public QWidget {
     QLabel* lblCursors_ = nullptr;
     LivePlotBar* liveBar_ = nullptr;
     CursorHold hold_;
+    QTimer followTimer_;
+    std::size_t followed_ = 0;
     bool putting_ = false;  ///< the cursors are being put to positions that the user did not choose
 };
 

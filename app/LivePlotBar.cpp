@@ -47,8 +47,18 @@ void LivePlotBar::SetPaused(bool on) {
     follow_->setText(on ? tr("Follo&w") : tr("Pa&use"));
     follow_->setToolTip(on ? tr("Lets the picture follow the recording again (Ctrl+L)")
                            : tr("Keeps the picture as it is while the recording goes on (Ctrl+L)"));
-    state_->setText(on ? tr("Paused: the recording goes on behind this picture")
-                       : tr("Following the recording"));
+    ShowState();
+}
+
+void LivePlotBar::ShowState() {
+    state_->setText(paused_            ? tr("Paused: the recording goes on behind this picture")
+                    : still_.isEmpty() ? tr("Following the recording")
+                                       : still_);
+}
+
+void LivePlotBar::SetStill(const QString& why) {
+    still_ = why;
+    ShowState();
 }
 
 void LivePlotBar::TogglePause() {
@@ -63,6 +73,8 @@ void LivePlotBar::ShowFor(bool recorded, bool growing) {
     if (!recorded && paused_)
         SetPaused(false);
     hold_->setEnabled(growing);
+    hold_->setText(growing ? tr("Hold cursor ti&mes")
+                           : tr("Hold cursor ti&mes (only with Scales, All data)"));
     setVisible(recorded);
 }
 

@@ -18,6 +18,8 @@ class LivePlotBar : public QWidget {
     /// Shown while the level is being recorded; the pause ends with the recording. `growing`: the time range
     /// grows with it, so that cursor times can be held.
     void ShowFor(bool recorded, bool growing);
+    /// Why the shown view does not move with the recording though it is not paused; "" while it does.
+    void SetStill(const QString& why);
     bool IsPaused() const { return paused_; }
     bool HoldsCursors() const;
     void TogglePause();
@@ -28,11 +30,13 @@ class LivePlotBar : public QWidget {
 
   private:
     void SetPaused(bool on);
+    void ShowState();
 
     QPushButton* follow_;
     QCheckBox* hold_;
     QLabel* state_;
     bool paused_ = false;
+    QString still_;
 };
 
 }  // namespace vorela

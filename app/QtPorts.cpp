@@ -97,10 +97,12 @@ void QtPorts::Attach(QWidget* window, QProgressBar* bar, QStatusBar* statusBar) 
 }
 
 void QtPorts::Show(MessageIcon icon, const std::string& title, const std::string& text) {
+    HideProgress();  // nothing goes on while the user reads
     RunBox(BoxIcon(icon), title, text, QMessageBox::Ok, window_);
 }
 
 bool QtPorts::AskYesNo(const std::string& title, const std::string& text) {
+    HideProgress();
     return RunBox(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, window_) ==
            QMessageBox::Yes;
 }

@@ -56,7 +56,13 @@ StatusLine::StatusLine(QStatusBar* bar, QLabel* stale)
 }
 
 void StatusLine::Say(const QString& text) {
+    said_ = text;
     bar_->showMessage(text);
+}
+
+void StatusLine::EndSaid() {
+    if (!said_.isEmpty() && bar_->currentMessage() == said_)
+        ShowHints();
 }
 
 // --- Hints ---

@@ -22,6 +22,8 @@ class StatusLine {
 
     QProgressBar* Progress() const { return progBar_; }
     void Say(const QString& text);
+    /// What was said last is true no longer: the hints stand there again.
+    void EndSaid();
 
     /// The hints as they are now: stale curves, levels without results, foreign units, what was left out.
     QStringList Hints() const;
@@ -51,6 +53,7 @@ class StatusLine {
     QProgressBar* progBar_;
     QString hints_;  ///< as last shown
     QString standing_;
+    QString said_;
     QStringList stale_;
     QStringList resultHints_;
 };

@@ -91,10 +91,12 @@ void frmMain::BuildResults() {
     connect(results_, &ResultPages::IntervalEdited, this, [this] {
         FollowExactResults();
         menus_->ShowUndo();
+        status_->EndSaid();
     });
     connect(results_, &ResultPages::CycleEdited, this, [this] {
         status_->ShowResultHints(!tmrMain_.isActive());
         menus_->ShowUndo();
+        status_->EndSaid();
     });
     connect(results_, &ResultPages::CalculationWanted, this, &frmMain::CalculateCyclesEntry);
     connect(results_, &ResultPages::Explained, this, [this](const QString& text) { status_->Say(text); });

@@ -20,6 +20,7 @@
 #include "app/frmExact.h"
 #include "app/frmPlan.h"
 #include "db/frmSelectData.h"
+#include "dravik/chooser/frmChooser.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/RecentSelections.h"
 #include "platform/DravikLibraries.h"
@@ -68,6 +69,13 @@ TEST_F(Glance, TitleNamesDatabaseAndWhatIsShown) {
     EXPECT_FALSE(Find<QProgressBar>(*window, "progBar").isVisible()) << "short work";
     QTest::qWait(300);
     qtPorts.SetValue(2);
+    EXPECT_TRUE(Find<QProgressBar>(*window, "progBar").isVisible());
+    QTimer::singleShot(0, [] { QApplication::activeModalWidget()->close(); });
+    qtPorts.AskYesNo("Title", "Question?");
+    EXPECT_FALSE(Find<QProgressBar>(*window, "progBar").isVisible()) << "behind a question";
+    qtPorts.SetValue(3);
+    QTest::qWait(300);
+    qtPorts.SetValue(4);
     EXPECT_TRUE(Find<QProgressBar>(*window, "progBar").isVisible());
     window->TimerTick();
     EXPECT_FALSE(Find<QProgressBar>(*window, "progBar").isVisible());
@@ -252,7 +260,15 @@ TEST_F(Glance, RecordingIsMarkedFollowedPausedAndItsCursorTimesHeld) {
         for (const char* name : {"ZG", "RTC"})
             Append("LEVEL2", {name, "", 0, [](std::int32_t) { return 1.0; }}, samples);
         window->TimerTick();
+        QTest::qWait(5);  // the picture follows as an event of its own
     };
+    const auto& state = Find<QLabel>(*window, "lblFollow");
+    EXPECT_EQ(state.text(), "Following the recording");
+    QTest::keyClick(&Find<QWidget>(*window, "picPlot"), Qt::Key_Plus);
+    QTest::qWait(20);
+    EXPECT_TRUE(state.text().startsWith("Zoomed, the view stays")) << state.text().toStdString();
+    QTest::keyClick(&Find<QWidget>(*window, "picPlot"), Qt::Key_Home);
+    EXPECT_EQ(state.text(), "Following the recording");
     auto& hold = Find<QCheckBox>(*window, "chkHoldCursors");
     auto& cursors = Find<TimeCursors>(*window, "cursors");
     const auto& times = Find<QLabel>(*window, "lblCursors");
@@ -280,6 +296,7 @@ TEST_F(Glance, RecordingIsMarkedFollowedPausedAndItsCursorTimesHeld) {
     EXPECT_GT(CurrentSelection().datasets[0].extentB / 100, end) << "the analysis goes on";
     Activate();
     QTest::keyClick(window.get(), Qt::Key_L, Qt::ControlModifier);
+    QTest::qWait(5);
     EXPECT_GT(PrsOpt().rangeEnd, end);
     SetPresentation("LEVEL2", Presentation{});
     window->TimerTick();
@@ -490,9 +507,10 @@ TEST_F(Glance, EveryControlHasANameAndTabGoesFromTopToBottom) {
     frmAbout about;
     dravik::frmImport import({DatabasePath(), "240"});
     dlgHelp help;
+    dravik::frmChooser chooser(LoadedLibraries().database);
     for (QWidget* dialog :
          std::initializer_list<QWidget*>{&select, &filtered, &parameters, &scales, &format, &save, &cycles,
-                                         &about, &import, &help, &exact, &plan}) {
+                                         &about, &import, &help, &exact, &plan, &chooser}) {
         dialog->show();
         ExpectNamedAndInOrder(*dialog);
         dialog->hide();
