@@ -12,7 +12,9 @@ namespace {
 std::string ContentsOf(const PlannedColumn& column) {
     if (column.kind == ColumnKind::empty)
         return "empty";
-    std::string text = column.kind == ColumnKind::text ? "text" : "numbers";
+    std::string text = column.kind == ColumnKind::number ? "numbers"
+                       : column.role == ColumnRole::time ? "times"
+                                                         : "text";
     if (column.missing > 0)
         text += ", " + std::to_string(column.missing) + " missing";
     if (column.kind == ColumnKind::number)

@@ -13,6 +13,7 @@
 #include "dravik/importer/ColumnSettler.h"
 #include "dravik/importer/ValveSettings.h"
 #include "general/NumberText.h"
+#include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {
@@ -91,6 +92,7 @@ class JobPlanner {
         if (settings_.files.empty())
             job_.problems.emplace_back("no files");
         CheckValve(settings_.valve, job_);
+        NoteMissingDepths();
         return std::move(job_);
     }
 
@@ -220,6 +222,23 @@ class JobPlanner {
             } catch (const DatasetError& error) {
                 file.problems.push_back(std::string("Dataset: ") + error.what());
             }
+        }
+    }
+
+    void NoteMissingDepths() {
+        std::map<std::string, bool> hasDepth;
+        for (const FilePlan& file : job_.files) {
+            const bool isLevel = file.plan.grid.rows > 0 && file.plan.grid.indexKind == DK_INDEX_TIME;
+            bool& has = hasDepth.emplace(file.dataset, !isLevel).first->second;
+            has = has || file.plan.depth || database_.targets.contains(file.dataset) ||
+                  std::any_of(file.columns.begin(), file.columns.end(), [](const ColumnView& column) {
+                      return column.name == CurveOfRole(Role::depth);
+                  });
+        }
+        for (const auto& [dataset, has] : hasDepth) {
+            if (!has)
+                job_.notes.push_back("dataset " + dataset +
+                                     " gets no depth, by which levels are sorted (Depth)");
         }
     }
 
