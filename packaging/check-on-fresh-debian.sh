@@ -56,7 +56,7 @@ inside dpkg -L vorela >"$out/installed.txt"
 echo "$(wc -l <"$out/installed.txt") files and folders"
 
 echo "== Simulate and analyse"
-as_user dravik simulate demo.dkb
+as_user dravik simulate demo.dkb --noise 0.005
 as_user vorela-batch demo.dkb --settings /usr/share/vorela/demo.ini --export demo.csv --json demo.json --plot demo.png
 cp "$root/home/engineer/demo.png" "$root/home/engineer/demo.json" "$root/home/engineer/demo.csv" "$out/"
 
