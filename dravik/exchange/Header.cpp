@@ -118,7 +118,8 @@ void DropMark(HeadLine& line, std::size_t width) {
     if (!isLonger || line.cells.front().empty() || !HasNoWord(line.cells.front()))
         return;
     line.cells.erase(line.cells.begin());
-    line.quoted.erase(line.quoted.begin());
+    if (!line.quoted.empty())
+        line.quoted.erase(line.quoted.begin());
     line.kinds.erase(line.kinds.begin());
 }
 
