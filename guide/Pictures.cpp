@@ -38,9 +38,9 @@ namespace {
 
 constexpr int settleMs = 300;
 constexpr int lookEveryMs = 20;
-constexpr int patienceMs = 300000;
+constexpr int patienceMs = 900000;
 constexpr const char* metMark = "met";
-constexpr QSize windowSize(920, 650);
+constexpr QSize windowSize(920, 650), importSize(1000, 680);
 constexpr int level = 1, interval = 2, quicklook = 3, summary = 4, firstPlot = 5, shallowest = 8;  // tabs
 
 [[noreturn]] void Fail(const QString& what) {
@@ -82,6 +82,14 @@ class Photographer {
         return *control;
     }
     static void Click(QWidget& parent, const char* button) { Find<QAbstractButton>(parent, button).click(); }
+
+    /// What a dialog does beside the window (reading a file, say) takes its time; the button comes back
+    /// behind it.
+    static void WaitUntilEnabled(QWidget& parent, const char* button) {
+        do
+            Wait(settleMs);
+        while (!Find<QAbstractButton>(parent, button).isEnabled());
+    }
 
     /// As the user does it: the dialogs tell an edited box from one that was filled in.
     static void Type(QWidget& parent, const char* box, const char* text) {
@@ -204,13 +212,13 @@ void Photographer::PhotographPlan() {
 void Photographer::PhotographImport() {
     dravik::frmImport dialog({{}, QStringLiteral("240").toStdString()}, &window_);
     dialog.AddFiles({wells_.filePath(QStringLiteral("level1.csv"))});
-    dialog.resize(windowSize);
+    dialog.resize(importSize);
     dialog.show();
-    Wait(4 * settleMs);
+    WaitUntilEnabled(dialog, "cmdImport");
     Type(dialog, "txtDepth", "9600");
     Choose(dialog, "cboValve", 1);
     Type(dialog, "txtFirst", "120");
-    Wait(4 * settleMs);
+    WaitUntilEnabled(dialog, "cmdImport");
     Save(dialog, "import.png");
 }
 
