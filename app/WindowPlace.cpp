@@ -6,12 +6,14 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QStyle>
+#include <QTableWidget>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cstdint>
 
 #include "app/QtPorts.h"
 #include "general/SettingsTable.h"
+#include "plotview/PictureWidget.h"
 
 namespace vorela {
 namespace {
@@ -64,6 +66,16 @@ void MakeScrollable(QDialog& dialog) {
 }
 
 }  // namespace
+
+void LetViewsShrink(QDialog& dialog) {
+    const auto shrink = [](QWidget* view) {
+        view->setSizePolicy(view->sizePolicy().horizontalPolicy(), QSizePolicy::Ignored);
+    };
+    for (QTableWidget* table : dialog.findChildren<QTableWidget*>())
+        shrink(table);
+    for (PictureWidget* picture : dialog.findChildren<PictureWidget*>())
+        shrink(picture);
+}
 
 void FitDialog(QDialog& dialog, const QSize& room) {
     dialog.ensurePolished();

@@ -28,6 +28,9 @@ QRect PlaceOnScreens(const QRect& window, const std::vector<QRect>& screens);
 /// The size that its form gives a dialog, or that its contents need. Where it is larger than `room`, the
 /// contents are put into a scroll area above the row of buttons and the dialog is made to fit.
 void FitDialog(QDialog& dialog, const QSize& room);
+/// Tables and pictures of a dialog take the height that is left for them: what they would like themselves
+/// must not bring a scroll bar about all of it.
+void LetViewsShrink(QDialog& dialog);
 
 /// What the frame adds to a window's size.
 QSize FrameOf(const QWidget& window);

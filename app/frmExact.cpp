@@ -8,6 +8,7 @@
 
 #include "analysis/InterpretationFile.h"
 #include "analysis/modMain.h"
+#include "app/WindowPlace.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
@@ -64,6 +65,7 @@ QString Lines(const std::vector<std::string>& lines) {
 
 frmExact::frmExact(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::frmExact>()) {
     ui_->setupUi(this);
+    LetViewsShrink(*this);
     // The tabs stand still when the choosers do not concern the one that is shown.
     ui_->rowChoosers->setMinimumHeight(ui_->cboInterval->sizeHint().height());
     ShowSettings();

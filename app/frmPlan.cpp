@@ -11,6 +11,7 @@
 #include <QStyle>
 #include <array>
 
+#include "app/WindowPlace.h"
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/DelimitedText.h"
@@ -91,11 +92,7 @@ std::vector<QWidget*> TabStops(const QWidget& window) {
 
 frmPlan::frmPlan(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::frmPlan>()) {
     ui_->setupUi(this);
-    // They are as high as there is room for: what they would like must not bring a scroll bar about them.
-    for (QWidget* shown : {static_cast<QWidget*>(ui_->picPeriods), static_cast<QWidget*>(ui_->fgPeriods),
-                           static_cast<QWidget*>(ui_->fgSummary), static_cast<QWidget*>(ui_->fgLevels),
-                           static_cast<QWidget*>(ui_->fgMethods)})
-        shown->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    LetViewsShrink(*this);
     results_ = TabStops(*this);
     BuildBoxes();
     Arrange(width() >= widthOfTwoColumns);

@@ -14,10 +14,12 @@
 #include "analysis/modExact.h"
 #include "app/frmExact.h"
 #include "batch/BatchExact.h"
+#include "plot/LogChart.h"
 #include "report/ExactPictures.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 #include "tests/app/GuiSupport.h"
+#include "tests/plot/RecordingSurface.h"
 
 namespace vorela::test {
 namespace {
@@ -221,6 +223,35 @@ TEST(ExactPictures, CyclesStandAboutTheirLevelAndThoseOutsideAreNumbered) {
     level.harmonics.front().sigma.reset();
     EXPECT_TRUE(CyclesOf(level, 95).circle.empty());
     EXPECT_TRUE(CyclesOf({}, 95).cycles.empty());
+}
+
+TEST(ExactPictures, ProfileSaysAResultInsideItsBarOrBehindTheBarsEnd) {
+    const ProfilePicture picture{"with ranges",
+                                 {{100, 150, {"k 900 mD", "S 1"}, true, {900, 800, 1000}, {1, 0, 2}},
+                                  {150, 200, {"k 12 mD", "S 3"}, true, {12, 11, 13}, {3, 2, 4}},
+                                  {200, 250, {"no result"}, false, {}, {}}}};
+    RecordingSurface surface({900, 500});
+    DrawProfile(surface, picture);
+    const auto left = [&](const char* text) { return surface.FindText(text)->points.front().x; };
+    EXPECT_EQ(left("S 1"), left("no result"));
+    EXPECT_GT(left("S 3"), left("S 1") + 7.0) << "the bar is narrower than its text";
+    EXPECT_EQ(left("S 3"), left("k 12 mD"));
+    EXPECT_NEAR(surface.FindText("S 3")->points.front().y - surface.FindText("k 12 mD")->points.front().y, 15,
+                1);
+    EXPECT_LT(surface.FindText("Profile with ranges")->points.front().y,
+              surface.FindText("Depth (ft)")->points.front().y - 13);
+}
+
+TEST(ExactPictures, NarrowChartKeepsItsWholeLegend) {
+    LogChart chart;
+    chart.across = {20, 14400};
+    chart.panels.assign(2, {{{"Radius of it", {}, {1.0, 2.0}}, {"Lag of the layer", {}, {3.0, 4.0}}}});
+    RecordingSurface surface({560, 300});
+    DrawLogChart(surface, chart);
+    for (const auto& operation : surface.operations)
+        if (operation.text == "Lag of the layer") {
+            EXPECT_LE(operation.points.front().x + surface.TextWidth(operation.text), 560);
+        }
 }
 
 TEST(ExactPictures, CircleHoldsTheConfidenceInTwoDimensions) {
