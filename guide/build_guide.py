@@ -6,6 +6,7 @@
 Makes OUT_DIR/html/*.html with pictures/ beside them and OUT_DIR/vorela-guide.pdf. Needs python3-markdown and, for the
 PDF, weasyprint."""
 import contextlib
+import datetime
 import fcntl
 import html
 import json
@@ -179,6 +180,17 @@ def book(bodies, version):
 {"".join(parts)}</main></body></html>"""
 
 
+def write_pdf(document, pages, file):
+    """The same bytes in every folder and on every day: a PDF calls its pictures by where they were found, and its fonts bear
+    a date, which is that of the version."""
+    base = "file:///guide/"
+    day = re.search(r"^## \S+ \((.*)\)$", (SOURCE / "CHANGELOG.md").read_text(encoding="utf-8"), re.M).group(1)
+    moment = datetime.datetime.fromisoformat(day + "T00:00:00+00:00").timestamp()
+    os.environ.setdefault("SOURCE_DATE_EPOCH", str(int(moment)))
+    weasyprint.HTML(string=document, base_url=base, url_fetcher=lambda url: weasyprint.default_url_fetcher(
+        (pages / url.removeprefix(base)).as_uri())).write_pdf(str(file))
+
+
 def main(bin_dir, program, out, version):
     bin_dir, program, out = (pathlib.Path(path).resolve() for path in (bin_dir, program, out))
     pages = out / "html"
@@ -190,8 +202,7 @@ def main(bin_dir, program, out, version):
     bodies = {name: body_of(name, bin_dir, pages / "pictures") for name in guide_source.chapters()}
     for name, body in bodies.items():
         (pages / f"{name[:-3]}.html").write_text(page(name, body, version), encoding="utf-8")
-    document = weasyprint.HTML(string=book(bodies, version), base_url=str(pages) + "/")
-    document.write_pdf(str(out / "vorela-guide.pdf"))
+    write_pdf(book(bodies, version), pages, out / "vorela-guide.pdf")
 
 
 if __name__ == "__main__":
