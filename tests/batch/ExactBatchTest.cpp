@@ -181,11 +181,18 @@ TEST_F(ExactBatch, UnitsOfPressureAndFlowAreHonoured) {
         << "a rate needs no spinner";
     const double perRevolution = 0.445 * std::numbers::pi / 0.05 * (36 - 1.6875 * 1.6875);
     EXPECT_NEAR(rate / plain, 24 / 0.158987294928 / perRevolution, 1e-9);
-    copy("psi", "furlong");
-    const Json unknown = ResultsBesideAFailure("");
-    EXPECT_THAT(unknown["exact"]["intervals"][0]["messages"][0], HasSubstr("furlong"));
-    EXPECT_TRUE(unknown["exact"]["intervals"][0]["single"]["permeability"].is_null());
-    EXPECT_FALSE(unknown["intervals"][0]["reservoirHpi"].is_null()) << "the required results stand";
+    struct Unknown {
+        const char *pressure, *flow, *message;
+    };
+    for (const Unknown& units :
+         {Unknown{"rod", "rps", R"(unit "rod" of curve ZG is not one of pressure)"},
+          Unknown{"psi", "furlong", R"(unit "furlong" of curve RTC is not one of flow)"}}) {
+        copy(units.pressure, units.flow);
+        const Json unknown = ResultsBesideAFailure("");
+        EXPECT_THAT(unknown["exact"]["intervals"][0]["messages"][0], HasSubstr(units.message));
+        EXPECT_TRUE(unknown["exact"]["intervals"][0]["single"]["permeability"].is_null());
+        EXPECT_FALSE(unknown["intervals"][0]["reservoirHpi"].is_null()) << "the required results stand";
+    }
 }
 
 TEST_F(ExactBatch, FollowedRecordingGivesWhatOneRunOverItGives) {
