@@ -105,12 +105,13 @@ double GainWithoutMean(double frequency) {
 
 struct CurveHarmonics {
     SampledCurve::Span stretch, window;
-    std::vector<double> rest;  ///< over the stretch, the period mean taken off
-    PhaseGrid grid;            ///< of the window
+    PeriodMean mean;             ///< over the stretch
+    std::vector<double> rest{};  ///< over the stretch, the period mean taken off
+    PhaseGrid grid{};            ///< of the window
     std::array<Complex, 7> amplitudes{};
     int highest = 0;
     /// Noise beside harmonics 1, 3, 5: amplitudes at nM + d, d = ±1 … ±D.
-    std::array<std::vector<Complex>, 3> noise;
+    std::array<std::vector<Complex>, 3> noise{};
 
     std::span<const double> In(const SampledCurve::Span& span) const {
         return std::span(rest).subspan(span.begin - stretch.begin, span.Size());
@@ -148,11 +149,13 @@ void ReadNoise(CurveHarmonics& result, const SampledCurve& curve, const Harmonic
         result.noise.at(j / each).push_back(2.0 / count * sums[j] * share / GainWithoutMean(frequencies[j]));
 }
 
+/// The curve must outlive the result.
 CurveHarmonics HarmonicsOf(const SampledCurve& curve, const CycleRun& run) {
-    CurveHarmonics result;
-    result.window = curve.SpanOf(run.from, run.to);
-    result.stretch = StretchRound(curve, result.window);
-    result.rest = WithoutPeriodMean(curve, result.stretch, run.Period());
+    const SampledCurve::Span window = curve.SpanOf(run.from, run.to);
+    const SampledCurve::Span stretch = StretchRound(curve, window);
+    const auto samples = std::span(curve.values).subspan(stretch.begin, stretch.Size());
+    CurveHarmonics result{stretch, window, PeriodMean(samples, run.Period() / curve.step)};
+    result.rest = WithoutPeriodMean(curve, stretch, result.mean);
     result.grid = GridOf(curve, result.window, run.from, run.Period());
     const HarmonicFit fit(result.In(result.window), result.grid);
     result.highest = fit.Highest();
@@ -212,21 +215,13 @@ Complex FundamentalOf(const CurveHarmonics& of, const SampledCurve& curve, doubl
     return HarmonicFit(of.In(span), grid).Amplitude(1);
 }
 
-/// The level's pressure drift over each cycle, by the period mean that was taken off.
-class DriftOf {
-  public:
-    DriftOf(const SampledCurve& curve, const CurveHarmonics& of, double period)
-        : mean_(std::span(curve.values).subspan(of.stretch.begin, of.stretch.Size()), period / curve.step),
-          first_(curve.TimeOf(of.stretch.begin)),
-          step_(curve.step) {}
-    double Over(double from, double to) const { return At(to) - At(from); }
-
-  private:
-    double At(double time) const { return mean_.At((time - first_) / step_); }
-    PeriodMean mean_;
-    double first_;
-    double step_;
-};
+/// Change of the curve's period mean.
+double DriftOver(const CurveHarmonics& of, const SampledCurve& curve, double from, double to) {
+    const auto mean = [&](double time) {
+        return of.mean.At((time - curve.TimeOf(of.stretch.begin)) / curve.step);
+    };
+    return mean(to) - mean(from);
+}
 
 /// What the noise beside the fundamental makes of a cycle of one period.
 struct CycleNoise {
@@ -282,7 +277,6 @@ void PutCycles(ExactLevel& level, const LevelRecord& record, const CycleRun& run
     if (level.harmonics.front().sigma)
         noise = {root * std::sqrt(MeanNorm(pressure.noise[0])), root * std::sqrt(MeanNorm(flow.noise[0])),
                  root * *level.harmonics.front().sigma * std::numbers::sqrt2};
-    const DriftOf drift(record.pressure, pressure, run.Period());
     for (std::size_t i = 0; i < run.periods.size(); ++i) {
         ExactCycle cycle;
         cycle.number = run.first + static_cast<std::int32_t>(i);
@@ -292,7 +286,7 @@ void PutCycles(ExactLevel& level, const LevelRecord& record, const CycleRun& run
         const Complex p = FundamentalOf(pressure, record.pressure, from, to, cycle.periods);
         const Complex q = FundamentalOf(flow, record.flow, from, to, cycle.periods);
         cycle.index = -q / p;
-        cycle.drift = drift.Over(from, to) / std::abs(p);
+        cycle.drift = DriftOver(pressure, record.pressure, from, to) / std::abs(p);
         cycle.periodError = (to - from) / cycle.periods / run.Period() - 1.0;
         cycle.filled = std::max(FilledShare(record.pressure, record.pressure.SpanOf(from, to)),
                                 FilledShare(record.flow, record.flow.SpanOf(from, to)));

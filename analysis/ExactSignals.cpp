@@ -2,7 +2,9 @@
 
 #include <Eigen/Dense>
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <numbers>
 
 namespace vorela {
@@ -101,60 +103,103 @@ Complex SumOfPhasors(const PhaseGrid& grid, double frequency) {
     return std::polar(1.0, 2.0 * pi * frequency * grid.first + (count - 1.0) * half) * length;
 }
 
-/// Frequencies that are worked on at once, so that the processor need not wait for the result of one: as many
-/// as its registers hold. Where its vectors are shorter the compiler splits these.
-using Four = double __attribute__((vector_size(32)));
-struct Lanes {
-    static constexpr std::size_t count = 12;
-    Four fours[3];
-    double& operator[](std::size_t lane) { return reinterpret_cast<double*>(fours)[lane]; }
+/// Frequencies that are worked on in one pass over the samples.
+constexpr std::size_t lanes = 12;
+using Lanes = std::array<double, lanes>;
+
+/// Samples are summed in blocks that lie symmetrically round their middle: what two samples at the same
+/// distance have in common goes with the cosine, what they differ by with the sine.
+constexpr std::size_t halfBlock = 32;
+constexpr std::size_t blockSamples = 2 * halfBlock;
+struct Block {
+    std::array<double, halfBlock> even,
+        odd;  ///< sum and difference, k + 1/2 samples behind and before the middle
+
+    /// Missing ones at the end are 0.
+    void Take(std::span<const double> samples);
+};
+
+void Block::Take(std::span<const double> samples) {
+    std::array<double, blockSamples> padded{};
+    const double* from = samples.data();
+    if (samples.size() < blockSamples) {
+        std::copy(samples.begin(), samples.end(), padded.begin());
+        from = padded.data();
+    }
+    for (std::size_t k = 0; k < halfBlock; ++k) {
+        const double behind = from[halfBlock + k];
+        const double before = from[halfBlock - 1 - k];
+        even[k] = behind + before;
+        odd[k] = behind - before;
+    }
+}
+
+/// How far the frequencies turn within a block, and by a whole one.
+struct Turns {
+    std::array<Lanes, halfBlock> cosine{}, sine{};
+    Lanes blockRe{}, blockIm{};
+
+    Turns(std::span<const double> frequencies, double step) {
+        for (std::size_t lane = 0; lane < frequencies.size(); ++lane) {
+            const double angle = 2.0 * pi * frequencies[lane] * step;
+            for (std::size_t k = 0; k < halfBlock; ++k) {
+                cosine[k][lane] = std::cos((static_cast<double>(k) + 0.5) * angle);
+                sine[k][lane] = std::sin((static_cast<double>(k) + 0.5) * angle);
+            }
+            blockRe[lane] = std::cos(blockSamples * angle);
+            blockIm[lane] = -std::sin(blockSamples * angle);
+        }
+    }
 };
 
 namespace portable {
 #define CORRELATE_TARGET
-#include "analysis/CorrelateBlock.inl"
+#define CORRELATE_BYTES 16
+#include "analysis/CorrelateBlocks.inl"
 #undef CORRELATE_TARGET
+#undef CORRELATE_BYTES
 }  // namespace portable
 
 #if defined(__x86_64__)
 namespace avx2 {
 #define CORRELATE_TARGET __attribute__((target("avx2")))
-#include "analysis/CorrelateBlock.inl"
+#define CORRELATE_BYTES 32
+#include "analysis/CorrelateBlocks.inl"
 #undef CORRELATE_TARGET
+#undef CORRELATE_BYTES
 }  // namespace avx2
 #endif
 
-void CorrelateBlock(std::span<const double> block, const Lanes& turnRe, const Lanes& turnIm, Lanes& re,
-                    Lanes& im) {
+void CorrelateBlocks(std::span<const Block> blocks, const Turns& turns, Lanes& re, Lanes& im) {
 #if defined(__x86_64__)
     static const bool wide = __builtin_cpu_supports("avx2") != 0;
     if (wide)
-        return avx2::Block(block, turnRe, turnIm, re, im);
+        return avx2::Blocks(blocks, turns, re, im);
 #endif
-    portable::Block(block, turnRe, turnIm, re, im);
+    portable::Blocks(blocks, turns, re, im);
 }
 
-/// Correlate for at most Lanes::count frequencies.
-void CorrelateGroup(std::span<const double> samples, const PhaseGrid& grid,
-                    std::span<const double> frequencies, std::span<Complex> sums) {
-    constexpr std::size_t blockSamples = 512;
-    Lanes turnRe{};
-    Lanes turnIm{};
-    for (std::size_t lane = 0; lane < frequencies.size(); ++lane) {
-        const double angle = -2.0 * pi * frequencies[lane] * grid.step;
-        turnRe[lane] = std::cos(angle);
-        turnIm[lane] = std::sin(angle);
+/// Consecutive blocks; so few that the error of turning from block to block stays that of rounding, and that
+/// they lie in the cache while they are summed for all frequencies.
+struct Stretch {
+    static constexpr std::size_t most = 32 * blockSamples;
+    explicit Stretch(std::span<const double> samples) {
+        for (std::size_t from = 0; from < samples.size(); from += blockSamples)
+            blocks[count++].Take(samples.subspan(from, std::min(blockSamples, samples.size() - from)));
     }
-    for (std::size_t from = 0; from < samples.size(); from += blockSamples) {
-        Lanes re;
-        Lanes im;
-        CorrelateBlock(samples.subspan(from, std::min(blockSamples, samples.size() - from)), turnRe, turnIm,
-                       re, im);
-        const double phase = grid.first + grid.step * static_cast<double>(from);
-        for (std::size_t lane = 0; lane < frequencies.size(); ++lane)
-            sums[lane] +=
-                Complex{re[lane], im[lane]} * std::polar(1.0, -2.0 * pi * frequencies[lane] * phase);
-    }
+    std::array<Block, most / blockSamples> blocks;
+    std::size_t count = 0;
+};
+
+/// Adds what a stretch holds to the sums of at most `lanes` frequencies; `phase` is that of the middle of its
+/// first block.
+void AddStretch(const Stretch& stretch, const Turns& turns, double phase, std::span<const double> frequencies,
+                std::span<Complex> sums) {
+    Lanes re;
+    Lanes im;
+    CorrelateBlocks(std::span(stretch.blocks).first(stretch.count), turns, re, im);
+    for (std::size_t lane = 0; lane < frequencies.size(); ++lane)
+        sums[lane] += Complex{re[lane], im[lane]} * std::polar(1.0, -2.0 * pi * frequencies[lane] * phase);
 }
 
 }  // namespace
@@ -255,23 +300,39 @@ double PeriodMean::At(double position) const {
     return Full(position);
 }
 
+std::vector<double> PeriodMean::Rest() const {
+    std::vector<double> rest(samples_.size());
+    // Half a period before and behind a sample always lies at the same place between two others.
+    const double half = period_ / 2.0;
+    const auto whole = static_cast<std::size_t>(half);
+    const double above = half - std::floor(half);
+    const double below = 1.0 - above;
+    const auto integral = [this](std::size_t i, double beyond) {
+        return integral_[i] + beyond * (samples_[i] + (samples_[i + 1] - samples_[i]) * beyond / 2.0);
+    };
+    const std::size_t begin = std::min(whole + 1, samples_.size());
+    const std::size_t end = std::max(begin, samples_.size() - begin);
+    for (std::size_t i = begin; i < end; ++i)
+        rest[i] = samples_[i] - (integral(i + whole, above) - integral(i - whole - 1, below)) / period_;
+    for (std::size_t i = 0; i < begin; ++i)
+        rest[i] = samples_[i] - At(static_cast<double>(i));
+    for (std::size_t i = end; i < samples_.size(); ++i)
+        rest[i] = samples_[i] - At(static_cast<double>(i));
+    return rest;
+}
+
 std::vector<double> WithoutPeriodMean(const SampledCurve& curve, const SampledCurve::Span& stretch,
-                                      double period) {
-    const double samples = period / curve.step;
+                                      const PeriodMean& mean) {
     SampledCurve rest;
-    const auto values = std::span(curve.values).subspan(stretch.begin, stretch.Size());
+    rest.values = mean.Rest();
     const auto states = std::span(curve.states).subspan(stretch.begin, stretch.Size());
-    const PeriodMean mean(values, samples);
-    rest.values.resize(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i)
-        rest.values[i] = values[i] - mean.At(static_cast<double>(i));
     if (std::find(states.begin(), states.end(), SampledCurve::filled) == states.end())
         return std::move(rest.values);
     rest.states.assign(states.begin(), states.end());
     // Filled samples are no source of the mean of a phase: they can be replaced on the way.
-    for (std::size_t i = 0; i < values.size(); ++i)
+    for (std::size_t i = 0; i < states.size(); ++i)
         if (states[i] == SampledCurve::filled)
-            rest.values[i] = MeanOfPhase(rest, i, samples, rest.values[i]);
+            rest.values[i] = MeanOfPhase(rest, i, mean.Period(), rest.values[i]);
     return std::move(rest.values);
 }
 
@@ -280,9 +341,18 @@ std::vector<double> WithoutPeriodMean(const SampledCurve& curve, const SampledCu
 std::vector<Complex> Correlate(std::span<const double> samples, const PhaseGrid& grid,
                                std::span<const double> frequencies) {
     std::vector<Complex> sums(frequencies.size());
-    for (std::size_t group = 0; group < frequencies.size(); group += Lanes::count) {
-        const std::size_t used = std::min(Lanes::count, frequencies.size() - group);
-        CorrelateGroup(samples, grid, frequencies.subspan(group, used), std::span(sums).subspan(group, used));
+    std::vector<Turns> turns;
+    for (std::size_t group = 0; group < frequencies.size(); group += lanes)
+        turns.emplace_back(frequencies.subspan(group, std::min(lanes, frequencies.size() - group)),
+                           grid.step);
+    for (std::size_t from = 0; from < samples.size(); from += Stretch::most) {
+        const Stretch stretch(samples.subspan(from, std::min(Stretch::most, samples.size() - from)));
+        const double middle = static_cast<double>(from) + (blockSamples - 1) / 2.0;
+        for (std::size_t group = 0; group < frequencies.size(); group += lanes) {
+            const std::size_t used = std::min(lanes, frequencies.size() - group);
+            AddStretch(stretch, turns[group / lanes], grid.first + grid.step * middle,
+                       frequencies.subspan(group, used), std::span(sums).subspan(group, used));
+        }
     }
     return sums;
 }

@@ -41,10 +41,13 @@ void FillGaps(SampledCurve& curve, double period);
 /// more): a trend of second degree is taken off without margins too.
 class PeriodMean {
   public:
-    /// `period` in samples.
+    /// `period` in samples. The samples are not copied.
     PeriodMean(std::span<const double> samples, double period);
+    double Period() const { return period_; }
     /// Mean round a position in samples, any.
     double At(double position) const;
+    /// The samples less the mean round each.
+    std::vector<double> Rest() const;
 
   private:
     struct Anchors {
@@ -63,10 +66,10 @@ class PeriodMean {
     Anchors begin_, end_;
 };
 
-/// Samples begin … end − 1 less their period mean. Filled samples are replaced by the mean of the present
-/// ones of the same phase: their own would carry the trend's error of the filling.
+/// Samples begin … end − 1 less their period mean, which is of just these. Filled samples are replaced by the
+/// mean of the present ones of the same phase: their own would carry the trend's error of the filling.
 std::vector<double> WithoutPeriodMean(const SampledCurve& curve, const SampledCurve::Span& stretch,
-                                      double period);
+                                      const PeriodMean& mean);
 
 /// The grid of a window of samples in units of the period.
 struct PhaseGrid {

@@ -31,7 +31,7 @@ SampledCurve CurveWith(const std::function<double(double)>& value, double period
 double PhaseError(const SampledCurve& curve, double from, int cycles, int n) {
     const auto window = curve.SpanOf(from * 24000, (from + cycles) * 24000);
     const SampledCurve::Span all{0, curve.values.size(), true};
-    const std::vector<double> rest = WithoutPeriodMean(curve, all, 24000);
+    const std::vector<double> rest = WithoutPeriodMean(curve, all, PeriodMean(curve.values, 24000 / curve.step));
     const PhaseGrid grid{curve.TimeOf(window.begin) / 24000 - from, curve.step / 24000, window.Size()};
     const std::span<const double> samples = rest;
     const HarmonicFit fit(samples.subspan(window.begin, window.Size()), grid);
@@ -83,11 +83,13 @@ TEST(ExactSignals, GapsOfACubicTrendUnderAPeriodicSignalComeBackExactly) {
 TEST(ExactSignals, CorrelationAndLeastSquaresAreThoseOfTheDefinition) {
     std::mt19937_64 random(5);
     std::normal_distribution<double> normal;
-    std::vector<double> samples(1777);
+    std::vector<double> samples(4777);  // more than are summed at once, and so are the frequencies
     for (double& sample : samples)
         sample = normal(random);
     const PhaseGrid grid{0.0123, 4.0 / 1777.4, samples.size()};
-    const std::vector<double> frequencies{0, 0.25, 1, 2.5, 5.75};
+    std::vector<double> frequencies{0, 0.25, 1, 2.5, 5.75};
+    for (int d = 1; d <= 20; ++d)
+        frequencies.push_back(3 + d / 21.0);
     const HarmonicFit fit(samples, grid);
     const auto sums = Correlate(samples, grid, frequencies);
     const auto rest = fit.ResidualAt(samples, frequencies);
