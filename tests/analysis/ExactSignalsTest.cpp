@@ -31,7 +31,8 @@ SampledCurve CurveWith(const std::function<double(double)>& value, double period
 double PhaseError(const SampledCurve& curve, double from, int cycles, int n) {
     const auto window = curve.SpanOf(from * 24000, (from + cycles) * 24000);
     const SampledCurve::Span all{0, curve.values.size(), true};
-    const std::vector<double> rest = WithoutPeriodMean(curve, all, PeriodMean(curve.values, 24000 / curve.step));
+    const std::vector<double> rest =
+        WithoutPeriodMean(curve, all, PeriodMean(curve.values, 24000 / curve.step));
     const PhaseGrid grid{curve.TimeOf(window.begin) / 24000 - from, curve.step / 24000, window.Size()};
     const std::span<const double> samples = rest;
     const HarmonicFit fit(samples.subspan(window.begin, window.Size()), grid);
