@@ -17,6 +17,7 @@
 #include "follow/CurveChecks.h"
 #include "follow/LiveStatus.h"
 #include "signal/CurveCoverage.h"
+#include "signal/InputChoice.h"
 
 namespace vorela {
 namespace {
@@ -75,7 +76,9 @@ QStringList StatusLine::Hints() const {
         if (!IsWritable(record.database) && readOnly.insert(record.database).second)
             hints << tr("%1 is read only: it is analysed as it stands")
                          .arg(QString::fromStdString(record.database));
-    if (std::any_of(datasets.begin(), datasets.end(), IsUnmeasured))
+    if (const std::string conflict = ChoiceConflict(); !conflict.empty() && !datasets.empty())
+        hints << QString::fromStdString(conflict);
+    else if (std::any_of(datasets.begin(), datasets.end(), IsUnmeasured))
         hints << tr("No cycles yet: choose Action, Calculate cycle info...");
     return hints;
 }

@@ -17,6 +17,7 @@
 #include "general/modGeneral.h"
 #include "interfaces/DKBase.h"
 #include "platform/DravikLibraries.h"
+#include "signal/InputChoice.h"
 #include "signal/modParameters.h"
 
 namespace vorela {
@@ -182,6 +183,8 @@ void SelectForBatch(const BatchOptions& options) {
             if (!HasCurve(record, needed))
                 throw Stop{exit_status::failed, "dataset " + record.dataset + " has no curve " + needed};
     ChooseCurves(pressure, flow);
+    if (const std::string conflict = ChoiceConflict(); !conflict.empty())
+        throw Stop{exit_status::failed, conflict + "; --pressure and --flow choose others"};
     SortDatasets();
     ResizeIntervalArrays();
     CheckIndices(options);

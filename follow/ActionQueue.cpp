@@ -14,6 +14,7 @@
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
 #include "general/modGeneral.h"
+#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
@@ -99,7 +100,8 @@ bool ExtendToRecorded(const Database& database, std::size_t index) {
     record.extensionOwed = true;
     if (growth == Growth::failed)
         return false;
-    record.extensionOwed = !ExtendCurves(database, index);
+    // The selection told why nothing is derived; what is recorded is still followed.
+    record.extensionOwed = ChoiceConflict().empty() && !ExtendCurves(database, index);
     if (!record.extensionOwed)
         NoteFollowed(record);
     LearnOfNewCurves(database, index);

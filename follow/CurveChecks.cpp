@@ -10,6 +10,7 @@
 #include "db/modDravik.h"
 #include "follow/ActionQueue.h"
 #include "general/modGeneral.h"
+#include "signal/InputChoice.h"
 #include "signal/modDFilt.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
@@ -71,6 +72,22 @@ bool HasToBeCompleted(const CurveStanding& curve, bool writable) {
     return curve.standing == Standing::incomplete && writable;
 }
 
+/// A derived curve may be filtered once more, but only the derived curves of the choice grow with a
+/// recording.
+void NoteDerivedInputs() {
+    const Selection& selection = CurrentSelection();
+    const DatasetRecord& first = selection.datasets.front();
+    const DravikDatabase database(first.database);
+    if (!database.IsOpen())
+        return;
+    for (const std::string& name : {selection.choice.pressure, selection.choice.flow}) {
+        const std::string made = Item(database, ItemPath(first.dataset, name)).Info().made;
+        if (!made.empty())
+            Notes().push_back(name + " was itself derived (\"" + made +
+                              "\"): it is filtered once more, and does not grow with a recording");
+    }
+}
+
 bool CompleteCurves(const Database& database, std::size_t index) {
     const bool writable = IsWritable(database.Path());
     if (FilteredCurvesExist()) {
@@ -99,6 +116,16 @@ void CatchUpWithRecordings() {
         else if (allThere)
             ExtendDataset(i);  // reports; what failed is taken up by the next tick
     }
+}
+
+// Filtered curves first: the valve curve's cycles are measured on them.
+void CheckCurves(const SelectDataView& view) {
+    NoteDerivedInputs();
+    OfferFilteredCurves(view);
+    OfferValveCurve();
+    OfferDravikFilteredFlow();
+    WarnOfDravikFilters();
+    CatchUpWithRecordings();
 }
 
 /// The acquisition system's filters lag: a curve that it filtered ends before the motor position of the same
@@ -138,12 +165,8 @@ bool SelectData(const SelectDataView& view) {
         view.showSelectDialog();
         if (!view.plotDataCheck())
             return true;
-        // Filtered curves first: the valve curve's cycles are measured on them.
-        OfferFilteredCurves(view);
-        OfferValveCurve();
-        OfferDravikFilteredFlow();
-        WarnOfDravikFilters();
-        CatchUpWithRecordings();
+        if (ChoiceIsUsable())  // else told once: no offer could be kept
+            CheckCurves(view);
         view.updateMainWindow();
         for (const DatasetRecord& record : CurrentSelection().datasets)
             if (record.pendingFlag != 0)

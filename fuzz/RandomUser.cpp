@@ -405,10 +405,8 @@ void CheckSettings(const std::string& path) {
 
 /// A report of a run-time error is true where the user's own numbers have no result: storage that exceeds the
 /// flow, a logarithm of what is not positive, a period of 0. Any other is a fault of the program.
-// A derived curve chosen for an input is refused with a number, like every failure of a step.
 bool IsFault(const std::string& text) {
-    if (!text.starts_with("Error #") || text.starts_with("Error #0 ") ||
-        text.find("The derived curve would take the name of an input curve") != std::string::npos)
+    if (!text.starts_with("Error #") || text.starts_with("Error #0 "))
         return false;
     static const std::set<std::string> arithmetic{"Error #5 ", "Error #6 ", "Error #11 "};
     const bool ofNumbers = arithmetic.count(text.substr(0, text.find(' ', 6) + 1)) > 0;

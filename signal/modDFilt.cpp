@@ -15,6 +15,7 @@
 #include "general/modGeneral.h"
 #include "platform/DravikLibraries.h"
 #include "signal/DerivedRun.h"
+#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 
@@ -252,7 +253,7 @@ std::string FilteredFlowDescription() {
 
 bool CreateFilteredFlow(bool askBeforeOverwriting) {
     return Attempt(creatingCurve, false, [&] {
-        if (!DatabasesOpen())
+        if (!DatabasesOpen() || !ChoiceIsUsable())
             return false;
         if (FilteredFlowExists())
             RefuseToReplaceRecordings({DravikFilteredFlowName(CurrentSelection().choice)});

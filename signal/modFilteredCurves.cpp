@@ -14,6 +14,7 @@
 #include "signal/DerivedRun.h"
 #include "signal/FilterProgress.h"
 #include "signal/FilteredCurve.h"
+#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 
@@ -127,7 +128,7 @@ bool CreateFilteredCurvesInAll(int filterN) {
 
 bool CreateFilteredCurvesInAll() {
     return Attempt(creatingCurves, false, [&] {
-        if (!DatabasesOpen())
+        if (!DatabasesOpen() || !ChoiceIsUsable())
             return false;
         if (FilteredCurvesExist())
             RefuseToReplaceRecordings({FilteredPressureName(CurrentSelection().choice),

@@ -12,6 +12,7 @@
 #include "db/modSelectData.h"
 #include "general/modGeneral.h"
 #include "signal/DerivedRun.h"
+#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/ValveChanges.h"
 #include "signal/ValveSignal.h"
@@ -186,7 +187,7 @@ bool ValveSignalPresent() {
 
 bool CreateReconstructedValveCurves(bool askBeforeOverwriting) {
     return Attempt(creatingCurves, false, [&] {
-        if (!DatabasesOpen() || !ValveCurvesPresent())
+        if (!DatabasesOpen() || !ValveCurvesPresent() || !ChoiceIsUsable())
             return false;
         if (askBeforeOverwriting && ValveSignalPresent()) {
             RefuseToReplaceRecordings({curve::valveSignal});

@@ -125,6 +125,50 @@ TEST_F(SelectionRoad, QuestionsComeInTheirOrderForEveryCombinationOfMissingCurve
     }
 }
 
+TEST_F(SelectionRoad, ADerivedCurveChosenBesideItsSourceIsToldOnceAndNothingIsDerived) {
+    FinishedJob();
+    const auto choose = [&](const char* pressure, const char* flow) {
+        ModalScript script;
+        script.Then("frmSelectData", [&](QDialog& dialog) {
+            for (const auto& [box, name] :
+                 {std::pair("cboPressureCurve", pressure), {"cboFlowCurve", flow}}) {
+                Find<QComboBox>(dialog, box).setCurrentText(name);
+                EXPECT_EQ(Find<QComboBox>(dialog, box).currentText(), name);
+            }
+            Click(dialog, "cmdOK");
+        });
+        ports.questions.clear();
+        Trigger("mnuFile0");
+    };
+    const std::pair<const char*, const char*> conflicts[] = {
+        {"ZG", "ZG_p"}, {"RTC_qs", "RTC"}, {"RTC_f", "RTC"}, {"PVLSIG", "RTC"}};
+    for (const auto& [pressure, flow] : conflicts) {
+        choose(pressure, flow);
+        const std::string derived = *flow == 'Z' ? flow : pressure;
+        const std::string cause = derived + " is chosen for the " +
+                                  (*flow == 'Z' ? "flow meter" : "pressure") +
+                                  " curve, and it is also what Vorela derives from";
+        EXPECT_THAT(ports.TakeBox().text,
+                    AllOf(testing::StartsWith(cause), HasSubstr("File, Select Data...")));
+        EXPECT_TRUE(ports.questions.empty()) << "no offer could be kept";
+        EXPECT_THAT(Status(), AllOf(HasSubstr(cause), Not(HasSubstr("No cycles yet"))));
+        for (const char* entry : {"mnuAction1", "mnuAction2", "mnuAction4"}) {
+            Trigger(entry);
+            EXPECT_THAT(ports.TakeBox().text, testing::StartsWith(cause)) << entry;
+        }
+    }
+    ports.answers = {false, false};
+    choose("ZG_p", "RTC");
+    EXPECT_THAT(ports.TakeBox().text, HasSubstr("filtered by Dravik"));
+    EXPECT_THAT(Status(), HasSubstr("ZG_p was itself derived"));
+    ports.answers = {};
+    choose("ZG", "RTC");
+    EXPECT_TRUE(ports.boxes.empty() && ports.questions.empty());
+    Trigger("mnuAction4");
+    EXPECT_THAT(Status(), Not(HasSubstr("derive")));
+    EXPECT_GT(CurrentSelection().datasets[0].cycles.count, 0);
+}
+
 TEST_F(SelectionRoad, CurvesFilteredByTheAcquisitionSystemAreWarnedOf) {
     MakeLevel("LONGVALVE", 6000, 1);
     Append("LONGVALVE", ValveCurves({6000, period, 20000})[0], 10);

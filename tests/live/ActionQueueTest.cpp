@@ -143,6 +143,20 @@ TEST_F(ActionQueueTest, WhileAnotherAnalysisHoldsTheDatabaseAPassIsOwedAndSaidOn
     ExpectOneRun(Observe("LEVEL0"), CurvesOf(TestPlan{}));
 }
 
+TEST_F(ActionQueueTest, FollowsWhatIsRecordedWithoutAWordWhereNothingCanBeDerived) {
+    SelectThree({true, false, false});
+    EXPECT_TRUE(Pass(1));
+    CurrentSelection().choice.flow = "ZG_p";  // what is derived from the pressure curve
+    const std::int32_t end = CurrentSelection().datasets[0].extentB;
+    for (int pass = 0; pass < 3; ++pass) {
+        recordings[0].Append(5);
+        EXPECT_TRUE(Pass(5)) << pass;
+        EXPECT_EQ(calls, (Calls{"plot 0", "timer on"}));
+    }
+    EXPECT_TRUE(ports.boxes.empty());
+    EXPECT_EQ(CurrentSelection().datasets[0].extentB, end + 15 * CurrentSelection().datasets[0].step);
+}
+
 TEST_F(ActionQueueTest, GivesUpOnAFaultThatDoesNotPassOnceTheRecordingHasEnded) {
     SelectThree({true, false, false});
     recordings[0].AppendAll();
