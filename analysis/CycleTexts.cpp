@@ -2,6 +2,7 @@
 
 #include "db/DatasetRecord.h"
 #include "general/NumberText.h"
+#include "signal/InputChoice.h"
 
 namespace vorela {
 
@@ -34,6 +35,21 @@ std::vector<std::string> CycleChoices(std::size_t dataset) {
     if (cycles.count > 0)
         choices.emplace_back(windowText);
     return choices;
+}
+
+std::string MissingCyclesText(std::size_t dataset) {
+    const DatasetRecord& record = CurrentSelection().datasets.at(dataset);
+    if (record.cycles.RealCycles() > 0)
+        return {};
+    if (const std::string conflict = ChoiceConflict(); !conflict.empty())
+        return conflict + ".\n\nChoose the curves that were recorded: File, Select Data...";
+    if (record.cycleSource == CycleSource::none)
+        return "No cycles of " + record.dataset +
+               " have been measured yet.\n\nAction, Calculate cycle info... measures them.";
+    return record.dataset +
+           " has no whole cycle yet.\n\nA cycle lies between two times at which the valve comes to position "
+           "3: "
+           "wait for the recording, or check the valve's curves.";
 }
 
 std::vector<std::vector<std::string>> CycleInformationRows(std::size_t dataset) {

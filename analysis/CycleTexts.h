@@ -22,6 +22,9 @@ std::string SelectedCycleText(const CycleRecord& cycles);
 /// Entries of a cycle chooser: "1", "2", …, "Window".
 std::vector<std::string> CycleChoices(std::size_t dataset);
 
+/// Why a level has no cycles and how to get them, in sentences; "" when it has some.
+std::string MissingCyclesText(std::size_t dataset);
+
 /// Rows of the cycle information dialog: header and one row for each cycle, the window among them.
 std::vector<std::vector<std::string>> CycleInformationRows(std::size_t dataset);
 

@@ -53,6 +53,12 @@ std::string RangeCell(const ExactRange& range, const std::optional<int>& decimal
     return (range.lower ? Cell(range.lower, decimals) + " " : "") + "to " + Cell(range.upper, decimals);
 }
 
+/// In pressure amplitudes, whose error is one part in the ratio of signal to noise.
+std::string DriftText(const ExactCycle& cycle) {
+    const double signalToNoise = cycle.snrPressure.value_or(0.0);
+    return Cell(cycle.drift, signalToNoise > 0.0 ? DecimalsOf(1.0 / signalToNoise) : std::nullopt);
+}
+
 /// Of the permeability, mD.
 std::optional<double> SigmaOf(const ExactEstimate& estimate) {
     if (!estimate.permeability || !estimate.sigmaLnPermeability)
@@ -178,7 +184,7 @@ TextRows ExactCycleRows(const ExactLevel& level) {
                     "Drift (amplitudes)", "Period off (%)", "Periods", "Filled (%)"});
     for (const ExactCycle& cycle : level.cycles)
         rows.push_back({FormatNumber(cycle.number), GradeCell(cycle.grade), Cell(cycle.snrPressure),
-                        Cell(cycle.snrFlow), Cell(cycle.phaseSigma), Cell(cycle.deviation), Cell(cycle.drift),
+                        Cell(cycle.snrFlow), Cell(cycle.phaseSigma), Cell(cycle.deviation), DriftText(cycle),
                         Cell(cycle.periodError * percent), FormatNumber(cycle.periods),
                         Cell(cycle.filled * percent)});
     return rows;

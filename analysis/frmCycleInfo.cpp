@@ -50,6 +50,10 @@ void frmCycleInfo::LoadLevel(std::size_t dataset) {
         const std::optional<std::size_t> selected = SelectedEntry(dataset);
         ui_->cboCycle->setCurrentIndex(selected ? static_cast<int>(*selected) : -1);
         ui_->cboCycle->setEnabled(ui_->cboCycle->count() > 0);
+        ui_->lblMissing->setText(QString::fromStdString(MissingCyclesText(dataset)));
+        ui_->lblMissing->setVisible(!ui_->lblMissing->text().isEmpty());
+        ui_->fgCycleInfo->setVisible(ui_->cboCycle->count() > 0);
+        ui_->cmdCopy->setEnabled(ui_->cboCycle->count() > 0);
         ui_->fgCycleInfo->MarkRow(ui_->cboCycle->currentIndex());
     });
 }

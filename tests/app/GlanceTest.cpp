@@ -223,8 +223,18 @@ TEST_F(Glance, CalculationIsOfferedWhereTheNumbersWillBe) {
         EXPECT_EQ(OfferOn(grid)->y(), row * GridOf(grid).rowHeight(0));
         EXPECT_EQ(OfferOn(grid)->x(), GridOf(grid).columnViewportPosition(1));
     }
+    const auto missing = [](std::size_t level) {
+        frmCycleInfo dialog(level);
+        dialog.show();
+        EXPECT_NE(Find<QLabel>(dialog, "lblMissing").isVisible(),
+                  Find<ResultGridView>(dialog, "fgCycleInfo").isVisible());
+        return Find<QLabel>(dialog, "lblMissing").text().toStdString();
+    };
+    EXPECT_THAT(missing(1),
+                AllOf(HasSubstr("No cycles of LEVEL1"), HasSubstr("Action, Calculate cycle info...")));
     SetTab(2);
     QTest::mouseClick(OfferOn("fgInterval"), Qt::LeftButton);
+    EXPECT_EQ(missing(1), "");
     EXPECT_NE(Cell("fgInterval", 2), "");
     for (const auto& [tab, grid, row] : places)
         EXPECT_TRUE(OfferOn(grid)->isHidden()) << grid << row << tab;

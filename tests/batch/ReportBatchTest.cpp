@@ -190,8 +190,13 @@ void CheckQuality(const HtmlPage& page, const Json& exact, const std::string& he
         const Json& c = exact["cycles"][i];
         std::vector<std::string> wanted{Shown(c["number"]),
                                         c["grade"].is_null() ? "-" : c["grade"].get<std::string>()};
-        for (const char* key : {"snrPressure", "snrFlow", "phaseSigma", "deviation", "drift"})
+        for (const char* key : {"snrPressure", "snrFlow", "phaseSigma", "deviation"})
             wanted.push_back(Shown(c[key]));
+        const std::string& drift = wanted.emplace_back(rows[i + 1].at(6));
+        ExpectShows(drift, c["drift"]);
+        const double unit = std::pow(10, -static_cast<double>(drift.size() - drift.find('.') - 1));
+        EXPECT_NEAR(std::log10(1 / c["snrPressure"].get<double>() / unit), 1.5, 0.5)
+            << "two digits of its error";
         wanted.insert(wanted.end(),
                       {Shown(c["periodError"], percent), Shown(c["periods"]), Shown(c["filled"], percent)});
         EXPECT_EQ(rows[i + 1], wanted) << heading;
