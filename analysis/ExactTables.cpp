@@ -22,13 +22,6 @@ std::string GradeCell(const std::optional<char>& grade) {
     return grade ? std::string(1, *grade) : std::string(none);
 }
 
-std::string Joined(const std::vector<std::string>& texts) {
-    std::string joined;
-    for (const std::string& text : texts)
-        joined += (joined.empty() ? "" : "; ") + text;
-    return joined;
-}
-
 /// Two digits of the error, at most nine decimals; nothing without an error.
 std::optional<int> DecimalsOf(const std::optional<double>& sigma) {
     constexpr int mostDecimals = 9;
@@ -153,7 +146,7 @@ TextRows ExactComparisonRows(const ExactResults& results) {
             i + 1 < CurrentQuicklook().size() ? CurrentQuicklook()[i + 1] : QuicklookRecord{};
         rows.push_back({interval.label, Cell(quicklook.permeability), Cell(quicklook.skin)});
         Append(rows.back(), ResultCells(interval));
-        rows.back().push_back(Joined(interval.messages));
+        rows.back().push_back(Joined(interval.messages, "; "));
     }
     return rows;
 }

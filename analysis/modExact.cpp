@@ -311,7 +311,7 @@ ExactInputState CurrentExactInputs() {
     };
     for (const DatasetRecord& record : selection.datasets) {
         state.names.insert(state.names.end(), {record.database, record.dataset});
-        add({record.sortKey, static_cast<double>(record.pendingFlag != 0)});
+        add({record.sortKey, static_cast<double>(record.IsRecorded())});
         const std::int32_t cycles = record.cycles.RealCycles();
         add({static_cast<double>(cycles)});
         if (cycles > 0)

@@ -41,7 +41,7 @@ void FillLevel(ResultGrid& grid, std::size_t dataset) {
     const DatasetRecord& record = CurrentSelection().datasets[dataset];
     const CycleRecord& cycles = record.cycles;
     PutValues(grid, 2,
-              {record.database, record.dataset, record.pendingFlag != 0 ? "TRUE" : "FALSE",
+              {record.database, record.dataset, record.IsRecorded() ? "TRUE" : "FALSE",
                std::to_string(cycles.RealCycles())});
     PutValues(grid, levelCycleNumberRow, {SelectedCycleText(cycles)});
     if (const auto entry = SelectedEntry(dataset))

@@ -250,7 +250,7 @@ bool OnFinished(const Database& database, std::size_t dataset) {
         DatasetRecord& record = SelectedDataset(dataset);
         if (record.cycles.count == 0)
             return true;
-        if (record.cycleSource == CycleSource::none)
+        if (record.IsUnmeasured())
             record.cycleSource = CycleSource::filtered;
         RecordState& state = StateOf(record);
         CycleCurves curves = AttachCycleCurves(database, dataset, record.cycleSource);

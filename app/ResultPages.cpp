@@ -18,7 +18,6 @@
 #include "app/TabStrip.h"
 #include "db/DatasetRecord.h"
 #include "follow/ActionQueue.h"
-#include "follow/LiveStatus.h"
 #include "ui_frmMain.h"
 
 namespace vorela {
@@ -175,10 +174,10 @@ void ResultPages::ShowBeginning(int tab) {
     QPalette link;
     link.setColor(QPalette::Link, LegibleText(window.color(QPalette::Link), window.color(QPalette::Window)));
     ui_.lblBegin->setPalette(link);
-    const bool any = std::any_of(levels.begin(), levels.end(), IsUnmeasured);
+    const bool any = std::ranges::any_of(levels, &DatasetRecord::IsUnmeasured);
     const std::size_t shown = ShownChoice().dataset;
     for (std::size_t i = 0; i < offers_.size(); ++i)
-        offers_[i]->Offer(i == 0 ? shown < levels.size() && IsUnmeasured(levels[shown])
+        offers_[i]->Offer(i == 0 ? shown < levels.size() && levels[shown].IsUnmeasured()
                                  : any && levels.size() > 1);
 }
 

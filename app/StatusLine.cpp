@@ -78,7 +78,7 @@ QStringList StatusLine::Hints() const {
                          .arg(QString::fromStdString(record.database));
     if (const std::string conflict = ChoiceConflict(); !conflict.empty() && !datasets.empty())
         hints << QString::fromStdString(conflict);
-    else if (std::any_of(datasets.begin(), datasets.end(), IsUnmeasured))
+    else if (std::ranges::any_of(datasets, &DatasetRecord::IsUnmeasured))
         hints << tr("No cycles yet: choose Action, Calculate cycle info...");
     return hints;
 }
@@ -137,8 +137,8 @@ void StatusLine::ShowSelected() {
 
 void StatusLine::ShowLive(std::size_t shown) {
     const auto& levels = CurrentSelection().datasets;
-    const auto first = std::find_if(levels.begin(), levels.end(), IsRecorded);
-    const bool ofShown = shown < levels.size() && IsRecorded(levels[shown]);
+    const auto first = std::ranges::find_if(levels, &DatasetRecord::IsRecorded);
+    const bool ofShown = shown < levels.size() && levels[shown].IsRecorded();
     const auto status =
         LiveStatusOf(ofShown ? shown : static_cast<std::size_t>(std::distance(levels.begin(), first)));
     lblLive_->setVisible(status.has_value());

@@ -9,7 +9,6 @@
 
 #include "analysis/modIntervalInfo.h"
 #include "follow/ActionQueue.h"
-#include "follow/LiveStatus.h"
 #include "general/NumberText.h"
 
 namespace vorela {
@@ -84,7 +83,7 @@ void MarkRecordings(QTabBar& strip) {
         const auto dataset = static_cast<std::size_t>(tab - (firstDatasetTab - 1));
         if (dataset >= Levels().size())
             break;
-        const bool recorded = IsRecorded(Levels()[dataset]);
+        const bool recorded = Levels()[dataset].IsRecorded();
         if (strip.tabIcon(tab).isNull() == recorded)
             strip.setTabIcon(tab, recorded ? mark : QIcon());
         const QString name = QString::fromStdString(Levels()[dataset].dataset);

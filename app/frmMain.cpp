@@ -24,7 +24,6 @@
 #include "db/modSelectData.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/ActionQueue.h"
-#include "follow/LiveStatus.h"
 #include "follow/StartUp.h"
 #include "general/modGeneral.h"
 #include "platform/DravikLibraries.h"
@@ -295,7 +294,7 @@ void frmMain::ShowRecordings() {
     status_->ShowLive(PlotDataset());
     const auto& levels = CurrentSelection().datasets;
     const std::optional<std::size_t> shown = ShownDataset();
-    levelPage_->ShowFollowing(shown && *shown < levels.size() && IsRecorded(levels[*shown]));
+    levelPage_->ShowFollowing(shown && *shown < levels.size() && levels[*shown].IsRecorded());
 }
 
 // --- Following a recording ---
@@ -310,7 +309,7 @@ void frmMain::FollowRecording() {
     const std::optional<std::size_t> shown = ShownDataset();
     const auto isRecorded = [&shown] {
         const auto& levels = CurrentSelection().datasets;
-        return shown && *shown < levels.size() && IsRecorded(levels[*shown]);
+        return shown && *shown < levels.size() && levels[*shown].IsRecorded();
     };
     const bool followed = isRecorded();
     RunActionQueuePass({[this] { return SelectedTab(); },

@@ -32,7 +32,6 @@
 #include "db/modSelectData.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/CurveChecks.h"
-#include "follow/LiveStatus.h"
 #include "follow/RecentSelections.h"
 #include "follow/StartUp.h"
 #include "general/modGeneral.h"
@@ -142,7 +141,7 @@ void frmMain::RunSelection(const std::function<void()>& choose) {
 
 void frmMain::FollowWhatIsRecorded() {
     const auto& datasets = CurrentSelection().datasets;
-    if (std::any_of(datasets.begin(), datasets.end(), IsRecorded))
+    if (std::ranges::any_of(datasets, &DatasetRecord::IsRecorded))
         tmrMain_.start();
 }
 

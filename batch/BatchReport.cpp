@@ -107,7 +107,7 @@ Json LevelJson(std::size_t dataset) {
     return {{"dataset", record.dataset},
             {"database", record.database},
             {"depth", record.sortKey},
-            {"recording", record.pendingFlag != 0},
+            {"recording", record.IsRecorded()},
             {"step", record.step},
             {"extent", {record.extentA, record.extentB}},
             {"cycleCount", record.cycles.RealCycles()},

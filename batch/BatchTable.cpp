@@ -38,13 +38,6 @@ std::string Input(const Row& row, double value) {
     return row.interval.hasInputs ? Cell(value) : std::string();
 }
 
-std::string Joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : "; ") + text;
-    return all;
-}
-
 constexpr std::array columns{
     Column{"database", [](const Row& row) { return Trimmed(row.deeper.database); }},
     Column{"interval_ft", [](const Row& row) { return row.interval.label; }},
@@ -78,7 +71,7 @@ constexpr std::array columns{
                return std::string(row.exact.Recommended() != nullptr ? MethodName(row.exact.recommended)
                                                                      : "");
            }},
-    Column{"messages", [](const Row& row) { return Joined(row.exact.messages); }},
+    Column{"messages", [](const Row& row) { return Joined(row.exact.messages, "; "); }},
 };
 
 Row RowOf(const ExactResults& exact, std::size_t i) {

@@ -163,8 +163,7 @@ class StopSignals {
 };
 
 bool AnyPending() {
-    return std::any_of(Datasets().begin(), Datasets().end(),
-                       [](const DatasetRecord& record) { return record.pendingFlag != 0; });
+    return std::ranges::any_of(Datasets(), &DatasetRecord::IsRecorded);
 }
 
 void WaitForNextPass() {
@@ -210,7 +209,7 @@ void Follow(const std::string& database) {
         {
             const auto claim = ClaimPatiently(database, told);
             for (std::size_t i = 0; i < Datasets().size(); ++i)
-                if (Datasets()[i].pendingFlag != 0)
+                if (Datasets()[i].IsRecorded())
                     allWell = ExtendDataset(i) && allWell;
         }
         failedPasses = allWell ? 0 : failedPasses + 1;

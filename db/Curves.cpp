@@ -99,20 +99,9 @@ CurveReader::CurveReader(const Database& database, const std::string& dataset, c
     if (Info().step <= 0)
         throw RunTimeError{error_number::internalError, "CurveReader",
                            item_.Name() + ": The curve has no sampling step"};
-    FindLastPosition();
-}
-
-void CurveReader::FindLastPosition() {
     const ItemInfo& info = Info();
-    lastPosition_ = info.IsEmpty() ? -1 : (std::int64_t{info.extentLast} - info.firstIndex) / info.step;
-}
-
-void CurveReader::Refresh() {
-    for (Block& block : blocks_)
-        block = Block{};
-    cell_ = Cell{};
-    item_.RefreshInfo();
-    FindLastPosition();
+    if (!info.IsEmpty())
+        lastPosition_ = (std::int64_t{info.extentLast} - info.firstIndex) / info.step;
 }
 
 void CurveReader::ReadPresent(std::int64_t gridPosition, std::span<float> values,
@@ -162,23 +151,6 @@ std::optional<float> CurveReader::Sample(std::int64_t gridPosition) {
     if (block.present[at] == 0)
         return std::nullopt;
     return block.values[at];
-}
-
-std::optional<double> CurveReader::At(double index) {
-    const ItemInfo& info = Info();
-    if (!(index >= info.extentFirst && index <= info.extentLast))
-        return std::nullopt;
-    const auto position = static_cast<std::int64_t>(std::floor((index - info.firstIndex) / info.step));
-    const std::optional<float> before = Sample(position);
-    if (!before)
-        return std::nullopt;
-    const double beyond = index - static_cast<double>(info.firstIndex + position * info.step);
-    if (between_ == Between::sampleBefore || beyond <= 0.0)
-        return *before;
-    const std::optional<float> after = Sample(position + 1);
-    if (!after)
-        return std::nullopt;
-    return *before + (static_cast<double>(*after) - *before) * (beyond / info.step);
 }
 
 bool CurveReader::Interpolate(double beyond, double& value) {

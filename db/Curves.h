@@ -33,9 +33,8 @@ class DravikDatabase final : public Database {
 /// What a curve's value between two samples is.
 enum class Between { linear, sampleBefore };
 
-/// A curve read in blocks of its grid. Index = hundredths of a second (fractions allowed). The reader sees
-/// the curve as long as it was when it was attached (or last refreshed), whatever a recorder appends
-/// meanwhile.
+/// A curve read in blocks of its grid. Index = hundredths of a second. The reader sees the curve as long as
+/// it was when it was attached, whatever a recorder appends meanwhile.
 class CurveReader {
   public:
     CurveReader(const Database& database, const std::string& dataset, const std::string& curve,
@@ -46,8 +45,6 @@ class CurveReader {
     /// The value at an index: linear between neighbours, or the sample before; nothing where a sample that it
     /// needs is a gap, or before the first or beyond the last sample. Values are single-precision samples;
     /// the interpolation is in double. Any order of indices; neighbouring ones are cheap.
-    std::optional<double> At(double index);
-    /// The same at a whole index.
     std::optional<double> At(std::int32_t index) {
         double value = 0.0;
         return Fetch(index, value) ? std::optional(value) : std::nullopt;
@@ -67,9 +64,6 @@ class CurveReader {
 
     /// True when the whole span lies inside what was written and, for a derived curve, inside its valid span.
     bool Covers(double firstIndex, double lastIndex) const;
-
-    /// Forgets the block in memory (the curve was written to) and reads the extents afresh.
-    void Refresh();
 
   private:
     /// Some consecutive samples of the grid. Several are held, so that a walk that looks at a few places of
@@ -126,7 +120,6 @@ class CurveReader {
     }
     bool Interpolate(double beyond, double& value);
 
-    void FindLastPosition();
     const Block& BlockOf(std::int64_t gridPosition);
     void Load(Block& block, std::int64_t gridPosition);
     std::optional<float> Sample(std::int64_t gridPosition);

@@ -2,12 +2,12 @@
 // and the choice of pressure and flow curve. Plain process-wide data; a test puts a fresh Selection in place.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <vector>
+
+#include "platform/Presentation.h"
 
 namespace vorela {
 
@@ -64,21 +64,6 @@ void ResetCycles(CycleRecord& cycles, std::int32_t selectedCycle);
 /// Raises the count by one and every array to count + 1 elements; keeps a selected window the window.
 void AppendCycle(CycleRecord& cycles);
 
-/// The dataset's presentation record, unpacked from its 32 packed bytes.
-struct Presentation {
-    std::int16_t recordingFlag = 0;   ///< byte 0: non-zero while the dataset is being recorded
-    std::int16_t indexKind = 0;       ///< byte 2
-    std::int16_t trackCount = 0;      ///< byte 4
-    std::int32_t recordingStart = 0;  ///< byte 6: Unix seconds
-    std::int32_t rangeStart = 0;      ///< byte 10: default x-range, seconds
-    std::int32_t rangeEnd = 0;        ///< byte 14
-    std::string toolString;           ///< bytes 18 to 31, trimmed
-};
-inline constexpr std::size_t presentationBytes = 32;
-/// A longer stored record begins with these bytes.
-Presentation UnpackPresentation(std::span<const std::byte, presentationBytes> stored);
-std::array<std::byte, presentationBytes> PackPresentation(const Presentation& presentation);
-
 /// What index values mean and how they are displayed.
 struct IndexDescription {
     std::int16_t kind = 0;  ///< 0 depth, 1 time
@@ -115,6 +100,10 @@ struct DatasetRecord {
     int failedPasses = 0;             ///< passes that failed, in a row
     std::vector<std::string> curves;  ///< names of the dataset's selectable curves, as enumerated
     std::vector<CurveAttributes> curveAttributes;  ///< of the same curves, in the same order
+
+    bool IsRecorded() const { return pendingFlag != 0; }
+    /// No cycle has been calculated yet.
+    bool IsUnmeasured() const { return cycleSource == CycleSource::none; }
 };
 
 /// A curve that every selected dataset has.

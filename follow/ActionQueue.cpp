@@ -13,6 +13,7 @@
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
+#include "general/DelimitedText.h"
 #include "general/modGeneral.h"
 #include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
@@ -29,7 +30,7 @@ constexpr int mostPassesAfterTheEnd = 10;
 std::optional<std::size_t> FirstPending() {
     const auto& datasets = CurrentSelection().datasets;
     for (std::size_t i = 0; i < datasets.size(); ++i)
-        if (datasets[i].pendingFlag != 0)
+        if (datasets[i].IsRecorded())
             return i;
     return std::nullopt;
 }
@@ -57,13 +58,10 @@ void LearnOfNewCurves(const Database& database, std::size_t index) {
     std::erase_if(absent, known);
     if (absent.empty() || !RefreshCommonCurves(&database))
         return;
-    std::string made;
-    for (const std::string& name : absent)
-        if (known(name))
-            made += (made.empty() ? "" : ", ") + name;
-    if (!made.empty())
+    std::erase_if(absent, std::not_fn(known));
+    if (!absent.empty())
         CurrentPorts().status->SetText("Following " + CurrentSelection().datasets[index].dataset + " made " +
-                                       made);
+                                       Joined(absent, ", "));
 }
 
 /// The end of what a pass has worked on, by database and dataset; of one selection.
@@ -116,7 +114,7 @@ void RefreshSelectedTab(const ActionQueueView& view) {
     }
     const auto dataset = static_cast<std::size_t>(tab - firstDatasetTab);
     const auto& datasets = CurrentSelection().datasets;
-    if (dataset < datasets.size() && datasets[dataset].pendingFlag != 0)
+    if (dataset < datasets.size() && datasets[dataset].IsRecorded())
         view.redrawPlot(dataset);
 }
 
@@ -154,7 +152,7 @@ bool ExtendDataset(std::size_t index) {
     record.failedPasses = extended ? 0 : record.failedPasses + 1;
     // The last samples are owed like all others: a dataset whose recording has ended stays pending until it
     // has them, or until it is plain that the fault does not pass.
-    if (!extended && record.pendingFlag == 0 && record.failedPasses < mostPassesAfterTheEnd)
+    if (!extended && !record.IsRecorded() && record.failedPasses < mostPassesAfterTheEnd)
         record.pendingFlag = 1;
     return extended;
 }
@@ -164,7 +162,7 @@ bool RunActionQueuePass(const ActionQueueView& view) {
     if (!pending)
         return true;
     const bool extended = ExtendDataset(*pending);
-    if (CurrentSelection().datasets[*pending].pendingFlag == 0)
+    if (!CurrentSelection().datasets[*pending].IsRecorded())
         view.switchTimer(false);
     RefreshSelectedTab(view);
     // The pass switches the timer off with the dataset whose recording ended; another one that is still being

@@ -111,7 +111,7 @@ void CatchUpWithRecordings() {
     const bool allThere = FilteredCurvesExist() && ValveSignalPresent() && FilteredFlowExists();
     const auto& datasets = CurrentSelection().datasets;
     for (std::size_t i = 0; i < datasets.size(); ++i) {
-        if (datasets[i].pendingFlag == 0)
+        if (!datasets[i].IsRecorded())
             Attempt("Completing curves", false, [&] { return WithDatabase(i, CompleteCurves); });
         else if (allThere)
             ExtendDataset(i);  // reports; what failed is taken up by the next tick
@@ -169,7 +169,7 @@ bool SelectData(const SelectDataView& view) {
             CheckCurves(view);
         view.updateMainWindow();
         for (const DatasetRecord& record : CurrentSelection().datasets)
-            if (record.pendingFlag != 0)
+            if (record.IsRecorded())
                 view.switchTimerOn();
         return true;
     });

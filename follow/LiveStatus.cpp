@@ -43,7 +43,7 @@ std::string WholeSeconds(double seconds) {
 
 std::optional<LiveStatus> LiveStatusOf(std::size_t dataset) {
     const auto& datasets = CurrentSelection().datasets;
-    if (dataset >= datasets.size() || datasets[dataset].pendingFlag == 0)
+    if (dataset >= datasets.size() || !datasets[dataset].IsRecorded())
         return std::nullopt;
     const DatasetRecord& record = datasets[dataset];
     const CycleRecord& cycles = record.cycles;

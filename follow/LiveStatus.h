@@ -6,17 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "db/DatasetRecord.h"
-
 namespace vorela {
-
-inline bool IsRecorded(const DatasetRecord& level) {
-    return level.pendingFlag != 0;
-}
-/// No cycle has been calculated yet.
-inline bool IsUnmeasured(const DatasetRecord& level) {
-    return level.cycleSource == CycleSource::none;
-}
 
 struct LiveStatus {
     std::string level;

@@ -228,12 +228,6 @@ void Item::Check(std::int32_t status, const std::string& action) const {
         throw DatabaseError(status, database_, path_, action);
 }
 
-void Item::RefreshInfo() {
-    InfoBlock block{};
-    Check(Api().DBinformation(handle_, block.data()), "");
-    info_ = UnpackItemInfo(block);
-}
-
 void Item::ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const {
     Check(Api().DBreadpresent(handle_, first, static_cast<std::int32_t>(count), values, present),
           "cannot be read");

@@ -155,7 +155,6 @@ class Item {
     const std::string& Path() const { return path_; }
     /// "LEVEL1/ZG/1 in /data/well.vdb": how a message names the item.
     std::string Name() const { return path_ + " in " + database_; }
-    void RefreshInfo();
 
     /// `count` samples of a curve from index `first` (on the grid) on; present[i] is 0 where there is none.
     void ReadPresent(std::int32_t first, std::int64_t count, float* values, std::uint8_t* present) const;

@@ -23,9 +23,6 @@ struct FontDescription {
     std::string typeface = "Arial";
     int height = 16;   ///< device units
     int weight = 400;  ///< normal
-    int escapement = 0;
-    bool italic = false;
-    bool underline = false;
 };
 
 /// Where the given point lies on a text; values of the classic graphics device interface.

@@ -77,8 +77,6 @@ QFont ToQFont(const FontDescription& description) {
     font.setStyleHint(QFont::SansSerif);
     font.setHintingPreference(QFont::PreferNoHinting);
     font.setWeight(static_cast<QFont::Weight>(description.weight));
-    font.setItalic(description.italic);
-    font.setUnderline(description.underline);
     constexpr int trial = 100;
     font.setPixelSize(trial);
     const double share = QFontMetricsF(font).height() / trial;

@@ -24,11 +24,8 @@ const std::vector<DatasetRecord>& Datasets() {
     return CurrentSelection().datasets;
 }
 
-std::string Joined(const std::set<std::string>& texts) {
-    std::string joined;
-    for (const std::string& text : texts)
-        joined += (joined.empty() ? "" : ", ") + text;
-    return joined.empty() ? "-" : joined;
+std::string ListOf(const std::set<std::string>& texts) {
+    return texts.empty() ? "-" : Joined(texts, ", ");
 }
 
 /// A well's database is named after it.
@@ -73,8 +70,8 @@ std::string NotesText(std::size_t count) {
 
 ReportTable WellFacts(const ReportSource& source, std::size_t notes) {
     ReportTable table{"", {}, true};
-    table.rows = {{"Well", Joined(WellNames())},
-                  {"Database", Joined(Databases())},
+    table.rows = {{"Well", ListOf(WellNames())},
+                  {"Database", ListOf(Databases())},
                   {"Recorded", DatesText()},
                   {"Pressure and flow curve", CurvesText()},
                   {"Period of test (seconds)", FormatNumber(CurrentParameters().period)},
@@ -180,7 +177,7 @@ std::string UtcText(std::int64_t unixSeconds) {
 Report MakeReport(const ReportSource& source) {
     const std::vector<NoteGroup> notes = ReportNotes(source);
     Report report{
-        "Harmonic test report: " + Joined(WellNames()), source.program, UtcText(source.created), {}};
+        "Harmonic test report: " + ListOf(WellNames()), source.program, UtcText(source.created), {}};
     report.sections.push_back(FirstPage(source, CountOf(notes)));
     report.sections.push_back(InputSection());
     Append(report.sections, LevelSections(source.exact));

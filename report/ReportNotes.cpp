@@ -38,7 +38,7 @@ std::vector<std::string> LevelNotes(const ExactResults& exact) {
     const auto& datasets = CurrentSelection().datasets;
     for (std::size_t i = 0; i < datasets.size(); ++i) {
         const std::string& name = datasets[i].dataset;
-        if (datasets[i].cycleSource == CycleSource::none || datasets[i].cycles.RealCycles() == 0)
+        if (datasets[i].IsUnmeasured() || datasets[i].cycles.RealCycles() == 0)
             lines.push_back(name + ": no whole cycle yet");
         Append(lines, Prefixed(name, CausesOfMissingResults(i)));
         if (i >= exact.levels.size())

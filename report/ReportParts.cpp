@@ -55,7 +55,7 @@ ReportTable LevelFacts(std::size_t dataset, const ExactLevel& level) {
         {"Recording began", RecordingStart(record)},
         {"Recorded (seconds)", FormatNumber(SecondsOf(record.extentA)) + " to " +
                                    FormatNumber(SecondsOf(record.extentB)) +
-                                   (record.pendingFlag != 0 ? ", still being recorded" : "")},
+                                   (record.IsRecorded() ? ", still being recorded" : "")},
         {"Tool string", record.presentation.toolString.empty() ? none : record.presentation.toolString},
         {"Cycles measured from", CycleSourceText(dataset)},
         {"Number of cycles", std::to_string(record.cycles.RealCycles())},

@@ -16,6 +16,7 @@
 #include "db/IndexUnits.h"
 #include "db/modDravik.h"
 #include "general/CheckedMath.h"
+#include "general/DelimitedText.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "signal/BandPassCurve.h"
@@ -69,13 +70,6 @@ std::string WordsFor(const LevelCoverage& level) {
            (level.wholeCycles == 1 ? " whole cycle" : " whole cycles");
 }
 
-std::string Listed(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 /// Gain of a kernel at a frequency in cycles per sample.
 double GainAt(std::span<const float> kernel, double frequency) {
     std::complex<double> response = 0.0;
@@ -124,25 +118,56 @@ std::string BandPassLine(std::int16_t filterN, std::int16_t step, bool& warning)
     return line;
 }
 
-PassBand DescribePassBand(std::int16_t filterN) {
+FilterAdvice DescribePassBand(std::int16_t filterN) {
     const ParameterSet& p = CurrentParameters();
     if (p.bandPass == 0)
         return {"Half-period difference: gain 1 at " + Seconds(p.period) +
                 ", constants and straight lines are removed"};
-    PassBand band;
-    for (const std::int16_t step : InputSteps()) {
-        const std::string line = BandPassLine(filterN, step, band.warning);
-        band.text += (band.text.empty() ? "" : "\n") + line;
-    }
-    return band;
+    FilterAdvice advice;
+    std::vector<std::string> lines;
+    for (const std::int16_t step : InputSteps())
+        lines.push_back(BandPassLine(filterN, step, advice.warning));
+    advice.text = Joined(lines, "\n");
+    return advice;
 }
 
-void AddIfStale(const Database& database, const StaleCurve& wanted, std::vector<StaleCurve>& stale) {
-    const auto item = Item::Find(database, ItemPath(wanted.dataset, wanted.curve));
-    if (!item || item->Info().made.empty() || item->Info().made == wanted.wanted)
+void AddOnce(std::vector<std::string>& names, const std::string& name) {
+    if (std::ranges::find(names, name) == names.end())
+        names.push_back(name);
+}
+
+/// Curves that were made in another way than the settings in force say.
+struct StaleCurves {
+    std::vector<std::string> curves;
+    std::vector<std::string> datasets;
+};
+/// By how they were made and how they would be made now.
+using WaysOfMaking = std::map<std::pair<std::string, std::string>, StaleCurves>;
+
+void AddIfStale(const Database& database, const std::string& dataset, const std::string& curve,
+                const std::string& wanted, WaysOfMaking& ways) {
+    const auto item = Item::Find(database, ItemPath(dataset, curve));
+    if (!item || item->Info().made.empty() || item->Info().made == wanted)
         return;
-    stale.push_back(wanted);
-    stale.back().made = item->Info().made;
+    StaleCurves& stale = ways[{item->Info().made, wanted}];
+    AddOnce(stale.curves, curve);
+    AddOnce(stale.datasets, dataset);
+}
+
+WaysOfMaking WaysOfStaleCurves() {
+    WaysOfMaking ways;
+    const Selection& selection = CurrentSelection();
+    for (const DatasetRecord& record : selection.datasets) {
+        const DravikDatabase database(record.database);
+        if (!database.IsOpen())
+            break;
+        for (const std::string& curve :
+             {FilteredPressureName(selection.choice), FilteredFlowName(selection.choice)})
+            AddIfStale(database, record.dataset, curve, FilterDescription(), ways);
+        AddIfStale(database, record.dataset, DravikFilteredFlowName(selection.choice),
+                   FilteredFlowDescription(), ways);
+    }
+    return ways;
 }
 
 }  // namespace
@@ -155,70 +180,39 @@ std::vector<LevelCoverage> FilteredCoverage(int filterN) {
     return levels;
 }
 
-CoverageText DescribeCoverage(int filterN) {
-    CoverageText description;
+FilterAdvice DescribeCoverage(int filterN) {
+    FilterAdvice advice;
     std::vector<LevelCoverage> levels;
     try {
         levels = FilteredCoverage(filterN);
     } catch (...) {
         return {"Warning: " + ErrorFromCurrentException("CurveCoverage").description, true};
     }
-    std::vector<std::pair<std::string, std::vector<std::string>>> lines;  // words, datasets
+    std::vector<std::pair<std::string, std::string>> lines;  // words, datasets
     for (const LevelCoverage& level : levels) {
-        description.warning = description.warning || level.wholeCycles == 0;
+        advice.warning = advice.warning || level.wholeCycles == 0;
         const std::string words = WordsFor(level);
         const auto known = std::ranges::find(lines, words, [](const auto& line) { return line.first; });
         if (known == lines.end())
-            lines.push_back({words, {level.dataset}});
+            lines.emplace_back(words, level.dataset);
         else
-            known->second.push_back(level.dataset);
+            known->second += ", " + level.dataset;
     }
     for (const auto& [words, datasets] : lines)
-        description.text += (description.text.empty() ? "" : "\n") + Listed(datasets) + ": " + words;
-    return description;
+        advice.text += (advice.text.empty() ? "" : "\n") + datasets + ": " + words;
+    return advice;
 }
 
-PassBand GetPassBand(int filterN) {
-    return Attempt(gettingInformation, PassBand{},
+FilterAdvice GetPassBand(int filterN) {
+    return Attempt(gettingInformation, FilterAdvice{},
                    [&] { return DescribePassBand(CheckedNarrow<std::int16_t>(filterN, "CurveCoverage")); });
 }
 
-std::vector<StaleCurve> StaleCurves() {
-    return Attempt(checkingCurves, std::vector<StaleCurve>{}, [] {
-        std::vector<StaleCurve> stale;
-        const Selection& selection = CurrentSelection();
-        for (const DatasetRecord& record : selection.datasets) {
-            const DravikDatabase database(record.database);
-            if (!database.IsOpen())
-                break;
-            for (const std::string& name :
-                 {FilteredPressureName(selection.choice), FilteredFlowName(selection.choice)})
-                AddIfStale(database, {record.dataset, name, "", FilterDescription()}, stale);
-            AddIfStale(
-                database,
-                {record.dataset, DravikFilteredFlowName(selection.choice), "", FilteredFlowDescription()},
-                stale);
-        }
-        return stale;
-    });
-}
-
 std::vector<std::string> StaleCurveLines() {
-    std::map<std::pair<std::string, std::string>, std::vector<std::string>> curves;
-    std::map<std::pair<std::string, std::string>, std::vector<std::string>> datasets;
-    const auto addOnce = [](std::vector<std::string>& names, const std::string& name) {
-        if (std::ranges::find(names, name) == names.end())
-            names.push_back(name);
-    };
-    for (const StaleCurve& stale : StaleCurves()) {
-        addOnce(curves[{stale.made, stale.wanted}], stale.curve);
-        addOnce(datasets[{stale.made, stale.wanted}], stale.dataset);
-    }
     std::vector<std::string> lines;
-    lines.reserve(curves.size());
-    for (const auto& [way, names] : curves)
-        lines.push_back(Listed(names) + " of " + Listed(datasets[way]) +
-                        (names.size() == 1 ? " was" : " were") + " made by \"" + way.first +
+    for (const auto& [way, stale] : Attempt(checkingCurves, WaysOfMaking{}, WaysOfStaleCurves))
+        lines.push_back(Joined(stale.curves, ", ") + " of " + Joined(stale.datasets, ", ") +
+                        (stale.curves.size() == 1 ? " was" : " were") + " made by \"" + way.first +
                         "\", the settings say \"" + way.second + "\"");
     return lines;
 }

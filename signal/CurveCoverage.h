@@ -22,35 +22,23 @@ struct LevelCoverage {
 /// and `filterN` passes. Throws as the filters do where one cannot be made (a band pass of too many samples).
 std::vector<LevelCoverage> FilteredCoverage(int filterN);
 
-/// The same in words for the user, one line for levels that agree.
-struct CoverageText {
-    std::string text;      ///< lines separated by "\n"; "" when nothing is selected
-    bool warning = false;  ///< a level keeps no whole cycle, or the filter cannot be made
-};
-CoverageText DescribeCoverage(int filterN);
-
-/// What the filter of the current parameters does with this FilterN.
-struct PassBand {
-    /// Pass band as periods in seconds and gain at the period of test, with a warning below 0.9; for the
-    /// difference filter its gain. One or more lines.
-    std::string text;
+/// What the user is told before curves are made.
+struct FilterAdvice {
+    std::string text;  ///< lines separated by "\n"; "" when nothing is selected
     bool warning = false;
 };
-PassBand GetPassBand(int filterN);
+/// The coverage in words, one line for levels that agree. A warning where a level keeps no whole cycle, or
+/// the filter cannot be made.
+FilterAdvice DescribeCoverage(int filterN);
 
-/// A derived curve that was made in another way than the settings in force say.
-struct StaleCurve {
-    std::string dataset;
-    std::string curve;
-    std::string made;    ///< what the curve says
-    std::string wanted;  ///< what it would say if it were made now
-};
-/// Filtered pressure, filtered flow and the acquisition system's filtered flow of every selected dataset.
-/// A curve without a text of how it was made is a recording and never stale. Empty after a report.
-std::vector<StaleCurve> StaleCurves();
+/// What the filter of the current parameters does with this FilterN: pass band as periods in seconds and gain
+/// at the period of test, with a warning below 0.9; for the difference filter its gain.
+FilterAdvice GetPassBand(int filterN);
 
-/// One line for each way of making: 'ZG_p, RTC_qs of LEVEL1, LEVEL2 were made by "…", the settings say
-/// "…"'.
+/// Filtered pressure, filtered flow and the acquisition system's filtered flow that were made in another way
+/// than the settings in force say, one line for each way: 'ZG_p, RTC_qs of LEVEL1, LEVEL2 were made by "…",
+/// the settings say "…"'. A curve without a text of how it was made is a recording and never stale. Empty
+/// after a report.
 std::vector<std::string> StaleCurveLines();
 
 }  // namespace vorela

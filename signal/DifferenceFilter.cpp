@@ -12,7 +12,6 @@ namespace vorela {
 namespace {
 
 constexpr const char* source = "DifferenceFilter";
-/// Index units in a second.
 /// Offsets are taken to a millionth of an index unit: a period's decimal fraction is not exact in binary, and
 /// a half period of 2.05 s is 205 units.
 constexpr double offsetsPerUnit = 1e6;

@@ -94,8 +94,8 @@ int frmFilteredCurves::Passes() const {
 }
 
 void frmFilteredCurves::ShowInformation() {
-    const PassBand band = GetPassBand(Passes());
-    const CoverageText coverage = DescribeCoverage(Passes());
+    const FilterAdvice band = GetPassBand(Passes());
+    const FilterAdvice coverage = DescribeCoverage(Passes());
     ui_->lblInformation->setText(QString::fromStdString(band.text + "\n" + coverage.text).trimmed());
     QFont font = ui_->lblInformation->font();
     font.setBold(band.warning || coverage.warning);

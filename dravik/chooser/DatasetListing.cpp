@@ -10,35 +10,27 @@
 
 #include "general/SettingsFile.h"
 #include "platform/DatabaseClient.h"
+#include "platform/Presentation.h"
 
 namespace dravik {
 namespace {
 
 constexpr std::size_t recentCount = 8;
 constexpr double indexUnitsPerSecond = 100.0;  // and per foot
-constexpr std::size_t presentationBytes = 32;
-constexpr std::size_t recordingFlagByte = 0;
-constexpr std::size_t recordingStartByte = 6;
 constexpr const char* recentSection = "RecentFiles";
-
-template <typename Value>
-Value FieldAt(std::span<const std::byte> record, std::size_t offset) {
-    Value value;
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
 
 /// What cannot be read of a dataset stays unsaid: it is listed all the same.
 void ReadPresentation(const vorela::Database& database, DatasetListing& listing) {
     const std::optional<vorela::Item> item =
         vorela::Item::FindQuietly(database, vorela::ItemPath(listing.name, "_defaults_"));
-    std::vector<std::byte> record;
-    if (!item || item->ReadRecord(presentationBytes, record) != DK_OK)
+    std::vector<std::byte> stored;
+    if (!item || item->ReadRecord(vorela::presentationBytes, stored) != DK_OK)
         return;
-    listing.recording = FieldAt<std::int16_t>(record, recordingFlagByte) != 0;
-    const auto started = FieldAt<std::int32_t>(record, recordingStartByte);
-    if (started != 0)
-        listing.started = started;
+    const vorela::Presentation presentation =
+        vorela::UnpackPresentation(std::span(stored).first<vorela::presentationBytes>());
+    listing.recording = presentation.recordingFlag != 0;
+    if (presentation.recordingStart != 0)
+        listing.started = presentation.recordingStart;
 }
 
 /// The first sample of the depth curve; none where it is no number.

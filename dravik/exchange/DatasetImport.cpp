@@ -73,10 +73,10 @@ TargetGrid TargetOf(const Database& database, const std::string& dataset) {
     target.step = leading->information.step;
     target.firstIndex = leading->information.extentFirst;
     target.hasStart = true;
-    target.start = RecordingStart(database, dataset);
-    const std::string mark = ToolString(database, dataset);
-    target.knowsZone = mark.starts_with(importMark);
-    target.zoneMinutes = ZoneOfMark(mark);
+    const Presentation presentation = ReadPresentation(database, dataset);
+    target.start = presentation.recordingStart;
+    target.knowsZone = presentation.toolString.starts_with(importMark);
+    target.zoneMinutes = ZoneOfMark(presentation.toolString);
     return target;
 }
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -17,7 +18,7 @@ namespace {
 
 constexpr std::size_t longestDatasetName = 66;
 constexpr const char* presentationItem = "_defaults_";
-constexpr std::size_t presentationBytes = 32;
+constexpr std::int16_t tracks = 2;
 
 std::string StatusMessage(std::int32_t status) {
     switch (status) {
@@ -40,13 +41,6 @@ std::string StatusMessage(std::int32_t status) {
         default:
             return "error " + std::to_string(status);
     }
-}
-
-template <typename Value>
-Value FieldAt(const void* block, std::size_t offset) {
-    Value value;
-    std::memcpy(&value, static_cast<const char*>(block) + offset, sizeof value);
-    return value;
 }
 
 /// "/ZG/1" as "ZG"; other items keep their number.
@@ -140,67 +134,39 @@ std::string CurvePath(const std::string& dataset, const std::string& curve) {
     return dataset + "/" + curve + (curve.find('/') == std::string::npos ? "/1" : "");
 }
 
-std::array<unsigned char, 32> PackPresentation(const PresentationRecord& record) {
-    std::array<unsigned char, 32> bytes{};
-    const auto put = [&](std::size_t offset, auto value) {
-        std::memcpy(bytes.data() + offset, &value, sizeof value);
-    };
-    put(0, static_cast<std::int16_t>(record.recording ? 1 : 0));
-    put(2, record.indexKind);
-    put(4, record.trackCount);
-    put(6, record.recordingStart);
-    put(10, record.rangeStart);
-    put(14, record.rangeEnd);
-    constexpr std::size_t toolOffset = 18;
-    constexpr std::size_t toolLength = 14;
-    std::memset(bytes.data() + toolOffset, ' ', toolLength);
-    std::memcpy(bytes.data() + toolOffset, record.toolString.data(),
-                std::min(record.toolString.size(), toolLength));
-    return bytes;
+Presentation PresentationOf(const CurveGrid& grid, std::int32_t recordingStart, std::string toolString) {
+    Presentation presentation;
+    presentation.indexKind = grid.indexKind;
+    presentation.trackCount = tracks;
+    presentation.recordingStart = recordingStart;
+    presentation.rangeStart = WholeUnits(std::floor(grid.firstIndex / 100.0));
+    presentation.rangeEnd = WholeUnits(std::ceil(grid.IndexOf(grid.rowCount - 1) / 100.0));
+    presentation.toolString = std::move(toolString);
+    return presentation;
 }
 
-PresentationRecord PresentationOf(const CurveGrid& grid, std::int32_t recordingStart,
-                                  std::string toolString) {
-    PresentationRecord record;
-    record.indexKind = grid.indexKind;
-    record.recordingStart = recordingStart;
-    record.rangeStart = WholeUnits(std::floor(grid.firstIndex / 100.0));
-    record.rangeEnd = WholeUnits(std::ceil(grid.IndexOf(grid.rowCount - 1) / 100.0));
-    record.toolString = std::move(toolString);
-    return record;
+Presentation ReadPresentation(const Database& database, const std::string& dataset) {
+    const std::vector<std::byte> stored =
+        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(vorela::presentationBytes);
+    return vorela::UnpackPresentation(std::span(stored).first<vorela::presentationBytes>());
 }
 
-void WritePresentation(Database& database, const std::string& dataset, const PresentationRecord& record) {
-    const std::array<unsigned char, 32> bytes = PackPresentation(record);
-    Item(database, CurvePath(dataset, presentationItem)).Write(0, 1, bytes.data());
+void WritePresentation(Database& database, const std::string& dataset, const Presentation& presentation) {
+    const auto stored = vorela::PackPresentation(presentation);
+    Item(database, CurvePath(dataset, presentationItem)).Write(0, 1, stored.data());
 }
 
 bool IsRecording(const Database& database, const std::string& dataset) {
     const std::optional<Item> item = Item::FindQuietly(database, CurvePath(dataset, presentationItem));
-    std::vector<std::byte> bytes;
-    return item && item->ReadRecord(presentationBytes, bytes) == DK_OK &&
-           FieldAt<std::int16_t>(bytes.data(), 0) != 0;
-}
-
-std::int32_t RecordingStart(const Database& database, const std::string& dataset) {
-    constexpr std::size_t startOffset = 6;
-    return FieldAt<std::int32_t>(
-        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(32).data(), startOffset);
-}
-
-std::string ToolString(const Database& database, const std::string& dataset) {
-    constexpr std::size_t toolOffset = 18;
-    const std::vector<std::byte> bytes =
-        Item(database, CurvePath(dataset, presentationItem)).ReadWholeRecord(presentationBytes);
-    std::string text(reinterpret_cast<const char*>(bytes.data()) + toolOffset,
-                     presentationBytes - toolOffset);
-    text.erase(text.find_last_not_of(std::string_view(" \0", 2)) + 1);
-    return text;
+    std::vector<std::byte> stored;
+    return item && item->ReadRecord(vorela::presentationBytes, stored) == DK_OK &&
+           vorela::UnpackPresentation(std::span(stored).first<vorela::presentationBytes>()).recordingFlag !=
+               0;
 }
 
 void SetRecording(Database& database, const std::string& dataset, bool recording) {
     Item item(database, CurvePath(dataset, presentationItem));
-    std::vector<std::byte> bytes = item.ReadWholeRecord(presentationBytes);
+    std::vector<std::byte> bytes = item.ReadWholeRecord(vorela::presentationBytes);
     const std::int16_t flag = recording ? 1 : 0;
     std::memcpy(bytes.data(), &flag, sizeof flag);
     item.Write(0, 1, bytes.data());
@@ -233,7 +199,7 @@ void CreateCurves(Database& database, const std::string& dataset, const CurveGri
 }
 
 void CreateDataset(Database& database, const std::string& dataset, const CurveSource& source,
-                   const PresentationRecord& presentation, bool replace) {
+                   const Presentation& presentation, bool replace) {
     CheckDatasetName(dataset);
     if (HasDataset(database, dataset)) {
         if (!replace)

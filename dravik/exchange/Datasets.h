@@ -12,6 +12,7 @@
 #include "dravik/exchange/CurveSource.h"
 #include "interfaces/DKBase.h"
 #include "platform/DatabaseClient.h"
+#include "platform/Presentation.h"
 
 namespace dravik {
 
@@ -64,30 +65,14 @@ class RecordingClaim {
 /// "LEVEL1/ZG/1".
 std::string CurvePath(const std::string& dataset, const std::string& curve);
 
-/// The dataset's presentation record, 32 packed bytes: 16-bit at 0 recording flag, at 2 index kind, at 4
-/// number of tracks; 32-bit at 6 start of the recording (Unix seconds), at 10 and 14 default x-range
-/// (seconds, or feet); 14 characters at 18 tool string, blank-padded.
-struct PresentationRecord {
-    bool recording = false;
-    std::int16_t indexKind = DK_INDEX_TIME;
-    std::int16_t trackCount = 2;
-    std::int32_t recordingStart = 0;
-    std::int32_t rangeStart = 0;
-    std::int32_t rangeEnd = 0;
-    std::string toolString;
-};
-std::array<unsigned char, 32> PackPresentation(const PresentationRecord& record);
+using vorela::Presentation;
+
 /// With a range over the whole grid.
-PresentationRecord PresentationOf(const CurveGrid& grid, std::int32_t recordingStart, std::string toolString);
-void WritePresentation(Database& database, const std::string& dataset, const PresentationRecord& record);
+Presentation PresentationOf(const CurveGrid& grid, std::int32_t recordingStart, std::string toolString);
+Presentation ReadPresentation(const Database& database, const std::string& dataset);
+void WritePresentation(Database& database, const std::string& dataset, const Presentation& presentation);
 /// The recording flag of a dataset that has a presentation record; false without one.
 bool IsRecording(const Database& database, const std::string& dataset);
-
-/// When the recording of a dataset began, Unix seconds.
-std::int32_t RecordingStart(const Database& database, const std::string& dataset);
-
-/// What recorded a dataset, without blanks at the end.
-std::string ToolString(const Database& database, const std::string& dataset);
 
 /// Sets or clears the flag and leaves the rest of the record as it is.
 void SetRecording(Database& database, const std::string& dataset, bool recording);
@@ -99,7 +84,7 @@ void CheckDatasetName(const std::string& dataset);
 /// of a dataset stands for its extent. An existing dataset is refused, or deleted first when `replace` is
 /// set.
 void CreateDataset(Database& database, const std::string& dataset, const CurveSource& source,
-                   const PresentationRecord& presentation, bool replace);
+                   const Presentation& presentation, bool replace);
 /// Creates empty curves in a dataset that may exist.
 void CreateCurves(Database& database, const std::string& dataset, const CurveGrid& grid,
                   const std::vector<CurveDescription>& curves);

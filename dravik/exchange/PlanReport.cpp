@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dravik/exchange/Stamp.h"
+#include "general/DelimitedText.h"
 #include "general/NumberText.h"
 #include "interfaces/DKBase.h"
 
@@ -10,6 +11,7 @@ namespace dravik {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using vorela::Joined;
 
 std::string KindName(ColumnKind kind) {
     return kind == ColumnKind::number ? "number" : kind == ColumnKind::text ? "text" : "empty";
@@ -23,13 +25,6 @@ std::string MethodName(GridMethod method) {
     return method == GridMethod::asTheyAre ? "as they are"
            : method == GridMethod::mean    ? "mean"
                                            : "interpolated";
-}
-
-std::string Joined(const std::vector<std::string>& texts, const std::string& between) {
-    std::string all;
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        all += (i > 0 ? between : "") + texts[i];
-    return all;
 }
 
 std::string Curves(const ImportPlan& plan) {

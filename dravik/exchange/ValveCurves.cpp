@@ -20,7 +20,7 @@ std::function<ValveSample(std::int32_t)> ValveOf(const Database& database, const
     }
     std::vector<ValveChange> changes;
     if (!request.times.empty())
-        changes = ReadValveTimes(request.times, RecordingStart(database, request.dataset));
+        changes = ReadValveTimes(request.times, ReadPresentation(database, request.dataset).recordingStart);
     else if (!request.from.empty())
         changes = FindCrossings(Item(database, CurvePath(request.dataset, request.from)), request.threshold);
     else

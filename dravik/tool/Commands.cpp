@@ -217,7 +217,7 @@ void Export(const ExportRequest& request) {
     DatasetSource source(database, request.dataset, request.curves);
     std::optional<std::int32_t> start;
     if (request.dates)
-        start = RecordingStart(database, request.dataset);
+        start = ReadPresentation(database, request.dataset).recordingStart;
     const auto write = [&](const TextSink& sink) {
         if (isLas)
             WriteLas(source, request.dataset, request.wrapped, sink);

@@ -52,9 +52,9 @@ std::int64_t Recorder::Begin() {
         row = ResumeRow();
         SetRecording(database_, request_.dataset, true);
     } else {
-        PresentationRecord presentation =
+        Presentation presentation =
             PresentationOf(source_.Grid(), static_cast<std::int32_t>(std::time(nullptr)), toolString_);
-        presentation.recording = true;
+        presentation.recordingFlag = 1;
         CreateDataset(database_, request_.dataset, source_, presentation, request_.replace);
     }
     transaction.Commit();

@@ -247,12 +247,7 @@ TEST_F(Glance, CalculationIsOfferedWhereTheNumbersWillBe) {
 }
 
 TEST_F(Glance, RecordingIsMarkedFollowedPausedAndItsCursorTimesHeld) {
-    MakeLevels();
-    Presentation recording;
-    recording.recordingFlag = 1;
-    SetPresentation("LEVEL2", recording);
-    ports.answers = {true, true, true};
-    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    RunningJob();
     Find<QTimer>(*window, "tmrMain").stop();
     PrsOpt().timeAuto = true;
     auto& strip = Find<QTabBar>(*window, "tsMain");

@@ -120,6 +120,15 @@ void WindowFixture::MakeLevels() {
     MakeLevel("LEVEL3", 6050, 1.5);
 }
 
+void WindowFixture::RunningJob() {
+    MakeLevels();
+    Presentation recording;
+    recording.recordingFlag = 1;
+    SetPresentation("LEVEL2", recording);
+    ports.answers = {true, true, true};
+    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+}
+
 void WindowFixture::FinishedJob(const std::vector<std::string>& datasets) {
     MakeLevels();
     ports.answers = {true, true, true};

@@ -75,6 +75,8 @@ class WindowFixture : public DravikFixture {
     void SelectThroughDialog(const std::vector<std::string>& datasets, const ModalScript::Step& filter = {});
     /// Levels with all derived curves and cycles, selected: what the window shows of a finished job.
     void FinishedJob(const std::vector<std::string>& datasets = {"LEVEL1", "LEVEL2"});
+    /// The same of LEVEL1 and of LEVEL2, which is still being recorded.
+    void RunningJob();
     ResultGridView& GridOf(const char* name) { return Find<ResultGridView>(*window, name); }
     std::string Cell(const char* grid, int row) { return GridOf(grid).item(row, 1)->text().toStdString(); }
     void EditCell(const char* grid, int row);

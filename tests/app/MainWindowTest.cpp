@@ -284,12 +284,7 @@ TEST_F(MainWindow, CursorDragIsKnownToTheAnalysisAndKeptOnClosing) {
 }
 
 TEST_F(MainWindow, TimerFollowsARecordingToItsEndButNeverDuringAnAction) {
-    MakeLevels();
-    Presentation recording;
-    recording.recordingFlag = 1;
-    SetPresentation("LEVEL2", recording);
-    ports.answers = {true, true, true};
-    SelectThroughDialog({"LEVEL1", "LEVEL2"}, [](QDialog& dialog) { Click(dialog, "cmdCreate"); });
+    RunningJob();
     auto& timer = Find<QTimer>(*window, "tmrMain");
     EXPECT_TRUE(timer.isActive());
     timer.setInterval(1);
