@@ -211,9 +211,12 @@ void RandomUser::CloseAll() {
         popup->close();
     else if (auto* modal = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
         modal->done(QDialog::Rejected);
-    else if (window_->isVisible())
+    else if (window_->isVisible()) {
+        // A value out of its range keeps the window open: the user gives it up.
+        if (QWidget* editor = QApplication::focusWidget())
+            QTest::keyClick(editor, Qt::Key_Escape);
         window_->close();
-    else
+    } else
         QApplication::quit();
 }
 
