@@ -40,8 +40,8 @@ std::int64_t BandPassCurve::FinalEnd() const {
 }
 
 CurveFilter::Span BandPassCurve::ValidSpanOf(std::int64_t count) const {
-    const Blanking blanked = BlankedEnds(count, static_cast<std::int64_t>(filter_.Kernel().Length()));
-    return {blanked.head, blanked.tail - 1};
+    // One sample more at the end than at the start: the one whose response ends with the very last input.
+    return {std::min(Delay(), count), std::max<std::int64_t>(count - Delay() - 1, 0) - 1};
 }
 
 void BandPassCurve::NoteGaps(std::span<const std::uint8_t> present) {
@@ -72,16 +72,14 @@ void BandPassCurve::Feed(std::span<const float> values, std::span<const std::uin
 }
 
 void BandPassCurve::Finish(const Sink& sink) {
-    const Blanking blanked = BlankedEnds(Fed(), static_cast<std::int64_t>(filter_.Kernel().Length()));
+    const Span valid = ValidSpan();
+    const std::int64_t tail = std::max(valid.last + 1, valid.first);
     filter_.Provisional([&](std::int64_t first, std::span<const float> outputs) {
         HandOut(first, outputs.first(outputs.size() - 1), sink);
     });
-    if (zeroEnd_.last < 0)
-        HandOutZeros(0, blanked.head, sink);
-    else if (zeroEnd_.first < blanked.head)
-        HandOutZeros(zeroEnd_.first, blanked.head, sink);
-    HandOutZeros(std::max(blanked.tail, blanked.head), Fed(), sink);
-    zeroEnd_ = {std::max(blanked.tail, blanked.head), Fed() - 1};
+    HandOutZeros(zeroEnd_.first, valid.first, sink);
+    HandOutZeros(tail, Fed(), sink);
+    zeroEnd_ = {tail, Fed() - 1};
 }
 
 void BandPassCurve::HandOut(std::int64_t firstOutput, std::span<const float> outputs, const Sink& sink) {

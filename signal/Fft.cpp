@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdlib>
-#include <new>
 #include <numbers>
 
 #include "general/RunTimeError.h"
@@ -12,7 +10,6 @@
 namespace vorela {
 namespace {
 
-constexpr std::size_t alignment = 64;
 constexpr float sqrtHalf = 0.70710678118654752F;
 
 /// Vector of eight; on a processor without such registers the compiler splits it.
@@ -39,18 +36,13 @@ namespace avx2 {
 #undef FFT_TARGET
 #undef FFT_INLINE
 }  // namespace avx2
+#else
+namespace avx2 = portable;
 #endif
 
-void Walk(FftVariant variant, const AlignedFloats* rotations, std::size_t n, float* re, float* im,
-          float* spectrum, bool record) {
-#if defined(__x86_64__)
-    if (variant == FftVariant::avx2) {
-        avx2::Block(rotations, n, re, im, spectrum, record);
-        return;
-    }
-#endif
-    (void)variant;
-    portable::Block(rotations, n, re, im, spectrum, record);
+/// Carries a signal through all passes.
+constexpr auto* BlockOf(FftVariant variant) {
+    return variant == FftVariant::avx2 ? avx2::Block : portable::Block;
 }
 
 /// Eight rotations e^(−2πi (k + lane) factor/n) as a vector of real and one of imaginary parts.
@@ -67,7 +59,7 @@ void PutRotations(float* to, std::size_t k, std::size_t factor, std::size_t n) {
 AlignedFloats PassRotations(std::size_t n) {
     const std::size_t parts = PartsOf(n);
     AlignedFloats rotations(2 * (parts - 1) * (n / parts));
-    float* to = rotations.Data();
+    float* to = rotations.data();
     for (std::size_t k = 0; k < n / parts; k += 8) {
         for (std::size_t part = 1; part < parts; ++part, to += 16)
             PutRotations(to, k, part, n);
@@ -80,7 +72,7 @@ AlignedFloats InnermostRotations() {
     constexpr std::size_t order[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     AlignedFloats rotations(128);
     for (std::size_t r = 0; r < 8; ++r)
-        PutRotations(rotations.Data() + 16 * r, 0, order[r], 64);
+        PutRotations(rotations.data() + 16 * r, 0, order[r], 64);
     return rotations;
 }
 
@@ -92,18 +84,6 @@ std::size_t CheckedPoints(std::size_t kernelLength, std::size_t points) {
 }
 
 }  // namespace
-
-void AlignedFloats::Free::operator()(float* data) const {
-    std::free(data);
-}
-
-AlignedFloats::AlignedFloats(std::size_t count) : size_(count) {
-    const std::size_t bytes = (count * sizeof(float) + alignment - 1) / alignment * alignment;
-    data_.reset(static_cast<float*>(std::aligned_alloc(alignment, std::max(bytes, alignment))));
-    if (!data_)
-        throw std::bad_alloc();
-    std::fill_n(data_.get(), count, 0.0F);
-}
 
 bool IsSupported(FftVariant variant) {
     if (variant == FftVariant::portable)
@@ -128,13 +108,13 @@ CircularConvolver::CircularConvolver(std::span<const float> kernel, std::size_t 
     AlignedFloats re(points_);
     AlignedFloats im(points_);
     const float scale = 1.0F / static_cast<float>(points_);
-    std::transform(kernel.begin(), kernel.end(), re.Data(), [scale](float value) { return value * scale; });
-    Walk(variant_, rotations_.data(), points_, re.Data(), im.Data(), spectrum_.Data(), true);
+    std::transform(kernel.begin(), kernel.end(), re.data(), [scale](float value) { return value * scale; });
+    BlockOf(variant_)(rotations_.data(), points_, re.data(), im.data(), spectrum_.data(), true);
 }
 
 void CircularConvolver::Apply(float* a, float* b) const {
     // Applying the spectrum only reads it; recording, which writes, is the constructor's.
-    Walk(variant_, rotations_.data(), points_, a, b, const_cast<float*>(spectrum_.Data()), false);
+    BlockOf(variant_)(rotations_.data(), points_, a, b, const_cast<float*>(spectrum_.data()), false);
 }
 
 }  // namespace vorela

@@ -1,28 +1,15 @@
 // The fast convolution engine: circular convolution of two real signals at once with a fixed real kernel.
 #pragma once
 
+#include <boost/align/aligned_allocator.hpp>
 #include <cstddef>
-#include <memory>
 #include <span>
 #include <vector>
 
 namespace vorela {
 
 /// Singles aligned for the widest vector instructions used here.
-class AlignedFloats {
-  public:
-    explicit AlignedFloats(std::size_t count);  ///< zeros
-    float* Data() { return data_.get(); }
-    const float* Data() const { return data_.get(); }
-    std::size_t Size() const { return size_; }
-
-  private:
-    struct Free {
-        void operator()(float* data) const;
-    };
-    std::unique_ptr<float[], Free> data_;
-    std::size_t size_;
-};
+using AlignedFloats = std::vector<float, boost::alignment::aligned_allocator<float, 64>>;
 
 /// The instruction sets that the transform is compiled for. Both give the same result within single-precision
 /// rounding, not to the bit.

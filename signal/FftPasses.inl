@@ -50,6 +50,12 @@ FFT_INLINE Points8 ProductConjugate(Points8 a, Points8 w) {
     return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
 }
 
+/// Two-point transform: its own way back (times two).
+FFT_INLINE void Forth2(Points8& p0, Points8& p1) {
+    const Points8 difference = Difference(p0, p1);
+    p0 = Sum(p0, p1);
+    p1 = difference;
+}
 /// Four-point transform forth: out[r] = sum of in[j] e^(−2πi jr/4).
 FFT_INLINE void Forth4(Points8& p0, Points8& p1, Points8& p2, Points8& p3) {
     const Points8 s02 = Sum(p0, p2);
@@ -61,65 +67,47 @@ FFT_INLINE void Forth4(Points8& p0, Points8& p1, Points8& p2, Points8& p3) {
     p2 = Difference(s02, s13);
     p3 = SumTurned(d02, d13);
 }
+/// The way back turns the other way: the results of parts 1 and 3 change places.
 FFT_INLINE void Back4(Points8& p0, Points8& p1, Points8& p2, Points8& p3) {
-    const Points8 s02 = Sum(p0, p2);
-    const Points8 d02 = Difference(p0, p2);
-    const Points8 s13 = Sum(p1, p3);
-    const Points8 d13 = Difference(p1, p3);
-    p0 = Sum(s02, s13);
-    p1 = SumTurned(d02, d13);
-    p2 = Difference(s02, s13);
-    p3 = DifferenceTurned(d02, d13);
+    Forth4(p0, p1, p2, p3);
+    const Points8 forth1 = p1;
+    p1 = p3;
+    p3 = forth1;
 }
 
-/// Times e^(−iπ/4) and e^(+iπ/4).
+/// Times e^(−iπ/4) and e^(+iπ/4), −i and i.
 FFT_INLINE Points8 EighthBack(Points8 p) {
     return {(p.re + p.im) * sqrtHalf, (p.im - p.re) * sqrtHalf};
 }
 FFT_INLINE Points8 EighthForth(Points8 p) {
     return {(p.re - p.im) * sqrtHalf, (p.im + p.re) * sqrtHalf};
 }
+FFT_INLINE Points8 QuarterBack(Points8 p) {
+    return {p.im, -p.re};
+}
+FFT_INLINE Points8 QuarterForth(Points8 p) {
+    return {-p.im, p.re};
+}
 
 /// Eight-point transform forth across p[0 … 7]; results in the order 0 2 4 6 1 3 5 7.
 FFT_INLINE void Forth8(Points8* p) {
-    const Points8 d0 = Difference(p[0], p[4]);
-    const Points8 d1 = EighthBack(Difference(p[1], p[5]));
-    const Points8 d2 = Difference(p[2], p[6]);
-    const Points8 d3 = EighthBack(Difference(p[3], p[7]));
-    p[0] = Sum(p[0], p[4]);
-    p[1] = Sum(p[1], p[5]);
-    p[2] = Sum(p[2], p[6]);
-    p[3] = Sum(p[3], p[7]);
+    for (std::size_t i = 0; i < 4; ++i)
+        Forth2(p[i], p[i + 4]);
+    p[5] = EighthBack(p[5]);
+    p[6] = QuarterBack(p[6]);
+    p[7] = QuarterBack(EighthBack(p[7]));
     Forth4(p[0], p[1], p[2], p[3]);
-    // d2 and d3 want another quarter turn each, which the four-point step after them takes in.
-    const Points8 s02 = DifferenceTurned(d0, d2);
-    const Points8 d02 = SumTurned(d0, d2);
-    const Points8 s13 = DifferenceTurned(d1, d3);
-    const Points8 d13 = SumTurned(d1, d3);
-    p[4] = Sum(s02, s13);
-    p[5] = DifferenceTurned(d02, d13);
-    p[6] = Difference(s02, s13);
-    p[7] = SumTurned(d02, d13);
+    Forth4(p[4], p[5], p[6], p[7]);
 }
 /// Undoes Forth8 (times eight).
 FFT_INLINE void Back8(Points8* p) {
     Back4(p[0], p[1], p[2], p[3]);
     Back4(p[4], p[5], p[6], p[7]);
-    const Points8 e1 = p[1];
-    const Points8 e2 = p[2];
-    const Points8 e3 = p[3];
-    const Points8 o0 = p[4];
-    const Points8 o1 = EighthForth(p[5]);
-    const Points8 o2 = p[6];
-    const Points8 o3 = EighthForth(p[7]);
-    p[4] = Difference(p[0], o0);
-    p[0] = Sum(p[0], o0);
-    p[5] = Difference(e1, o1);
-    p[1] = Sum(e1, o1);
-    p[6] = DifferenceTurned(e2, o2);
-    p[2] = SumTurned(e2, o2);
-    p[7] = DifferenceTurned(e3, o3);
-    p[3] = SumTurned(e3, o3);
+    p[5] = EighthForth(p[5]);
+    p[6] = QuarterForth(p[6]);
+    p[7] = QuarterForth(EighthForth(p[7]));
+    for (std::size_t i = 0; i < 4; ++i)
+        Forth2(p[i], p[i + 4]);
 }
 
 /// Rows to columns of eight vectors of eight.
@@ -186,58 +174,45 @@ FFT_TARGET void Block64(const float* rotations, float* re, float* im, float* spe
         Store(re, im, 8 * i, p[i]);
 }
 
-FFT_TARGET void PassForth2(const float* rotations, std::size_t n, float* re, float* im) {
-    const std::size_t half = n / 2;
-    for (std::size_t k = 0; k < half; k += 8, rotations += 16) {
-        const Points8 a = Load(re, im, k);
-        const Points8 b = Load(re, im, k + half);
-        Store(re, im, k, Sum(a, b));
-        Store(re, im, k + half, Product(Difference(a, b), Rotation(rotations, 0)));
+/// One pass over n points that are cut into two or four parts.
+template <std::size_t parts>
+FFT_TARGET void PassForth(const float* rotations, std::size_t n, float* re, float* im) {
+    const std::size_t part = n / parts;
+    for (std::size_t k = 0; k < part; k += 8, rotations += 16 * (parts - 1)) {
+        Points8 p[parts];
+        for (std::size_t i = 0; i < parts; ++i)
+            p[i] = Load(re, im, k + i * part);
+        if constexpr (parts == 2)
+            Forth2(p[0], p[1]);
+        else
+            Forth4(p[0], p[1], p[2], p[3]);
+        Store(re, im, k, p[0]);
+        for (std::size_t i = 1; i < parts; ++i)
+            Store(re, im, k + i * part, Product(p[i], Rotation(rotations, i - 1)));
     }
 }
-FFT_TARGET void PassBack2(const float* rotations, std::size_t n, float* re, float* im) {
-    const std::size_t half = n / 2;
-    for (std::size_t k = 0; k < half; k += 8, rotations += 16) {
-        const Points8 a = Load(re, im, k);
-        const Points8 b = ProductConjugate(Load(re, im, k + half), Rotation(rotations, 0));
-        Store(re, im, k, Sum(a, b));
-        Store(re, im, k + half, Difference(a, b));
-    }
-}
-
-FFT_TARGET void PassForth4(const float* rotations, std::size_t n, float* re, float* im) {
-    const std::size_t quarter = n / 4;
-    for (std::size_t k = 0; k < quarter; k += 8, rotations += 48) {
-        Points8 p0 = Load(re, im, k);
-        Points8 p1 = Load(re, im, k + quarter);
-        Points8 p2 = Load(re, im, k + 2 * quarter);
-        Points8 p3 = Load(re, im, k + 3 * quarter);
-        Forth4(p0, p1, p2, p3);
-        Store(re, im, k, p0);
-        Store(re, im, k + quarter, Product(p1, Rotation(rotations, 0)));
-        Store(re, im, k + 2 * quarter, Product(p2, Rotation(rotations, 1)));
-        Store(re, im, k + 3 * quarter, Product(p3, Rotation(rotations, 2)));
-    }
-}
-FFT_TARGET void PassBack4(const float* rotations, std::size_t n, float* re, float* im) {
-    const std::size_t quarter = n / 4;
-    for (std::size_t k = 0; k < quarter; k += 8, rotations += 48) {
-        Points8 p0 = Load(re, im, k);
-        Points8 p1 = ProductConjugate(Load(re, im, k + quarter), Rotation(rotations, 0));
-        Points8 p2 = ProductConjugate(Load(re, im, k + 2 * quarter), Rotation(rotations, 1));
-        Points8 p3 = ProductConjugate(Load(re, im, k + 3 * quarter), Rotation(rotations, 2));
-        Back4(p0, p1, p2, p3);
-        Store(re, im, k, p0);
-        Store(re, im, k + quarter, p1);
-        Store(re, im, k + 2 * quarter, p2);
-        Store(re, im, k + 3 * quarter, p3);
+/// Undoes PassForth (times the number of parts).
+template <std::size_t parts>
+FFT_TARGET void PassBack(const float* rotations, std::size_t n, float* re, float* im) {
+    const std::size_t part = n / parts;
+    for (std::size_t k = 0; k < part; k += 8, rotations += 16 * (parts - 1)) {
+        Points8 p[parts];
+        p[0] = Load(re, im, k);
+        for (std::size_t i = 1; i < parts; ++i)
+            p[i] = ProductConjugate(Load(re, im, k + i * part), Rotation(rotations, i - 1));
+        if constexpr (parts == 2)
+            Forth2(p[0], p[1]);
+        else
+            Back4(p[0], p[1], p[2], p[3]);
+        for (std::size_t i = 0; i < parts; ++i)
+            Store(re, im, k + i * part, p[i]);
     }
 }
 
 /// A block of n points whose passes begin at `rotations`; its spectrum has 2n singles.
 FFT_TARGET void Block(const AlignedFloats* rotations, std::size_t n, float* re, float* im, float* spectrum,
                       bool record) {
-    const float* own = rotations->Data();
+    const float* own = rotations->data();
     if (n == CircularConvolver::fewestPoints) {
         Block64(own, re, im, spectrum, record);
         return;
@@ -245,15 +220,15 @@ FFT_TARGET void Block(const AlignedFloats* rotations, std::size_t n, float* re, 
     const std::size_t parts = PartsOf(n);
     const std::size_t part = n / parts;
     if (parts == 2)
-        PassForth2(own, n, re, im);
+        PassForth<2>(own, n, re, im);
     else
-        PassForth4(own, n, re, im);
+        PassForth<4>(own, n, re, im);
     for (std::size_t at = 0; at < n; at += part)
         Block(rotations + 1, part, re + at, im + at, spectrum + 2 * at, record);
     if (record)
         return;
     if (parts == 2)
-        PassBack2(own, n, re, im);
+        PassBack<2>(own, n, re, im);
     else
-        PassBack4(own, n, re, im);
+        PassBack<4>(own, n, re, im);
 }

@@ -112,13 +112,6 @@ void Normalise(std::span<float> kernel) {
         value = CheckedSingle(value / sum);
 }
 
-Blanking BlankedEnds(std::int64_t signalLength, std::int64_t kernelLength) {
-    const std::int64_t delay = kernelLength / 2;
-    // One sample more at the tail than at the head: the sample whose response ends with the very last input
-    // is blanked too.
-    return {std::min(delay, signalLength), std::max<std::int64_t>(signalLength - delay - 1, 0)};
-}
-
 OverlapAddKernel::OverlapAddKernel(std::vector<float> kernel, FftVariant variant)
     : values_(std::move(kernel)),
       segmentLength_(TransformPoints(CheckedLength(static_cast<std::int64_t>(values_.size()))) -
@@ -149,20 +142,20 @@ void OverlapAddFilter::Transform(std::span<const float> samples, Work& work) con
     const float level = samples.front();
     const auto fill = [level](std::span<const float> from, AlignedFloats& to) {
         float* end =
-            std::transform(from.begin(), from.end(), to.Data(), [level](float x) { return x - level; });
-        std::fill(end, to.Data() + to.Size(), 0.0F);
+            std::transform(from.begin(), from.end(), to.data(), [level](float x) { return x - level; });
+        std::fill(end, to.data() + to.size(), 0.0F);
     };
     const std::size_t inFirst = std::min(segment, samples.size());
     fill(samples.first(inFirst), work.a);
     fill(samples.subspan(inFirst), work.b);
-    kernel_->Convolver().Apply(work.a.Data(), work.b.Data());
+    kernel_->Convolver().Apply(work.a.data(), work.b.data());
 
     float* const output = work.output.data();
-    std::copy_n(work.a.Data(), segment, output);
-    std::copy_n(work.b.Data(), segment, output + segment);
+    std::copy_n(work.a.data(), segment, output);
+    std::copy_n(work.b.data(), segment, output + segment);
     for (std::size_t k = 0; k < carried; ++k) {
         output[k] += overlap_[k];
-        output[segment + k] += work.a.Data()[segment + k];
+        output[segment + k] += work.a.data()[segment + k];
     }
 
     // The level's own response: up to here the overlap belongs to the level of the pair before.
@@ -180,7 +173,7 @@ void OverlapAddFilter::Transform(std::span<const float> samples, Work& work) con
 void OverlapAddFilter::CompletePair(std::span<const float> samples, Work& work, const Sink& sink) {
     Transform(samples, work);
     const std::int64_t first = pairStart_;
-    std::copy_n(work.b.Data() + kernel_->SegmentLength(), overlap_.size(), overlap_.data());
+    std::copy_n(work.b.data() + kernel_->SegmentLength(), overlap_.size(), overlap_.data());
     levelBefore_ = samples.front();
     pairStart_ += static_cast<std::int64_t>(kernel_->PairLength());
     sink(first, work.output);

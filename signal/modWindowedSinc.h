@@ -36,15 +36,6 @@ void InvertSpectrum(std::span<float> kernel);
 /// Every element divided by the sum of all, in place; unchanged when the sum is exactly 0.
 void Normalise(std::span<float> kernel);
 
-/// Samples blanked at the ends of a filtered signal of `signalLength`: the first `head` and those from `tail`
-/// on. With D = kernelLength div 2, D at the start and D + 1 at the end; the two meet when the signal is
-/// short.
-struct Blanking {
-    std::int64_t head = 0;
-    std::int64_t tail = 0;
-};
-Blanking BlankedEnds(std::int64_t signalLength, std::int64_t kernelLength);
-
 /// A kernel made ready for overlap-add. Immutable and shared by the filters that run it.
 class OverlapAddKernel {
   public:
@@ -53,9 +44,8 @@ class OverlapAddKernel {
 
     std::size_t Length() const { return values_.size(); }     ///< M
     std::size_t Delay() const { return values_.size() / 2; }  ///< D, samples
-    std::size_t SegmentLength() const {
-        return segmentLength_;
-    }  ///< S = N − (M − 1), new samples for each transform
+    /// S = N − (M − 1), new samples for each transform.
+    std::size_t SegmentLength() const { return segmentLength_; }
     std::size_t PairLength() const { return 2 * segmentLength_; }
     std::span<const float> Values() const { return values_; }
     /// sum of kernel[0 … k]; the last one is the gain at zero frequency.

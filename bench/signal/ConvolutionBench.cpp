@@ -160,7 +160,7 @@ void CircularConvolution(benchmark::State& state) {
     AlignedFloats a(points);
     AlignedFloats b(points);
     while (state.KeepRunning()) {
-        convolver.Apply(a.Data(), b.Data());
+        convolver.Apply(a.data(), b.data());
         benchmark::ClobberMemory();
     }
 }
