@@ -8,15 +8,6 @@
 namespace vorela {
 namespace {
 
-BoxText BoxOf(const QLineEdit& box) {
-    return {box.text().toStdString(), box.isModified()};
-}
-
-void ShowIn(QLineEdit& box, const BoxText& value) {
-    box.setText(QString::fromStdString(value.text));
-    box.setModified(false);
-}
-
 std::optional<std::int32_t> SelectedEntry(const QComboBox& box) {
     if (box.currentIndex() < 0)
         return std::nullopt;
@@ -39,34 +30,28 @@ frmParameters::frmParameters(QWidget* parent) : QDialog(parent), ui_(std::make_u
 
 frmParameters::~frmParameters() = default;
 
+QLineEdit* frmParameters::Box(const std::string& key) const {
+    return findChild<QLineEdit*>(QString::fromStdString("txt" + key));
+}
+
 void frmParameters::Show(const ParametersForm& form) {
-    ShowIn(*ui_->txtPeriod, form.period);
+    for (const auto& [key, value] : form.boxes) {
+        Box(key)->setText(QString::fromStdString(value.text));
+        Box(key)->setModified(false);
+    }
     ui_->chkPeriodInMatch->setChecked(form.periodInMatch);
     ui_->chkBandPass->setChecked(form.bandPass);
-    ShowIn(*ui_->txtCasingID, form.casingID);
-    ShowIn(*ui_->txtTD, form.td);
-    ShowIn(*ui_->txtCompressibility, form.compressibility);
-    ShowIn(*ui_->txtSlope, form.slope);
-    ShowIn(*ui_->txtB0, form.b0);
-    ShowIn(*ui_->txtDW, form.dw);
-    ShowIn(*ui_->txtDLen, form.dLen);
     ui_->cboSpinner->setCurrentIndex(form.spinner.value_or(-1));
     ui_->cboFilter->setCurrentIndex(form.filter.value_or(-1));
     SpinnerTypeChanged(ui_->cboSpinner->currentIndex());
 }
 
 ParametersForm frmParameters::Form() const {
-    ParametersForm form;
-    form.period = BoxOf(*ui_->txtPeriod);
+    ParametersForm form = ShowParameters();
+    for (auto& [key, value] : form.boxes)
+        value = {Box(key)->text().toStdString(), Box(key)->isModified()};
     form.periodInMatch = ui_->chkPeriodInMatch->isChecked();
     form.bandPass = ui_->chkBandPass->isChecked();
-    form.casingID = BoxOf(*ui_->txtCasingID);
-    form.td = BoxOf(*ui_->txtTD);
-    form.compressibility = BoxOf(*ui_->txtCompressibility);
-    form.slope = BoxOf(*ui_->txtSlope);
-    form.b0 = BoxOf(*ui_->txtB0);
-    form.dw = BoxOf(*ui_->txtDW);
-    form.dLen = BoxOf(*ui_->txtDLen);
     form.spinner = SelectedEntry(*ui_->cboSpinner);
     form.filter = SelectedEntry(*ui_->cboFilter);
     return form;

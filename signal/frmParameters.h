@@ -3,9 +3,11 @@
 
 #include <QDialog>
 #include <memory>
+#include <string>
 
 #include "signal/modParameters.h"
 
+class QLineEdit;
 namespace Ui {
 class frmParameters;
 }
@@ -23,6 +25,8 @@ class frmParameters : public QDialog {
     void accept() override;
 
   private:
+    /// The box of a setting's key.
+    QLineEdit* Box(const std::string& key) const;
     void Show(const ParametersForm& form);
     ParametersForm Form() const;
     void SpinnerTypeChanged(int type);

@@ -48,6 +48,14 @@ SettingFields FilterFields(ParameterSet& set) {
             {"DLen", &set.dLen, {0, 1000, "Dravik filter length: Out of range"}}};
 }
 
+/// All but those of the intervals.
+SettingFields WholeFields(ParameterSet& set) {
+    SettingFields fields = ScalarFields(set);
+    for (const SettingFields& more : {CountFields(set), FilterFields(set)})
+        fields.insert(fields.end(), more.begin(), more.end());
+    return fields;
+}
+
 [[noreturn]] void ThrowBeyond(const std::string& key) {
     throw RunTimeError{error_number::overflow, "ReadParameters",
                        SettingsFilePath() + ", [" + section + "] " + key + ": Overflow"};
@@ -161,14 +169,11 @@ ParametersForm ShowParameters() {
         return index;
     };
     ParametersForm form;
-    form.period = box(set.period, "0");
-    form.casingID = box(set.casingID, "0.000");
-    form.td = box(set.td, "0.0");
-    form.compressibility = box(set.compressibility, "0.0000000");
-    form.b0 = box(set.b0, "0.0000");
-    form.dw = box(set.dw, "0.000");
-    form.slope = box(set.slope, "0.000");
-    form.dLen = box(set.dLen, "0.00");
+    form.boxes = {
+        {"Period", box(set.period, "0")},   {"CasingID", box(set.casingID, "0.000")},
+        {"TD", box(set.td, "0.0")},         {"Compressibility", box(set.compressibility, "0.0000000")},
+        {"B0", box(set.b0, "0.0000")},      {"DW", box(set.dw, "0.000")},
+        {"Slope", box(set.slope, "0.000")}, {"DLen", box(set.dLen, "0.00")}};
     form.periodInMatch = set.usePeriodInMatch != 0;
     form.bandPass = set.bandPass != 0;
     form.spinner = entry(set.spinner, SpinnerTypes().size());
@@ -178,33 +183,26 @@ ParametersForm ShowParameters() {
 
 std::optional<Refusal> ValidateParameters(const ParametersForm& form) {
     ParameterSet& set = CurrentParameters();
-    const SettingFields fields = ScalarFields(set);
-    if (auto refusal = CheckBox(form.period, fields, "Period"))
+    std::optional<Refusal> refusal;
+    const auto refuses = [&, fields = WholeFields(set)](const std::string& key) {
+        refusal = CheckBox(form.boxes.at(key), fields, key);
+        return refusal.has_value();
+    };
+    if (refuses("Period"))
         return refusal;
     set.usePeriodInMatch = form.periodInMatch ? 1 : 0;
     set.bandPass = form.bandPass ? 1 : 0;
-    if (auto refusal = CheckBox(form.casingID, fields, "CasingID"))
-        return refusal;
-    if (auto refusal = CheckBox(form.td, fields, "TD"))
-        return refusal;
-    if (auto refusal = CheckBox(form.compressibility, fields, "Compressibility"))
+    if (refuses("CasingID") || refuses("TD") || refuses("Compressibility"))
         return refusal;
     set.spinner = form.spinner.value_or(1);
-    if (set.spinner == userDefinedSpinner) {
-        if (auto refusal = CheckBox(form.slope, fields, "Slope"))
-            return refusal;
-    }
-    if (auto refusal = CheckBox(form.b0, fields, "B0"))
+    if ((set.spinner == userDefinedSpinner && refuses("Slope")) || refuses("B0") || refuses("DW"))
         return refusal;
-    if (auto refusal = CheckBox(form.dw, fields, "DW"))
-        return refusal;
-    if (form.filter) {
-        set.dFilt = CheckedNarrow<std::int16_t>(*form.filter, "ValidateParameters");
-        return CheckBox(form.dLen, FilterFields(set), "DLen");
-    }
-    set.dFilt = 0;
-    set.dLen = 0;
-    return std::nullopt;
+    set.dFilt = CheckedNarrow<std::int16_t>(form.filter.value_or(0), "ValidateParameters");
+    if (!form.filter)
+        set.dLen = 0;
+    else
+        refuses("DLen");
+    return refusal;
 }
 
 std::string IntervalValueText(IntervalField field, std::size_t interval) {
@@ -231,12 +229,8 @@ void SetCycleNumber(std::size_t interval, std::int32_t cycleNumber) {
 }
 
 SettingsSection ParameterSettings() {
-    ParameterSet& set = CurrentParameters();
     static IntervalParameters any;
-    SettingsSection settings{section, ScalarFields(set), IntervalFields(any)};
-    for (const SettingFields& more : {CountFields(set), FilterFields(set)})
-        settings.fields.insert(settings.fields.end(), more.begin(), more.end());
-    return settings;
+    return {section, WholeFields(CurrentParameters()), IntervalFields(any)};
 }
 
 }  // namespace vorela

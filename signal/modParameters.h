@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -60,7 +61,7 @@ std::int32_t CycleNumberOf(std::size_t interval);
 
 /// The dialog's controls as values.
 struct ParametersForm {
-    BoxText period, casingID, td, compressibility, slope, b0, dw, dLen;
+    std::map<std::string, BoxText> boxes;  ///< by the key of the setting that the box edits
     bool periodInMatch = false;
     bool bandPass = false;
     std::optional<std::int32_t> spinner;  ///< selected entry, nothing when none is

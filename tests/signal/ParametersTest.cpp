@@ -23,9 +23,8 @@ class Parameters : public test::SettingsFixture {
     /// A form as if the user had typed every box anew.
     static ParametersForm Typed() {
         ParametersForm form = ShowParameters();
-        for (BoxText* box : {&form.period, &form.casingID, &form.td, &form.compressibility, &form.slope,
-                             &form.b0, &form.dw, &form.dLen})
-            box->changed = true;
+        for (auto& [key, box] : form.boxes)
+            box.changed = true;
         return form;
     }
     static Refusal RefusalOf(const ParametersForm& form) {
@@ -97,12 +96,15 @@ TEST_F(Parameters, DialogShowsRoundedTextsAndKeepsWhatTheUserDidNotTouch) {
     CurrentParameters().compressibility = 3.14159e-6;
     CurrentParameters().spinner = 9;
     ParametersForm form = ShowParameters();
-    EXPECT_THAT((std::vector{form.period.text, form.casingID.text, form.td.text, form.compressibility.text,
-                             form.b0.text, form.dLen.text}),
-                ElementsAre("243", "6.000", "10000.0", "0.0000031", "1.0000", "0.00"));
+    std::string shown;
+    for (const auto& [key, box] : form.boxes)
+        shown += key + "=" + box.text + " ";
+    EXPECT_EQ(shown,
+              "B0=1.0000 CasingID=6.000 Compressibility=0.0000031 DLen=0.00 DW=7.500 Period=243 Slope=0.050 "
+              "TD=10000.0 ");
     EXPECT_FALSE(form.spinner);
     EXPECT_EQ(form.filter, 0);
-    form.dw = {"8.5", true};
+    form.boxes["DW"] = {"8.5", true};
     EXPECT_FALSE(ValidateParameters(form));
     EXPECT_EQ(CurrentParameters().period, 243.4);
     EXPECT_EQ(CurrentParameters().compressibility, 3.14159e-6);
@@ -111,35 +113,34 @@ TEST_F(Parameters, DialogShowsRoundedTextsAndKeepsWhatTheUserDidNotTouch) {
 }
 
 TEST_F(Parameters, EachBoxIsRefusedOutsideItsRangeWithItsMessage) {
-    using Form = ParametersForm;
-    const std::vector<std::tuple<BoxText Form::*, const char*, const char*, std::string, std::string>> cases{
-        {&Form::period, "20", "19.9", "Period of test", "txtPeriod"},
-        {&Form::casingID, "10000", "0.99", "Casing ID", "txtCasingID"},
-        {&Form::td, "2147483647", "2147483648", "Total depth", "txtTD"},
-        {&Form::compressibility, "-1", "x", "Compressibility", "txtCompressibility"},
-        {&Form::slope, "0.0001", "0.00009", "Spinner slope", "txtSlope"},
-        {&Form::b0, "0", "", "Formation volume factor", "txtB0"},
-        {&Form::dw, "1", "10000.1", "Borehole diameter", "txtDW"},
-        {&Form::dLen, "1000", "1000.01", "Dravik filter length", "txtDLen"},
+    const std::vector<std::array<std::string, 4>> cases{
+        {"Period", "20", "19.9", "Period of test"},
+        {"CasingID", "10000", "0.99", "Casing ID"},
+        {"TD", "2147483647", "2147483648", "Total depth"},
+        {"Compressibility", "-1", "x", "Compressibility"},
+        {"Slope", "0.0001", "0.00009", "Spinner slope"},
+        {"B0", "0", "", "Formation volume factor"},
+        {"DW", "1", "10000.1", "Borehole diameter"},
+        {"DLen", "1000", "1000.01", "Dravik filter length"},
     };
-    for (const auto& [box, good, bad, name, control] : cases) {
+    for (const auto& [key, good, bad, name] : cases) {
         CurrentParameters() = ParameterSet{};
-        Form form = Typed();
+        ParametersForm form = Typed();
         form.spinner = userDefinedSpinner;
-        (form.*box).text = good;
+        form.boxes[key].text = good;
         EXPECT_EQ(RefusalOf(form).message, "") << name;
-        (form.*box).text = bad;
+        form.boxes[key].text = bad;
         EXPECT_EQ(RefusalOf(form).message, name + ": Out of range");
-        EXPECT_EQ(RefusalOf(form).control, control);
+        EXPECT_EQ(RefusalOf(form).control, "txt" + key);
     }
 }
 
 TEST_F(Parameters, ValuesCheckedBeforeARefusalAreStoredLaterOnesNot) {
     ParametersForm form = Typed();
-    form.period.text = "300";
+    form.boxes["Period"].text = "300";
     form.bandPass = true;
-    form.td.text = "0";
-    form.dw.text = "9";
+    form.boxes["TD"].text = "0";
+    form.boxes["DW"].text = "9";
     EXPECT_EQ(RefusalOf(form).message, "Total depth: Out of range");
     const ParameterSet& set = CurrentParameters();
     EXPECT_EQ(std::tie(set.period, set.bandPass, set.td, set.dw), std::make_tuple(300.0, 1, 10000.0, 7.5));
@@ -148,9 +149,9 @@ TEST_F(Parameters, ValuesCheckedBeforeARefusalAreStoredLaterOnesNot) {
 TEST_F(Parameters, SlopeCountsForTheUserDefinedSpinnerOnlyAndNoFilterMeansNone) {
     ParametersForm form = Typed();
     form.spinner = 1;
-    form.slope.text = "";
+    form.boxes["Slope"].text = "";
     form.filter = std::nullopt;
-    form.dLen.text = "5000";
+    form.boxes["DLen"].text = "5000";
     ParameterSet& set = CurrentParameters();
     set.dFilt = 2;
     set.dLen = 4;
