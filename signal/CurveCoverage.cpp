@@ -198,8 +198,10 @@ FilterAdvice DescribeCoverage(int filterN) {
         else
             known->second += ", " + level.dataset;
     }
+    std::vector<std::string> texts;
     for (const auto& [words, datasets] : lines)
-        advice.text += (advice.text.empty() ? "" : "\n") + datasets + ": " + words;
+        texts.push_back(datasets + ": " + words);
+    advice.text = Joined(texts, "\n");
     return advice;
 }
 

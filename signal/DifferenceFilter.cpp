@@ -55,7 +55,7 @@ DifferenceFilter::DifferenceFilter(std::int32_t firstIndex, std::int16_t step, d
                            "The period of test and the sampling step have to be positive"};
     half_ = OffsetOf(IndexUnitsIn(periodSeconds / 2), step);
     full_ = OffsetOf(IndexUnitsIn(periodSeconds), step);
-    reach_ = full_.whole + (full_.fraction > 0.0 ? 1 : 0);
+    reach_ = full_.whole + full_.Next();
     const auto count = static_cast<std::size_t>(std::max(passes, 1));
     layers_.resize(count);
     finalEnd_.resize(count);
@@ -139,20 +139,24 @@ DifferenceFilter::Stretch DifferenceFilter::Pass(const Stretch& from, std::int64
     result.begin = begin;
     result.values.resize(static_cast<std::size_t>(end - begin));
     result.present.assign(result.values.size(), 1);
+    const auto passInto = [&](std::int64_t at, std::int64_t passEnd) {
+        const bool possible = AllThere(from, at, passEnd);
+        if (possible)
+            PassBlock(
+                from, at,
+                std::span(result.values)
+                    .subspan(static_cast<std::size_t>(at - begin), static_cast<std::size_t>(passEnd - at)));
+        return possible;
+    };
     for (std::int64_t at = begin; at < end; at += blockSamples) {
         const std::int64_t blockEnd = std::min(at + blockSamples, end);
-        const auto offset = static_cast<std::size_t>(at - begin);
-        if (AllThere(from, at, blockEnd)) {
-            PassBlock(from, at,
-                      std::span(result.values).subspan(offset, static_cast<std::size_t>(blockEnd - at)));
-            continue;
-        }
-        for (std::int64_t k = at; k < blockEnd; ++k) {
-            const auto here = static_cast<std::size_t>(k - begin);
-            const auto there = static_cast<std::size_t>(k - from.begin);
-            if (PassSample(from, k, result.values[here]))
+        const bool whole = passInto(at, blockEnd);
+        for (std::int64_t k = at; k < blockEnd && !whole; ++k) {
+            if (passInto(k, k + 1))
                 continue;
             // In place: the value of the pass before stays where it is, if there is one.
+            const auto here = static_cast<std::size_t>(k - begin);
+            const auto there = static_cast<std::size_t>(k - from.begin);
             const bool kept = keepWithoutInputs && from.present[there] != 0;
             result.values[here] = kept ? from.values[there] : 0.0F;
             result.present[here] = kept ? 1 : 0;
@@ -168,9 +172,8 @@ bool DifferenceFilter::AllThere(const Stretch& from, std::int64_t begin, std::in
         return last <= from.End() && std::memchr(from.present.data() + (first - from.begin), 0,
                                                  static_cast<std::size_t>(last - first)) == nullptr;
     };
-    const auto next = [](const Offset& offset) { return offset.fraction > 0.0 ? 1 : 0; };
-    return range(begin, end) && range(begin + half_.whole, end + half_.whole + next(half_)) &&
-           range(begin + full_.whole, end + full_.whole + next(full_));
+    return range(begin, end) && range(begin + half_.whole, end + half_.whole + half_.Next()) &&
+           range(begin + full_.whole, end + full_.whole + full_.Next());
 }
 
 void DifferenceFilter::PassBlock(const Stretch& from, std::int64_t begin, std::span<float> result) const {
@@ -184,18 +187,11 @@ void DifferenceFilter::PassBlock(const Stretch& from, std::int64_t begin, std::s
         return;
     }
     // A neighbour is looked at only where it counts: at the end of the stretch there may be none.
-    const std::size_t afterB = half_.fraction > 0.0 ? 1 : 0;
-    const std::size_t afterC = full_.fraction > 0.0 ? 1 : 0;
+    const float* const afterB = b + half_.Next();
+    const float* const afterC = c + full_.Next();
     for (std::size_t k = 0; k < count; ++k)
-        result[k] = Combined(a[k], Between(b[k], b[k + afterB], half_.fraction),
-                             Between(c[k], c[k + afterC], full_.fraction));
-}
-
-bool DifferenceFilter::PassSample(const Stretch& from, std::int64_t position, float& result) const {
-    if (!AllThere(from, position, position + 1))
-        return false;
-    PassBlock(from, position, std::span(&result, 1));
-    return true;
+        result[k] = Combined(a[k], Between(b[k], afterB[k], half_.fraction),
+                             Between(c[k], afterC[k], full_.fraction));
 }
 
 }  // namespace vorela

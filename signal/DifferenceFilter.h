@@ -48,6 +48,8 @@ class DifferenceFilter final : public CurveFilter {
     struct Offset {
         std::int64_t whole = 0;
         double fraction = 0.0;
+        /// Samples from `whole` to the other neighbour; 0 where there is no need of one.
+        std::int64_t Next() const { return fraction > 0.0 ? 1 : 0; }
     };
 
     static Offset OffsetOf(double indexUnits, std::int16_t step);
@@ -60,7 +62,6 @@ class DifferenceFilter final : public CurveFilter {
     Stretch Pass(const Stretch& from, std::int64_t begin, std::int64_t end, bool keepWithoutInputs) const;
     bool AllThere(const Stretch& from, std::int64_t begin, std::int64_t end) const;
     void PassBlock(const Stretch& from, std::int64_t begin, std::span<float> result) const;
-    bool PassSample(const Stretch& from, std::int64_t position, float& result) const;
 
     std::int32_t firstIndex_;
     std::int16_t step_;

@@ -36,10 +36,10 @@ std::string MadeText(const FilterSettings& settings) {
 }
 
 FilteredCurve::FilteredCurve(const Database& database, const std::string& dataset,
-                             const FilterSettings& settings, Told told)
+                             const FilterSettings& settings, FilterProgress* progress)
     : dataset_(dataset),
       settings_(settings),
-      told_(std::move(told)),
+      progress_(progress),
       reader_(database, dataset, settings.input, Between::linear),
       recorded_(GridSpan::Of(reader_.Info())) {}
 
@@ -124,8 +124,8 @@ void FilteredCurve::Feed(CurveFilter& filter, const GridSpan& piece, const Curve
     InPieces(piece, 0, blockSamples, [&](const GridSpan& block) {
         block_.Read(reader_, block);
         filter.Feed(block_.values, block_.present, put);
-        if (told_)
-            told_(static_cast<double>(filter.Fed()) / static_cast<double>(recorded_.Count()));
+        if (progress_ != nullptr)
+            progress_->Update(static_cast<double>(filter.Fed()) / static_cast<double>(recorded_.Count()));
         return true;
     });
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +9,7 @@
 #include "db/Curves.h"
 #include "signal/CurveFilter.h"
 #include "signal/DerivedRun.h"
+#include "signal/FilterProgress.h"
 
 namespace vorela {
 
@@ -37,11 +37,9 @@ struct FilteredCurveState {
 /// Filters one curve of one dataset.
 class FilteredCurve {
   public:
-    /// Told the share of the input that is filtered, 0 … 1; may be empty.
-    using Told = std::function<void(double share)>;
-
+    /// `progress`, where there is one, is told the share of the input that is filtered.
     FilteredCurve(const Database& database, const std::string& dataset, const FilterSettings& settings,
-                  Told told = {});
+                  FilterProgress* progress = nullptr);
 
     /// Goes on from `before` where that is possible. Nothing to remember when nothing has been recorded yet.
     std::optional<FilteredCurveState> Run(const std::optional<FilteredCurveState>& before,
@@ -60,7 +58,7 @@ class FilteredCurve {
 
     std::string dataset_;
     FilterSettings settings_;
-    Told told_;
+    FilterProgress* progress_;
     CurveReader reader_;
     GridSpan recorded_;  ///< when the run began
     SampleBlock block_;

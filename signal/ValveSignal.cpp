@@ -8,6 +8,16 @@
 namespace vorela {
 namespace {
 
+/// +1 or −1 for a position code; a code that is neither keeps what was returned last, which `remembered`
+/// holds.
+double ValveState(std::int32_t code, double& remembered) {
+    if (code == 1 || code == 4)
+        remembered = 1.0;
+    else if (code == 2 || code == 3)
+        remembered = -1.0;
+    return remembered;
+}
+
 /// The first sample time of the grid at or after `index` and the grid's first sample.
 std::int64_t AtOrAfter(const GridSpan& grid, std::int32_t index) {
     const std::int64_t offset = std::max<std::int64_t>(std::int64_t{index} - grid.first, 0);
@@ -33,14 +43,6 @@ void PutLine(CurveWriter& signal, const GridSpan& grid, const ValveChange& chang
 }
 
 }  // namespace
-
-double ValveState(std::int32_t code, double& remembered) {
-    if (code == 1 || code == 4)
-        remembered = 1.0;
-    else if (code == 2 || code == 3)
-        remembered = -1.0;
-    return remembered;
-}
 
 float RampValue(double t, double t1, double t2, std::int32_t code1, std::int32_t code2, double& remembered) {
     // In this order: an unknown first code stands for the state before, an unknown second one for the first.

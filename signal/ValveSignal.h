@@ -15,10 +15,8 @@ namespace vorela {
 /// How the signal is made, as its item says it.
 inline constexpr const char* valveSignalMade = "valve signal from PVLID, PVLIDT and PVLT";
 
-/// +1 or −1 for a position code; a code that is neither keeps what was returned last, which `remembered`
-/// holds.
-double ValveState(std::int32_t code, double& remembered);
-/// The signal at t between a change at t1 (code1) and the next at t2 (code2).
+/// The signal at t between a change at t1 (code1) and the next at t2 (code2). A code that is none stands for
+/// the state asked for last, which `remembered` holds.
 float RampValue(double t, double t1, double t2, std::int32_t code1, std::int32_t code2, double& remembered);
 
 /// The dataset's own sample grid: that of its first common curve.

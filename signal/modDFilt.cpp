@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -38,36 +39,25 @@ const Smooth32Api& Api() {
 /// One filter of the filter library.
 class SpinnerFilter {
   public:
-    SpinnerFilter() = default;
-    /// Not usable (Handle() is 0) when the library refuses the definition or the step.
-    SpinnerFilter(const std::string& definition, std::int16_t step) {
+    /// None when the library refuses the definition or the step.
+    static std::unique_ptr<SpinnerFilter> Make(const std::string& definition, std::int16_t step) {
         if (Api().CreateSOFilter == nullptr)
-            return;
-        handle_ = Api().CreateSOFilter("", definition.c_str(), 0, 0);
-        if (handle_ != 0 &&
-            Api().InitSOFilter(handle_, static_cast<std::int32_t>(IndexUnitsIn(1)), step) == 0)
-            Destroy();
-        if (handle_ != 0)
-            lag_ = Api().GetSOFilterLag(handle_);
-    }
-    SpinnerFilter(SpinnerFilter&& other) noexcept
-        : handle_(std::exchange(other.handle_, 0)), lag_(std::exchange(other.lag_, 0)) {}
-    SpinnerFilter& operator=(SpinnerFilter&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        std::swap(lag_, other.lag_);
-        return *this;
+            return nullptr;
+        const std::int32_t handle = Api().CreateSOFilter("", definition.c_str(), 0, 0);
+        if (handle == 0)
+            return nullptr;
+        std::unique_ptr<SpinnerFilter> filter(new SpinnerFilter(handle));
+        const bool ready = Api().InitSOFilter(handle, static_cast<std::int32_t>(IndexUnitsIn(1)), step) != 0;
+        return ready ? std::move(filter) : nullptr;
     }
     SpinnerFilter(const SpinnerFilter&) = delete;
     SpinnerFilter& operator=(const SpinnerFilter&) = delete;
-    ~SpinnerFilter() { Destroy(); }
-
-    bool IsUsable() const { return handle_ != 0; }
-    std::int32_t Lag() const { return lag_; }
-    void Destroy() {
-        if (handle_ != 0 && Api().DestroySOFilter != nullptr)
+    ~SpinnerFilter() {
+        if (Api().DestroySOFilter != nullptr)
             Api().DestroySOFilter(handle_);
-        handle_ = 0;
     }
+
+    std::int32_t Lag() const { return Api().GetSOFilterLag(handle_); }
     double Apply(double value) {
         if (Api().ApplySOFilter(handle_, &value) == 0)
             throw RunTimeError{error_number::invalidProcedureCall, "Smooth32", "The filter refused a value"};
@@ -75,14 +65,15 @@ class SpinnerFilter {
     }
 
   private:
-    std::int32_t handle_ = 0;
-    std::int32_t lag_ = 0;
+    explicit SpinnerFilter(std::int32_t handle) : handle_(handle) {}
+
+    std::int32_t handle_;
 };
 
 /// What is remembered of a dataset: its living filter, and with which filter and how far the curve was
 /// filtered.
 struct FilterSlot {
-    SpinnerFilter filter;
+    std::unique_ptr<SpinnerFilter> filter;
     std::string definition;
     std::optional<DerivedMark> mark;
 };
@@ -115,6 +106,13 @@ void WarmUp(SpinnerFilter& filter, CurveReader& flow, std::int32_t index) {
         filter.Apply(*value);
 }
 
+/// "Gaussian,2.5"
+std::string CurrentDefinition() {
+    const ParameterSet& parameters = CurrentParameters();
+    return std::string(CheckedAt(SpinnerFilterTypes(), parameters.dFilt, "FilterDefinition")) + "," +
+           ShortestText(parameters.dLen);
+}
+
 std::string MadeText(const std::string& definition) {
     return definition + " by Smooth32";
 }
@@ -130,7 +128,7 @@ bool IsComplete(const ItemInfo& output, const ItemInfo& flow, std::int32_t lag) 
 /// Filters the samples that `slot` has not seen and writes them, moved back by the filter's lag.
 void FilterFlow(DerivedRun& run, CurveReader& flow, FilterSlot& slot, RunProgress& progress) {
     const GridSpan& recorded = run.Recorded();
-    const std::int64_t lag = slot.filter.Lag();
+    const std::int64_t lag = slot.filter->Lag();
     SampleBlock block;
     std::vector<float> filtered;  // up to a gap or the end of the piece
     const auto putBefore = [&](std::int64_t t) {
@@ -149,7 +147,7 @@ void FilterFlow(DerivedRun& run, CurveReader& flow, FilterSlot& slot, RunProgres
                 putBefore(t);
                 continue;
             }
-            const auto value = static_cast<float>(slot.filter.Apply(block.values[i]));
+            const auto value = static_cast<float>(slot.filter->Apply(block.values[i]));
             if (t - lag >= recorded.first)
                 filtered.push_back(value);
         }
@@ -177,19 +175,18 @@ void OpenOutput(DerivedRun& run, const ItemInfo& flow, const FilterSlot& slot, b
 /// none). A filter that lives goes on whatever type and length the parameters hold by now: a curve that is
 /// being followed is of one filter throughout, and the next interactive run takes up the new ones.
 bool ReadyFilter(FilterSlot& slot, CurveReader& flow) {
-    if (slot.filter.IsUsable())
+    if (slot.filter)
         return true;
     return Attempt(creatingFilter, false, [&] {
-        const ParameterSet& parameters = CurrentParameters();
-        const std::string definition = FilterDefinition(parameters.dFilt, parameters.dLen);
+        const std::string definition = CurrentDefinition();
         // A curve is of one filter throughout: with another one it is made from the start.
         if (slot.definition != definition)
             slot.mark.reset();
         slot.definition = definition;
-        slot.filter = SpinnerFilter(definition, flow.Info().step);
-        if (slot.filter.IsUsable() && slot.mark)
-            WarmUp(slot.filter, flow, slot.mark->taken.last);
-        return slot.filter.IsUsable();
+        slot.filter = SpinnerFilter::Make(definition, flow.Info().step);
+        if (slot.filter && slot.mark)
+            WarmUp(*slot.filter, flow, slot.mark->taken.last);
+        return slot.filter != nullptr;
     });
 }
 
@@ -218,11 +215,11 @@ bool FilterDataset(const Database& database, std::size_t index, bool incremental
     } catch (...) {
         // The filter has seen samples whose output was not kept; the next run makes a fresh one at the resume
         // mark.
-        slot.filter.Destroy();
+        slot.filter.reset();
         throw;
     }
     if (!incremental)
-        slot.filter.Destroy();
+        slot.filter.reset();
     return true;
 }
 
@@ -234,21 +231,15 @@ bool FilteredFlowExists() {
 
 void ResetFilterSlots() {
     for (auto& [key, slot] : Slots())
-        slot.filter.Destroy();
+        slot.filter.reset();
 }
 
 void ReleaseAllFilters() {
     Slots().ForgetAll();
 }
 
-std::string FilterDefinition(int filterType, double lengthSeconds) {
-    return std::string(CheckedAt(SpinnerFilterTypes(), filterType, "FilterDefinition")) + "," +
-           ShortestText(lengthSeconds);
-}
-
 std::string FilteredFlowDescription() {
-    const ParameterSet& parameters = CurrentParameters();
-    return MadeText(FilterDefinition(parameters.dFilt, parameters.dLen));
+    return MadeText(CurrentDefinition());
 }
 
 bool CreateFilteredFlow(bool askBeforeOverwriting) {
@@ -271,12 +262,12 @@ bool CreateFilteredFlow(bool askBeforeOverwriting) {
 CurveStanding FilteredFlowStanding(const Database& database, std::size_t index) {
     const DatasetRecord& record = SelectedDataset(index);
     const CurveChoice& choice = CurrentSelection().choice;
-    const std::string definition = FilterDefinition(CurrentParameters().dFilt, CurrentParameters().dLen);
+    const std::string definition = CurrentDefinition();
     return StandingOf(database, record.dataset, DravikFilteredFlowName(choice), MadeText(definition),
                       [&](const ItemInfo& output) {
                           const ItemInfo flow = Item(database, ItemPath(record.dataset, choice.flow)).Info();
-                          const SpinnerFilter filter(definition, flow.step);
-                          return filter.IsUsable() && IsComplete(output, flow, filter.Lag());
+                          const auto filter = SpinnerFilter::Make(definition, flow.step);
+                          return filter && IsComplete(output, flow, filter->Lag());
                       });
 }
 

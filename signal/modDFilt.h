@@ -14,8 +14,6 @@ bool FilteredFlowExists();
 void ResetFilterSlots();
 /// Destroys every filter that lives. Before the filter library is released.
 void ReleaseAllFilters();
-/// "Gaussian,2.5"
-std::string FilterDefinition(int filterType, double lengthSeconds);
 
 /// How the filtered flow of the current parameters is made: the text that such a curve carries.
 std::string FilteredFlowDescription();

@@ -62,10 +62,7 @@ SlotState FilterSlot(WriteTransaction& transaction, const std::string& dataset,
                      const FilterSettings& settings, const SlotState& before, FilterProgress* progress) {
     if (RecordingStands(transaction.On(), dataset, settings.output))
         return {true, std::nullopt};
-    FilteredCurve::Told told;
-    if (progress != nullptr)
-        told = [progress](double share) { progress->Update(share); };
-    FilteredCurve curve(transaction.On(), dataset, settings, told);
+    FilteredCurve curve(transaction.On(), dataset, settings, progress);
     return {false, curve.Run(before.curve, transaction)};
 }
 

@@ -12,13 +12,14 @@ using MakeFilter = std::function<std::unique_ptr<CurveFilter>()>;
 
 constexpr std::int16_t step = 10;
 
-Samples Noise(std::size_t count) {
+/// Without those of `gaps` (from, count) that begin within it.
+Samples Noise(std::size_t count, const std::vector<std::pair<std::size_t, std::size_t>>& gaps) {
     const std::vector<float> noise = test::Noise(count, 100.0F, 1.0F);
-    return {noise.begin(), noise.end()};
-}
-
-void CutGap(Samples& samples, std::size_t from, std::size_t count) {
-    std::fill_n(samples.begin() + static_cast<std::ptrdiff_t>(from), count, std::nullopt);
+    Samples samples(noise.begin(), noise.end());
+    for (const auto& [from, length] : gaps)
+        if (from < count)
+            std::fill_n(samples.begin() + static_cast<std::ptrdiff_t>(from), length, std::nullopt);
+    return samples;
 }
 
 /// A curve as the filters fill it, made anew when they ask for it.
@@ -114,12 +115,7 @@ MakeFilter BandPass(std::int16_t kernelLength) {
 
 TEST(DifferenceFilter, EqualsThePassesInPlaceWithGapsAndEnds) {
     for (const std::size_t count : {1U, 2U, 41U, 90U, 10000U}) {
-        Samples samples = Noise(count);
-        if (count == 10000) {
-            CutGap(samples, 4090, 10);
-            CutGap(samples, 9000, 1);
-            CutGap(samples, 9920, 30);
-        }
+        const Samples samples = Noise(count, {{4090, 10}, {9000, 1}, {9920, 30}});
         for (const int passes : {1, 2, 3, 5})
             for (const double period : {40.0, 41.0, 40.5, 0.5})
                 EXPECT_EQ(OneRun(Difference(period, passes), samples, count),
@@ -155,12 +151,7 @@ TEST(BandPassCurve, EqualsTheDirectSumBlanksTheEndsAndLeavesGapsOutHoweverShortT
     constexpr std::size_t delay = 32;
     for (const std::int16_t length : {std::int16_t{64}, std::int16_t{65}})
         for (const std::size_t count : {1U, 31U, 33U, 65U, 1500U}) {
-            Samples samples = Noise(count);
-            if (count == 1500) {
-                CutGap(samples, 300, 1);
-                CutGap(samples, 700, 3);
-                CutGap(samples, 1480, 5);
-            }
+            const Samples samples = Noise(count, {{300, 1}, {700, 3}, {1480, 5}});
             const std::vector<float> kernel = BandPassKernel(0.01F, 0.04F, length);
             Curve curve(BandPass(length));
             curve.Extend(samples, count);
@@ -182,9 +173,7 @@ TEST(BandPassCurve, EqualsTheDirectSumBlanksTheEndsAndLeavesGapsOutHoweverShortT
 class CurveFilterExtension : public testing::TestWithParam<MakeFilter> {};
 
 TEST_P(CurveFilterExtension, InPiecesOfAnySizeGivesTheBitsOfOneRun) {
-    Samples samples = Noise(1400);
-    CutGap(samples, 420, 3);
-    CutGap(samples, 1301, 1);
+    const Samples samples = Noise(1400, {{420, 3}, {1301, 1}});
     std::mt19937 random(5);
     for (const std::size_t piece : {1U, 2U, 7U, 59U, 0U}) {
         Curve curve(GetParam());
