@@ -89,17 +89,8 @@ TEST_F(ContractTest, EnumerateKeepsTheOrderOfCreation) {
     database.New("A/X/1");
     ASSERT_EQ(DBdeleteA(database.handle, "Z/B/1"), DK_OK);
     database.New("Z/B/1");
-    const auto names = [&](const char* dataset) {
-        std::string all;
-        const auto add = [](void* context, const char* name, const void*) -> std::int32_t {
-            *static_cast<std::string*>(context) += std::string(name) + " ";
-            return 0;
-        };
-        EXPECT_EQ(DBenumA(database.handle, dataset, add, &all), DK_OK);
-        return all;
-    };
-    EXPECT_EQ(names(nullptr), "Z A ");
-    EXPECT_EQ(names("Z"), "/A/1 /B/1 ");
+    EXPECT_EQ(database.Listed(nullptr), "Z2 A2 ");
+    EXPECT_EQ(database.Listed("Z"), "/A/10 /B/10 ");
 }
 
 TEST_F(ContractTest, ARolledBackTransactionLeavesNothing) {

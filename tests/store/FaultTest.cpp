@@ -73,22 +73,35 @@ bool HoldsTheExtension(const std::string& path) {
     return extended;
 }
 
-class FaultTest : public StoreTest, public testing::WithParamInterface<std::tuple<Fault, bool>> {
-    const FaultyVfs vfs;
+/// Each round begins with one recorded curve.
+class RoundsTest : public StoreTest {
+  protected:
+    RoundsTest() {
+        Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
+        before_ = ReadAll(path);
+        store::SetLongestWait(std::chrono::milliseconds(1));
+    }
+    ~RoundsTest() override { store::SetLongestWait(std::chrono::seconds(5)); }
+    void BeginRound() {
+        std::filesystem::remove(path + "-journal");
+        WriteAll(path, before_);
+    }
+
+  private:
+    const FaultyVfs vfs_;
+    std::string before_;
 };
+
+class FaultTest : public RoundsTest, public testing::WithParamInterface<std::tuple<Fault, bool>> {};
 
 TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
     const auto [fault, lasting] = GetParam();
-    store::SetLongestWait(std::chrono::milliseconds(1));
-    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
-    const std::string before = ReadAll(path);
     const std::ptrdiff_t descriptors = OpenDescriptors();
     bool fired = true;
     int nth = 0;
     for (nth = 1; fired && !HasFailure(); ++nth) {
         SCOPED_TRACE("call " + std::to_string(nth));
-        std::filesystem::remove(path + "-journal");
-        WriteAll(path, before);
+        BeginRound();
         FaultyVfs::Arm(fault, nth, lasting);
         const Report report = Extend(path, lasting);
         fired = FaultyVfs::Fired();
@@ -103,7 +116,6 @@ TEST_P(FaultTest, AtTheNthCallLeavesTheStateBeforeOrAfter) {
         }
     }
     EXPECT_GT(nth, 2) << "the run makes calls of this kind";
-    store::SetLongestWait(std::chrono::seconds(5));
 }
 
 /// A recorder's short run on one handle: what fails is rolled back and done again.
@@ -132,13 +144,10 @@ void RecordOn(std::int32_t database) {
 
 TEST_P(FaultTest, AtTheNthCallIsOverOnTheSameHandleWhenItIsOver) {
     const auto [fault, lasting] = GetParam();
-    store::SetLongestWait(std::chrono::milliseconds(1));
-    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
-    const std::string before = ReadAll(path);
     bool fired = true;
     for (int nth = 1; fired && !HasFailure(); ++nth) {
         SCOPED_TRACE("call " + std::to_string(nth));
-        WriteAll(path, before);
+        BeginRound();
         {
             const Opened database(path);
             FaultyVfs::Arm(fault, nth, lasting);
@@ -151,7 +160,6 @@ TEST_P(FaultTest, AtTheNthCallIsOverOnTheSameHandleWhenItIsOver) {
         }
         EXPECT_TRUE(HoldsTheExtension(path));
     }
-    store::SetLongestWait(std::chrono::seconds(5));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
@@ -162,15 +170,11 @@ INSTANTIATE_TEST_SUITE_P(EveryWay, FaultTest,
 
 class CommitTest : public StoreTest {};
 
-TEST_F(CommitTest, AKilledWriterLeavesOneStateWhereverItWas) {
-    const FaultyVfs vfs;
-    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
-    const std::string before = ReadAll(path);
+TEST_F(RoundsTest, AKilledWriterLeavesOneStateWhereverItWas) {
     int status = 1;
     for (int nth = 1; status != 0 && !HasFailure(); ++nth) {
         SCOPED_TRACE("call " + std::to_string(nth));
-        std::filesystem::remove(path + "-journal");
-        WriteAll(path, before);
+        BeginRound();
         const pid_t child = fork();
         if (child == 0) {
             std::int32_t database = 0;
@@ -241,20 +245,17 @@ TEST_F(CommitTest, WhatUndoesOneCallOfManyNeedsNoTemporaryFile) {
     EXPECT_EQ(FaultyVfs::TemporaryFiles(), 0);
 }
 
-TEST_F(CommitTest, RollsBackWhenAReaderKeepsItOutForTooLong) {
-    Opened(path).New("L/ZG/1", TimeCurve(), Ramp(recorded));
+TEST_F(RoundsTest, ACommitRollsBackWhenAReaderKeepsItOutForTooLong) {
     sqlite3* reader = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &reader), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM items2", nullptr, nullptr, nullptr),
               SQLITE_OK);
-    store::SetLongestWait(std::chrono::milliseconds(20));
     const Opened database(path);
     ASSERT_EQ(DBbegin(database.handle), DK_OK);
     EXPECT_EQ(Write(database.Attach("L/ZG/1"), recorded * 10, {1}), DK_OK);
     EXPECT_EQ(DBcommit(database.handle), DK_DISK_ERROR);
     EXPECT_STRNE(DBlastdetail(), "");
     sqlite3_close(reader);
-    store::SetLongestWait(std::chrono::seconds(5));
     EXPECT_EQ(database.Information("L/ZG/1").Last(), (recorded - 1) * 10);
     EXPECT_EQ(DBbegin(database.handle), DK_OK) << "the next transaction goes on";
 }

@@ -49,9 +49,8 @@ class Format1Test : public StoreTest {
             "CREATE TABLE units(code INTEGER PRIMARY KEY, text TEXT NOT NULL UNIQUE, crc INTEGER NOT NULL);"
             "CREATE TABLE datasets(number INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL UNIQUE, crc "
             "INTEGER NOT NULL);"
-            "CREATE TABLE items(number INTEGER PRIMARY KEY AUTOINCREMENT, dataset INTEGER NOT NULL, name "
-            "TEXT "
-            "NOT NULL, block BLOB NOT NULL, crc INTEGER NOT NULL, UNIQUE(dataset, name));"
+            "CREATE TABLE items(number INTEGER PRIMARY KEY AUTOINCREMENT, dataset INTEGER NOT NULL, name TEXT"
+            " NOT NULL, block BLOB NOT NULL, crc INTEGER NOT NULL, UNIQUE(dataset, name));"
             "INSERT INTO units SELECT row_number() OVER (ORDER BY unit), unit, 0 FROM items2 GROUP BY unit;"
             "UPDATE units SET crc = oldsum('U', code, 0, text, x'');"
             "INSERT INTO datasets SELECT number, name, oldsum('D', number, 0, name, x'') FROM datasets2;"
@@ -76,14 +75,8 @@ class Format1Test : public StoreTest {
     }
     ~Format1Test() override { sqlite3_close(direct_); }
 
-    std::int32_t Version() {
-        sqlite3_stmt* read = nullptr;
-        sqlite3_prepare_v2(direct_, "PRAGMA user_version", -1, &read, nullptr);
-        sqlite3_step(read);
-        const std::int32_t version = sqlite3_column_int(read, 0);
-        sqlite3_finalize(read);
-        return version;
-    }
+    /// As the file's header says it.
+    int Version() const { return ReadAll(path)[63]; }
 
     static void ExpectContent(const Opened& database) {
         EXPECT_EQ(Read(database.Attach("L/ZG/1"), 0, 40000).values, Ramp(40000));

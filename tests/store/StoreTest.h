@@ -108,6 +108,17 @@ struct Opened {
         DBdetach(Attach(path, &block));
         return block;
     }
+    /// The items of a dataset, or the datasets ("" or none given), in order, each with its kind.
+    std::string Listed(const char* dataset) const {
+        std::string all;
+        const auto add = [](void* context, const char* name, const void* block) -> std::int32_t {
+            *static_cast<std::string*>(context) +=
+                std::string(name) + std::to_string(FieldAt<std::int16_t>(block, DK_INFO_KIND)) + " ";
+            return 0;
+        };
+        EXPECT_EQ(DBenumA(handle, dataset, add, &all), DK_OK);
+        return all;
+    }
     std::int32_t Verify() const { return DBverify(handle, nullptr, nullptr); }
 };
 
