@@ -69,7 +69,11 @@ void MakeScrollable(QDialog& dialog) {
 
 void LetViewsShrink(QDialog& dialog) {
     const auto shrink = [](QWidget* view) {
-        view->setSizePolicy(view->sizePolicy().horizontalPolicy(), QSizePolicy::Ignored);
+        QSizePolicy policy = view->sizePolicy();
+        policy.setVerticalPolicy(QSizePolicy::Ignored);
+        policy.setVerticalStretch(
+            std::max(policy.verticalStretch(), 1));  // all of it: the captions stay beside
+        view->setSizePolicy(policy);
     };
     for (QTableWidget* table : dialog.findChildren<QTableWidget*>())
         shrink(table);

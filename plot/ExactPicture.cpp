@@ -50,6 +50,21 @@ void Label(PictureAxes& axes, DevicePoint point, const std::string& text, Colour
     axes.Text({at.x + aside, at.y - aside}, text, TextAlignment::bottomLeft, colour);
 }
 
+/// Where the name of a harmonic stands clear of its circle: at its upper right; at the point where the circle
+/// may be larger than the picture.
+DevicePoint NamePoint(const PictureAxes& axes, const PictureHarmonic& harmonic) {
+    const auto reach = [&](const DevicePoint& point) {
+        const DevicePoint at = axes.At(point.x, point.y);
+        return at.x - at.y;
+    };
+    DevicePoint name = harmonic.point;
+    if (harmonic.used)
+        for (const DevicePoint& point : harmonic.circle)
+            if (reach(point) > reach(name))
+                name = point;
+    return name;
+}
+
 /// A point with its range upright; an arrow where the range has no end.
 void UprightRange(PictureAxes& axes, double x, const ValueWithRange& value, const PictureHarmonic& harmonic) {
     constexpr double cap = 4;
@@ -246,7 +261,7 @@ void DrawImpedance(DrawingSurface& surface, const ImpedancePicture& picture) {
     for (const PictureHarmonic& harmonic : picture.harmonics) {
         axes.Curve(harmonic.circle, {LineStyle::solid, 1, ColourOf(harmonic)});
         axes.Mark(harmonic.point, ColourOf(harmonic));
-        Label(axes, harmonic.point, NameOf(harmonic), ColourOf(harmonic));
+        Label(axes, NamePoint(axes, harmonic), NameOf(harmonic), ColourOf(harmonic));
     }
     axes.Text({frame.left + 6, frame.top + 20}, picture.note, TextAlignment::bottomLeft);
 }

@@ -128,6 +128,11 @@ TEST_F(ExactDialog, TablesPicturesAndFilesShowWhatIsComputed) {
 
 TEST_F(ExactDialog, NewWholeCycleIsFollowedWhileOpenOnly) {
     frmExact& dialog = Open({"LEVEL1", "LEVEL2"});
+    dialog.resize(900, 700);
+    QTest::qWait(20);
+    const auto& methods = Find<QLabel>(dialog, "lblMethods");
+    EXPECT_LE(methods.height(), methods.heightForWidth(methods.width()) + 2)
+        << "beside the table that it heads";
     auto& cycles = Find<ResultGridView>(dialog, "fgCycles");
     const int before = cycles.rowCount();
     auto cut = [](int by) {
@@ -240,6 +245,26 @@ TEST(ExactPictures, ProfileSaysAResultInsideItsBarOrBehindTheBarsEnd) {
                 1);
     EXPECT_LT(surface.FindText("Profile with ranges")->points.front().y,
               surface.FindText("Depth (ft)")->points.front().y - 13);
+}
+
+TEST(ExactPictures, HarmonicIsNamedOutsideItsCircle) {
+    ImpedancePicture picture{"9900 to 9800 ft", "", {{5, true, 48, {1.1, 0.1}, {}, {}, {}}}, {}, {}, {}, {}};
+    for (int i = 0; i <= 144; ++i)
+        picture.harmonics[0].circle.push_back({1.1 + 0.02 * std::cos(i * std::numbers::pi / 72),
+                                               0.1 + 0.02 * std::sin(i * std::numbers::pi / 72)});
+    RecordingSurface surface({600, 400});
+    DrawImpedance(surface, picture);
+    const DevicePoint name = surface.FindText("n = 5")->points.front();
+    int drawn = 0;
+    for (const auto& operation : surface.operations) {
+        const DevicePoint& from = operation.points.front();
+        const DevicePoint& to = operation.points.back();
+        const bool ofTheCircle = operation.points.size() == 2 && from.x != to.x && from.y != to.y &&
+                                 operation.kind != RecordingSurface::Operation::Kind::fill;
+        drawn += ofTheCircle ? 1 : 0;
+        EXPECT_FALSE(ofTheCircle && to.x > name.x && to.y < name.y && to.y > name.y - 12);
+    }
+    EXPECT_GE(drawn, 100);
 }
 
 TEST(ExactPictures, NarrowChartKeepsItsWholeLegend) {
