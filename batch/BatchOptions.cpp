@@ -212,10 +212,8 @@ void Declare(CLI::App& app, RawOptions& raw, BatchOptions& options) {
     app.add_option("--size", raw.plotSize, "Width and height of the plot, as in 1200x800 (the default)");
     app.add_option("--report", options.reportFile,
                    "Writes the report: results, inputs, cycles, plots, curves and notes (.pdf or .html)");
-    app.add_option(
-           "--plan", options.plan,
-           "Plans a test in place of all that: NAME=VALUE[,NAME=VALUE...] of what is assumed, k and skin at "
-           "least (with --settings, --set and --json only)")
+    app.add_option("--plan", options.plan,
+                   "Plans a test instead: NAME=VALUE[,NAME=VALUE...], k and skin at least")
         ->allow_extra_args(false);
     app.add_flag("--follow", options.follow, "Goes on until no dataset is being recorded");
 }

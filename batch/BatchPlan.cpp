@@ -161,9 +161,9 @@ std::string PlanJson(const PlanInputs& inputs, const PlanResult& plan) {
 
 std::string PlanText(const PlanInputs& inputs, const PlanResult& plan) {
     std::string text = Aligned(PlanSummaryRows(plan)) + "\n" + Aligned(PlanLevelRows(plan)) + "\n" +
-                       Aligned(PlanMethodRows(plan)) + "\n";
+                       Aligned(PlanMethodRows(plan));
     for (const std::string& message : plan.messages)
-        text += message + "\n";
+        text += (&message == &plan.messages.front() ? "\n" : "") + message + "\n";
     return text + "\nOther periods at the same time on the level:\n" +
            Aligned(PlanPeriodRows(PlanOverPeriods(inputs)));
 }

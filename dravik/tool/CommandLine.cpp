@@ -64,9 +64,8 @@ void AddRecord(CLI::App& app) {
     };
     auto arguments = std::make_shared<Arguments>();
     Arguments& a = *arguments;
-    CLI::App* command = app.add_subcommand("record",
-                                           "Play a file or a simulated level into a database as a live "
-                                           "recording; continues one that was broken off");
+    CLI::App* command =
+        app.add_subcommand("record", "Play a file or a simulated level as a live recording, or continue one");
     command->add_option("DB", a.request.database, "Database file; created when absent")->required();
     command->add_option("DATASET", a.request.dataset, "Dataset to record")->required();
     command->add_option("--from", a.file, "Play a file that import takes")->type_name("FILE");
@@ -129,9 +128,9 @@ dravik::CodeMap CodeMapOf(const std::string& text) {
 
 void AddValve(CLI::App& app) {
     auto request = std::make_shared<ValveRequest>();
-    CLI::App* command = app.add_subcommand("valve",
-                                           "Add PVLPOS, PVLID, PVLIDT and PVLT of a valve: on a nominal "
-                                           "schedule, at listed times, or from a recorded curve");
+    CLI::App* command =
+        app.add_subcommand("valve", "Add a valve: on a nominal schedule, at listed times, or from a curve");
+    command->footer("PVLPOS, PVLID, PVLIDT and PVLT are added.");
     command->add_option("DB", request->database, "Database file")->required();
     command->add_option("DATASET", request->dataset, "Dataset recorded against time")->required();
     command->add_option("--period", request->periodSeconds, "A nominal schedule: period of the valve, s")
@@ -224,9 +223,9 @@ void AddExport(CLI::App& app) {
 
 void AddRecover(CLI::App& app, int& status) {
     auto request = std::make_shared<RecoverRequest>();
-    CLI::App* command = app.add_subcommand("recover",
-                                           "Copy what is sound of a damaged database into a new one; one "
-                                           "line for each loss. The old one stays as it is");
+    CLI::App* command =
+        app.add_subcommand("recover", "Copy what is sound of a damaged database into a new one");
+    command->footer("One line is printed for each loss. The damaged database stays as it is.");
     command->add_option("DB", request->database, "Damaged database file")->required();
     command->add_option("-o,--output", request->output, "The new database; must not be there yet")
         ->required()

@@ -136,9 +136,7 @@ void AddImportCommand(CLI::App& app, int& status, int refused) {
     auto written = std::make_shared<Written>();
     Written& w = *written;
     CLI::App* command = app.add_subcommand(
-        "import",
-        "Import recordings as loggers write them: delimited text of any shape, LAS 1.2 to 3.0. What the file "
-        "is, is found and told; options override it. Of a refused file nothing is imported");
+        "import", "Import recordings as loggers write them: delimited text, LAS 1.2 to 3.0");
     command->add_option("DB", w.request.database, "Database file; created when absent (- with --dry-run)")
         ->required();
     command->add_option("FILE", w.request.files, "Files")->required();
@@ -150,7 +148,8 @@ void AddImportCommand(CLI::App& app, int& status, int refused) {
     command->add_option("--depth", w.depth, "Depth of the level, ft or with m (for files without ADPTH)")
         ->type_name("8120|2475m");
     command->footer(
-        "Examples (docs/guide/importing.md has them in full):\n"
+        "What the file is, is found and told; options override it. Of a refused file nothing is imported.\n\n"
+        "Examples (the guide's chapter on importing has them in full):\n"
         "  dravik import well.dkb level1.csv --depth 2475m --convert    a logger's file, kPa to psi\n"
         "  dravik import - sheet.csv --dry-run                          the plan only\n"
         "  dravik import well.dkb sheet.csv --curves Pressure=ZG,Flow=RTC --convert\n"
