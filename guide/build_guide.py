@@ -106,6 +106,12 @@ def console(match):
     return f"<pre{columns}><code>" + "\n".join(lines) + "</code></pre>"
 
 
+def undivided(match):
+    """A table of a few lines stands on one page."""
+    table, few = match.group(), 12
+    return table.replace("<table>", '<table class="short">') if table.count("<tr>") <= few else table
+
+
 def filled(text, bin_dir):
     """Blocks of commands whose output is that of today's programs."""
     def run(match):
@@ -126,6 +132,8 @@ def body_of(name, bin_dir, pictures_folder):
     body = markdown.markdown(text, extensions=extensions, extension_configs=settings, tab_length=3)
     body = re.sub(r'<pre><code class="language-console">(.*?)</code></pre>', console, body, flags=re.S)
     body = re.sub(r"<p>(?=<img [^>]*></p>)", '<p class="picture">', body)
+    body = re.sub(r"<code>(?=[^<\n]{1,32}</code>)", '<code class="word">', body)  # no line ends within an option
+    body = re.sub(r"<table>.*?</table>", undivided, body, flags=re.S)
     return re.sub(r'<img alt="([^"]*)" src="pictures/([^"]+)" ?/>',
                   lambda m: f'<img alt="{m.group(1)}" src="pictures/{m.group(2)}"{width_of(pictures_folder / m.group(2))}>',
                   body)

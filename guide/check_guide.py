@@ -216,7 +216,8 @@ def check_messages():
                 text += path.read_text(encoding="utf-8")
         return re.sub(r'"\s*\n\s*"', "", text)
 
-    plain = literals("general", "platform", "db", "signal", "analysis", "plot", "follow", "app", "batch", "dravik")
+    plain = literals("general", "platform", "db", "signal", "analysis", "plot", "follow", "app", "plotview", "batch",
+                     "dravik")
     quoted = table_keys(section_lines("messages.md"))
     for text in quoted:
         for piece in text.split("…"):
