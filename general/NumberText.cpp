@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "general/RunTimeError.h"
+#include "general/SmallNumber.h"
 
 namespace vorela {
 namespace {
@@ -67,10 +68,8 @@ std::optional<Real> Parse(std::string_view number) {
     const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
     if (result.ec == std::errc::result_out_of_range) {
         // Underflow is a very small number, not an error; only overflow is out of range.
-        const double exact = std::strtod(std::string(number).c_str(), nullptr);
-        if (std::abs(exact) < 1.0)
-            return static_cast<Real>(exact);
-        return std::nullopt;
+        const std::optional<double> small = TooSmallNumber(std::string(number));
+        return small ? std::optional(static_cast<Real>(*small)) : std::nullopt;
     }
     if (result.ec != std::errc{} || result.ptr != number.data() + number.size() || !std::isfinite(value))
         return std::nullopt;

@@ -4,12 +4,13 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
+#include <optional>
 #include <string>
 #include <system_error>
 
 #include "dravik/exchange/Cells.h"
+#include "general/SmallNumber.h"
 
 namespace dravik {
 namespace {
@@ -63,8 +64,8 @@ bool FromChars(std::string_view text, Real& value) {
         return false;
     if (result.ec == std::errc::result_out_of_range) {
         // Too small is as good as its nearest neighbour; only too large is lost.
-        const double exact = std::strtod(std::string(text).c_str(), nullptr);
-        value = std::abs(exact) < 1.0 ? static_cast<Real>(exact) : std::numeric_limits<Real>::infinity();
+        const std::optional<double> small = vorela::TooSmallNumber(std::string(text));
+        value = small ? static_cast<Real>(*small) : std::numeric_limits<Real>::infinity();
         return true;
     }
     return std::isfinite(value);

@@ -1,7 +1,5 @@
 // Level, interval and quicklook values from hand-made cycle records; grids and export as bytes.
 
-#include <clocale>
-
 #include "analysis/CycleTexts.h"
 #include "analysis/InterpretationFile.h"
 #include "analysis/modComplex.h"
@@ -11,7 +9,7 @@
 #include "db/DatasetRecord.h"
 #include "general/modGeneral.h"
 #include "signal/modParameters.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/CommaLocale.h"
 
 namespace vorela::test {
 namespace {
@@ -319,12 +317,10 @@ TEST_F(Results, SingleValueGridsShowTheChosenIntervalAndTheSpinnerTypeByName) {
 TEST_F(Results, ExportedRowsEndInAReturnOfTheirOwnAndOnlySeparatedCellsAreQuoted) {
     AddLevel(9000, 0.02, 10);
     CurrentSelection().datasets[0].database = "/data/a,\"b\".dkb";
-    const char* before = std::setlocale(LC_ALL, "de_DE.UTF-8");
+    const CommaLocale german;
     ASSERT_TRUE(RefreshGrids());
     const std::string commas = InterpretationText(',');
     const std::string tabs = InterpretationText('\t');
-    if (before != nullptr)
-        std::setlocale(LC_ALL, "C");
     EXPECT_TRUE(
         commas.starts_with("Corvane Vorela Quicklook Interpretation\r\n\r\n"
                            ",\r\r\nLevel information,\r\r\nDatabase,\"/data/a,\"\"b\"\".dkb\"\r\r\n"

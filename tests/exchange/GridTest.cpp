@@ -5,6 +5,7 @@
 #include <random>
 
 #include "tests/exchange/ExchangeTest.h"
+#include "tests/support/CommaLocale.h"
 
 namespace dravik {
 namespace {
@@ -150,6 +151,13 @@ TEST(Grid, SinglesComeBackTheSame) {
         text += line.data();
     }
     EXPECT_EQ(CurveOf(PlanOf(text), 0), singles);
+}
+
+TEST(Grid, NumbersBeyondSinglesAreTheSameInAnyLanguage) {
+    const vorela::test::CommaLocale german;
+    EXPECT_EQ(CurveOf(PlanOf("T,A\n0,1.5e-50\n1,-2.5e-46\n2,1.5e-400\n3,2.5\n"), 0),
+              (std::vector<float>{0, 0, 0, 2.5}));
+    EXPECT_TRUE(Tells(PlanOf("T,A\n0,1.5\n1,0.1e50\n2,2.5\n"), "beyond single"));
 }
 
 /// A number as some logger may write it; `form` counts through the ways.

@@ -1,10 +1,8 @@
-#include <clocale>
-
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
 #include "general/RangeCheck.h"
 #include "general/TerminalText.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/CommaLocale.h"
 
 namespace vorela {
 namespace {
@@ -35,7 +33,7 @@ TEST(NumberFormat, RoundsHalvesAwayFromZeroOnTheDecimalText) {
 }
 
 TEST(NumberText, ShortestTextReadsBackToTheSameNumberUnderACommaLocale) {
-    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    const test::CommaLocale german;
     for (const double value :
          {0.1, 240.0, 2.5, 1e-5, 1.0 / 3.0, 123456789.125, 5e-324, 1.7976931348623157e308}) {
         const std::string text = ShortestText(value);
@@ -46,7 +44,12 @@ TEST(NumberText, ShortestTextReadsBackToTheSameNumberUnderACommaLocale) {
     EXPECT_EQ(ShortestText(1e-5), "0.00001");
     EXPECT_EQ(ShortestText(33.33F), "33.33");
     EXPECT_EQ(ShortestText(-0.0), "0");
-    std::setlocale(LC_ALL, "C");
+    for (const char* small : {"1.5e-50", "-0.25e-46", "1.5e-400"})
+        EXPECT_EQ(StrictFloat(small), 0.0F) << small;
+    EXPECT_EQ(StrictNumber("1.5e-400"), 0.0);
+    for (const char* large : {"0.1e50", "-1.5e39", "0.1e400"})
+        EXPECT_EQ(StrictFloat(large), std::nullopt) << large;
+    EXPECT_EQ(StrictNumber("0.1e400"), std::nullopt);
 }
 
 TEST(NumberText, ReadsTheLeadingPartOfASettingAndTheWholeOfABox) {
