@@ -1,6 +1,8 @@
 #include "follow/CurveChecks.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -61,15 +63,29 @@ std::vector<std::string>& Notes() {
     return notes;
 }
 
+/// A curve that ends early may be one that another process is making just now.
+std::string ObstacleTo(const Database& database, const AnalysisClaim& claim) {
+    if (!IsWritable(database.Path()))
+        return " and cannot be written";
+    return claim.IsHeld() ? "" : ": " + claim.Refusal() + "; select again when it has finished";
+}
+
 /// Curves that an earlier session left before the end of what is recorded, because it was killed or because
-/// more was recorded since, are completed. Tells; true when the curve is to be made.
-bool HasToBeCompleted(const CurveStanding& curve, bool writable) {
-    if (curve.standing == Standing::incomplete)
-        Notes().push_back(curve.path + (writable ? " ended before the record did and was completed"
-                                                 : " ends before the record does and cannot be written"));
-    if (curve.standing == Standing::recorded)
-        Notes().push_back(StandingText(curve));
-    return curve.standing == Standing::incomplete && writable;
+/// more was recorded since, are completed by `make` unless there is an obstacle. Tells what became of them.
+void Complete(const std::vector<CurveStanding>& curves, const std::string& obstacle,
+              const std::function<bool()>& make) {
+    const bool anyEndsEarly = std::ranges::count(curves, Standing::incomplete, &CurveStanding::standing) > 0;
+    std::string outcome = " ended before the record did and was completed";
+    if (!obstacle.empty())
+        outcome = " ends before the record does" + obstacle;
+    else if (anyEndsEarly && !make())
+        outcome = " ends before the record does and could not be completed";
+    for (const CurveStanding& curve : curves) {
+        if (curve.standing == Standing::incomplete)
+            Notes().push_back(curve.path + outcome);
+        if (curve.standing == Standing::recorded)
+            Notes().push_back(StandingText(curve));
+    }
 }
 
 /// A derived curve may be filtered once more, but only the derived curves of the choice grow with a
@@ -89,18 +105,18 @@ void NoteDerivedInputs() {
 }
 
 bool CompleteCurves(const Database& database, std::size_t index) {
-    const bool writable = IsWritable(database.Path());
+    const AnalysisClaim claim({CurrentSelection().datasets[index].database});
+    const std::string obstacle = ObstacleTo(database, claim);
     if (FilteredCurvesExist()) {
-        bool filtered = false;
-        for (const CurveStanding& curve : FilteredCurveStandings(database, index))
-            filtered = HasToBeCompleted(curve, writable) || filtered;
-        if (filtered)
-            CreateFilteredCurves(database, index, false);
-        if (ValveSignalPresent() && HasToBeCompleted(ValveSignalStanding(database, index), writable))
-            ReconstructValveCurve(database, index, false);
+        Complete(FilteredCurveStandings(database, index), obstacle,
+                 [&] { return CreateFilteredCurves(database, index, false); });
+        if (ValveSignalPresent())
+            Complete({ValveSignalStanding(database, index)}, obstacle,
+                     [&] { return ReconstructValveCurve(database, index, false); });
     }
-    if (FilteredFlowExists() && HasToBeCompleted(FilteredFlowStanding(database, index), writable))
-        FilterDatasetFlow(database, index, false);
+    if (FilteredFlowExists())
+        Complete({FilteredFlowStanding(database, index)}, obstacle,
+                 [&] { return FilterDatasetFlow(database, index, false); });
     return true;
 }
 

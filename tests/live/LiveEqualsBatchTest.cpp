@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include "BuildPaths.h"
 #include "follow/ActionQueue.h"
 #include "follow/CurveChecks.h"
+#include "platform/DravikLibraries.h"
 #include "signal/modFilteredCurves.h"
 #include "signal/modModulator.h"
 #include "tests/live/LiveSupport.h"
@@ -203,6 +206,16 @@ TEST_F(LiveEqualsBatchTest, ForARecordingThatWentOnAfterTheSessionAndIsCompleted
             ASSERT_TRUE(CreateAll(0));
             recording.AppendAll();
             const SelectDataView view{[&] { Select({name}); }, [] { return true; }, [] {}, [] {}, [] {}};
+            std::int32_t other = 0;
+            ASSERT_EQ(
+                LoadedLibraries().database.DBclaimA(DatabasePath().c_str(), "analysis", &other, nullptr),
+                DK_OK);
+            ASSERT_TRUE(SelectData(view));
+            EXPECT_THAT(CurveNotes(),
+                        testing::Contains(name + "/RTC_f/1 ends before the record does: " + DatabasePath() +
+                                          " is being analysed by process " + std::to_string(getpid()) +
+                                          "; select again when it has finished"));
+            LoadedLibraries().database.DBunclaim(other);
             ASSERT_TRUE(SelectData(view));
             EXPECT_THAT(CurveNotes(),
                         testing::Contains(name + "/RTC_f/1 ended before the record did and was completed"));
