@@ -15,7 +15,7 @@ if [ "${1:-}" = gates ]; then
 fi
 if [ "${1:-}" = tests ] || [ "${1:-}" = gates ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev python3 python3-jsonschema python3-numpy
-               poppler-utils)
+               poppler-utils locales)
 fi
 if [ "${1:-}" = package ]; then
     packages+=(dpkg-dev file lintian appstream desktop-file-utils)
