@@ -175,6 +175,8 @@ int RunPlan(const BatchOptions& options) {
     SettingsOverlay overlay;
     for (const SettingValue& setting : options.settings)
         overlay.Set(setting.section, setting.key, setting.value);
+    if (options.settingsFile)
+        SayOfSettings(options);
     const PlanInputs inputs = InputsOf(options);
     const PlanResult plan = PlanTest(inputs);
     bool allWell = true;

@@ -16,6 +16,8 @@ struct Stop {
 
 /// A line on standard error.
 void Say(const std::string& text);
+/// Says what of the settings file is not used as it stands: a slip there would be a number that nobody meant.
+void SayOfSettings(const BatchOptions& options);
 /// What was said since the program began.
 const std::vector<std::string>& Said();
 

@@ -93,6 +93,7 @@ void ReadSettings(const BatchOptions& options, SettingsOverlay& overlay, const C
         throw Stop{exit_status::failed, path + ": the settings file cannot be read"};
     for (const SettingValue& setting : options.settings)
         overlay.Set(setting.section, setting.key, setting.value);
+    SayOfSettings(options);
     ReadPresentationOptions();
     ReadPlotFormat();
     ReadParameters();
@@ -379,6 +380,15 @@ std::vector<std::string>& SaidByNow() {
 
 const std::vector<std::string>& Said() {
     return SaidByNow();
+}
+
+void SayOfSettings(const BatchOptions& options) {
+    const std::string path = options.settingsFile.value_or(DefaultSettingsFilePath());
+    std::error_code ignored;
+    if (options.settingsFile && !std::filesystem::exists(path, ignored))
+        Say(path + ": there is no such file, every setting is at its default");
+    for (const std::string& remark : RemarksOnSettings(path))
+        Say(remark);
 }
 
 void Say(const std::string& text) {

@@ -91,6 +91,22 @@ std::vector<SettingsSection> CommandLineSettings() {
             PresentationSettings(), PlotSettings(),    ExactSettingsSection()};
 }
 
+std::vector<std::string> RemarksOnSettings(const std::string& filePath) {
+    std::vector<SettingsSection> sections = CommandLineSettings();
+    bool snap = true;
+    for (SettingsSection& section : sections) {
+        if (section.name == cursorsSection)
+            section.fields.push_back({"Snap", &snap});
+        // The window keeps what it shows: a cursor drawn beyond the edge, a level without a cycle.
+        for (SettingFields* fields : {&section.fields, &section.indexed})
+            for (SettingField& field : *fields)
+                if (section.name == cursorsSection || field.key == "CycleNo")
+                    field.range = {};
+    }
+    return SettingsRemarks(filePath, sections,
+                           {versionSection, "Window", "Recent", "Plan", "Chooser", "Import"});
+}
+
 CursorPositions& CurrentCursorPositions() {
     static CursorPositions positions;
     return positions;

@@ -33,6 +33,9 @@ void WriteCursorSettings(CursorPositions positions);
 
 /// Every section that the command line can set.
 std::vector<SettingsSection> CommandLineSettings();
+/// What of a settings file a run from the command line passes over, or takes though no dialog would, a
+/// sentence each.
+std::vector<std::string> RemarksOnSettings(const std::string& filePath);
 
 /// Everything between the start of the process and the showing of the window, the single instance test left
 /// aside: paths, current directory, settings check, both libraries, empty selection. False when the program

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "general/AtomicFile.h"
@@ -69,11 +71,13 @@ std::optional<std::string> SectionName(const std::string& line) {
         1, text.find(']') == std::string::npos ? std::string::npos : text.find(']') - 1));
 }
 
-bool IsKeyLine(const std::string& line, std::string_view key) {
+/// Nothing for a line that holds no key: a comment, a blank one, anything without "=".
+std::optional<std::string> KeyName(const std::string& line) {
     const std::size_t equals = line.find('=');
-    const std::string name = Trimmed(std::string_view(line).substr(0, equals));
-    return equals != std::string::npos && !name.empty() && name.front() != ';' &&
-           EqualIgnoringCase(name, key);
+    std::string name = Trimmed(std::string_view(line).substr(0, equals));
+    if (equals == std::string::npos || name.empty() || name.front() == ';')
+        return std::nullopt;
+    return name;
 }
 
 /// Where a key stands, or where it would go.
@@ -93,7 +97,7 @@ Place Find(const ProfileLines& profile, std::string_view section, std::string_vi
             if (inside)
                 place.sectionEnd = i + 1;
         } else if (inside) {
-            if (IsKeyLine(profile.lines[i], key)) {
+            if (EqualIgnoringCase(KeyName(profile.lines[i]).value_or(""), key)) {
                 place.keyLine = i;
                 break;
             }
@@ -186,6 +190,27 @@ bool WriteIniString(std::string_view section, std::string_view key, std::string_
         return false;
     }
     return true;
+}
+
+std::vector<SettingsLine> SettingsLines(const std::string& filePath) {
+    const ProfileLines profile = Load(filePath);
+    std::vector<SettingsLine> result;
+    std::set<std::string> seen;
+    std::string section;
+    for (std::size_t i = 0; i < profile.lines.size(); ++i) {
+        SettingsLine line{i + 1, section, {}, {}};
+        if (const auto name = SectionName(profile.lines[i])) {
+            line.section = section = *name;
+        } else if (const auto key = KeyName(profile.lines[i])) {
+            line.key = *key;
+            line.value = ValueOf(profile.lines[i]);
+        } else {
+            continue;
+        }
+        line.isRepeated = !seen.insert(OverlayKey(line.section, line.key)).second;
+        result.push_back(std::move(line));
+    }
+    return result;
 }
 
 SettingsOverlay::SettingsOverlay() {

@@ -3,9 +3,11 @@
 // the file are kept as they stand; the file is created on the first write and replaced atomically.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorela {
 
@@ -29,6 +31,17 @@ std::int32_t ReadIniInteger(std::string_view section, std::string_view key, std:
 /// it stands as it was. A value is written as it stands, without its line breaks.
 bool WriteIniString(std::string_view section, std::string_view key, std::string_view value,
                     const std::string& filePath);
+
+/// A key of the file, or with an empty key the head of a section.
+struct SettingsLine {
+    std::size_t number = 0;  ///< 1-based
+    std::string section;
+    std::string key;
+    std::string value;        ///< as ReadIniString gives it
+    bool isRepeated = false;  ///< never read: the first of its name counts
+};
+/// Sections and keys in the order of the file; a file that is not there has none.
+std::vector<SettingsLine> SettingsLines(const std::string& filePath);
 
 /// While it lives, settings are never written to a file: writes, and values given with Set(), go to this
 /// overlay, which reads consult first. For work that must leave the settings as they are (vorela-batch).

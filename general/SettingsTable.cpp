@@ -95,6 +95,36 @@ std::string FaultOf(const std::vector<SettingsSection>& sections, const SettingV
     return FaultOfValue(setting.value, *field);
 }
 
+/// What is to be said of a key that is read.
+std::string RemarkOnKey(const SettingsLine& line, const SettingsSection& section,
+                        const std::string& filePath) {
+    const SettingField* const field = Find(section, line.key);
+    if (field == nullptr)
+        return "section " + section.name + " has no key \"" + line.key + "\": passed over";
+    const bool replaced = ReadIniString(line.section, line.key, "", filePath) != line.value;
+    const std::string fault = replaced || line.value.empty() ? "" : FaultOfValue(line.value, *field);
+    if (fault.empty())
+        return {};
+    const std::string taken =
+        StrictNumber(line.value) ? "it stands" : ShortestText(LeadingNumber(line.value));
+    return line.key + "=" + line.value + ": " + fault + "; taken as " + taken;
+}
+
+/// Why a line of the file is not used, or not to be used as it stands; "" when nothing is wrong with it.
+std::string RemarkOn(const SettingsLine& line, const std::vector<SettingsSection>& sections,
+                     const std::vector<std::string>& others, const std::string& filePath) {
+    const auto named = [&](const std::string& name) { return EqualIgnoringCase(name, line.section); };
+    const auto section = std::ranges::find_if(sections, named, &SettingsSection::name);
+    const bool head = line.key.empty();
+    if (section == sections.end())
+        return head && std::ranges::none_of(others, named)
+                   ? "there is no settings section \"" + line.section + "\": passed over"
+                   : "";
+    if (line.isRepeated)
+        return (head ? "section " + section->name : line.key) + " stands in the file already: passed over";
+    return head ? "" : RemarkOnKey(line, *section, filePath);
+}
+
 }  // namespace
 
 SettingFields AtIndex(std::size_t index, SettingFields fields) {
@@ -143,6 +173,16 @@ std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields,
     if (CheckRange(box, field->range.lower, field->range.upper, *std::get<double*>(field->place)))
         return std::nullopt;
     return Refusal{"txt" + key, MessageOf(*field)};
+}
+
+std::vector<std::string> SettingsRemarks(const std::string& filePath,
+                                         const std::vector<SettingsSection>& sections,
+                                         const std::vector<std::string>& others) {
+    std::vector<std::string> remarks;
+    for (const SettingsLine& line : SettingsLines(filePath))
+        if (const std::string remark = RemarkOn(line, sections, others, filePath); !remark.empty())
+            remarks.push_back(filePath + ", line " + std::to_string(line.number) + ": " + remark);
+    return remarks;
 }
 
 std::optional<SettingValue> ParseSetting(const std::vector<SettingsSection>& sections,

@@ -71,6 +71,12 @@ void WriteFields(const std::string& section, const SettingFields& fields);
 /// accepted. Throws internal error for a key that is not among the fields.
 std::optional<Refusal> CheckBox(const BoxText& box, const SettingFields& fields, const std::string& key);
 
+/// What of a settings file is passed over, or outside of what dialogs and the command line accept, a sentence
+/// each with its line. `others` are sections that belong to somebody else.
+std::vector<std::string> SettingsRemarks(const std::string& filePath,
+                                         const std::vector<SettingsSection>& sections,
+                                         const std::vector<std::string>& others);
+
 /// A setting as it is given on the command line.
 struct SettingValue {
     std::string section;

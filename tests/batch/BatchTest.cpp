@@ -331,5 +331,31 @@ TEST_F(Batch, ForeignUnitsAndThePassBandAreToldAndResultFilesThatCannotBeWritten
     EXPECT_EQ(Run(">/dev/full").status, 1);
 }
 
+TEST_F(Batch, SettingsThatAreNotUsedAsTheyStandAreToldWithTheirLine) {
+    Dravik("simulate well.dkb --cycles 3");
+    EXPECT_THAT(Run("").err, HasSubstr("Vorela.ini: there is no such file"));
+    Write("Vorela.ini",
+          "[Version]\nVersion=1\n[Parameters]\nPeriood=240\nPeriod=2x\nPERIOD=120\nSlope=-5\n0Porosit=3\n"
+          "0CycleNo=-1\nTD=0\n[Parametres]\nTD=3\n[PARAMETERS]\nTD=4\n[Cursors]\nCursor1=-0.5\nSnap=0\n");
+    std::string told = Run("--set Parameters.TD=3000").err;
+    std::erase(told, '\r');
+    std::string remarks;
+    std::istringstream lines(told);
+    for (std::string line; std::getline(lines, line);)
+        if (const std::size_t at = line.find("Vorela.ini, line "); at != std::string::npos)
+            remarks += line.substr(at + 17) + "\n";
+    EXPECT_EQ(remarks,
+              "4: section Parameters has no key \"Periood\": passed over\n"
+              "5: Period=2x: Period of test: Out of range (20 to 2147483647); taken as 2\n"
+              "6: PERIOD stands in the file already: passed over\n"
+              "7: Slope=-5: Spinner slope: Out of range (0.0001 to 100); taken as it stands\n"
+              "8: section Parameters has no key \"0Porosit\": passed over\n"
+              "11: there is no settings section \"Parametres\": passed over\n"
+              "13: section Parameters stands in the file already: passed over\n"
+              "14: TD stands in the file already: passed over\n");
+    EXPECT_THAT(Shell("vorela-batch --plan k=10,skin=0 --settings Vorela.ini").err,
+                AllOf(HasSubstr("line 4: section"), HasSubstr("line 10: TD=0: ")));
+}
+
 }  // namespace
 }  // namespace vorela::test
