@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Shows the package at work on a fresh Debian without a compiler: installs it into a new system in a folder, simulates,
-# analyses, opens the window on a database as a double-click does, removes it all and looks for what is left.
+# analyses, opens the window on a database as a double-click on a desktop does, removes it all and looks for what is left.
 #   packaging/check-on-fresh-debian.sh PACKAGE.deb OUT_FOLDER [SYSTEM_FOLDER]
 # As root; needs debootstrap, Xvfb and ImageMagick. OUT_FOLDER gets the picture and the lists of files. A SYSTEM_FOLDER
 # that is there already, with a fresh system, is used as it is.
@@ -41,6 +41,8 @@ inside apt-get update >"$out/apt.log"
 for compiler in cc gcc c++ g++ clang cmake; do
     ! inside sh -c "command -v $compiler" || { echo "the fresh system has $compiler" >&2; exit 1; }
 done
+# What every desktop has: it finds a file's type and the program for it.
+inside apt-get install -y --no-install-recommends libglib2.0-bin shared-mime-info desktop-file-utils >>"$out/apt.log"
 inside id engineer >/dev/null 2>&1 || inside useradd engineer
 rm -rf "$root/home/engineer"
 inside mkhomedir_helper engineer 2>/dev/null || { mkdir "$root/home/engineer" && inside chown engineer: /home/engineer; }
@@ -61,11 +63,14 @@ as_user vorela-batch demo.dkb --settings /usr/share/vorela/demo.ini --export dem
 cp "$root/home/engineer/demo.png" "$root/home/engineer/demo.json" "$root/home/engineer/demo.csv" "$out/"
 
 echo "== The window"
-as_user 'Vorela demo.dkb & echo $! >window; wait' &
-sleep 8
+as_user "gio info -a standard::content-type demo.dkb | grep content-type && gio mime application/x-dravik-database"
+as_user gio open demo.dkb &
+sleep 10
 import -display "$display" -window root "$out/window.png"
 as_user Vorela /home/engineer/demo.dkb # a second start: hands over and ends
-kill "$(cat "$root/home/engineer/window")"
+for process in /proc/[0-9]*; do
+    [ "$(readlink "$process/root")" != "$root" ] || [ "$(cat "$process/comm")" != Vorela ] || kill "${process#/proc/}"
+done
 sleep 1
 find "$root/home/engineer" -type f | sed "s,$root,,"
 
