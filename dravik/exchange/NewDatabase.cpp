@@ -21,14 +21,6 @@
 namespace dravik {
 namespace {
 
-/// Never over a file that is there.
-bool GiveName(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    // Some file systems know no such renaming.
-    return errno == EINVAL && ::link(from.c_str(), to.c_str()) == 0 && ::unlink(from.c_str()) == 0;
-}
-
 constexpr std::string_view workMark = ".new-";
 
 std::string JournalOf(const std::string& path) {
@@ -93,6 +85,13 @@ void RemoveLeftovers(const std::filesystem::path& database) {
 
 }  // namespace
 
+bool GiveNewName(const std::string& from, const std::string& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    // Some file systems know no such renaming.
+    return errno == EINVAL && ::link(from.c_str(), to.c_str()) == 0 && ::unlink(from.c_str()) == 0;
+}
+
 NewDatabase::NewDatabase(std::string path) : path_(std::move(path)), work_(path_) {
     RemoveLeftovers(path_);
     std::error_code ignored;
@@ -111,7 +110,7 @@ NewDatabase::~NewDatabase() {
 void NewDatabase::Publish() {
     if (work_ == path_)
         return;
-    if (!GiveName(work_, path_))
+    if (!GiveNewName(work_, path_))
         throw DatasetError(path_ + ": cannot be made: " + std::strerror(errno));
     work_ = path_;
 }

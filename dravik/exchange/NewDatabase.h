@@ -5,6 +5,9 @@
 
 namespace dravik {
 
+/// Renames a file, never over one that is there. False otherwise, with the reason in errno.
+bool GiveNewName(const std::string& from, const std::string& to);
+
 /// Where there is no file of that name, work goes on under a name of its own beside it, which only Publish
 /// gives the name asked for; without Publish nothing is left. An existing file is used as it is. What killed
 /// processes left of such work is removed.

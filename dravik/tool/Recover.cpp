@@ -1,12 +1,10 @@
 #include "dravik/tool/Recover.h"
 
-#include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -16,6 +14,7 @@
 #include <vector>
 
 #include "dravik/exchange/Datasets.h"
+#include "dravik/exchange/NewDatabase.h"
 #include "dravik/tool/StandardOutput.h"
 #include "dravik/tool/ToolError.h"
 #include "general/AtomicFile.h"
@@ -298,7 +297,7 @@ bool Recover(const RecoverRequest& request) {
         Database to = OpenDatabase(made, OpenMode::create);
         whole = Copier(from, to).CopyAll();
     }
-    if (renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, request.output.c_str(), RENAME_NOREPLACE) != 0)
+    if (!GiveNewName(made, request.output))
         throw ToolError(request.output + ": cannot be written: " + std::strerror(errno));
     return whole;
 }
