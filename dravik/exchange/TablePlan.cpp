@@ -158,15 +158,18 @@ class TablePlanner {
             if (!text || header.namesLine == 0 || line.place.line < header.namesLine ||
                 line.place.line == choices_.headerLine)
                 continue;
-            const std::string number = std::to_string(line.place.line);
-            const std::string& cell = line.cells[*text];
-            const bool mayBeNull =
-                table_.kinds[*text] == CellKind::number && cell.find_first_of(" ,\"'") == std::string::npos;
-            Problem("line " + number + ": " + QuotedCell(cell) + " in column " + std::to_string(*text + 1) +
-                    " of what looks like a row (" + (mayBeNull ? "--null " + cell + ", " : "") +
-                    "--leave-out " + number + ", or --header-line " + number + ")");
-            return;
+            return Problem(DoubtfulRowText(line, *text));
         }
+    }
+
+    std::string DoubtfulRowText(const HeadLine& line, std::size_t column) const {
+        const std::string number = std::to_string(line.place.line);
+        const std::string& cell = line.cells[column];
+        const bool mayBeNull =
+            table_.kinds[column] == CellKind::number && cell.find_first_of(" ,\"'") == std::string::npos;
+        return "line " + number + ": " + QuotedCell(cell) + " in column " + std::to_string(column + 1) +
+               " of what looks like a row (" + (mayBeNull ? "--null " + cell + ", " : "") + "--leave-out " +
+               number + ", or --header-line " + number + ")";
     }
 
     HeadColumns HeadRows(const NumberFormat& format) const {

@@ -105,7 +105,8 @@ bool RisesEvenlyAsClocks(const std::vector<double>& values) {
     std::vector<double> clocks;
     for (const double value : values) {
         const auto whole = static_cast<std::int64_t>(value);
-        clocks.push_back(static_cast<double>(whole / 10000 * 3600 + whole / 100 % 100 * 60 + whole % 100));
+        const std::int64_t seconds = whole / 10000 * 3600 + whole / 100 % 100 * 60 + whole % 100;
+        clocks.push_back(static_cast<double>(seconds));
     }
     return allNear(StepsOf(clocks)) && !allNear(StepsOf(values));
 }

@@ -75,13 +75,13 @@ std::optional<NameAndUnit> SplitAt(std::string_view caption, std::size_t mark) {
 
 std::optional<NameAndUnit> SplitAtMark(std::string_view caption) {
     if (const std::size_t comma = caption.rfind(','); comma != std::string_view::npos) {
-        if (const auto split = SplitAt(caption, comma))
+        if (auto split = SplitAt(caption, comma))
             return split;
     }
     // From the left: "Flow_m3/h" is a flow in m3/h, not "Flow_m3" in hours.
     for (std::size_t at = caption.find_first_of("/_"); at != std::string_view::npos;
          at = caption.find_first_of("/_", at + 1)) {
-        if (const auto split = SplitAt(caption, at))
+        if (auto split = SplitAt(caption, at))
             return split;
     }
     return std::nullopt;
