@@ -56,6 +56,17 @@ std::string ApplicationFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
+std::string StartFolder() {
+    const std::string folder = EnvironmentOr("PWD", "/");
+    std::error_code gone;
+    return folder != "/" && std::filesystem::is_directory(folder, gone) ? folder
+                                                                        : EnvironmentOr("HOME", folder);
+}
+
+std::string FromStart(const std::string& typed) {
+    return (std::filesystem::path(StartFolder()) / typed).lexically_normal().string();
+}
+
 std::string SharedFolder() {
     return std::filesystem::path(ApplicationFolder()).parent_path().string() + "/share/vorela";
 }

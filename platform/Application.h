@@ -10,6 +10,12 @@ namespace vorela {
 /// Folder of the running executable, without a trailing separator.
 std::string ApplicationFolder();
 
+/// Where the user stood when he started the program ($PWD, which stays when the program goes to its own
+/// folder); the home folder where a desktop started it.
+std::string StartFolder();
+/// The absolute path of a file whose name the user typed: a relative one means a file in the start folder.
+std::string FromStart(const std::string& typed);
+
 /// <prefix>/share/vorela for a program in <prefix>/bin: what an installation shares between its programs.
 std::string SharedFolder();
 /// Whether the program runs from such an installation and not from a folder that holds all of it.

@@ -13,6 +13,7 @@
 #include <cmath>
 
 #include "dravik/chooser/DatasetListing.h"
+#include "platform/Application.h"
 #include "ui_frmChooser.h"
 
 namespace dravik {
@@ -137,8 +138,8 @@ bool frmChooser::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmChooser::Browse() {
-    const QString folder =
-        database_.empty() ? QString() : QFileInfo(QString::fromStdString(database_)).path();
+    const QString folder = database_.empty() ? QString::fromStdString(vorela::StartFolder())
+                                             : QFileInfo(QString::fromStdString(database_)).path();
     const QString path = QFileDialog::getOpenFileName(this, tr("Open Dravik Database"), folder,
                                                       tr("Dravik databases (*.dkb *.db);;All files (*)"));
     if (!path.isEmpty())
@@ -146,7 +147,7 @@ void frmChooser::Browse() {
 }
 
 void frmChooser::OpenFile(const QString& path) {
-    database_ = path.isEmpty() ? std::string() : QFileInfo(path).absoluteFilePath().toStdString();
+    database_ = path.isEmpty() ? std::string() : vorela::FromStart(path.toStdString());
     ui_->cboFile->setEditText(QString::fromStdString(database_));
     List();
 }

@@ -21,6 +21,7 @@
 #include "general/Ports.h"
 #include "general/RunTimeError.h"
 #include "general/modGeneral.h"
+#include "platform/Application.h"
 #include "ui_frmImport.h"
 
 namespace dravik {
@@ -139,8 +140,8 @@ void frmImport::AddFiles(const QStringList& paths) {
 }
 
 void frmImport::ChooseFiles() {
-    const QString folder =
-        settings_.files.empty() ? QString() : QFileInfo(Text(settings_.files.front().path)).path();
+    const QString folder = settings_.files.empty() ? Text(vorela::StartFolder())
+                                                   : QFileInfo(Text(settings_.files.front().path)).path();
     AddFiles(
         QFileDialog::getOpenFileNames(this, tr("Recordings to Import"), folder,
                                       tr("All files (*);;Recordings (*.csv *.txt *.dat *.log *.las *.tsv)")));
@@ -165,6 +166,7 @@ void frmImport::BrowseDatabase() {
     dialog.setLabelText(QFileDialog::Accept, tr("Choose"));
     dialog.setNameFilters({tr("Dravik databases (*.dkb *.db)"), tr("All files (*)")});
     dialog.setDefaultSuffix(QStringLiteral("dkb"));
+    dialog.setDirectory(Text(vorela::StartFolder()));
     dialog.selectFile(ui_->cboDatabase->currentText());
     if (dialog.exec() != QDialog::Accepted)
         return;
@@ -174,7 +176,8 @@ void frmImport::BrowseDatabase() {
 }
 
 void frmImport::BrowseTimes() {
-    const QString file = QFileDialog::getOpenFileName(this, tr("Times of the Valve"));
+    const QString file =
+        QFileDialog::getOpenFileName(this, tr("Times of the Valve"), Text(vorela::StartFolder()));
     if (file.isEmpty())
         return;
     ui_->txtTimes->setText(file);
@@ -204,7 +207,8 @@ void frmImport::Changed() {
 
 void frmImport::Plan() {
     soon_.stop();
-    settings_.database = databaseOfUser_.empty() ? SuggestedDatabase(settings_) : databaseOfUser_;
+    settings_.database =
+        databaseOfUser_.empty() ? SuggestedDatabase(settings_) : vorela::FromStart(databaseOfUser_);
     ui_->cboDatabase->lineEdit()->setPlaceholderText(Automatic(SuggestedDatabase(settings_)));
     const DatabaseView database = LookAtDatabase(settings_);
     ui_->lblDatabaseState->setText(!database.problem.empty() || settings_.database.empty() ? QString()

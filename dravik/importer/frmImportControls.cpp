@@ -8,6 +8,7 @@
 #include "dravik/importer/ValveSettings.h"
 #include "dravik/importer/frmImport.h"
 #include "general/NumberText.h"
+#include "platform/Application.h"
 #include "ui_frmImport.h"
 
 namespace dravik {
@@ -51,7 +52,8 @@ void frmImport::CopyControls() {
     valve.threshold = ui_->txtThreshold->text().toStdString();
     valve.hysteresis = ui_->txtHysteresis->text().toStdString();
     valve.invert = ui_->chkInvert->isChecked();
-    valve.times = ui_->txtTimes->text().toStdString();
+    const std::string times = ui_->txtTimes->text().toStdString();
+    valve.times = times.empty() ? times : vorela::FromStart(times);
     const int file = CurrentFile();
     if (file < 0)
         return;
