@@ -5,7 +5,6 @@
 #include "dravik/exchange/Cells.h"
 #include "dravik/exchange/TimeColumns.h"
 #include "dravik/exchange/Units.h"
-#include "general/NumberText.h"
 
 namespace dravik {
 namespace {

@@ -10,6 +10,11 @@
 namespace dravik {
 
 inline constexpr const char* depthCurveName = "ADPTH";
+/// Indices are hundredths of a second, or of a foot.
+inline constexpr double indexPerUnit = 100.0;
+/// Seconds (or feet): what an index can say, and what a clock may be shifted by.
+inline constexpr double longestTime = 21474836.0;
+inline constexpr double longestShift = 2147483600.0;
 
 struct CurveDescription {
     std::string name;

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <limits>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -139,8 +138,8 @@ Presentation PresentationOf(const CurveGrid& grid, std::int32_t recordingStart, 
     presentation.indexKind = grid.indexKind;
     presentation.trackCount = tracks;
     presentation.recordingStart = recordingStart;
-    presentation.rangeStart = WholeUnits(std::floor(grid.firstIndex / 100.0));
-    presentation.rangeEnd = WholeUnits(std::ceil(grid.IndexOf(grid.rowCount - 1) / 100.0));
+    presentation.rangeStart = WholeUnits(std::floor(grid.firstIndex / indexPerUnit));
+    presentation.rangeEnd = WholeUnits(std::ceil(grid.IndexOf(grid.rowCount - 1) / indexPerUnit));
     presentation.toolString = std::move(toolString);
     return presentation;
 }

@@ -2,9 +2,7 @@
 // through the one client of the database library and throws vorela::DatabaseError where a call of it fails.
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
+#include "dravik/exchange/CurveSource.h"
 #include "general/NumberText.h"
 #include "interfaces/DKBase.h"
 
@@ -105,7 +105,7 @@ class GridDecider {
         if (step > longestStep || times_.medianStep < 0.0)
             return;
         grid.step = static_cast<std::int16_t>(std::max(1.0, step));
-        grid.fill = choices_.fill * 100.0;
+        grid.fill = choices_.fill * indexPerUnit;
         const bool between = grid.method == GridMethod::interpolated || HasStep();
         grid.gapLimit = std::max(grid.fill, between ? 1.5 * times_.medianStep : 0.0);
         grid.snap = grid.method == GridMethod::asTheyAre ? step
@@ -160,7 +160,7 @@ class GridDecider {
         if (choices_.fill > 0.0)
             Note(std::to_string(times_.gapsToFill) +
                  (times_.gapsToFill == 1 ? " gap between rows of up to " : " gaps between rows of up to ") +
-                 Span(choices_.fill * 100.0) + " filled by straight lines");
+                 Span(choices_.fill * indexPerUnit) + " filled by straight lines");
     }
     /// An even number of rows has one more before its place than behind it.
     std::string MiddleOfMeans(double step) const {

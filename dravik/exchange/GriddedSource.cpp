@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "dravik/exchange/Units.h"
-#include "general/NumberText.h"
 
 namespace dravik {
 namespace {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/LasRows.h"
 #include "general/NumberText.h"
 #include "interfaces/DKBase.h"
@@ -196,9 +197,9 @@ void CompareLasHeader(const LasHeader& header, PlanDraft& draft) {
     const TimeBaseSummary& times = draft.plan.timeBase;
     if (!rule.isNumber || rule.isEpoch || rule.columns.front() != 0 || times.medianStep <= 0.0)
         return;
-    const double perUnit = rule.unit * 100.0;
+    const double perUnit = rule.unit * indexPerUnit;
     const double last = times.descending ? times.earliest : times.latest;
-    const double shift = draft.choices.shift * 100.0;
+    const double shift = draft.choices.shift * indexPerUnit;
     if (header.stop && std::abs(*header.stop * perUnit + shift - last) > times.medianStep)
         draft.Note("STOP is " + vorela::ShortestText(*header.stop) + ", the data end at " +
                    RoundedText((last - shift) / perUnit));

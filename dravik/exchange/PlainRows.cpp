@@ -1,8 +1,6 @@
 #include "dravik/exchange/PlainRows.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 
 #include "dravik/exchange/Cells.h"
 

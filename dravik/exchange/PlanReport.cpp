@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/Stamp.h"
 #include "general/DelimitedText.h"
 #include "general/NumberText.h"
@@ -42,7 +43,7 @@ std::string SeparatorName(const std::string& separator) {
 
 std::string Moment(const ImportPlan& plan, std::int32_t index) {
     if (plan.start)
-        return DateText(*plan.start + index / 100.0);
+        return DateText(*plan.start + index / indexPerUnit);
     return IndexSpan(index, plan.grid.indexKind);
 }
 
@@ -66,9 +67,9 @@ Json TimeJson(const ImportPlan& plan) {
             {"format", plan.timeFormat},
             {"unit", plan.timeUnit},
             {"dateOrder", plan.dateOrder.empty() ? Json(nullptr) : Json(plan.dateOrder)},
-            {"step", times.medianStep / 100.0},
-            {"shortestStep", times.shortestStep / 100.0},
-            {"longestStep", times.longestStep / 100.0},
+            {"step", times.medianStep / indexPerUnit},
+            {"shortestStep", times.shortestStep / indexPerUnit},
+            {"longestStep", times.longestStep / indexPerUnit},
             {"even", times.onGrid},
             {"outOfOrder", times.disorder}};
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dravik/exchange/CurvePlan.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/exchange/LasPlan.h"
@@ -15,7 +16,7 @@ namespace dravik {
 namespace {
 
 constexpr double mostFillBytes = 24.0 * 1024.0 * 1024.0;
-constexpr double shortestOrderLead = 20.0 * 86400.0 * 100.0;  // index units
+constexpr double shortestOrderLead = 20.0 * 86400.0 * indexPerUnit;
 
 std::string TurnsText(std::int64_t turns) {
     return (turns == 1 ? "once" : std::to_string(turns) + " times") + " past ";
@@ -76,7 +77,7 @@ class Planner {
         plan_.notes.insert(plan_.notes.end(), pass.notes.begin(), pass.notes.end());
         plan_.problems.insert(plan_.problems.end(), pass.problems.begin(), pass.problems.end());
         plan_.reading.checkpoints = pass.checkpoints;
-        plan_.reading.shift = choices_.shift * 100.0;
+        plan_.reading.shift = choices_.shift * indexPerUnit;
         PlanCurves(draft_.names, draft_.captions, draft_.TimeColumns(), pass.columns, choices_, plan_);
         DescribeTime(pass);
         if (pass.rows > 0 && !plan_.reading.time.columns.empty())
@@ -146,7 +147,7 @@ class Planner {
         if (las_)
             CompareLasHeader(*las_, draft_);
         GridDecision decision =
-            DecideGrid(plan_.timeBase, choices_, rule.indexKind, pass.zero[index] * 100.0);
+            DecideGrid(plan_.timeBase, choices_, rule.indexKind, pass.zero[index] * indexPerUnit);
         plan_.grid = decision.grid;
         plan_.notes.insert(plan_.notes.end(), decision.notes.begin(), decision.notes.end());
         plan_.problems.insert(plan_.problems.end(), decision.problems.begin(), decision.problems.end());
@@ -161,7 +162,7 @@ class Planner {
         if (choices_.fill <= 0.0 || std::none_of(plan_.columns.begin(), plan_.columns.end(), missing))
             return;
         const double rowBytes = 64.0 + 8.0 * static_cast<double>(plan_.columns.size());
-        const double most = mostFillBytes / rowBytes * plan_.timeBase.medianStep / 100.0;
+        const double most = mostFillBytes / rowBytes * plan_.timeBase.medianStep / indexPerUnit;
         if (choices_.fill > most && static_cast<double>(plan_.rows) * rowBytes > mostFillBytes)
             draft_.Problem("--fill " + vorela::ShortestText(choices_.fill) +
                            " takes more rows than can be held: at most " +

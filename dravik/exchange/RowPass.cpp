@@ -4,12 +4,12 @@
 #include <optional>
 
 #include "dravik/exchange/Cells.h"
+#include "dravik/exchange/CurveSource.h"
 #include "interfaces/DKBase.h"
 
 namespace dravik {
 namespace {
 
-constexpr double perOne = 100.0;  // hundredths
 constexpr std::uint64_t checkpointBytes = std::uint64_t{1024} * 1024;
 constexpr double daySeconds = 86400.0;
 
@@ -66,7 +66,7 @@ class RowPass {
             AddToEach(possible, time, row.Line());
     }
 
-    double IndexOf(double time) const { return (time + choices_.shift) * perOne; }
+    double IndexOf(double time) const { return (time + choices_.shift) * indexPerUnit; }
 
     void AddToEach(DateOrderSet possible, const RowTime& time, std::size_t line) {
         std::optional<double> first;
@@ -101,10 +101,10 @@ class RowPass {
         for (std::size_t i = 0; i < dateOrders; ++i) {
             TimeBaseOptions options;
             options.step = choices_.step;
-            options.fill = choices_.fill * perOne;
+            options.fill = choices_.fill * indexPerUnit;
             if (choices_.target) {
                 options.step = choices_.target->step;
-                options.phase = choices_.target->firstIndex + TargetZero(i, time.at[i]) * perOne;
+                options.phase = choices_.target->firstIndex + TargetZero(i, time.at[i]) * indexPerUnit;
             }
             bases_[i].emplace(options);
         }
@@ -150,12 +150,12 @@ class RowPass {
     void SetZero(std::size_t order) {
         const TimeBaseSummary& times = result_.times[order];
         const std::optional<double> base = BaseOf(order);
-        const double earliest = times.earliest / perOne;
+        const double earliest = times.earliest / indexPerUnit;
         double zero = IsPlain() ? 0.0 : std::floor(earliest + 1e-6);
         if (choices_.target)
-            zero = TargetZero(order, (times.first / perOne) - choices_.shift);
+            zero = TargetZero(order, (times.first / indexPerUnit) - choices_.shift);
         else if (startStamp_)
-            zero = std::round(times.first) / perOne;
+            zero = std::round(times.first) / indexPerUnit;
         result_.zero[order] = zero;
         if (startStamp_)
             result_.start[order] = *startStamp_;

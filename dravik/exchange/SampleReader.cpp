@@ -4,12 +4,9 @@
 #include <cmath>
 #include <limits>
 
+#include "dravik/exchange/CurveSource.h"
+
 namespace dravik {
-namespace {
-
-constexpr double perOne = 100.0;
-
-}  // namespace
 
 SampleReader::SampleReader(const TextFile& file, const ImportPlan& plan)
     : plan_(plan), rows_(plan.reading.open(file, true)), time_(plan.reading.time) {
@@ -38,7 +35,7 @@ bool SampleReader::NextIndex(double& index) {
     while (rows_->Next(row_)) {
         if (!time_.Read(row_, time))
             continue;  // a plan with such a row forbids the import
-        index = time.at[static_cast<std::size_t>(plan_.reading.order)] * perOne + plan_.reading.shift;
+        index = time.at[static_cast<std::size_t>(plan_.reading.order)] * indexPerUnit + plan_.reading.shift;
         return true;
     }
     return false;

@@ -159,7 +159,7 @@ void WriteCsv(CurveSource& source, const TextSink& sink, std::optional<std::int3
     sink(HeaderLine(asDates ? "" : isTime ? "s" : "ft", source, &CurveDescription::unit));
     const auto appendIndex = [&](std::string& text, std::int32_t index) {
         if (asDates)
-            text += DateText(*start + index / 100.0);
+            text += DateText(*start + index / indexPerUnit);
         else
             AppendHundredths(text, index);
     };

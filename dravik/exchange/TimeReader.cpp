@@ -1,6 +1,5 @@
 #include "dravik/exchange/TimeReader.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace dravik {

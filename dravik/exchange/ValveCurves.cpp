@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/ValveSchedule.h"
 
 namespace dravik {
@@ -12,9 +13,10 @@ namespace {
 std::function<ValveSample(std::int32_t)> ValveOf(const Database& database, const ValveRequest& request,
                                                  const CurveGrid& grid) {
     if (request.periodSeconds) {
-        const double first =
-            request.firstSeconds ? *request.firstSeconds * 100.0 : static_cast<double>(grid.firstIndex);
-        return [schedule = ValveSchedule(first, *request.periodSeconds * 100.0, grid)](std::int32_t index) {
+        const double first = request.firstSeconds ? *request.firstSeconds * indexPerUnit
+                                                  : static_cast<double>(grid.firstIndex);
+        const double period = *request.periodSeconds * indexPerUnit;
+        return [schedule = ValveSchedule(first, period, grid)](std::int32_t index) {
             return schedule.At(index);
         };
     }

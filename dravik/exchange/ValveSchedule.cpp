@@ -9,7 +9,7 @@
 namespace dravik {
 namespace {
 
-constexpr double ticksPerHundredth = 4000000.0 / 1024.0 / 100.0;
+constexpr double ticksPerHundredth = 4000000.0 / 1024.0 / indexPerUnit;
 constexpr double timerRange = 65536.0;
 constexpr float boundaryCode = 3.0F;
 constexpr float halfWayCode = 1.0F;
@@ -27,7 +27,7 @@ bool TimerReaches(double change, double sample) {
 void CheckTimer(std::int16_t step) {
     if (!TimerReaches(0.0, step))
         throw DatasetError("the valve's timer wraps every 16.78 s; samples every " +
-                           vorela::ShortestText(step / 100.0) + " s cannot carry its times");
+                           vorela::ShortestText(step / indexPerUnit) + " s cannot carry its times");
 }
 
 }  // namespace
@@ -54,9 +54,9 @@ float ValveValue(const ValveSample& sample, std::size_t curve) {
 ValveSchedule::ValveSchedule(double firstBoundary, double period, const CurveGrid& grid)
     : first_(firstBoundary), halfPeriod_(period / 2.0), firstIndex_(grid.firstIndex), step_(grid.step) {
     if (!(period >= 4.0 * step_))
-        throw DatasetError("a period of " + vorela::ShortestText(period / 100.0) +
+        throw DatasetError("a period of " + vorela::ShortestText(period / indexPerUnit) +
                            " s needs samples at least every " + vorela::ShortestText(period / 400.0) +
-                           " s; the step is " + vorela::ShortestText(step_ / 100.0) + " s");
+                           " s; the step is " + vorela::ShortestText(step_ / indexPerUnit) + " s");
     CheckTimer(step_);
     postponed_ = PostponedChange();
 }

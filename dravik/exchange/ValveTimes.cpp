@@ -17,7 +17,7 @@ namespace {
 /// A time in hundredths from the start of recording.
 std::optional<double> TimeOf(std::string_view text, std::int32_t start) {
     if (const std::optional<double> seconds = vorela::StrictNumber(text))
-        return *seconds * 100.0;
+        return *seconds * indexPerUnit;
     Stamp stamp;
     if (!ParseStamp(TrimmedCell(text), stamp) || !stamp.hasDate || !stamp.hasClock)
         return std::nullopt;

@@ -5,14 +5,13 @@
 
 #include "dravik/exchange/Cells.h"
 #include "dravik/exchange/ChoiceText.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/importer/modImport.h"
 #include "general/NumberText.h"
 
 namespace dravik {
 namespace {
-
-constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
 
 std::vector<std::string> PartsOf(const std::string& list) {
     std::vector<std::string> parts;
@@ -56,7 +55,7 @@ class ControlReader {
 };
 
 std::int16_t StepOfText(const std::string& text) {
-    const double hundredths = ControlReader::Number(text, 0.01, 327.67) * 100.0;
+    const double hundredths = ControlReader::Number(text, 0.01, 327.67) * indexPerUnit;
     if (std::abs(hundredths - std::round(hundredths)) > 1e-6)
         throw ChoiceError("whole hundredths");
     return static_cast<std::int16_t>(std::lround(hundredths));
@@ -97,7 +96,7 @@ Choices ChoicesOf(const FileControls& controls, std::vector<std::string>& faults
     };
     read.Settle("Fill gaps", controls.fill, seconds(0.0, longestTime),
                 [&](double value) { choices.fill = value; });
-    read.Settle("Shift", controls.shift, seconds(-longestTime * 100.0, longestTime * 100.0),
+    read.Settle("Shift", controls.shift, seconds(-longestShift, longestShift),
                 [&](double value) { choices.shift = value; });
     read.Settle("Depth", controls.depth, DepthOfText, [&](double value) { choices.depth = value; });
     return choices;

@@ -1,9 +1,7 @@
 #include "dravik/importer/ImportRun.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <optional>
 
 #include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/NewDatabase.h"

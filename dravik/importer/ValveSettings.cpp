@@ -1,7 +1,6 @@
 #include "dravik/importer/ValveSettings.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <set>
 #include <string_view>

@@ -12,7 +12,6 @@
 #include <QShortcut>
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 #include "dravik/exchange/Datasets.h"
 #include "dravik/importer/ColumnsTable.h"

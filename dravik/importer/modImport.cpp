@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/importer/ColumnSettler.h"
@@ -378,7 +379,7 @@ std::string InWordsOfDialog(std::string text) {
         const std::size_t begin = at + step.size();
         const std::size_t end = std::min(text.find_first_not_of("0123456789", begin), text.size());
         if (const auto value = vorela::StrictNumber(text.substr(begin, end - begin)))
-            text.replace(at, end - at, "Step " + vorela::ShortestText(*value / 100.0));
+            text.replace(at, end - at, "Step " + vorela::ShortestText(*value / indexPerUnit));
     }
     for (const auto& [option, control] : words) {
         for (std::size_t at = text.find(option); at != std::string::npos;

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "dravik/store/Database.h"
-#include "dravik/store/Format.h"
 #include "dravik/store/Scopes.h"
 #include "dravik/store/StoreError.h"
 #include "dravik/store/UnitTexts.h"

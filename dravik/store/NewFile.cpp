@@ -11,7 +11,6 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <span>
 
 #include "dravik/store/Format.h"
 #include "dravik/store/StoreError.h"

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/Datasets.h"
 #include "dravik/tool/Commands.h"
 #include "dravik/tool/ImportArguments.h"
@@ -26,7 +27,6 @@
 namespace dravik {
 namespace {
 
-constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
 const CLI::Validator depthRange = CLI::Range(-100000.0, 100000.0).description("");
 
 enum ExitStatus { done = 0, failed = 1, badUsage = 2 };

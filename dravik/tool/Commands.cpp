@@ -1,13 +1,8 @@
 #include "dravik/tool/Commands.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <functional>
 #include <limits>
 
 #include "dravik/exchange/Datasets.h"

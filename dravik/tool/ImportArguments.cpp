@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dravik/exchange/ChoiceText.h"
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/exchange/ExchangeError.h"
 #include "dravik/tool/ImportCommand.h"
 #include "dravik/tool/ToolError.h"
@@ -14,8 +15,6 @@
 
 namespace dravik {
 namespace {
-
-constexpr double longestTime = 21474836.0;  // s: what an index in hundredths can say
 
 /// The options as they are written.
 struct Written {
@@ -126,7 +125,7 @@ void AddTaking(CLI::App& command, Written& w) {
         ->check(CLI::Range(0.0, longestTime).description(""))
         ->group(group);
     command.add_option("--shift", c.shift, "Seconds added to the file's times")
-        ->check(CLI::Range(-longestTime * 100.0, longestTime * 100.0).description(""))
+        ->check(CLI::Range(-longestShift, longestShift).description(""))
         ->group(group);
 }
 

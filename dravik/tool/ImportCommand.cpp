@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <optional>
 
 #include "dravik/exchange/DatasetImport.h"
 #include "dravik/exchange/Datasets.h"

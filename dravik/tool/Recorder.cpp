@@ -115,8 +115,8 @@ void Recorder::Run(const std::function<bool()>& stopAsked) {
     DatasetWriter writer(database_, request_.dataset, source_);
     constexpr double mostRows = 1e9;  // a bound for the arithmetic, far above what is due in any pass
     const auto rowsPerCommit = static_cast<std::int64_t>(
-        std::clamp(std::round(request_.commitSeconds * 100.0 / grid.step), 1.0, mostRows));
-    const double rowsPerSecond = request_.speed * 100.0 / grid.step;
+        std::clamp(std::round(request_.commitSeconds * indexPerUnit / grid.step), 1.0, mostRows));
+    const double rowsPerSecond = request_.speed * indexPerUnit / grid.step;
     const Clock::time_point begin = Clock::now();
     for (std::int64_t row = firstRow; row < grid.rowCount;) {
         // What a slow disk has held up goes into one larger transaction: a recorder does not fall behind its

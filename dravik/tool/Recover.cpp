@@ -10,7 +10,6 @@
 #include <map>
 #include <optional>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "dravik/exchange/Datasets.h"

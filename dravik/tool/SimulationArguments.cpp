@@ -103,7 +103,7 @@ std::vector<Level> Levels(const SimulationArguments& arguments) {
 }
 
 void CheckNumbers(const SimulationArguments& arguments) {
-    CheckRange(arguments.periodSeconds, 0.04, longestPeriod / 100.0, "--period");
+    CheckRange(arguments.periodSeconds, 0.04, longestPeriod / indexPerUnit, "--period");
     CheckRange(arguments.porosity, 1e-4, 1.0, "--porosity");
     CheckRange(arguments.viscosity, 1e-4, 1e5, "--viscosity");
     CheckRange(arguments.totalCompressibility, 1e-9, 1.0, "--ct");
@@ -170,7 +170,7 @@ Simulation MakeSimulation(const SimulationArguments& arguments) {
     CheckNumbers(arguments);
     Simulation simulation;
     simulation.levels = Levels(arguments);
-    const double period = arguments.periodSeconds * 100.0;
+    const double period = arguments.periodSeconds * indexPerUnit;
     simulation.period = static_cast<std::int32_t>(std::lround(period));
     if (std::abs(period - simulation.period) > 1e-6)
         throw UsageError("--period: " + vorela::ShortestText(arguments.periodSeconds) +

@@ -19,7 +19,6 @@ using Complex = std::complex<double>;
 constexpr double pi = std::numbers::pi;
 constexpr double degrees = 180.0 / pi;
 constexpr double hundredthsPerHour = 360000.0;
-constexpr double hundredths = 100.0;                // of a second
 constexpr double psiPerFoot = 0.433;                // fresh water, for the mean pressure of a level
 constexpr double meanOfAmplitude = 2.5;             // keeps the spinner turning one way
 constexpr std::int64_t harmonicWork = 200'000'000;  // sine terms for one curve of one level
@@ -118,7 +117,7 @@ void CheckSimulation(const Simulation& simulation) {
     const CurveGrid grid = GridOf(simulation);
     if ((grid.rowCount - 1) * grid.step > std::numeric_limits<std::int32_t>::max())
         throw ToolError(std::to_string(simulation.cycles) + " cycles of " +
-                        vorela::ShortestText(simulation.period / 100.0) +
+                        vorela::ShortestText(simulation.period / indexPerUnit) +
                         " s last longer than 32-bit times reach (248 days)");
     const ValveSchedule valve(simulation.period / 2.0, simulation.period, grid);
     static_cast<void>(valve);
@@ -196,8 +195,8 @@ void SimulatedLevel::MakeWave(const Simulation& simulation, std::size_t level) {
     for (std::int64_t n = 1; n <= last; n += 2) {
         const double order = static_cast<double>(n);
         // The square wave sin(wt) + sin(3wt)/3 + ..., open in the first half of each cycle.
-        const Complex wholeFlow =
-            Complex{0.0, -swing / order} * RampGain(order * simulation.ramp * hundredths / simulation.period);
+        const Complex wholeFlow = Complex{0.0, -swing / order} *
+                                  RampGain(order * simulation.ramp * indexPerUnit / simulation.period);
         const Complex pressure =
             -wholeFlow / LevelIndex(simulation.levels, top, simulation.well, omega * order);
         Complex flow =
@@ -205,7 +204,7 @@ void SimulatedLevel::MakeWave(const Simulation& simulation, std::size_t level) {
         if (n == 1)
             flow_.amplitude = std::abs(flow);
         if (simulation.flowDelay != 0.0)
-            flow *= std::polar(1.0, -omega * order * simulation.flowDelay * hundredths / hundredthsPerHour);
+            flow *= std::polar(1.0, -omega * order * simulation.flowDelay * indexPerUnit / hundredthsPerHour);
         AddHarmonic(simulation, n, pressure, flow);
     }
     for (double& value : flow_.wave)
@@ -219,7 +218,7 @@ void SimulatedLevel::MakeStart(const Simulation& simulation, std::size_t level) 
     const double omega = OmegaPerHour(simulation);
     const double response = SpinnerResponse(simulation.spinnerSlope, simulation.well.casingId);
     const auto rows = static_cast<std::size_t>(grid_.rowCount);
-    const double longest = static_cast<double>(grid_.rowCount) * grid_.step / hundredths;
+    const double longest = static_cast<double>(grid_.rowCount) * grid_.step / indexPerUnit;
     pressure_.amplitude = simulation.pressureAmplitude;
     const Complex whole = LevelIndex(simulation.levels, top, simulation.well, omega);
     const Complex own = LevelIndex(simulation.levels, level, simulation.well, omega);
@@ -232,9 +231,9 @@ void SimulatedLevel::MakeStart(const Simulation& simulation, std::size_t level) 
                                 longest);
     const StepResponse share(StepResponse::Kind::flow, simulation.levels, top, level, simulation.well,
                              longest);
-    const double half = simulation.period / 2.0 / hundredths;
+    const double half = simulation.period / 2.0 / indexPerUnit;
     for (std::size_t row = 0; row < rows; ++row) {
-        const double time = static_cast<double>(row) * grid_.step / hundredths;
+        const double time = static_cast<double>(row) * grid_.step / indexPerUnit;
         const double flowTime = time - simulation.flowDelay;
         const double reach = std::max(time, flowTime) + simulation.ramp / 2.0;
         double step = 2.0 * halfHeight;

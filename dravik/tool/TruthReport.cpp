@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "dravik/exchange/CurveSource.h"
 #include "dravik/tool/Simulator.h"
 #include "dravik/tool/TextTable.h"
 #include "general/NumberText.h"
@@ -31,7 +32,7 @@ std::string AnalysisSettings(const Simulation& simulation) {
     const auto add = [&](const std::string& key, double value) {
         text += " --set Parameters." + key + "=" + vorela::ShortestText(value);
     };
-    add("Period", simulation.period / 100.0);
+    add("Period", simulation.period / indexPerUnit);
     add("CasingID", simulation.well.casingId);
     add("TD", simulation.well.totalDepth);
     add("Compressibility", simulation.well.compressibility);
@@ -67,7 +68,7 @@ std::string TruthText(const Simulation& simulation, const Truth& truth) {
 
 std::string TruthJson(const Simulation& simulation, const Truth& truth) {
     nlohmann::ordered_json json;
-    json["period"] = simulation.period / 100.0;
+    json["period"] = simulation.period / indexPerUnit;
     json["levels"] = nlohmann::ordered_json::array();
     for (const LevelTruth& level : truth.levels)
         json["levels"].push_back({{"dataset", level.dataset},
