@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <utility>
 
 #include "analysis/modIntervalInfo.h"
 #include "analysis/modMatchFilter.h"

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
-#include <span>
 #include <utility>
 
 #include "analysis/ExactFit.h"

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstddef>
 
-#include "analysis/modMain.h"
 #include "analysis/modQuicklook.h"
 #include "general/NumberText.h"
 

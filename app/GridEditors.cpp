@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "analysis/ResultGridView.h"
-#include "analysis/modMain.h"
 
 namespace vorela {
 namespace {

@@ -13,7 +13,6 @@
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
-#include "db/modSelectData.h"
 #include "follow/CurveChecks.h"
 #include "follow/LiveStatus.h"
 #include "signal/CurveCoverage.h"

@@ -4,7 +4,6 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QToolBar>
-#include <algorithm>
 
 #include "analysis/ValueHistory.h"
 #include "app/RecentMenu.h"

@@ -9,7 +9,6 @@
 
 #include "analysis/InterpretationFile.h"
 #include "analysis/modExact.h"
-#include "analysis/modMain.h"
 #include "app/LevelPage.h"
 #include "app/QtPorts.h"
 #include "app/StatusLine.h"

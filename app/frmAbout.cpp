@@ -2,8 +2,8 @@
 
 #include <QFont>
 
-#include "follow/StartUp.h"
 #include "general/Ports.h"
+#include "general/Version.h"
 #include "general/modGeneral.h"
 #include "platform/Application.h"
 #include "ui_frmAbout.h"

@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "analysis/InterpretationFile.h"
-#include "analysis/modMain.h"
 #include "app/WindowPlace.h"
 #include "db/DatasetRecord.h"
 #include "db/modSelectData.h"

@@ -6,7 +6,6 @@
 #include <QShortcut>
 
 #include "analysis/ResultGridView.h"
-#include "analysis/ValueHistory.h"
 #include "analysis/modExact.h"
 #include "analysis/modMain.h"
 #include "app/FileIntake.h"

@@ -6,7 +6,6 @@
 #include <QKeyEvent>
 #include <QTabBar>
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include "analysis/InterpretationFile.h"
@@ -29,12 +28,10 @@
 #include "db/AnalysisClaim.h"
 #include "db/DatasetRecord.h"
 #include "db/frmSelectData.h"
-#include "db/modSelectData.h"
 #include "dravik/importer/frmImport.h"
 #include "follow/CurveChecks.h"
 #include "follow/RecentSelections.h"
 #include "follow/StartUp.h"
-#include "general/modGeneral.h"
 #include "plotview/frmPlotFormat.h"
 #include "plotview/frmPlotScales.h"
 #include "signal/frmFilteredCurves.h"

@@ -15,7 +15,6 @@
 #include "db/modSelectData.h"
 #include "general/AtomicFile.h"
 #include "general/DelimitedText.h"
-#include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "plot/LogChart.h"
 #include "signal/modParameters.h"

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <utility>
-#include <vector>
 
 #include "analysis/PlanForm.h"
 #include "analysis/PlanTables.h"

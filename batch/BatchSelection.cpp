@@ -1,7 +1,6 @@
 #include "batch/BatchSelection.h"
 
 #include <algorithm>
-#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -16,7 +15,6 @@
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "interfaces/DKBase.h"
-#include "platform/DravikLibraries.h"
 #include "signal/InputChoice.h"
 #include "signal/modParameters.h"
 

@@ -3,10 +3,8 @@
 #include <array>
 #include <cmath>
 #include <optional>
-#include <vector>
 
 #include "analysis/modIntervalInfo.h"
-#include "analysis/modMain.h"
 #include "analysis/modQuicklook.h"
 #include "db/DatasetRecord.h"
 #include "general/DelimitedText.h"

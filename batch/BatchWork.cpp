@@ -8,7 +8,6 @@
 #include <ctime>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <utility>

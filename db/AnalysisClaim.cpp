@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "db/DatasetRecord.h"
-#include "general/modGeneral.h"
+#include "general/Ports.h"
 #include "platform/DravikLibraries.h"
 
 namespace vorela {

@@ -7,14 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include "analysis/modMain.h"
 #include "db/AnalysisClaim.h"
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
 #include "db/modDravik.h"
 #include "general/DelimitedText.h"
-#include "general/modGeneral.h"
+#include "general/Ports.h"
 #include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modDFilt.h"

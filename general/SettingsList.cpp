@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "general/NumberText.h"
-#include "general/SettingsFile.h"
 
 namespace vorela {
 namespace {

@@ -1,6 +1,5 @@
 #include "general/modGeneral.h"
 
-#include <filesystem>
 #include <system_error>
 
 #include "general/CheckedMath.h"

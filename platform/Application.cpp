@@ -14,8 +14,6 @@
 #include <system_error>
 #include <utility>
 
-#include "general/RunTimeError.h"
-
 namespace vorela {
 namespace {
 

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "db/IndexUnits.h"
-#include "general/NumberText.h"
 #include "plot/PlotSpot.h"
 
 namespace vorela {

@@ -1,7 +1,6 @@
 #include "plot/CurveDrawing.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 namespace vorela {

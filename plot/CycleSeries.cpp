@@ -7,7 +7,6 @@
 
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
-#include "db/modDravik.h"
 #include "general/modGeneral.h"
 #include "plot/CurveSamples.h"
 

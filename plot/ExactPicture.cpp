@@ -1,7 +1,6 @@
 #include "plot/ExactPicture.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "plot/PictureAxes.h"
 

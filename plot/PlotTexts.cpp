@@ -1,7 +1,6 @@
 #include "plot/PlotTexts.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <optional>
 #include <utility>

@@ -5,7 +5,6 @@
 #include "db/IndexUnits.h"
 #include "general/CheckedMath.h"
 #include "general/NumberText.h"
-#include "general/SettingsFile.h"
 #include "general/modGeneral.h"
 
 namespace vorela {

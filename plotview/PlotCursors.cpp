@@ -5,7 +5,6 @@
 
 #include "db/IndexUnits.h"
 #include "plot/PlotView.h"
-#include "plot/modPlot.h"
 #include "plotview/PainterSurface.h"
 #include "plotview/ShownPlot.h"
 #include "signal/modParameters.h"

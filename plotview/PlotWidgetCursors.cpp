@@ -5,7 +5,6 @@
 #include "db/IndexUnits.h"
 #include "general/RangeCheck.h"
 #include "general/modGeneral.h"
-#include "plot/modPlot.h"
 #include "plot/modPlotScales.h"
 #include "plotview/PlotWidgetState.h"
 #include "plotview/TimeCursors.h"

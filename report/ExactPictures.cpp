@@ -1,7 +1,6 @@
 #include "report/ExactPictures.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <complex>
 #include <numbers>

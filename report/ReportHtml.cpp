@@ -1,7 +1,5 @@
 #include "report/ReportHtml.h"
 
-#include <type_traits>
-
 namespace vorela {
 namespace {
 

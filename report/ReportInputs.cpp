@@ -2,7 +2,6 @@
 
 #include "analysis/modExact.h"
 #include "analysis/modIntervalInfo.h"
-#include "db/DatasetRecord.h"
 #include "general/NumberText.h"
 #include "report/ReportParts.h"
 #include "signal/modParameters.h"

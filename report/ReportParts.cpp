@@ -9,7 +9,6 @@
 #include "analysis/CycleTexts.h"
 #include "analysis/ExactTables.h"
 #include "analysis/modIntervalInfo.h"
-#include "analysis/modMain.h"
 #include "analysis/modQuicklook.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"

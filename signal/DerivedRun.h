@@ -2,12 +2,10 @@
 // where the run before stopped and writes in transactions of one size. The makers keep their arithmetic.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
