@@ -9,6 +9,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QTextBrowser>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 namespace vorela {
@@ -25,6 +26,7 @@ dlgHelp::dlgHelp(QWidget* parent) : QWidget(parent, Qt::Window) {
     text_ = new QTextBrowser(this);
     text_->setObjectName(QStringLiteral("txtHelp"));
     text_->setAccessibleName(tr("Help text"));
+    text_->document()->setDefaultStyleSheet(QStringLiteral("pre { white-space: pre-wrap; }"));
     find_ = new QLineEdit(this);
     find_->setObjectName(QStringLiteral("txtFind"));
     find_->setClearButtonEnabled(true);

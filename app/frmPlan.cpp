@@ -102,6 +102,8 @@ frmPlan::frmPlan(QWidget* parent) : QDialog(parent), ui_(std::make_unique<Ui::fr
     connect(ui_->cmdSave, &QPushButton::clicked, this, &frmPlan::Save);
     FillIn(ShowPlan());
     Calculate();
+    ui_->scrInputs->setFocusPolicy(Qt::NoFocus);  // it follows the boxes that have the focus
+    groups_.front()->findChild<QLineEdit*>()->setFocus();
 }
 
 frmPlan::~frmPlan() = default;

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/DesktopColours.h"
 #include "app/QtPorts.h"
 #include "app/SecondStart.h"
 #include "app/frmMain.h"
@@ -107,6 +108,7 @@ int main(int argc, char* argv[]) {
     const std::string place = vorela::MeetingPlace(vorela::SingleInstance::Place("Vorela"));
     if (second)
         return HandOver(place, *files);
+    vorela::MakeHintsLegible();
     vorela::QtPorts ports;
     vorela::CurrentPorts() = ports.AsPorts();
     if (fault.number != 0) {

@@ -150,14 +150,14 @@ std::vector<double> AxisSpan::Ticks() const {
 }
 
 std::vector<std::string> AxisSpan::TickTexts(const std::vector<double>& ticks) const {
-    double least = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 1; i < ticks.size(); ++i)
-        least = std::min(least, logarithmic ? ticks[i - 1] : ticks[i] - ticks[i - 1]);
-    if (!std::isfinite(least))
-        least = ticks.empty() ? 1.0 : std::abs(ticks.front());
-    const int decimals =
-        least > 0.0 ? std::clamp(-static_cast<int>(std::floor(std::log10(least) + aHair)), 0, mostDecimals)
-                    : 0;
+    // What stands at a gridline is its value, also where gridlines between were left out.
+    int decimals = 0;
+    const auto isShown = [&](double tick) {
+        const double scaled = tick * std::pow(10.0, decimals);
+        return std::abs(scaled - std::round(scaled)) <= aHair * std::abs(scaled);
+    };
+    while (decimals < mostDecimals && !std::all_of(ticks.begin(), ticks.end(), isShown))
+        ++decimals;
     std::string pattern = "0";
     if (decimals > 0)
         pattern += "." + std::string(static_cast<std::size_t>(decimals), logarithmic ? '#' : '0');

@@ -15,6 +15,7 @@
 #include "analysis/CellColours.h"
 #include "analysis/NumberCells.h"
 #include "analysis/frmCycleInfo.h"
+#include "app/DesktopColours.h"
 #include "app/dlgHelp.h"
 #include "app/frmAbout.h"
 #include "app/frmExact.h"
@@ -173,6 +174,11 @@ TEST_F(Glance, TextOfEveryCellCanBeReadOnLightAndOnDark) {
                         << grid->objectName().toStdString() << " " << row << " " << column;
                 }
         EXPECT_EQ(GridOf("fgLevel").item(3, 1)->background().color(), colours.color(QPalette::Base));
+        MakeHintsLegible();
+        const QPalette shown = QLineEdit().palette();
+        EXPECT_GE(ContrastOf(shown.color(QPalette::PlaceholderText), shown.color(QPalette::Base)),
+                  leastContrast);
+        EXPECT_NE(shown.color(QPalette::PlaceholderText), shown.color(QPalette::Text));
     }
     QApplication::setPalette(before);
     EXPECT_NEAR(ContrastOf(Qt::black, Qt::white), 21, 1e-9);

@@ -164,6 +164,17 @@ TEST_F(PlanDialog, NarrowWindowStacksTheBoxesSoThatPictureAndTableStayInSight) {
         ASSERT_TRUE(dialog.focusWidget());
         EXPECT_EQ(dialog.focusWidget()->objectName(), behindTheLayersBelow) << width;
     }
+    for (const int width : {780, 1260}) {
+        frmPlan fresh;
+        fresh.resize(width, 560);
+        fresh.show();
+        QApplication::setActiveWindow(&fresh);
+        QTest::qWait(20);
+        ASSERT_TRUE(fresh.focusWidget());
+        EXPECT_EQ(fresh.focusWidget()->objectName(), "txtK") << width;
+        QTest::keyClick(fresh.focusWidget(), Qt::Key_Tab);
+        EXPECT_EQ(fresh.focusWidget()->objectName(), "txtSkin") << width;
+    }
 }
 
 }  // namespace

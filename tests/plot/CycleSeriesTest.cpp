@@ -2,6 +2,7 @@
 
 #include "plot/CyclePicture.h"
 #include "plot/CycleSeries.h"
+#include "plot/PictureAxes.h"
 #include "tests/plot/RecordingSurface.h"
 #include "tests/support/DravikFixture.h"
 
@@ -115,6 +116,16 @@ TEST(CyclePicture, TextsStandApartAtAnySizeAndTheChosenCycleIsFoundByItsPlace) {
     }
     EXPECT_THAT(DrawCycleSeries(surface, "LEVEL1", SeriesOf({}, "", ""), 0).texts[0].text,
                 HasSubstr("no cycles were measured"));
+}
+
+TEST(CyclePicture, AGridlineIsLabelledWithItsValueHoweverFewAreLeft) {
+    const AxisSpan span{0.000944, 0.000946};
+    EXPECT_THAT(span.TickTexts({0.000945}), testing::ElementsAre("0.000945"));
+    EXPECT_THAT(span.TickTexts({180}), testing::ElementsAre("180"));
+    EXPECT_THAT(span.TickTexts({1.5, 3.0}), testing::ElementsAre("1.5", "3.0")) << "each third of 0.5";
+    EXPECT_THAT(span.TickTexts({-0.2, 0.0, 0.2}), testing::ElementsAre("-0.2", "0.0", "0.2"));
+    EXPECT_THAT((AxisSpan{0.15, 0.4, true}.TickTexts({0.15, 0.2, 0.4})),
+                testing::ElementsAre("0.15", "0.2", "0.4"));
 }
 
 class StackTest : public DravikFixture {};
