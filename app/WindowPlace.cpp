@@ -52,8 +52,10 @@ void MakeScrollable(QDialog& dialog) {
         return;
     auto* buttons = form->takeAt(form->count() - 1)->layout();
     buttons->setParent(nullptr);
-    auto* scroll = new QScrollArea;
-    auto* contents = new QWidget;
+    QWidget* const focused = dialog.focusWidget();
+    // Within the dialog, so that the way of the Tab key stays as it is.
+    auto* scroll = new QScrollArea(&dialog);
+    auto* contents = new QWidget(&dialog);
     contents->setLayout(form);  // with all its widgets
     form->setContentsMargins(0, 0, 0, 0);
     auto* outer = new QVBoxLayout(&dialog);
@@ -62,7 +64,10 @@ void MakeScrollable(QDialog& dialog) {
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(contents);
-    outer->activate();  // the smaller minimum counts from here on
+    outer->activate();                    // the smaller minimum counts from here on
+    scroll->setFocusPolicy(Qt::NoFocus);  // it follows what has the focus in it
+    if (focused != nullptr)
+        focused->setFocus();
 }
 
 }  // namespace

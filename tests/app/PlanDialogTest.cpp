@@ -4,6 +4,7 @@
 
 #include "BuildPaths.h"
 #include "analysis/ResultGridView.h"
+#include "app/WindowPlace.h"
 #include "app/frmPlan.h"
 #include "plotview/PictureWidget.h"
 #include "tests/app/GuiSupport.h"
@@ -166,7 +167,7 @@ TEST_F(PlanDialog, NarrowWindowStacksTheBoxesSoThatPictureAndTableStayInSight) {
     }
     for (const int width : {780, 1260}) {
         frmPlan fresh;
-        fresh.resize(width, 560);
+        FitDialog(fresh, {width, 560});
         fresh.show();
         QApplication::setActiveWindow(&fresh);
         QTest::qWait(20);
