@@ -99,6 +99,7 @@ bool CheckDatasets(const std::vector<DatasetRecord>& newRecords, std::string& me
     return Attempt(checkingDatasets, false, [&] {
         Selection& selection = CurrentSelection();
         std::vector<const DatasetRecord*> all;
+        all.reserve(selection.datasets.size() + newRecords.size());
         for (const DatasetRecord& record : selection.datasets)
             all.push_back(&record);
         for (const DatasetRecord& record : newRecords)

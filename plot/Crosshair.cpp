@@ -52,6 +52,7 @@ class Labels {
 
 std::vector<std::string> ValueLines(const std::vector<CursorValue>& values) {
     std::vector<std::string> lines;
+    lines.reserve(values.size());
     for (const CursorValue& value : values)
         lines.push_back(value.curve + "  " + ReadoutText(value.atCursor1, value.decimals) +
                         (value.unit.empty() || !value.atCursor1 ? "" : " " + value.unit));

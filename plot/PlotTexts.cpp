@@ -409,9 +409,10 @@ std::vector<std::string> FooterLines(const std::vector<std::string>& items, doub
     for (const std::string& item : items) {
         if (item.empty())
             continue;
-        const std::string joined = lines.empty() ? item : lines.back() + separator + item;
+        std::string joined = lines.empty() ? "" : lines.back();
+        joined.append(separator).append(item);
         if (!lines.empty() && measure(joined) <= width)
-            lines.back() = joined;
+            lines.back() = std::move(joined);
         else
             lines.push_back(CutInTheMiddle(item, width, measure));
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "general/SettingsTable.h"
 
@@ -85,7 +84,7 @@ std::optional<PlotView> ViewHistory::Step(std::vector<PlotView>& from, std::vect
     if (from.empty())
         return std::nullopt;
     to.push_back(now);
-    PlotView view = std::move(from.back());
+    PlotView view = from.back();
     from.pop_back();
     return view;
 }

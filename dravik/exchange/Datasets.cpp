@@ -53,6 +53,7 @@ std::string ShownName(std::string_view itemName) {
 
 std::vector<NamedItem> Named(std::vector<vorela::ListedItem> listed) {
     std::vector<NamedItem> items;
+    items.reserve(listed.size());
     for (vorela::ListedItem& item : listed)
         items.push_back({ShownName(item.name), std::move(item.info)});
     return items;

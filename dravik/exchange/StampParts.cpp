@@ -177,6 +177,7 @@ Stamp StampOfNumbers(const PartNumbers& numbers) {
 std::vector<std::optional<StampPart>> PartsNamed(const std::vector<std::string>& names) {
     std::vector<std::optional<StampPart>> parts(names.size());
     std::vector<std::vector<std::string>> words;
+    words.reserve(names.size());
     for (const std::string& name : names)
         words.push_back(TellingWords(name));
     bool hasYear = false;
