@@ -2,6 +2,7 @@
 #include <QClipboard>
 #include <QDoubleSpinBox>
 #include <QImage>
+#include <QLocale>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <filesystem>
@@ -124,6 +125,21 @@ TEST_F(ExactDialog, TablesPicturesAndFilesShowWhatIsComputed) {
     EXPECT_TRUE(Find<QLabel>(dialog, "lblEmpty").isVisible());
     EXPECT_EQ(Find<QComboBox>(dialog, "cboInterval").count(), 0) << "nothing of the selection before stays";
     EXPECT_EQ(Find<QComboBox>(dialog, "cboLevel").count(), 0);
+}
+
+TEST_F(ExactDialog, NumbersAreTypedWithAPointInAnyLanguage) {
+    const QLocale before;
+    QLocale::setDefault(QLocale::German);
+    frmExact dialog;
+    QLocale::setDefault(before);
+    for (const char* name : {"spnConfidence", "spnCompressibilityError"}) {
+        auto& box = Find<QDoubleSpinBox>(dialog, name);
+        box.selectAll();
+        QTest::keyClicks(&box, "68.5");
+        QTest::keyClick(&box, Qt::Key_Return);
+    }
+    EXPECT_EQ(CurrentExactSettings().confidence, 68.5);
+    EXPECT_EQ(CurrentExactSettings().compressibilityError, 68.5);
 }
 
 TEST_F(ExactDialog, NewWholeCycleIsFollowedWhileOpenOnly) {
