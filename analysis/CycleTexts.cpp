@@ -1,8 +1,8 @@
 #include "analysis/CycleTexts.h"
 
 #include "db/DatasetRecord.h"
+#include "db/InputChoice.h"
 #include "general/NumberText.h"
-#include "signal/InputChoice.h"
 
 namespace vorela {
 

@@ -13,10 +13,10 @@
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
 #include "db/DatasetRecord.h"
+#include "db/InputChoice.h"
 #include "follow/CurveChecks.h"
 #include "follow/LiveStatus.h"
 #include "signal/CurveCoverage.h"
-#include "signal/InputChoice.h"
 
 namespace vorela {
 namespace {

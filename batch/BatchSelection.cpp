@@ -9,13 +9,13 @@
 #include "batch/BatchStop.h"
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
+#include "db/InputChoice.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "follow/CurveChecks.h"
 #include "general/NumberText.h"
 #include "general/modGeneral.h"
 #include "interfaces/DKBase.h"
-#include "signal/InputChoice.h"
 #include "signal/modParameters.h"
 
 namespace vorela {

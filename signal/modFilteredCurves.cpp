@@ -8,13 +8,13 @@
 
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
+#include "db/InputChoice.h"
 #include "db/modDravik.h"
 #include "general/CheckedMath.h"
 #include "general/modGeneral.h"
 #include "signal/DerivedRun.h"
 #include "signal/FilterProgress.h"
 #include "signal/FilteredCurve.h"
-#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/modParameters.h"
 

@@ -8,11 +8,11 @@
 
 #include "db/CommonCurves.h"
 #include "db/Curves.h"
+#include "db/InputChoice.h"
 #include "db/modDravik.h"
 #include "db/modSelectData.h"
 #include "general/modGeneral.h"
 #include "signal/DerivedRun.h"
-#include "signal/InputChoice.h"
 #include "signal/SelectedDatasets.h"
 #include "signal/ValveChanges.h"
 #include "signal/ValveSignal.h"

@@ -1,4 +1,4 @@
-#include "signal/InputChoice.h"
+#include "db/InputChoice.h"
 
 #include <utility>
 
