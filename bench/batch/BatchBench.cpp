@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -161,6 +162,7 @@ int main() {
     const std::string copied = folder / "copied.vdb";
     std::filesystem::create_directories(folder);
     const std::string options = Simulate(recorded);
+    std::ofstream(analysed + ".ini") << "[Version]\n";
     std::vector<Cost> batch;
     std::vector<Cost> copy;
     for (int round = 0; round < rounds; ++round) {
