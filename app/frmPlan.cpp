@@ -311,9 +311,10 @@ void frmPlan::Save() {
     if (!choice)
         return;
     Attempt("Saving the plan", [&] {
-        if (choice->filterIndex <= tabSeparated) {
+        // A name typed with an ending of its own means that, whatever the list of kinds says.
+        if (!IsPictureName(choice->path)) {
             WriteFileAtomically(choice->path,
-                                DelimitedText(report_, choice->filterIndex == commaSeparated ? ',' : '\t'));
+                                DelimitedText(report_, choice->filterIndex == tabSeparated ? '\t' : ','));
             return;
         }
         const PictureWidget& picture = *ui_->picPeriods;

@@ -116,6 +116,10 @@ bool PrintPicture(QPrinter& printer, const PictureDrawing& draw) {
     return DrawOn(target, draw);
 }
 
+bool IsPictureName(const std::string& path) {
+    return EndsWith(path, ".png") || EndsWith(path, ".svg") || EndsWith(path, ".pdf");
+}
+
 bool WritePicture(const std::string& path, const PictureFileOptions& options, const PictureDrawing& draw) {
     CheckPictureOptions(options);
     QByteArray bytes;

@@ -22,6 +22,9 @@ struct PictureFileOptions {
 /// Draws between its own Begin and End; false when nothing was drawn, after it has said why.
 using PictureDrawing = std::function<bool(DrawingSurface&)>;
 
+/// The name ends as a picture's does, whatever else was chosen beside it.
+bool IsPictureName(const std::string& path);
+
 /// The format follows from the ending, .png, .svg or .pdf in any case. The file appears complete or not at
 /// all. Throws for an ending or a size that cannot be and for a file that cannot be written.
 bool WritePicture(const std::string& path, const PictureFileOptions& options, const PictureDrawing& draw);

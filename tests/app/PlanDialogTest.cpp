@@ -92,8 +92,10 @@ TEST_F(PlanDialog, ShowsWhatTheCommandLinePrintsAndKeepsEveryBox) {
     ports.saveFileAnswer = SaveFileChoice{folder.File("plan.csv"), 1};
     Click(first, "cmdSave");
     EXPECT_THAT(ReadAll(folder.File("plan.csv")), HasSubstr("Harmonic,Level,"));
-    for (const auto& [name, filter, content] :
-         {std::tuple("plan.svg", 4, "Radius (ft)"), {"plan.png", 3, "PNG"}}) {
+    for (const auto& [name, filter, content] : {std::tuple("plan.svg", 4, "Radius (ft)"),
+                                                {"plan.png", 3, "PNG"},
+                                                {"typed.PNG", 1, "PNG"},
+                                                {"typed.csv", 5, "Harmonic,Level,"}}) {
         ports.saveFileAnswer = SaveFileChoice{folder.File(name), filter};
         Click(first, "cmdSave");
         EXPECT_THAT(ReadAll(folder.File(name)), HasSubstr(content));
