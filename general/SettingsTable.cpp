@@ -101,9 +101,9 @@ std::string RemarkOnKey(const SettingsLine& line, const SettingsSection& section
     const SettingField* const field = Find(section, line.key);
     if (field == nullptr)
         return "section " + section.name + " has no key \"" + line.key + "\": passed over";
-    const bool replaced = ReadIniString(line.section, line.key, "", filePath) != line.value;
-    const std::string fault = replaced || line.value.empty() ? "" : FaultOfValue(line.value, *field);
-    if (fault.empty())
+    const std::string fault = line.value.empty() ? "" : FaultOfValue(line.value, *field);
+    // Asked last: it reads the file again. The command line may have given another value.
+    if (fault.empty() || ReadIniString(line.section, line.key, "", filePath) != line.value)
         return {};
     const std::string taken =
         StrictNumber(line.value) ? "it stands" : ShortestText(LeadingNumber(line.value));
